@@ -1,0 +1,49 @@
+# What every target of the project shares: language, warnings, the staged tree.
+include(GNUInstallDirs)
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(VORN_CCACHE ccache)
+if(VORN_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${VORN_CCACHE}")
+endif()
+
+# The converter finds the diff program two folders above its own, so programs are staged in
+# their final relative places, and installed the same way.
+set(VORN_DIST_DIR "${PROJECT_BINARY_DIR}/dist")
+set(VORN_PROGRAM_SUBDIR "VAConverter/bin")
+set(VORN_DIFF_TOOL_SUBDIR "tools/NorvanePatch/bin")
+
+add_library(vorn_flags INTERFACE)
+target_include_directories(vorn_flags INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(vorn_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+
+# vorn_library(name SOURCES a.cpp ... LINKS lower ...)
+function(vorn_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC vorn_flags ${ARG_LINKS})
+endfunction()
+
+# vorn_program(name SUBDIR place SOURCES a.cpp ... LINKS lower ...)
+function(vorn_program name)
+  cmake_parse_arguments(ARG "" "SUBDIR" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE vorn_flags ${ARG_LINKS})
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${VORN_DIST_DIR}/${ARG_SUBDIR}")
+  install(TARGETS ${name} RUNTIME DESTINATION "${ARG_SUBDIR}")
+endfunction()
+
+# vorn_test(name SOURCES a.cpp ... LINKS lower ...): one GoogleTest program, its cases found by CTest.
+function(vorn_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE vorn_flags ${ARG_LINKS} GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,12 @@
+// What a debugger sees.
+#pragma once
+
+namespace platform {
+
+[[nodiscard]] bool IsDebuggerPresent();
+
+// Shows `text` to the debugger. Silent unless one is attached or the environment variable
+// VORN_DEBUG_OUTPUT is set; then it goes to standard error. Any thread.
+void DebugOutput(const char* text);
+
+}  // namespace platform

@@ -1,0 +1,68 @@
+// Names in the file system: existence, status, removal, renaming, directories and their entries.
+//
+// Paths follow the rules of Files.h: both separators are accepted everywhere; what is looked up
+// (Exists, GetStatus, listing a directory) is found under its exact name, else under one that
+// differs only in letter case; what is removed, renamed or created is named exactly as given.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Attribute bits of a directory entry. The system has no hidden, system or archive attribute:
+// those bits are never reported.
+enum FileAttribute : std::uint16_t {
+    kAttributeReadOnly = 0x01,  // no write permission bit is set
+    kAttributeDirectory = 0x10,
+};
+
+struct FileStatus {
+    std::uint64_t size = 0;          // bytes; 0 for a directory
+    std::int64_t creationTime = 0;   // seconds since 1970-01-01 UTC; the last status change
+    std::int64_t accessTime = 0;     // seconds since 1970-01-01 UTC
+    std::int64_t writeTime = 0;      // seconds since 1970-01-01 UTC
+    std::uint16_t attributes = 0;    // FileAttribute bits
+    [[nodiscard]] bool IsDirectory() const { return (attributes & kAttributeDirectory) != 0; }
+};
+
+[[nodiscard]] bool Exists(const char* path);
+[[nodiscard]] bool GetStatus(const char* path, FileStatus& status);
+
+// Removes a file. Refuses a directory, and a file that is read-only (see SetReadOnly).
+[[nodiscard]] bool RemoveFile(const char* path);
+
+// Renames without ever replacing: false when `to` exists.
+[[nodiscard]] bool Rename(const char* from, const char* to);
+
+[[nodiscard]] bool MakeDirectory(const char* path);    // one level; false when it exists
+[[nodiscard]] bool RemoveDirectory(const char* path);  // must be empty
+
+// Takes away or gives back the write permission of every class of user.
+bool SetReadOnly(const char* path, bool readOnly);
+
+// Marks a file as hidden, or gives it back its normal attributes. Without such an attribute in
+// the system this changes nothing and answers whether the file exists.
+bool SetHidden(const char* path, bool hidden);
+
+struct DirectoryEntry {
+    std::string name;
+    FileStatus status;  // a symbolic link reports what it points at; a broken one itself
+    bool isLink = false;
+};
+
+// Calls `visit` for every entry of `path`, "." and ".." included, in byte order of the names,
+// until it returns false. False when the directory cannot be read.
+[[nodiscard]] bool ListDirectory(const char* path,
+                                 const std::function<bool(const DirectoryEntry&)>& visit);
+
+// The current directory with '/' between components; empty when the system cannot tell.
+[[nodiscard]] std::string CurrentDirectory();
+[[nodiscard]] bool ChangeDirectory(const char* path);
+
+// The folder for temporary files, ending in a separator.
+[[nodiscard]] std::string TemporaryDirectory();
+
+}  // namespace platform

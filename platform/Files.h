@@ -1,0 +1,83 @@
+// Open files: descriptors with share modes, and raw input and output on them.
+//
+// Every path is a NUL-terminated byte string passed to the system byte for byte; both '/' and '\'
+// separate its components. A file that is opened as existing is found under its exact name, else
+// under a name that differs only in letter case (ANSI rules, see CodePage.h). A file that is
+// created gets exactly the name given.
+//
+// Share modes hold between all openers that come through this layer, in this and in other
+// processes. They are advisory: programs that go round the layer do not see them, and a file
+// system without lock support grants every share mode.
+//
+// Only regular files and character devices open; a directory, pipe or socket is refused without
+// waiting on it. A file without any write permission bit does not open for writing, whoever asks.
+// Descriptors are not inherited by child processes.
+//
+// Threads: a FileHandle is used by one thread at a time, ReadAt excepted, which moves nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace platform {
+
+enum class Access { Read, Write, ReadWrite };
+
+enum class Creation {
+    OpenExisting,
+    CreateOrTruncate,  // truncated only after the share modes were found to agree
+    OpenOrCreate,
+    CreateNew,  // fails when the name exists
+};
+
+// What an opener denies to all others while its handle is open.
+enum class Share { DenyAll, DenyWrite, DenyNone };
+
+enum class SeekOrigin { Begin, Current, End };
+
+// Owns one descriptor. Moving leaves the source closed; destroying closes.
+class FileHandle {
+public:
+    FileHandle() noexcept = default;
+    FileHandle(FileHandle&& other) noexcept;
+    FileHandle& operator=(FileHandle&& other) noexcept;
+    FileHandle(const FileHandle&) = delete;
+    FileHandle& operator=(const FileHandle&) = delete;
+    ~FileHandle();
+
+    // Opens `path`; the handle must be closed. False leaves it closed and errno telling why
+    // (EEXIST for CreateNew on an existing name, EBUSY for a share mode that does not agree).
+    [[nodiscard]] bool Open(const char* path, Access access, Creation creation, Share share);
+
+    [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
+
+    // True when the system took everything back without an error.
+    bool Close() noexcept;
+
+    // Bytes read: less than asked for only at the end of the file; -1 on an error.
+    [[nodiscard]] std::int64_t Read(std::span<std::byte> into);
+    // Reads at `offset` and leaves the current position alone.
+    [[nodiscard]] std::int64_t ReadAt(std::uint64_t offset, std::span<std::byte> into) const;
+
+    // Bytes written: less than given when the system stopped early (a full disk, a size limit).
+    [[nodiscard]] std::size_t Write(std::span<const std::byte> from);
+
+    // The new position from the start, or -1.
+    std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
+    [[nodiscard]] std::int64_t Tell() const;
+
+    // Length in bytes, or -1.
+    [[nodiscard]] std::int64_t Length() const;
+
+    // Sets the length; bytes after it are gone, bytes before it stay.
+    [[nodiscard]] bool Truncate(std::uint64_t length);
+
+    // Forces what was written to the storage device.
+    bool Commit();
+
+private:
+    int descriptor_ = -1;
+};
+
+}  // namespace platform
