@@ -20,11 +20,11 @@ enum FileAttribute : std::uint16_t {
 };
 
 struct FileStatus {
-    std::uint64_t size = 0;          // bytes; 0 for a directory
-    std::int64_t creationTime = 0;   // seconds since 1970-01-01 UTC; the last status change
-    std::int64_t accessTime = 0;     // seconds since 1970-01-01 UTC
-    std::int64_t writeTime = 0;      // seconds since 1970-01-01 UTC
-    std::uint16_t attributes = 0;    // FileAttribute bits
+    std::uint64_t size = 0;         // bytes; 0 for a directory
+    std::int64_t creationTime = 0;  // seconds since 1970-01-01 UTC; the last status change
+    std::int64_t accessTime = 0;    // seconds since 1970-01-01 UTC
+    std::int64_t writeTime = 0;     // seconds since 1970-01-01 UTC
+    std::uint16_t attributes = 0;   // FileAttribute bits
     [[nodiscard]] bool IsDirectory() const { return (attributes & kAttributeDirectory) != 0; }
 };
 
