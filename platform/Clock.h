@@ -24,6 +24,7 @@ struct LocalTime {
     int minute = 0;
     int second = 0;
 };
+// All zeros for a time whose year no LocalTime can hold.
 [[nodiscard]] LocalTime ToLocalTime(std::int64_t secondsSince1970);
 
 void SleepMilliseconds(std::uint32_t milliseconds);

@@ -1,7 +1,7 @@
 // Names in the file system: existence, status, removal, renaming, directories and their entries.
 //
 // Paths follow the rules of Files.h: both separators are accepted everywhere; what is looked up
-// (Exists, GetStatus, listing a directory) is found under its exact name, else under one that
+// (all that is not named next) is found under its exact name, else under one that
 // differs only in letter case; what is removed, renamed or created is named exactly as given.
 #pragma once
 
@@ -40,7 +40,7 @@ struct FileStatus {
 [[nodiscard]] bool MakeDirectory(const char* path);    // one level; false when it exists
 [[nodiscard]] bool RemoveDirectory(const char* path);  // must be empty
 
-// Takes away or gives back the write permission of every class of user.
+// Takes away the write permission of every class of user, or gives it back to the owner.
 bool SetReadOnly(const char* path, bool readOnly);
 
 // Marks a file as hidden, or gives it back its normal attributes. Without such an attribute in

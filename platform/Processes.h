@@ -14,7 +14,8 @@ namespace platform {
 // Value of an environment variable; false when it is not set.
 [[nodiscard]] bool GetEnvironment(const char* name, std::string& value);
 
-// Gives this process's exit code and ends it at once, without exit registrations.
+// Gives this process's exit code and ends it at once, without exit registrations. The system
+// hands the low 8 bits of the code to the parent.
 [[noreturn]] void ExitProcess(std::uint32_t code);
 
 enum class Console {
@@ -53,6 +54,9 @@ public:
     void Close() noexcept;
 
 private:
+    // Takes the exit code from the system once the child has ended.
+    bool Collect(int waitOptions) noexcept;
+
     int processId_ = -1;
     bool ended_ = false;
     std::uint32_t exitCode_ = 0;

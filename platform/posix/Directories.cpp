@@ -1,0 +1,186 @@
+#include "platform/Directories.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/posix/PathLookup.h"
+
+namespace platform {
+namespace {
+
+using posix::FindExistingPath;
+using posix::ToSystemPath;
+
+constexpr mode_t kAnyWritePermission = S_IWUSR | S_IWGRP | S_IWOTH;
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using DirectoryStream = std::unique_ptr<DIR, CloseDirectory>;
+
+struct FreeText {
+    void operator()(char* text) const { std::free(text); }
+};
+
+FileStatus ToFileStatus(const struct stat& status) {
+    const bool directory = S_ISDIR(status.st_mode);
+    FileStatus result;
+    result.size = directory ? 0 : static_cast<std::uint64_t>(status.st_size);
+    result.creationTime = status.st_ctim.tv_sec;
+    result.accessTime = status.st_atim.tv_sec;
+    result.writeTime = status.st_mtim.tv_sec;
+    unsigned attributes = 0;
+    attributes |= directory ? kAttributeDirectory : 0;
+    attributes |= (status.st_mode & kAnyWritePermission) == 0 ? kAttributeReadOnly : 0;
+    result.attributes = static_cast<std::uint16_t>(attributes);
+    return result;
+}
+
+// The names of all entries in byte order; nothing when the directory cannot be read.
+std::optional<std::vector<std::string>> SortedNames(DIR* directory) {
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent* entry = readdir(directory)) {
+        names.emplace_back(entry->d_name);
+    }
+    if (errno != 0) {
+        return std::nullopt;
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// False when the entry has gone since its name was read.
+bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
+    struct stat status {};
+    if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return false;
+    }
+    entry.name = name;
+    entry.isLink = S_ISLNK(status.st_mode);
+    struct stat target {};
+    const bool followed = entry.isLink && fstatat(directory, name.c_str(), &target, 0) == 0;
+    entry.status = ToFileStatus(followed ? target : status);
+    return true;
+}
+
+// For file systems that cannot rename without replacing: a hard link never replaces.
+bool RenameByLink(const std::string& from, const std::string& to) {
+    struct stat status {};
+    if (lstat(from.c_str(), &status) != 0) {
+        return false;
+    }
+    if (!S_ISDIR(status.st_mode) && link(from.c_str(), to.c_str()) == 0) {
+        return unlink(from.c_str()) == 0;
+    }
+    if (lstat(to.c_str(), &status) == 0) {
+        errno = EEXIST;
+        return false;
+    }
+    return rename(from.c_str(), to.c_str()) == 0;
+}
+
+}  // namespace
+
+bool Exists(const char* path) {
+    FileStatus status;
+    return GetStatus(path, status);
+}
+
+bool GetStatus(const char* path, FileStatus& status) {
+    struct stat found {};
+    if (stat(FindExistingPath(path).c_str(), &found) != 0) {
+        return false;
+    }
+    status = ToFileStatus(found);
+    return true;
+}
+
+bool RemoveFile(const char* path) {
+    const std::string name = ToSystemPath(path);
+    struct stat status {};
+    if (lstat(name.c_str(), &status) != 0) {
+        return false;
+    }
+    if ((status.st_mode & kAnyWritePermission) == 0) {
+        errno = EACCES;
+        return false;
+    }
+    return unlink(name.c_str()) == 0;
+}
+
+bool Rename(const char* from, const char* to) {
+    const std::string oldName = ToSystemPath(from);
+    const std::string newName = ToSystemPath(to);
+    if (renameat2(AT_FDCWD, oldName.c_str(), AT_FDCWD, newName.c_str(), RENAME_NOREPLACE) == 0) {
+        return true;
+    }
+    return (errno == EINVAL || errno == ENOSYS) && RenameByLink(oldName, newName);
+}
+
+bool MakeDirectory(const char* path) {
+    constexpr mode_t kMode = 0777;
+    return mkdir(ToSystemPath(path).c_str(), kMode) == 0;
+}
+
+bool RemoveDirectory(const char* path) { return rmdir(ToSystemPath(path).c_str()) == 0; }
+
+bool SetReadOnly(const char* path, bool readOnly) {
+    constexpr mode_t kAllModeBits = 07777;
+    const std::string name = FindExistingPath(path);
+    struct stat status {};
+    if (stat(name.c_str(), &status) != 0) {
+        return false;
+    }
+    const mode_t mode = status.st_mode & kAllModeBits;
+    return chmod(name.c_str(), readOnly ? mode & ~kAnyWritePermission : mode | S_IWUSR) == 0;
+}
+
+bool SetHidden(const char* path, bool /*hidden*/) { return Exists(path); }
+
+bool ListDirectory(const char* path, const std::function<bool(const DirectoryEntry&)>& visit) {
+    const DirectoryStream directory(opendir(FindExistingPath(path).c_str()));
+    if (!directory) {
+        return false;
+    }
+    const auto names = SortedNames(directory.get());
+    if (!names) {
+        return false;
+    }
+    for (const std::string& name : *names) {
+        DirectoryEntry entry;
+        if (ReadEntry(dirfd(directory.get()), name, entry) && !visit(entry)) {
+            break;
+        }
+    }
+    return true;
+}
+
+std::string CurrentDirectory() {
+    const std::unique_ptr<char, FreeText> path(getcwd(nullptr, 0));
+    // A directory outside this process's root comes back with a remark in front.
+    return path && *path == '/' ? path.get() : "";
+}
+
+bool ChangeDirectory(const char* path) { return chdir(FindExistingPath(path).c_str()) == 0; }
+
+std::string TemporaryDirectory() {
+    const char* configured = std::getenv("TMPDIR");
+    std::string path = configured != nullptr && *configured != '\0' ? configured : "/tmp";
+    if (path.back() != '/') {
+        path += '/';
+    }
+    return path;
+}
+
+}  // namespace platform

@@ -1,0 +1,220 @@
+#include "platform/Files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "platform/posix/PathLookup.h"
+#include "platform/posix/ShareLocks.h"
+
+namespace platform {
+namespace {
+
+constexpr int kNoDescriptor = -1;
+constexpr std::uint64_t kLargestOffset = std::numeric_limits<off_t>::max();
+
+int CreationFlags(Creation creation) {
+    switch (creation) {
+        case Creation::OpenExisting:
+            return 0;
+        case Creation::CreateOrTruncate:
+        case Creation::OpenOrCreate:
+            return O_CREAT;
+        case Creation::CreateNew:
+            return O_CREAT | O_EXCL;
+    }
+    return 0;
+}
+
+std::string SystemPath(const char* path, Creation creation) {
+    const bool lookUp = creation == Creation::OpenExisting || creation == Creation::OpenOrCreate;
+    return lookUp ? posix::FindExistingPath(path) : posix::ToSystemPath(path);
+}
+
+// Share locks need a descriptor that reads, so a file opened for writing only opens for both.
+// Without O_NONBLOCK a pipe would hold the caller until somebody opens its other end.
+int OpenDescriptor(const std::string& path, Access access, Creation creation) {
+    const int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY | CreationFlags(creation) |
+                      (access == Access::Read ? O_RDONLY : O_RDWR);
+    constexpr mode_t kMode = 0666;
+    int descriptor = kNoDescriptor;
+    do {
+        descriptor = open(path.c_str(), flags, kMode);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+// A file past the process's size limit shall fail to grow, not end the process.
+void IgnoreFileSizeSignal() {
+    static const bool done = [] {
+        struct sigaction action {};
+        if (sigaction(SIGXFSZ, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+            action.sa_handler = SIG_IGN;
+            sigaction(SIGXFSZ, &action, nullptr);
+        }
+        return true;
+    }();
+    static_cast<void>(done);
+}
+
+bool Refuse(int error) {
+    errno = error;
+    return false;
+}
+
+// Checks what was opened and prepares it for use, touching its contents only at the very end.
+bool Admit(int descriptor, Access access, Creation creation, Share share) {
+    constexpr mode_t kAnyWritePermission = S_IWUSR | S_IWGRP | S_IWOTH;
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        return false;
+    }
+    const bool regular = S_ISREG(status.st_mode);
+    if (!regular && !S_ISCHR(status.st_mode)) {
+        return Refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+    if (fcntl(descriptor, F_SETFL, 0) != 0) {
+        return false;
+    }
+    if (!regular) {
+        return true;
+    }
+    if (access != Access::Read && creation != Creation::CreateNew &&
+        (status.st_mode & kAnyWritePermission) == 0) {
+        return Refuse(EACCES);
+    }
+    return posix::PlaceShareLocks(descriptor, access, share) &&
+           (creation != Creation::CreateOrTruncate || ftruncate(descriptor, 0) == 0);
+}
+
+}  // namespace
+
+FileHandle::FileHandle(FileHandle&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, kNoDescriptor)) {}
+
+FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
+    if (this != &other) {
+        Close();
+        descriptor_ = std::exchange(other.descriptor_, kNoDescriptor);
+    }
+    return *this;
+}
+
+FileHandle::~FileHandle() { Close(); }
+
+bool FileHandle::Open(const char* path, Access access, Creation creation, Share share) {
+    if (IsOpen()) {
+        return Refuse(EINVAL);
+    }
+    FileHandle opened;
+    opened.descriptor_ = OpenDescriptor(SystemPath(path, creation), access, creation);
+    if (!opened.IsOpen()) {
+        return false;
+    }
+    if (!Admit(opened.descriptor_, access, creation, share)) {
+        const int error = errno;
+        opened.Close();
+        return Refuse(error);
+    }
+    if (access != Access::Read) {
+        IgnoreFileSizeSignal();
+    }
+    *this = std::move(opened);
+    return true;
+}
+
+bool FileHandle::Close() noexcept {
+    // After an interrupted close the descriptor is gone all the same.
+    const int descriptor = std::exchange(descriptor_, kNoDescriptor);
+    return descriptor < 0 || close(descriptor) == 0 || errno == EINTR;
+}
+
+std::int64_t FileHandle::Read(std::span<std::byte> into) {
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const ssize_t got = read(descriptor_, into.data() + done, into.size() - done);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got < 0 && done == 0 ? -1 : static_cast<std::int64_t>(done);
+        }
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
+std::int64_t FileHandle::ReadAt(std::uint64_t offset, std::span<std::byte> into) const {
+    if (offset > kLargestOffset || into.size() > kLargestOffset - offset) {
+        errno = EINVAL;
+        return -1;
+    }
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const ssize_t got = pread(descriptor_, into.data() + done, into.size() - done,
+                                  static_cast<off_t>(offset + done));
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got < 0 && done == 0 ? -1 : static_cast<std::int64_t>(done);
+        }
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
+std::size_t FileHandle::Write(std::span<const std::byte> from) {
+    std::size_t done = 0;
+    while (done < from.size()) {
+        const ssize_t put = write(descriptor_, from.data() + done, from.size() - done);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return done;
+}
+
+std::int64_t FileHandle::Seek(std::int64_t offset, SeekOrigin origin) {
+    switch (origin) {
+        case SeekOrigin::Begin:
+            return lseek(descriptor_, offset, SEEK_SET);
+        case SeekOrigin::Current:
+            return lseek(descriptor_, offset, SEEK_CUR);
+        case SeekOrigin::End:
+            return lseek(descriptor_, offset, SEEK_END);
+    }
+    return -1;
+}
+
+std::int64_t FileHandle::Tell() const { return lseek(descriptor_, 0, SEEK_CUR); }
+
+std::int64_t FileHandle::Length() const {
+    struct stat status {};
+    return fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+}
+
+bool FileHandle::Truncate(std::uint64_t length) {
+    if (length > kLargestOffset) {
+        return Refuse(EFBIG);
+    }
+    int result = -1;
+    do {
+        result = ftruncate(descriptor_, static_cast<off_t>(length));
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+bool FileHandle::Commit() { return fsync(descriptor_) == 0; }
+
+}  // namespace platform

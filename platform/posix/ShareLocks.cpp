@@ -1,0 +1,112 @@
+#include "platform/posix/ShareLocks.h"
+
+#include <fcntl.h>
+#include <sys/types.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <random>
+#include <thread>
+
+namespace platform::posix {
+namespace {
+
+constexpr off_t kFirstLockByte = off_t{1} << 62;
+
+enum LockByte : unsigned { kReads, kWrites, kDeniesReading, kDeniesWriting, kLockByteCount };
+
+// Bits 1 << LockByte.
+using LockSet = unsigned;
+
+constexpr LockSet Bit(LockByte byte) { return 1U << byte; }
+
+LockSet BytesOf(Access access, Share share) {
+    LockSet set = 0;
+    set |= access != Access::Write ? Bit(kReads) : 0;
+    set |= access != Access::Read ? Bit(kWrites) : 0;
+    set |= share == Share::DenyAll ? Bit(kDeniesReading) : 0;
+    set |= share != Share::DenyNone ? Bit(kDeniesWriting) : 0;
+    return set;
+}
+
+// What nobody else may hold beside an opener that holds `own`.
+LockSet ConflictsOf(LockSet own) {
+    constexpr std::array<LockByte, kLockByteCount> kOpposite = {kDeniesReading, kDeniesWriting,
+                                                                kReads, kWrites};
+    LockSet set = 0;
+    for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
+        set |= (own & (1U << byte)) != 0 ? Bit(kOpposite.at(byte)) : 0;
+    }
+    return set;
+}
+
+struct flock LockOn(unsigned byte, short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = kFirstLockByte + static_cast<off_t>(byte);
+    lock.l_len = 1;
+    return lock;
+}
+
+bool Place(int descriptor, LockSet set) {
+    for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
+        struct flock lock = LockOn(byte, F_RDLCK);
+        if ((set & (1U << byte)) != 0 && fcntl(descriptor, F_OFD_SETLK, &lock) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void Withdraw(int descriptor) {
+    struct flock lock = LockOn(0, F_UNLCK);
+    lock.l_len = kLockByteCount;
+    fcntl(descriptor, F_OFD_SETLK, &lock);
+}
+
+bool HeldByAnother(int descriptor, LockSet set) {
+    for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
+        struct flock lock = LockOn(byte, F_WRLCK);
+        if ((set & (1U << byte)) != 0 && fcntl(descriptor, F_OFD_GETLK, &lock) == 0 &&
+            lock.l_type != F_UNLCK) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Long enough for another opener to finish or withdraw, of random length so that two that met do
+// not meet again.
+void PauseBriefly() {
+    thread_local std::minstd_rand random(std::random_device{}());
+    const std::uint32_t microseconds =
+        std::uniform_int_distribution<std::uint32_t>(50, 350)(random);
+    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
+}  // namespace
+
+bool PlaceShareLocks(int descriptor, Access access, Share share) {
+    constexpr int kAttempts = 6;
+    const LockSet own = BytesOf(access, share);
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (attempt > 0) {
+            PauseBriefly();
+        }
+        // Placed first and tested after: of two racing openers at least one sees the other.
+        if (!Place(descriptor, own)) {
+            return errno == EINVAL || errno == ENOLCK || errno == ENOTSUP || errno == ENOSYS;
+        }
+        if (!HeldByAnother(descriptor, ConflictsOf(own))) {
+            return true;
+        }
+        Withdraw(descriptor);
+    }
+    errno = EBUSY;
+    return false;
+}
+
+}  // namespace platform::posix

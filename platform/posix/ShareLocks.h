@@ -1,0 +1,18 @@
+// Share modes as advisory locks on four bytes far behind the end of any file.
+//
+// Every opener holds shared locks on the bytes that say what it does and what it denies: "reads",
+// "writes", "denies reading", "denies writing". The locks belong to the open descriptor, so they
+// hold between openers of one process as well, and the system drops them when the descriptor
+// closes, however the process ends.
+#pragma once
+
+#include "platform/Files.h"
+
+namespace platform::posix {
+
+// Enters `descriptor`, which is open for reading at least, among the openers of its file. False
+// with errno EBUSY when another opener's share mode and access do not agree with these; then
+// nothing stays locked. A file system without lock support agrees to everything.
+[[nodiscard]] bool PlaceShareLocks(int descriptor, Access access, Share share);
+
+}  // namespace platform::posix
