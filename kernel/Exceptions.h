@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <cstdarg>
 
 namespace Vorn {
 
@@ -13,7 +14,10 @@ public:
     // Copies `reason`, cut to 255 characters. `file` must be a constant.
     Exception(const char* file, int line, const char* reason);
 
+    Exception(const Exception&) = default;
+    Exception& operator=(const Exception&) = default;
     virtual ~Exception() = default;
+
     [[nodiscard]] virtual const char* GetClassName() const { return "Unknown"; }
     [[nodiscard]] virtual bool IsFlagged() const { return flag_; }
     [[nodiscard]] virtual const char* GetCallStack() const { return callStack_.data(); }
@@ -25,11 +29,10 @@ public:
 protected:
     // The form whose reason is formatted afterwards.
     Exception(const char* file, int line);
-    Exception(const Exception&) = default;
-    Exception& operator=(const Exception&) = default;
 
     // Sets the reason printf-style, cut to 255 characters.
-    void FormatReason(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void FormatReason(const char* format, std::va_list arguments)
+        __attribute__((format(printf, 2, 0)));
 
 private:
     std::array<char, 4096> callStack_{};
@@ -44,9 +47,12 @@ class FileEx : public Exception {
 public:
     FileEx(const char* file, int line, const char* reason) : Exception(file, line, reason) {}
     // The reason formatted printf-style.
-    template <typename... Arguments>
-    static FileEx Formatted(const char* file, int line, const char* format, Arguments... arguments);
+    [[nodiscard]] static FileEx Formatted(const char* file, int line, const char* format, ...)
+        __attribute__((format(printf, 3, 4)));
     [[nodiscard]] const char* GetClassName() const override { return "File"; }
+
+private:
+    FileEx(const char* file, int line) : Exception(file, line) {}
 };
 
 }  // namespace Vorn

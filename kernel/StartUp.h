@@ -10,14 +10,17 @@
 
 namespace Vorn {
 
-// Once per process, later calls do nothing: sets the character rules, records the main thread,
-// creates the string pool, registers its destruction as the first teardown entry and the teardown
-// runner with the runtime's exit list. Runs before main; static initialisers that need the order
-// call it themselves.
+// Once per process, later calls do nothing: registers the teardown runner with the runtime's exit
+// list, records the main thread, creates the string pool and registers its destruction as the
+// first teardown entry. Runs before main, or at the first interned text of an earlier static
+// object; static initialisers that need the order call it themselves.
+//
+// Character rules need no setting up: letter case comes from platform/CodePage.h, which is always
+// the ANSI code page. The C library's locale is process wide and stays as the program has it.
 void EarlyInitialise();
 
-// Functions to run at process exit, last registered first. At most 1024; one more throws
-// Exception, for it is a programming error.
+// Functions to run at process exit, last registered first. Any thread. At most 1024; one more
+// throws Exception, for it is a programming error.
 void RegisterTeardown(void (*function)());
 
 [[nodiscard]] std::uint32_t MainThreadId();

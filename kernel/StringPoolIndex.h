@@ -1,0 +1,44 @@
+// Finds pool entries by their whole text, however many there are: a hash table that doubles when
+// it is full, keyed anew in every run so that names in a file cannot be made to collide. Where the
+// memory to double is missing its chains only become longer.
+//
+// Borrows the entries and chains them through `indexNext`. Not thread-safe.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "kernel/SipHash.h"
+#include "kernel/StringPoolEntry.h"
+
+namespace Vorn {
+
+class StringPoolIndex {
+public:
+    StringPoolIndex();
+
+    // The entry of `text` or null; `steps` grows by each entry looked at that was another.
+    [[nodiscard]] StringPoolEntry* Find(std::string_view text, std::uint64_t& steps) const noexcept;
+
+    // Adds an entry whose text is not there yet.
+    void Add(StringPoolEntry& entry) noexcept;
+    void Remove(StringPoolEntry& entry) noexcept;
+
+    [[nodiscard]] std::size_t Size() const noexcept { return size_; }
+
+private:
+    [[nodiscard]] std::uint32_t Hash(std::string_view text) const noexcept;
+    [[nodiscard]] std::size_t SlotOf(std::uint32_t hash) const noexcept {
+        return hash & (slots_.size() - 1);
+    }
+    void Link(StringPoolEntry& entry) noexcept;
+    void Grow() noexcept;
+
+    SipHashKey key_;
+    std::vector<StringPoolEntry*> slots_;  // a power of two
+    std::size_t size_ = 0;
+};
+
+}  // namespace Vorn
