@@ -31,6 +31,9 @@ struct FileStatus {
 [[nodiscard]] bool Exists(const char* path);
 [[nodiscard]] bool GetStatus(const char* path, FileStatus& status);
 
+// Whether both paths lead to one and the same file; false when either is missing.
+[[nodiscard]] bool IsSameFile(const char* a, const char* b);
+
 // Removes a file. Refuses a directory, and a file that is read-only (see SetReadOnly).
 [[nodiscard]] bool RemoveFile(const char* path);
 

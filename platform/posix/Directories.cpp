@@ -106,6 +106,14 @@ bool GetStatus(const char* path, FileStatus& status) {
     return true;
 }
 
+bool IsSameFile(const char* a, const char* b) {
+    struct stat first {};
+    struct stat second {};
+    return stat(FindExistingPath(a).c_str(), &first) == 0 &&
+           stat(FindExistingPath(b).c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 bool RemoveFile(const char* path) {
     const std::string name = ToSystemPath(path);
     struct stat status {};

@@ -2,8 +2,8 @@
 
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -148,6 +148,7 @@ bool Process::Start(const char* commandLine, Console /*console*/) {
     std::vector<std::string> arguments = posix::SplitArguments(rest);
     arguments.insert(arguments.begin(), program);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments) {
         pointers.push_back(argument.data());
     }
@@ -169,7 +170,7 @@ bool Process::Wait(int milliseconds) {
         return ended_;
     }
     if (milliseconds >= 0) {
-        const int descriptor = pidfd_open(processId_, 0);
+        const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, processId_, 0));
         const bool ended = descriptor >= 0 && PollReadable(descriptor, milliseconds);
         close(descriptor);
         return ended && Collect(0);

@@ -1,0 +1,60 @@
+#include "platform/Libraries.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/posix/PathLookup.h"
+
+namespace platform {
+namespace {
+
+constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
+
+}  // namespace
+
+Library::Library(Library&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+
+Library& Library::operator=(Library&& other) noexcept {
+    if (this != &other) {
+        Free();
+        handle_ = std::exchange(other.handle_, nullptr);
+    }
+    return *this;
+}
+
+Library::~Library() { Free(); }
+
+bool Library::Load(const char* path) {
+    Free();
+    std::string name = posix::FindExistingPath(path);
+    std::error_code error;
+    // Without a separator the system would not look into the current directory.
+    if (name.find('/') == std::string::npos && std::filesystem::exists(name, error)) {
+        name.insert(0, "./");
+    }
+    // The system takes an empty name for the program itself.
+    handle_ = name.empty() ? nullptr : dlopen(name.c_str(), kMode);
+    return IsLoaded();
+}
+
+bool Library::LoadProgram() {
+    Free();
+    handle_ = dlopen(nullptr, kMode);
+    return IsLoaded();
+}
+
+void* Library::Find(const char* symbol) const {
+    return IsLoaded() ? dlsym(handle_, symbol) : nullptr;
+}
+
+void Library::Free() noexcept {
+    if (IsLoaded()) {
+        dlclose(std::exchange(handle_, nullptr));
+    }
+}
+
+}  // namespace platform

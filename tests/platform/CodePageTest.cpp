@@ -1,0 +1,70 @@
+#include "platform/CodePage.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace platform {
+namespace {
+
+TEST(CodePage, EveryByteComesBackFromUtf16AndUtf8) {
+    std::set<char16_t> units;
+    std::string all;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        units.insert(AnsiToUtf16(static_cast<unsigned char>(byte)));
+        all += static_cast<char>(byte);
+    }
+    EXPECT_EQ(units.size(), 256u);
+    EXPECT_EQ(Utf16ToAnsi(AnsiToUtf16(all)), all);
+    EXPECT_EQ(Utf8ToAnsi(AnsiToUtf8(all)), all);
+}
+
+TEST(CodePage, KnownCharacters) {
+    EXPECT_EQ(AnsiToUtf16(std::string_view("A\x80\x8A\x81\x9F\xE9")),
+              u"A\u20AC\u0160\x81\u0178\u00E9");
+    EXPECT_EQ(AnsiToUtf8("\x80\xE9\x99"), "\u20AC\u00E9\u2122");
+    unsigned char byte = 7;
+    EXPECT_FALSE(Utf16ToAnsi(u'\x80', byte));  // the euro sign has that byte
+    EXPECT_EQ(byte, 7);
+}
+
+TEST(CodePage, WhatTheCodePageLacksBecomesAQuestionMark) {
+    EXPECT_EQ(Utf16ToAnsi(u"a\u0416b\U0001F600c"), "a?b?c");
+    const char16_t loneSurrogates[] = {0xD800, u'x', 0xDC00, 0};
+    EXPECT_EQ(Utf16ToAnsi(loneSurrogates), "?x?");
+    const struct {
+        std::string_view utf8;
+        std::string_view ansi;
+    } rows[] = {
+        {"\u0416x", "?x"},       {"\U0001F600x", "?x"},   {"\x80x", "?x"},
+        {"\xC3", "?"},           {"\xC3x", "?x"},         {"\xE2\x82", "?"},
+        {"\xE2\x82x", "?x"},     {"\xC1\x81x", "?x"},  // 'A' in two bytes
+        {"\xE0\x81\x81x", "?x"},                       // 'A' in three
+        {"\xFFx", "?x"},         {"\xED\xA0\x80x", "?x"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.utf8));
+        EXPECT_EQ(Utf8ToAnsi(row.utf8), row.ansi);
+    }
+}
+
+TEST(CodePage, LetterCaseKnowsTheWholeCodePage) {
+    const std::string_view upper = "AZ\x8A\x8C\x8E\xC0\xD6\xD8\xDE\x9F";
+    const std::string_view lower = "az\x9A\x9C\x9E\xE0\xF6\xF8\xFE\xFF";
+    for (std::size_t i = 0; i < upper.size(); ++i) {
+        const auto u = static_cast<unsigned char>(upper[i]);
+        const auto l = static_cast<unsigned char>(lower[i]);
+        EXPECT_EQ(AnsiToLower(u), l);
+        EXPECT_EQ(AnsiToUpper(l), u);
+        EXPECT_EQ(AnsiToLower(l), l);
+        EXPECT_EQ(AnsiToUpper(u), u);
+    }
+    int letters = 0;
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        letters += AnsiToLower(static_cast<unsigned char>(byte)) != byte ? 1 : 0;
+    }
+    EXPECT_EQ(letters, 26 + 30 + 4);  // the signs 0xD7 and 0xF7 are none
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,107 @@
+// Clocks, debugger, dialogs, libraries and system information.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+
+#include "platform/Clock.h"
+#include "platform/Debugger.h"
+#include "platform/Dialogs.h"
+#include "platform/Libraries.h"
+#include "platform/SystemInfo.h"
+#include "tests/platform/TemporaryFolder.h"
+
+namespace platform {
+namespace {
+
+TEST(Clock, IntervalsAgree) {
+    const std::uint64_t counter = PerformanceCounter();
+    const std::uint32_t ticks = TickMilliseconds();
+    SleepMilliseconds(30);
+    const std::uint64_t milliseconds =
+        (PerformanceCounter() - counter) * 1000 / PerformanceFrequency();
+    EXPECT_GE(milliseconds, 30u);
+    EXPECT_NEAR(static_cast<double>(TickMilliseconds() - ticks), static_cast<double>(milliseconds),
+                20);
+    EXPECT_GT(WallClockSeconds(), 1'700'000'000);
+}
+
+TEST(Clock, LocalTimeFollowsTheZone) {
+    setenv("TZ", "EST5", 1);
+    tzset();
+    const LocalTime leapDay = ToLocalTime(951782400 + 5 * 3600 + 3723);  // 2000-02-29 UTC
+    EXPECT_EQ(leapDay.year, 2000);
+    EXPECT_EQ(leapDay.month, 2);
+    EXPECT_EQ(leapDay.day, 29);
+    EXPECT_EQ(leapDay.hour * 10000 + leapDay.minute * 100 + leapDay.second, 10203);
+    EXPECT_EQ(ToLocalTime(0).year, 1969);
+    EXPECT_EQ(ToLocalTime(INT64_MAX).month, 0);
+    unsetenv("TZ");
+    tzset();
+}
+
+TEST(Debugger, OutputIsSilentUnlessAskedFor) {
+    if (IsDebuggerPresent()) {
+        GTEST_SKIP() << "a debugger is attached";
+    }
+    unsetenv("VORN_DEBUG_OUTPUT");
+    testing::internal::CaptureStderr();
+    DebugOutput("silent\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    setenv("VORN_DEBUG_OUTPUT", "", 1);
+    testing::internal::CaptureStderr();
+    DebugOutput("100%s\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "100%s\n");
+    unsetenv("VORN_DEBUG_OUTPUT");
+}
+
+TEST(Dialogs, AreNotShownAndErrorsGoToStandardError) {
+    bool asked = false;
+    EXPECT_EQ(ShowDialog(1,
+                         [&] {
+                             asked = true;
+                             return std::string();
+                         }),
+              DialogResult::NotShown);
+    EXPECT_FALSE(asked);
+    testing::internal::CaptureStderr();
+    ShowErrorBox("Title", "Text");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Title: Text\n");
+}
+
+TEST(Libraries, SymbolsAreFoundWhileLoaded) {
+    std::string path = SAMPLE_LIBRARY;
+    path.replace(path.rfind('/'), 1, "\\");
+    path.replace(path.rfind("sample"), 6, "Sample");
+    Library library;
+    EXPECT_EQ(library.Find("SampleAnswer"), nullptr);
+    ASSERT_TRUE(library.Load(path.c_str()));
+    Library moved = std::move(library);
+    void* const symbol = moved.Find("SampleAnswer");
+    ASSERT_NE(symbol, nullptr);
+    EXPECT_EQ(reinterpret_cast<int (*)()>(symbol)(), 42);
+    EXPECT_EQ(moved.Find("NoSuchSymbol"), nullptr);
+    for (const char* absent : {"", "absent.so", "/dev/null"}) {
+        EXPECT_FALSE(moved.Load(absent)) << absent;
+        EXPECT_FALSE(moved.IsLoaded());
+    }
+    ASSERT_TRUE(moved.LoadProgram());
+    EXPECT_EQ(moved.Find("SampleAnswer"), nullptr);  // freed
+    EXPECT_NE(moved.Find("malloc"), nullptr);
+}
+
+TEST(SystemInfo, DescribesThisMachine) {
+    const OperatingSystem system = GetOperatingSystem();
+    EXPECT_EQ(system.name, "Linux");
+    EXPECT_GE(system.major, 3u);
+    EXPECT_FALSE(UserName().empty());
+    EXPECT_GE(ProcessorCount(), 1u);
+    const MemoryStatus memory = GetMemoryStatus();
+    EXPECT_GT(memory.physicalFree, 1u << 20U);
+    EXPECT_GT(memory.physical, memory.physicalFree);
+    EXPECT_GE(memory.paging, memory.pagingFree);
+    EXPECT_GT(memory.address, memory.addressFree);
+    EXPECT_GT(memory.addressFree, memory.physical);
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,192 @@
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+
+#include "platform/Clock.h"
+#include "platform/Threads.h"
+
+namespace platform {
+namespace {
+
+std::unique_ptr<Thread> Start(const std::function<void()>& function) {
+    return CreateThread(
+        [function] {
+            function();
+            return 0U;
+        },
+        false);
+}
+
+TEST(Waiting, EventsStaySetOrReleaseOne) {
+    for (const bool manual : {false, true}) {
+        SCOPED_TRACE(manual);
+        const auto event = CreateEvent(manual, true, nullptr);
+        EXPECT_TRUE(event->Wait(0));
+        EXPECT_EQ(event->Wait(0), manual);
+        event->Reset();
+        EXPECT_FALSE(event->Wait(0));
+        event->Set();
+        event->Pulse();  // nobody waits
+        EXPECT_FALSE(event->Wait(0));
+    }
+}
+
+TEST(Waiting, PulseReleasesThoseThatWaitNow) {
+    for (const bool manual : {false, true}) {
+        SCOPED_TRACE(manual);
+        const auto event = CreateEvent(manual, false, "");
+        std::atomic<int> released = 0;
+        const auto wait = [&] { released += event->Wait(kWaitForever) ? 1 : 0; };
+        const std::array threads = {Start(wait), Start(wait), Start(wait)};
+        SleepMilliseconds(50);  // for all three to wait
+        event->Pulse();
+        SleepMilliseconds(50);
+        EXPECT_EQ(released, manual ? 3 : 1);
+        EXPECT_FALSE(event->Wait(0));
+        while (released < 3) {
+            event->Set();
+            SleepMilliseconds(1);
+        }
+    }
+}
+
+TEST(Waiting, SemaphoresCount) {
+    const auto semaphore = CreateSemaphore(1, 3, nullptr);
+    EXPECT_TRUE(semaphore->Wait(0));
+    EXPECT_FALSE(semaphore->Wait(0));
+    EXPECT_FALSE(semaphore->Release(0));
+    EXPECT_FALSE(semaphore->Release(-1));
+    EXPECT_FALSE(semaphore->Release(4));
+    EXPECT_TRUE(semaphore->Release(2));
+    EXPECT_FALSE(semaphore->Release(2147483647));
+    EXPECT_TRUE(semaphore->Release(1));
+    EXPECT_TRUE(semaphore->Wait(0) && semaphore->Wait(0) && semaphore->Wait(0));
+    EXPECT_FALSE(semaphore->Wait(0));
+}
+
+TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
+    const auto mutex = CreateMutex(true, nullptr);
+    EXPECT_TRUE(mutex->Wait(0));
+    std::atomic<bool> taken = true;
+    std::atomic<bool> released = true;
+    const auto other = Start([&] {
+        taken = mutex->Wait(10);
+        released = mutex->Release();
+        taken = taken || !mutex->Wait(kWaitForever);
+    });
+    SleepMilliseconds(50);
+    EXPECT_TRUE(mutex->Release());
+    EXPECT_FALSE(other->Wait(20));  // still owned once
+    EXPECT_TRUE(mutex->Release());
+    EXPECT_TRUE(other->Wait(10000));
+    EXPECT_FALSE(taken);
+    EXPECT_FALSE(released);
+    EXPECT_FALSE(mutex->Release());
+}
+
+TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
+    const auto a = CreateEvent(false, false, nullptr);
+    const auto b = CreateSemaphore(1, 1, nullptr);
+    const auto c = CreateEvent(false, true, nullptr);
+    const std::array<Waitable*, 3> all = {a.get(), b.get(), c.get()};
+    EXPECT_EQ(WaitForAny(all, 0), 1);
+    EXPECT_EQ(WaitForAny(all, kWaitForever), 2);
+    const std::uint32_t start = TickMilliseconds();
+    EXPECT_EQ(WaitForAny(all, 30), -1);
+    EXPECT_GE(TickMilliseconds() - start, 29u);
+    const auto setter = Start([&] {
+        SleepMilliseconds(20);
+        c->Set();
+        a->Set();
+    });
+    EXPECT_EQ(WaitForAny(all, 10000) % 2, 0);
+    EXPECT_EQ(WaitForAny({}, 0), -1);
+}
+
+TEST(Waiting, NamesAreSharedByType) {
+    auto first = CreateEvent(true, false, "name");
+    const auto second = CreateEvent(false, true, "name");
+    const auto other = CreateEvent(true, true, "Name");
+    EXPECT_EQ(first, second);
+    EXPECT_NE(first, other);
+    EXPECT_FALSE(second->Wait(0));
+    EXPECT_TRUE(CreateMutex(false, "name")->Wait(0));
+    EXPECT_NE(CreateEvent(true, true, ""), CreateEvent(true, true, ""));
+    EXPECT_TRUE(CreateSemaphore(1, 1, "gone")->Wait(0));
+    EXPECT_TRUE(CreateSemaphore(1, 1, "gone")->Wait(0));  // the first had no opener left
+}
+
+TEST(Threads, RunSuspendEndAndTellTheirCode) {
+    std::atomic<std::uint32_t> id = 0;
+    const auto thread = CreateThread(
+        [&] {
+            id = CurrentThreadId();
+            return 0xFFFFFFFEU;
+        },
+        true);
+    std::uint32_t code = 1;
+    EXPECT_FALSE(thread->Wait(30));
+    EXPECT_EQ(id, 0u);
+    EXPECT_FALSE(thread->GetExitCode(code));
+    EXPECT_EQ(code, 1u);
+    EXPECT_TRUE(thread->Resume());
+    EXPECT_TRUE(thread->Wait(10000) && thread->Wait(0));
+    EXPECT_TRUE(thread->GetExitCode(code));
+    EXPECT_EQ(code, 0xFFFFFFFEU);
+    EXPECT_NE(id, CurrentThreadId());
+    EXPECT_TRUE(thread->SetPriority(0));
+    EXPECT_FALSE(thread->SetPriority(-1));  // it has ended
+}
+
+TEST(Threads, ASuspendedThreadMayGoUnrun) {
+    std::atomic<bool> ran = false;
+    auto owned = std::make_shared<int>(1);
+    const std::weak_ptr<int> watch = owned;
+    CreateThread(
+        [&ran, owned = std::move(owned)] {
+            ran = true;
+            return 0U;
+        },
+        true)
+        .reset();
+    EXPECT_FALSE(ran);
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST(Threads, PriorityReachesTheSystem) {
+    std::atomic<std::uint32_t> id = 0;
+    const auto gate = CreateEvent(true, false, nullptr);
+    const auto thread = Start([&] {
+        id = CurrentThreadId();
+        static_cast<void>(gate->Wait(kWaitForever));
+    });
+    EXPECT_TRUE(thread->SetPriority(-100));  // the lowest there is
+    while (id == 0) {
+        SleepMilliseconds(1);
+    }
+    EXPECT_EQ(getpriority(PRIO_PROCESS, id), 15);
+    EXPECT_EQ(getpriority(PRIO_PROCESS, CurrentThreadId()), 0);
+    gate->Set();
+}
+
+TEST(Threads, RecursiveLockKeepsOthersOut) {
+    RecursiveLock lock;
+    int counter = 0;
+    const auto count = [&] {
+        for (int i = 0; i < 10000; ++i) {
+            lock.Enter();
+            lock.Enter();
+            ++counter;
+            lock.Leave();
+            lock.Leave();
+        }
+    };
+    { const std::array threads = {Start(count), Start(count)}; }
+    EXPECT_EQ(counter, 20000);
+}
+
+}  // namespace
+}  // namespace platform
