@@ -1,0 +1,238 @@
+// Creating an archive, adding and deleting members, writing the index.
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "KernelStandard/Crc32.h"
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/LittleEndian.h"
+#include "kernel/Exceptions.h"
+#include "platform/Directories.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::uint32_t kIndexBatch = 1024;  // records written at a time
+
+FileSubArchive::ProgressHook progressHook = nullptr;
+
+}  // namespace
+
+void FileSubArchive::SetProgressHook(ProgressHook hook) { progressHook = hook; }
+
+FileSubArchive::~FileSubArchive() { (void)Complete(); }
+
+void FileSubArchive::CreateArchive() {
+    using namespace platform;
+    header_.magic = kArchiveMagic;
+    header_.version = kArchiveVersion102;
+    const bool created =
+        handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
+    if (!created || !WriteAt(0, EncodePreamble(header_))) {
+        handle_.Close();
+        if (created) (void)RemoveFile(path_.c_str());
+        throw FileEx("KernelStandard/FileSubArchive", __LINE__,
+                     "Substitute() Open new archive failed");
+    }
+    indexValid_ = true;
+    indexDirty_ = true;
+}
+
+bool FileSubArchive::CanAddMembers() const {
+    return IsAvailable() && header_.version == kArchiveVersion102;
+}
+
+bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags /*flags*/) {
+    if (!CanAddMembers() || std::string_view(name).size() >= kMaxPath) return false;
+    const TemporaryName temporary = MakeTemporaryName();
+    platform::FileHandle handle;
+    if (!handle.Open(temporary.data(), platform::Access::Write,
+                     platform::Creation::CreateOrTruncate, platform::Share::DenyAll)) {
+        return false;
+    }
+    platform::SetHidden(temporary.data(), true);
+    file.AttachOwned(std::move(handle), *this, name, temporary);
+    return true;
+}
+
+bool FileSubArchive::CloseFile(File& file) {
+    CountClosed();
+    if (file.WriteKind() != kWritePlain && file.WriteKind() != kWriteCompressed) return true;
+    const bool flushed = file.OwnHandle().Close() && !file.WriteFailed();
+    platform::FileHandle content;
+    bool added =
+        flushed && content.Open(file.TemporaryPath(), platform::Access::Read,
+                                platform::Creation::OpenExisting, platform::Share::DenyWrite);
+    if (added) {
+        const ScopedLock hold(lock_);
+        added = AddMember(file, content);
+    }
+    content.Close();
+    return platform::RemoveFile(file.TemporaryPath()) && added;
+}
+
+bool FileSubArchive::AddMember(const File& file, platform::FileHandle& content) {
+    const std::int64_t length = content.Length();
+    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return false;
+    NewMember member;
+    SetPath(member.entry.name, file.Name());
+    member.entry.size = static_cast<std::uint32_t>(length);
+    // Looked up first: a walk would meet the new member in the file.
+    const auto replaced = LookUpOrdinal(file.Name());
+
+    member.chunkOffset = member.end = WriteOffset();
+    if (indexValid_) indexDirty_ = true;  // the old index is overwritten
+    if (!WriteMember(content, file.WriteKind(), member)) {
+        (void)handle_.Truncate(member.chunkOffset);
+        return false;
+    }
+    if (replaced) (void)DeleteMember(*replaced);
+    if (indexValid_) {
+        const std::uint64_t dataOffset = member.chunkOffset + kMemberPrefixSize;
+        index_.Add(static_cast<std::uint32_t>(dataOffset), member.entry.storedSize, member.entry);
+        header_.indexOffset = static_cast<std::uint32_t>(member.end);
+    }
+    return true;
+}
+
+// Where the old index stands, unless members stand behind it.
+std::uint64_t FileSubArchive::WriteOffset() const {
+    if (indexValid_ && header_.indexOffset != 0 && index_.EndOfData() <= header_.indexOffset) {
+        return header_.indexOffset;
+    }
+    const std::int64_t length = handle_.Length();
+    return length < 0 ? kMaxArchiveSize : static_cast<std::uint64_t>(length);
+}
+
+bool FileSubArchive::WriteMember(platform::FileHandle& content, FileMode writeKind,
+                                 NewMember& member) {
+    std::array<std::byte, kMemberPrefixSize> prefix{};
+    const std::span<std::byte, kMemberPrefixSize> bytes(prefix);
+    // The length stays 0 until the member is complete.
+    EncodeChunkHeader(bytes.first<kChunkHeaderSize>(), kMemberChunk, 0);
+    EncodeEntry(bytes.subspan<kChunkHeaderSize, kFindEntrySize>(), member.entry);
+    if (handle_.Seek(static_cast<std::int64_t>(member.chunkOffset), platform::SeekOrigin::Begin) <
+            0 ||
+        !Append(member, prefix)) {
+        return false;
+    }
+    if (writeKind == kWriteCompressed) {
+        member.entry.attributes = kMemberCompressed;
+        if (!Append(member, EncodeStreamHeader(member.entry.size))) return false;
+    }
+    return CopyContent(content, writeKind, member) && FinishMember(member);
+}
+
+bool FileSubArchive::CopyContent(platform::FileHandle& content, FileMode writeKind,
+                                 NewMember& member) {
+    const bool compress = writeKind == kWriteCompressed;
+    const auto piece = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
+    const auto block = std::make_unique_for_overwrite<BlockBuffer>();
+    const std::uint64_t dataOffset = member.chunkOffset + kMemberPrefixSize;
+    Crc32 crc;
+    for (std::uint32_t done = 0; done < member.entry.size;) {
+        const std::size_t wanted = std::min<std::size_t>(kBlockSize, member.entry.size - done);
+        const auto bytes = std::span(*piece).first(wanted);
+        if (content.Read(bytes) != static_cast<std::int64_t>(wanted)) return false;
+        crc.Update(bytes);
+        if (!Append(member, compress ? EncodeBlock(*block, bytes) : ByteView(bytes))) return false;
+        done += static_cast<std::uint32_t>(wanted);
+        if (progressHook != nullptr) {
+            progressHook(done, compress ? static_cast<std::uint32_t>(member.end - dataOffset) : 0);
+        }
+    }
+    member.entry.storedSize = static_cast<std::uint32_t>(member.end - dataOffset);
+    member.entry.crc = crc.Value();
+    return true;
+}
+
+// The length makes the member one: until now a walk over the chunks ends before it.
+bool FileSubArchive::FinishMember(NewMember& member) {
+    constexpr std::size_t kLengthOffset = 4;
+    const std::uint64_t indexEnd =
+        member.end + kChunkHeaderSize + (std::uint64_t{index_.Count()} + 1) * kIndexRecordSize;
+    if (indexEnd > kMaxArchiveSize) return false;
+    std::array<std::byte, kMemberPrefixSize> prefix{};
+    const std::span<std::byte, kMemberPrefixSize> bytes(prefix);
+    EncodeChunkHeader(bytes.first<kChunkHeaderSize>(), kMemberChunk,
+                      static_cast<std::uint32_t>(kFindEntrySize + member.entry.storedSize));
+    EncodeEntry(bytes.subspan<kChunkHeaderSize, kFindEntrySize>(), member.entry);
+    return WriteAt(member.chunkOffset + kLengthOffset, bytes.subspan<kLengthOffset>());
+}
+
+bool FileSubArchive::Append(NewMember& member, std::span<const std::byte> bytes) {
+    if (member.end + bytes.size() > kMaxArchiveSize) return false;
+    member.end += bytes.size();
+    return handle_.Write(bytes) == bytes.size();
+}
+
+bool FileSubArchive::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
+    const auto wanted = static_cast<std::int64_t>(offset);
+    return handle_.Seek(wanted, platform::SeekOrigin::Begin) == wanted &&
+           handle_.Write(bytes) == bytes.size();
+}
+
+bool FileSubArchive::Delete(const char* name) {
+    if (readOnly_) return false;
+    const ScopedLock hold(lock_);
+    const auto ordinal = LookUpOrdinal(name);
+    return ordinal && DeleteMember(*ordinal);
+}
+
+bool FileSubArchive::DeleteMember(Ordinal ordinal) {
+    const std::uint32_t dataOffset = index_[ordinal].dataOffset;
+    std::array<std::byte, 4> mark{};
+    // An index that points elsewhere must not make us write there.
+    if (dataOffset < kMemberPrefixSize || !ReadExactly(dataOffset - kMemberPrefixSize, mark) ||
+        !MarkEquals(mark, kMemberChunk) ||
+        !WriteAt(dataOffset - kMemberPrefixSize, std::as_bytes(std::span(kDeletedChunk)))) {
+        return false;
+    }
+    index_.Remove(ordinal);
+    if (indexValid_) indexDirty_ = true;
+    return true;
+}
+
+bool FileSubArchive::Complete() {
+    const ScopedLock hold(lock_);
+    if (readOnly_ || !IsAvailable() || !indexValid_ || !indexDirty_) return true;
+    indexDirty_ = !WriteIndex();
+    return !indexDirty_;
+}
+
+bool FileSubArchive::WriteIndex() {
+    const std::uint64_t offset = WriteOffset();
+    if (offset > kMaxArchiveSize) return false;
+    const std::uint64_t length = std::uint64_t{index_.Count()} * kIndexRecordSize;
+    if (length > kMaxArchiveSize) return false;
+
+    std::array<std::byte, kChunkHeaderSize> chunk{};
+    EncodeChunkHeader(chunk, kIndexChunk, 0);
+    if (!WriteAt(offset, chunk) || !WriteIndexRecords()) return false;
+    EncodeChunkHeader(chunk, kIndexChunk, static_cast<std::uint32_t>(length));
+    if (!WriteAt(offset, chunk)) return false;
+
+    header_.memberCount = index_.Count();
+    header_.indexOffset = static_cast<std::uint32_t>(offset);
+    return WriteAt(0, EncodePreamble(header_));
+}
+
+bool FileSubArchive::WriteIndexRecords() {
+    std::vector<std::byte> batch;
+    batch.reserve(std::size_t{kIndexBatch} * kIndexRecordSize);
+    for (Ordinal ordinal = 0; ordinal < index_.End(); ++ordinal) {
+        const MemberRecord& member = index_[ordinal];
+        if (member.removed) continue;
+        std::array<std::byte, kIndexRecordSize> bytes{};
+        EncodeIndexRecord(bytes, {member.dataOffset, member.storedSize, member.entry});
+        batch.insert(batch.end(), bytes.begin(), bytes.end());
+        if (batch.size() < batch.capacity()) continue;
+        if (handle_.Write(batch) != batch.size()) return false;
+        batch.clear();
+    }
+    return handle_.Write(batch) == batch.size();
+}
+
+}  // namespace Vorn

@@ -1,0 +1,114 @@
+#include "KernelStandard/CompressedStream.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+
+#include "KernelStandard/ArchiveFormat.h"
+#include "KernelStandard/BytePair.h"
+#include "KernelStandard/LittleEndian.h"
+#include "platform/Directories.h"
+#include "platform/Files.h"
+#include "platform/Processes.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::string_view kStreamMark = "CFIL";
+constexpr std::uint16_t kStoredBlock = 0x8000;
+
+std::atomic<std::uint32_t> temporaryNameCounter{0};
+
+[[nodiscard]] bool WriteAll(platform::FileHandle& file, ByteView bytes) {
+    return file.Write(bytes) == bytes.size();
+}
+
+// Writes the stream of everything `plain` holds, from its start.
+[[nodiscard]] bool WriteStream(platform::FileHandle& plain, std::uint32_t length,
+                               platform::FileHandle& out) {
+    if (!WriteAll(out, EncodeStreamHeader(length))) return false;
+    const auto piece = std::make_unique<std::array<std::byte, kBlockSize>>();
+    const auto block = std::make_unique<BlockBuffer>();
+    for (std::uint32_t left = length; left > 0;) {
+        const std::size_t wanted = std::min<std::size_t>(left, kBlockSize);
+        const auto content = std::span(*piece).first(wanted);
+        if (plain.Read(content) != static_cast<std::int64_t>(wanted)) return false;
+        if (!WriteAll(out, EncodeBlock(*block, content))) return false;
+        left -= static_cast<std::uint32_t>(wanted);
+    }
+    return true;
+}
+
+[[nodiscard]] bool WriteCompressedCopy(const char* path, const char* copy) {
+    platform::FileHandle plain;
+    if (!plain.Open(path, platform::Access::Read, platform::Creation::OpenExisting,
+                    platform::Share::DenyWrite)) {
+        return false;
+    }
+    const std::int64_t length = plain.Length();
+    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return false;
+
+    platform::FileHandle out;
+    if (!out.Open(copy, platform::Access::Write, platform::Creation::CreateOrTruncate,
+                  platform::Share::DenyAll)) {
+        return false;
+    }
+    platform::SetHidden(copy, true);
+    const bool written = WriteStream(plain, static_cast<std::uint32_t>(length), out);
+    return out.Close() && written;
+}
+
+}  // namespace
+
+bool IsStreamMark(std::span<const std::byte> bytes) {
+    return bytes.size() >= 4 && MarkEquals(bytes.first<4>(), kStreamMark);
+}
+
+StreamHeader DecodeStreamHeader(std::span<const std::byte, kStreamHeaderSize> bytes) {
+    return {.version = LoadU32<4>(bytes), .contentSize = LoadU32<8>(bytes)};
+}
+
+std::array<std::byte, kStreamHeaderSize> EncodeStreamHeader(std::uint32_t contentSize) {
+    std::array<std::byte, kStreamHeaderSize> bytes{};
+    std::ranges::copy(std::as_bytes(std::span(kStreamMark)), bytes.begin());
+    StoreU32<4>(std::span(bytes), kStreamVersion);
+    StoreU32<8>(std::span(bytes), contentSize);
+    return bytes;
+}
+
+BlockHeader DecodeBlockHeader(std::span<const std::byte, kBlockHeaderSize> bytes) {
+    const std::uint16_t word = LoadU16<0>(bytes);
+    return {.stored = (word & kStoredBlock) != 0,
+            .length = static_cast<std::uint16_t>(word & ~kStoredBlock)};
+}
+
+std::span<const std::byte> EncodeBlock(BlockBuffer& block, std::span<const std::byte> piece) {
+    const std::span<std::byte, kBlockHeaderSize + kBlockSize> whole(block);
+    const std::size_t length = CompressBlock(whole.subspan<kBlockHeaderSize>(), piece);
+    const auto stored = static_cast<std::uint16_t>(length == piece.size() ? kStoredBlock : 0);
+    StoreU16<0>(whole, static_cast<std::uint16_t>(length | stored));
+    return whole.first(kBlockHeaderSize + length);
+}
+
+bool CompressFileInPlace(const char* path) {
+    const TemporaryName temporary = MakeTemporaryName();
+    if (!WriteCompressedCopy(path, temporary.data())) {
+        (void)platform::RemoveFile(temporary.data());
+        return false;
+    }
+    // From here on the content is complete in the temporary file, whatever happens.
+    if (!platform::RemoveFile(path) || !platform::Rename(temporary.data(), path)) return false;
+    platform::SetHidden(path, false);
+    return true;
+}
+
+TemporaryName MakeTemporaryName() {
+    TemporaryName name{};
+    std::snprintf(name.data(), name.size(), "%08X.T%08X", platform::CurrentProcessId(),
+                  temporaryNameCounter.fetch_add(1));
+    return name;
+}
+
+}  // namespace Vorn

@@ -1,0 +1,205 @@
+#include "KernelStandard/File.h"
+
+#include <atomic>
+#include <limits>
+
+#include "KernelStandard/ArchiveFormat.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::uint64_t kNoRawEnd = std::numeric_limits<std::uint64_t>::max();
+
+std::atomic<int> openFiles{0};
+
+[[nodiscard]] bool IsCreating(FileMode mode) {
+    const FileMode creation = mode & kCreationMask;
+    return creation == kCreateOrTruncate || creation == kCreateNew;
+}
+
+}  // namespace
+
+// Left uninitialised: nothing is read that was not put there before.
+File::File() : buffer_(std::make_unique_for_overwrite<Buffer>()) {}
+
+File::~File() { Close(); }
+
+FileResult File::Open(const char* path, FileMode mode, int textMode) {
+    const std::string_view whole(path);
+    const std::size_t colon = whole.find(':');
+    if (colon == std::string_view::npos || colon < 2) {
+        return Open(InternedString(), path, mode, textMode);
+    }
+    if (colon >= kMaxPath) return IsOpen() ? RES_ALREADYOPEN : RES_FILENOTFOUND;
+    return Open(Intern(whole.substr(0, colon)), path + colon + 1, mode, textMode);
+}
+
+FileResult File::Open(const InternedString& substName, const char* path, FileMode mode,
+                      int textMode) {
+    textMode_ = textMode == 0 ? kTextAnsi : textMode;
+    if (IsOpen()) return RES_ALREADYOPEN;
+    Reset(mode);
+    if ((mode & kUnsupportedMask) == kUnsupported) return RES_MODENOTSUPPORTED;
+    if (std::string_view(path).size() >= kMaxPath) return RES_FILENOTFOUND;
+
+    bool mounted = false;
+    const bool opened = OpenThroughSubst(substName, path, mounted) || (!mounted && OpenPlain(path));
+    if (!opened) {
+        return (mode & kCreationMask) == kCreateNew ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
+    }
+    if (const FileResult result = ProbeCompression(); result != RES_OK) return result;
+    if ((mode & kCreationMask) == kAppend) Seek(0, SeekFrom::End);
+    ++openFiles;
+    counted_ = true;
+    return RES_OK;
+}
+
+void File::Reset(FileMode mode) {
+    mode_ = mode;
+    size_.reset();
+    if (IsCreating(mode)) size_ = 0;
+    cursor_ = buffered_ = unwritten_ = 0;
+    headerLength_ = position_ = nextBlock_ = 0;
+    rawPosition_ = 0;
+    rawEnd_ = kNoRawEnd;
+    writeFailed_ = false;
+    owner_ = nullptr;
+}
+
+OpenFlags File::FlagsOfMode() const {
+    using platform::Creation;
+    OpenFlags flags;
+    flags.access = WriteKind() != 0 ? platform::Access::ReadWrite : platform::Access::Read;
+    switch (mode_ & kCreationMask) {
+        case kCreateOrTruncate:
+            flags.creation = Creation::CreateOrTruncate;
+            break;
+        case kAppend:
+            flags.creation = Creation::OpenOrCreate;
+            break;
+        case kCreateNew:
+            flags.creation = Creation::CreateNew;
+            break;
+        default:
+            flags.creation = Creation::OpenExisting;
+    }
+    return flags;
+}
+
+bool File::OpenThroughSubst(const InternedString& substName, const char* path, bool& mounted) {
+    FileSubstList& list = FileSubstList::Instance();
+    SubstEntry* entry = list.FindSubst(substName);
+    mounted = entry != nullptr;
+    if (!mounted) return false;
+    return ReadKind() == 0 ? list.OpenWrite(*entry, *this, path, FlagsOfMode())
+                           : list.OpenRead(*entry, *this, path, FlagsOfMode());
+}
+
+bool File::OpenPlain(const char* path) {
+    const OpenFlags flags = FlagsOfMode();
+    const auto share = WriteKind() != 0 ? platform::Share::DenyAll : platform::Share::DenyWrite;
+    if (!own_.Open(path, flags.access, flags.creation, share)) return false;
+    handle_ = &own_;
+    SetPath(name_, path);
+    return true;
+}
+
+void File::AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name,
+                       const TemporaryName& temporary) {
+    SetPath(name_, name);
+    temporary_ = temporary;
+    own_ = std::move(handle);
+    handle_ = &own_;
+    owner_ = &owner;
+    owner.CountOpened();
+}
+
+void File::AttachMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
+                        std::uint32_t dataOffset, std::uint32_t storedSize, std::uint32_t size) {
+    SetPath(name_, name);
+    handle_ = &shared;
+    owner_ = &owner;
+    owner.CountOpened();
+    size_ = size;
+    headerLength_ = dataOffset;
+    rawPosition_ = dataOffset;
+    rawEnd_ = std::uint64_t{dataOffset} + storedSize;
+}
+
+FileResult File::ProbeCompression() {
+    if (IsCreating(mode_)) {
+        if (ReadKind() == kReadDetect) mode_ = (mode_ & ~kReadKindMask) | kReadPlain;
+        return RES_OK;
+    }
+    if (ReadKind() != kReadDetect && ReadKind() != kReadCompressed) return RES_OK;
+
+    const bool shortHeader = owner_ != nullptr && owner_->GetStorageKind() == kArchiveVersion101;
+    const std::size_t wanted = shortHeader ? kShortStreamHeaderSize : kStreamHeaderSize;
+    const std::int64_t got = RawRead(std::span(*buffer_).first(wanted));
+    if (got < 0) return Refuse(RES_UNKNOWN);
+
+    const auto probed = static_cast<std::size_t>(got);
+    if (probed == wanted && IsStreamMark(std::span(*buffer_).first(wanted))) {
+        return AcceptStream(probed);
+    }
+    if (probed == wanted && ReadKind() == kReadCompressed) return Refuse(RES_NOTCOMPRESSED);
+    mode_ = (mode_ & ~kReadKindMask) | kReadPlain;
+    buffered_ = static_cast<std::uint32_t>(probed);
+    return RES_OK;
+}
+
+FileResult File::AcceptStream(std::size_t probed) {
+    headerLength_ += static_cast<std::uint32_t>(probed);
+    mode_ = (mode_ & ~kReadKindMask) | kReadCompressed;
+    if (probed == kStreamHeaderSize) {
+        const StreamHeader header =
+            DecodeStreamHeader(std::span(*buffer_).first<kStreamHeaderSize>());
+        if (header.version >= kStreamVersion) size_ = header.contentSize;
+    }
+    return WriteKind() != 0 ? Refuse(RES_CANTWRITECOMPRESSED) : RES_OK;
+}
+
+FileResult File::Refuse(FileResult result) {
+    if (handle_ != &own_) return result;
+    own_.Close();
+    handle_ = nullptr;
+    if (owner_ != nullptr) owner_->CountClosed();
+    owner_ = nullptr;
+    return result;
+}
+
+bool File::Close() {
+    if (!IsOpen()) return true;
+    Flush();
+    bool good = !writeFailed_;
+    if (owner_ != nullptr) {
+        good = owner_->CloseFile(*this) && good;
+    } else {
+        good = own_.Close() && good;
+        if (good && WriteKind() == kWriteCompressed) good = CompressFileInPlace(name_.c_str());
+    }
+    own_.Close();
+    handle_ = nullptr;
+    owner_ = nullptr;
+    if (counted_) --openFiles;
+    counted_ = false;
+    return good;
+}
+
+std::uint32_t File::Size() {
+    if (!size_) {
+        const std::int64_t length = IsOpen() ? handle_->Length() : -1;
+        if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) {
+            throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
+        }
+        size_ = static_cast<std::uint32_t>(length);
+    }
+    return *size_;
+}
+
+int File::OpenFileCount() { return openFiles.load(); }
+
+}  // namespace Vorn

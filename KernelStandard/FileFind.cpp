@@ -1,0 +1,163 @@
+#include "KernelStandard/FileFind.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/FileSubPath.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "kernel/Paths.h"
+
+namespace Vorn {
+
+namespace {
+
+// The folder of a search in the file system; the current one has no text.
+[[nodiscard]] std::string FolderPath(std::string_view folder) {
+    return folder.empty() ? std::string(".") : std::string(folder);
+}
+
+[[nodiscard]] FindEntry EntryOf(const platform::DirectoryEntry& listed) {
+    FindEntry entry;
+    SetPath(entry.name, listed.name);
+    entry.size = entry.storedSize = static_cast<std::uint32_t>(listed.status.size);
+    entry.creationTime = static_cast<std::uint32_t>(listed.status.creationTime);
+    entry.accessTime = static_cast<std::uint32_t>(listed.status.accessTime);
+    entry.writeTime = static_cast<std::uint32_t>(listed.status.writeTime);
+    entry.attributes = listed.status.attributes;
+    return entry;
+}
+
+}  // namespace
+
+bool File::Find::Open(const char* path) {
+    Close();
+    if (!SplitPattern(path)) return false;
+    FileSubstList& list = FileSubstList::Instance();
+    const char* rest = nullptr;
+    if (SubstEntry* entry = list.GetSubstOfPath(directory_.c_str(), rest)) {
+        backends_ = list.Collect(*entry);
+        std::ranges::reverse(backends_);
+        const std::string_view folder(rest);
+        SetPath(
+            directory_,
+            std::string(folder.substr(std::min(folder.find_first_not_of("/\\"), folder.size()))));
+    } else {
+        SearchDirectory(FolderPath(directory_.View()));
+    }
+    return Next();
+}
+
+bool File::Find::Open(const char* path, const InternedString& substName) {
+    Close();
+    if (!SplitPattern(path)) return false;
+    FileSubstList& list = FileSubstList::Instance();
+    SubstEntry* entry = list.FindSubst(substName);
+    if (entry == nullptr) {
+        throw FileEx("KernelStandard/FileFind", 62, "Open() Subst not found");
+    }
+    backends_ = list.Collect(*entry);
+    std::ranges::reverse(backends_);
+    return Next();
+}
+
+bool File::Find::SplitPattern(const char* path) {
+    SetPath(directory_, path);
+    pattern_ = FileNamePart(path);
+    StripFileName(directory_, false);
+    return directory_.View().find_first_of("*?") == std::string_view::npos;
+}
+
+bool File::Find::Next() {
+    while (Advance()) {
+        const PathBuffer full(entry_.Name());
+        entry_.name.fill('\0');
+        SetPath(entry_.name, FileNamePart(full.c_str()));
+        std::string lower(entry_.Name());
+        std::ranges::transform(lower, lower.begin(), AsciiToLower);
+        if (seen_.insert(std::move(lower)).second) return true;
+    }
+    return false;
+}
+
+bool File::Find::Advance() {
+    for (;;) {
+        if (archive_ != nullptr) {
+            const std::string pattern = std::string(directory_.View()) + pattern_;
+            if (archive_->FindNext(pattern.c_str(), archiveSearch_, entry_, true, false)) {
+                return true;
+            }
+        } else if (NextInDirectory()) {
+            return true;
+        }
+        if (!NextBackend()) return false;
+    }
+}
+
+bool File::Find::NextBackend() {
+    EndEnumeration();
+    while (!backends_.empty()) {
+        FileSub* backend = backends_.back();
+        backends_.pop_back();
+        if (SearchBackend(*backend)) return true;
+    }
+    return false;
+}
+
+bool File::Find::SearchBackend(FileSub& backend) {
+    if (backend.IsKind(kKindArchive)) {
+        archive_ = static_cast<FileSubArchive*>(&backend);
+        archiveSearch_ = archive_->BeginFind();
+        return true;
+    }
+    if (!backend.IsKind(kKindDirectory)) return false;
+    const std::string_view folder = directory_.View();
+    const std::size_t colon = folder.find(':');
+    const std::string_view below =
+        colon == std::string_view::npos ? folder : folder.substr(colon + 1);
+    PathBuffer path;
+    JoinPath(static_cast<const FileSubPath&>(backend).Root(), below, path);
+    SearchDirectory(path.c_str());
+    return true;
+}
+
+void File::Find::SearchDirectory(const std::string& folder) {
+    listing_.clear();
+    nextListed_ = 0;
+    (void)platform::ListDirectory(folder.c_str(), [this](const platform::DirectoryEntry& entry) {
+        // A longer name fits no path of the kernel.
+        if (entry.name.size() < kMaxPath && MatchWildcards(entry.name, pattern_)) {
+            listing_.push_back(entry);
+        }
+        return true;
+    });
+}
+
+bool File::Find::NextInDirectory() {
+    if (nextListed_ == listing_.size()) return false;
+    entry_ = EntryOf(listing_[nextListed_++]);
+    return true;
+}
+
+void File::Find::EndEnumeration() {
+    if (archive_ != nullptr) archive_->EndFind(archiveSearch_);
+    archive_ = nullptr;
+    listing_.clear();
+    nextListed_ = 0;
+}
+
+void File::Find::GetPath(PathSpan out) const {
+    PathBuffer path;
+    JoinPath(directory_.View(), entry_.Name(), path);
+    SetPath(out, path.View());
+}
+
+void File::Find::Close() {
+    EndEnumeration();
+    seen_.clear();
+    backends_.clear();
+    entry_ = FindEntry{};
+}
+
+}  // namespace Vorn

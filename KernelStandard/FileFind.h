@@ -1,0 +1,70 @@
+// Lists the files that match a path pattern.
+//
+// "data:sub\*.txt" walks every available backend of the substitution, the most recent mount first;
+// each name is returned once, in any letter case, from the first backend that has it.
+// "work/*.*" walks a directory of the file system, in byte order of the names. Wildcards stand
+// only in the last component.
+//
+// A search is used by one thread, and ends before its substitution is closed.
+#pragma once
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "KernelStandard/ArchiveFormat.h"
+#include "KernelStandard/File.h"
+#include "kernel/InternedString.h"
+#include "kernel/PathBuffer.h"
+#include "platform/Directories.h"
+
+namespace Vorn {
+
+class FileSubArchive;
+
+class File::Find {
+public:
+    Find() = default;
+    ~Find() { Close(); }
+    Find(const Find&) = delete;
+    Find& operator=(const Find&) = delete;
+
+    // Starts a search and moves to its first entry; false when there is none, or when a folder in
+    // the pattern holds wildcards.
+    [[nodiscard]] bool Open(const char* path);
+    // The same within a substitution. Throws FileEx when it is not mounted.
+    [[nodiscard]] bool Open(const char* path, const InternedString& substName);
+
+    // The next entry; false at the end.
+    [[nodiscard]] bool Next();
+
+    // The current entry, its name without the folder. Its name is empty before the first.
+    [[nodiscard]] const FindEntry& Entry() const { return entry_; }
+
+    // The pattern's folder joined with the current name.
+    void GetPath(PathSpan out) const;
+
+    void Close();
+
+private:
+    [[nodiscard]] bool SplitPattern(const char* path);
+    [[nodiscard]] bool Advance();
+    [[nodiscard]] bool NextBackend();
+    [[nodiscard]] bool SearchBackend(FileSub& backend);
+    void SearchDirectory(const std::string& folder);
+    [[nodiscard]] bool NextInDirectory();
+    void EndEnumeration();
+
+    FindEntry entry_;
+    PathBuffer directory_;            // up to and including the last component end
+    std::string pattern_;             // the last component
+    std::vector<FileSub*> backends_;  // still to search, the next one last
+    std::set<std::string> seen_;      // names returned, in lower case
+    FileSubArchive* archive_ = nullptr;
+    int archiveSearch_ = -1;
+    std::vector<platform::DirectoryEntry> listing_;
+    std::size_t nextListed_ = 0;
+};
+
+}  // namespace Vorn

@@ -1,0 +1,159 @@
+// Serves the members of one archive file, and writes them (layout: docs/formats/archive.md).
+//
+// Owns the descriptor and the index in memory. Member Files borrow the descriptor: each raw read
+// holds Lock() around it. Lock order: substitution list, then this.
+//
+// A member is found by its name in any letter case. A name stored with '\', or with "." or ".."
+// parts, is reached by searching only. Without a usable index, members are found by walking the
+// chunks of the file.
+//
+// Decided here, where the format leaves it open:
+// - A file shorter than 4 bytes, and one of format version 0x101, refuse new members: what was
+//   written could not be read back.
+// - A member that cannot be written whole (a full disk, more than 4 GiB) is not added, the member
+//   of that name that it would have replaced stays, and File::Close says so.
+// - A new member is complete on disk before the one it replaces is marked deleted.
+// - Deleting removes exactly the member that the lookup found, also when its name holds wildcards.
+// - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KernelStandard/ArchiveIndex.h"
+#include "KernelStandard/CompressedStream.h"
+#include "KernelStandard/FileSub.h"
+#include "KernelStandard/FileTypes.h"
+#include "kernel/SyncObject.h"
+#include "platform/Files.h"
+
+namespace Vorn {
+
+class FileSubArchive final : public FileSub {
+public:
+    // Called while a member is written: content bytes done, stored bytes so far (0 for a plain
+    // member).
+    using ProgressHook = void (*)(std::uint32_t contentBytes, std::uint32_t storedBytes);
+
+    // A missing file, or one that is not an archive, leaves the backend unavailable; a missing file
+    // that is writable is created. Throws FileEx only when a writable archive can be neither opened
+    // nor created. An existing file is never replaced.
+    FileSubArchive(const char* path, bool writable);
+
+    // Writes the index if it must be written.
+    ~FileSubArchive() override;
+
+    // What archives constructed from now on carry. Set before any thread writes.
+    static void SetDefaultBuildVersion(std::uint32_t value);
+    static void SetDefaultProductCode(std::uint32_t value);
+    static void SetProgressHook(ProgressHook hook);  // null for none
+
+    [[nodiscard]] bool IsReadOnly() const override { return readOnly_; }
+    [[nodiscard]] bool IsAvailable() const override { return handle_.IsOpen(); }
+    [[nodiscard]] std::uint32_t GetStorageKind() const override { return header_.version; }
+    [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindArchive; }
+    [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
+    [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
+    bool CloseFile(File& file) override;
+    // A member, or a directory of the archive when the last component has none of ". * ?".
+    [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
+    [[nodiscard]] bool Delete(const char* name) override;
+    [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
+    void CollectInto(std::vector<FileSub*>& list) override { list.push_back(this); }
+    void Lock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Enter(); }
+    void Unlock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Leave(); }
+    [[nodiscard]] bool IsRoot(const char* text) const override { return path_.View() == text; }
+
+    // As last read or written; the defaults for an archive that is not open.
+    [[nodiscard]] const ArchiveHeader& Header() const { return header_; }
+
+    // Writes index and header if they must be written. False when they could not be: the header
+    // then is as it was, and readers walk the chunks. The destructor does the same and cannot say.
+    [[nodiscard]] bool Complete();
+
+    // A search over the members. Handles are small numbers; an invalid one is ignored.
+    [[nodiscard]] int BeginFind();
+    void EndFind(int search);
+    // The next entry that matches `pattern` (MatchWildcards). A member below a directory that the
+    // pattern matches gives a directory entry, once for every such member. `advance` moves the
+    // search past the member's data; `exact` looks `pattern` up as one name instead.
+    [[nodiscard]] bool FindNext(const char* pattern, int search, FindEntry& entry, bool advance,
+                                bool exact);
+
+private:
+    using Ordinal = ArchiveIndex::Ordinal;
+
+    struct Search {
+        bool used = false;
+        std::uint64_t position = 0;  // in the file; a walk over the chunks goes on from here
+        bool prepared = false;
+        std::string prefix;               // the pattern's directories, when they are plain text
+        std::vector<Ordinal> candidates;  // members below them
+        std::size_t nextCandidate = 0;
+        Ordinal next = 0;  // then every member from here on
+    };
+
+    // Mounting.
+    void CreateArchive() VORN_REQUIRES(lock_);
+    void ReadArchive() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool ReadHeader() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool LoadIndex() VORN_REQUIRES(lock_);
+    void CloseArchive() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool ReadExactly(std::uint64_t offset, std::span<std::byte> into)
+        VORN_REQUIRES(lock_);
+
+    // Searching.
+    // The member that `name` means, one leading separator ignored; null when there is none. Valid
+    // until the next member is added.
+    [[nodiscard]] const MemberRecord* LookUp(const char* name) VORN_REQUIRES(lock_);
+    [[nodiscard]] std::optional<Ordinal> LookUpOrdinal(const char* name) VORN_REQUIRES(lock_);
+    [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
+                                     bool advance) VORN_REQUIRES(lock_);
+    void PrepareSearch(std::string_view pattern, Search& search) VORN_REQUIRES(lock_);
+    [[nodiscard]] std::optional<Ordinal> NextMember(Search& search) VORN_REQUIRES(lock_);
+    // Walks the chunks from `position` to the next member, which it adds; moves past its data.
+    [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
+
+    // Writing.
+    struct NewMember {
+        std::uint64_t chunkOffset = 0;
+        std::uint64_t end = 0;  // of what is written so far
+        FindEntry entry;
+    };
+    [[nodiscard]] bool CanAddMembers() const;
+    [[nodiscard]] bool AddMember(const File& file, platform::FileHandle& content)
+        VORN_REQUIRES(lock_);
+    [[nodiscard]] std::uint64_t WriteOffset() const VORN_REQUIRES(lock_);
+    [[nodiscard]] bool WriteMember(platform::FileHandle& content, FileMode writeKind,
+                                   NewMember& member) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool CopyContent(platform::FileHandle& content, FileMode writeKind,
+                                   NewMember& member) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool FinishMember(NewMember& member) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool Append(NewMember& member, std::span<const std::byte> bytes)
+        VORN_REQUIRES(lock_);
+    [[nodiscard]] bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
+        VORN_REQUIRES(lock_);
+    [[nodiscard]] bool DeleteMember(Ordinal ordinal) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool WriteIndex() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool WriteIndexRecords() VORN_REQUIRES(lock_);
+
+    CriticalSection lock_{"FileSubArchive"};
+    PathBuffer path_;
+    const bool readOnly_;
+    platform::FileHandle handle_;
+    ArchiveHeader header_;
+    bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
+    bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
+    ArchiveIndex index_ VORN_GUARDED_BY(lock_);
+    std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
+    // A walk that began here met the end of a file of that size and found nothing.
+    std::uint64_t walkedFrom_ VORN_GUARDED_BY(lock_) = 0;
+    std::uint64_t walkedSize_ VORN_GUARDED_BY(lock_) = 0;
+};
+
+}  // namespace Vorn

@@ -1,0 +1,114 @@
+#include "KernelStandard/FileSubPath.h"
+
+#include <utility>
+
+#include "KernelStandard/ArchiveFormat.h"
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "kernel/Paths.h"
+#include "platform/Directories.h"
+
+namespace Vorn {
+
+FileSubPath::FileSubPath(const char* path, bool writable)
+    : root_(std::string_view(path)),
+      readOnly_(!writable),
+      available_(File::Exists(path) == RES_OK) {}
+
+std::uint32_t FileSubPath::GetStorageKind() const { return kArchiveVersion102; }
+
+bool FileSubPath::Join(const char* name, PathBuffer& path) const {
+    try {
+        JoinPath(root_.View(), name, path);
+        return true;
+    } catch (const FileEx&) {
+        return false;
+    }
+}
+
+bool FileSubPath::OpenJoined(File& file, const PathBuffer& path, OpenFlags flags,
+                             platform::Share share) {
+    platform::FileHandle handle;
+    if (!handle.Open(path.c_str(), flags.access, flags.creation, share)) return false;
+    file.AttachOwned(std::move(handle), *this, path.View());
+    return true;
+}
+
+bool FileSubPath::OpenWrite(File& file, const char* name, OpenFlags flags) {
+    PathBuffer path;
+    if (!Join(name, path)) return false;
+    PathBuffer folder = path;
+    StripFileName(folder, true);
+    if (!folder.Empty() && File::Exists(folder.c_str()) != RES_OK &&
+        !File::MakePath(folder.c_str())) {
+        return false;
+    }
+    available_ = true;
+
+    FileSubstList& list = FileSubstList::Instance();
+    const char* rest = nullptr;
+    if (SubstEntry* inner = list.GetSubstOfPath(path.c_str(), rest)) {
+        return list.OpenWrite(*inner, file, rest, flags);
+    }
+    return OpenJoined(file, path, flags, platform::Share::DenyAll);
+}
+
+bool FileSubPath::OpenRead(File& file, const char* name, OpenFlags flags) {
+    PathBuffer path;
+    if (!Join(name, path)) return false;
+    FileSubstList& list = FileSubstList::Instance();
+    const char* rest = nullptr;
+    if (SubstEntry* inner = list.GetSubstOfPath(path.c_str(), rest)) {
+        return list.OpenRead(*inner, file, rest, flags);
+    }
+    return OpenJoined(file, path, flags, platform::Share::DenyWrite);
+}
+
+bool FileSubPath::CloseFile(File& file) {
+    const bool closed = file.OwnHandle().Close();
+    CountClosed();
+    if (file.WriteKind() != kWriteCompressed) return closed;
+    return closed && !file.WriteFailed() && CompressFileInPlace(file.Name());
+}
+
+bool FileSubPath::Exists(InternedString& /*substName*/, const char* name) {
+    PathBuffer path;
+    return Join(name, path) && File::Exists(path.c_str()) == RES_OK;
+}
+
+bool FileSubPath::Delete(const char* name) {
+    PathBuffer path;
+    return Join(name, path) && File::Delete(path.c_str());
+}
+
+bool FileSubPath::Rename(const char* oldName, const char* newName) {
+    PathBuffer from;
+    PathBuffer to;
+    return Join(oldName, from) && Join(newName, to) && File::Rename(from.c_str(), to.c_str());
+}
+
+bool FileSubPath::MakeDirectory(const char* name) {
+    PathBuffer path;
+    return Join(name, path) && File::MakePath(path.c_str());
+}
+
+bool FileSubPath::GetRealPath(PathSpan name) {
+    InternedString noSubst;
+    PathBuffer path;
+    if (!Exists(noSubst, name.data()) || !Join(name.data(), path)) return false;
+    SetPath(name, path.View());
+    return true;
+}
+
+bool FileSubPath::Stat(std::uint32_t& writeTime, const char* name) {
+    PathBuffer path;
+    return Join(name, path) && File::GetModifiedTime(path.c_str(), writeTime);
+}
+
+void FileSubPath::SetReadOnly(const char* name, bool readOnly) {
+    PathBuffer path;
+    if (Join(name, path)) platform::SetReadOnly(path.c_str(), readOnly);
+}
+
+}  // namespace Vorn

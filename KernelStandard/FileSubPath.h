@@ -1,0 +1,50 @@
+// The backend that maps a substitution onto a directory of the file system.
+//
+// Every operation joins the root with the relative name and hands the result to the File layer's
+// own path operations, so a root may itself be a substitution path.
+#pragma once
+
+#include "KernelStandard/FileSub.h"
+
+namespace Vorn {
+
+class FileSubPath final : public FileSub {
+public:
+    // `path` ends with a separator and is kept unchanged. A missing directory leaves the backend
+    // unavailable until a file is first written into it. Throws FileEx for a path that is too long.
+    FileSubPath(const char* path, bool writable);
+
+    [[nodiscard]] bool IsReadOnly() const override { return readOnly_; }
+    [[nodiscard]] bool IsAvailable() const override { return available_; }
+    [[nodiscard]] std::uint32_t GetStorageKind() const override;
+    [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindDirectory; }
+    // Creates missing directories on the way. Denies all other openers.
+    [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
+    // Others may read but not write.
+    [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
+    // Compresses a file that was opened for compressed writing.
+    bool CloseFile(File& file) override;
+    [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
+    [[nodiscard]] bool Delete(const char* name) override;
+    [[nodiscard]] bool Rename(const char* oldName, const char* newName) override;
+    [[nodiscard]] bool MakeDirectory(const char* name) override;
+    [[nodiscard]] bool GetRealPath(PathSpan name) override;
+    [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
+    void SetReadOnly(const char* name, bool readOnly) override;
+    void CollectInto(std::vector<FileSub*>& list) override { list.push_back(this); }
+    [[nodiscard]] bool IsRoot(const char* text) const override { return root_.View() == text; }
+
+    [[nodiscard]] const char* Root() const { return root_.c_str(); }
+
+private:
+    // Root + name; false when that does not fit a path.
+    [[nodiscard]] bool Join(const char* name, PathBuffer& path) const;
+    [[nodiscard]] bool OpenJoined(File& file, const PathBuffer& path, OpenFlags flags,
+                                  platform::Share share);
+
+    PathBuffer root_;
+    bool readOnly_;
+    bool available_;
+};
+
+}  // namespace Vorn

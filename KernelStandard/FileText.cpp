@@ -1,0 +1,78 @@
+// Lines and texts of the File object, in 8-bit and UTF-16 form.
+#include <algorithm>
+#include <string>
+
+#include "KernelStandard/File.h"
+#include "kernel/Exceptions.h"
+#include "platform/CodePage.h"
+
+namespace Vorn {
+
+bool File::NextByte(unsigned char& byte) {
+    if (Unread() == 0 && !Refill()) return false;
+    byte = std::to_integer<unsigned char>((*buffer_)[cursor_++]);
+    ++position_;
+    return true;
+}
+
+std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
+    if (!IsOpen()) throw FileEx("KernelStandard/File", __LINE__, "Read() File is not open");
+    if (ReadKind() == 0) {
+        throw FileEx("KernelStandard/File", __LINE__, "Read() File not open for reading");
+    }
+    if (size <= 1) return 0;
+    Flush();
+    const std::span into(buffer, size - 2);
+    const int mode = textMode == 0 ? textMode_ : textMode;
+    const std::uint32_t stored = mode == kTextUtf16 ? ReadUtf16Line(into) : ReadAnsiLine(into);
+    buffer[stored] = '\0';
+    return stored;
+}
+
+std::uint32_t File::ReadAnsiLine(std::span<char> into) {
+    std::uint32_t stored = 0;
+    for (unsigned char byte = 0; byte != '\n' && NextByte(byte);) {
+        if (stored < into.size()) into[stored++] = static_cast<char>(byte);
+    }
+    return stored;
+}
+
+std::uint32_t File::ReadUtf16Line(std::span<char> into) {
+    std::uint32_t stored = 0;
+    for (char16_t unit = 0; unit != u'\n';) {
+        unsigned char low = 0;
+        unsigned char high = 0;
+        if (!NextByte(low) || !NextByte(high)) break;
+        unit = static_cast<char16_t>(low | high << 8);
+        if (stored == into.size()) continue;
+        unsigned char ansi = '?';
+        (void)platform::Utf16ToAnsi(unit, ansi);
+        into[stored++] = static_cast<char>(ansi);
+    }
+    return stored;
+}
+
+void File::DetectTextEncoding() {
+    const std::uint32_t start = position_;
+    std::array<unsigned char, 2> mark{};
+    const bool found = Read(mark.data(), 2) == 2 && mark[0] == 0xFF && mark[1] == 0xFE;
+    textMode_ = found ? kTextUtf16 : kTextAnsi;
+    if (!found) Seek(start, SeekFrom::Start);
+}
+
+std::uint32_t File::WriteText(const char* text) {
+    const std::string_view ansi(text);
+    if (textMode_ != kTextUtf16) {
+        return Write(ansi.data(), static_cast<std::uint32_t>(ansi.size()));
+    }
+    std::string units;
+    units.reserve(2 * ansi.size());
+    for (const char c : ansi) {
+        const char16_t unit = platform::AnsiToUtf16(static_cast<unsigned char>(c));
+        units += static_cast<char>(unit & 0xFF);
+        units += static_cast<char>(unit >> 8);
+    }
+    return Write(units.data(), static_cast<std::uint32_t>(units.size()));
+}
+
+}  // namespace Vorn

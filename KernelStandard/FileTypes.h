@@ -1,0 +1,52 @@
+// Open modes and result codes of the File object.
+#pragma once
+
+#include <cstdint>
+
+namespace Vorn {
+
+// A bit field of three nibbles that combine: write kind, read kind, creation. The bit 0x1000 alone
+// of its nibble is refused; the other high bits are ignored.
+using FileMode = std::uint32_t;
+
+inline constexpr FileMode kWriteKindMask = 0x00F;
+inline constexpr FileMode kWritePlain = 0x001;
+inline constexpr FileMode kWriteCompressed = 0x002;  // compressed when the file is closed
+
+inline constexpr FileMode kReadKindMask = 0x0F0;
+inline constexpr FileMode kReadDetect = 0x010;      // a compressed stream reads as its content
+inline constexpr FileMode kReadPlain = 0x020;       // the bytes as they are stored
+inline constexpr FileMode kReadCompressed = 0x030;  // refuses what is not a compressed stream
+
+inline constexpr FileMode kCreationMask = 0xF00;
+inline constexpr FileMode kOpenExisting = 0x000;
+inline constexpr FileMode kCreateOrTruncate = 0x100;
+inline constexpr FileMode kAppend = 0x200;     // open or create, positioned at the end
+inline constexpr FileMode kCreateNew = 0x300;  // fails when the file exists
+
+inline constexpr FileMode kUnsupportedMask = 0xF000;
+inline constexpr FileMode kUnsupported = 0x1000;
+
+// The numbers reach messages and callers' tables.
+enum FileResult : int {
+    RES_OK = 0,
+    RES_UNKNOWN = 1,
+    RES_FILENOTFOUND = 2,
+    RES_ALREADYOPEN = 3,
+    RES_MODENOTSUPPORTED = 4,
+    RES_CANTWRITECOMPRESSED = 5,
+    RES_NOTCOMPRESSED = 6,
+    RES_SUBSTNOTFOUND = 7,
+    RES_FILEALREADYEXISTS = 8,
+    RES_READONLY = 9,
+};
+
+struct FileResultText {
+    const char* name;  // "RES_OK"
+    const char* text;  // for messages; empty for success
+};
+
+// The row of a code; codes outside the table read as RES_UNKNOWN.
+[[nodiscard]] const FileResultText& DescribeFileResult(FileResult result);
+
+}  // namespace Vorn

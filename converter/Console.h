@@ -1,0 +1,11 @@
+// What the converter says. Standard output carries the fixed lines, each visible at once even when
+// it is redirected; anything else a person may want to know goes to standard error.
+#pragma once
+
+#include <string_view>
+
+// A line of standard output.
+void PrintLine(std::string_view text);
+
+// A line of standard error, after "VAConverter: ".
+void PrintProblem(std::string_view text);

@@ -1,0 +1,64 @@
+#include "converter/ConvertBase.h"
+
+#include <string>
+
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileFind.h"
+#include "KernelStandard/FileSubstList.h"
+#include "converter/Console.h"
+#include "converter/InputArchive.h"
+#include "kernel/Paths.h"
+#include "platform/Processes.h"
+
+using namespace Vorn;
+
+void ConvertBase::PrintUsage() { PrintLine("// TODO.Alden: Print usage"); }
+
+bool ConvertBase::Prepare(int argc, char** argv) {
+    if (argc < 4) return false;
+    SetPath(programDir_, platform::ProgramPath());
+    StripFileName(programDir_, false);
+    StripTrailingSeparator(programDir_);
+
+    const char* path = argv[2];
+    if (!FitsPath(path) || File::Exists(path) != RES_OK) {
+        PrintLine("Failed to find input archive \"" + std::string(path) + "\"");
+        return false;
+    }
+    if (!HasExtension(path, "va") && !HasExtension(path, "pbk")) {
+        PrintLine(InvalidInputArchive(path));
+        return false;
+    }
+    SetPath(inputArchivePath_, path);
+    PathBuffer name;
+    SetPath(name, FileNamePart(path));
+    ReplaceExtension(name, nullptr);
+    inputName_ = Intern(name.View());
+    ToLower(inputName_);
+    MountInput(inputName_, path);
+    return true;
+}
+
+int ConvertBase::Run() { return ProcessFolder(""); }
+
+int ConvertBase::ProcessFolder(const char* folder) {
+    PathBuffer pattern{std::string_view(folder)};
+    AppendPathComponent(pattern, "*");
+    File::Find find;
+    if (!find.Open(pattern.c_str(), inputName_)) {
+        PrintLine("Unable to open search path \"" + std::string(find.Entry().Name()) + "\"");
+        return 1;
+    }
+    int result = 0;
+    do {
+        const FindEntry& entry = find.Entry();
+        if (entry.Name() == "." || entry.Name() == "..") continue;
+        PathBuffer path;
+        find.GetPath(path);
+        const bool isFolder = (entry.attributes & kEntryDirectory) != 0;
+        result = isFolder ? ProcessFolder(path.c_str()) : ProcessFile(path.c_str());
+    } while (result != 1 && find.Next());
+    return result;
+}
+
+int ConvertBase::ProcessFile(const char* /*member*/) { return 0; }

@@ -1,0 +1,32 @@
+// A frame for programs that walk every member of one input archive.
+//
+// Prepare checks the command line and mounts the archive; Run walks its folders depth-first and
+// hands each member to ProcessFile. Results: 0 goes on, 1 stops the walk; Run's is the exit code.
+// Single-threaded. Nothing here throws: a failure is a line and a result.
+#pragma once
+
+#include "kernel/InternedString.h"
+#include "kernel/PathBuffer.h"
+
+class ConvertBase {
+public:
+    ConvertBase() = default;
+    ConvertBase(const ConvertBase&) = delete;
+    ConvertBase& operator=(const ConvertBase&) = delete;
+
+    // The virtual operations, in slot order.
+    virtual ~ConvertBase() = default;
+    virtual void PrintUsage();
+    // Once, before Run. False when the command line or an archive is not usable; what is mounted
+    // by then stays mounted.
+    [[nodiscard]] virtual bool Prepare(int argc, char** argv);
+    [[nodiscard]] virtual int Run();
+    // `folder` and `member` are relative to the archive's root, '/' between components.
+    [[nodiscard]] virtual int ProcessFolder(const char* folder);
+    [[nodiscard]] virtual int ProcessFile(const char* member);
+
+protected:
+    Vorn::PathBuffer programDir_;        // folder of the running program, no trailing separator
+    Vorn::PathBuffer inputArchivePath_;  // as given
+    Vorn::InternedString inputName_;     // mount name: file name without extension, lower case
+};

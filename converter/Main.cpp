@@ -1,0 +1,31 @@
+// VAConverter: makes a patch between two asset archives, and applies one.
+#include <memory>
+
+#include "converter/Console.h"
+#include "converter/PatchConverter.h"
+#include "kernel/InternedString.h"
+#include "kernel/services/Kernel.h"
+#include "kernel/services/KernelOptions.h"
+
+namespace {
+
+[[nodiscard]] bool IsOperation(const char* word) {
+    const Vorn::InternedString name = Vorn::Intern(word);
+    return Vorn::CompareText(name, "patchdiff") == 0 || Vorn::CompareText(name, "patchapply") == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Vorn::Kernel kernel;
+    const Vorn::KernelOptions options("", "-nullrender -hidewindow", 0, 0);
+
+    if (argc < 3 || !IsOperation(argv[1])) {
+        PrintLine("// TODO.Alden: Print usage");
+        return 1;
+    }
+    const std::unique_ptr<ConvertBase> converter = std::make_unique<PatchConverter>();
+    if (converter->Prepare(argc, argv)) return converter->Run();
+    converter->PrintUsage();
+    return 1;
+}

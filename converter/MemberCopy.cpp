@@ -1,0 +1,52 @@
+#include "converter/MemberCopy.h"
+
+#include <new>
+
+using namespace Vorn;
+
+namespace {
+
+constexpr std::size_t kLargestPlainMember = 1024;
+constexpr FileMode kReadMember = kReadDetect;
+constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
+constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
+
+}  // namespace
+
+bool MemberContent::ReadAll(File& file) {
+    size_ = file.Size();
+    try {
+        bytes_ = std::make_unique_for_overwrite<std::byte[]>(size_);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    return file.Seek(0, SeekFrom::Start) == 0 && file.Read(bytes_.get(), size_) == size_;
+}
+
+bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
+                std::span<const std::byte> content) {
+    File file;
+    if (file.Open(mount, name, mode) != RES_OK) return false;
+    const auto size = static_cast<std::uint32_t>(content.size());
+    const bool written = file.Write(content.data(), size) == size;
+    return file.Close() && written;
+}
+
+bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {
+    if (!source.IsOpen()) return false;
+    if (source.Size() == 0) return true;
+    MemberContent content;
+    if (!content.ReadAll(source)) return false;
+    const bool compress =
+        content.Bytes().size() > kLargestPlainMember || IsStreamMark(content.Bytes());
+    return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember,
+                      content.Bytes());
+}
+
+bool CopyMember(const InternedString& sourceMount, const char* sourceName,
+                const InternedString& mount, const char* name) {
+    File source;
+    const FileMode mode = sourceMount ? kReadMember : kReadPlain;
+    return source.Open(sourceMount, sourceName, mode) == RES_OK &&
+           CopyOpenFile(mount, name, source);
+}

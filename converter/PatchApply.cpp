@@ -1,0 +1,111 @@
+// patchapply: rebuilds the new archive from the old one and a patch.
+#include <string>
+
+#include "KernelStandard/FileSubstList.h"
+#include "converter/Console.h"
+#include "converter/FileDigest.h"
+#include "converter/PatchConverter.h"
+#include "converter/PatchTools.h"
+
+using namespace Vorn;
+
+namespace {
+
+constexpr const char* kSourceFile = "srcFile";
+constexpr const char* kDiffFile = "difFile";
+constexpr const char* kOutFile = "outFile";
+
+[[nodiscard]] bool Fail(const std::string& line) {
+    PrintLine(line);
+    return false;
+}
+
+}  // namespace
+
+int PatchConverter::RunApply() {
+    ReadList(kAddedList, 1, addedFiles_);
+    ReadList(kDeletedList, 1, deletedFiles_);
+    ReadList(kPatchedList, 2, patchedFiles_);
+    if (!AddNewMembers()) return 1;
+
+    const int result = ConvertBase::Run();
+    Subst(otherName_, nullptr);
+    if (result == 0) Subst(inputName_, nullptr);
+    if (CloseOutput() && result == 0) return 0;
+    File::Delete(outputArchivePath_.c_str());
+    return 1;
+}
+
+void PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {
+    File file;
+    MemberContent content;
+    if (file.Open(otherName_, list, kReadDetect) != RES_OK || !content.ReadAll(file)) return;
+    const auto bytes = content.Bytes();
+    ParseList({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, digestLines, members);
+}
+
+bool PatchConverter::AddNewMembers() {
+    for (const auto& [name, digest] : addedFiles_) {
+        if (!CopyMember(otherName_, name.Text(), outputName_, name.Text())) {
+            return Fail("Failed to add " + std::string(name.View()));
+        }
+    }
+    return true;
+}
+
+bool PatchConverter::ApplyMember(const char* member) {
+    if (*member == '\0') return Fail(">>>> OPEN ERROR - No File!");
+    const InternedString name = Intern(member);
+    if (deletedFiles_.contains(name)) {
+        PrintLine("Removed " + std::string(member));
+        return true;
+    }
+    const auto patched = patchedFiles_.find(name);
+    return patched == patchedFiles_.end() ? CopyUnchanged(member)
+                                          : PatchMember(member, patched->second);
+}
+
+bool PatchConverter::CopyUnchanged(const char* member) {
+    if (!CopyMember(inputName_, member, outputName_, member)) {
+        return Fail("ERROR> Failed to add unchanged file " + std::string(member));
+    }
+    PrintLine("Unchanged " + std::string(member));
+    return true;
+}
+
+bool PatchConverter::PatchMember(const char* member, const InternedString& digests) {
+    {
+        File old;
+        File diff;
+        const bool haveOld = old.Open(inputName_, member, kReadDetect) == RES_OK;
+        const bool haveDiff = diff.Open(otherName_, member, kReadDetect) == RES_OK;
+        if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
+        if (!Stage(old, member, kSourceFile)) return false;
+        if (FileDigest(WorkingFile(kSourceFile).c_str()) != FirstDigest(digests)) {
+            return Fail(">>>> MD5 ERROR " + std::string(member));
+        }
+        if (!Stage(diff, member, kDiffFile)) return false;
+    }
+    if (!RebuildMember(member)) return false;
+    DeleteWorkingFiles({kDiffFile, kSourceFile, kOutFile});
+    PrintLine("Patched " + std::string(member));
+    return true;
+}
+
+bool PatchConverter::RebuildMember(const char* member) {
+    const std::string outFile = WorkingFile(kOutFile);
+    // What an earlier run left must not pass for this one's output.
+    File::Delete(outFile.c_str());
+    std::uint32_t exitCode = 0;
+    const bool started = RunPatchProgram(programDir_.View(), WorkingFile(kSourceFile),
+                                         WorkingFile(kDiffFile), outFile, exitCode);
+    if (!started || exitCode != 0) {
+        PrintLine(">>>> PATCH ERROR " + std::string(member));
+        if (started) PrintLine(">>>> EXIT CODE:  " + std::to_string(exitCode));
+        return false;
+    }
+    if (!CopyMember(InternedString(), outFile.c_str(), outputName_, member)) {
+        return Fail("ERROR> Failed to add patched file " + outFile);
+    }
+    return true;
+}

@@ -1,0 +1,156 @@
+// patchdiff: compares two archives member by member and writes the patch.
+#include <utility>
+
+#include "KernelStandard/FileSubstList.h"
+#include "converter/Console.h"
+#include "converter/FileDigest.h"
+#include "converter/PatchConverter.h"
+#include "converter/PatchTools.h"
+#include "kernel/Paths.h"
+
+using namespace Vorn;
+
+namespace {
+
+constexpr const char* kSourceFile = "srcFile";
+constexpr const char* kTargetFile = "dstFile";
+
+// A name that the lists can hold: one line.
+[[nodiscard]] bool FitsLists(std::string_view member) {
+    if (member.find('\n') == std::string_view::npos) return true;
+    PrintProblem("a member name with a line feed has no place in a patch: \"" +
+                 std::string(member) + "\"");
+    return false;
+}
+
+}  // namespace
+
+int PatchConverter::RunDiff() {
+    int result = ConvertBase::Run();
+    if (result == 0) {
+        std::swap(inputName_, otherName_);
+        secondPass_ = true;
+        result = ConvertBase::Run();
+        std::swap(inputName_, otherName_);
+    }
+    Subst(otherName_, nullptr);
+    if (result != 0) return result;
+    const bool listed = WriteLists();
+    if (!CloseOutput() || !listed) return 1;
+    return MoveOutOfWorkFolder();
+}
+
+bool PatchConverter::DiffMember(const char* member) {
+    File walked;
+    File other;
+    const bool haveWalked = walked.Open(inputName_, member, kReadDetect) == RES_OK;
+    const bool haveOther = other.Open(otherName_, member, kReadDetect) == RES_OK;
+    if (!haveWalked) {
+        if (!haveOther) {
+            PrintProblem("\"" + std::string(member) +
+                         "\" cannot be opened by its name and is left out");
+        }
+        return !haveOther;
+    }
+    if (secondPass_ && haveOther) return true;
+    if (!Stage(walked, member, kSourceFile)) return false;
+
+    const InternedString walkedDigest = FileDigest(WorkingFile(kSourceFile).c_str());
+    bool done = false;
+    if (haveOther) {
+        if (!Stage(other, member, kTargetFile)) return false;
+        done = DiffStaged(member, walkedDigest, FileDigest(WorkingFile(kTargetFile).c_str()));
+    } else {
+        done = secondPass_ ? RecordAdded(member, walked, walkedDigest)
+                           : RecordRemoved(member, walkedDigest);
+    }
+    if (done) DeleteWorkingFiles({kSourceFile, kTargetFile});
+    return done;
+}
+
+bool PatchConverter::RecordRemoved(const char* member, const InternedString& digest) {
+    if (!FitsLists(member)) return false;
+    deletedFiles_[Intern(member)] = digest;
+    PrintLine("Removed " + std::string(member));
+    return true;
+}
+
+bool PatchConverter::RecordAdded(const char* member, File& source, const InternedString& digest) {
+    if (!FitsLists(member)) return false;
+    if (!CopyOpenFile(outputName_, member, source)) {
+        PrintLine("ERROR> Failed to add " + std::string(member));
+        return false;
+    }
+    addedFiles_[Intern(member)] = digest;
+    PrintLine("Added " + std::string(member));
+    return true;
+}
+
+bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDigest,
+                                const InternedString& newDigest) {
+    if (oldDigest == newDigest) {
+        PrintLine("Identical " + std::string(member));
+        return true;
+    }
+    if (!FitsLists(member)) return false;
+    const std::string diffFile = DiffPathOf(member);
+    if (!FitsCommandLine(diffFile)) {
+        PrintProblem("a path with a double quote cannot be given to the diff program: \"" +
+                     diffFile + "\"");
+        return false;
+    }
+    // What an earlier run left must not pass for this diff.
+    File::Delete(diffFile.c_str());
+    if (!RunDiffProgram(programDir_.View(), WorkingFile(kSourceFile), WorkingFile(kTargetFile),
+                        diffFile)) {
+        PrintProblem("cannot start the diff program that belongs two folders above \"" +
+                     std::string(programDir_.View()) + "\"");
+        return false;
+    }
+    if (!CopyMember(InternedString(), diffFile.c_str(), outputName_, member)) {
+        PrintLine("ERROR> Failed to add " + diffFile);
+        return false;
+    }
+    File::Delete(diffFile.c_str());
+    FormatInto(patchedFiles_[Intern(member)], "%s\n%s", oldDigest.Text(), newDigest.Text());
+    PrintLine("Diffed " + std::string(member));
+    return true;
+}
+
+std::string PatchConverter::DiffPathOf(const char* member) const {
+    PathBuffer path = workDir_;
+    AppendPathComponent(path, member);
+    const char* extension = ExtensionPart(path.c_str());
+    const std::string withDiff = std::string(extension != nullptr ? extension : "") + ".diff";
+    ReplaceExtension(path, withDiff.c_str());
+    return std::string(path.View());
+}
+
+bool PatchConverter::WriteLists() {
+    bool written = true;
+    for (const auto& [name, members] :
+         {std::pair(kAddedList, &addedFiles_), std::pair(kDeletedList, &deletedFiles_),
+          std::pair(kPatchedList, &patchedFiles_)}) {
+        const std::string text = FormatList(*members);
+        constexpr FileMode kWriteList = kCreateOrTruncate | kWritePlain;
+        if (!WriteWhole(outputName_, name, kWriteList, std::as_bytes(std::span(text)))) {
+            PrintProblem("cannot write the list \"" + std::string(name) + "\"");
+            written = false;
+        }
+    }
+    return written;
+}
+
+int PatchConverter::MoveOutOfWorkFolder() {
+    PathBuffer target = outputArchivePath_;
+    RemoveLastComponent(target);
+    if (!File::Rename(outputArchivePath_.c_str(), target.c_str())) {
+        PrintProblem("cannot move the patch to \"" + std::string(target.View()) +
+                     "\"; it is kept as \"" + std::string(outputArchivePath_.View()) + "\"");
+        return 1;
+    }
+    if (!File::DeleteDirectory(workDir_.c_str())) {
+        PrintProblem("cannot delete the working folder \"" + std::string(workDir_.View()) + "\"");
+    }
+    return 0;
+}

@@ -1,0 +1,53 @@
+#include "converter/PatchTools.h"
+
+#include <string>
+
+#include "platform/Clock.h"
+#include "platform/Processes.h"
+#include "platform/Threads.h"
+
+namespace {
+
+constexpr std::string_view kDiffProgram = "\\..\\..\\tools\\NorvanePatch\\bin\\vdiffl-w32.exe";
+constexpr std::string_view kPatchProgram = "\\vpatchl-w32.exe";
+constexpr std::uint32_t kPollMilliseconds = 200;
+
+[[nodiscard]] std::string CommandLine(std::string_view programDir, std::string_view program,
+                                      std::initializer_list<std::string_view> arguments) {
+    std::string line(programDir);
+    line += program;
+    for (const std::string_view argument : arguments) {
+        line += " \"";
+        line += argument;
+        line += '"';
+    }
+    return line;
+}
+
+}  // namespace
+
+bool FitsCommandLine(std::string_view path) {
+    return path.find('"') == std::string_view::npos && !path.ends_with('\\');
+}
+
+bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::string_view newFile,
+                    std::string_view diffFile) {
+    platform::Process process;
+    const std::string line = CommandLine(programDir, kDiffProgram, {oldFile, newFile, diffFile});
+    if (!process.Start(line.c_str(), platform::Console::None)) return false;
+    (void)process.Wait(platform::kWaitForever);
+    return true;
+}
+
+bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
+                     std::string_view diffFile, std::string_view outFile, std::uint32_t& exitCode) {
+    platform::Process process;
+    const std::string line = CommandLine(programDir, kPatchProgram, {oldFile, diffFile, outFile});
+    if (!process.Start(line.c_str(), platform::Console::Shared)) return false;
+    (void)process.Wait(platform::kWaitForever);
+    exitCode = 0;
+    while (process.GetExitCode(exitCode) && exitCode == platform::Process::kStillRunning) {
+        platform::SleepMilliseconds(kPollMilliseconds);
+    }
+    return true;
+}

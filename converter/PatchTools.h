@@ -1,0 +1,21 @@
+// The external programs that make and apply the binary diff of one file.
+//
+// Both are started without a shell, share this process's console, environment and current
+// directory, and are waited for without a time limit. The diff data is opaque to the converter.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// Whether a path can stand between double quotes on a command line.
+[[nodiscard]] bool FitsCommandLine(std::string_view path);
+
+// Runs the diff program, found two folders above `programDir`; its exit code is not looked at.
+// False when it cannot be started.
+[[nodiscard]] bool RunDiffProgram(std::string_view programDir, std::string_view oldFile,
+                                  std::string_view newFile, std::string_view diffFile);
+
+// Runs the patch program in `programDir` and gives its exit code. False when it cannot be started.
+[[nodiscard]] bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
+                                   std::string_view diffFile, std::string_view outFile,
+                                   std::uint32_t& exitCode);

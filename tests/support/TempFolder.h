@@ -1,0 +1,36 @@
+// A folder of its own for one test, gone when the test ends.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace Vorn::Testing {
+
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    // Full path of `name` inside the folder.
+    [[nodiscard]] std::string Path(std::string_view name = {}) const;
+
+    // Writes a whole file, folders on the way included; its full path.
+    std::string Write(std::string_view name, std::string_view content) const;
+    [[nodiscard]] std::string Read(std::string_view name) const;
+    [[nodiscard]] bool Has(std::string_view name) const;
+
+    // Makes it the current directory until the test ends.
+    void Enter();
+
+private:
+    std::filesystem::path path_;
+    std::filesystem::path left_;  // the directory that was current before Enter
+};
+
+[[nodiscard]] std::string ReadFile(const std::filesystem::path& path);
+void WriteFile(const std::filesystem::path& path, std::string_view content);
+
+}  // namespace Vorn::Testing
