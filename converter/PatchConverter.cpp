@@ -143,6 +143,7 @@ int PatchConverter::ProcessFolder(const char* folder) {
 }
 
 int PatchConverter::ProcessFile(const char* member) {
+    progress_.Step();
     switch (operation_) {
         case OpDiff:
             return DiffMember(member) ? 0 : 1;

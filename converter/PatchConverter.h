@@ -23,6 +23,7 @@
 #include "converter/ConvertBase.h"
 #include "converter/MemberCopy.h"
 #include "converter/PatchLists.h"
+#include "converter/Progress.h"
 #include "converter/WorkFolderLock.h"
 
 enum PatchOperation : int { OpNone = 0, OpDiff = 1, OpApply = 2 };
@@ -83,4 +84,5 @@ private:
     MemberMap patchedFiles_;
     MemberMap deletedFiles_;
     WorkFolderLock lock_;
+    Progress progress_;
 };
