@@ -22,8 +22,6 @@ void Release(StringPoolEntry* entry) {
     if (StringPool* pool = FindStringPool()) pool->Release(*entry);
 }
 
-int Order(unsigned char a, unsigned char b) { return static_cast<int>(a) - static_cast<int>(b); }
-
 }  // namespace
 
 InternedString::InternedString(const InternedString& other) : entry_(other.entry_) {
@@ -31,10 +29,11 @@ InternedString::InternedString(const InternedString& other) : entry_(other.entry
 }
 
 InternedString& InternedString::operator=(const InternedString& other) {
-    if (entry_ == other.entry_) return *this;
-    Release(entry_);
-    entry_ = other.entry_;
-    AddRef(entry_);
+    if (this != &other && entry_ != other.entry_) {
+        Release(entry_);
+        entry_ = other.entry_;
+        AddRef(entry_);
+    }
     return *this;
 }
 
@@ -90,12 +89,12 @@ int FindText(const InternedString& handle, const char* needle, std::size_t start
 int CompareText(const InternedString& handle, const char* text) {
     const char* a = handle ? handle.Text() : "";
     const char* b = text ? text : "";
-    const auto lower = [](char c) { return static_cast<unsigned char>(AsciiToLower(c)); };
+    const auto lower = [](char c) -> int { return static_cast<unsigned char>(AsciiToLower(c)); };
     while (*a && lower(*a) == lower(*b)) {
         ++a;
         ++b;
     }
-    return Order(lower(*a), lower(*b));
+    return lower(*a) - lower(*b);
 }
 
 bool Less(const InternedString& a, const InternedString& b) {

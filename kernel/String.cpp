@@ -46,7 +46,7 @@ std::uint32_t CapacityFor(std::size_t length) {
 }
 
 // 0, 1 or 2, from what a three-way comparison gave.
-int Verdict(std::weak_ordering order) { return order < 0 ? 0 : order == 0 ? 1 : 2; }
+int Verdict(std::weak_ordering order) { return std::is_lt(order) ? 0 : std::is_eq(order) ? 1 : 2; }
 
 }  // namespace
 
@@ -72,7 +72,7 @@ String::String(const String& other) noexcept : block_(Share(other.block_)) {}
 String::String(String&& other) noexcept : String() { std::swap(block_, other.block_); }
 
 String& String::operator=(const String& other) noexcept {
-    Release(std::exchange(block_, Share(other.block_)));
+    if (this != &other) Release(std::exchange(block_, Share(other.block_)));
     return *this;
 }
 

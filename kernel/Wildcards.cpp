@@ -29,9 +29,11 @@ public:
     bool Match() { return MatchDirectories() && MatchFile(); }
 
 private:
-    bool AtNameEnd() const { return at_ == name_.size(); }
-    bool AtAlternativeEnd() const { return pattern_ >= patterns_.size() || Wanted() == ';'; }
-    char Wanted() const { return patterns_[pattern_]; }
+    [[nodiscard]] bool AtNameEnd() const { return at_ == name_.size(); }
+    [[nodiscard]] bool AtAlternativeEnd() const {
+        return pattern_ >= patterns_.size() || Wanted() == ';';
+    }
+    [[nodiscard]] char Wanted() const { return patterns_[pattern_]; }
 
     // Everything up to the last separator of the list.
     bool MatchDirectories() {
@@ -113,7 +115,7 @@ private:
         return true;
     }
 
-    bool AcceptsNameEnd() const {
+    [[nodiscard]] bool AcceptsNameEnd() const {
         std::size_t end = pattern_;
         while (end < patterns_.size() && patterns_[end] == '*') ++end;
         if (end > pattern_ && end < patterns_.size() && patterns_[end] == '.') ++end;

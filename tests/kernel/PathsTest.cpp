@@ -1,0 +1,166 @@
+#include "kernel/Paths.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <string>
+
+#include "kernel/Exceptions.h"
+#include "tests/kernel/Cells.h"
+
+namespace Vorn {
+namespace {
+
+std::string After(std::string_view path, const std::function<void(PathSpan)>& edit) {
+    PathBuffer buffer(path);
+    edit(buffer);
+    return buffer.c_str();
+}
+
+TEST(Paths, NormaliseFoldsDotsAndSeparators) {
+    for (const char* row :
+         {"./a\\b\\..\\c\\.\\d|a/c/d", "\\x\\..\\..\\y|/../y", "a//b/|a/b", "|", ".|", "..|..",
+          "../x|../x", "a/..|", "a/../b|b", "/|/", "a/b/..|a/", "c:\\a\\..\\b|c:/b",
+          "c:a\\..\\b|c:/b", "c:\\..\\b|c:/../b", "tex:/a/../b|tex:/b", "...|..."}) {
+        EXPECT_EQ(After(Cells(row)[0], NormalisePath), Cells(row)[1]) << row;
+    }
+}
+
+TEST(Paths, NormaliseNeverMakesAPathLonger) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    for (int i = 0; i < 3000; ++i) {
+        std::string path(i % 2 == 0 ? kMaxPath - 1 : random() % 12, ' ');
+        for (char& c : path) c = "./\\:ab."[random() % 7];
+        const std::string once = After(path, NormalisePath);
+        ASSERT_LE(once.size(), path.size()) << path;
+        ASSERT_EQ(once.find('\\'), std::string::npos);
+        ASSERT_EQ(once.find("//"), std::string::npos) << path;
+    }
+}
+
+TEST(Paths, JoinReplacesTheFileNameOfTheBase) {
+    for (const char* row :
+         {"data\\old.txt|\\new.txt|data\\new.txt", "textures|a.tga|textures:/a.tga", "|a|a",
+          "|/a|/a", ".|a|./a", "c:|a|c:/a", "a/b/|//c|a/b//c", "a|/b|a:/b"}) {
+        PathBuffer result;
+        JoinPath(Cells(row)[0], Cells(row)[1], result);
+        EXPECT_EQ(result.View(), Cells(row)[2]) << row;
+    }
+    PathBuffer same("data/x");
+    JoinPath(same.View(), "y", same);
+    EXPECT_EQ(same.View(), "data/y");
+}
+
+TEST(Paths, AppendPutsExactlyOneSeparatorBetween) {
+    const auto append = [](const char* path, const char* component, std::size_t count) {
+        return After(path, [&](PathSpan b) { AppendPathComponent(b, component, count); });
+    };
+    EXPECT_EQ(append("a", "\\/bcd", 4), "a/bc");
+    EXPECT_EQ(append("a\\", "b", 9), "a\\b");
+    EXPECT_EQ(append("", "/b", 9), "/b");
+    EXPECT_EQ(append("c:", "b", 9), "c:/b");
+}
+
+// Each row: path, without its last folder, file name, folder, folder without its separator, folder
+// and extension.
+TEST(Paths, TakeNamesApart) {
+    for (const char* row :
+         {"a/b/c.x|a/c.x|c.x|a/b/|a/b|a/b/.x", "a/b/|a/||a/b/|a/b|a/b/",
+          "c:a\\b|c:b|b|c:a\\|c:a|c:a\\", "c:name.t|c:name.t|name.t|c:|c:|c:.t",
+          "dir.old/file|file|file|dir.old/|dir.old|dir.old/", "plain|plain|plain|||", "|||||"}) {
+        SCOPED_TRACE(row);
+        const auto cells = Cells(row);
+        const std::string& path = cells[0];
+        EXPECT_EQ(After(path, RemoveLastComponent), cells[1]);
+        EXPECT_EQ(After(path, StripDirectory), cells[2]);
+        EXPECT_EQ(FileNamePart(path.c_str()), cells[2]);
+        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, false); }), cells[3]);
+        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, true); }), cells[4]);
+        EXPECT_EQ(After(path, KeepDirectoryAndExtension), cells[5]);
+    }
+    EXPECT_EQ(After("a/", StripTrailingSeparator), "a");
+    EXPECT_EQ(After("a//", StripTrailingSeparator), "a/");
+    EXPECT_EQ(After("", StripTrailingSeparator), "");
+}
+
+TEST(Paths, ReplaceAndTestExtensions) {
+    const struct {
+        const char* path;
+        const char* extension;
+        const char* replaced;
+        bool has;
+    } rows[] = {{"dir.old/file", "txt", "dir.old/file.txt", false},
+                {"a.tga", ".bmp", "a.bmp", false},
+                {"a.tga", nullptr, "a", false},
+                {"X.TXT", ".txt", "X.txt", true},
+                {"a.b.txt", "txt", "a.b.txt", true},
+                {"txt", "txt", "txt.txt", false},
+                {"", nullptr, "", true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        EXPECT_EQ(After(row.path, [&](PathSpan b) { ReplaceExtension(b, row.extension); }),
+                  row.replaced);
+        EXPECT_EQ(HasExtension(row.path, row.extension), row.has);
+    }
+    EXPECT_STREQ(ExtensionPart("d/a.b.c"), "c");
+    EXPECT_STREQ(ExtensionPart("a."), "");
+    EXPECT_EQ(ExtensionPart("d.x/a"), nullptr);
+}
+
+TEST(Paths, NextComponentSkipsPrefixesAndSeparators) {
+    for (const char* row : {"c:\\a\\b|a|b", "tex:a/b|a|b", "//a//b|a|/b", "a|a|", "/c:/a|a|", "||",
+                            "c:||", "a/|a|"}) {
+        PathBuffer path(Cells(row)[0]);
+        PathBuffer component("old");
+        NextPathComponent(path, component);
+        EXPECT_EQ(component.View(), Cells(row)[1]) << row;
+        EXPECT_EQ(path.View(), Cells(row)[2]) << row;
+    }
+}
+
+TEST(Paths, ShareAStartWithAnySeparator) {
+    EXPECT_TRUE(PathsShareStart("a/b", "a\\b\\c"));
+    EXPECT_TRUE(PathsShareStart("", "a"));
+    EXPECT_FALSE(PathsShareStart("a/b", "A/b"));
+    EXPECT_FALSE(PathsShareStart("a/b", "a:b"));
+    EXPECT_TRUE(PathsShareStart(nullptr, nullptr));
+    EXPECT_FALSE(PathsShareStart("a", nullptr));
+}
+
+TEST(Paths, EditPlainBuffers) {
+    std::string text = "a/B/\xC4";
+    ToBackslashes(text.data());
+    AnsiLower(text.data());
+    EXPECT_EQ(text, "a\\b\\\xE4");
+    EXPECT_EQ(After("abcdef", [](PathSpan b) { EraseText(b.data(), 2, 100); }), "ab");
+    EXPECT_EQ(After("abcdef", [](PathSpan b) { EraseText(b.data(), 6, 1); }), "abcdef");
+    EXPECT_EQ(After("abcdef", [](PathSpan b) { EraseText(b.data(), 1, SIZE_MAX); }), "a");
+    EXPECT_EQ(After("abcdef", [](PathSpan b) { EraseText(b.data(), 1, 2); }), "adef");
+    EXPECT_EQ(After("x", [](PathSpan b) { CopyText(b, nullptr); }), "");
+    EXPECT_EQ(LastChar("ab"), 'b');
+    EXPECT_EQ(LastChar(""), '\0');
+    EXPECT_EQ(BoundedLength("abc", 2), 2u);
+    EXPECT_EQ(BoundedLength("abc", 9), 3u);
+}
+
+TEST(Paths, WhatDoesNotFitThrowsAndLeavesTheBuffer) {
+    const std::string longest(kMaxPath - 1, 'x');
+    const std::function<void(PathSpan)> edits[] = {
+        [&](PathSpan b) { SetPath(b, longest + "x"); },
+        [&](PathSpan b) { CopyText(b, (longest + "x").c_str()); },
+        [&](PathSpan b) { AppendPathComponent(b, "y"); },
+        [&](PathSpan b) { ReplaceExtension(b, "y"); },
+        [&](PathSpan b) { JoinPath("d/", longest, b); }};
+    for (const auto& edit : edits) {
+        PathBuffer buffer(longest);
+        EXPECT_THROW(edit(buffer), FileEx);
+        EXPECT_EQ(buffer.View(), longest);
+    }
+    EXPECT_THROW(PathBuffer(longest + "x"), FileEx);
+}
+
+}  // namespace
+}  // namespace Vorn

@@ -1,0 +1,115 @@
+#include "kernel/SyncObject.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace Vorn {
+namespace {
+
+TEST(SyncObject, EventsKeepOrLoseTheirSignal) {
+    WEvent manual(true, false, nullptr);
+    EXPECT_FALSE(manual.Wait(0));
+    manual.Set();
+    EXPECT_TRUE(manual.Wait(0));
+    EXPECT_TRUE(manual.Wait(-1));
+    manual.Reset();
+    EXPECT_FALSE(manual.Wait(1));
+    manual.Set();
+    manual.Pulse();
+    EXPECT_FALSE(manual.Wait(0));
+
+    WEvent automatic(false, true, nullptr);
+    EXPECT_TRUE(automatic.Wait(0));
+    EXPECT_FALSE(automatic.Wait(0));
+    EXPECT_FALSE(automatic.ReleaseCount(1));
+    EXPECT_TRUE(automatic.Unlock());
+}
+
+TEST(SyncObject, SemaphoresStopAtTheirMaximum) {
+    Semaphore semaphore(platform::CreateSemaphore(2, 2, nullptr));
+    EXPECT_FALSE(semaphore.ReleaseCount(3));
+    EXPECT_FALSE(semaphore.Unlock());
+    EXPECT_TRUE(semaphore.Wait(0));
+    EXPECT_TRUE(semaphore.Wait(0));
+    EXPECT_FALSE(semaphore.Wait(0));
+    EXPECT_TRUE(semaphore.ReleaseCount(2));
+    EXPECT_TRUE(semaphore.Wait(0));
+}
+
+TEST(SyncObject, MutexesBelongToTheirThread) {
+    Mutex mutex(platform::CreateMutex(false, nullptr));
+    EXPECT_FALSE(mutex.Unlock());
+    EXPECT_TRUE(mutex.Wait(0));
+    EXPECT_TRUE(mutex.Wait(0));
+    std::thread([&] {
+        EXPECT_FALSE(mutex.Wait(1));
+        EXPECT_FALSE(mutex.Unlock());
+    }).join();
+    EXPECT_TRUE(mutex.ReleaseCount(7));
+    EXPECT_TRUE(mutex.Unlock());
+    EXPECT_FALSE(mutex.Unlock());
+}
+
+TEST(SyncObject, CriticalSectionsExcludeOtherThreadsOnly) {
+    CriticalSection section("Test");
+    EXPECT_EQ(section.GetHandle(), nullptr);
+    EXPECT_FALSE(section.ReleaseCount(1));
+    int counter = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&] {
+                for (int i = 0; i < 2000; ++i) {
+                    const ScopedLock outer(section);
+                    EXPECT_TRUE(section.Wait(0));  // entered again; the time-out counts for nothing
+                    ++counter;
+                    EXPECT_TRUE(section.Unlock());
+                }
+            });
+        }
+    }
+    EXPECT_EQ(counter, 8000);
+}
+
+TEST(SyncObject, ScopedUnlockGivesBackOnce) {
+    Semaphore semaphore(platform::CreateSemaphore(1, 1, nullptr));
+    {
+        ScopedUnlock unlock(semaphore, semaphore.Wait(0));
+        EXPECT_TRUE(unlock.IsLocked());
+        EXPECT_FALSE(semaphore.Wait(0));
+        unlock.Release();
+        EXPECT_FALSE(unlock.IsLocked());
+    }
+    EXPECT_TRUE(semaphore.Wait(0));
+    ASSERT_TRUE(semaphore.Unlock());
+    ScopedUnlock full(semaphore, true);
+    full.Release();
+    EXPECT_TRUE(full.IsLocked());
+}
+
+TEST(SyncObject, AWaitSetGivesBackWhatItHolds) {
+    Semaphore first(platform::CreateSemaphore(1, 1, nullptr));
+    WEvent second(true, false, nullptr);
+    Semaphore third(platform::CreateSemaphore(1, 1, nullptr));
+    {
+        WaitSet set({&first, &second, &third});
+        EXPECT_TRUE(set.Wait(0, 0));
+        EXPECT_FALSE(set.Wait(1, 0));
+        EXPECT_TRUE(set.Wait(2, 0));
+        EXPECT_FALSE(set.IsLocked(1));
+        EXPECT_TRUE(third.Unlock());  // behind the set's back: its own unlock fails
+        set.Release();
+        EXPECT_FALSE(set.IsLocked(0));
+        EXPECT_TRUE(set.IsLocked(2));
+        EXPECT_TRUE(third.Wait(0));
+    }
+    EXPECT_TRUE(first.Wait(0));
+    EXPECT_TRUE(third.Wait(0));
+    WaitSet empty({nullptr, nullptr, nullptr});
+    EXPECT_FALSE(empty.Wait(0, 0));
+}
+
+}  // namespace
+}  // namespace Vorn

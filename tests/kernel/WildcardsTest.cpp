@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "kernel/Paths.h"
+#include "tests/kernel/Cells.h"
+
+namespace Vorn {
+namespace {
+
+constexpr std::size_t kNone = std::string_view::npos;
+
+// Each row is a name and its patterns.
+TEST(Wildcards, MatchTheTable) {
+    // A separator lets '?' pass, ';' is an ordinary byte before the last separator, and letter case
+    // is that of the ANSI code page.
+    for (const char* row : {"Data/Tex/A.TGA|data/*/*.tga",
+                            "Data\\Tex/A.TGA|data/*\\*.tga",
+                            "readme|*.",
+                            "readme|*.;*.txt",
+                            "b.bmp|*.txt;*.bmp",
+                            "b.bmp|*.bmp;*.txt",
+                            "x/y/b.tga|*/*/b.tga",
+                            "./a.txt|a.txt",
+                            "a.txt|.\\A.TXT",
+                            "a;b/c|a;b/c",
+                            "a/b|a?/b",
+                            "ax/b|a?/b",
+                            "abc|a?c",
+                            "abc|*?",
+                            "abc|**c",
+                            "aab|*ab",
+                            "abcabd|*b*bd",
+                            "\xC4.txt|\xE4.TXT",
+                            "|",
+                            "|*"}) {
+        EXPECT_TRUE(MatchWildcards(Cells(row)[0], Cells(row)[1])) << row;
+    }
+    for (const char* row :
+         {"readme|*.*", "b.bmp|*.txt;*.bm", "a/b.txt|*.txt", "x/y/b.tga|*/b.tga", "b/c|a;b/c",
+          "ac|a?c", "|*?", "[.txt|{.txt", "a|", "data|data/x", "data/x|dat"}) {
+        std::size_t dirEnd = 0;
+        EXPECT_FALSE(MatchWildcards(Cells(row)[0], Cells(row)[1], &dirEnd)) << row;
+        EXPECT_EQ(dirEnd, kNone) << row;
+    }
+}
+
+TEST(Wildcards, TellTheDirectoryThatThePatternNames) {
+    const struct {
+        const char* row;
+        std::size_t dirEnd;
+    } rows[] = {{"data/x|data", 4},
+                {"./data/x|data", 6},
+                {"data/x|data/", 4},
+                {"data/sub/x|data/*", 8},
+                {"data/x|other;data", 4}};
+    for (const auto& [row, expected] : rows) {
+        std::size_t dirEnd = 0;
+        EXPECT_FALSE(MatchWildcards(Cells(row)[0], Cells(row)[1], &dirEnd)) << row;
+        EXPECT_EQ(dirEnd, expected) << row;
+    }
+    std::size_t dirEnd = 0;
+    EXPECT_TRUE(MatchWildcards("data/", "data/", &dirEnd));
+    EXPECT_EQ(dirEnd, 4u);
+}
+
+bool PlainMatch(std::string_view name, std::string_view pattern) {
+    if (pattern.empty()) return name.empty();
+    if (pattern[0] == '*') {
+        return PlainMatch(name, pattern.substr(1)) ||
+               (!name.empty() && PlainMatch(name.substr(1), pattern));
+    }
+    return !name.empty() && (pattern[0] == '?' || pattern[0] == name[0]) &&
+           PlainMatch(name.substr(1), pattern.substr(1));
+}
+
+TEST(Wildcards, AgreeWithAPlainMatcherWithinOneComponent) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    const auto text = [&](std::string_view alphabet, std::size_t most) {
+        std::string result(random() % (most + 1), ' ');
+        for (char& c : result) c = alphabet[random() % alphabet.size()];
+        return result;
+    };
+    int matches = 0;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string name = text("ab", 8);
+        const std::string pattern = text("ab*?", 6);
+        const bool expected = PlainMatch(name, pattern);
+        matches += expected ? 1 : 0;
+        SCOPED_TRACE(name + " | " + pattern);
+        ASSERT_EQ(MatchWildcards(name, pattern), expected);
+        if (pattern.find('?') != std::string::npos) continue;  // may also match nothing before '/'
+        ASSERT_EQ(MatchWildcards(name + "/f", pattern + "/f"), expected);
+    }
+    EXPECT_GT(matches, 1000);
+}
+
+// Exponential or cubic work would not end within the test's time limit.
+TEST(Wildcards, EndQuicklyOnHostilePatterns) {
+    const std::string name(5000, 'a');
+    std::string stars;
+    for (int i = 0; i < 2000; ++i) stars += "*a";
+    EXPECT_FALSE(MatchWildcards(name, stars + "*b"));
+    EXPECT_FALSE(MatchWildcards(name, std::string(5000, '*') + "b"));
+    EXPECT_FALSE(MatchWildcards(name, '*' + name.substr(1) + 'b'));
+    EXPECT_FALSE(MatchWildcards(name + "/" + name, stars + "*b/" + stars));
+}
+
+}  // namespace
+}  // namespace Vorn
