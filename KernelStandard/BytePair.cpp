@@ -1,0 +1,420 @@
+// The encoder must replace pairs in one fixed order: by count, and among equal counts by the place
+// of the pair in a hash table. So that table is kept exactly; the work around it is arranged to
+// touch only what changes. A symbol (a byte, or a code for a pair) keeps the place of the content
+// it stands for and is never moved. It is noted at the first and the last place of that stretch, so
+// that both neighbours of any place are found at once.
+//
+// The decoder spells out every value that stands for at most 16 bytes once for a sub-block and then
+// copies it as a whole; longer codes are taken apart on a stack until their parts are that short.
+#include "KernelStandard/BytePair.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+
+#include "KernelStandard/BorderLists.h"
+#include "KernelStandard/PairCounts.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::size_t kSubBlockBytes = BorderLists::kMostPlaces;
+constexpr std::size_t kMostDistinct = 210;
+constexpr std::size_t kHighestCode = 254;
+
+// The slots of the pairs that the newest code forms with its neighbours on one side.
+class NeighbourSlots {
+public:
+    static constexpr std::size_t kNone = PairCounts::kSlots;
+
+    void Clear() { entries_.fill(~std::uint32_t{0}); }
+    void Begin(std::uint8_t code) { code_ = code; }
+
+    [[nodiscard]] std::size_t Find(std::uint8_t neighbour) const {
+        const std::uint32_t entry = entries_[neighbour];
+        return entry >> 16 == code_ ? entry & 0xFFFF : kNone;
+    }
+
+    void Set(std::uint8_t neighbour, std::size_t slot) {
+        entries_[neighbour] = code_ << 16 | static_cast<std::uint32_t>(slot);
+    }
+
+private:
+    std::array<std::uint32_t, 256> entries_;  // code and slot; those of older codes are void
+    std::uint32_t code_ = 0;
+};
+
+// Packs one sub-block after the other: Fill, ReplacePairs, Write.
+class SubBlockEncoder {
+public:
+    // Takes the next sub-block from the front of `input`; returns its length.
+    std::size_t Fill(std::span<const std::byte> input);
+
+    // False when the counts ran out of slots.
+    [[nodiscard]] bool ReplacePairs();
+
+    // Appends the sub-block at `position`, and moves that on. False when the output would then
+    // not be shorter than `limit`.
+    [[nodiscard]] bool Write(std::span<std::byte> output, std::size_t& position,
+                             std::size_t limit) const;
+
+private:
+    static constexpr std::size_t kMostTableBytes = std::size_t{256} * 3;
+
+    void Begin(std::span<const std::byte> input);
+    [[nodiscard]] bool ReplaceAll(std::size_t slot, std::uint8_t code);
+    void ReplaceOne(std::size_t border, std::uint8_t left, std::uint8_t code);
+    void ChangePair(std::size_t border, NeighbourSlots& slots, std::uint8_t neighbour,
+                    std::uint8_t first, std::uint8_t second);
+    [[nodiscard]] bool IsCode(std::size_t c) const { return left_[c] != c; }
+    [[nodiscard]] std::size_t LiteralRun(std::size_t c) const;
+    [[nodiscard]] std::size_t EntryRun(std::size_t c) const;
+    [[nodiscard]] std::size_t WriteTable(std::span<std::uint8_t, kMostTableBytes> table) const;
+    void WriteSymbols(std::span<std::byte> output) const;
+
+    PairCounts counts_;
+    BorderLists borders_;
+    NeighbourSlots slotsBefore_;
+    NeighbourSlots slotsAfter_;
+    std::size_t size_ = 0;        // content bytes
+    std::size_t packedSize_ = 0;  // symbols
+    std::array<std::uint8_t, kSubBlockBytes> symbols_;
+    std::array<std::uint64_t, kSubBlockBytes / 64>
+        starts_;  // a bit for each first place of a symbol
+    std::array<std::uint8_t, 256> left_;
+    std::array<std::uint8_t, 256> right_;
+    std::array<bool, 256> used_;
+    std::array<std::uint16_t, 256> lengths_;  // content bytes a symbol stands for
+};
+
+std::size_t SubBlockEncoder::Fill(std::span<const std::byte> input) {
+    Begin(input);
+    for (std::size_t place = 1; place < size_; ++place) {
+        const std::size_t slot = counts_.Find(symbols_[place - 1], symbols_[place]);
+        if (counts_.IsFree(slot)) {
+            counts_.Claim(slot, symbols_[place - 1], symbols_[place]);
+            borders_.Start(slot);
+        }
+        counts_.Raise(slot);
+        borders_.Append(slot, place);
+    }
+    return size_;
+}
+
+// Takes bytes until the sub-block is full or has its fill of distinct values.
+void SubBlockEncoder::Begin(std::span<const std::byte> input) {
+    used_.fill(false);
+    starts_.fill(0);
+    const std::size_t most = std::min(input.size(), kSubBlockBytes);
+    std::size_t distinct = 0;
+    for (size_ = 0; size_ < most && distinct < kMostDistinct; ++size_) {
+        const auto symbol = std::to_integer<std::uint8_t>(input[size_]);
+        symbols_[size_] = symbol;
+        distinct += used_[symbol] ? 0 : 1;
+        used_[symbol] = true;
+    }
+    packedSize_ = size_;
+
+    counts_.Clear();
+    slotsBefore_.Clear();
+    slotsAfter_.Clear();
+    std::fill_n(starts_.begin(), size_ / 64, ~std::uint64_t{0});
+    if (size_ % 64 != 0) starts_[size_ / 64] = (std::uint64_t{1} << size_ % 64) - 1;
+    lengths_.fill(1);
+    for (std::size_t c = 0; c < 256; ++c) left_[c] = static_cast<std::uint8_t>(c);
+}
+
+bool SubBlockEncoder::ReplacePairs() {
+    for (std::size_t code = kHighestCode + 1; code-- > 0;) {
+        if (used_[code]) continue;
+        const std::size_t slot = counts_.FindBest();
+        if (slot == PairCounts::kSlots) return true;
+        if (!ReplaceAll(slot, static_cast<std::uint8_t>(code))) return false;
+        counts_.Retire(slot);
+    }
+    return true;
+}
+
+bool SubBlockEncoder::ReplaceAll(std::size_t slot, std::uint8_t code) {
+    const std::uint8_t left = counts_.First(slot);
+    const std::uint8_t right = counts_.Second(slot);
+    left_[code] = left;
+    right_[code] = right;
+    used_[code] = true;
+    lengths_[code] = static_cast<std::uint16_t>(lengths_[left] + lengths_[right]);
+
+    slotsBefore_.Begin(code);
+    slotsAfter_.Begin(code);
+    // In a row of equal symbols a replacement takes the next border off this list.
+    for (std::size_t border = borders_.First(slot); border < BorderLists::kNone;
+         border = borders_.Next(border)) {
+        if (!counts_.HasRoomForTwo()) return false;
+        ReplaceOne(border, left, code);
+    }
+    return true;
+}
+
+void SubBlockEncoder::ReplaceOne(std::size_t border, std::uint8_t left, std::uint8_t code) {
+    const std::size_t begin = border - lengths_[left];
+    const std::size_t end = begin + lengths_[code];
+    if (begin > 0) {
+        const std::uint8_t before = symbols_[begin - 1];
+        ChangePair(begin, slotsBefore_, before, before, code);
+    }
+    if (end < size_) {
+        const std::uint8_t after = symbols_[end];
+        ChangePair(end, slotsAfter_, after, code, after);
+    }
+    symbols_[begin] = code;
+    symbols_[end - 1] = code;
+    starts_[border / 64] &= ~(std::uint64_t{1} << border % 64);
+    --packedSize_;
+}
+
+// Moves a border from the pair it parted to (`first`, `second`), one of which is the newest code
+// and the other `neighbour`.
+inline void SubBlockEncoder::ChangePair(std::size_t border, NeighbourSlots& slots,
+                                        std::uint8_t neighbour, std::uint8_t first,
+                                        std::uint8_t second) {
+    counts_.Lower(borders_.SlotOf(border));
+    borders_.Remove(border);
+    std::size_t slot = slots.Find(neighbour);
+    if (slot == NeighbourSlots::kNone) {
+        slot = counts_.FindFree(first, second);
+        counts_.Claim(slot, first, second);
+        borders_.Start(slot);
+        slots.Set(neighbour, slot);
+    }
+    counts_.Raise(slot);
+    borders_.Append(slot, border);
+}
+
+std::size_t SubBlockEncoder::LiteralRun(std::size_t c) const {
+    std::size_t run = 1;
+    while (run < 127 && c + run < 256 && !IsCode(c + run)) ++run;
+    return run;
+}
+
+// Entries after the first one. A single literal between two codes is written as an entry of its
+// own, which is shorter than two runs.
+std::size_t SubBlockEncoder::EntryRun(std::size_t c) const {
+    std::size_t more = 0;
+    while ((more < 127 && c + more + 1 < 256 && IsCode(c + more + 1)) ||
+           (more < 125 && c + more + 2 < 255 && IsCode(c + more + 2))) {
+        ++more;
+    }
+    return more;
+}
+
+std::size_t SubBlockEncoder::WriteTable(std::span<std::uint8_t, kMostTableBytes> table) const {
+    std::size_t size = 0;
+    for (std::size_t c = 0; c < 256;) {
+        if (!IsCode(c)) {
+            const std::size_t run = LiteralRun(c);
+            table[size++] = static_cast<std::uint8_t>(127 + run);
+            c += run;
+            continue;
+        }
+        const std::size_t more = EntryRun(c);
+        table[size++] = static_cast<std::uint8_t>(more);
+        for (const std::size_t end = c + more + 1; c < end; ++c) {
+            table[size++] = left_[c];
+            if (IsCode(c)) table[size++] = right_[c];
+        }
+    }
+    return size;
+}
+
+void SubBlockEncoder::WriteSymbols(std::span<std::byte> output) const {
+    std::size_t written = 0;
+    for (std::size_t word = 0; word < starts_.size(); ++word) {
+        for (std::uint64_t left = starts_[word]; left != 0; left &= left - 1) {
+            output[written++] =
+                std::byte{symbols_[word * 64 + static_cast<std::size_t>(std::countr_zero(left))]};
+        }
+    }
+}
+
+bool SubBlockEncoder::Write(std::span<std::byte> output, std::size_t& position,
+                            std::size_t limit) const {
+    std::array<std::uint8_t, kMostTableBytes> table;
+    const std::size_t tableSize = WriteTable(table);
+    if (position + tableSize + 2 + packedSize_ >= limit) return false;
+
+    std::memcpy(&output[position], table.data(), tableSize);
+    position += tableSize;
+    output[position++] = static_cast<std::byte>(packedSize_ >> 8);
+    output[position++] = static_cast<std::byte>(packedSize_ & 0xFF);
+    WriteSymbols(output.subspan(position, packedSize_));
+    position += packedSize_;
+    return true;
+}
+
+class Expander {
+public:
+    Expander(std::span<std::byte> output, std::span<const std::byte> input)
+        : out_(output), in_(input) {
+        for (std::size_t c = 0; c < 256; ++c) SetLiteral(c);
+    }
+
+    std::optional<std::size_t> Run() {
+        while (read_ < in_.size()) {
+            if (!ReadTable()) return std::nullopt;
+            SpellCodes();
+            if (!ReadPacked()) return std::nullopt;
+        }
+        return written_;
+    }
+
+private:
+    static constexpr std::size_t kSpelled = 16;
+
+    // A code takes one byte off the stack and puts two back, so codes that do not contain
+    // themselves, 255 at most, never need more than this.
+    static constexpr std::size_t kStackBytes = 256;
+
+    // Twice the length that counts: two whole texts are copied behind one another.
+    using Text = std::array<std::byte, 2 * kSpelled>;
+
+    void SetLiteral(std::size_t c) {
+        texts_[c][0] = static_cast<std::byte>(c);
+        lengths_[c] = 1;
+    }
+
+    [[nodiscard]] std::size_t Rest() const { return in_.size() - read_; }
+    std::uint8_t Take() { return std::to_integer<std::uint8_t>(in_[read_++]); }
+
+    bool ReadTable();
+    bool ReadEntries(std::size_t first, std::size_t count);
+    void SpellCodes();
+    bool ReadPacked();
+    bool Put(std::uint8_t symbol);
+    bool TakeApart(std::uint8_t code);
+
+    std::span<std::byte> out_;
+    std::span<const std::byte> in_;
+    std::size_t read_ = 0;
+    std::size_t written_ = 0;
+    std::array<std::uint8_t, 256> codes_;  // the codes of this sub-block, in rising order
+    std::size_t codeCount_ = 0;
+    std::array<std::uint8_t, 256> left_;  // valid for codes
+    std::array<std::uint8_t, 256> right_;
+    std::array<std::uint8_t, 256> lengths_;  // of the texts; 0 for a code that is not spelled out
+    std::array<Text, 256> texts_;
+};
+
+bool Expander::ReadTable() {
+    for (std::size_t i = 0; i < codeCount_; ++i) SetLiteral(codes_[i]);
+    codeCount_ = 0;
+    std::size_t c = 0;
+    while (c < 256) {
+        if (Rest() == 0) return false;
+        const std::size_t count = Take();
+        if (count >= 128) {
+            c += count - 127;
+            continue;
+        }
+        if (c + count + 1 > 256 || !ReadEntries(c, count + 1)) return false;
+        c += count + 1;
+    }
+    return c == 256;
+}
+
+bool Expander::ReadEntries(std::size_t first, std::size_t count) {
+    for (std::size_t c = first; c < first + count; ++c) {
+        if (Rest() == 0) return false;
+        const std::uint8_t left = Take();
+        if (left == c) continue;
+        if (Rest() == 0) return false;
+        left_[c] = left;
+        right_[c] = Take();
+        lengths_[c] = 0;
+        codes_[codeCount_++] = static_cast<std::uint8_t>(c);
+    }
+    return true;
+}
+
+// The encoder hands out codes downwards, so the parts of a code lie above it and are ready first.
+// A code of any other table may be left to TakeApart.
+void Expander::SpellCodes() {
+    for (std::size_t i = codeCount_; i-- > 0;) {
+        const std::size_t code = codes_[i];
+        const std::size_t left = lengths_[left_[code]];
+        const std::size_t right = lengths_[right_[code]];
+        if (left == 0 || right == 0 || left + right > kSpelled) continue;
+        std::memcpy(texts_[code].data(), texts_[left_[code]].data(), kSpelled);
+        std::memcpy(texts_[code].data() + left, texts_[right_[code]].data(), kSpelled);
+        lengths_[code] = static_cast<std::uint8_t>(left + right);
+    }
+}
+
+bool Expander::ReadPacked() {
+    if (Rest() < 2) return false;
+    const std::size_t high = Take();
+    const std::size_t size = high << 8 | Take();
+    if (Rest() < size) return false;
+    const std::span<const std::byte> packed = in_.subspan(read_, size);
+    read_ += size;
+    return std::ranges::all_of(packed, [this](std::byte symbol) {
+        const auto c = std::to_integer<std::uint8_t>(symbol);
+        return lengths_[c] != 0 ? Put(c) : TakeApart(c);
+    });
+}
+
+// Writes a text. Away from the end its length need not be known to copy it.
+inline bool Expander::Put(std::uint8_t symbol) {
+    const std::size_t length = lengths_[symbol];
+    const std::size_t room = out_.size() - written_;
+    if (room >= kSpelled) {
+        std::memcpy(out_.data() + written_, texts_[symbol].data(), kSpelled);
+    } else if (room >= length) {
+        std::memcpy(out_.data() + written_, texts_[symbol].data(), length);
+    } else {
+        return false;
+    }
+    written_ += length;
+    return true;
+}
+
+bool Expander::TakeApart(std::uint8_t code) {
+    std::array<std::uint8_t, kStackBytes> stack;
+    stack[0] = code;
+    for (std::size_t depth = 1; depth > 0;) {
+        const std::uint8_t symbol = stack[--depth];
+        if (lengths_[symbol] != 0) {
+            if (!Put(symbol)) return false;
+            continue;
+        }
+        if (depth + 2 > kStackBytes) return false;
+        stack[depth++] = right_[symbol];
+        stack[depth++] = left_[symbol];
+    }
+    return true;
+}
+
+}  // namespace
+
+std::size_t CompressBlock(std::span<std::byte> output, std::span<const std::byte> input) {
+    assert(output.size() >= input.size());
+    SubBlockEncoder encoder;
+    std::size_t position = 0;
+    for (std::size_t done = 0; done < input.size();) {
+        done += encoder.Fill(input.subspan(done));
+        if (!encoder.ReplacePairs() || !encoder.Write(output, position, input.size())) {
+            std::ranges::copy(input, output.begin());
+            return input.size();
+        }
+    }
+    return position;
+}
+
+std::optional<std::size_t> ExpandBlock(std::span<std::byte> output,
+                                       std::span<const std::byte> input) {
+    return Expander(output, input).Run();
+}
+
+}  // namespace Vorn
