@@ -1,0 +1,38 @@
+// The MD5 message digest (RFC 1321), by which the converter tells whether contents are the same.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+// Collects bytes until finalize, and holds the digest from then on; it is not used again. A call in
+// the wrong state does nothing but write a line to standard error.
+class MD5 {
+public:
+    MD5() = default;
+
+    // Digests what `file`, open for binary reading, still holds, and closes it.
+    explicit MD5(std::FILE* file);
+
+    void update(const void* bytes, std::size_t length);
+
+    // Adds the rest of `file` and closes it. A read error counts as its end.
+    void update(std::FILE* file);
+
+    void finalize();
+
+    // 32 lower-case hexadecimal digits and a zero; an empty text before finalize.
+    [[nodiscard]] std::unique_ptr<char[]> hex_digest() const;
+
+private:
+    void Transform(const std::byte* block);
+    void AddToCount(std::uint64_t bits);
+
+    std::array<std::uint32_t, 4> state_{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
+    std::array<std::uint32_t, 2> count_{};  // bits so far, low word first
+    std::array<std::byte, 64> buffer_{};    // input that does not fill a block yet
+    std::array<std::byte, 16> digest_{};
+    bool finalized_ = false;
+};
