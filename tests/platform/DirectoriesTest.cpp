@@ -6,6 +6,7 @@
 #include <map>
 #include <vector>
 
+#include "platform/Processes.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace platform {
@@ -80,12 +81,17 @@ TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
 
 TEST_F(Directories, TemporaryDirectoryEndsInASeparator) {
     const char* const rows[][2] = {{"/x", "/x/"}, {"/x/", "/x/"}, {"", "/tmp/"}};
-    const std::string before = getenv("TMPDIR") != nullptr ? getenv("TMPDIR") : "";
+    std::string before;
+    const bool wasSet = GetEnvironment("TMPDIR", before);
     for (const auto& [configured, expected] : rows) {
         setenv("TMPDIR", configured, 1);
         EXPECT_EQ(TemporaryDirectory(), expected);
     }
-    setenv("TMPDIR", before.c_str(), 1);
+    if (wasSet) {
+        setenv("TMPDIR", before.c_str(), 1);
+    } else {
+        unsetenv("TMPDIR");
+    }
 }
 
 }  // namespace

@@ -93,9 +93,9 @@ TEST_F(ShareModes, RacingOpenersNeverBothHoldTheFile) {
     std::atomic<int> inside = 0;
     std::atomic<int> together = 0;
     std::atomic<int> opened = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
             for (int round = 0; round < 100; ++round) {
                 FileHandle file;
                 if (file.Open(path.c_str(), Access::Write, Creation::OpenExisting,
