@@ -1,0 +1,22 @@
+#include "kernel/services/ThreadEntry.h"
+
+#include "kernel/Exceptions.h"
+#include "kernel/services/FatalError.h"
+#include "kernel/services/Thread.h"
+
+namespace Vorn {
+
+std::uint32_t ThreadEntry(Thread& thread) {
+    if (IsTerminating()) return 0;
+    const FatalErrorUser user;
+    try {
+        return thread.CallFunction();
+    } catch (const AssertEx&) {
+        return 0;
+    } catch (const Exception& exception) {
+        ShowFatalError(exception);
+        return 0;
+    }
+}
+
+}  // namespace Vorn
