@@ -1,0 +1,57 @@
+# Sourced by the scripts: goes to the project's root, and installs Debian packages that are missing.
+# shellcheck shell=bash
+set -euo pipefail
+
+export LC_ALL=C.UTF-8
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+build_packages=(g++ cmake ninja-build ccache libzstd-dev liblzma-dev)
+test_packages=(libgtest-dev libgmock-dev strace)
+
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+apt_quietly() {
+    local output
+    output=$("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" 2>&1 </dev/null) || {
+        echo "$output" >&2
+        return 1
+    }
+}
+
+# Installs what is missing of the given packages, as root or through sudo. Without apt the machine
+# is taken as it is.
+install_missing() {
+    command -v apt-get >/dev/null || return 0
+    local package missing=() as_root=()
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    ((${#missing[@]})) || return 0
+    if [[ $(id -u) != 0 ]]; then
+        command -v sudo >/dev/null || fail "As root, please: apt-get install ${missing[*]}"
+        as_root=(sudo)
+    fi
+    echo "Installing ${missing[*]}"
+    apt_quietly install -y --no-install-recommends "${missing[@]}" 2>/dev/null && return 0
+    apt_quietly update || true
+    apt_quietly install -y --no-install-recommends "${missing[@]}" ||
+        fail "Could not install ${missing[*]}"
+}
+
+# build_preset PRESET [TARGET...]: configures and builds, and shows the log only when that fails.
+build_preset() {
+    local preset=$1 log=build/$1/build.log
+    shift
+    mkdir -p "build/$preset"
+    echo "Building ($preset); the log is $log"
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } \
+        >"$log" 2>&1 </dev/null; then
+        tail -n 60 "$log" >&2
+        fail "The build failed; all of its log is in $log"
+    fi
+}
