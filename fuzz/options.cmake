@@ -1,0 +1,1 @@
+vorn_fuzz(options_fuzz SOURCES OptionsFuzz.cpp LINKS kernel_services)

@@ -1,0 +1,115 @@
+// Kernel threads: their start, their end, and what ends them early.
+#include "kernel/services/Thread.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <memory>
+
+#include "kernel/Exceptions.h"
+#include "kernel/services/ThreadEntry.h"
+#include "tests/kernel/services/FakeDialogs.h"
+
+namespace Vorn {
+namespace {
+
+std::uint32_t ExitCodeOf(ThreadFunction function, void* argument) {
+    Thread thread(function, argument, true);
+    EXPECT_TRUE(thread.IsValid());
+    EXPECT_TRUE(thread.Wait(-1));
+    EXPECT_FALSE(thread.IsRunning());
+    std::uint32_t code = 99;
+    EXPECT_TRUE(thread.GetExitCode(code));
+    return code;
+}
+
+TEST(Threads, EndWithTheResultOfTheirFunction) {
+    std::uint32_t id = 0;
+    const auto function = [](void* argument) {
+        *static_cast<std::uint32_t*>(argument) = Thread::CurrentThreadId();
+        return 0xFFFFFFF0u;
+    };
+    EXPECT_EQ(ExitCodeOf(function, &id), 0xFFFFFFF0u);
+    EXPECT_NE(id, 0u);
+    EXPECT_NE(id, Thread::CurrentThreadId());
+}
+
+TEST(Threads, EndWithZeroWhenAnExceptionLeavesTheFunction) {
+    const int shown = Dialogs().calls;
+    const auto assertion = [](void*) -> std::uint32_t { throw AssertEx(); };
+    EXPECT_EQ(ExitCodeOf(assertion, nullptr), 0u);
+    EXPECT_EQ(Dialogs().calls, shown);
+    const auto fileError = [](void*) -> std::uint32_t { throw FileEx("File", 1, "Logic Error"); };
+    EXPECT_EQ(ExitCodeOf(fileError, nullptr), 0u);
+    EXPECT_EQ(Dialogs().calls, shown + 1);
+}
+
+TEST(Threads, CreatedSuspendedWaitForResume) {
+    std::atomic<bool> called = false;
+    const auto function = [](void* flag) {
+        *static_cast<std::atomic<bool>*>(flag) = true;
+        return 1u;
+    };
+    Thread thread(function, &called, false);
+    std::uint32_t code = 0;
+    EXPECT_FALSE(thread.Wait(20));
+    EXPECT_FALSE(called);
+    EXPECT_TRUE(thread.IsRunning());
+    EXPECT_FALSE(thread.GetExitCode(code));
+    EXPECT_TRUE(thread.SetPriority(0));
+
+    EXPECT_TRUE(thread.Resume());
+    EXPECT_TRUE(thread.Wait(-1));
+    EXPECT_TRUE(called);
+}
+
+TEST(Threads, DestroyingASuspendedThreadLetsItRunToItsEnd) {
+    std::atomic<bool> called = false;
+    const auto function = [](void* flag) {
+        *static_cast<std::atomic<bool>*>(flag) = true;
+        return 0u;
+    };
+    { const Thread thread(function, &called, false); }
+    EXPECT_TRUE(called);
+}
+
+TEST(Threads, DestructionAsksARunningThreadToStop) {
+    struct Shared {
+        WEvent ready{true, false, nullptr};
+        std::unique_ptr<Thread> thread;
+        int taken = -1;
+    } shared;
+    const auto function = [](void* argument) {
+        auto& mine = *static_cast<Shared*>(argument);
+        WEvent never(true, false, nullptr);
+        std::array<platform::Waitable*, 2> waits = {never.GetHandle(), mine.thread->GetHandle()};
+        mine.ready.Set();
+        mine.taken = platform::WaitForAny(waits, -1);
+        return 0u;
+    };
+    shared.thread = std::make_unique<Thread>(function, &shared, false);
+    EXPECT_TRUE(shared.thread->Resume());
+    EXPECT_TRUE(shared.ready.Wait(-1));
+    EXPECT_FALSE(shared.thread->Wait(0));
+    shared.thread = nullptr;
+    EXPECT_EQ(shared.taken, 1);
+}
+
+// The function may use its object although the constructor has not returned.
+TEST(Threads, FindACompleteObjectFromTheFirstLineOn) {
+    for (int i = 0; i < 200; ++i) {
+        alignas(Thread) std::array<std::byte, sizeof(Thread)> place;
+        const auto function = [](void* self) {
+            return static_cast<Thread*>(self)->IsValid() ? 1u : 0u;
+        };
+        auto* thread = new (place.data()) Thread(function, place.data(), true);
+        std::uint32_t code = 0;
+        EXPECT_TRUE(thread->Wait(-1) && thread->GetExitCode(code));
+        EXPECT_EQ(code, 1u);
+        thread->~Thread();
+    }
+}
+
+}  // namespace
+}  // namespace Vorn
