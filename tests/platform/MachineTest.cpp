@@ -14,14 +14,15 @@ namespace platform {
 namespace {
 
 TEST(Clock, IntervalsAgree) {
-    const std::uint64_t counter = PerformanceCounter();
     const std::uint32_t ticks = TickMilliseconds();
+    const std::uint64_t counter = PerformanceCounter();
     SleepMilliseconds(30);
-    const std::uint64_t milliseconds =
-        (PerformanceCounter() - counter) * 1000 / PerformanceFrequency();
-    EXPECT_GE(milliseconds, 30u);
-    EXPECT_NEAR(static_cast<double>(TickMilliseconds() - ticks), static_cast<double>(milliseconds),
-                20);
+    const std::uint64_t steps = PerformanceCounter() - counter;
+    const std::uint32_t outside = TickMilliseconds() - ticks;
+    const std::uint64_t inside = steps * 1000 / PerformanceFrequency();
+    EXPECT_GE(inside, 30u);
+    EXPECT_GE(outside + 1, inside);
+    EXPECT_LT(outside, inside + 5000);  // a unit mistaken, not a busy machine
     EXPECT_GT(WallClockSeconds(), 1'700'000'000);
 }
 

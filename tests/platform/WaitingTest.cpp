@@ -39,9 +39,16 @@ TEST(Waiting, PulseReleasesThoseThatWaitNow) {
         SCOPED_TRACE(manual);
         const auto event = CreateEvent(manual, false, "");
         std::atomic<int> released = 0;
-        const auto wait = [&] { released += event->Wait(kWaitForever) ? 1 : 0; };
+        std::atomic<int> started = 0;
+        const auto wait = [&] {
+            ++started;
+            released += event->Wait(kWaitForever) ? 1 : 0;
+        };
         const std::array threads = {Start(wait), Start(wait), Start(wait)};
-        SleepMilliseconds(50);  // for all three to wait
+        while (started < 3) {
+            SleepMilliseconds(1);
+        }
+        SleepMilliseconds(50);  // from there into the wait
         event->Pulse();
         SleepMilliseconds(50);
         EXPECT_EQ(released, manual ? 3 : 1);
@@ -70,14 +77,16 @@ TEST(Waiting, SemaphoresCount) {
 TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
     const auto mutex = CreateMutex(true, nullptr);
     EXPECT_TRUE(mutex->Wait(0));
+    const auto tried = CreateEvent(true, false, nullptr);
     std::atomic<bool> taken = true;
     std::atomic<bool> released = true;
     const auto other = Start([&] {
         taken = mutex->Wait(10);
         released = mutex->Release();
+        tried->Set();
         taken = taken || !mutex->Wait(kWaitForever);
     });
-    SleepMilliseconds(50);
+    EXPECT_TRUE(tried->Wait(10000));
     EXPECT_TRUE(mutex->Release());
     EXPECT_FALSE(other->Wait(20));  // still owned once
     EXPECT_TRUE(mutex->Release());
@@ -121,8 +130,10 @@ TEST(Waiting, NamesAreSharedByType) {
 
 TEST(Threads, RunSuspendEndAndTellTheirCode) {
     std::atomic<std::uint32_t> id = 0;
+    auto owned = std::make_shared<int>(1);
+    const std::weak_ptr<int> watch = owned;
     const auto thread = CreateThread(
-        [&] {
+        [&id, owned = std::move(owned)] {
             id = CurrentThreadId();
             return 0xFFFFFFFEU;
         },
@@ -134,6 +145,7 @@ TEST(Threads, RunSuspendEndAndTellTheirCode) {
     EXPECT_EQ(code, 1u);
     EXPECT_TRUE(thread->Resume());
     EXPECT_TRUE(thread->Wait(10000) && thread->Wait(0));
+    EXPECT_TRUE(watch.expired());  // before the end shows
     EXPECT_TRUE(thread->GetExitCode(code));
     EXPECT_EQ(code, 0xFFFFFFFEU);
     EXPECT_NE(id, CurrentThreadId());
@@ -143,17 +155,14 @@ TEST(Threads, RunSuspendEndAndTellTheirCode) {
 
 TEST(Threads, ASuspendedThreadMayGoUnrun) {
     std::atomic<bool> ran = false;
-    auto owned = std::make_shared<int>(1);
-    const std::weak_ptr<int> watch = owned;
     CreateThread(
-        [&ran, owned = std::move(owned)] {
+        [&ran] {
             ran = true;
             return 0U;
         },
         true)
         .reset();
     EXPECT_FALSE(ran);
-    EXPECT_TRUE(watch.expired());
 }
 
 TEST(Threads, PriorityReachesTheSystem) {
