@@ -100,14 +100,6 @@ TEST_F(StringPoolTest, BucketsComeFromTheLast16Bytes) {
     EXPECT_NE(Intern('x' + tail), Intern('y' + tail));
 }
 
-TEST_F(StringPoolTest, BlocksGrowInStepsOf16) {
-    EXPECT_EQ(EntryCapacity(0), 8u);
-    EXPECT_EQ(EntryCapacity(6), 8u);
-    EXPECT_EQ(EntryCapacity(7), 24u);
-    EXPECT_EQ(EntryCapacity(22), 24u);
-    EXPECT_EQ(EntryCapacity(23), 40u);
-}
-
 // All in one bucket: found through the chains, this would be half of 60,000 squared steps.
 TEST_F(StringPoolTest, LookupsStayShortInAFullBucket) {
     const auto before = pool.GetStatistics();
