@@ -99,7 +99,7 @@ struct Encoder {
         }
     }
 
-    bool IsCode(std::size_t c) const { return left[c] != c; }
+    [[nodiscard]] bool IsCode(std::size_t c) const { return left[c] != c; }
 
     bool Write() {
         for (std::size_t c = 0; c < 256;) {
