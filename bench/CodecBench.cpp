@@ -1,0 +1,134 @@
+// Speed of the codec and the digests over a few kinds of data, in bytes of content per second. The
+// literal codec runs next to the fast one, block by block over the same content, for the ratio.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <random>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "KernelStandard/BytePair.h"
+#include "KernelStandard/Crc32.h"
+#include "converter/MD5.h"
+#include "tests/KernelStandard/LiteralBytePair.h"
+
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+constexpr std::size_t kBlock = 16384;
+constexpr std::size_t kContent = 32 * kBlock;
+
+// Sentences of words of which some are common and most are rare, as in prose.
+Bytes Text() {
+    std::mt19937 random(1);
+    std::vector<std::string> words(2000);
+    for (std::string& word : words) {
+        for (std::size_t n = 2 + random() % 8; n > 0; --n)
+            word += "eeettaaoinshrdlu"[random() % 16];
+    }
+    Bytes text;
+    while (text.size() < kContent) {
+        const std::size_t rank = (random() % 45) * (random() % 45);
+        for (const char c : words[rank] + ' ') text.push_back(static_cast<std::byte>(c));
+    }
+    return text;
+}
+
+Bytes Program() {
+    std::ifstream file("/proc/self/exe", std::ios::binary);
+    const std::string all((std::istreambuf_iterator<char>(file)), {});
+    const auto bytes = std::as_bytes(std::span(all));
+    return {bytes.begin(), bytes.end()};
+}
+
+Bytes Noise() {
+    std::mt19937 random(2);
+    Bytes bytes(kContent);
+    for (std::byte& byte : bytes) byte = static_cast<std::byte>(random());
+    return bytes;
+}
+
+const struct {
+    const char* name;
+    Bytes bytes;
+} kData[] = {
+    {"text", Text()}, {"program", Program()}, {"random", Noise()}, {"zeros", Bytes(kContent)}};
+
+// Content of whole blocks of at most kContent bytes; the state's first argument tells the kind.
+std::span<const std::byte> ContentOf(benchmark::State& state) {
+    const auto& data = kData[static_cast<std::size_t>(state.range(0))];
+    state.SetLabel(data.name);
+    const std::size_t size = std::min(data.bytes.size(), kContent);
+    return std::span(data.bytes).first(size / kBlock * kBlock);
+}
+
+void CountBytes(benchmark::State& state, std::size_t size) {
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(size));
+}
+
+using Compressor = std::size_t(std::span<std::byte>, std::span<const std::byte>);
+using Expander = std::optional<std::size_t>(std::span<std::byte>, std::span<const std::byte>);
+
+void Compress(benchmark::State& state, Compressor* compress) {
+    const auto content = ContentOf(state);
+    Bytes packed(kBlock);
+    while (state.KeepRunning()) {
+        for (std::size_t done = 0; done < content.size(); done += kBlock) {
+            benchmark::DoNotOptimize(compress(packed, content.subspan(done, kBlock)));
+        }
+    }
+    CountBytes(state, content.size());
+}
+
+void Expand(benchmark::State& state, Expander* expand) {
+    const auto content = ContentOf(state);
+    std::vector<Bytes> blocks;
+    for (std::size_t done = 0; done < content.size(); done += kBlock) {
+        Bytes packed(kBlock);
+        packed.resize(Vorn::CompressBlock(packed, content.subspan(done, kBlock)));
+        if (packed.size() < kBlock) blocks.push_back(packed);
+    }
+    if (blocks.empty()) return state.SkipWithError("every block is stored");
+    Bytes back(kBlock);
+    while (state.KeepRunning()) {
+        for (const Bytes& packed : blocks) benchmark::DoNotOptimize(expand(back, packed));
+    }
+    CountBytes(state, blocks.size() * kBlock);
+}
+
+void Crc(benchmark::State& state) {
+    const auto content = ContentOf(state);
+    while (state.KeepRunning()) {
+        Vorn::Crc32 crc;
+        crc.Update(content);
+        benchmark::DoNotOptimize(crc.Value());
+    }
+    CountBytes(state, content.size());
+}
+
+void Md5(benchmark::State& state) {
+    const auto content = ContentOf(state);
+    while (state.KeepRunning()) {
+        MD5 digest;
+        digest.update(content.data(), content.size());
+        digest.finalize();
+        benchmark::DoNotOptimize(digest.hex_digest());
+    }
+    CountBytes(state, content.size());
+}
+
+BENCHMARK_CAPTURE(Compress, fast, Vorn::CompressBlock)->DenseRange(0, 3);
+BENCHMARK_CAPTURE(Compress, literal, Vorn::Literal::CompressBlock)->DenseRange(0, 3);
+BENCHMARK_CAPTURE(Expand, fast, Vorn::ExpandBlock)->DenseRange(0, 3);
+BENCHMARK_CAPTURE(Expand, literal, Vorn::Literal::ExpandBlock)->DenseRange(0, 3);
+BENCHMARK(Crc)->Arg(2);
+BENCHMARK(Md5)->Arg(2);
+
+}  // namespace
+
+BENCHMARK_MAIN();
