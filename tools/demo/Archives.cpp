@@ -144,8 +144,17 @@ std::uint64_t PackFiles(const FolderFiles& content, const std::string& folder,
     return bytes;
 }
 
-void PrintCount(std::size_t count, const char* what) {
-    if (count != 0) std::cout << ", " << count << ' ' << what << " left out";
+std::string LeftOut(const FolderFiles& content) {
+    std::string text;
+    const auto note = [&text](std::size_t count, const char* what) {
+        if (count == 0) return;
+        text += text.empty() ? "; left out: " : ", ";
+        text += what + std::to_string(count);
+    };
+    note(content.emptyFiles, "empty files ");
+    note(content.links, "links ");
+    note(content.unfit.size(), "unfit names ");
+    return text;
 }
 
 }  // namespace
@@ -160,11 +169,8 @@ void PackFolder(const std::string& folder, const std::string& archive) {
         (void)platform::RemoveFile(archive.c_str());
         throw;
     }
-    std::cout << content.files.size() << " files, " << bytes << " bytes";
-    PrintCount(content.emptyFiles, "empty");
-    PrintCount(content.links, "links");
-    PrintCount(content.unfit.size(), "unfit names");
-    std::cout << '\n';
+    std::cout << content.files.size() << " files, " << bytes << " bytes" << LeftOut(content)
+              << '\n';
     for (const std::string& line : content.unfit) std::cerr << "left out " << line << '\n';
 }
 
