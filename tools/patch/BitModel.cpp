@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::uint32_t kHistoryLimit = 24;
 constexpr int kLearningShift = 14;
+constexpr std::int32_t kMaxWeight = 1 << 24;
 
 // 65536 / (n + 1.5): how far the n-th bit moves a probability.
 constexpr std::array<std::uint32_t, 1024> MakeRates() {
@@ -53,16 +54,17 @@ std::uint32_t MixedModel::Predict(std::uint32_t node) {
         stretched_[i] = history.Count() == 0 ? 0 : detail::kStretch[history.Probability() >> 4];
         sum += std::int64_t{currentWeights_[i]} * stretched_[i];
     }
-    const auto mixed = static_cast<int>(
-        std::clamp<std::int64_t>(sum / 65536, -detail::kStretchLimit, detail::kStretchLimit));
-    predicted_ = detail::kSquash[static_cast<std::size_t>(mixed + detail::kStretchLimit)];
+    constexpr std::int64_t kLimit = detail::kStretchLimit;
+    const std::int64_t mixed = std::clamp(sum / 65536, -kLimit, kLimit);
+    predicted_ = detail::kSquash[static_cast<std::size_t>(mixed + kLimit)];
     return predicted_;
 }
 
 void MixedModel::Learn(bool bit) {
     const std::int32_t error = (bit ? 65535 : 0) - static_cast<std::int32_t>(predicted_);
     for (std::size_t i = 0; i < inputs_; ++i) {
-        currentWeights_[i] += (stretched_[i] * error) >> kLearningShift;
+        const std::int32_t moved = currentWeights_[i] + ((stretched_[i] * error) >> kLearningShift);
+        currentWeights_[i] = std::clamp(moved, -kMaxWeight, kMaxWeight);
         current_[i]->Learn(bit, kHistoryLimit);
     }
 }
