@@ -12,6 +12,15 @@
 
 using namespace Vorn;
 
+namespace {
+
+// Stored names with "//", "/./" or "/../" lead to folders that are the same or another one.
+[[nodiscard]] bool IsOwnName(std::string_view name) {
+    return !name.empty() && name != "." && name != "..";
+}
+
+}  // namespace
+
 void ConvertBase::PrintUsage() { PrintLine("// TODO.Alden: Print usage"); }
 
 bool ConvertBase::Prepare(int argc, char** argv) {
@@ -35,7 +44,7 @@ bool ConvertBase::Prepare(int argc, char** argv) {
     ReplaceExtension(name, nullptr);
     inputName_ = Intern(name.View());
     ToLower(inputName_);
-    MountInput(inputName_, path);
+    Subst(inputName_, path);
     return true;
 }
 
@@ -52,9 +61,13 @@ int ConvertBase::ProcessFolder(const char* folder) {
     int result = 0;
     do {
         const FindEntry& entry = find.Entry();
-        if (entry.Name() == "." || entry.Name() == "..") continue;
         PathBuffer path;
         find.GetPath(path);
+        if (!IsOwnName(entry.Name())) {
+            PrintProblem("members below \"" + std::string(path.View()) +
+                         "\" cannot be opened by their names and are left out");
+            continue;
+        }
         const bool isFolder = (entry.attributes & kEntryDirectory) != 0;
         result = isFolder ? ProcessFolder(path.c_str()) : ProcessFile(path.c_str());
     } while (result != 1 && find.Next());

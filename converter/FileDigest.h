@@ -4,5 +4,5 @@
 #include "kernel/InternedString.h"
 
 // 32 lower-case hexadecimal digits of the file at a path of the file system; the null handle when
-// it cannot be opened. Equal digests are the same interned string.
+// it cannot be opened or read. Equal digests are the same interned string.
 [[nodiscard]] Vorn::InternedString FileDigest(const char* path);

@@ -108,6 +108,7 @@ void MD5::update(std::FILE* file) {
     while (const std::size_t length = std::fread(piece.data(), 1, piece.size(), file)) {
         update(piece.data(), length);
     }
+    readFailed_ = std::ferror(file) != 0;
     std::fclose(file);
 }
 

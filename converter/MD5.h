@@ -18,8 +18,10 @@ public:
 
     void update(const void* bytes, std::size_t length);
 
-    // Adds the rest of `file` and closes it. A read error counts as its end.
+    // Adds the rest of `file` and closes it. A read error counts as its end; ReadFailed tells.
     void update(std::FILE* file);
+
+    [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
     void finalize();
 
@@ -35,4 +37,5 @@ private:
     std::array<std::byte, 64> buffer_{};    // input that does not fill a block yet
     std::array<std::byte, 16> digest_{};
     bool finalized_ = false;
+    bool readFailed_ = false;
 };

@@ -3,7 +3,6 @@
 
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
-#include "converter/FileDigest.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 
@@ -23,12 +22,12 @@ constexpr const char* kOutFile = "outFile";
 }  // namespace
 
 int PatchConverter::RunApply() {
-    ReadList(kAddedList, 1, addedFiles_);
-    ReadList(kDeletedList, 1, deletedFiles_);
-    ReadList(kPatchedList, 2, patchedFiles_);
-    if (!AddNewMembers()) return 1;
+    const bool haveLists = ReadList(kAddedList, 1, addedFiles_) &&
+                           ReadList(kDeletedList, 1, deletedFiles_) &&
+                           ReadList(kPatchedList, 2, patchedFiles_);
+    if (haveLists && !AddNewMembers()) return 1;
 
-    const int result = ConvertBase::Run();
+    const int result = haveLists ? ConvertBase::Run() : 1;
     Subst(otherName_, nullptr);
     if (result == 0) Subst(inputName_, nullptr);
     if (CloseOutput() && result == 0) return 0;
@@ -36,12 +35,21 @@ int PatchConverter::RunApply() {
     return 1;
 }
 
-void PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {
+bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {
     File file;
+    const FileResult opened = file.Open(otherName_, list, kReadDetect);
+    if (opened == RES_FILENOTFOUND) {
+        PrintProblem("the patch has no list \"" + std::string(list) + "\"");
+        return true;
+    }
     MemberContent content;
-    if (file.Open(otherName_, list, kReadDetect) != RES_OK || !content.ReadAll(file)) return;
+    if (opened != RES_OK || !content.ReadAll(file)) {
+        PrintProblem("cannot read all of \"" + std::string(list) + "\"");
+        return false;
+    }
     const auto bytes = content.Bytes();
     ParseList({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, digestLines, members);
+    return true;
 }
 
 bool PatchConverter::AddNewMembers() {
@@ -81,7 +89,7 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         const bool haveDiff = diff.Open(otherName_, member, kReadDetect) == RES_OK;
         if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
         if (!Stage(old, member, kSourceFile)) return false;
-        if (FileDigest(WorkingFile(kSourceFile).c_str()) != FirstDigest(digests)) {
+        if (DigestOf(kSourceFile) != FirstDigest(digests)) {
             return Fail(">>>> MD5 ERROR " + std::string(member));
         }
         if (!Stage(diff, member, kDiffFile)) return false;

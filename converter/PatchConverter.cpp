@@ -8,6 +8,7 @@
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
+#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/WorkFolder.h"
 #include "kernel/Exceptions.h"
@@ -36,7 +37,7 @@ template <typename Result, typename Step>
 [[nodiscard]] bool IsUsableArchive(const char* path, std::initializer_list<const char*> endings) {
     return FitsPath(path) &&
            std::ranges::any_of(endings, [path](auto e) { return HasExtension(path, e); }) &&
-           File::Exists(path) == RES_OK;
+           platform::Exists(path);
 }
 
 }  // namespace
@@ -74,12 +75,16 @@ bool PatchConverter::PrepareArchives(int argc, char** argv) {
         PrintLine(InvalidInputArchive(otherName_.View()));
         return false;
     }
-    MountInput(otherName_, argv[3]);
+    Subst(otherName_, argv[3]);
     lock_.Acquire(platform::ProgramPath().c_str());
     return true;
 }
 
 bool PatchConverter::PrepareDiff(const char* outputFolder) {
+    if (inputName_.Length() == 0 || inputName_.View() == "." || inputName_.View() == "..") {
+        PrintProblem("\"" + std::string(inputName_.View()) + "\" cannot name a working folder");
+        return false;
+    }
     String folder(outputFolder);
     folder.RemoveChars("\"");
     SetPath(workDir_, folder.Text());
@@ -131,15 +136,18 @@ int PatchConverter::Run() {
 }
 
 int PatchConverter::ProcessFolder(const char* folder) {
-    if (operation_ == OpDiff) {
-        PathBuffer path = workDir_;
-        AppendPathComponent(path, folder);
-        if (!File::MakePath(path.c_str())) {
-            PrintProblem("cannot create the folder \"" + std::string(path.View()) + "\"");
-            return 1;
-        }
-    }
-    return ConvertBase::ProcessFolder(folder);
+    return Guarded(1, [&] {
+        const bool ready = operation_ != OpDiff || MakeWorkingFolder(folder);
+        return ready ? ConvertBase::ProcessFolder(folder) : 1;
+    });
+}
+
+bool PatchConverter::MakeWorkingFolder(const char* folder) const {
+    PathBuffer path = workDir_;
+    AppendPathComponent(path, folder);
+    if (File::MakePath(path.c_str())) return true;
+    PrintProblem("cannot create the folder \"" + std::string(path.View()) + "\"");
+    return false;
 }
 
 int PatchConverter::ProcessFile(const char* member) {
@@ -171,6 +179,13 @@ bool PatchConverter::Stage(File& member, const char* memberName, const char* wor
     if (WriteWhole(InternedString(), path.c_str(), kWriteWorkingFile, content.Bytes())) return true;
     PrintProblem("cannot write the working file \"" + path + "\"");
     return false;
+}
+
+InternedString PatchConverter::DigestOf(const char* workingFile) const {
+    const std::string path = WorkingFile(workingFile);
+    InternedString digest = FileDigest(path.c_str());
+    if (!digest) PrintProblem("cannot read the working file \"" + path + "\"");
+    return digest;
 }
 
 void PatchConverter::DeleteWorkingFiles(std::initializer_list<const char*> names) const {

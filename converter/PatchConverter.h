@@ -6,6 +6,10 @@
 // Decided here, where the operations leave it open or would lose something in silence:
 // - A member that cannot be read whole, a working file or a member that cannot be written whole
 //   (a full disk), and an index that cannot be written end the run with 1.
+// - A patch keeps its lists beside the members, so an added or changed member with the name of a
+//   list ends the run with 1.
+// - A list that begins like a compressed stream is stored compressed, for the reason told in
+//   MemberCopy.h. A patch without one of its lists is applied without it, and a line says so.
 // - A member name with a line feed has no place in the lists, one with a double quote none on the
 //   diff program's command line: such a changed member ends the run with 1.
 // - An output that is one of the inputs, or that cannot be deleted, is refused.
@@ -45,6 +49,8 @@ private:
 
     // patchdiff.
     [[nodiscard]] int RunDiff();
+    // Mirrors a folder of the archives below the working folder.
+    [[nodiscard]] bool MakeWorkingFolder(const char* folder) const;
     [[nodiscard]] bool DiffMember(const char* member);
     [[nodiscard]] bool DiffStaged(const char* member, const Vorn::InternedString& oldDigest,
                                   const Vorn::InternedString& newDigest);
@@ -57,7 +63,7 @@ private:
 
     // patchapply.
     [[nodiscard]] int RunApply();
-    void ReadList(const char* list, int digestLines, MemberMap& members);
+    [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
     [[nodiscard]] bool AddNewMembers();
     [[nodiscard]] bool ApplyMember(const char* member);
     [[nodiscard]] bool CopyUnchanged(const char* member);
@@ -68,6 +74,8 @@ private:
     [[nodiscard]] std::string WorkingFile(const char* name) const;
     // Writes an open member's content to a working file.
     [[nodiscard]] bool Stage(Vorn::File& member, const char* memberName, const char* workingFile);
+    // FileDigest of a working file; null, and said so, when it cannot be read.
+    [[nodiscard]] Vorn::InternedString DigestOf(const char* workingFile) const;
     void DeleteWorkingFiles(std::initializer_list<const char*> names) const;
     // Completes the output archive on disk; its mount is closed in any case.
     [[nodiscard]] bool CloseOutput();

@@ -1,9 +1,9 @@
 // patchdiff: compares two archives member by member and writes the patch.
 #include <utility>
 
+#include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
-#include "converter/FileDigest.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 #include "kernel/Paths.h"
@@ -21,6 +21,20 @@ constexpr const char* kTargetFile = "dstFile";
     PrintProblem("a member name with a line feed has no place in a patch: \"" +
                  std::string(member) + "\"");
     return false;
+}
+
+// A name under which the patch can hold something.
+[[nodiscard]] bool FitsPatch(const char* member) {
+    if (!FitsLists(member)) return false;
+    if (!IsListName(member)) return true;
+    PrintProblem("a patch keeps a list of its own under the name \"" + std::string(member) + "\"");
+    return false;
+}
+
+// Opens a member if there is one. False when it is there and cannot be read.
+[[nodiscard]] bool OpenIfThere(File& file, const InternedString& mount, const char* member) {
+    const FileResult result = file.Open(mount, member, kReadDetect);
+    return result == RES_OK || result == RES_FILENOTFOUND;
 }
 
 }  // namespace
@@ -43,9 +57,12 @@ int PatchConverter::RunDiff() {
 bool PatchConverter::DiffMember(const char* member) {
     File walked;
     File other;
-    const bool haveWalked = walked.Open(inputName_, member, kReadDetect) == RES_OK;
-    const bool haveOther = other.Open(otherName_, member, kReadDetect) == RES_OK;
-    if (!haveWalked) {
+    if (!OpenIfThere(walked, inputName_, member) || !OpenIfThere(other, otherName_, member)) {
+        PrintProblem("cannot read \"" + std::string(member) + "\"");
+        return false;
+    }
+    const bool haveOther = other.IsOpen();
+    if (!walked.IsOpen()) {
         if (!haveOther) {
             PrintProblem("\"" + std::string(member) +
                          "\" cannot be opened by its name and is left out");
@@ -55,11 +72,13 @@ bool PatchConverter::DiffMember(const char* member) {
     if (secondPass_ && haveOther) return true;
     if (!Stage(walked, member, kSourceFile)) return false;
 
-    const InternedString walkedDigest = FileDigest(WorkingFile(kSourceFile).c_str());
+    const InternedString walkedDigest = DigestOf(kSourceFile);
+    if (!walkedDigest) return false;
     bool done = false;
     if (haveOther) {
         if (!Stage(other, member, kTargetFile)) return false;
-        done = DiffStaged(member, walkedDigest, FileDigest(WorkingFile(kTargetFile).c_str()));
+        const InternedString otherDigest = DigestOf(kTargetFile);
+        done = otherDigest && DiffStaged(member, walkedDigest, otherDigest);
     } else {
         done = secondPass_ ? RecordAdded(member, walked, walkedDigest)
                            : RecordRemoved(member, walkedDigest);
@@ -76,7 +95,7 @@ bool PatchConverter::RecordRemoved(const char* member, const InternedString& dig
 }
 
 bool PatchConverter::RecordAdded(const char* member, File& source, const InternedString& digest) {
-    if (!FitsLists(member)) return false;
+    if (!FitsPatch(member)) return false;
     if (!CopyOpenFile(outputName_, member, source)) {
         PrintLine("ERROR> Failed to add " + std::string(member));
         return false;
@@ -92,7 +111,7 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
         PrintLine("Identical " + std::string(member));
         return true;
     }
-    if (!FitsLists(member)) return false;
+    if (!FitsPatch(member)) return false;
     const std::string diffFile = DiffPathOf(member);
     if (!FitsCommandLine(diffFile)) {
         PrintProblem("a path with a double quote cannot be given to the diff program: \"" +
@@ -132,8 +151,9 @@ bool PatchConverter::WriteLists() {
          {std::pair(kAddedList, &addedFiles_), std::pair(kDeletedList, &deletedFiles_),
           std::pair(kPatchedList, &patchedFiles_)}) {
         const std::string text = FormatList(*members);
-        constexpr FileMode kWriteList = kCreateOrTruncate | kWritePlain;
-        if (!WriteWhole(outputName_, name, kWriteList, std::as_bytes(std::span(text)))) {
+        const auto bytes = std::as_bytes(std::span(text));
+        const FileMode kind = IsStreamMark(bytes) ? kWriteCompressed : kWritePlain;
+        if (!WriteWhole(outputName_, name, kCreateOrTruncate | kind, bytes)) {
             PrintProblem("cannot write the list \"" + std::string(name) + "\"");
             written = false;
         }

@@ -1,6 +1,7 @@
 #include "converter/PatchLists.h"
 
 #include <algorithm>
+#include <array>
 
 using Vorn::Intern;
 using Vorn::InternedString;
@@ -15,6 +16,12 @@ namespace {
 }
 
 }  // namespace
+
+bool IsListName(const char* name) {
+    const InternedString member = Intern(name);
+    return std::ranges::any_of(std::array{kAddedList, kDeletedList, kPatchedList},
+                               [&](auto list) { return CompareText(member, list) == 0; });
+}
 
 std::string FormatList(const MemberMap& members) {
     std::string text;

@@ -18,6 +18,9 @@ inline constexpr const char* kAddedList = "addedFiles.txt";
 inline constexpr const char* kDeletedList = "deletedFiles.txt";
 inline constexpr const char* kPatchedList = "patchedFiles.txt";
 
+// Whether archives would take a name, in any letter case, for a list's.
+[[nodiscard]] bool IsListName(const char* name);
+
 // The bytes of a list.
 [[nodiscard]] std::string FormatList(const MemberMap& members);
 

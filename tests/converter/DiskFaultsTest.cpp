@@ -1,0 +1,90 @@
+// Full disks and failing system calls: never a result of 0 with something wrong or lost.
+#include <filesystem>
+
+#include "tests/converter/Workbench.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class DiskFaults : public Workbench {
+protected:
+    void SetUp() override {
+        Pack("old.va", {{"a", Noise(1)}, {"gone", "old"}, {"b", "same"}});
+        Pack("new.va", {{"a", Noise(2)}, {"b", "same"}, {"added", Noise(3)}});
+        ASSERT_EQ(Diff().exitCode, 0);
+        patch_ = Unpack("out/old-diff.va");
+        ASSERT_EQ(Apply().exitCode, 0);
+        ASSERT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
+        std::filesystem::copy(folder_.Path("out/old-diff.va"), folder_.Path("good.va"));
+        inputs_ = Inputs();
+        StartAfresh();
+    }
+
+    [[nodiscard]] std::string Inputs() const {
+        return folder_.Read("old.va") + folder_.Read("new.va") + folder_.Read("good.va");
+    }
+
+    // Removes the results, not what a run left unfinished.
+    void StartAfresh() const {
+        for (const char* result : {"out/old-diff.va", "old-tmp.va"}) Replace(result, "");
+    }
+
+    // Both operations; whether both ended well.
+    bool RunBoth(const std::string& tracer = {}) const {
+        StartAfresh();
+        const int diff = Convert({"patchdiff", "old.va", "new.va", "out"}, tracer).exitCode;
+        if (diff == 0) {
+            EXPECT_EQ(Unpack("out/old-diff.va"), patch_);
+        }
+        const int apply = Convert({"patchapply", "old.va", "good.va", "x"}, tracer).exitCode;
+        if (apply == 0) {
+            EXPECT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
+        }
+        EXPECT_EQ(Inputs(), inputs_);
+        return diff == 0 && apply == 0;
+    }
+
+    Content patch_;
+    std::string inputs_;
+};
+
+TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
+    // The folder of the working files, of the patch, and the current one with all else in it.
+    for (const std::string& full : {bin_, std::string("out"), std::string()}) {
+        SCOPED_TRACE(full);
+        int failed = 0;
+        for (const std::size_t room : {0, 1, 5, 11, 21, 31, 46, 200}) {
+            if (!MakeSmallDisk(full, room * 4096)) GTEST_SKIP() << "mounting is not permitted";
+            if (!RunBoth()) ++failed;
+            TearDown();
+        }
+        EXPECT_GE(failed, 4);
+        EXPECT_LT(failed, 8);
+    }
+}
+
+class SystemCallFaults : public DiskFaults, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
+    const Outcome traced = Convert({}, "strace -o /dev/null");
+    if (traced.exitCode != 1) GTEST_SKIP() << "tracing is not permitted: " << traced.problems;
+    int failed = 0;
+    for (int nth = 1; nth <= 60; nth += nth < 8 ? 1 : 5) {
+        SCOPED_TRACE(nth);
+        if (!RunBoth("strace -o /dev/null -e inject=" + std::string(GetParam()) +
+                     ":when=" + std::to_string(nth))) {
+            ++failed;
+        }
+    }
+    EXPECT_GT(failed, 0);
+    EXPECT_TRUE(RunBoth());  // whatever was left behind
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, SystemCallFaults,
+                         testing::Values("write:error=ENOSPC", "openat:error=EACCES",
+                                         "/^rename:error=EIO", "/^unlink:error=EBUSY",
+                                         "read:error=EIO", "pread64:error=EIO", "close:error=EIO",
+                                         "write:signal=KILL", "/^unlink:signal=KILL"));
+
+}  // namespace
+}  // namespace Vorn::Testing

@@ -1,0 +1,66 @@
+// A folder with a copy of the staged programs, archives to convert, and the real converter.
+//
+// Names are relative to the folder, which is also the converter's current directory.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/TempFolder.h"
+
+namespace Vorn::Testing {
+
+using Members = std::vector<std::pair<std::string, std::string>>;  // in the order of writing
+using Content = std::map<std::string, std::string>;                // what an archive holds
+
+// How one run of a program ended.
+struct Outcome {
+    int exitCode = -1;               // 128 + n for a run ended by signal n
+    std::vector<std::string> lines;  // of standard output
+    std::string problems;            // standard error
+};
+
+// 40,000 bytes that do not compress.
+[[nodiscard]] std::string Noise(unsigned seed);
+
+class Workbench : public testing::Test {
+protected:
+    Workbench() : Workbench("app") {}
+    // Stages the programs below `programs`.
+    explicit Workbench(const std::string& programs);
+
+    // Writes a new archive; members longer than 1,024 bytes are compressed.
+    void Pack(const std::string& archive, const Members& members) const;
+    // Every member that can be reached by its name.
+    [[nodiscard]] Content Unpack(const std::string& archive) const;
+
+    // Runs the converter. `tracer` stands before it on the command line.
+    [[nodiscard]] Outcome Convert(const std::vector<std::string>& arguments,
+                                  const std::string& tracer = {}) const;
+    [[nodiscard]] Outcome Diff() const { return Convert({"patchdiff", "old.va", "new.va", "out"}); }
+    [[nodiscard]] Outcome Apply(const std::string& patch = "out/old-diff.va") const {
+        return Convert({"patchapply", "old.va", patch, "unread"});
+    }
+
+    // Puts a shell script in the place of a staged program; without text the program is gone.
+    void Replace(const std::string& program, const std::string& script) const;
+    // Makes it a file system of its own with room for `bytes` besides what it holds now.
+    [[nodiscard]] bool MakeSmallDisk(const std::string& name, std::size_t bytes);
+    void TearDown() override;
+
+    // Every file below `name`, in order; "name/" for an empty folder.
+    [[nodiscard]] std::vector<std::string> Tree(const std::string& name = {}) const;
+
+    TempFolder folder_;
+    const std::string bin_;   // the converter's folder
+    const std::string diff_;  // the diff program
+
+private:
+    std::vector<std::string> disks_;
+};
+
+}  // namespace Vorn::Testing
