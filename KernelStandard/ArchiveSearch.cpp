@@ -56,7 +56,9 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::NextChunk(std::uint64_t& 
         if (dataOffset > kMaxArchiveSize) break;
         const auto storedSize = static_cast<std::uint32_t>(chunk.length - kFindEntrySize);
         position = dataOffset + storedSize;
-        return index_.Add(static_cast<std::uint32_t>(dataOffset), storedSize, DecodeEntry(entry));
+        const FindEntry found = DecodeEntry(entry);
+        index_.AddDirectoriesOf(found.Name());
+        return index_.Add(static_cast<std::uint32_t>(dataOffset), storedSize, found);
     }
     return std::nullopt;
 }

@@ -7,6 +7,7 @@
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/LittleEndian.h"
+#include "KernelStandard/ReadAhead.h"
 #include "kernel/Exceptions.h"
 #include "platform/Directories.h"
 
@@ -18,6 +19,10 @@ constexpr std::uint32_t kIndexBatch = 1024;  // records written at a time
 
 FileSubArchive::ProgressHook progressHook = nullptr;
 
+[[nodiscard]] bool WritesMember(FileMode writeKind) {
+    return writeKind == kWritePlain || writeKind == kWriteCompressed;
+}
+
 }  // namespace
 
 void FileSubArchive::SetProgressHook(ProgressHook hook) { progressHook = hook; }
@@ -28,6 +33,7 @@ void FileSubArchive::CreateArchive() {
     using namespace platform;
     header_.magic = kArchiveMagic;
     header_.version = kArchiveVersion102;
+    headerInPlace_ = true;
     const bool created =
         handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
     if (!created || !WriteAt(0, EncodePreamble(header_))) {
@@ -41,11 +47,20 @@ void FileSubArchive::CreateArchive() {
 }
 
 bool FileSubArchive::CanAddMembers() const {
-    return IsAvailable() && header_.version == kArchiveVersion102;
+    return IsAvailable() && headerInPlace_ && header_.version == kArchiveVersion102;
 }
 
-bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags /*flags*/) {
-    if (!CanAddMembers() || std::string_view(name).size() >= kMaxPath) return false;
+bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
+    using platform::Creation;
+    if (creation == Creation::CreateOrTruncate) return true;
+    if (creation == Creation::OpenExisting) return false;
+    const ScopedLock hold(lock_);
+    return LookUp(name) == nullptr;
+}
+
+bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags flags) {
+    if (!CanAddMembers() || !WritesMember(file.WriteKind())) return false;
+    if (std::string_view(name).size() >= kMaxPath || !MayCreate(name, flags.creation)) return false;
     const TemporaryName temporary = MakeTemporaryName();
     platform::FileHandle handle;
     if (!handle.Open(temporary.data(), platform::Access::Write,
@@ -59,7 +74,7 @@ bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags /*flags*/
 
 bool FileSubArchive::CloseFile(File& file) {
     CountClosed();
-    if (file.WriteKind() != kWritePlain && file.WriteKind() != kWriteCompressed) return true;
+    if (!WritesMember(file.WriteKind())) return true;
     const bool flushed = file.OwnHandle().Close() && !file.WriteFailed();
     platform::FileHandle content;
     bool added =
@@ -82,13 +97,16 @@ bool FileSubArchive::AddMember(const File& file, platform::FileHandle& content) 
     // Looked up first: a walk would meet the new member in the file.
     const auto replaced = LookUpOrdinal(file.Name());
 
-    member.chunkOffset = member.end = WriteOffset();
+    const auto offset = WriteOffset();
+    if (!offset) return false;
+    member.chunkOffset = member.end = *offset;
     if (indexValid_) indexDirty_ = true;  // the old index is overwritten
     if (!WriteMember(content, file.WriteKind(), member)) {
         (void)handle_.Truncate(member.chunkOffset);
         return false;
     }
-    if (replaced) (void)DeleteMember(*replaced);
+    // Without a mark the old member must not be found before the new one.
+    if (replaced && !DeleteMember(*replaced)) index_.Remove(*replaced);
     if (indexValid_) {
         const std::uint64_t dataOffset = member.chunkOffset + kMemberPrefixSize;
         index_.Add(static_cast<std::uint32_t>(dataOffset), member.entry.storedSize, member.entry);
@@ -97,13 +115,37 @@ bool FileSubArchive::AddMember(const File& file, platform::FileHandle& content) 
     return true;
 }
 
-// Where the old index stands, unless members stand behind it.
-std::uint64_t FileSubArchive::WriteOffset() const {
-    if (indexValid_ && header_.indexOffset != 0 && index_.EndOfData() <= header_.indexOffset) {
-        return header_.indexOffset;
-    }
+std::optional<std::uint64_t> FileSubArchive::WriteOffset() {
     const std::int64_t length = handle_.Length();
-    return length < 0 ? kMaxArchiveSize : static_cast<std::uint64_t>(length);
+    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return std::nullopt;
+    if (!indexValid_) {
+        // A reader would take what is appended for the records that are missing.
+        if (indexCut_ && !WriteAt(0, EncodePreamble(header_))) return std::nullopt;
+        indexCut_ = false;
+        return SealEnd(static_cast<std::uint32_t>(length));
+    }
+    const bool overIndex = header_.indexOffset != 0 && index_.EndOfData() <= header_.indexOffset;
+    return overIndex ? header_.indexOffset : static_cast<std::uint64_t>(length);
+}
+
+std::optional<std::uint64_t> FileSubArchive::SealEnd(std::uint32_t size) {
+    std::uint64_t position = std::max<std::uint64_t>(index_.EndOfData(), kFirstChunkOffset);
+    if (position > size) return std::nullopt;
+    ReadAhead ahead(handle_);
+    std::array<std::byte, kChunkHeaderSize> bytes{};
+    while (ahead.Read(position, bytes)) {
+        const ChunkHeader chunk = DecodeChunkHeader(bytes);
+        const bool unfinished = chunk.Is(kMemberChunk) && chunk.length < kFindEntrySize;
+        const std::uint64_t end = position + kChunkHeaderSize + chunk.length;
+        if (unfinished || end > size) {
+            if (chunk.Is(kMemberChunk) && !unfinished) return std::nullopt;
+            EncodeChunkHeader(bytes, kDeletedChunk,
+                              static_cast<std::uint32_t>(size - position - kChunkHeaderSize));
+            return WriteAt(position, bytes) ? std::optional<std::uint64_t>(size) : std::nullopt;
+        }
+        position = end;
+    }
+    return position;
 }
 
 bool FileSubArchive::WriteMember(platform::FileHandle& content, FileMode writeKind,
@@ -175,7 +217,7 @@ bool FileSubArchive::WriteAt(std::uint64_t offset, std::span<const std::byte> by
 }
 
 bool FileSubArchive::Delete(const char* name) {
-    if (readOnly_) return false;
+    if (readOnly_ || !headerInPlace_) return false;
     const ScopedLock hold(lock_);
     const auto ordinal = LookUpOrdinal(name);
     return ordinal && DeleteMember(*ordinal);
@@ -203,19 +245,19 @@ bool FileSubArchive::Complete() {
 }
 
 bool FileSubArchive::WriteIndex() {
-    const std::uint64_t offset = WriteOffset();
-    if (offset > kMaxArchiveSize) return false;
+    const auto offset = WriteOffset();
+    if (!offset) return false;
     const std::uint64_t length = std::uint64_t{index_.Count()} * kIndexRecordSize;
     if (length > kMaxArchiveSize) return false;
 
     std::array<std::byte, kChunkHeaderSize> chunk{};
     EncodeChunkHeader(chunk, kIndexChunk, 0);
-    if (!WriteAt(offset, chunk) || !WriteIndexRecords()) return false;
+    if (!WriteAt(*offset, chunk) || !WriteIndexRecords()) return false;
     EncodeChunkHeader(chunk, kIndexChunk, static_cast<std::uint32_t>(length));
-    if (!WriteAt(offset, chunk)) return false;
+    if (!WriteAt(*offset, chunk)) return false;
 
     header_.memberCount = index_.Count();
-    header_.indexOffset = static_cast<std::uint32_t>(offset);
+    header_.indexOffset = static_cast<std::uint32_t>(*offset);
     return WriteAt(0, EncodePreamble(header_));
 }
 

@@ -60,6 +60,27 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
     return out.Close() && written;
 }
 
+[[nodiscard]] bool CopyFile(const char* from, const char* to) {
+    using namespace platform;
+    FileHandle in;
+    FileHandle out;
+    if (!in.Open(from, Access::Read, Creation::OpenExisting, Share::DenyWrite) ||
+        !out.Open(to, Access::Write, Creation::CreateNew, Share::DenyAll)) {
+        return false;
+    }
+    const auto piece = std::make_unique<std::array<std::byte, kBlockSize>>();
+    for (;;) {
+        const std::int64_t got = in.Read(*piece);
+        if (got <= 0) return out.Close() && got == 0;
+        if (!WriteAll(out, std::span(*piece).first(static_cast<std::size_t>(got)))) return false;
+    }
+}
+
+// A name moves within one file system only; beyond it the bytes do.
+[[nodiscard]] bool MoveFile(const char* from, const char* to) {
+    return platform::Rename(from, to) || (CopyFile(from, to) && platform::RemoveFile(from));
+}
+
 }  // namespace
 
 bool IsStreamMark(std::span<const std::byte> bytes) {
@@ -98,8 +119,11 @@ bool CompressFileInPlace(const char* path) {
         (void)platform::RemoveFile(temporary.data());
         return false;
     }
-    // From here on the content is complete in the temporary file, whatever happens.
-    if (!platform::RemoveFile(path) || !platform::Rename(temporary.data(), path)) return false;
+    if (!platform::RemoveFile(path)) {
+        (void)platform::RemoveFile(temporary.data());
+        return false;
+    }
+    if (!MoveFile(temporary.data(), path)) return false;
     platform::SetHidden(path, false);
     return true;
 }

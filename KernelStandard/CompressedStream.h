@@ -40,7 +40,8 @@ struct BlockHeader {
 
 // Turns the plain file `path`, which nothing holds open, into a compressed stream: written to a
 // hidden temporary file in the current directory, then put in the plain file's place. False leaves
-// the plain file as it was.
+// the plain file as it was or, when the stream could not get there, the stream in the temporary
+// file.
 [[nodiscard]] bool CompressFileInPlace(const char* path);
 
 // A name that no other temporary file of this process gets: "%08X.T%08X" from the process

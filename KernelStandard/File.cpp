@@ -6,6 +6,7 @@
 #include "KernelStandard/ArchiveFormat.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
+#include "kernel/Paths.h"
 
 namespace Vorn {
 
@@ -42,7 +43,10 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     textMode_ = textMode == 0 ? kTextAnsi : textMode;
     if (IsOpen()) return RES_ALREADYOPEN;
     Reset(mode);
-    if ((mode & kUnsupportedMask) == kUnsupported) return RES_MODENOTSUPPORTED;
+    const bool append = (mode & kCreationMask) == kAppend;
+    if ((mode & kUnsupportedMask) == kUnsupported || (append && WriteKind() == kWriteCompressed)) {
+        return RES_MODENOTSUPPORTED;
+    }
     if (std::string_view(path).size() >= kMaxPath) return RES_FILENOTFOUND;
 
     bool mounted = false;
@@ -51,7 +55,13 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
         return (mode & kCreationMask) == kCreateNew ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
     }
     if (const FileResult result = ProbeCompression(); result != RES_OK) return result;
-    if ((mode & kCreationMask) == kAppend) Seek(0, SeekFrom::End);
+    if (handle_ != &own_ && WriteKind() != 0) return Refuse(RES_READONLY);
+    if (append) {
+        if (handle_->Length() > static_cast<std::int64_t>(kMaxArchiveSize)) {
+            return Refuse(RES_UNKNOWN);
+        }
+        Seek(0, SeekFrom::End);
+    }
     ++openFiles;
     counted_ = true;
     return RES_OK;
@@ -94,6 +104,7 @@ bool File::OpenThroughSubst(const InternedString& substName, const char* path, b
     SubstEntry* entry = list.FindSubst(substName);
     mounted = entry != nullptr;
     if (!mounted) return false;
+    if (IsSeparator(*path)) ++path;
     return ReadKind() == 0 ? list.OpenWrite(*entry, *this, path, FlagsOfMode())
                            : list.OpenRead(*entry, *this, path, FlagsOfMode());
 }
@@ -163,7 +174,11 @@ FileResult File::AcceptStream(std::size_t probed) {
 }
 
 FileResult File::Refuse(FileResult result) {
-    if (handle_ != &own_) return result;
+    if (handle_ != &own_) {
+        // A write would go straight into the archive.
+        mode_ &= ~kWriteKindMask;
+        return result;
+    }
     own_.Close();
     handle_ = nullptr;
     if (owner_ != nullptr) owner_->CountClosed();

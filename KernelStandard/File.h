@@ -101,7 +101,7 @@ public:
     [[nodiscard]] static bool MakePath(const char* path);
     // Deletes a directory and all below it; links are removed, never followed. Stops deleting at
     // the first failure. True when the directory itself is gone. Under a substitution it works on
-    // the directory's real path; an archive has none.
+    // the directory's real path in a writable mount; an archive has none.
     static bool DeleteDirectory(const char* path);
     // Seconds since 1970-01-01 UTC.
     [[nodiscard]] static bool GetModifiedTime(const char* path, std::uint32_t& time);

@@ -63,6 +63,7 @@ bool File::Find::Open(const char* path, const InternedString& substName) {
 }
 
 bool File::Find::SplitPattern(const char* path) {
+    if (std::string_view(path).size() >= kMaxPath) return false;
     SetPath(directory_, path);
     pattern_ = FileNamePart(path);
     StripFileName(directory_, false);
@@ -116,8 +117,10 @@ bool File::Find::SearchBackend(FileSub& backend) {
     const std::size_t colon = folder.find(':');
     const std::string_view below =
         colon == std::string_view::npos ? folder : folder.substr(colon + 1);
+    const std::string_view root = static_cast<const FileSubPath&>(backend).Root();
+    if (root.size() + below.size() >= kMaxPath) return false;
     PathBuffer path;
-    JoinPath(static_cast<const FileSubPath&>(backend).Root(), below, path);
+    JoinPath(root, below, path);
     SearchDirectory(path.c_str());
     return true;
 }

@@ -30,8 +30,8 @@ public:
     Find(const Find&) = delete;
     Find& operator=(const Find&) = delete;
 
-    // Starts a search and moves to its first entry; false when there is none, or when a folder in
-    // the pattern holds wildcards.
+    // Starts a search and moves to its first entry; false when there is none, when a folder in the
+    // pattern holds wildcards, and when the pattern does not fit a path.
     [[nodiscard]] bool Open(const char* path);
     // The same within a substitution. Throws FileEx when it is not mounted.
     [[nodiscard]] bool Open(const char* path, const InternedString& substName);
@@ -42,7 +42,7 @@ public:
     // The current entry, its name without the folder. Its name is empty before the first.
     [[nodiscard]] const FindEntry& Entry() const { return entry_; }
 
-    // The pattern's folder joined with the current name.
+    // The pattern's folder joined with the current name. Throws FileEx when that does not fit.
     void GetPath(PathSpan out) const;
 
     void Close();

@@ -74,6 +74,13 @@ struct Target {
     return platform::RemoveDirectory(path.c_str());
 }
 
+[[nodiscard]] bool DeleteTreeOrLink(std::string path) {
+    while (path.size() > 1 && IsSeparator(path.back())) path.pop_back();
+    // A directory that can be removed like a file is a link to one.
+    if (IsDirectory(path.c_str()) && platform::RemoveFile(path.c_str())) return true;
+    return DeleteTree(path);
+}
+
 template <typename Value>
 [[nodiscard]] std::uint32_t FirstArchiveValue(const InternedString& substName, Value value) {
     FileSubstList& list = FileSubstList::Instance();
@@ -122,6 +129,7 @@ bool File::Rename(const char* from, const char* to) {
 bool File::ChangeDirectory(const char* path) { return platform::ChangeDirectory(path); }
 
 bool File::MakePath(const char* path) {
+    if (std::string_view(path).size() >= kMaxPath) return false;
     const Target target = TargetOf(path);
     return target.entry != nullptr
                ? FileSubstList::Instance().MakeDirectory(*target.entry, target.rest)
@@ -130,9 +138,10 @@ bool File::MakePath(const char* path) {
 
 bool File::DeleteDirectory(const char* path) {
     const Target target = TargetOf(path);
-    if (target.entry == nullptr) return DeleteTree(path);
+    if (target.entry == nullptr) return DeleteTreeOrLink(path);
+    if (std::string_view(target.rest).size() >= kMaxPath) return false;
     PathBuffer real{std::string_view(target.rest)};
-    return FileSubstList::Instance().GetRealPath(*target.entry, real) &&
+    return FileSubstList::Instance().GetWritablePath(*target.entry, real) &&
            DeleteDirectory(real.c_str());
 }
 

@@ -75,9 +75,11 @@ std::uint32_t File::FillPlain(std::span<std::byte> into) {
     if (position_ >= size) return 0;
     const auto count =
         static_cast<std::uint32_t>(std::min<std::size_t>(into.size(), size - position_));
-    if (RawReadAll(into.first(count))) return count;
+    const std::int64_t got = RawRead(into.first(count));
+    if (got == count) return count;
     EndAtDamage();
-    return 0;
+    // What came before the block that is not whole.
+    return got < 0 ? 0 : static_cast<std::uint32_t>(got - got % std::int64_t{kBlockSize});
 }
 
 std::uint32_t File::FillBlock(std::span<std::byte, kBlockSize> into) {

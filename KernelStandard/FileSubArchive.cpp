@@ -66,6 +66,8 @@ bool FileSubArchive::ReadHeader() {
     const std::size_t held = std::min<std::size_t>(chunk.length, fields.size());
     if (!ReadExactly(offset, std::span(fields).first(held))) return false;
     header_ = DecodeHeader(fields);
+    headerInPlace_ =
+        offset + fields.size() == kArchivePreambleSize && chunk.length == fields.size();
     return true;
 }
 
@@ -74,6 +76,7 @@ bool FileSubArchive::LoadIndex() {
     std::array<std::byte, kChunkHeaderSize> chunk{};
     if (!ReadExactly(header_.indexOffset, chunk)) return false;
     if (!DecodeChunkHeader(chunk).Is(kIndexChunk)) return false;
+    indexCut_ = true;
 
     const std::int64_t length = handle_.Length();
     std::uint64_t offset = std::uint64_t{header_.indexOffset} + kChunkHeaderSize;
@@ -95,6 +98,7 @@ bool FileSubArchive::LoadIndex() {
         offset += bytes.size();
         left -= wanted;
     }
+    indexCut_ = false;
     return true;
 }
 

@@ -9,9 +9,14 @@
 //
 // Decided here, where the format leaves it open:
 // - A file shorter than 4 bytes, and one of format version 0x101, refuse new members: what was
-//   written could not be read back.
+//   written could not be read back. One whose header is longer than ours, or not at the front,
+//   refuses every change: writing our header would spoil it.
 // - A member that cannot be written whole (a full disk, more than 4 GiB) is not added, the member
 //   of that name that it would have replaced stays, and File::Close says so.
+// - A member is always written anew: appending to one that exists, changing it and opening it for
+//   reading and writing are refused.
+// - An archive without a usable index whose last member was cut short refuses new members; bytes
+//   that no walk gets past become a deleted chunk before the first of them.
 // - A new member is complete on disk before the one it replaces is marked deleted.
 // - Deleting removes exactly the member that the lookup found, also when its name holds wildcards.
 // - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
@@ -20,7 +25,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -91,8 +95,7 @@ private:
         bool used = false;
         std::uint64_t position = 0;  // in the file; a walk over the chunks goes on from here
         bool prepared = false;
-        std::string prefix;               // the pattern's directories, when they are plain text
-        std::vector<Ordinal> candidates;  // members below them
+        std::vector<Ordinal> candidates;  // members below the pattern's directories
         std::size_t nextCandidate = 0;
         Ordinal next = 0;  // then every member from here on
     };
@@ -126,9 +129,17 @@ private:
         FindEntry entry;
     };
     [[nodiscard]] bool CanAddMembers() const;
+    // Whether a member of that name may be begun.
+    [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
     [[nodiscard]] bool AddMember(const File& file, platform::FileHandle& content)
         VORN_REQUIRES(lock_);
-    [[nodiscard]] std::uint64_t WriteOffset() const VORN_REQUIRES(lock_);
+    // Where the next member or the index goes: over the old index, unless members stand behind it,
+    // else behind everything. Nothing when what stood there could not be found again.
+    [[nodiscard]] std::optional<std::uint64_t> WriteOffset() VORN_REQUIRES(lock_);
+    // Where a walk over the chunks of a file of `size` bytes ends. What it cannot pass (a member
+    // that was never finished, the rest of an index) becomes a deleted chunk. Nothing when the file
+    // lacks bytes of its last member.
+    [[nodiscard]] std::optional<std::uint64_t> SealEnd(std::uint32_t size) VORN_REQUIRES(lock_);
     [[nodiscard]] bool WriteMember(platform::FileHandle& content, FileMode writeKind,
                                    NewMember& member) VORN_REQUIRES(lock_);
     [[nodiscard]] bool CopyContent(platform::FileHandle& content, FileMode writeKind,
@@ -149,6 +160,8 @@ private:
     ArchiveHeader header_;
     bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
+    bool indexCut_ VORN_GUARDED_BY(lock_) = false;    // the file's header names one that is short
+    bool headerInPlace_ = false;                      // where and as long as EncodePreamble has it
     ArchiveIndex index_ VORN_GUARDED_BY(lock_);
     std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
     // A walk that began here met the end of a file of that size and found nothing.

@@ -161,6 +161,12 @@ bool FileSubstList::GetRealPath(SubstEntry& entry, PathSpan name) {
     return AskInTurn(entry, May::Read, [&](FileSub& backend) { return backend.GetRealPath(name); });
 }
 
+bool FileSubstList::GetWritablePath(SubstEntry& entry, PathSpan name) {
+    const ScopedLock hold(lock_);
+    return AskInTurn(entry, May::Modify,
+                     [&](FileSub& backend) { return backend.GetRealPath(name); });
+}
+
 std::vector<FileSub*> FileSubstList::Collect(SubstEntry& entry) {
     const ScopedLock hold(lock_);
     std::vector<FileSub*> list;

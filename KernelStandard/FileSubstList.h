@@ -58,6 +58,8 @@ public:
     [[nodiscard]] bool Stat(SubstEntry& entry, std::uint32_t& writeTime, const char* name);
     // Replaces `name` by the real path of the first backend that has one.
     [[nodiscard]] bool GetRealPath(SubstEntry& entry, PathSpan name);
+    // The same among the backends that may be modified.
+    [[nodiscard]] bool GetWritablePath(SubstEntry& entry, PathSpan name);
     // The available backends, the most recent mount first.
     [[nodiscard]] std::vector<FileSub*> Collect(SubstEntry& entry);
     [[nodiscard]] int OpenFileCount(SubstEntry& entry);

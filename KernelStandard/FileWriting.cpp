@@ -41,8 +41,10 @@ std::uint32_t File::WriteBuffered(std::span<const std::byte> from) {
     buffered_ = cursor_;
     unwritten_ += count;
     AdvanceWritten(count);
-    if (buffered_ == kBlockSize) Flush();
-    return count;
+    if (buffered_ < kBlockSize) return count;
+    const std::uint32_t end = position_;
+    Flush();
+    return position_ == end ? count : 0;
 }
 
 std::uint32_t File::WriteDirect(std::span<const std::byte> from) {

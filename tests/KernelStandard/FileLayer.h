@@ -1,0 +1,75 @@
+// The common ground of the file layer's tests: an empty current directory, mounts that end with
+// the test, whole files by path, and archives put together byte by byte.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KernelStandard/File.h"
+#include "tests/support/TempFolder.h"
+
+namespace Vorn::Testing {
+
+class FileLayer : public testing::Test {
+protected:
+    FileLayer() { folder.Enter(); }
+    void TearDown() override;
+
+    void Mount(const char* name, const std::string& path, bool writable = false);
+    void Unmount(const char* name);
+
+    TempFolder folder;
+
+private:
+    std::vector<std::string> mounted_;
+};
+
+// The tests of one archive, "a.va", mounted as "arc".
+class ArchiveLayer : public FileLayer {
+protected:
+    void MountWritable() { Mount("arc", "a.va", true); }
+    void MountBytes(std::string_view bytes, bool writable = false);
+    // The archive's bytes after its mount has ended.
+    [[nodiscard]] std::string CloseAndRead();
+};
+
+// Writes a whole file or member; whether all went well, closing included.
+bool Store(const std::string& path, std::string_view content, FileMode writeKind = kWritePlain);
+
+// A whole file or member; nothing when it does not open.
+[[nodiscard]] std::optional<std::string> Contents(const std::string& path,
+                                                  FileMode readKind = kReadDetect);
+
+// The names that a search finds, in its order.
+[[nodiscard]] std::vector<std::string> NamesOf(const std::string& pattern);
+
+// Bytes that do not compress, and bytes that do; the same for the same seed.
+[[nodiscard]] std::string Noise(std::size_t size, unsigned seed = 1);
+[[nodiscard]] std::string Prose(std::size_t size);
+
+[[nodiscard]] std::uint32_t Get32(std::string_view bytes, std::size_t at);
+void Put32(std::string& bytes, std::size_t at, std::uint32_t value);
+[[nodiscard]] std::string U32(std::uint32_t value);
+
+// What goes into a hand-made archive; the numbers may lie.
+struct RawMember {
+    std::string name;
+    std::string data;
+    std::uint32_t size = static_cast<std::uint32_t>(data.size());
+    std::string chunkId = "FIL ";
+};
+inline constexpr std::size_t kFirstMember = 44;  // offset of the first chunk after the header
+inline constexpr std::size_t kVersionAt = 16;
+inline constexpr std::size_t kCountAt = 20;
+inline constexpr std::size_t kIndexOffsetAt = 24;
+
+[[nodiscard]] std::string RawEntry(const RawMember& member);
+[[nodiscard]] std::string RawChunk(const RawMember& member);
+[[nodiscard]] std::string RawArchive(const std::vector<RawMember>& members, bool withIndex = true);
+
+}  // namespace Vorn::Testing
