@@ -24,7 +24,8 @@ constexpr const char* kArchive = "input.va";
 constexpr std::uint32_t kMostRead = 1 << 20;  // content bytes of one input
 constexpr std::size_t kMostMembers = 200;
 
-// The current directory while the process runs: temporary files of new members land in it.
+// Holds the input. It is the current directory during a run, for temporary files of new members
+// land there; in between, relative paths of the fuzzer must keep their meaning.
 class WorkFolder {
 public:
     WorkFolder() : path_(fs::temp_directory_path() / ("archive-fuzz-" + std::to_string(Random()))) {
@@ -37,16 +38,19 @@ public:
     WorkFolder(const WorkFolder&) = delete;
     WorkFolder& operator=(const WorkFolder&) = delete;
 
-    void Write(const std::uint8_t* data, std::size_t size) const {
+    void Enter(const std::uint8_t* data, std::size_t size) {
+        left_ = fs::current_path();
         fs::current_path(path_);
         std::ofstream out(kArchive, std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     }
+    void Leave() const { fs::current_path(left_); }
 
 private:
     static unsigned Random() { return std::random_device{}(); }
 
     fs::path path_;
+    fs::path left_;
 };
 
 void CollectNames(const InternedString& mount, const std::string& folder,
@@ -118,12 +122,13 @@ void Mount(const InternedString& name, bool writable, auto&& use) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const WorkFolder folder;
+    static WorkFolder folder;
     static const InternedString name = Intern("fuzz");
-    folder.Write(data, size);
+    folder.Enter(data, size);
     std::vector<std::string> names;
     Mount(name, false, [&] { names = ReadEverything(name); });
     Mount(name, true, [&] { WriteMembers(name, names); });
     Mount(name, false, [&] { (void)ReadEverything(name); });
+    folder.Leave();
     return 0;
 }
