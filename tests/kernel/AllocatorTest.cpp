@@ -8,8 +8,9 @@
 #include <new>
 #include <set>
 #include <span>
-#include <thread>
 #include <vector>
+
+#include "tests/kernel/InThreads.h"
 
 namespace Vorn::Alloc {
 namespace {
@@ -82,22 +83,17 @@ TEST(Allocator, RefusesWhatNoClassCanHold) {
 
 TEST(Allocator, ThreadsPassBlocksToEachOther) {
     std::vector<std::vector<unsigned char*>> made(4);
-    {
-        std::vector<std::jthread> threads;
-        for (std::size_t t = 0; t < made.size(); ++t) {
-            threads.emplace_back([&mine = made[t], t] {
-                for (std::size_t i = 0; i < 4000; ++i) {
-                    auto* block = static_cast<unsigned char*>(New(1 + i % 64 * 16));
-                    *block = static_cast<unsigned char>(t);
-                    if (i % 4 == 0) {
-                        mine.push_back(block);
-                    } else {
-                        Free(block);
-                    }
-                }
-            });
+    InThreads(made.size(), [&made](std::size_t t) {
+        for (std::size_t i = 0; i < 4000; ++i) {
+            auto* block = static_cast<unsigned char*>(New(1 + i % 64 * 16));
+            *block = static_cast<unsigned char>(t);
+            if (i % 4 == 0) {
+                made[t].push_back(block);
+            } else {
+                Free(block);
+            }
         }
-    }
+    });
     for (std::size_t t = 0; t < made.size(); ++t) {
         for (unsigned char* block : made[t]) {
             ASSERT_EQ(*block, t);

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "tests/kernel/InThreads.h"
 
 namespace Vorn {
 namespace {
@@ -104,6 +105,7 @@ TEST_F(StringPoolTest, BucketsComeFromTheLast16Bytes) {
 TEST_F(StringPoolTest, LookupsStayShortInAFullBucket) {
     const auto before = pool.GetStatistics();
     std::vector<InternedString> names;
+    names.reserve(60000);
     for (int i = 0; i < 60000; ++i)
         names.push_back(Intern(std::to_string(i) + "/common-file-name"));
     for (int i = 0; i < 60000; ++i) {
@@ -143,19 +145,14 @@ TEST_F(StringPoolTest, AnEditThatMeetsAnExistingTextJoinsIt) {
 
 TEST_F(StringPoolTest, ThreadsInternAndReleaseTogether) {
     const auto before = pool.GetStatistics();
-    {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([this, t] {
-                for (int i = 0; i < 3000; ++i) {
-                    InternedString name = Intern("shared " + std::to_string(i % 50));
-                    InternedString copy = name;
-                    if (i % 5 == 0) Insert(copy, "x", 0);
-                    if (i % 100 == t) pool.Sweep();
-                }
-            });
+    InThreads(4, [this](std::size_t t) {
+        for (std::size_t i = 0; i < 3000; ++i) {
+            const InternedString name = Intern("shared " + std::to_string(i % 50));
+            InternedString copy = name;
+            if (i % 5 == 0) Insert(copy, "x", 0);
+            if (i % 100 == t) pool.Sweep();
         }
-    }
+    });
     const auto after = pool.GetStatistics();
     EXPECT_EQ(after.liveEntries, before.liveEntries);
     EXPECT_EQ(after.references, before.references);

@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "tests/kernel/InThreads.h"
 
 namespace Vorn {
 namespace {
@@ -153,19 +154,14 @@ TEST(String, FindsAndCompares) {
 
 TEST(String, BlocksAreSharedAcrossThreads) {
     const String shared("text that every thread copies");
-    {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&shared, t] {
-                for (int i = 0; i < 5000; ++i) {
-                    String copy(shared);
-                    if (i % 3 == t % 3) copy.Append("!");
-                    String null;
-                    null = copy;
-                }
-            });
+    InThreads(4, [&shared](std::size_t t) {
+        for (std::size_t i = 0; i < 5000; ++i) {
+            String copy(shared);
+            if (i % 3 == t % 3) copy.Append("!");
+            String null;
+            null = copy;
         }
-    }
+    });
     String last(shared);
     EXPECT_EQ(last.View(), "text that every thread copies");
 }

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
+#include "tests/kernel/InThreads.h"
 
 namespace Vorn {
 namespace {
@@ -52,19 +51,14 @@ TEST(SyncObject, CriticalSectionsExcludeOtherThreadsOnly) {
     EXPECT_EQ(section.GetHandle(), nullptr);
     EXPECT_FALSE(section.ReleaseCount(1));
     int counter = 0;
-    {
-        std::vector<std::jthread> threads;
-        for (int t = 0; t < 4; ++t) {
-            threads.emplace_back([&] {
-                for (int i = 0; i < 2000; ++i) {
-                    const ScopedLock outer(section);
-                    EXPECT_TRUE(section.Wait(0));  // entered again; the time-out counts for nothing
-                    ++counter;
-                    EXPECT_TRUE(section.Unlock());
-                }
-            });
+    InThreads(4, [&](std::size_t) {
+        for (int i = 0; i < 2000; ++i) {
+            const ScopedLock outer(section);
+            EXPECT_TRUE(section.Wait(0));  // entered again; the time-out counts for nothing
+            ++counter;
+            EXPECT_TRUE(section.Unlock());
         }
-    }
+    });
     EXPECT_EQ(counter, 8000);
 }
 
