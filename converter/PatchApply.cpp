@@ -3,6 +3,7 @@
 
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
+#include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 
@@ -22,7 +23,7 @@ constexpr const char* kOutFile = "outFile";
 }  // namespace
 
 int PatchConverter::RunApply() {
-    const bool haveLists = ReadList(kAddedList, 1, addedFiles_) &&
+    const bool haveLists = HavePatch() && ReadList(kAddedList, 1, addedFiles_) &&
                            ReadList(kDeletedList, 1, deletedFiles_) &&
                            ReadList(kPatchedList, 2, patchedFiles_);
     if (haveLists && !AddNewMembers()) return 1;
@@ -33,6 +34,12 @@ int PatchConverter::RunApply() {
     if (CloseOutput() && result == 0) return 0;
     File::Delete(outputArchivePath_.c_str());
     return 1;
+}
+
+bool PatchConverter::HavePatch() const {
+    if (HoldsArchive(otherName_)) return true;
+    PrintProblem("\"" + std::string(otherArchivePath_.View()) + "\" cannot be read as an archive");
+    return false;
 }
 
 bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {

@@ -105,11 +105,8 @@ bool PatchConverter::PrepareDiff(const char* outputFolder) {
 bool PatchConverter::PrepareApply() {
     workDir_ = inputArchivePath_;
     StripFileName(workDir_, false);
-    const InternedString temporary = Intern("VAConverter-tmp");
-    Subst(temporary, sourceArchivePath_.c_str(), false);
-    FileSubArchive::SetDefaultBuildVersion(File::GetArchiveBuildVersion(temporary));
-    FileSubArchive::SetDefaultProductCode(File::GetArchiveProductCode(temporary));
-    Subst(temporary, nullptr);
+    FileSubArchive::SetDefaultBuildVersion(File::GetArchiveBuildVersion(inputName_));
+    FileSubArchive::SetDefaultProductCode(File::GetArchiveProductCode(inputName_));
     FormatInto(outputName_, "%s-tmp", inputName_.Text());
     return CreateOutput();
 }

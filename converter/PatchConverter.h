@@ -63,6 +63,7 @@ private:
 
     // patchapply.
     [[nodiscard]] int RunApply();
+    [[nodiscard]] bool HavePatch() const;
     [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
     [[nodiscard]] bool AddNewMembers();
     [[nodiscard]] bool ApplyMember(const char* member);

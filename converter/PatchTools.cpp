@@ -1,5 +1,7 @@
 #include "converter/PatchTools.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "platform/Clock.h"
@@ -18,7 +20,7 @@ constexpr std::uint32_t kPollMilliseconds = 200;
     line += program;
     for (const std::string_view argument : arguments) {
         line += " \"";
-        line += argument;
+        std::ranges::replace_copy(argument, std::back_inserter(line), '\\', '/');
         line += '"';
     }
     return line;
@@ -26,9 +28,7 @@ constexpr std::uint32_t kPollMilliseconds = 200;
 
 }  // namespace
 
-bool FitsCommandLine(std::string_view path) {
-    return path.find('"') == std::string_view::npos && !path.ends_with('\\');
-}
+bool FitsCommandLine(std::string_view path) { return path.find('"') == std::string_view::npos; }
 
 bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::string_view newFile,
                     std::string_view diffFile) {

@@ -1,7 +1,8 @@
 // The external programs that make and apply the binary diff of one file.
 //
 // Both are started without a shell, share this process's console, environment and current
-// directory, and are waited for without a time limit. The diff data is opaque to the converter.
+// directory, and are waited for without a time limit. Their paths have '/' between components,
+// which every such program knows. The diff data is opaque to the converter.
 #pragma once
 
 #include <cstdint>

@@ -34,13 +34,13 @@ protected:
         StartAfresh();
         const int diff = Convert({"patchdiff", "old.va", "new.va", "out"}, tracer).exitCode;
         if (diff == 0) {
-            EXPECT_EQ(Unpack("out/old-diff.va"), patch_);
+            EXPECT_TRUE(Unpack("out/old-diff.va") == patch_);
         }
         const int apply = Convert({"patchapply", "old.va", "good.va", "x"}, tracer).exitCode;
         if (apply == 0) {
-            EXPECT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
+            EXPECT_TRUE(Unpack("old-tmp.va") == Unpack("new.va"));
         }
-        EXPECT_EQ(Inputs(), inputs_);
+        EXPECT_TRUE(Inputs() == inputs_);
         return diff == 0 && apply == 0;
     }
 
@@ -53,10 +53,11 @@ TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
     for (const std::string& full : {bin_, std::string("out"), std::string()}) {
         SCOPED_TRACE(full);
         int failed = 0;
-        for (const std::size_t room : {0, 1, 5, 11, 21, 31, 46, 200}) {
+        for (const std::size_t room : {1, 3, 8, 16, 24, 32, 48, 200}) {
+            StartAfresh();
             if (!MakeSmallDisk(full, room * 4096)) GTEST_SKIP() << "mounting is not permitted";
             if (!RunBoth()) ++failed;
-            TearDown();
+            ReleaseDisks();
         }
         EXPECT_GE(failed, 4);
         EXPECT_LT(failed, 8);
@@ -69,7 +70,7 @@ TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
     const Outcome traced = Convert({}, "strace -o /dev/null");
     if (traced.exitCode != 1) GTEST_SKIP() << "tracing is not permitted: " << traced.problems;
     int failed = 0;
-    for (int nth = 1; nth <= 60; nth += nth < 8 ? 1 : 5) {
+    for (const int nth : {1, 2, 3, 4, 5, 7, 9, 12, 15, 19, 24, 31, 40, 60}) {
         SCOPED_TRACE(nth);
         if (!RunBoth("strace -o /dev/null -e inject=" + std::string(GetParam()) +
                      ":when=" + std::to_string(nth))) {
@@ -83,8 +84,7 @@ TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
 INSTANTIATE_TEST_SUITE_P(Calls, SystemCallFaults,
                          testing::Values("write:error=ENOSPC", "openat:error=EACCES",
                                          "/^rename:error=EIO", "/^unlink:error=EBUSY",
-                                         "read:error=EIO", "pread64:error=EIO", "close:error=EIO",
-                                         "write:signal=KILL", "/^unlink:signal=KILL"));
+                                         "read,pread64:error=EIO", "write:signal=KILL"));
 
 }  // namespace
 }  // namespace Vorn::Testing

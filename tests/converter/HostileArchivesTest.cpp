@@ -112,7 +112,7 @@ TEST_F(HostileArchives, EveryCutOfAPatchIsRefusedOrRight) {
         const Outcome outcome = Apply("cut.va");
         // Without its lists a patch changes nothing, and the run says so.
         if (outcome.exitCode == 0 && outcome.problems.empty()) {
-            EXPECT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
+            EXPECT_TRUE(Unpack("old-tmp.va") == Unpack("new.va"));
         } else {
             ++refused;
         }

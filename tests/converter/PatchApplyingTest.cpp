@@ -116,13 +116,22 @@ TEST_F(HandWrittenPatch, ListsAreTakenAsTheyAre) {
     }
 }
 
-TEST_F(HandWrittenPatch, MissingListIsTold) {
+TEST_F(HandWrittenPatch, MissingListIsToldAndMissingPatchRefused) {
     Pack("old.va", {{"a", "old"}});
-    folder_.Write("patch.va", "this is not an archive");
-    const Outcome outcome = Apply("patch.va");
+    Pack("patch.va", {{"deletedFiles.txt", ""}});
+    Outcome outcome = Apply("patch.va");
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.lines, ElementsAre("Unchanged a"));
     EXPECT_THAT(outcome.problems, HasSubstr("has no list \"addedFiles.txt\""));
+
+    for (const char* content : {"", "x", "this is not an archive"}) {
+        folder_.Write("patch.va", content);
+        outcome = Apply("patch.va");
+        EXPECT_EQ(outcome.exitCode, 1) << content;
+        EXPECT_THAT(outcome.lines, IsEmpty());
+        EXPECT_THAT(outcome.problems, HasSubstr("\"patch.va\" cannot be read as an archive"));
+        EXPECT_FALSE(folder_.Has("old-tmp.va"));
+    }
 }
 
 // The member keeps its size in the archive's index while its stream is cut short.

@@ -94,8 +94,9 @@ Workbench::Workbench(const std::string& programs)
     fs::copy_file(VDIFFL, folder_.Path(diff_));
 }
 
-void Workbench::TearDown() {
+void Workbench::ReleaseDisks() {
     for (const std::string& disk : disks_) (void)Shell("umount -l " + Quoted(disk));
+    disks_.clear();
 }
 
 void Workbench::Pack(const std::string& archive, const Members& members) const {

@@ -50,7 +50,8 @@ protected:
     void Replace(const std::string& program, const std::string& script) const;
     // Makes it a file system of its own with room for `bytes` besides what it holds now.
     [[nodiscard]] bool MakeSmallDisk(const std::string& name, std::size_t bytes);
-    void TearDown() override;
+    void ReleaseDisks();
+    void TearDown() override { ReleaseDisks(); }
 
     // Every file below `name`, in order; "name/" for an empty folder.
     [[nodiscard]] std::vector<std::string> Tree(const std::string& name = {}) const;
