@@ -90,10 +90,10 @@ TEST(Wildcards, AgreeWithAPlainMatcherWithinOneComponent) {
         const std::string pattern = text("ab*?", 6);
         const bool expected = PlainMatch(name, pattern);
         matches += expected ? 1 : 0;
-        SCOPED_TRACE(name + " | " + pattern);
+        SCOPED_TRACE(testing::Message() << name << " | " << pattern);
         ASSERT_EQ(MatchWildcards(name, pattern), expected);
         if (pattern.find('?') != std::string::npos) continue;  // may also match nothing before '/'
-        ASSERT_EQ(MatchWildcards(name + "/f", pattern + "/f"), expected);
+        ASSERT_EQ(MatchWildcards(std::string(name).append("/f"), pattern + "/f"), expected);
     }
     EXPECT_GT(matches, 1000);
 }
