@@ -14,28 +14,27 @@ fail() {
     exit 1
 }
 
+# As root or through sudo; what apt says is shown only when it fails.
 apt_quietly() {
-    local output
+    local output as_root=()
+    [[ $(id -u) == 0 ]] || as_root=(sudo)
     output=$("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" 2>&1 </dev/null) || {
         echo "$output" >&2
         return 1
     }
 }
 
-# Installs what is missing of the given packages, as root or through sudo. Without apt the machine
-# is taken as it is.
+# Installs what is missing of the given packages. Without apt the machine is taken as it is.
 install_missing() {
     command -v apt-get >/dev/null || return 0
-    local package missing=() as_root=()
+    local package missing=()
     for package in "$@"; do
         dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
             missing+=("$package")
     done
     ((${#missing[@]})) || return 0
-    if [[ $(id -u) != 0 ]]; then
-        command -v sudo >/dev/null || fail "As root, please: apt-get install ${missing[*]}"
-        as_root=(sudo)
-    fi
+    [[ $(id -u) == 0 ]] || command -v sudo >/dev/null ||
+        fail "As root, please: apt-get install ${missing[*]}"
     echo "Installing ${missing[*]}"
     apt_quietly install -y --no-install-recommends "${missing[@]}" 2>/dev/null && return 0
     apt_quietly update || true
