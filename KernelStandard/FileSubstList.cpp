@@ -1,7 +1,6 @@
 #include "KernelStandard/FileSubstList.h"
 
 #include <algorithm>
-#include <ranges>
 #include <string_view>
 #include <utility>
 
@@ -34,7 +33,8 @@ enum class May { Read, Write, Modify };
 // Asks the backends that allow `what`, the most recent mount first, until one says yes.
 template <typename Ask>
 [[nodiscard]] bool AskInTurn(const SubstEntry& entry, May what, Ask ask) {
-    return std::ranges::any_of(entry.backends | std::views::reverse, [&](const auto& backend) {
+    const auto& backends = entry.backends;
+    return std::any_of(backends.rbegin(), backends.rend(), [&](const auto& backend) {
         return Allows(*backend, what) && ask(*backend);
     });
 }
@@ -83,9 +83,7 @@ void FileSubstList::CloseSubst(const InternedString& name) {
                                 "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
     }
     for (auto& [identity, entry] : entries_) {
-        for (const auto& backend : entry.backends | std::views::reverse) {
-            backend->OnSubstClosed(name);
-        }
+        for (const auto& backend : entry.backends) backend->OnSubstClosed(name);
     }
     auto closing = entries_.extract(name.Entry());
     auto& backends = closing.mapped().backends;
@@ -132,9 +130,10 @@ bool FileSubstList::Exists(SubstEntry& entry, const char* name) {
 bool FileSubstList::Delete(SubstEntry& entry, const char* name) {
     const ScopedLock hold(lock_);
     bool deleted = false;
-    for (const auto& backend : entry.backends | std::views::reverse) {
-        if (Allows(*backend, May::Modify) && backend->Delete(name)) deleted = true;
-    }
+    (void)AskInTurn(entry, May::Modify, [&](FileSub& backend) {
+        deleted = backend.Delete(name) || deleted;
+        return false;
+    });
     return deleted;
 }
 
@@ -170,9 +169,10 @@ bool FileSubstList::GetWritablePath(SubstEntry& entry, PathSpan name) {
 std::vector<FileSub*> FileSubstList::Collect(SubstEntry& entry) {
     const ScopedLock hold(lock_);
     std::vector<FileSub*> list;
-    for (const auto& backend : entry.backends | std::views::reverse) {
-        if (backend->IsAvailable()) backend->CollectInto(list);
-    }
+    (void)AskInTurn(entry, May::Read, [&](FileSub& backend) {
+        backend.CollectInto(list);
+        return false;
+    });
     return list;
 }
 

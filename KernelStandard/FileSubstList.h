@@ -68,8 +68,8 @@ private:
     FileSubstList();
     ~FileSubstList();
 
-    void Mount(const InternedString& name, const char* path, bool writable);
-    void CloseSubst(const InternedString& name);
+    void Mount(const InternedString& name, const char* path, bool writable) VORN_REQUIRES(lock_);
+    void CloseSubst(const InternedString& name) VORN_REQUIRES(lock_);
 
     CriticalSection lock_{"FileSubstList"};
     std::map<const StringPoolEntry*, SubstEntry> entries_ VORN_GUARDED_BY(lock_);

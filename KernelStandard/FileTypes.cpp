@@ -1,6 +1,7 @@
 #include "KernelStandard/FileTypes.h"
 
 #include <array>
+#include <cstddef>
 
 namespace Vorn {
 
@@ -24,7 +25,7 @@ static_assert(kResultTexts.size() == RES_READONLY + 1);
 
 const FileResultText& DescribeFileResult(FileResult result) {
     const bool known = result >= RES_OK && result <= RES_READONLY;
-    return kResultTexts[known ? result : RES_UNKNOWN];
+    return kResultTexts[static_cast<std::size_t>(known ? result : RES_UNKNOWN)];
 }
 
 }  // namespace Vorn
