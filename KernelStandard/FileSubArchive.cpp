@@ -41,8 +41,9 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
 
 void FileSubArchive::ReadArchive() {
     std::array<std::byte, 4> mark{};
-    if (!ReadExactly(0, mark)) return;  // stays open without a header
-    if (!MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
+    const std::int64_t got = handle_.ReadAt(0, mark);
+    if (got >= 0 && static_cast<std::size_t>(got) < mark.size()) return;  // open without a header
+    if (got < 0 || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
     if (!header_.IsValid()) return CloseArchive();
     indexValid_ = LoadIndex();
     if (!indexValid_) header_.indexOffset = 0;
