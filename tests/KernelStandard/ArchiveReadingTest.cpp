@@ -9,7 +9,6 @@ namespace Vorn::Testing {
 namespace {
 
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
 
 using ArchiveReading = ArchiveLayer;
 

@@ -35,7 +35,8 @@ std::string ExampleOfTheFormatPage() {
 }
 
 std::string NameOfRecord(const std::string& file, std::size_t record) {
-    return file.substr(Get32(file, kIndexOffsetAt) + 8 + record * 296 + 8).c_str();
+    const std::size_t at = Get32(file, kIndexOffsetAt) + 8 + record * 296 + 8;
+    return file.substr(at, file.find('\0', at) - at);
 }
 
 TEST_F(ArchiveWriting, OnePlainMemberMakes646Bytes) {
@@ -205,6 +206,7 @@ void InKilledProcess(Work work) {
 
 TEST_F(ArchiveWriting, AKilledWriterLeavesWhatWasComplete) {
     std::vector<RawMember> members;
+    members.reserve(40);
     for (int i = 0; i < 40; ++i) members.push_back({"old" + std::to_string(i), Noise(50)});
     folder.Write("a.va", RawArchive(members));
     InKilledProcess([] {
@@ -253,10 +255,9 @@ TEST_F(ArchiveWriting, AFullDiskKeepsTheOldMemberAndSaysSo) {
     const std::string after = Contents("full:m").value_or("") + Contents("full:n").value_or("");
     File direct;
     const bool opened = direct.Open("disk/f", kCreateOrTruncate | kWritePlain) == RES_OK;
-    const std::string noise = Noise(10000);
+    const std::string noise = Noise(1024);
     std::uint32_t written = 0;
-    while (opened && written < 200000 && direct.Write(noise.data(), 10000) == 10000)
-        written += 10000;
+    while (opened && written < 200000 && direct.Write(noise.data(), 1024) == 1024) written += 1024;
     const bool closed = direct.Close();
     Unmount("full");
     EXPECT_EQ(umount(disk.c_str()), 0);

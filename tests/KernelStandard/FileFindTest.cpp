@@ -87,13 +87,16 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
 // Folder by folder, 20,000 of them: only a search that looks at what it lists gets through.
 TEST_F(FileFind, AWideTreeIsWalkedFolderByFolder) {
     std::vector<RawMember> members;
+    members.reserve(20000);
     for (int i = 0; i < 20000; ++i)
         members.push_back({std::to_string(i / 100) + "/" + std::to_string(i) + "/f", ""});
     MountBytes(RawArchive(members));
     int files = 0;
     for (const std::string& outer : NamesOf("arc:*")) {
-        for (const std::string& inner : NamesOf("arc:" + outer + "/*")) {
-            files += NamesOf("arc:" + outer + "/" + inner + "/*.").size() == 1 ? 1 : 0;
+        const std::string folders = "arc:" + outer + "/";
+        for (const std::string& inner : NamesOf(folders + "*")) {
+            const std::string pattern = folders + inner + "/*.";
+            files += NamesOf(pattern).size() == 1 ? 1 : 0;
         }
     }
     EXPECT_EQ(files, 20000);
