@@ -77,7 +77,7 @@ void SpanPlayer::Play(Output out) {
 
 void DecodeModelled(ByteView oldFile, ByteView payload, Output out) {
     RangeDecoder decoder(payload);
-    SpanCodec<RangeDecoder> codec(decoder, oldFile, out, false);
+    SpanCodec<RangeDecoder> codec(decoder, oldFile, out);
     while (!codec.AtEnd()) codec.Code({});
 }
 

@@ -29,27 +29,35 @@ void BitHistory::Learn(bool bit, std::uint32_t maxCount) {
     const std::uint32_t count = Count();
     const std::int64_t probability = state_ >> 10;
     const std::int64_t target = bit ? (1 << 22) - 1 : 0;
-    const std::int64_t moved = probability + (target - probability) * kRates[count] / 65536;
+    // Shifted, not divided: however small, a probability that is never right goes on falling.
+    const std::int64_t moved =
+        probability + (((target - probability) * std::int64_t{kRates[count]}) >> 16);
     state_ = static_cast<std::uint32_t>(moved) << 10 | (count < maxCount ? count + 1 : count);
 }
 
 MixedModel::MixedModel(std::size_t inputs, std::size_t weightSets, int tableBits)
     : inputs_(inputs),
-      shift_(32 - tableBits),
-      histories_(std::size_t{1} << tableBits),
+      tableBits_(tableBits),
       weights_(inputs * weightSets, InitialWeight(inputs)),
       currentWeights_(weights_.data()) {}
 
 void MixedModel::SetContexts(const std::uint32_t* hashes, std::size_t weightSet) {
+    if (histories_.empty()) histories_.resize(std::size_t{1} << tableBits_);
     std::copy_n(hashes, inputs_, contexts_.begin());
     currentWeights_ = weights_.data() + weightSet * inputs_;
+    Continue(0);
+}
+
+void MixedModel::Continue(std::uint32_t bits) {
+    for (std::size_t i = 0; i < inputs_; ++i) {
+        lines_[i] = ((contexts_[i] + bits * 0x9e3779b1U) * 0x85ebca6bU) >> (32 - tableBits_);
+    }
 }
 
 std::uint32_t MixedModel::Predict(std::uint32_t node) {
     std::int64_t sum = 0;
     for (std::size_t i = 0; i < inputs_; ++i) {
-        const std::uint32_t hash = (contexts_[i] + node * 0x9e3779b1U) * 0x85ebca6bU;
-        BitHistory& history = histories_[hash >> shift_];
+        BitHistory& history = histories_[lines_[i] ^ node];
         current_[i] = &history;
         stretched_[i] = history.Count() == 0 ? 0 : detail::kStretch[history.Probability() >> 4];
         sum += std::int64_t{currentWeights_[i]} * stretched_[i];

@@ -3,6 +3,7 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 #include "tools/patch/Bytes.h"
@@ -64,16 +65,29 @@ constexpr auto kStretch = MakeStretch();
 
 }  // namespace detail
 
+// One number for the values that make up a context.
+inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
+    std::uint32_t hash = 0;
+    for (const std::uint32_t value : values) {
+        hash = (hash ^ value) * 0x9e3779b1U;
+        hash ^= hash >> 15;
+    }
+    return hash;
+}
+
 // Predicts bits from several contexts at once, and learns which of them to trust.
 class MixedModel {
 public:
-    // `tableBits`: binary logarithm of the number of histories that the contexts share.
+    // `tableBits`: binary logarithm of the number of histories that the contexts share. They are
+    // made when the first context is set.
     MixedModel(std::size_t inputs, std::size_t weightSets, int tableBits);
 
-    // The contexts of the bits to come, one an input, well mixed; and which weights to use.
+    // The contexts of up to four bits to come, one an input, well mixed; and which weights to use.
     void SetContexts(const std::uint32_t* hashes, std::size_t weightSet);
+    // The same contexts for up to four bits more, after `bits`.
+    void Continue(std::uint32_t bits);
 
-    // The probability of a 1 as the next bit, where `node` tells the bits since SetContexts apart.
+    // The probability of a 1 as the next bit. `node`, 1 to 15, tells the bits since apart.
     std::uint32_t Predict(std::uint32_t node);
     void Learn(bool bit);
 
@@ -81,26 +95,30 @@ private:
     static constexpr std::size_t kMaxInputs = 12;
 
     std::size_t inputs_;
-    int shift_;
+    int tableBits_;
     std::vector<BitHistory> histories_;
     std::vector<std::int32_t> weights_;  // one a set and input, 65536 is 1
     std::array<std::uint32_t, kMaxInputs> contexts_{};
+    // Nodes of one context share a line of the processor's cache.
+    std::array<std::uint32_t, kMaxInputs> lines_{};
     std::int32_t* currentWeights_;
     std::array<BitHistory*, kMaxInputs> current_{};
     std::array<std::int32_t, kMaxInputs> stretched_{};
     std::uint32_t predicted_ = 0;
 };
 
-// Codes eight bits with `model`, most significant first.
+// Codes eight bits with `model`, most significant first, four in a line.
 template <typename Coder>
 std::uint8_t CodeByte(Coder& coder, MixedModel& model, std::uint8_t value) {
-    std::uint32_t node = 1;
+    std::uint32_t coded = 1;
     for (int i = 7; i >= 0; --i) {
+        if (i == 3) model.Continue(coded);
+        const std::uint32_t node = i > 3 ? coded : (coded & (0xfU >> (i + 1))) | 0x10U >> (i + 1);
         const bool bit = coder.Code((value >> i & 1) != 0, model.Predict(node));
         model.Learn(bit);
-        node = node << 1 | (bit ? 1U : 0U);
+        coded = coded << 1 | (bit ? 1U : 0U);
     }
-    return static_cast<std::uint8_t>(node);
+    return static_cast<std::uint8_t>(coded);
 }
 
 // Numbers of any size: their bit width first, then the bits below the top one; the highest few of

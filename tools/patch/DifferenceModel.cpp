@@ -1,7 +1,6 @@
 #include "tools/patch/DifferenceModel.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace vdiff {
 namespace {
@@ -12,15 +11,6 @@ constexpr std::uint32_t kDistances = 16;
 
 int TableBits(std::uint64_t oldSize) {
     return std::clamp(static_cast<int>(std::bit_width(oldSize)), 14, 22);
-}
-
-std::uint32_t Hash(std::initializer_list<std::uint32_t> values) {
-    std::uint32_t hash = 0;
-    for (const std::uint32_t value : values) {
-        hash = (hash ^ value) * 0x9e3779b1U;
-        hash ^= hash >> 15;
-    }
-    return hash;
 }
 
 }  // namespace
@@ -52,12 +42,12 @@ void DifferenceModel::SetFlagContexts(std::uint64_t at) {
     const std::uint32_t before2 = OldByte(at - 2);
     const auto since = static_cast<std::uint32_t>(std::min<std::uint64_t>(sinceDifference_, 255));
     const std::array<std::uint32_t, kFlagInputs> contexts{
-        Hash({1, before, distance}),
-        Hash({2, before, before2, OldByte(at - 3), distance}),
-        Hash({3, OldByte(at), before, distance}),
-        Hash({4, since, static_cast<std::uint32_t>(std::min<std::uint64_t>(lastGap_, 255))}),
-        Hash({5, OldWord(at), distance == 0 ? static_cast<std::uint32_t>(run_) : 99U}),
-        Hash({6, static_cast<std::uint32_t>(run_), lastDelta_, OldByte(at), distance}),
+        HashContext({1, before, distance}),
+        HashContext({2, before, before2, OldByte(at - 3), distance}),
+        HashContext({3, OldByte(at), before, distance}),
+        HashContext({4, since, static_cast<std::uint32_t>(std::min<std::uint64_t>(lastGap_, 255))}),
+        HashContext({5, OldWord(at), distance == 0 ? static_cast<std::uint32_t>(run_) : 99U}),
+        HashContext({6, static_cast<std::uint32_t>(run_), lastDelta_, OldByte(at), distance}),
     };
     flags_.SetContexts(contexts.data(), std::min<std::size_t>(distance, 7));
 }
@@ -71,14 +61,14 @@ void DifferenceModel::SetDeltaContexts(std::uint64_t at) {
     const std::uint32_t same = deltaInRun_.at(place);
     const std::uint32_t first = deltaInRun_[0];
     const std::array<std::uint32_t, kDeltaInputs> contexts{
-        Hash({1, place, same}),
-        Hash({2, place, same, lastDelta_}),
-        Hash({3, place, target_ >> 10, lastDelta_}),
-        Hash({4, place, target_, lastDelta_}),
-        Hash({5, place, OldByte(at), same}),
-        Hash({6, place, word_ >> 10, lastDelta_}),
-        Hash({7, place, first, OldByte(at - 1), OldByte(at)}),
-        Hash({8, place, lastDelta_, OldByte(at)}),
+        HashContext({1, place, same}),
+        HashContext({2, place, same, lastDelta_}),
+        HashContext({3, place, target_ >> 10, lastDelta_}),
+        HashContext({4, place, target_, lastDelta_}),
+        HashContext({5, place, OldByte(at), same}),
+        HashContext({6, place, word_ >> 10, lastDelta_}),
+        HashContext({7, place, first, OldByte(at - 1), OldByte(at)}),
+        HashContext({8, place, lastDelta_, OldByte(at)}),
     };
     deltas_.SetContexts(contexts.data(), place);
 }

@@ -37,9 +37,6 @@ public:
         return delta;
     }
 
-    // A byte that differs was coded elsewhere.
-    void Note(std::uint8_t delta);
-
 private:
     static constexpr std::uint32_t kUnlikely = 64;
     static constexpr std::uint32_t kQuickLimit = 1000;
@@ -52,6 +49,7 @@ private:
     BitHistory& BeginFlag(std::uint64_t at);
     void SetFlagContexts(std::uint64_t at);
     void SetDeltaContexts(std::uint64_t at);
+    void Note(std::uint8_t delta);
 
     ByteView old_;
     std::vector<BitHistory> quick_;

@@ -1,7 +1,6 @@
 #include "tools/patch/FreshModel.h"
 
 #include <algorithm>
-#include <initializer_list>
 
 namespace vdiff {
 namespace {
@@ -10,20 +9,11 @@ constexpr std::size_t kInputs = 9;
 constexpr int kPlaceBits = 15;
 constexpr std::uint64_t kKeyLength = 4;
 constexpr std::uint64_t kIndexedWhole = 1U << 16;
-constexpr std::uint64_t kLessonBefore = 512;
-constexpr std::uint64_t kLessonAfter = 512;
+constexpr std::uint64_t kLessonBefore = 256;
+constexpr std::uint64_t kLessonAfter = 256;
 constexpr std::uint64_t kMaxLessons = 1U << 15;
 
-std::uint32_t Hash(std::initializer_list<std::uint32_t> values) {
-    std::uint32_t hash = 0;
-    for (const std::uint32_t value : values) {
-        hash = (hash ^ value) * 0x9e3779b1U;
-        hash ^= hash >> 15;
-    }
-    return hash;
-}
-
-// Only ever decides; takes the bit it is given.
+// Stands in for a coder where both sides know the bits.
 struct NoCoder {
     static bool Code(bool bit, std::uint32_t /*probability*/) { return bit; }
 };
@@ -38,7 +28,7 @@ std::uint32_t Last(ByteView before, std::size_t count, std::size_t skip = 0) {
 }
 
 std::size_t PlaceSlot(ByteView before) {
-    return Hash({Last(before, kKeyLength)}) >> (32 - kPlaceBits);
+    return HashContext({Last(before, kKeyLength)}) >> (32 - kPlaceBits);
 }
 
 }  // namespace
@@ -46,7 +36,7 @@ std::size_t PlaceSlot(ByteView before) {
 FreshModel::FreshModel(ByteView oldFile, std::uint64_t newSize)
     : old_(oldFile),
       model_(kInputs, 4,
-             std::clamp(static_cast<int>(std::bit_width(oldFile.size() + newSize)) + 2, 16, 22)),
+             std::clamp(static_cast<int>(std::bit_width(oldFile.size() + newSize)) + 2, 14, 22)),
       places_(std::size_t{1} << kPlaceBits),
       lessonsLeft_(kMaxLessons) {
     if (oldFile.size() > kIndexedWhole) return;
@@ -90,15 +80,15 @@ void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldA
     const std::uint32_t aligned = oldAt < old_.size() ? old_[oldAt] : 256U;
     const std::uint32_t last = Last(before, 1);
     const std::array<std::uint32_t, kInputs> contexts{
-        Hash({1}),
-        Hash({2, last}),
-        Hash({3, Last(before, 2)}),
-        Hash({4, Last(before, 3)}),
-        Hash({5, Last(before, 4)}),
-        Hash({6, Last(before, 4), Last(before, 2, 4)}),
-        Hash({7, Last(before, 1, 1), Last(before, 1, 3)}),
-        Hash({8, expected, length}),
-        Hash({9, aligned, last}),
+        HashContext({1}),
+        HashContext({2, last}),
+        HashContext({3, Last(before, 2)}),
+        HashContext({4, Last(before, 3)}),
+        HashContext({5, Last(before, 4)}),
+        HashContext({6, Last(before, 4), Last(before, 2, 4)}),
+        HashContext({7, Last(before, 1, 1), Last(before, 1, 3)}),
+        HashContext({8, expected, length}),
+        HashContext({9, aligned, last}),
     };
     model_.SetContexts(contexts.data(), length == 0 ? 0 : length < 6 ? 1 : length < 12 ? 2 : 3);
 }

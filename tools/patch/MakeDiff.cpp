@@ -41,9 +41,9 @@ std::uint64_t CountCoded(const Inputs& files, std::span<const Span> spans) {
 }
 
 std::optional<std::size_t> WriteModelled(const Inputs& files, std::span<const Span> spans,
-                                         bool plainDifferences, Output room) {
+                                         Output room) {
     RangeEncoder encoder(room);
-    SpanCodec<RangeEncoder> codec(encoder, files.oldFile, files.newFile, plainDifferences);
+    SpanCodec<RangeEncoder> codec(encoder, files.oldFile, files.newFile);
     for (const Span& span : spans) {
         codec.Code(span);
         if (encoder.Full()) return std::nullopt;
@@ -91,20 +91,19 @@ private:
 void TrySpans(const Inputs& files, Contest& contest) {
     const std::vector<Span> spans = FindSpans(files.oldFile, files.newFile);
     const std::uint64_t limit = kModelledBytes + files.newFile.size() / kModelledShare;
-    if (CountCoded(files, spans) <= limit) {
+    const bool modelled = CountCoded(files, spans) <= limit;
+    if (modelled) {
         contest.Try(Method::Modelled,
-                    [&](Output room) { return WriteModelled(files, spans, false, room); });
-        if (files.newFile.size() <= kSmallFile) {
-            contest.Try(Method::Modelled,
-                        [&](Output room) { return WriteModelled(files, spans, true, room); });
-        }
+                    [&](Output room) { return WriteModelled(files, spans, room); });
     }
-    contest.Try(Method::Streams, [&](Output room) {
-        return WriteStreams(SpanStreams(files.oldFile, files.newFile, spans), room);
-    });
+    if (!modelled || files.newFile.size() <= kSmallFile) {
+        contest.Try(Method::Streams, [&](Output room) {
+            return WriteStreams(SpanStreams(files.oldFile, files.newFile, spans), room);
+        });
+    }
 }
 
-// A quick look first: a slow level gains a quarter at most.
+// A quick look first: a slow level seldom gains more than an eighth.
 void TryZstd(const Inputs& files, Contest& contest) {
     const auto pack = [&](int level) {
         return [&files, level](Output room) {
@@ -113,7 +112,7 @@ void TryZstd(const Inputs& files, Contest& contest) {
     };
     Contest quick(files.newFile);
     quick.Try(Method::ZstdAfter, pack(3));
-    if (quick.Size() > contest.Size() + contest.Size() / 4) return;
+    if (quick.Size() > contest.Size() + contest.Size() / 8) return;
     contest.Try(Method::ZstdAfter, pack(files.newFile.size() <= kSmallFile ? 19 : 12));
 }
 

@@ -18,14 +18,12 @@ class SpanCodec {
 public:
     using NewFile = std::conditional_t<Coder::kDecodes, std::span<std::uint8_t>, ByteView>;
 
-    // `plainDifferences`, which a decoder ignores: bytes that differ are coded like fresh ones.
-    SpanCodec(Coder& coder, ByteView oldFile, NewFile newFile, bool plainDifferences)
+    SpanCodec(Coder& coder, ByteView oldFile, NewFile newFile)
         : coder_(coder),
           old_(oldFile),
           new_(newFile),
           differences_(oldFile),
-          freshModel_(oldFile, newFile.size()),
-          plainDifferences_(coder.Code(plainDifferences, 1U << 15)) {}
+          freshModel_(oldFile, newFile.size()) {}
 
     [[nodiscard]] bool AtEnd() const noexcept { return newAt_ == new_.size(); }
 
@@ -80,7 +78,6 @@ private:
         differs = coder_.Code(differs, std::clamp(p, 64U, 65535U - 64));
         differs_.Learn(differs, 30);
         if (differs) {
-            if (plainDifferences_) freshModel_.LearnAround(span.oldAt + span.copied / 2);
             for (std::uint64_t i = 0; i < span.copied; ++i, ++newAt_) CodeCopied(span.oldAt + i);
         } else {
             if constexpr (Coder::kDecodes) std::ranges::copy(source, new_.subspan(newAt_).begin());
@@ -93,9 +90,6 @@ private:
         const std::uint8_t after = Expected();
         if (!differences_.CodeFlag(coder_, oldAt, before != after)) {
             Store(before);
-        } else if (plainDifferences_) {
-            CodeFresh(oldAt);
-            differences_.Note(0);
         } else {
             const auto delta = static_cast<std::uint8_t>(after - before);
             Store(static_cast<std::uint8_t>(before + differences_.CodeDelta(coder_, oldAt, delta)));
@@ -117,7 +111,6 @@ private:
     BitHistory differs_;
     DifferenceModel differences_;
     FreshModel freshModel_;
-    bool plainDifferences_;
 };
 
 }  // namespace vdiff

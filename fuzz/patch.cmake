@@ -1,0 +1,1 @@
+vorn_fuzz(patch_apply_fuzz SOURCES PatchApplyFuzz.cpp LINKS patch_core)
