@@ -121,7 +121,7 @@ std::uint8_t CodeByte(Coder& coder, MixedModel& model, std::uint8_t value) {
     return static_cast<std::uint8_t>(coded);
 }
 
-// Numbers of any size: their bit width first, then the bits below the top one; the highest few of
+// Numbers of any size: their bit width first, then the bits below the top one; the highest two of
 // those are learnt as well.
 class NumberModel {
 public:
@@ -137,11 +137,9 @@ public:
         std::uint64_t coded = width == 0 ? 0 : 1;
         for (int i = width - 2; i >= 0; --i) {
             const bool bit = (value >> i & 1) != 0;
-            const int rank = width - 2 - i;
-            BitHistory fresh;
-            BitHistory& history = rank < 2 ? lower_.at(static_cast<std::size_t>(width))
-                                                 .at((1U << rank) - 1 + (coded & rank))
-                                           : fresh;
+            BitHistory even;
+            BitHistory& history =
+                coded < 4 ? lower_.at(static_cast<std::size_t>(width)).at(coded) : even;
             coded = coded << 1 | (CodeBit(coder, history, bit) ? 1U : 0U);
         }
         return coded;
@@ -168,7 +166,7 @@ private:
     }
 
     std::array<BitHistory, 64> width_{};
-    std::array<std::array<BitHistory, 3>, 64> lower_{};
+    std::array<std::array<BitHistory, 4>, 64> lower_{};  // by width and bits so far
 };
 
 }  // namespace vdiff
