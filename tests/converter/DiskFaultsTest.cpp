@@ -67,6 +67,8 @@ TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
 class SystemCallFaults : public DiskFaults, public testing::WithParamInterface<const char*> {};
 
 TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
+    // A sanitizer makes system calls of its own, and ends the program with 0 when one fails.
+    if (VORN_SANITIZED) GTEST_SKIP() << "for builds without a sanitizer";
     const Outcome traced = Convert({}, "strace -o /dev/null");
     if (traced.exitCode != 1) GTEST_SKIP() << "tracing is not permitted: " << traced.problems;
     int failed = 0;
