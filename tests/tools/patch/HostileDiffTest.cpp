@@ -99,7 +99,7 @@ TEST_F(HostileDiff, StreamsThatLeaveAFileAreRefused) {
 // The coded part of a small diff must not keep the decoder busy for 4 GiB of output.
 TEST_F(HostileDiff, EndlessOutputStopsWithItsInput) {
     for (const Method method : {Method::Modelled, Method::ZstdAfter}) {
-        for (std::uint32_t seed = 0; seed < 20; ++seed) {
+        for (std::uint32_t seed = 0; seed < 3; ++seed) {
             ByteBuffer diff = WithPayload({}, 0, method, Noise(30, seed));
             // Declares 4 GiB - 1: the two one-byte sizes are followed by the checks.
             const ByteBuffer size{0xfe, 0xff, 0xff, 0xff, 0x1f};
