@@ -19,6 +19,7 @@ using TeardownFunction = void (*)();
 // Both are constant-initialised and need no destructor, so that any static object may use them.
 constinit std::atomic<bool> g_started = false;
 constinit std::atomic<std::uint32_t> g_mainThreadId = 0;
+constinit std::atomic<TeardownFunction> g_finalTeardown = nullptr;
 
 class TeardownList {
 public:
@@ -50,6 +51,11 @@ constinit TeardownList g_teardown;
 
 void RunTeardown() { g_teardown.Run(); }
 
+void EndPoolAndRest() {
+    DestroyStringPool();
+    if (const TeardownFunction function = g_finalTeardown.exchange(nullptr)) function();
+}
+
 std::uint64_t ClockFrequency() {
     static const std::uint64_t frequency = platform::PerformanceFrequency();
     return frequency;
@@ -71,13 +77,15 @@ void EarlyInitialise() {
     }
     RecordMainThread();
     static_cast<void>(GetStringPool());
-    RegisterTeardown(DestroyStringPool);
+    RegisterTeardown(EndPoolAndRest);
 }
 
 void RegisterTeardown(void (*function)()) {
     EarlyInitialise();
     g_teardown.Add(function);
 }
+
+void SetFinalTeardown(void (*function)()) { g_finalTeardown = function; }
 
 std::uint32_t MainThreadId() { return g_mainThreadId; }
 

@@ -3,7 +3,7 @@
 // Order of birth: the allocator (constant-initialised), the teardown runner, the program's other
 // static objects, the clock, the early initialisation, then what higher floors register at their
 // first use. Order of teardown, the reverse: what higher floors registered, static objects, the
-// teardown list last registered first, and at its very end the string pool.
+// teardown list last registered first, and at its very end the string pool and the final function.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +22,9 @@ void EarlyInitialise();
 // Functions to run at process exit, last registered first. Any thread. At most 1024; one more
 // throws Exception, for it is a programming error.
 void RegisterTeardown(void (*function)());
+
+// The one function that runs after all of these, when the string pool is gone. Any thread.
+void SetFinalTeardown(void (*function)());
 
 [[nodiscard]] std::uint32_t MainThreadId();
 // Records the calling thread as the main thread.

@@ -1,6 +1,8 @@
 #include "kernel/services/Kernel.h"
 
 #include "kernel/StartUp.h"
+#include "kernel/services/LogTask.h"
+#include "kernel/services/TaskManager.h"
 #include "kernel/services/WellKnownNames.h"
 
 namespace Vorn {
@@ -9,6 +11,10 @@ Kernel::Kernel() {
     RecordMainThread();
     EarlyInitialise();  // has run before main; creates the string pool where it has not
     InternWellKnownNames();
+    taskManager_ = std::make_unique<TaskManager>();
+    logTask_ = std::make_unique<LogTask>();
 }
+
+Kernel::~Kernel() = default;
 
 }  // namespace Vorn

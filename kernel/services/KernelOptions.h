@@ -11,6 +11,8 @@ public:
     // The list begins empty: `defaultText` is kept, not parsed, and must outlive the object.
     // `first` and `second` are numbers of the creator's own, kept for it.
     KernelOptions(const char* name, const char* defaultText, int first, int second);
+    // The task manager forgets it.
+    ~KernelOptions();
     KernelOptions(const KernelOptions&) = delete;
     KernelOptions& operator=(const KernelOptions&) = delete;
 

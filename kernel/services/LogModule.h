@@ -1,0 +1,49 @@
+// One named channel of the log: which messages it takes, and where and how it writes them.
+//
+// Threads: any; a change counts for the lines that begin after it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Vorn {
+
+// A message is written when its level is not above its module's.
+enum class LogLevel : int { None = 0, Err = 1, Warn = 2, Diag = 3, Prog = 4 };
+
+inline constexpr std::uint32_t kLogToFile = 1;
+inline constexpr std::uint32_t kLogToDebugger = 2;
+inline constexpr std::uint32_t kLogToWindow = 8;  // kept; there is no window
+
+inline constexpr std::uint32_t kLogNewlines = 1;  // "\r\n" behind each line
+inline constexpr std::uint32_t kLogPrefix = 2;    // level, thread, time and module before it
+
+class LogModule {
+public:
+    // Takes warnings and errors, to the file and the debugger.
+    LogModule(std::string_view name, bool prefix);
+
+    [[nodiscard]] const std::string& Name() const { return name_; }
+    [[nodiscard]] LogLevel Level() const { return level_; }
+    [[nodiscard]] std::uint32_t Sinks() const { return sinks_; }
+    [[nodiscard]] std::uint32_t Format() const { return format_; }
+
+    // A level word ("Err", "Warn", "Diag", "Prog", "None"), or a flag word ("mono" for the
+    // debugger, "window", "newlines", "displaymodulename", "file"), which "=off" behind it clears
+    // and anything else sets. Letter case does not count; other words change nothing.
+    void Configure(std::string_view word);
+    void ShowPrefix(bool show);
+
+private:
+    friend class LogFile;
+
+    std::string name_;
+    std::atomic<LogLevel> level_ = LogLevel::Warn;
+    std::atomic<std::uint32_t> sinks_ = kLogToFile | kLogToDebugger;
+    std::atomic<std::uint32_t> format_ = kLogNewlines;
+    bool busy_ = false;  // writing to the file, whose lock guards this
+};
+
+}  // namespace Vorn
