@@ -92,4 +92,6 @@ void TaskManager::Unregister(Task& task) {
     active_.erase(owned);
 }
 
+TaskManager* FindTaskManager() { return current; }
+
 }  // namespace Vorn
