@@ -20,7 +20,7 @@ struct OperatingSystem {
 // Processors this process may use, at least 1.
 [[nodiscard]] std::uint32_t ProcessorCount();
 
-// Bytes; all zeros when the system cannot tell.
+// Bytes; all zeros when the system cannot tell. May be asked for in a thread that has faulted.
 struct MemoryStatus {
     std::uint64_t physical = 0;
     std::uint64_t physicalFree = 0;  // what programs could get without swapping

@@ -1,26 +1,26 @@
 #include "platform/Debugger.h"
 
-#include <cstdio>
+#include <unistd.h>
+
+#include <array>
 #include <cstdlib>
-#include <fstream>
-#include <string>
+#include <span>
+#include <string_view>
+
+#include "platform/posix/RawFiles.h"
 
 namespace platform {
 
 bool IsDebuggerPresent() {
-    constexpr std::string_view kField = "TracerPid:";
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with(kField)) {
-            return std::strtol(line.c_str() + kField.size(), nullptr, 10) != 0;
-        }
-    }
-    return false;
+    std::array<char, 4096> buffer;
+    return posix::NumberAfter(posix::ReadText("/proc/self/status", buffer), "TracerPid:") != 0;
 }
 
 void DebugOutput(const char* text) {
     if (std::getenv("VORN_DEBUG_OUTPUT") != nullptr || IsDebuggerPresent()) {
-        std::fputs(text, stderr);
+        // Who shows nothing to a debugger has nobody to tell that it failed.
+        [[maybe_unused]] const bool shown =
+            posix::WriteAll(STDERR_FILENO, std::as_bytes(std::span(std::string_view(text))));
     }
 }
 

@@ -5,12 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
-#include <fstream>
-#include <map>
 #include <string_view>
 #include <thread>
 #include <vector>
+
+#include "platform/posix/RawFiles.h"
 
 namespace platform {
 namespace {
@@ -19,20 +20,6 @@ constexpr std::uint64_t kKilobyte = 1024;
 
 // Address space of a 64-bit process below the system's half.
 constexpr std::uint64_t kAddressSpace = std::uint64_t{1} << 47;
-
-// The numbers of a file of "Name: number unit" lines.
-std::map<std::string, std::uint64_t> ReadNumbers(const char* path) {
-    std::map<std::string, std::uint64_t> numbers;
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
-        const std::size_t colon = std::min(line.find(':'), line.size());
-        const std::size_t digits = std::min(line.find_first_of("0123456789", colon), line.size());
-        std::uint64_t number = 0;
-        std::from_chars(line.data() + digits, line.data() + line.size(), number);
-        numbers[line.substr(0, colon)] = number;
-    }
-    return numbers;
-}
 
 // Takes the number at the front of `text` and the mark behind it.
 std::uint32_t TakeNumber(std::string_view& text) {
@@ -74,17 +61,21 @@ OperatingSystem GetOperatingSystem() {
 std::uint32_t ProcessorCount() { return std::max(1U, std::thread::hardware_concurrency()); }
 
 MemoryStatus GetMemoryStatus() {
-    auto machine = ReadNumbers("/proc/meminfo");
-    if (machine["MemTotal"] == 0) {
+    std::array<char, 8192> buffer;
+    const std::string_view machine = posix::ReadText("/proc/meminfo", buffer);
+    const auto bytes = [](std::string_view text, std::string_view label) {
+        return posix::NumberAfter(text, label) * kKilobyte;
+    };
+    MemoryStatus status;
+    status.physical = bytes(machine, "MemTotal:");
+    if (status.physical == 0) {
         return {};
     }
-    MemoryStatus status;
-    status.physical = machine["MemTotal"] * kKilobyte;
-    status.physicalFree = machine["MemAvailable"] * kKilobyte;
-    status.paging = machine["SwapTotal"] * kKilobyte;
-    status.pagingFree = machine["SwapFree"] * kKilobyte;
+    status.physicalFree = bytes(machine, "MemAvailable:");
+    status.paging = bytes(machine, "SwapTotal:");
+    status.pagingFree = bytes(machine, "SwapFree:");
     status.address = kAddressSpace;
-    const std::uint64_t used = ReadNumbers("/proc/self/status")["VmSize"] * kKilobyte;
+    const std::uint64_t used = bytes(posix::ReadText("/proc/self/status", buffer), "VmSize:");
     status.addressFree = kAddressSpace - std::min(used, kAddressSpace);
     return status;
 }
