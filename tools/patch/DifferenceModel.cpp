@@ -9,8 +9,9 @@ constexpr std::size_t kFlagInputs = 6;
 constexpr std::size_t kDeltaInputs = 8;
 constexpr std::uint32_t kDistances = 16;
 
+// Tables that outgrow the processor's second-level cache cost more time than they save room.
 int TableBits(std::uint64_t oldSize) {
-    return std::clamp(static_cast<int>(std::bit_width(oldSize)), 14, 22);
+    return std::clamp(static_cast<int>(std::bit_width(oldSize)), 12, 18);
 }
 
 }  // namespace

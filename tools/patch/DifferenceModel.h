@@ -38,7 +38,7 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kUnlikely = 64;
+    static constexpr std::uint32_t kUnlikely = 160;
     static constexpr std::uint32_t kQuickLimit = 1000;
 
     [[nodiscard]] std::uint32_t OldByte(std::uint64_t at) const {

@@ -6,7 +6,7 @@ namespace vdiff {
 namespace {
 
 constexpr std::size_t kInputs = 9;
-constexpr int kPlaceBits = 15;
+constexpr int kPlaceBits = 13;
 constexpr std::uint64_t kKeyLength = 4;
 constexpr std::uint64_t kIndexedWhole = 1U << 16;
 constexpr std::uint64_t kLessonBefore = 256;
@@ -36,12 +36,12 @@ std::size_t PlaceSlot(ByteView before) {
 FreshModel::FreshModel(ByteView oldFile, std::uint64_t newSize)
     : old_(oldFile),
       model_(kInputs, 4,
-             std::clamp(static_cast<int>(std::bit_width(oldFile.size() + newSize)) + 2, 14, 22)),
+             std::clamp(static_cast<int>(std::bit_width(oldFile.size() + newSize)) + 2, 12, 19)),
       places_(std::size_t{1} << kPlaceBits),
       lessonsLeft_(kMaxLessons) {
     if (oldFile.size() > kIndexedWhole) return;
     for (std::size_t at = kKeyLength; at < oldFile.size(); ++at) {
-        places_[PlaceSlot(oldFile.first(at))] = at;
+        places_[PlaceSlot(oldFile.first(at))] = static_cast<std::uint32_t>(at);
     }
 }
 
@@ -67,7 +67,7 @@ void FreshModel::FindMatch(ByteView before, std::uint64_t base) {
             ++matchLength_;
         }
     }
-    places_[slot] = base + before.size();
+    places_[slot] = static_cast<std::uint32_t>(base + before.size());
     const int expected = matchLength_ == 0 ? -1 : ByteAt(match_, before);
     if (expected < 0) matchLength_ = 0;
     expected_ = static_cast<std::uint8_t>(expected);

@@ -30,8 +30,9 @@ private:
 
     ByteView old_;
     MixedModel model_;
-    // Places are counted through the old file and on through the new one.
-    std::vector<std::uint64_t> places_;  // by hash of the bytes before: the latest such place
+    // Places are counted through the old file and on through the new one. Past 4 GiB they wrap, and
+    // a place that is wrong predicts badly, no more.
+    std::vector<std::uint32_t> places_;  // by hash of the bytes before: the latest such place
     std::uint64_t match_ = 0;
     std::uint64_t matchLength_ = 0;
     std::uint8_t expected_ = 0;

@@ -18,7 +18,7 @@ using Output = std::span<std::uint8_t>;
 constexpr std::uint64_t kModelledBytes = 128U << 10;
 constexpr std::uint64_t kModelledShare = 8;
 
-// Files up to this size are tried in every way.
+// Up to this size the slowest level costs little.
 constexpr std::uint64_t kSmallFile = 64U << 10;
 
 struct Inputs {
@@ -96,7 +96,7 @@ void TrySpans(const Inputs& files, Contest& contest) {
         contest.Try(Method::Modelled,
                     [&](Output room) { return WriteModelled(files, spans, room); });
     }
-    if (!modelled || files.newFile.size() <= kSmallFile) {
+    if (!modelled) {
         contest.Try(Method::Streams, [&](Output room) {
             return WriteStreams(SpanStreams(files.oldFile, files.newFile, spans), room);
         });
