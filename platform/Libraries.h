@@ -4,7 +4,13 @@
 // a file of the current directory, then searched by the system where libraries are kept.
 #pragma once
 
+#include <string>
+
 namespace platform {
+
+// Full path of the library of this process whose file has that name, in any letter case; empty when
+// there is none.
+[[nodiscard]] std::string LoadedLibraryPath(const char* fileName);
 
 // Owns one loaded library. Destroying frees it; the system unloads the code when no other handle
 // holds it. Symbols must not be used after that.

@@ -1,6 +1,8 @@
 #include "platform/Libraries.h"
 
 #include <dlfcn.h>
+#include <link.h>
+#include <strings.h>
 
 #include <filesystem>
 #include <string>
@@ -14,7 +16,29 @@ namespace {
 
 constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
 
+struct PathSearch {
+    const char* fileName;
+    std::string found;
+};
+
+// 1 ends the walk over the modules.
+int CompareModule(dl_phdr_info* module, std::size_t /*size*/, void* data) {
+    auto& search = *static_cast<PathSearch*>(data);
+    const std::string path = module->dlpi_name;
+    const char* const name = path.c_str() + path.rfind('/') + 1;
+    if (strcasecmp(name, search.fileName) != 0) return 0;
+    std::error_code error;
+    search.found = std::filesystem::absolute(path, error).string();
+    return 1;
+}
+
 }  // namespace
+
+std::string LoadedLibraryPath(const char* fileName) {
+    PathSearch search{fileName, {}};
+    dl_iterate_phdr(CompareModule, &search);
+    return search.found;
+}
 
 Library::Library(Library&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
 

@@ -6,6 +6,7 @@
 #include "platform/Clock.h"
 #include "platform/Debugger.h"
 #include "platform/Dialogs.h"
+#include "platform/Directories.h"
 #include "platform/Libraries.h"
 #include "platform/SystemInfo.h"
 #include "tests/platform/TemporaryFolder.h"
@@ -75,7 +76,9 @@ TEST(Libraries, SymbolsAreFoundWhileLoaded) {
     path.replace(path.rfind("sample"), 6, "Sample");
     Library library;
     EXPECT_EQ(library.Find("SampleAnswer"), nullptr);
+    EXPECT_EQ(LoadedLibraryPath("platform_sample.so"), "");
     ASSERT_TRUE(library.Load(path.c_str()));
+    EXPECT_TRUE(IsSameFile(LoadedLibraryPath("Platform_Sample.so").c_str(), SAMPLE_LIBRARY));
     Library moved = std::move(library);
     void* const symbol = moved.Find("SampleAnswer");
     ASSERT_NE(symbol, nullptr);
