@@ -68,6 +68,12 @@ std::optional<std::string> ReadSource(const OptionSource& source) {
 
 }  // namespace
 
+bool ParseOptionFile(OptionList& list, const char* path) {
+    const auto text = ReadOptionFile(path);
+    if (text) ParseOptions(list, *text);
+    return text.has_value();
+}
+
 std::vector<OptionSource> ListOptionSources(std::string_view appName, std::string_view programPath,
                                             std::string_view currentDirectory) {
     using enum OptionSource::Kind;

@@ -9,12 +9,14 @@
 
 namespace Vorn {
 
+// Parses an option file: 8-bit text, or UTF-16 little-endian with a byte order mark, which is
+// converted to the ANSI code page. False when it is missing, cannot be read, or holds more than
+// 16 MiB, which no option file does.
+bool ParseOptionFile(OptionList& list, const char* path);
+
 // Parses every source of option text that exists, later ones overriding earlier ones; at last
-// `commandText`, which may be null. A missing variable or file is skipped without a message; so
-// is a file that cannot be read or holds more than 16 MiB, which no option file does.
-//
-// An option file is 8-bit text, or UTF-16 little-endian with a byte order mark, which is converted
-// to the ANSI code page.
+// `commandText`, which may be null. A missing variable and what is not an option file are skipped
+// without a message.
 void LoadOptions(OptionList& list, const char* appName, const char* commandText);
 
 struct OptionSource {
