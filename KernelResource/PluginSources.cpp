@@ -1,0 +1,128 @@
+#include "KernelResource/PluginSources.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "KernelResource/DynamicLibrary.h"
+#include "KernelResource/PluginApi.h"
+#include "KernelStandard/FileFind.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "kernel/Paths.h"
+#include "kernel/services/OptionSources.h"
+#include "platform/Directories.h"
+#include "platform/Libraries.h"
+#include "platform/Processes.h"
+
+namespace Vorn {
+namespace {
+
+constexpr const char* kKernelLibrary = "Kernel_7s.dll";
+constexpr std::string_view kFile = "/plugins.ini";
+constexpr std::string_view kBuiltIn = "\r\n\r\n";
+constexpr std::string_view kLibraries = "*.dll";
+
+// The root of a file system keeps its separator.
+std::string FolderOf(std::string_view path) {
+    const std::size_t end = path.find_last_of("\\/:");
+    if (end == std::string_view::npos) return {};
+    return std::string(path.substr(0, std::max<std::size_t>(end, 1)));
+}
+
+class Loader {
+public:
+    explicit Loader(OptionList& list) : list_(list) {}
+
+    void ReadFile(const std::string& folder) {
+        if (folder.empty()) return;
+        const std::string path = std::string(folder).append(kFile);
+        const auto isRead = [&](const std::string& read) {
+            return platform::IsSameFile(read.c_str(), path.c_str());
+        };
+        if (std::ranges::any_of(files_, isRead)) return;
+        if (ParseOptionFile(list_, path.c_str())) files_.push_back(path);
+    }
+
+    void AddFolder(const std::string& folder) {
+        if (!folder.empty() && std::ranges::find(folders_, folder) == folders_.end()) {
+            folders_.push_back(folder);
+        }
+    }
+
+    void ScanFolder(std::string folder) try {
+        if (!folder.empty()) folder += '/';
+        File::Find find;
+        if (!find.Open(folder.append(kLibraries).c_str())) return;
+        do {
+            PathBuffer path;
+            find.GetPath(path);
+            ScanLibrary(path);
+        } while (find.Next());
+    } catch (const FileEx&) {
+        // The name of a file, or what it stands for, does not fit a path.
+    }
+
+    std::vector<std::string> TakeFolders() { return std::move(folders_); }
+
+private:
+    void ScanLibrary(PathBuffer& path) {
+        DynamicLibrary library;
+        void* symbol = nullptr;
+        if (!MakeReal(path) || !library.Load(path.c_str())) return;
+        if (!library.GetSymbol("PluginList", symbol)) return;
+        const char* text = reinterpret_cast<decltype(&PluginList)>(symbol)();
+        if (!text) return;
+        ParseOptions(list_, text);
+        AddFolder(FolderOf(path.View()));
+    }
+
+    // Leads out of a mounted directory; false for a member of an archive.
+    static bool MakeReal(PathBuffer& path) {
+        FileSubstList& substs = FileSubstList::Instance();
+        const char* rest = nullptr;
+        SubstEntry* const subst = substs.GetSubstOfPath(path.c_str(), rest);
+        if (!subst) return true;
+        PathBuffer real{std::string_view(rest)};
+        if (!substs.GetRealPath(*subst, real)) return false;
+        path = real;
+        return true;
+    }
+
+    OptionList& list_;
+    std::vector<std::string> files_;
+    std::vector<std::string> folders_;
+};
+
+}  // namespace
+
+PluginPlaces FindPluginPlaces() {
+    PluginPlaces places;
+    places.program = FolderOf(platform::ProgramPath());
+    const std::string kernel = platform::LoadedLibraryPath(kKernelLibrary);
+    places.kernel = kernel.empty() ? places.program : FolderOf(kernel);
+    places.current = platform::CurrentDirectory();
+    return places;
+}
+
+std::vector<std::string> LoadPluginOptions(OptionList& list, const PluginPlaces& places,
+                                           OptionList* kernelOptions) {
+    Loader loader(list);
+    for (const std::string& folder : {places.kernel, places.program, places.current}) {
+        loader.ReadFile(folder);
+    }
+    ParseOptions(list, kBuiltIn);
+
+    loader.AddFolder(places.program);
+    loader.AddFolder(places.kernel);
+    if (!kernelOptions) return loader.TakeFolders();
+    if (FindOption(*kernelOptions, "AutoPlugin")) loader.ScanFolder(places.kernel);
+    if (Option* folders = FindOption(*kernelOptions, "PluginDir")) {
+        BeginOptionValues(*folders, ",");
+        for (String folder; NextOptionValue(*kernelOptions, "PluginDir", folder);) {
+            loader.ScanFolder(folder.Text());
+        }
+    }
+    return loader.TakeFolders();
+}
+
+}  // namespace Vorn

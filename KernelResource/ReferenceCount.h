@@ -1,0 +1,67 @@
+// Base of objects that are shared by counting their users.
+//
+// An object begins without users and destroys itself when the last one releases it. Held through
+// RefPtr. Everything stands in this header: a plug-in library uses it without linking the kernel.
+//
+// Threads: users may come and go on any thread.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <utility>
+
+namespace Vorn {
+
+class ReferenceCount {
+public:
+    ReferenceCount() = default;
+    ReferenceCount(const ReferenceCount&) = delete;
+    ReferenceCount& operator=(const ReferenceCount&) = delete;
+
+    // Ends the object in the module that made it, which has its own idea of the heap.
+    virtual void Destroy() { delete this; }
+    virtual ~ReferenceCount() = default;
+
+    void AddRef() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
+    void Release() {
+        if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) Destroy();
+    }
+
+private:
+    std::atomic<std::uint32_t> references_ = 0;
+};
+
+// A user of an object that has AddRef and Release, or of none.
+template <typename T>
+class RefPtr {
+public:
+    constexpr RefPtr() noexcept = default;
+    explicit RefPtr(T* object) noexcept : object_(object) {
+        if (object_) object_->AddRef();
+    }
+    RefPtr(const RefPtr& other) noexcept : RefPtr(other.object_) {}
+    RefPtr(RefPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    RefPtr& operator=(RefPtr other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~RefPtr() {
+        if (object_) object_->Release();
+    }
+
+    [[nodiscard]] T* Get() const noexcept { return object_; }
+    T* operator->() const noexcept { return object_; }
+    T& operator*() const noexcept { return *object_; }
+    explicit operator bool() const noexcept { return object_ != nullptr; }
+    friend bool operator==(const RefPtr&, const RefPtr&) = default;
+
+private:
+    T* object_ = nullptr;
+};
+
+template <typename T, typename... Arguments>
+[[nodiscard]] RefPtr<T> MakeRef(Arguments&&... arguments) {
+    return RefPtr<T>(new T(std::forward<Arguments>(arguments)...));
+}
+
+}  // namespace Vorn
