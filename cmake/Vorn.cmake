@@ -56,7 +56,7 @@ function(vorn_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE
-    vorn_test_flags ${ARG_LINKS} GTest::gmock GTest::gtest_main)
+    vorn_test_flags ${ARG_LINKS} test_support GTest::gtest_main)
   # Reading the test framework's headers is most of what compiling a test costs.
   if(TARGET test_headers)
     target_precompile_headers(${name} REUSE_FROM test_headers)

@@ -1,10 +1,8 @@
 #include "tests/KernelStandard/FileLayer.h"
 
-#include <algorithm>
-#include <random>
+#include <sstream>
 
 #include "KernelStandard/FileFind.h"
-#include "KernelStandard/FileSubstList.h"
 
 namespace Vorn::Testing {
 
@@ -32,6 +30,12 @@ std::string ArchiveLayer::CloseAndRead() {
     return folder.Read("a.va");
 }
 
+std::string ArchiveLayer::Reopen() {
+    std::string bytes = CloseAndRead();
+    Mount("arc", "a.va");
+    return bytes;
+}
+
 bool Store(const std::string& path, std::string_view content, FileMode writeKind) {
     File file;
     if (file.Open(path.c_str(), kCreateOrTruncate | writeKind) != RES_OK) return false;
@@ -49,6 +53,15 @@ std::optional<std::string> Contents(const std::string& path, FileMode readKind) 
     return content;
 }
 
+std::optional<std::uint32_t> TimeOf(const char* path) {
+    std::uint32_t time = 0;
+    return File::GetModifiedTime(path, time) ? std::optional(time) : std::nullopt;
+}
+
+void ExpectContents(const PathsAndContents& rows) {
+    for (const auto& [path, content] : rows) EXPECT_EQ(Contents(path), content) << path;
+}
+
 std::vector<std::string> NamesOf(const std::string& pattern) {
     std::vector<std::string> names;
     File::Find find;
@@ -56,21 +69,6 @@ std::vector<std::string> NamesOf(const std::string& pattern) {
         names.emplace_back(find.Entry().Name());
     }
     return names;
-}
-
-std::string Noise(std::size_t size, unsigned seed) {
-    std::minstd_rand random(seed);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(random() >> 12);
-    return bytes;
-}
-
-std::string Prose(std::size_t size) {
-    std::string text;
-    for (unsigned line = 0; text.size() < size; ++line) {
-        text += "the quick brown fox jumps over dog " + std::to_string(line) + "\n";
-    }
-    return text.substr(0, size);
 }
 
 std::uint32_t Get32(std::string_view bytes, std::size_t at) {
@@ -81,43 +79,49 @@ std::uint32_t Get32(std::string_view bytes, std::size_t at) {
 }
 
 void Put32(std::string& bytes, std::size_t at, std::uint32_t value) {
-    for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> 8 * i);
+    bytes.replace(at, 4, U32(value));
 }
 
-std::string U32(std::uint32_t value) {
-    std::string bytes(4, '\0');
-    Put32(bytes, 0, value);
+std::string U32(std::size_t value) {
+    std::string bytes;
+    for (int i = 0; i < 4; ++i) bytes += static_cast<char>(value >> 8 * i);
+    return bytes;
+}
+
+std::string ExampleOf(const std::string& page) {
+    const std::string text = TempFolder().Read(VORN_SOURCE_DIR "/docs/formats/" + page);
+    std::string bytes;
+    for (std::size_t at = 0; (at = text.find("```hex", at)) != std::string::npos; ++at) {
+        std::istringstream hex(text.substr(at + 6));  // ends at the fence
+        for (unsigned byte = 0; hex >> std::hex >> byte;) bytes += static_cast<char>(byte);
+    }
     return bytes;
 }
 
 std::string RawEntry(const RawMember& member) {
     std::string entry = member.name;
     entry.resize(260);
-    const bool compressed = member.data.starts_with("CFIL");
-    return entry + U32(member.size) + U32(static_cast<std::uint32_t>(member.data.size())) +
-           std::string(16, '\0') + U32(compressed ? 0x80 : 0);
+    return entry + U32(member.size) + U32(member.data.size()) + std::string(16, '\0') +
+           U32(member.data.starts_with("CFIL") ? 0x80 : 0);
 }
 
 std::string RawChunk(const RawMember& member) {
-    const auto length = static_cast<std::uint32_t>(288 + member.data.size());
-    return member.chunkId + U32(length) + RawEntry(member) + member.data;
+    return member.chunkId + U32(288 + member.data.size()) + RawEntry(member) + member.data;
 }
 
 std::string RawArchive(const std::vector<RawMember>& members, bool withIndex) {
     std::string chunks;
     std::string records;
     for (const RawMember& member : members) {
-        const auto dataOffset = static_cast<std::uint32_t>(kFirstMember + chunks.size() + 296);
-        records += U32(dataOffset) + U32(static_cast<std::uint32_t>(member.data.size())) +
-                   RawEntry(member);
+        const std::size_t dataOffset = kFirstMember + chunks.size() + 296;
+        records += U32(dataOffset) + U32(member.data.size()) + RawEntry(member);
         chunks += RawChunk(member);
     }
-    const auto indexOffset = static_cast<std::uint32_t>(kFirstMember + chunks.size());
-    const auto count = static_cast<std::uint32_t>(members.size());
-    const std::string index = "IDX " + U32(static_cast<std::uint32_t>(records.size())) + records;
-    return "ARCHINFO" + U32(32) + U32(0x41524330) + U32(0x102) + U32(withIndex ? count : 0) +
-           U32(withIndex ? indexOffset : 0) + std::string(16, '\0') + chunks +
-           (withIndex ? index : "");
+    const std::string header = "ARCHINFO" + U32(32) + U32(0x41524330) + U32(0x102);
+    const std::string zeros(16, '\0');
+    if (!withIndex) return header + U32(0) + U32(0) + zeros + chunks;
+    return header + U32(members.size()) + U32(kFirstMember + chunks.size()) + zeros + chunks +
+           "IDX " + U32(records.size()) + records;
 }
 
 }  // namespace Vorn::Testing

@@ -2,16 +2,10 @@
 // the test, whole files by path, and archives put together byte by byte.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "KernelStandard/File.h"
-#include "tests/support/TempFolder.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
 
@@ -36,6 +30,8 @@ protected:
     void MountBytes(std::string_view bytes, bool writable = false);
     // The archive's bytes after its mount has ended.
     [[nodiscard]] std::string CloseAndRead();
+    // The same, and the archive is mounted again for reading.
+    std::string Reopen();
 };
 
 // Writes a whole file or member; whether all went well, closing included.
@@ -45,16 +41,22 @@ bool Store(const std::string& path, std::string_view content, FileMode writeKind
 [[nodiscard]] std::optional<std::string> Contents(const std::string& path,
                                                   FileMode readKind = kReadDetect);
 
+// Each path has its content, or does not open.
+using PathsAndContents = std::vector<std::pair<std::string, std::optional<std::string>>>;
+void ExpectContents(const PathsAndContents& rows);
+
 // The names that a search finds, in its order.
 [[nodiscard]] std::vector<std::string> NamesOf(const std::string& pattern);
 
-// Bytes that do not compress, and bytes that do; the same for the same seed.
-[[nodiscard]] std::string Noise(std::size_t size, unsigned seed = 1);
-[[nodiscard]] std::string Prose(std::size_t size);
+// The last modification of a file or member.
+[[nodiscard]] std::optional<std::uint32_t> TimeOf(const char* path);
 
 [[nodiscard]] std::uint32_t Get32(std::string_view bytes, std::size_t at);
 void Put32(std::string& bytes, std::size_t at, std::uint32_t value);
-[[nodiscard]] std::string U32(std::uint32_t value);
+[[nodiscard]] std::string U32(std::size_t value);
+
+// The bytes of the example that a page of docs/formats shows.
+[[nodiscard]] std::string ExampleOf(const std::string& page);
 
 // What goes into a hand-made archive; the numbers may lie.
 struct RawMember {

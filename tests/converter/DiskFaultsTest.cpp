@@ -9,8 +9,8 @@ namespace {
 class DiskFaults : public Workbench {
 protected:
     void SetUp() override {
-        Pack("old.va", {{"a", Noise(1)}, {"gone", "old"}, {"b", "same"}});
-        Pack("new.va", {{"a", Noise(2)}, {"b", "same"}, {"added", Noise(3)}});
+        Pack("old.va", {{"a", Noise(40000, 1)}, {"gone", "old"}, {"b", "same"}});
+        Pack("new.va", {{"a", Noise(40000, 2)}, {"b", "same"}, {"added", Noise(40000, 3)}});
         ASSERT_EQ(Diff().exitCode, 0);
         patch_ = Unpack("out/old-diff.va");
         ASSERT_EQ(Apply().exitCode, 0);

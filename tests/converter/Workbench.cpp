@@ -74,15 +74,6 @@ private:
 
 }  // namespace
 
-std::string Noise(unsigned seed) {
-    std::string bytes;
-    while (bytes.size() < 40000) {
-        seed = seed * 1664525U + 1013904223U;
-        bytes += static_cast<char>(seed >> 24);
-    }
-    return bytes;
-}
-
 Workbench::Workbench(const std::string& programs)
     : bin_(programs + "/VAConverter/bin"),
       diff_(programs + "/tools/NorvanePatch/bin/vdiffl-w32.exe") {
@@ -128,11 +119,9 @@ Outcome Workbench::Convert(const std::vector<std::string>& arguments,
 }
 
 void Workbench::Replace(const std::string& program, const std::string& script) const {
-    const fs::path path = folder_.Path(program);
-    fs::remove(path);
+    fs::remove(folder_.Path(program));
     if (script.empty()) return;
-    WriteFile(path, "#!/bin/sh\n" + script + "\n");
-    fs::permissions(path, fs::perms::owner_all);
+    folder_.Write(program, "#!/bin/sh\n" + script + "\n", fs::perms::owner_all);
 }
 
 bool Workbench::MakeSmallDisk(const std::string& name, std::size_t bytes) {

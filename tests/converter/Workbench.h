@@ -3,14 +3,7 @@
 // Names are relative to the folder, which is also the converter's current directory.
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <map>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "tests/support/TempFolder.h"
+#include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
 
@@ -23,9 +16,6 @@ struct Outcome {
     std::vector<std::string> lines;  // of standard output
     std::string problems;            // standard error
 };
-
-// 40,000 bytes that do not compress.
-[[nodiscard]] std::string Noise(unsigned seed);
 
 class Workbench : public testing::Test {
 protected:

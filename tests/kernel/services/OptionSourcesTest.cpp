@@ -67,7 +67,7 @@ protected:
     }
     void WriteBesideProgram(const std::string& name, const std::string& text) {
         besideProgram_.push_back(Program().parent_path() / name);
-        Testing::WriteFile(besideProgram_.back(), text);
+        here_.Write(besideProgram_.back().string(), text);
     }
     void WriteHere(const std::string& name, const std::string& text) { here_.Write(name, text); }
     static fs::path Program() { return platform::ProgramPath(); }

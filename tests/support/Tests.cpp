@@ -1,0 +1,26 @@
+#include "tests/support/Tests.h"
+
+namespace Vorn::Testing {
+
+std::vector<std::string> Cells(std::string_view row) {
+    std::vector<std::string> cells(1);
+    for (const char c : row) c == '|' ? void(cells.emplace_back()) : cells.back().push_back(c);
+    return cells;
+}
+
+std::string Noise(std::size_t size, unsigned seed) {
+    std::minstd_rand random(seed);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random() >> 12);
+    return bytes;
+}
+
+std::string Prose(std::size_t size) {
+    std::string text;
+    for (unsigned line = 0; text.size() < size; ++line) {
+        text += "the quick brown fox jumps over dog " + std::to_string(line) + "\n";
+    }
+    return text.substr(0, size);
+}
+
+}  // namespace Vorn::Testing
