@@ -49,23 +49,20 @@ public:
         }
     }
 
-    void ScanFolder(std::string folder) try {
+    void ScanFolder(std::string folder) {
         if (!folder.empty()) folder += '/';
         File::Find find;
-        if (!find.Open(folder.append(kLibraries).c_str())) return;
+        if (!find.Open(std::string(folder).append(kLibraries).c_str())) return;
         do {
-            PathBuffer path;
-            find.GetPath(path);
-            ScanLibrary(path);
+            ScanLibrary(std::string(folder).append(find.Entry().Name()));
         } while (find.Next());
-    } catch (const FileEx&) {
-        // The name of a file, or what it stands for, does not fit a path.
     }
 
     std::vector<std::string> TakeFolders() { return std::move(folders_); }
 
 private:
-    void ScanLibrary(PathBuffer& path) {
+    void ScanLibrary(std::string_view found) try {
+        PathBuffer path(found);
         DynamicLibrary library;
         void* symbol = nullptr;
         if (!MakeReal(path) || !library.Load(path.c_str())) return;
@@ -74,6 +71,8 @@ private:
         if (!text) return;
         ParseOptions(list_, text);
         AddFolder(FolderOf(path.View()));
+    } catch (const FileEx&) {
+        // The name, or what it stands for, does not fit a path.
     }
 
     // Leads out of a mounted directory; false for a member of an archive.
