@@ -1,15 +1,23 @@
 #include "kernel/services/FatalError.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <string_view>
 
+#include "kernel/services/BuildStamp.h"
+#include "kernel/services/Log.h"
 #include "platform/Dialogs.h"
 
 namespace Vorn {
 namespace {
 
 constexpr int kFatalErrorDialog = 101;
+constexpr const char* kLogModule = "ExceptionHandler";
+
+// Before main, so that the log's options find the module.
+[[maybe_unused]] const LogModule* const registered = RegisterLogModule(kLogModule);
 
 constinit std::atomic<bool> windowEnabled = true;
 constinit std::atomic<bool> terminating = false;
@@ -26,14 +34,37 @@ std::string FatalErrorText(const Exception& exception) {
     if (exception.GetLine() > 0) addLine("Line", std::to_string(exception.GetLine()));
     addLine("Class", exception.GetClassName());
     addLine("Reason", exception.GetReason());
+    addLine("Version", BuildStamp());
     return text + exception.GetCallStack();
+}
+
+void LogLines(std::string_view text) {
+    LogModule* module = RegisterLogModule(kLogModule);
+    while (!text.empty()) {
+        const std::string line(text.substr(0, text.find("\r\n")));
+        text.remove_prefix(std::min(line.size() + 2, text.size()));
+        LogWrite(module, LogLevel::Err, "%s", line.c_str());
+    }
+}
+
+std::string ReportFatalError(const Exception& exception) {
+    std::string text;
+    try {
+        text = FatalErrorText(exception);
+        LogLines(text);
+    } catch (...) {
+        text = "Problem creating exception report";
+    }
+    ShutdownLog();
+    return text;
 }
 
 // True when the process is to end.
 bool ShowWindow(const Exception& exception) {
     try {
-        return platform::ShowDialog(kFatalErrorDialog, [&] { return FatalErrorText(exception); }) ==
-               platform::DialogResult::Confirmed;
+        return platform::ShowDialog(kFatalErrorDialog, [&] {
+                   return ReportFatalError(exception);
+               }) == platform::DialogResult::Confirmed;
     } catch (...) {
         platform::ShowErrorBox("Fatal Error",
                                "An error occurred trying to display the fatal error window! (0)");

@@ -8,6 +8,7 @@
 
 #include "kernel/services/Thread.h"
 #include "tests/kernel/services/FakeDialogs.h"
+#include "tests/kernel/services/LogFixture.h"
 
 namespace Vorn {
 namespace {
@@ -16,21 +17,44 @@ using platform::DialogResult;
 
 const Exception kError("kernel/Some", 12, "It broke");
 
-class FatalError : public testing::Test {
+class FatalError : public LogFixture {
 protected:
-    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-    void TearDown() override { Dialogs().answer = nullptr; }
+    void SetUp() override {
+        LogFixture::SetUp();
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+    }
+    void TearDown() override {
+        Dialogs().answer = nullptr;
+        LogFixture::TearDown();
+    }
 };
 
-TEST_F(FatalError, SaysWhereWhatAndWhy) {
+TEST_F(FatalError, SaysWhereWhatAndWhyAndEndsTheLogWithIt) {
     Dialogs().answer = [] { return DialogResult::Cancelled; };
+    Init("-LogDisplayModuleName- -Log=ExceptionHandler:Err");
     ShowFatalError(kError);
     EXPECT_EQ(Dialogs().resource, 101);
     EXPECT_EQ(Dialogs().text,
               "File: kernel/Some\r\nLine: 12\r\nClass: Unknown\r\nReason: It broke\r\n"
-              "No call stack available\r\n");
+              "Version: Vorn vRRRRR.RR Build 1234.5.QQQQQ\r\nNo call stack available\r\n");
+    EXPECT_EQ(Body(), "Begin:\r\n" + Dialogs().text + "Shutdown.\r\n");
     ShowFatalError(FileEx("", 0, "x"));
-    EXPECT_EQ(Dialogs().text, "Class: File\r\nReason: x\r\nNo call stack available\r\n");
+    EXPECT_EQ(Dialogs().text,
+              "Class: File\r\nReason: x\r\nVersion: Vorn vRRRRR.RR Build 1234.5.QQQQQ\r\n"
+              "No call stack available\r\n");
+}
+
+TEST_F(FatalError, AnExceptionThatCannotBeToldStillEndsTheLog) {
+    class Untellable : public Exception {
+    public:
+        Untellable() : Exception("", 0, "") {}
+        [[nodiscard]] const char* GetReason() const override { throw std::bad_alloc(); }
+    };
+    Dialogs().answer = [] { return DialogResult::Cancelled; };
+    Init("");
+    ShowFatalError(Untellable());
+    EXPECT_EQ(Dialogs().text, "Problem creating exception report");
+    EXPECT_EQ(Body(), "Begin:\r\nShutdown.\r\n");
 }
 
 TEST_F(FatalError, ShowsOneWindowAtATimeAndAgainLater) {
