@@ -22,7 +22,7 @@ namespace Vorn {
 
 // The module of that name (any letter case), made at the first call for it. Any thread. Modules
 // live until CloseLog: who writes after that registers anew.
-[[nodiscard]] LogModule* RegisterLogModule(std::string_view name);
+LogModule* RegisterLogModule(std::string_view name);
 
 // Writes one line if the module takes its level, has a sink at all, and the log is not disabled. A
 // null module writes nothing.
@@ -42,8 +42,8 @@ void LogWriteRaw(LogModule& module, LogLevel level, const char* format, ...) noe
 //   Log=module:word:...,...  words of LogModule::Configure for a module, which is made if missing
 //
 // A file that cannot be opened disables the log: LogWrite then writes nothing anywhere. A file in
-// a substitution ends ("End.") before the substitutions do at the exit, every other one after all
-// teardown functions.
+// a substitution needs it mounted to its end, and at the process's exit ends ("End.") before the
+// substitutions do; every other one ends after all teardown functions.
 void InitLog(OptionList& options);
 
 // Where lines go besides the file and the debugger; null for nowhere.

@@ -54,6 +54,8 @@ void TaskManager::Start(KernelOptions& options) {
 }
 
 void TaskManager::Update(double now) {
+    passSeconds_ = passTime_ > 0 ? static_cast<float>(now - passTime_) : 0.0F;
+    passTime_ = now;
     ForEachTask([&](Task& task) {
         const double elapsed = now - task.lastTime_;
         if (elapsed < 0 || elapsed < static_cast<double>(task.period_)) return;
@@ -75,7 +77,6 @@ std::size_t TaskManager::ActiveCount() const { return active_.size(); }
 
 void TaskManager::Register(Task& task) { tasks_.push_back(&task); }
 
-// An owned task is being destroyed by somebody else when it is still in the active list.
 void TaskManager::Unregister(Task& task) {
     const auto place = std::ranges::find(tasks_, &task);
     if (place == tasks_.end()) return;
@@ -88,6 +89,7 @@ void TaskManager::Unregister(Task& task) {
     if (!task.active_) return;
     const auto owned = std::ranges::find(active_, &task, &std::unique_ptr<Task>::get);
     if (owned == active_.end()) return;
+    // It is being destroyed by somebody else.
     static_cast<void>(owned->release());
     active_.erase(owned);
 }

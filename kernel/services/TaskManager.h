@@ -43,6 +43,11 @@ public:
     [[nodiscard]] KernelOptions* GetOptions() const { return options_; }
     void ForgetOptions(const KernelOptions& options);
 
+    // When the last pass was, in seconds of GetTimeSeconds, and its distance from the one before;
+    // both 0 before the first pass.
+    [[nodiscard]] double PassTime() const { return passTime_; }
+    [[nodiscard]] float PassSeconds() const { return passSeconds_; }
+
     [[nodiscard]] std::size_t Count() const;        // of all registered tasks
     [[nodiscard]] std::size_t ActiveCount() const;  // of those that the manager owns
 
@@ -58,6 +63,8 @@ private:
     std::vector<std::unique_ptr<Task>> active_;
     int passes_ = 0;        // running now, one inside the other
     bool changed_ = false;  // tasks_ has nulls
+    double passTime_ = 0;
+    float passSeconds_ = 0;
     KernelOptions* options_ = nullptr;
 };
 
