@@ -40,6 +40,11 @@ struct FileStatus {
 // Renames without ever replacing: false when `to` exists.
 [[nodiscard]] bool Rename(const char* from, const char* to);
 
+// Renames a file over the file `to` in one step, whether or not that exists: who looks sees the old
+// one or the new one. A link in its place is replaced, not what it leads to. Refuses to replace a
+// directory, and a file that is read-only.
+[[nodiscard]] bool ReplaceFile(const char* from, const char* to);
+
 [[nodiscard]] bool MakeDirectory(const char* path);    // one level; false when it exists
 [[nodiscard]] bool RemoveDirectory(const char* path);  // must be empty
 

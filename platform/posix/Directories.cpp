@@ -127,6 +127,17 @@ bool RemoveFile(const char* path) {
     return unlink(name.c_str()) == 0;
 }
 
+bool ReplaceFile(const char* from, const char* to) {
+    const std::string oldName = ToSystemPath(from);
+    const std::string newName = ToSystemPath(to);
+    struct stat status {};
+    if (lstat(newName.c_str(), &status) == 0 && (status.st_mode & kAnyWritePermission) == 0) {
+        errno = EACCES;
+        return false;
+    }
+    return rename(oldName.c_str(), newName.c_str()) == 0;
+}
+
 bool Rename(const char* from, const char* to) {
     const std::string oldName = ToSystemPath(from);
     const std::string newName = ToSystemPath(to);

@@ -58,6 +58,22 @@ TEST_F(Directories, RenamingNeverReplaces) {
     EXPECT_EQ(ContentsOf("full/A"), "from a");
 }
 
+TEST_F(Directories, ReplacingTakesAFileOrALinkButNothingReadOnly) {
+    Put("new", "new");
+    Put("old", "old");
+    Put("kept", "kept", 0444);
+    ASSERT_TRUE(MakeDirectory(At("folder").c_str()));
+    ASSERT_EQ(symlink("old", At("link").c_str()), 0);
+    EXPECT_FALSE(ReplaceFile(At("new").c_str(), At("kept").c_str()));
+    EXPECT_FALSE(ReplaceFile(At("new").c_str(), At("folder").c_str()));
+    EXPECT_TRUE(ReplaceFile(At("new").c_str(), At("link").c_str()));
+    EXPECT_EQ(ContentsOf("link") + ContentsOf("old"), "newold");
+    EXPECT_TRUE(ReplaceFile(At("link").c_str(), At("old").c_str()));
+    EXPECT_EQ(ContentsOf("old"), "new");
+    EXPECT_FALSE(Exists(At("link").c_str()));
+    EXPECT_TRUE(ReplaceFile(At("old").c_str(), At("fresh").c_str()));
+}
+
 TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
     Put("f", "");
     ASSERT_TRUE(MakeDirectory(At("d").c_str()));
