@@ -1,28 +1,20 @@
-#include <gmock/gmock.h>
-
-#include <filesystem>
-
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
 namespace {
 
-namespace fs = std::filesystem;
-
 using FilePaths = FileLayer;
 
 TEST_F(FilePaths, TheFileSystemServesPathsWithoutAMount) {
     folder.Write("d/f", "x");
+    folder.Write("g", "y");
     EXPECT_EQ(File::Exists("d\\f"), RES_OK);
     EXPECT_EQ(File::Exists("d"), RES_OK);
     EXPECT_EQ(File::Exists("none:d/f"), RES_FILENOTFOUND);
-    std::uint32_t time = 0;
-    EXPECT_TRUE(File::GetModifiedTime("d/f", time));
-    EXPECT_GT(time, 1600000000u);
-    folder.Write("g", "y");
+    EXPECT_GT(TimeOf("d/f"), 1600000000u);
     EXPECT_FALSE(File::Rename("d/f", "g")) << "a target is never replaced";
     EXPECT_TRUE(File::Rename("d/f", "d/h"));
-    EXPECT_EQ(Contents("g").value_or("") + Contents("d/h").value_or(""), "yx");
+    ExpectContents({{"g", "y"}, {"d/f", std::nullopt}, {"d/h", "x"}});
     EXPECT_FALSE(File::Delete("d"));
     EXPECT_TRUE(File::Delete("d/h"));
     EXPECT_FALSE(File::Delete("d/h"));
@@ -38,8 +30,7 @@ TEST_F(FilePaths, AMountServesItsPaths) {
     EXPECT_EQ(File::Exists(Intern("none"), "root/a/b"), RES_OK);
     EXPECT_TRUE(File::Rename("mnt:a/b/f", "mnt:/g"));
     EXPECT_EQ(Contents("mnt:g"), "x");
-    std::uint32_t time = 0;
-    EXPECT_TRUE(File::GetModifiedTime("mnt:g", time));
+    EXPECT_EQ(TimeOf("mnt:g"), TimeOf("root/g"));
     EXPECT_TRUE(File::MakePath("mnt:\\new\\folder"));
     EXPECT_TRUE(fs::is_directory("root/new/folder"));
     EXPECT_TRUE(File::Delete("mnt:g"));
@@ -53,26 +44,22 @@ TEST_F(FilePaths, MakePathCreatesEveryLevel) {
         EXPECT_TRUE(File::MakePath(path)) << path;
     }
     EXPECT_TRUE(fs::is_directory("a/b/c/d") && fs::is_directory("q") && fs::is_directory(full));
-    EXPECT_FALSE(File::MakePath("file"));
-    EXPECT_FALSE(File::MakePath("file/below"));
-    EXPECT_FALSE(File::MakePath(std::string(300, 'l').c_str()));
+    for (const std::string& path : {"file"s, "file/below"s, std::string(300, 'l')}) {
+        EXPECT_FALSE(File::MakePath(path.c_str())) << path;
+    }
 }
 
 TEST_F(FilePaths, DeleteDirectoryTakesTheTreeAndNothingElse) {
     folder.Write("keep/f", "x");
     folder.Write("d/sub/f", "1");
-    folder.Write("d/locked", "2");
-    fs::permissions("d/locked", fs::perms::owner_read);
+    folder.Write("d/locked", "2", fs::perms::owner_read);
     fs::create_symlink("../keep", "d/link");
     fs::create_symlink("nowhere", "d/broken");
+    fs::create_directory_symlink("keep", "link");
     EXPECT_TRUE(File::DeleteDirectory("d/"));
     EXPECT_FALSE(folder.Has("d"));
-    EXPECT_EQ(folder.Read("keep/f"), "x");
-
-    fs::create_directory_symlink("keep", "link");
     EXPECT_TRUE(File::DeleteDirectory("link\\"));
     EXPECT_FALSE(fs::is_symlink("link"));
-    EXPECT_EQ(folder.Read("keep/f"), "x");
     EXPECT_FALSE(File::DeleteDirectory("keep/f")) << "not a directory";
     EXPECT_FALSE(File::DeleteDirectory("missing"));
     EXPECT_EQ(folder.Read("keep/f"), "x");
@@ -87,11 +74,9 @@ TEST_F(FilePaths, DeleteDirectoryWorksOnTheRealPathOfAWritableMount) {
     Mount("arc", "a.va", true);
     EXPECT_TRUE(File::DeleteDirectory("mnt:d"));
     EXPECT_FALSE(folder.Has("rw/d"));
-    EXPECT_TRUE(folder.Has("ro/d/f"));
     EXPECT_FALSE(File::DeleteDirectory("mnt:d"));
     EXPECT_FALSE(File::DeleteDirectory("arc:d"));
-    EXPECT_TRUE(folder.Has("ro/d/f"));
-    EXPECT_EQ(Contents("arc:d/f"), "3");
+    ExpectContents({{"ro/d/f", "1"}, {"arc:d/f", "3"}});
 }
 
 }  // namespace

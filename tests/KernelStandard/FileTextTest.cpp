@@ -1,12 +1,7 @@
-#include <gmock/gmock.h>
-
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
 namespace {
-
-using testing::ElementsAre;
-using namespace std::string_literals;
 
 class FileText : public FileLayer {
 protected:
@@ -42,22 +37,18 @@ TEST_F(FileText, Utf16LinesAreStoredInTheAnsiCodePage) {
 }
 
 TEST_F(FileText, TheByteOrderMarkChoosesTheMode) {
-    const struct {
-        std::string bytes;
-        int mode;
-        std::uint32_t position;
-    } rows[] = {{"\xFF\xFE"s + "a\0"s, kTextUtf16, 2},
-                {"\xFE\xFF", kTextAnsi, 0},
-                {"\xFF", kTextAnsi, 0},
-                {"", kTextAnsi, 0},
-                {"ab", kTextAnsi, 0}};
-    for (const auto& row : rows) {
-        folder.Write("t", row.bytes);
+    for (const auto& [bytes, mode, position] :
+         Table<std::string, int, std::uint32_t>{{"\xFF\xFE"s + "a\0"s, kTextUtf16, 2},
+                                                {"\xFE\xFF", kTextAnsi, 0},
+                                                {"\xFF", kTextAnsi, 0},
+                                                {"", kTextAnsi, 0},
+                                                {"ab", kTextAnsi, 0}}) {
+        folder.Write("t", bytes);
         File file;
-        ASSERT_EQ(file.Open("t", kReadDetect, row.mode == kTextAnsi ? kTextUtf16 : 0), RES_OK);
+        ASSERT_EQ(file.Open("t", kReadDetect, mode == kTextAnsi ? kTextUtf16 : 0), RES_OK);
         file.DetectTextEncoding();
-        EXPECT_EQ(file.TextMode(), row.mode);
-        EXPECT_EQ(file.Tell(), row.position);
+        EXPECT_EQ(file.TextMode(), mode);
+        EXPECT_EQ(file.Tell(), position);
     }
 }
 

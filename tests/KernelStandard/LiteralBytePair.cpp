@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <numeric>
+#include <utility>
 #include <vector>
 
 namespace Vorn::Literal {
@@ -10,6 +12,8 @@ namespace Vorn::Literal {
 namespace {
 
 using Byte = std::uint8_t;
+
+struct Corrupt {};
 
 struct Slot {
     Byte first, second, count;
@@ -42,8 +46,8 @@ struct Encoder {
     }
 
     std::size_t Fill(std::span<const std::byte> input) {
-        for (Slot& slot : table) slot.count = 0;
-        for (std::size_t c = 0; c < 256; ++c) left[c] = static_cast<Byte>(c);
+        table.fill({});
+        std::iota(left.begin(), left.end(), Byte{0});
         right.fill(0);
         size = 0;
         int distinct = 0;
@@ -51,10 +55,7 @@ struct Encoder {
             const Byte c = std::to_integer<Byte>(input[size]);
             if (size > 0) Raise(buffer[size - 1], c);
             buffer[size++] = c;
-            if (right[c] == 0) {
-                right[c] = 1;
-                ++distinct;
-            }
+            if (std::exchange(right[c], 1) == 0) ++distinct;
         }
         return size;
     }
@@ -138,66 +139,49 @@ struct Decoder {
     std::size_t written = 0;
     std::array<Byte, 256> left{}, right{};
 
-    std::optional<Byte> Next() {
-        if (read == in.size()) return std::nullopt;
+    Byte Next() {
+        if (read == in.size()) throw Corrupt();
         return std::to_integer<Byte>(in[read++]);
     }
 
-    bool ReadEntries(std::size_t& c, std::size_t count) {
-        for (; count > 0; --count, ++c) {
-            const auto l = Next();
-            if (!l || c > 255) return false;
-            left[c] = *l;
-            if (*l == c) continue;
-            const auto r = Next();
-            if (!r) return false;
-            right[c] = *r;
-        }
-        return true;
-    }
-
-    bool ReadTable() {
-        for (std::size_t c = 0; c < 256; ++c) left[c] = static_cast<Byte>(c);
+    void ReadTable() {
+        std::iota(left.begin(), left.end(), Byte{0});
         std::size_t c = 0;
         while (c < 256) {
-            const auto n = Next();
-            if (!n) return false;
-            if (*n >= 128) {
-                c += *n - 127U;
-            } else if (!ReadEntries(c, *n + 1U)) {
-                return false;
+            const Byte n = Next();
+            if (n >= 128) {
+                c += n - 127U;
+                continue;
+            }
+            for (const std::size_t end = c + n + 1U; c < end; ++c) {
+                const Byte l = Next();
+                if (c > 255) throw Corrupt();
+                left[c] = l;
+                if (l != c) right[c] = Next();
             }
         }
-        return c == 256;
+        if (c != 256) throw Corrupt();
     }
 
-    bool Expand(Byte code) {
+    void Expand(Byte code) {
         std::vector<Byte> stack{code};
         while (!stack.empty()) {
             const Byte c = stack.back();
             stack.pop_back();
             if (left[c] == c) {
-                if (written == out.size()) return false;
+                if (written == out.size()) throw Corrupt();
                 out[written++] = std::byte{c};
                 continue;
             }
-            if (stack.size() + 2 > 256) return false;
-            stack.push_back(right[c]);
-            stack.push_back(left[c]);
+            if (stack.size() + 2 > 256) throw Corrupt();
+            stack.insert(stack.end(), {right[c], left[c]});
         }
-        return true;
     }
 
-    bool ReadSubBlock() {
-        if (!ReadTable()) return false;
-        const auto high = Next();
-        const auto low = Next();
-        if (!high || !low) return false;
-        for (int rest = *high * 256 + *low; rest > 0; --rest) {
-            const auto c = Next();
-            if (!c || !Expand(*c)) return false;
-        }
-        return true;
+    void ReadSubBlock() {
+        ReadTable();
+        int rest = Next() * 256;
+        for (rest += Next(); rest > 0; --rest) Expand(Next());
     }
 };
 
@@ -221,8 +205,10 @@ std::size_t CompressBlock(std::span<std::byte> output, std::span<const std::byte
 std::optional<std::size_t> ExpandBlock(std::span<std::byte> output,
                                        std::span<const std::byte> input) {
     Decoder decoder{.in = input, .out = output};
-    while (decoder.read < input.size()) {
-        if (!decoder.ReadSubBlock()) return std::nullopt;
+    try {
+        while (decoder.read < input.size()) decoder.ReadSubBlock();
+    } catch (const Corrupt&) {
+        return std::nullopt;
     }
     return decoder.written;
 }
