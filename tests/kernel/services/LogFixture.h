@@ -1,12 +1,8 @@
 // A log of its own for one test: closed before and after, its files in a folder of their own.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "kernel/services/Log.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/Tests.h"
 
 namespace Vorn {
 
@@ -18,7 +14,7 @@ protected:
     }
     void TearDown() override { CloseLog(); }
 
-    static void Init(const char* options) {
+    static void Init(const std::string& options) {
         OptionList list;
         ParseOptions(list, options);
         InitLog(list);
