@@ -1,0 +1,44 @@
+// States and result codes of resources.
+#pragma once
+
+#include <cstdint>
+
+namespace Vorn {
+
+// The numbers are those of the table of names.
+enum class ResourceState : std::uint32_t {
+    None = 0,       // made for a database, which has not taken it in yet
+    Ready = 1,      // not loaded
+    Cached = 2,     // the load queue's worker has it
+    Loading = 3,    // a load is running
+    Loaded = 4,     // its file was read; the finishing stage is pending
+    Locking = 5,    // no resource here; it keeps the numbers
+    Available = 6,  // loaded and usable
+    Inactive = 7,   // loaded, and held by the bin because nobody references it
+    Invalid = 8,    // its load failed, or there is no such resource
+    Delete = 9,     // the bin is destroying it
+};
+
+[[nodiscard]] const char* NameOf(ResourceState state);
+
+// The numbers reach messages and callers' tables.
+enum ResourceResult : int {
+    RES_RESOURCEOK = 0,
+    RES_FAILED_TO_LOAD = 1,
+    RES_NOT_AVAILABLE = 2,
+    RES_LOCK_TIMEOUT = 3,
+    RES_LOCK_FAILED = 4,
+    RES_PARTIAL_LOAD = 5,
+    RES_NO_LOAD_METHOD = 6,
+    RES_INVALID = 7,
+};
+
+struct ResourceResultText {
+    const char* name;  // "RES_FAILED_TO_LOAD"
+    const char* text;  // for messages; empty for success
+};
+
+// The row of a code; a code outside the table reads as RES_FAILED_TO_LOAD.
+[[nodiscard]] const ResourceResultText& DescribeResourceResult(ResourceResult result);
+
+}  // namespace Vorn
