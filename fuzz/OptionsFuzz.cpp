@@ -1,10 +1,22 @@
-// Option texts: any bytes are read, and what was read can be looked up.
+// Option texts and option files: any bytes are read, what was read can be looked up, and options
+// that the bytes do not name stay as they were.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <span>
+#include <string>
 #include <string_view>
 
+#include "KernelStandard/CompressedStream.h"
 #include "kernel/services/OptionList.h"
+#include "kernel/services/OptionSources.h"
+
+namespace fs = std::filesystem;
+using namespace Vorn;
 
 namespace {
 
@@ -12,34 +24,107 @@ void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-void LookUp(Vorn::OptionList& list, const Vorn::Option& option) {
+void LookUp(OptionList& list, const Option& option) {
     const std::string_view name = option.name.View();
-    Vorn::Option* found = Vorn::FindOption(list, name);
+    Option* found = FindOption(list, name);
     Require(found == &option && !name.empty());
     bool flag = false;
     int number = 0;
-    Vorn::String text;
-    Require(Vorn::GetOptionBool(list, name, flag, true));
-    Require(Vorn::GetOptionInt(list, name, number, 1));
-    Require(Vorn::GetOptionString(list, name, text, ""));
+    String text;
+    Require(GetOptionBool(list, name, flag, true));
+    Require(GetOptionInt(list, name, number, 1));
+    Require(GetOptionString(list, name, text, ""));
 
-    Vorn::BeginOptionValues(*found, ",");
+    BeginOptionValues(*found, ",");
     std::size_t length = 0;
-    while (Vorn::NextOptionValue(list, name, text)) length += text.Length();
+    while (NextOptionValue(list, name, text)) {
+        Require(text.Length() > 0 && text.Find(',', 0) < 0);
+        length += text.Length();
+    }
     Require(length <= option.value.Length());
+}
+
+void RequireEqual(const OptionList& a, const OptionList& b) {
+    Require(std::ranges::equal(a, b, [](const Option& x, const Option& y) {
+        return x.name.View() == y.name.View() && x.value.View() == y.value.View();
+    }));
+}
+
+// One file with the input of the moment.
+class InputFile {
+public:
+    InputFile()
+        : path_(fs::temp_directory_path() /
+                ("options-fuzz-" + std::to_string(std::random_device{}()))) {}
+    ~InputFile() {
+        std::error_code ignored;
+        fs::remove(path_, ignored);
+    }
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    std::string Write(std::string_view text) const {
+        std::ofstream(path_, std::ios::binary | std::ios::trunc) << text;
+        return path_.string();
+    }
+
+private:
+    fs::path path_;
+};
+
+std::string Utf16(std::string_view ascii) {
+    std::string units = "\xFF\xFE";
+    for (const char c : ascii) (units += c) += '\0';
+    return units;
+}
+
+bool IsAscii(std::string_view text) {
+    return std::ranges::none_of(text, [](char c) { return (c & 0x80) != 0; });
+}
+
+void ReadAsFiles(std::string_view text, const OptionList& expected) {
+    static const InputFile file;
+    OptionList list;
+    // A compressed stream and UTF-16 are read as what they stand for. Files are slow: of the others
+    // one in sixteen has to do.
+    const bool stream =
+        text.size() >= kStreamHeaderSize && IsStreamMark(std::as_bytes(std::span(text)));
+    const bool plain = !stream && !text.starts_with("\xFF\xFE");
+    if (plain && text.size() % 16 != 0) return;
+    const bool read = ParseOptionFile(list, file.Write(text).c_str());
+    for (const Option& option : list) LookUp(list, option);
+    if (!plain) return;
+    Require(read);
+    RequireEqual(list, expected);
+
+    if (!IsAscii(text)) return;
+    OptionList wide;
+    Require(ParseOptionFile(wide, file.Write(Utf16(text)).c_str()));
+    RequireEqual(wide, expected);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    Vorn::OptionList list;
-    Vorn::ParseOptions(list, text);
-    for (const Vorn::Option& option : list) LookUp(list, option);
+    OptionList list;
+    ParseOptions(list, text);
+    for (const Option& option : list) LookUp(list, option);
+
+    // Beside other options, each is what it is alone; and the others stay.
+    OptionList mixed;
+    ParseOptions(mixed, "-Before=1,2");
+    ParseOptions(mixed, text);
+    const bool named = FindOption(list, "before") != nullptr;
+    Require(mixed.Count() == list.Count() + (named ? 0 : 1));
+    String kept;
+    Require(named || (GetOptionString(mixed, "before", kept, "") && kept.View() == "1,2"));
+
+    ReadAsFiles(text, list);
 
     // The same text again finds every record.
     const std::size_t count = list.Count();
-    Vorn::ParseOptions(list, text);
+    ParseOptions(list, text);
     Require(list.Count() == count);
     return 0;
 }
