@@ -1,20 +1,14 @@
 #include "kernel/InternedString.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/Tests.h"
 
-#include <array>
-#include <map>
-#include <string>
-
-namespace Vorn {
+namespace Vorn::Testing {
 namespace {
 
 TEST(InternedString, NullAndEmptyAreDifferentHandles) {
     const InternedString null = Intern(static_cast<const char*>(nullptr));
     const InternedString empty = Intern("");
-    EXPECT_FALSE(null);
-    EXPECT_FALSE(Intern(nullptr, 0));
-    EXPECT_FALSE(Intern(std::string_view{}));
+    EXPECT_FALSE(null || Intern(nullptr, 0) || Intern(std::string_view{}));
     EXPECT_FALSE(InternAtMost(nullptr, 5));
     EXPECT_TRUE(empty);
     EXPECT_EQ(null.Text(), nullptr);
@@ -24,35 +18,30 @@ TEST(InternedString, NullAndEmptyAreDifferentHandles) {
 }
 
 TEST(InternedString, TakesAsMuchOfTheTextAsAsked) {
-    EXPECT_EQ(Intern("abcdef", 3).View(), "abc");
     EXPECT_STREQ(Intern("abcdef", 3).Text(), "abc");
-    EXPECT_EQ(InternAtMost("abc", 2).View(), "ab");
-    EXPECT_EQ(InternAtMost("abc", 9), Intern("abc"));
-    EXPECT_EQ(InternAtMost("abc", -1), Intern("abc"));
-    EXPECT_EQ(InternAtMost("abc", 0), Intern(""));
+    for (const auto& [most, text] :
+         Table<int, const char*>{{2, "ab"}, {9, "abc"}, {-1, "abc"}, {0, ""}}) {
+        EXPECT_EQ(InternAtMost("abc", most), Intern(text)) << most;
+    }
 }
 
 TEST(InternedString, ComparesWithoutLetterCaseAndSortsWithIt) {
-    const struct {
-        InternedString handle;
-        const char* text;
-        int sign;
-    } rows[] = {{{}, "", 0},
-                {{}, nullptr, 0},
-                {{}, "a", -1},
-                {Intern(""), nullptr, 0},
-                {Intern(""), "", 0},
-                {Intern("a"), nullptr, 1},
-                {Intern("ABC"), "abc", 0},
-                {Intern("abc"), "ABC", 0},
-                {Intern("ab"), "ABC", -1},
-                {Intern("abc"), "AB", 1},
-                {Intern("_"), "A", -1},        // '_' lies between 'A' and 'a'
-                {Intern("\xC4"), "\xE4", -1},  // only A to Z are folded
-                {Intern("\xE4"), "z", 1}};
-    for (const auto& row : rows) {
-        const int order = CompareText(row.handle, row.text);
-        EXPECT_EQ((order > 0) - (order < 0), row.sign) << row.handle.View();
+    for (const auto& [handle, text, sign] : Table<InternedString, const char*, int>{
+             {{}, "", 0},
+             {{}, nullptr, 0},
+             {{}, "a", -1},
+             {Intern(""), nullptr, 0},
+             {Intern(""), "", 0},
+             {Intern("a"), nullptr, 1},
+             {Intern("ABC"), "abc", 0},
+             {Intern("abc"), "ABC", 0},
+             {Intern("ab"), "ABC", -1},
+             {Intern("abc"), "AB", 1},
+             {Intern("_"), "A", -1},        // '_' lies between 'A' and 'a'
+             {Intern("\xC4"), "\xE4", -1},  // only A to Z are folded
+             {Intern("\xE4"), "z", 1}}) {
+        const int order = CompareText(handle, text);
+        EXPECT_EQ((order > 0) - (order < 0), sign) << handle.View();
     }
     const InternedString ascending[] = {
         {}, Intern(""), Intern("ABC"), Intern("abc"), Intern("\xE4")};
@@ -63,24 +52,16 @@ TEST(InternedString, ComparesWithoutLetterCaseAndSortsWithIt) {
 
 TEST(InternedString, CopiesAndSearchesText) {
     const InternedString name = Intern("abcdef");
-    std::array<char, 8> buffer{};
-    const struct {
-        std::size_t size;
-        std::size_t copied;
-        const char* text;
-    } rows[] = {{4, 3, "abc"}, {7, 6, "abcdef"}, {1, 0, ""}};
-    for (const auto& row : rows) {
-        buffer.fill('#');
-        EXPECT_EQ(CopyTo(name, buffer.data(), row.size), row.copied);
-        EXPECT_STREQ(buffer.data(), row.text);
-        EXPECT_EQ(buffer[row.copied + 1], '#');
+    for (const auto& [handle, size, copied, buffer] :
+         Table<InternedString, std::size_t, std::size_t, std::string>{{name, 4, 3, "abc\0####"s},
+                                                                      {name, 7, 6, "abcdef\0#"s},
+                                                                      {name, 1, 0, "\0#######"s},
+                                                                      {name, 0, 0, "########"s},
+                                                                      {{}, 8, 0, "\0#######"s}}) {
+        std::string got(8, '#');
+        EXPECT_EQ(CopyTo(handle, got.data(), size), copied);
+        EXPECT_EQ(got, buffer);
     }
-    buffer.fill('#');
-    EXPECT_EQ(CopyTo(name, buffer.data(), 0), 0u);
-    EXPECT_EQ(buffer[0], '#');
-    EXPECT_EQ(CopyTo({}, buffer.data(), 8), 0u);
-    EXPECT_EQ(buffer[0], '\0');
-
     EXPECT_EQ(FindText(name, "cd", 0), 2);
     EXPECT_EQ(FindText(name, "cd", 3), -1);
     EXPECT_EQ(FindText(name, "CD", 0), -1);
@@ -98,42 +79,40 @@ TEST(InternedString, FormatsWithItsOwnTextAmongTheArguments) {
     EXPECT_FALSE(name);
 }
 
-TEST(InternedString, EditsMatchTheTable) {
-    const auto after = [](const char* text, const auto& edit) {
-        InternedString name = Intern(text);
-        const InternedString before = name;
-        edit(name);
-        EXPECT_EQ(before, Intern(text));
-        return name;
-    };
-    const auto erase = [&](std::size_t position, std::size_t count) {
-        return after("abcdef", [&](InternedString& n) { Erase(n, position, count); }).View();
-    };
-    const auto insert = [&](const char* text, std::size_t position) {
-        return after("abcdef", [&](InternedString& n) { Insert(n, text, position); }).View();
-    };
-    EXPECT_EQ(erase(2, 100), "ab");
-    EXPECT_EQ(erase(2, SIZE_MAX), "ab");
-    EXPECT_EQ(erase(1, 2), "adef");
-    EXPECT_EQ(erase(6, 1), "abcdef");
-    EXPECT_EQ(erase(0, 0), "abcdef");
-    EXPECT_EQ(insert("xyz", 3), "abcxyzdef");
-    EXPECT_EQ(insert("x", 6), "abcdefx");
-    EXPECT_EQ(insert("x", 7), "abcdef");
-    EXPECT_EQ(insert("", 0), "abcdef");
-    EXPECT_EQ(insert(nullptr, 0), "abcdef");
-    const auto lower = after("AbZ[\xC4", [](InternedString& n) { ToLower(n); });
-    EXPECT_EQ(lower.View(), "abz[\xC4");
+TEST(InternedString, EditsLeaveOtherHandlesAlone) {
+    const InternedString before = Intern("abcdef");
+    for (const auto& [position, count, text] :
+         Table<std::size_t, std::size_t, const char*>{{2, 100, "ab"},
+                                                      {2, SIZE_MAX, "ab"},
+                                                      {1, 2, "adef"},
+                                                      {6, 1, "abcdef"},
+                                                      {0, 0, "abcdef"}}) {
+        InternedString name = before;
+        Erase(name, position, count);
+        EXPECT_EQ(name.View(), text);
+    }
+    for (const auto& [inserted, position, text] :
+         Table<const char*, std::size_t, const char*>{{"xyz", 3, "abcxyzdef"},
+                                                      {"x", 6, "abcdefx"},
+                                                      {"x", 7, "abcdef"},
+                                                      {"", 0, "abcdef"},
+                                                      {nullptr, 0, "abcdef"}}) {
+        InternedString name = before;
+        Insert(name, inserted, position);
+        EXPECT_EQ(name.View(), text);
+    }
+    EXPECT_EQ(before.View(), "abcdef");
 
     InternedString name;
     Insert(name, nullptr, 0);
     Erase(name, 0, 1);
     ToLower(name);
     EXPECT_FALSE(name);
-    Insert(name, "new", 5);
+    Insert(name, "NOZ[\xC4", 5);
     Insert(name, name.Text(), 1);
-    EXPECT_EQ(name.View(), "nnewew");
+    ToLower(name);
+    EXPECT_EQ(name.View(), "nnoz[\xC4oz[\xC4");
 }
 
 }  // namespace
-}  // namespace Vorn
+}  // namespace Vorn::Testing

@@ -1,38 +1,17 @@
 #include "kernel/StartUp.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <string>
-
 #include "kernel/Exceptions.h"
 #include "kernel/StringPool.h"
-#include "platform/Processes.h"
 #include "platform/Threads.h"
+#include "tests/support/Tests.h"
 
-namespace Vorn {
+namespace Vorn::Testing {
 namespace {
 
-std::string OutputOfLifecycleProgram() {
-    const std::string file =
-        testing::TempDir() + "lifecycle-" + std::to_string(platform::CurrentProcessId());
-    platform::Process child;
-    const std::string command = std::string("\"") + VORN_LIFECYCLE_PROGRAM + "\" \"" + file + "\"";
-    std::uint32_t code = 99;
-    EXPECT_TRUE(child.Start(command.c_str(), platform::Console::Shared));
-    EXPECT_TRUE(child.Wait(platform::kWaitForever));
-    EXPECT_TRUE(child.GetExitCode(code));
-    EXPECT_EQ(code, 0u);
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    std::filesystem::remove(file);
-    return text.str();
-}
-
 TEST(StartUp, TearsDownInTheReverseOrderOfBirth) {
-    EXPECT_EQ(OutputOfLifecycleProgram(),
+    const TempFolder folder;
+    EXPECT_EQ(std::system((VORN_LIFECYCLE_PROGRAM " " + folder.Path("told")).c_str()), 0);
+    EXPECT_EQ(folder.Read("told"),
               "main, pool there\n"
               "interned before main, pool there\n"
               "last registered, pool there\n"
@@ -47,17 +26,17 @@ TEST(StartUp, HasRunBeforeMain) {
 }
 
 TEST(StartUp, TheTeardownListHolds1024) {
-    EXPECT_EXIT(
-        {
-            for (int i = 0; i < 1023; ++i) RegisterTeardown([] {});  // the pool's is the first
-            try {
-                RegisterTeardown([] {});
-            } catch (const Exception&) {
-                std::exit(7);
-            }
-        },
-        testing::ExitedWithCode(7), "");
+    const auto fill = []() -> int {
+        for (int i = 0; i < 1023; ++i) RegisterTeardown([] {});  // the pool's is the first
+        try {
+            RegisterTeardown([] {});
+        } catch (const Exception&) {
+            std::exit(7);
+        }
+        return 0;
+    };
+    EXPECT_EQ(InChild(fill), 7);
 }
 
 }  // namespace
-}  // namespace Vorn
+}  // namespace Vorn::Testing

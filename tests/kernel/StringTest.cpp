@@ -1,44 +1,35 @@
 #include "kernel/String.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/Tests.h"
 
-#include <string>
-#include <vector>
-
-#include "tests/kernel/InThreads.h"
-
-namespace Vorn {
+namespace Vorn::Testing {
 namespace {
+
+constexpr const char* kNoText = nullptr;
 
 TEST(String, NullAndEmptyDiffer) {
     String null;
-    String empty("");
-    EXPECT_TRUE(null.IsNull());
+    const String empty("");
+    EXPECT_TRUE(null.IsNull() && String(kNoText).IsNull() && String(InternedString()).IsNull());
     EXPECT_STREQ(null.Text(), "");
     EXPECT_FALSE(empty.IsNull());
-    EXPECT_EQ(empty.Capacity(), 16u);
     EXPECT_EQ(empty.Compare(null), 2);
     EXPECT_EQ(null.Compare(empty), 0);
     EXPECT_EQ(null.CompareNoCase(String()), 1);
-    EXPECT_EQ(null.Compare(static_cast<const char*>(nullptr)), 1);
-    EXPECT_EQ(empty.Compare(static_cast<const char*>(nullptr)), 2);
+    EXPECT_EQ(null.Compare(kNoText), 1);
+    EXPECT_EQ(empty.Compare(kNoText), 2);
     EXPECT_EQ(null.Compare(""), 0);
-    EXPECT_TRUE(String(static_cast<const char*>(nullptr)).IsNull());
-    EXPECT_TRUE(String(InternedString()).IsNull());
     EXPECT_EQ(String(Intern("name")).View(), "name");
     null.Assign(String().Text());
     EXPECT_FALSE(null.IsNull());
 }
 
 TEST(String, CapacityMovesInStepsOf16) {
-    const struct {
-        std::size_t length;
-        std::uint32_t capacity;
-    } rows[] = {{0, 16}, {14, 16}, {15, 32}, {30, 32}, {31, 48}};
-    for (const auto& row : rows) {
-        const String text(std::string(row.length, 'x').c_str());
-        EXPECT_EQ(text.Length(), row.length);
-        EXPECT_EQ(text.Capacity(), row.capacity) << row.length;
+    for (const auto& [length, capacity] :
+         Table<std::size_t, std::uint32_t>{{0, 16}, {14, 16}, {15, 32}, {30, 32}, {31, 48}}) {
+        const String text(std::string(length, 'x').c_str());
+        EXPECT_EQ(text.Length(), length);
+        EXPECT_EQ(text.Capacity(), capacity) << length;
     }
     String text;
     text.Reserve(0, true);
@@ -54,41 +45,36 @@ TEST(String, CapacityMovesInStepsOf16) {
     EXPECT_EQ(text.View(), "");
 }
 
-TEST(String, CopiesShareUntilOneChanges) {
-    const auto changes = std::vector<void (*)(String&)>{
-        [](String& s) { s.Append("x"); },          [](String& s) { s.Insert(0, "x"); },
-        [](String& s) { s.Erase(0, 1); },          [](String& s) { s.RemoveChars("b"); },
-        [](String& s) { s.Format("%d", 7); },      [](String& s) { s = "x"; },
-        [](String& s) { s.AppendFormat("%d", 7); }};
-    for (const auto change : changes) {
-        const String original("abc");
-        String copy(original);
-        EXPECT_EQ(copy.Text(), original.Text());
-        change(copy);
-        EXPECT_EQ(original.View(), "abc");
-        EXPECT_NE(copy.View(), "abc");
+TEST(String, EditsMatchTheTableAndLeaveCopiesAlone) {
+    using Edit = void (*)(String&);
+    for (const auto& [edit, text] : Table<Edit, const char*>{
+             {[](String& s) { s.Erase(2, 100); }, "ab"},
+             {[](String& s) { s.Erase(2, SIZE_MAX); }, "ab"},
+             {[](String& s) { s.Erase(1, 2); }, "adef"},
+             {[](String& s) { s.Erase(6, 1); }, "abcdef"},
+             {[](String& s) { s.Insert(6, "x"); }, "abcdefx"},
+             {[](String& s) { s.Insert(7, "x"); }, "abcdef"},
+             {[](String& s) { s.Insert(2, "0123456789"); }, "ab0123456789cdef"},
+             {[](String& s) { s.Assign("xyz", 2); }, "xy"},
+             {[](String& s) { s.Assign("xyz", 9); }, "xyz"},
+             {[](String& s) { s.Assign("xyz", -1); }, "xyz"},
+             {[](String& s) { s = "x"; }, "x"},
+             {[](String& s) { s.Append("x"); }, "abcdefx"},
+             {[](String& s) { s.Format("%d", 7); }, "7"},
+             {[](String& s) { s.AppendFormat("%d", 7); }, "abcdef7"},
+             {[](String& s) { s.RemoveChars("ace"); }, "bdf"},
+             {[](String& s) { s.Clear(); }, ""}}) {
+        for (const bool shared : {false, true}) {
+            String edited("abcdef");
+            const String other(shared ? edited : String());
+            edit(edited);
+            EXPECT_STREQ(edited.Text(), text);
+            EXPECT_EQ(edited.Length(), std::string_view(text).size());
+            EXPECT_EQ(other.View(), shared ? "abcdef" : "");
+        }
     }
-}
-
-TEST(String, EditsMatchTheTable) {
-    const auto after = [](void (*edit)(String&)) {
-        String text("abcdef");
-        edit(text);
-        EXPECT_EQ(text.Text()[text.Length()], '\0');
-        return std::string(text.View());
-    };
-    EXPECT_EQ(after([](String& s) { s.Erase(2, 100); }), "ab");
-    EXPECT_EQ(after([](String& s) { s.Erase(2, SIZE_MAX); }), "ab");
-    EXPECT_EQ(after([](String& s) { s.Erase(1, 2); }), "adef");
-    EXPECT_EQ(after([](String& s) { s.Erase(6, 1); }), "abcdef");
-    EXPECT_EQ(after([](String& s) { s.Insert(6, "x"); }), "abcdefx");
-    EXPECT_EQ(after([](String& s) { s.Insert(7, "x"); }), "abcdef");
-    EXPECT_EQ(after([](String& s) { s.Insert(2, "0123456789"); }), "ab0123456789cdef");
-    EXPECT_EQ(after([](String& s) { s.Assign("xyz", 2); }), "xy");
-    EXPECT_EQ(after([](String& s) { s.Assign("xyz", 9); }), "xyz");
-    EXPECT_EQ(after([](String& s) { s.Assign("xyz", -1); }), "xyz");
-    EXPECT_EQ(after([](String& s) { s.RemoveChars("ace"); }), "bdf");
-    EXPECT_EQ(after([](String& s) { s.Clear(); }), "");
+    const String original("abc");
+    EXPECT_EQ(String(original).Text(), original.Text());
 }
 
 TEST(String, OwnTextMayBeTheArgument) {
@@ -126,14 +112,12 @@ TEST(String, FormatsAnyLength) {
 TEST(String, NextTokenLeavesTheDelimiterBehind) {
     String text("\\a\\\\b");
     String token;
-    text.NextToken("\\/", token);
-    EXPECT_EQ(token.View(), "a");
-    EXPECT_EQ(text.View(), "\\\\b");
-    text.NextToken("\\/", token);
-    EXPECT_EQ(token.View(), "b");
-    text.NextToken("\\/", token);
+    for (const char* row : {"a|\\\\b", "b|", "|"}) {
+        text.NextToken("\\/", token);
+        EXPECT_EQ(token.View(), Cells(row)[0]);
+        EXPECT_EQ(text.View(), Cells(row)[1]);
+    }
     EXPECT_TRUE(token.IsNull());
-    EXPECT_EQ(text.View(), "");
 }
 
 TEST(String, FindsAndCompares) {
@@ -142,11 +126,10 @@ TEST(String, FindsAndCompares) {
     EXPECT_EQ(text.Find('a', 1), 3);
     EXPECT_EQ(text.Find('a', 9), -1);
     EXPECT_EQ(String().Find('a', 0), -1);
-    EXPECT_EQ(text.Compare("abc"), 2);
-    EXPECT_EQ(text.Compare("abca"), 1);
-    EXPECT_EQ(text.Compare("abd"), 0);
-    EXPECT_EQ(text.Compare("Abca"), 2);
-    EXPECT_EQ(text.Compare("\xE4"), 0);  // bytes are unsigned
+    for (const auto& [other, order] :  // the last one: bytes are unsigned
+         Table<const char*, int>{{"abc", 2}, {"abca", 1}, {"abd", 0}, {"Abca", 2}, {"\xE4", 0}}) {
+        EXPECT_EQ(text.Compare(other), order) << other;
+    }
     EXPECT_EQ(String("\xC4").CompareNoCase("\xE4"), 1);
     EXPECT_EQ(String("a").CompareNoCase("B"), 0);
     EXPECT_EQ(String("AB").CompareNoCase("a"), 2);
@@ -162,9 +145,8 @@ TEST(String, BlocksAreSharedAcrossThreads) {
             null = copy;
         }
     });
-    String last(shared);
-    EXPECT_EQ(last.View(), "text that every thread copies");
+    EXPECT_EQ(shared.View(), "text that every thread copies");
 }
 
 }  // namespace
-}  // namespace Vorn
+}  // namespace Vorn::Testing
