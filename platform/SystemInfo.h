@@ -1,4 +1,5 @@
-// What a report says about the machine and its user. Every call asks the system afresh.
+// What a report says about the machine and its user. Every call asks the system afresh, and but for
+// UserName may do so in a fault filter (Faults.h).
 #pragma once
 
 #include <cstdint>
@@ -10,7 +11,8 @@ namespace platform {
 [[nodiscard]] std::string UserName();
 
 struct OperatingSystem {
-    std::string name;  // such as "Linux"; empty when the system cannot tell
+    std::uint32_t family = 0;  // 1 to 3 where the numbers below need that to be told apart, else 0
+    std::string name;          // such as "Linux"; empty when the system cannot tell
     std::uint32_t major = 0;
     std::uint32_t minor = 0;
     std::uint32_t build = 0;
@@ -20,7 +22,10 @@ struct OperatingSystem {
 // Processors this process may use, at least 1.
 [[nodiscard]] std::uint32_t ProcessorCount();
 
-// Bytes; all zeros when the system cannot tell. May be asked for in a thread that has faulted.
+// 8664 for x86-64, else 0.
+[[nodiscard]] std::uint32_t ProcessorType();
+
+// Bytes; all zeros when the system cannot tell.
 struct MemoryStatus {
     std::uint64_t physical = 0;
     std::uint64_t physicalFree = 0;  // what programs could get without swapping

@@ -1,6 +1,7 @@
 #include "platform/SystemInfo.h"
 
 #include <pwd.h>
+#include <sched.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -8,7 +9,6 @@
 #include <array>
 #include <charconv>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include "platform/posix/RawFiles.h"
@@ -50,7 +50,7 @@ OperatingSystem GetOperatingSystem() {
         return {};
     }
     OperatingSystem system;
-    system.name = names.sysname;
+    system.name = names.sysname;  // short enough to be kept inside the object
     std::string_view release = names.release;
     system.major = TakeNumber(release);
     system.minor = TakeNumber(release);
@@ -58,7 +58,21 @@ OperatingSystem GetOperatingSystem() {
     return system;
 }
 
-std::uint32_t ProcessorCount() { return std::max(1U, std::thread::hardware_concurrency()); }
+std::uint32_t ProcessorCount() {
+    std::array<cpu_set_t, 8> allowed{};  // 8,192 processors
+    if (sched_getaffinity(0, sizeof(allowed), allowed.data()) != 0) {
+        return 1;
+    }
+    return static_cast<std::uint32_t>(CPU_COUNT_S(sizeof(allowed), allowed.data()));
+}
+
+std::uint32_t ProcessorType() {
+#if defined(__x86_64__)
+    return 8664;
+#else
+    return 0;
+#endif
+}
 
 MemoryStatus GetMemoryStatus() {
     std::array<char, 8192> buffer;

@@ -1,0 +1,301 @@
+// The layout is the public one of minidumps: a header, a directory of streams, and records that
+// name others by size and place. All places are from the beginning of the file.
+#include "platform/Dumps.h"
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+#include <functional>
+#include <string_view>
+
+#include "platform/Modules.h"
+#include "platform/SystemInfo.h"
+#include "platform/posix/FaultContext.h"
+#include "platform/posix/Record.h"
+
+namespace platform {
+namespace {
+
+using posix::Record;
+
+enum StreamType : std::uint32_t {
+    kThreadList = 3,
+    kModuleList = 4,
+    kMemoryList = 5,
+    kException = 6,
+    kSystemInfo = 7,
+    kMiscInfo = 15,
+};
+constexpr std::size_t kStreamCount = 6;
+
+constexpr std::size_t kHeaderSize = 32;
+constexpr std::size_t kDirectoryEntrySize = 12;
+constexpr std::size_t kModuleSize = 108;
+
+struct Place {
+    std::uint32_t size = 0;
+    std::uint32_t offset = 0;
+};
+
+struct Memory {
+    std::uint64_t address = 0;
+    Place place;
+};
+
+class DumpWriter {
+public:
+    explicit DumpWriter(FaultFile& file) : file_(file) {}
+
+    // Keeps room for a record that is written later.
+    Place Reserve(std::size_t size) {
+        const Place place{static_cast<std::uint32_t>(size), end_};
+        end_ += static_cast<std::uint32_t>((size + 3) / 4 * 4);
+        return place;
+    }
+    void Write(std::uint64_t offset, std::span<const std::byte> bytes) {
+        complete_ &= file_.WriteAt(offset, bytes);
+    }
+    Place Append(std::span<const std::byte> bytes) {
+        const Place place = Reserve(bytes.size());
+        Write(place.offset, bytes);
+        return place;
+    }
+    // As much of the memory as can be read from its beginning on.
+    Memory AppendMemory(std::uint64_t begin, std::uint64_t end);
+    // The text in UTF-16, its length before it.
+    Place AppendText(std::string_view utf8);
+
+    void AddStream(StreamType type, Place place) {
+        directory_.U32(type).U32(place.size).U32(place.offset);
+    }
+    // True when the file took everything.
+    bool Finish();
+
+private:
+    FaultFile& file_;
+    std::uint32_t end_ = kHeaderSize + kStreamCount * kDirectoryEntrySize;
+    Record<kStreamCount * kDirectoryEntrySize> directory_;
+    bool complete_ = true;
+};
+
+Memory DumpWriter::AppendMemory(std::uint64_t begin, std::uint64_t end) {
+    static std::array<std::byte, 4096> piece;
+    Memory memory{.address = begin, .place = {.size = 0, .offset = end_}};
+    while (begin < end) {
+        const std::size_t wanted = std::min<std::uint64_t>(end - begin, piece.size());
+        const std::size_t got = ReadMemory(begin, std::span(piece).first(wanted));
+        Write(memory.place.offset + memory.place.size, std::span(piece).first(got));
+        memory.place.size += static_cast<std::uint32_t>(got);
+        if (got < wanted) break;
+        begin += got;
+    }
+    Reserve(memory.place.size);
+    return memory;
+}
+
+// The character at the front of `utf8`, which is cut off it; each byte that is no part of one
+// stands for itself.
+char32_t TakeCharacter(std::string_view& utf8) {
+    const auto byte = [&utf8](std::size_t i) -> char32_t {
+        return i < utf8.size() ? static_cast<unsigned char>(utf8[i]) : 0;
+    };
+    const char32_t first = byte(0);
+    const std::size_t more = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : first >= 0xC0 ? 1 : 0;
+    char32_t character = more == 0 ? first : first & (0x3FU >> more);
+    for (std::size_t i = 1; i <= more; ++i) {
+        if ((byte(i) & 0xC0U) != 0x80) {
+            utf8.remove_prefix(1);
+            return first;
+        }
+        character = character << 6U | (byte(i) & 0x3FU);
+    }
+    utf8.remove_prefix(more + 1);
+    return character;
+}
+
+Place DumpWriter::AppendText(std::string_view utf8) {
+    static std::array<std::byte, 8200> bytes;
+    const auto put = [](std::size_t at, char32_t unit) {
+        bytes[at] = static_cast<std::byte>(unit);
+        bytes[at + 1] = static_cast<std::byte>(unit >> 8U);
+    };
+    std::size_t end = 4;
+    while (!utf8.empty() && end + 6 <= bytes.size()) {
+        const char32_t character = TakeCharacter(utf8);
+        if (character >= 0x10000) {
+            put(end, 0xD800 + ((character - 0x10000) >> 10U));
+            end += 2;
+            put(end, 0xDC00 + ((character - 0x10000) & 0x3FFU));
+        } else {
+            put(end, character);
+        }
+        end += 2;
+    }
+    put(0, static_cast<char32_t>(end - 4));
+    put(2, 0);
+    put(end, 0);
+    return Append(std::span(bytes).first(end + 2));
+}
+
+bool DumpWriter::Finish() {
+    constexpr std::uint32_t kSignature = 0x504D444D;  // "MDMP"
+    constexpr std::uint32_t kVersion = 0xA793;
+    Record<kHeaderSize> header;
+    header.U32(kSignature)
+        .U32(kVersion)
+        .U32(kStreamCount)
+        .U32(kHeaderSize)
+        .U32(0)  // checksum: none
+        .U32(static_cast<std::uint64_t>(std::time(nullptr)))
+        .U64(0);  // of the normal kind
+    Write(0, header.Bytes());
+    Write(kHeaderSize, directory_.Bytes());
+    return complete_;
+}
+
+Place SystemRecord(DumpWriter& dump) {
+    constexpr std::uint32_t kLinux = 0x8201;
+    const posix::Processor processor = posix::ThisProcessor();
+    const OperatingSystem system = GetOperatingSystem();
+    utsname names{};
+    uname(&names);
+    const Place release = dump.AppendText(names.release);
+    // The count has a byte; the byte above it is the kind of product, which nobody knows.
+    const std::uint32_t processors = std::min(ProcessorCount(), std::uint32_t{0xFF});
+    Record<56> record;
+    record.U16(processor.architecture)
+        .U16(processor.level)
+        .U16(processor.revision)
+        .U16(processors)
+        .U32(system.major)
+        .U32(system.minor)
+        .U32(system.build)
+        .U32(kLinux)
+        .U32(release.offset)
+        .U32(0);  // product suites
+    for (const std::uint32_t part : processor.vendor) record.U32(part);
+    record.U32(processor.signature).U32(processor.features).U32(processor.extendedFeatures);
+    return dump.Append(record.Bytes());
+}
+
+Place MiscRecord(DumpWriter& dump) {
+    constexpr std::uint32_t kSize = 24;
+    constexpr std::uint32_t kHasProcessId = 1;
+    Record<kSize> record;
+    record.U32(kSize).U32(kHasProcessId).U32(static_cast<std::uint64_t>(getpid())).Zeros(12);
+    return dump.Append(record.Bytes());
+}
+
+Place ThreadRecords(DumpWriter& dump, const Fault& fault, Place context, const Memory& stack) {
+    Record<52> record;
+    record.U32(1)
+        .U32(fault.threadId)
+        .Zeros(20)  // suspensions, priorities, environment block
+        .U64(stack.address)
+        .U32(stack.place.size)
+        .U32(stack.place.offset)
+        .U32(context.size)
+        .U32(context.offset);
+    return dump.Append(record.Bytes());
+}
+
+Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
+    constexpr std::size_t kMostParameters = 15;
+    Record<168> record;
+    record.U32(fault.threadId)
+        .U32(0)
+        .U32(fault.code)
+        .U32(0)  // flags: continuable
+        .U64(0)  // no exception behind this one
+        .U64(fault.registers.rip)
+        .U32(fault.parameterCount)
+        .U32(0);
+    for (const std::uint64_t parameter : fault.parameters) record.U64(parameter);
+    record.Zeros((kMostParameters - fault.parameters.size()) * 8)
+        .U32(context.size)
+        .U32(context.offset);
+    return dump.Append(record.Bytes());
+}
+
+Place MemoryRecords(DumpWriter& dump, const Memory& stack, const Memory& code) {
+    Record<36> record;
+    record.U32(2);
+    for (const Memory& memory : {stack, code}) {
+        record.U64(memory.address).U32(memory.place.size).U32(memory.place.offset);
+    }
+    return dump.Append(record.Bytes());
+}
+
+// The build identifier as debuggers look for it.
+Place BuildIdRecord(DumpWriter& dump, const Module& module) {
+    constexpr std::uint32_t kSignature = 0x4270454C;
+    if (module.buildId.empty()) return {};
+    Record<4> signature;
+    const Place first = dump.Reserve(4 + module.buildId.size());
+    dump.Write(first.offset, signature.U32(kSignature).Bytes());
+    dump.Write(first.offset + 4, module.buildId);
+    return first;
+}
+
+void WriteModule(DumpWriter& dump, std::uint64_t offset, const Module& module) {
+    const Place name = dump.AppendText(module.path);
+    const Place buildId = BuildIdRecord(dump, module);
+    Record<kModuleSize> record;
+    record.U64(module.base)
+        .U32(module.size)
+        .U32(module.checksum)
+        .U32(module.timeStamp)
+        .U32(name.offset)
+        .Zeros(52)  // version: none in the files of this system
+        .U32(buildId.size)
+        .U32(buildId.offset)
+        .Zeros(24);  // other debug records, reserved
+    dump.Write(offset, record.Bytes());
+}
+
+Place ModuleRecords(DumpWriter& dump) {
+    std::size_t count = 0;
+    auto countModule = [&count](const Module&) {
+        ++count;
+        return true;
+    };
+    ForEachModule(std::ref(countModule));
+
+    const Place list = dump.Reserve(4 + count * kModuleSize);
+    std::size_t written = 0;
+    auto writeModule = [&](const Module& module) {
+        if (written == count) return false;  // another thread has loaded one meanwhile
+        WriteModule(dump, list.offset + 4 + written * kModuleSize, module);
+        ++written;
+        return true;
+    };
+    ForEachModule(std::ref(writeModule));
+    Record<4> head;
+    dump.Write(list.offset, head.U32(written).Bytes());
+    return {static_cast<std::uint32_t>(4 + written * kModuleSize), list.offset};
+}
+
+}  // namespace
+
+bool WriteMiniDump(FaultFile& file, const Fault& fault) {
+    constexpr std::uint64_t kCodeAround = 128;
+    DumpWriter dump(file);
+    const Place context = fault.systemContext == nullptr
+                              ? Place{}
+                              : dump.Append(posix::ThreadContext(fault.systemContext));
+    const Memory stack = dump.AppendMemory(fault.stackBegin, fault.stackEnd);
+    const std::uint64_t instruction = fault.registers.rip;
+    const Memory code = dump.AppendMemory(instruction - std::min(instruction, kCodeAround),
+                                          instruction + kCodeAround);
+    dump.AddStream(kSystemInfo, SystemRecord(dump));
+    dump.AddStream(kMiscInfo, MiscRecord(dump));
+    dump.AddStream(kThreadList, ThreadRecords(dump, fault, context, stack));
+    dump.AddStream(kException, ExceptionRecord(dump, fault, context));
+    dump.AddStream(kMemoryList, MemoryRecords(dump, stack, code));
+    dump.AddStream(kModuleList, ModuleRecords(dump));
+    return dump.Finish();
+}
+
+}  // namespace platform

@@ -1,0 +1,237 @@
+#include "platform/Faults.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <mutex>
+
+#include "platform/posix/FaultContext.h"
+
+namespace platform {
+namespace {
+
+constexpr std::array kFaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
+constexpr int kRaiseSignal = SIGILL;
+constexpr int kExitCode = 1;
+
+std::array<struct sigaction, kFaultSignals.size()> previousActions;
+
+// What a thread is inside of.
+struct Guard {
+    FaultFilter filter;
+    Guard* outer;
+    std::uint64_t stackLimit = 0;  // the lowest address of the stack that can be used
+    std::uint64_t stackEnd = 0;
+    std::uint64_t forbidden = 0;  // bytes below the limit that belong to no one else
+    std::uint32_t raised = 0;     // the code of the fault that the thread gives itself
+};
+
+// Must be reachable without the loader's help, which allocates.
+[[gnu::tls_model("initial-exec")]] constinit thread_local Guard* innermost = nullptr;
+
+// Where the calling thread's signals are handled while this lives. Without memory for it they are
+// handled on the thread's own stack.
+class AlternateStack {
+public:
+    AlternateStack() noexcept {
+        void* const place =
+            mmap(nullptr, kForbidden + kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (place == MAP_FAILED) return;
+        place_ = static_cast<std::byte*>(place);
+        const stack_t mine{.ss_sp = place_ + kForbidden, .ss_flags = 0, .ss_size = kSize};
+        installed_ = mprotect(place_ + kForbidden, kSize, PROT_READ | PROT_WRITE) == 0 &&
+                     sigaltstack(&mine, &before_) == 0;
+    }
+    AlternateStack(const AlternateStack&) = delete;
+    AlternateStack& operator=(const AlternateStack&) = delete;
+    ~AlternateStack() {
+        if (installed_) sigaltstack(&before_, nullptr);
+        if (place_ != nullptr) munmap(place_, kForbidden + kSize);
+    }
+
+private:
+    static constexpr std::size_t kSize = std::size_t{128} << 10U;
+    static constexpr std::size_t kForbidden = std::size_t{64} << 10U;  // pages of every size fit
+
+    std::byte* place_ = nullptr;
+    bool installed_ = false;
+    stack_t before_{};
+};
+
+void FindStack(Guard& guard) {
+    // A frame may be larger than the system's guard and miss it by so much.
+    constexpr std::size_t kReach = std::size_t{64} << 10U;
+    pthread_attr_t attributes;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
+    void* low = nullptr;
+    std::size_t size = 0;
+    std::size_t forbidden = 0;
+    if (pthread_attr_getstack(&attributes, &low, &size) == 0 &&
+        pthread_attr_getguardsize(&attributes, &forbidden) == 0) {
+        guard.stackLimit = reinterpret_cast<std::uintptr_t>(low);
+        guard.stackEnd = guard.stackLimit + size;
+        guard.forbidden = std::max(forbidden, kReach);
+    }
+    pthread_attr_destroy(&attributes);
+}
+
+bool IsBelowStack(const Guard& guard, std::uint64_t address) {
+    return address < guard.stackLimit && guard.stackLimit - address <= guard.forbidden;
+}
+
+std::uint64_t StackBegin(const Guard& guard, std::uint64_t stackPointer) {
+    if (IsBelowStack(guard, stackPointer)) return guard.stackLimit;
+    const bool isInside = stackPointer >= guard.stackLimit && stackPointer < guard.stackEnd;
+    return isInside ? stackPointer : guard.stackEnd;
+}
+
+std::uint32_t ArithmeticCode(int reason) {
+    switch (reason) {
+        case FPE_INTDIV:
+            return kFaultIntegerDivide;
+        case FPE_INTOVF:
+            return kFaultIntegerOverflow;
+        case FPE_FLTDIV:
+            return kFaultFloatDivide;
+        case FPE_FLTOVF:
+            return kFaultFloatOverflow;
+        case FPE_FLTUND:
+            return kFaultFloatUnderflow;
+        case FPE_FLTRES:
+            return kFaultFloatInexact;
+        case FPE_FLTSUB:
+            return kFaultArrayBounds;
+        default:
+            return kFaultFloatInvalid;
+    }
+}
+
+std::uint32_t BusCode(int reason) {
+    switch (reason) {
+        case BUS_ADRALN:
+            return kFaultMisalignment;
+        case SI_KERNEL:
+            return kFaultAccessViolation;  // a stack pointer that no page could have
+        default:
+            return kFaultInPageError;
+    }
+}
+
+std::uint32_t CodeOf(const siginfo_t& signal, const void* context) {
+    switch (signal.si_signo) {
+        case SIGBUS:
+            return BusCode(signal.si_code);
+        case SIGFPE:
+            return ArithmeticCode(signal.si_code);
+        case SIGILL:
+            return signal.si_code == ILL_PRVOPC ? kFaultPrivilegedInstruction
+                                                : kFaultIllegalInstruction;
+        case SIGTRAP:
+            return signal.si_code == TRAP_TRACE ? kFaultSingleStep : kFaultBreakpoint;
+        default:
+            return posix::IsAtPrivilegedInstruction(context) ? kFaultPrivilegedInstruction
+                                                             : kFaultAccessViolation;
+    }
+}
+
+Fault Describe(const Guard& guard, const siginfo_t& signal, const void* context) {
+    Fault fault;
+    fault.code = guard.raised != 0 ? guard.raised : CodeOf(signal, context);
+    fault.threadId = static_cast<std::uint32_t>(gettid());
+    fault.registers = posix::RegistersOf(context);
+    fault.stackBegin = StackBegin(guard, fault.registers.rsp);
+    fault.stackEnd = guard.stackEnd;
+    fault.systemContext = context;
+    if (fault.code == kFaultAccessViolation || fault.code == kFaultInPageError) {
+        const posix::MemoryUse use = posix::MemoryUseOf(signal, context);
+        fault.parameterCount = 2;
+        fault.parameters = {use.isWrite ? 1U : 0U, use.address};
+        if (fault.code == kFaultAccessViolation &&
+            (IsBelowStack(guard, use.address) || IsBelowStack(guard, fault.registers.rsp))) {
+            fault.code = kFaultStackOverflow;
+        }
+    }
+    return fault;
+}
+
+void PassOn(int number, siginfo_t* signal, void* context) {
+    const auto at = std::find(kFaultSignals.begin(), kFaultSignals.end(), number);
+    const struct sigaction& previous =
+        previousActions[static_cast<std::size_t>(at - kFaultSignals.begin())];
+    if ((previous.sa_flags & SA_SIGINFO) != 0) {
+        previous.sa_sigaction(number, signal, context);
+    } else if (previous.sa_handler == SIG_IGN && signal->si_code <= 0) {
+        return;  // somebody sent it; a fault is never ignored
+    } else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
+        previous.sa_handler(number);
+    } else {
+        // Waits, blocked, until the handler has returned: then the system ends the process where
+        // it faulted.
+        struct sigaction standard {};
+        standard.sa_handler = SIG_DFL;
+        sigaction(number, &standard, nullptr);
+        tgkill(getpid(), gettid(), number);
+    }
+}
+
+// Signals that the system made, and the one that RaiseFault sends.
+bool IsFault(const Guard& guard, const siginfo_t& signal) {
+    return signal.si_code > 0 || (guard.raised != 0 && signal.si_signo == kRaiseSignal);
+}
+
+void OnSignal(int number, siginfo_t* signal, void* context) {
+    const int error = errno;
+    Guard* const guard = innermost;
+    if (guard == nullptr || !IsFault(*guard, *signal)) {
+        PassOn(number, signal, context);
+    } else if (guard->filter(Describe(*guard, *signal, context)) == FaultAnswer::EndProcess) {
+        _exit(kExitCode);
+    } else if (guard->raised == 0) {
+        PassOn(number, signal, context);
+    }
+    errno = error;
+}
+
+void InstallHandlers() {
+    struct sigaction action {};
+    action.sa_sigaction = OnSignal;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigfillset(&action.sa_mask);
+    for (std::size_t i = 0; i < kFaultSignals.size(); ++i) {
+        // First, so that a fault on another thread right after finds where to go.
+        sigaction(kFaultSignals[i], nullptr, &previousActions[i]);
+        sigaction(kFaultSignals[i], &action, nullptr);
+    }
+}
+
+}  // namespace
+
+std::uint32_t CallGuarded(FaultFilter filter, const std::function<std::uint32_t()>& function) {
+    static std::once_flag installed;
+    std::call_once(installed, InstallHandlers);
+    const AlternateStack stack;
+    Guard guard{.filter = filter, .outer = innermost};
+    FindStack(guard);
+    struct Leave {
+        ~Leave() { innermost = innermost->outer; }
+    };
+    innermost = &guard;
+    const Leave leave;
+    return function();
+}
+
+bool IsGuarded() { return innermost != nullptr; }
+
+void RaiseFault(std::uint32_t code) {
+    innermost->raised = code;
+    tgkill(getpid(), gettid(), kRaiseSignal);
+    innermost->raised = 0;
+}
+
+}  // namespace platform
