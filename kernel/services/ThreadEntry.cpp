@@ -1,14 +1,14 @@
 #include "kernel/services/ThreadEntry.h"
 
 #include "kernel/Exceptions.h"
+#include "kernel/services/CrashReport.h"
 #include "kernel/services/FatalError.h"
 #include "kernel/services/Thread.h"
 
 namespace Vorn {
+namespace {
 
-std::uint32_t ThreadEntry(Thread& thread) {
-    if (IsTerminating()) return 0;
-    const FatalErrorUser user;
+std::uint32_t CallFunction(Thread& thread) {
     try {
         return thread.CallFunction();
     } catch (const AssertEx&) {
@@ -17,6 +17,15 @@ std::uint32_t ThreadEntry(Thread& thread) {
         ShowFatalError(exception);
         return 0;
     }
+}
+
+}  // namespace
+
+std::uint32_t ThreadEntry(Thread& thread) {
+    if (IsTerminating()) return 0;
+    const FatalErrorUser user;
+    PrepareCrashReport();
+    return platform::CallGuarded(WriteCrashReport, [&thread] { return CallFunction(thread); });
 }
 
 }  // namespace Vorn

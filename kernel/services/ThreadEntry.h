@@ -12,7 +12,8 @@ class AssertEx {};
 
 // Calls the thread's function and returns its result. A kernel exception that leaves the function
 // is shown as a fatal error; that, and an AssertEx, make the result 0. So does a process that is
-// terminating: then the function is not called.
+// terminating: then the function is not called. A fault of the processor, and an exception that
+// nobody catches, leave a crash report (CrashReport.h).
 [[nodiscard]] std::uint32_t ThreadEntry(Thread& thread);
 
 }  // namespace Vorn
