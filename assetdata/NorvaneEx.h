@@ -1,0 +1,15 @@
+// What the asset data library throws for misuse. Outcomes are returned, never thrown.
+#pragma once
+
+#include "kernel/Exceptions.h"
+
+namespace Vorn {
+
+class NorvaneEx : public Exception {
+public:
+    // The reason is "Norvane Error". `file` must be a constant.
+    NorvaneEx(const char* file, int line);
+    [[nodiscard]] const char* GetClassName() const override { return "Norvane"; }
+};
+
+}  // namespace Vorn
