@@ -158,9 +158,7 @@ TEST_F(PluginSystemTest, DeclarationsComeInTheirOrderAndEachFileOnce) {
 }
 
 TEST_F(PluginSystemTest, SkipsMalformedItemsAndWarnsOnce) {
-    char* logged = nullptr;
-    std::size_t size = 0;
-    std::FILE* stream = open_memstream(&logged, &size);
+    std::FILE* stream = std::fopen("log.txt", "wb");
     SetLogConsoleStream(stream);
     Configure("-PluginGroup=x:y,:" SAMPLE_GROUP
               ",Greeters:1,g:10000000-0000-0000-0000-000000000000:{0000000-0000-0000-0000-0}"
@@ -169,7 +167,7 @@ TEST_F(PluginSystemTest, SkipsMalformedItemsAndWarnsOnce) {
               " -PluginRemap=" SAMPLE_REMAP ",x:20000000-0000-0000-0000-000000000000");
     SetLogConsoleStream(nullptr);
     std::fclose(stream);
-    const std::string lines = std::exchange(logged, nullptr);
+    const std::string lines = here_.Read("log.txt");
 
     EXPECT_STREQ(Greeting(kGroup, kOldPlugin), "hello from the program");
     EXPECT_STREQ(Greeting(kGroup, Intern("ok")), "hello from the program");
