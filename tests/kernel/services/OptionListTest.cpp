@@ -1,29 +1,17 @@
 // Option texts as a person writes them, and the lookups on what was read.
 #include "kernel/services/OptionList.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "kernel/services/KernelOptions.h"
+#include "tests/support/Tests.h"
 
-namespace Vorn {
+namespace Vorn::Testing {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-using Pairs = std::vector<std::pair<std::string, std::string>>;
-
-Pairs PairsOf(const OptionList& list) {
-    Pairs pairs;
-    for (const Option& option : list) pairs.emplace_back(option.name.Text(), option.value.Text());
-    return pairs;
+// "name=value;" for each option.
+std::string TextOf(const OptionList& list) {
+    std::string text;
+    for (const Option& option : list) text += option.name.Text() + "="s + option.value.Text() + ";";
+    return text;
 }
 
 std::vector<std::string> ItemsOf(const std::string& text, const char* separators) {
@@ -36,54 +24,49 @@ std::vector<std::string> ItemsOf(const std::string& text, const char* separators
 }
 
 TEST(OptionParsing, ReadsNamesAndValuesInOrderOfFirstAppearance) {
-    const struct {
-        std::string text;
-        Pairs options;
-    } rows[] = {
-        {"", {}},
-        {" \t\n\v\f\r", {}},
-        {"-HideWindow", {{"hidewindow", ""}}},
-        {"a/b /C\xC4 +d", {{"a/b", ""}, {"c\xC4", ""}, {"d", ""}}},
-        {"-LogFlush- -LogFlush2+x", {{"logflush", "-"}, {"logflush2", "+"}, {"x", ""}}},
-        {"-A -", {{"a", ""}}},
-        {"-A=1 -a=2 -b", {{"a", "2"}, {"b", ""}}},
-        {"-a=1 -a", {{"a", ""}}},
-        {R"(-Path='C:\a b' -Next)", {{"path", R"(C:\a b)"}, {"next", ""}}},
-        {R"(-a="x'b -c="open -d )", {{"a", "x"}, {"b", ""}, {"c", "open -d "}}},
-        {R"(-LogFile=C:\My Logs\a.txt -X)", {{"logfile", R"(C:\My Logs\a.txt)"}, {"x", ""}}},
-        {"-X=a -b", {{"x", "a"}, {"b", ""}}},
-        {"-X=a-b \t /c", {{"x", "a-b"}, {"c", ""}}},
-        {"X \n = \t a  b \r\n", {{"x", "a  b"}}},
-        {"-X= -b", {{"x", "-b"}}},
-        {"-X=", {{"x", ""}}},
-        {"- =x --n +", {{"n", ""}}},
-        {"=x -y=1", {{"y", "1"}}},
-        {"- foo", {{"foo", ""}}},
-        {"+R=OpenGL,DirectX", {{"r", "OpenGL,DirectX"}}},
-        {"-R=Soft +r=OpenGL +R", {{"r", "Soft,OpenGL,"}}},
-        {"-R +r=a /r=b", {{"r", "b"}}},
-        {std::string("-a\0-b", 5), {{"a", ""}}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
+    for (const char* row : {"|",
+                            " \t\n\v\f\r|",
+                            "-HideWindow|hidewindow=;",
+                            "a/b /C\xC4 +d|a/b=;c\xC4=;d=;",
+                            "-LogFlush- -LogFlush2+x|logflush=-;logflush2=+;x=;",
+                            "-A -|a=;",
+                            "-A=1 -a=2 -b|a=2;b=;",
+                            "-a=1 -a|a=;",
+                            "-Path='C:\\a b' -Next|path=C:\\a b;next=;",
+                            "-a=\"x'b -c=\"open -d |a=x;b=;c=open -d ;",
+                            "-LogFile=C:\\My Logs\\a.txt -X|logfile=C:\\My Logs\\a.txt;x=;",
+                            "-X=a -b|x=a;b=;",
+                            "-X=a-b \t /c|x=a-b;c=;",
+                            "X \n = \t a  b \r\n|x=a  b;",
+                            "-X= -b|x=-b;",
+                            "-X=|x=;",
+                            "- =x --n +|n=;",
+                            "=x -y=1|y=1;",
+                            "- foo|foo=;",
+                            "+R=OpenGL,DirectX|r=OpenGL,DirectX;",
+                            "-R=Soft +r=OpenGL +R|r=Soft,OpenGL,;",
+                            "-R +r=a /r=b|r=b;"}) {
         OptionList list;
-        ParseOptions(list, row.text);
-        EXPECT_EQ(PairsOf(list), row.options);
-        EXPECT_EQ(list.Count(), row.options.size());
+        ParseOptions(list, Cells(row)[0]);
+        EXPECT_EQ(TextOf(list), Cells(row)[1]) << row;
     }
+    OptionList list;
+    ParseOptions(list, "-a\0-b"sv);
+    EXPECT_EQ(TextOf(list), "a=;");
+    EXPECT_EQ(list.Count(), 1u);
 }
 
 TEST(OptionParsing, LaterTextsUpdateTheRecordsOfEarlierOnes) {
     KernelOptions options("", "-nullrender", 1, 2);
     OptionList& list = options.GetOptionList();
-    EXPECT_THAT(PairsOf(list), IsEmpty());
+    EXPECT_EQ(TextOf(list), "");
     ParseOptions(list, "-Render=Soft -b=1");
     const Option* render = FindOption(list, "RENDER");
     ParseOptions(list, "-c +Render=OpenGL,DirectX");
 
     EXPECT_EQ(FindOption(list, "render"), render);
     EXPECT_EQ(FindOption(list, "rende"), nullptr);
-    EXPECT_EQ(PairsOf(list), (Pairs{{"render", "Soft,OpenGL,DirectX"}, {"b", "1"}, {"c", ""}}));
+    EXPECT_EQ(TextOf(list), "render=Soft,OpenGL,DirectX;b=1;c=;");
 }
 
 // Looking each name up in the list itself would take many minutes.
@@ -110,49 +93,32 @@ TEST(OptionParsing, AppendingManyItemsMovesTheValueFewTimes) {
 }
 
 TEST(OptionLookup, BooleansFlipTheDefaultUnlessTheySayWhich) {
-    const struct {
-        const char* text;
-        bool whenFalse, whenTrue;
-    } rows[] = {
-        {"-f", true, false},      {"+f", true, false},        {"-f-", false, false},
-        {"-f+", true, true},      {"-f=oN", true, true},      {"-f=TRUE", true, true},
-        {"-f=off", false, false}, {"-f=False", false, false}, {"-f=yes", true, false},
-        {"-f=one", true, false},  {"-f=-x", false, false},    {"-f=+x", true, true},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        OptionList list;
-        ParseOptions(list, row.text);
-        bool out = false;
-        EXPECT_TRUE(GetOptionBool(list, "F", out, false));
-        EXPECT_EQ(out, row.whenFalse);
-        EXPECT_TRUE(GetOptionBool(list, "f", out, true));
-        EXPECT_EQ(out, row.whenTrue);
+    for (const auto& [texts, whenFalse, whenTrue] : Table<std::vector<const char*>, bool, bool>{
+             {{"-f", "+f", "-f=yes", "-f=one"}, true, false},
+             {{"-f-", "-f=off", "-f=False", "-f=-x"}, false, false},
+             {{"-f+", "-f=oN", "-f=TRUE", "-f=+x"}, true, true}}) {
+        for (const char* text : texts) {
+            SCOPED_TRACE(text);
+            OptionList list;
+            ParseOptions(list, text);
+            bool out = false;
+            EXPECT_TRUE(GetOptionBool(list, "F", out, false));
+            EXPECT_EQ(out, whenFalse);
+            EXPECT_TRUE(GetOptionBool(list, "f", out, true));
+            EXPECT_EQ(out, whenTrue);
+        }
     }
 }
 
 TEST(OptionLookup, IntegersAreTheNumberAtTheStart) {
-    constexpr int kMost = std::numeric_limits<int>::max();
-    constexpr int kLeast = std::numeric_limits<int>::min();
-    const struct {
-        const char* text;
-        int number;
-    } rows[] = {{"-n=12abc", 12},
-                {"-n", 0},
-                {"-n=abc", 0},
-                {"-n=' \t-7'", -7},
-                {"-n=+8", 8},
-                {"-n='+-8'", 0},
-                {"-n=2147483648", kMost},
-                {"-n=-2147483648", kLeast},
-                {"-n=-99999999999999999999999", kLeast}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
+    for (const char* row : {"-n=12abc|12", "-n|0", "-n=abc|0", "-n=' \t-7'|-7", "-n=+8|8",
+                            "-n='+-8'|0", "-n=2147483648|2147483647", "-n=-2147483648|-2147483648",
+                            "-n=-99999999999999999999999|-2147483648"}) {
         OptionList list;
-        ParseOptions(list, row.text);
+        ParseOptions(list, Cells(row)[0]);
         int out = -1;
         EXPECT_TRUE(GetOptionInt(list, "N", out, 5));
-        EXPECT_EQ(out, row.number);
+        EXPECT_EQ(std::to_string(out), Cells(row)[1]) << row;
     }
 }
 
@@ -176,9 +142,8 @@ TEST(OptionItems, EndAtSeparatorsAndLoseTrailingSpace) {
     EXPECT_THAT(ItemsOf("-v=File, Err ,Warn", ","), ElementsAre("File", "Err", "Warn"));
     EXPECT_THAT(ItemsOf("-v=a,;, b c;d ", ",;"), ElementsAre("a", "b c", "d"));
     EXPECT_THAT(ItemsOf("-v=a,b", ""), ElementsAre("a,b"));
-    EXPECT_THAT(ItemsOf("-v=,a", ","), IsEmpty());
-    EXPECT_THAT(ItemsOf("-v=' ,a'", ","), IsEmpty());
-    EXPECT_THAT(ItemsOf("-v", ","), IsEmpty());
+    for (const char* empty : {"-v=,a", "-v=' ,a'", "-v"})
+        EXPECT_THAT(ItemsOf(empty, ","), IsEmpty());
 }
 
 TEST(OptionItems, NeedABeginningAndEndWhenTheValueChanges) {
@@ -197,4 +162,4 @@ TEST(OptionItems, NeedABeginningAndEndWhenTheValueChanges) {
 }
 
 }  // namespace
-}  // namespace Vorn
+}  // namespace Vorn::Testing

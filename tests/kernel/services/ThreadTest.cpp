@@ -1,17 +1,12 @@
 // Kernel threads: their start, their end, and what ends them early.
 #include "kernel/services/Thread.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <atomic>
-#include <memory>
-
 #include "kernel/Exceptions.h"
 #include "kernel/services/ThreadEntry.h"
 #include "tests/kernel/services/FakeDialogs.h"
+#include "tests/support/Tests.h"
 
-namespace Vorn {
+namespace Vorn::Testing {
 namespace {
 
 std::uint32_t ExitCodeOf(ThreadFunction function, void* argument) {
@@ -105,4 +100,4 @@ TEST(Threads, FindACompleteObjectFromTheFirstLineOn) {
 }
 
 }  // namespace
-}  // namespace Vorn
+}  // namespace Vorn::Testing
