@@ -41,9 +41,11 @@ bool LiteralMatch(std::string_view name, std::string_view pattern) {
             const bool swallows = i < name.size() && j < pattern.size();
             if (rest.empty()) {
                 matches[i][j] = i == name.size();
+            } else if (rest.ends_with("*.") && rest.find_first_not_of('*') == rest.size() - 1) {
+                // Its star takes no dot; one that ends the name is its own.
+                matches[i][j] = std::min(name.find('.', i), name.size()) + 1 >= name.size();
             } else if (rest[0] == '*') {
-                matches[i][j] = matches[i][j + 1] || (swallows && matches[i + 1][j]) ||
-                                (rest == "*." && i == name.size());
+                matches[i][j] = matches[i][j + 1] || (swallows && matches[i + 1][j]);
             } else {
                 const auto fold = [](char c) {
                     return platform::AnsiToLower(static_cast<unsigned char>(c));

@@ -63,10 +63,7 @@ private:
     // One step forward; false on a mismatch.
     bool Step() {
         const char c = name_[at_];
-        if (Wanted() == '*') {
-            StepStar(c);
-            return true;
-        }
+        if (Wanted() == '*') return AtNoExtension() ? StepNoExtension(c) : StepStar(c);
         if (Wanted() == '?') {
             if (!IsSeparator(c)) ++at_;
         } else if (Equals(c, Wanted())) {
@@ -79,8 +76,23 @@ private:
         return true;
     }
 
+    // Whether the alternative ends in "*." here.
+    [[nodiscard]] bool AtNoExtension() const {
+        const std::string_view rest = patterns_.substr(pattern_);
+        return rest == "*." || rest.starts_with("*.;");
+    }
+
+    // Its star swallows no '.', and its own '.' matches the last byte of a name only.
+    bool StepNoExtension(char c) {
+        if (c == '.' && at_ + 1 < name_.size()) return false;
+        if (c == '.') pattern_ += 2;
+        if (IsSeparator(c)) return StepStar(c);
+        ++at_;
+        return true;
+    }
+
     // Goes on after the star where the byte after it may match, else swallows `c`.
-    void StepStar(char c) {
+    bool StepStar(char c) {
         const char next = pattern_ + 1 < patterns_.size() ? patterns_[pattern_ + 1] : '\0';
         const bool last = pattern_ + 1 == patterns_.size();
         if (next == '*') {
@@ -94,6 +106,7 @@ private:
         } else {
             ++at_;
         }
+        return true;
     }
 
     bool Backtrack() {

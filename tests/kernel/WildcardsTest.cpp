@@ -33,9 +33,9 @@ TEST(Wildcards, MatchTheTable) {
                             "|*"}) {
         EXPECT_TRUE(MatchWildcards(Cells(row)[0], Cells(row)[1])) << row;
     }
-    for (const char* row :
-         {"readme|*.*", "b.bmp|*.txt;*.bm", "a/b.txt|*.txt", "x/y/b.tga|*/b.tga", "b/c|a;b/c",
-          "ac|a?c", "|*?", "[.txt|{.txt", "a|", "data|data/x", "data/x|dat"}) {
+    for (const char* row : {"readme|*.*", "a.b|*.", "a.b.c|*.;*.b", "x.y|x**.", "b.bmp|*.txt;*.bm",
+                            "a/b.txt|*.txt", "x/y/b.tga|*/b.tga", "b/c|a;b/c", "ac|a?c", "|*?",
+                            "[.txt|{.txt", "a|", "data|data/x", "data/x|dat"}) {
         std::size_t dirEnd = 0;
         EXPECT_FALSE(MatchWildcards(Cells(row)[0], Cells(row)[1], &dirEnd)) << row;
         EXPECT_EQ(dirEnd, kNone) << row;
