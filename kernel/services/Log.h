@@ -3,7 +3,7 @@
 // Before InitLog, and in programs that never call it, lines reach the debugger only. The file
 // begins with the version and "Begin:", and ends with "End." at the process's exit or "Shutdown."
 // after a fatal error. It is 8-bit text. A line that cannot be written, or for which there is no
-// memory, is lost without a word; nothing here throws but InitLog.
+// memory, is lost without a word; only InitLog and RegisterLogModule throw, std::bad_alloc.
 //
 // Threads: any thread may write; lines never mix, in the file or on the console. Writers of the
 // file exclude each other by the log lock, which is innermost: inside it the log takes no other
@@ -53,7 +53,7 @@ void SetLogConsoleStream(std::FILE* stream);
 void ShutdownLog() noexcept;
 
 // The same for a thread that has faulted, in its fault handler: allocates and frees nothing, and
-// leaves the file open for the end of the process to close. It waits at most half a second for a
+// only CloseLog or the end of the process closes the file. It waits at most half a second for a
 // line of another thread. False, and the file as it is, when that did not end in time or the fault
 // was in writing to the log itself.
 bool ShutdownLogAfterFault() noexcept;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "kernel/Exceptions.h"
 #include "platform/Clock.h"
 
 namespace Vorn {
@@ -47,9 +48,14 @@ bool LogLock::TryEnterFirst(int milliseconds) {
 
 bool LogFile::Open(const char* path) {
     auto file = std::make_unique<File>();
-    if (file->Open(path, kWritePlain | kCreateOrTruncate) != RES_OK) return false;
+    try {
+        if (file->Open(path, kWritePlain | kCreateOrTruncate) != RES_OK) return false;
+    } catch (const FileEx&) {
+        return false;  // a path that is too long
+    }
     const Held held(lock_);
     file_ = file.release();
+    ended_ = false;
     return true;
 }
 
@@ -60,14 +66,14 @@ void LogFile::Write(std::string_view text) {
 
 void LogFile::WriteThrough(std::string_view text) {
     const Held held(lock_);
-    if (file_ == nullptr) return;
+    if (file_ == nullptr || ended_) return;
     Write(text);
     file_->Flush();
 }
 
 void LogFile::WriteLine(LogModule& module, std::string_view line, bool flush) {
     const Held held(lock_);
-    if (file_ == nullptr || module.busy_) return;
+    if (file_ == nullptr || ended_ || module.busy_) return;
     struct Busy {
         explicit Busy(bool& flag) : busy(flag) { busy = true; }
         ~Busy() { busy = false; }
@@ -81,7 +87,7 @@ void LogFile::WriteLine(LogModule& module, std::string_view line, bool flush) {
 void LogFile::End(std::string_view last) {
     const Held held(lock_);
     if (file_ == nullptr) return;
-    Write(last);
+    if (!ended_) Write(last);
     // Lines that closing gives rise to find no file.
     const std::unique_ptr<File> closing(std::exchange(file_, nullptr));
     closing->Close();
@@ -89,10 +95,10 @@ void LogFile::End(std::string_view last) {
 
 bool LogFile::EndAfterFault(std::string_view last) {
     if (!lock_.TryEnterFirst(kFaultWait)) return false;
-    if (file_ != nullptr) {
+    if (file_ != nullptr && !ended_) {
         Write(last);
         file_->Flush();
-        file_ = nullptr;
+        ended_ = true;
     }
     lock_.Leave();
     return true;

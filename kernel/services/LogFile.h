@@ -48,6 +48,7 @@ private:
 
     LogLock lock_;
     File* file_ VORN_GUARDED_BY(lock_) = nullptr;  // owned; open
+    bool ended_ VORN_GUARDED_BY(lock_) = false;    // after a fault
 };
 
 }  // namespace Vorn

@@ -58,7 +58,7 @@ void TaskManager::Update(double now) {
     passTime_ = now;
     ForEachTask([&](Task& task) {
         const double elapsed = now - task.lastTime_;
-        if (elapsed < 0 || elapsed < static_cast<double>(task.period_)) return;
+        if (elapsed < static_cast<double>(task.period_)) return;
         if (!task.started_ && options_ == nullptr) return;
         task.lastTime_ = now;
         if (task.started_ || task.Start(*options_)) task.Update(static_cast<float>(elapsed));

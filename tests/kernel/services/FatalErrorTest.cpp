@@ -19,14 +19,8 @@ const Exception kError("kernel/Some", 12, "It broke");
 
 class FatalError : public LogFixture {
 protected:
-    void SetUp() override {
-        LogFixture::SetUp();
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
-    }
-    void TearDown() override {
-        Dialogs().answer = nullptr;
-        LogFixture::TearDown();
-    }
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+    void TearDown() override { Dialogs().answer = nullptr; }
 };
 
 TEST_F(FatalError, SaysWhereWhatAndWhyAndEndsTheLogWithIt) {

@@ -8,11 +8,11 @@ namespace Vorn {
 
 class LogFixture : public testing::Test {
 protected:
-    void SetUp() override {
+    LogFixture() {
         CloseLog();
         folder_.Enter();
     }
-    void TearDown() override { CloseLog(); }
+    ~LogFixture() override { CloseLog(); }
 
     static void Init(const std::string& options) {
         OptionList list;

@@ -10,7 +10,6 @@ TEST_F(LogOptions, ConfigureTheModulesTheyName) {
     constexpr std::uint32_t kBoth = kLogToFile | kLogToDebugger;
     constexpr std::uint32_t kAll = kLogNewlines | kLogPrefix;
     const Table<const char*, LogLevel, std::uint32_t, std::uint32_t> rows = {
-        {"-Log=Other:Err", LogLevel::Warn, kBoth, kAll},
         {"-Log=Foo:None", LogLevel::None, kBoth, kAll},
         {"-Log=Foo:Err:WARN", LogLevel::Warn, kBoth, kAll},
         {"-Log=fOO::diag:", LogLevel::Diag, kBoth, kAll},
@@ -27,10 +26,10 @@ TEST_F(LogOptions, ConfigureTheModulesTheyName) {
             SCOPED_TRACE(options);
             if (existing) RegisterLogModule("Foo");
             Init(options);
-            const LogModule* module = RegisterLogModule("Foo");
-            EXPECT_EQ(module->Level(), level);
-            EXPECT_EQ(module->Sinks(), sinks);
-            EXPECT_EQ(module->Format(), format);
+            const LogModule& module = *RegisterLogModule("Foo");
+            EXPECT_EQ(std::tuple(module.Level(), module.Sinks(), module.Format()),
+                      std::tuple(level, sinks, format));
+            EXPECT_EQ(RegisterLogModule("")->Level(), LogLevel::Warn);
             CloseLog();
         }
     }

@@ -23,15 +23,14 @@ protected:
 };
 
 TEST_F(Log, LinesBeginWithLevelThreadTimeAndModule) {
-    EXPECT_EQ(LogPrefix(LogLevel::Err, 0xAB12, 90, "ExceptionHandler"),
-              "! 0000AB12 Err    1:30.0 ExceptionHandle : ");
-    const Table<LogLevel, double, const char*> rows = {
-        {LogLevel::None, 0, "  00000007 None   0:00.0 M               : "},
-        {LogLevel::Warn, 59.96, "? 00000007 Warn   0:60.0 M               : "},
-        {LogLevel::Diag, 60, "+ 00000007 Diag   0:60.0 M               : "},
-        {LogLevel::Prog, 180, "- 00000007 Prog   2:60.0 M               : "}};
-    for (const auto& [level, seconds, line] : rows) {
-        EXPECT_EQ(LogPrefix(level, 7, seconds, "M"), line);
+    const Table<LogLevel, double, const char*, const char*> rows = {
+        {LogLevel::None, 0, "M", "  0000AB12 None   0:00.0 M               : "},
+        {LogLevel::Err, 90, "ExceptionHandler", "! 0000AB12 Err    1:30.0 ExceptionHandle : "},
+        {LogLevel::Warn, 59.96, "M", "? 0000AB12 Warn   0:60.0 M               : "},
+        {LogLevel::Diag, 60, "M", "+ 0000AB12 Diag   0:60.0 M               : "},
+        {LogLevel::Prog, 180, "M", "- 0000AB12 Prog   2:60.0 M               : "}};
+    for (const auto& [level, seconds, module, line] : rows) {
+        EXPECT_EQ(LogPrefix(level, 0xAB12, seconds, module), line);
     }
 }
 
@@ -55,11 +54,11 @@ TEST_F(Log, FileHoldsTheBuildTheLinesAndTheEnd) {
     EXPECT_EQ(Body("other.txt"), "Begin:\r\n");
     ShutdownLog();
     Err("too late");
-    CloseLog();
     EXPECT_EQ(Body("other.txt"), "Begin:\r\nlater\r\nShutdown.\r\n");
 }
 
 TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
+    const std::string longPath = "-LogFile=." + std::string(300, '/') + "x";
     // Options; then what the file behind its banner, the debugger and the console hold.
     const Table<const char*, const char*, const char*, const char*> rows = {
         {"-A", "Begin:\r\nw\r\ne\r\nEnd.\r\n", "w\r\ne\r\n", "w\r\ne\r\n"},
@@ -71,7 +70,8 @@ TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
         {"-Log=M:file=off:mono=off:window", "Begin:\r\nEnd.\r\n", "", "w\r\ne\r\n"},
         {"-NoLog", "Log Disabled.\r\n", "", ""},
         {"-NoLog -LogFile=''", "", "w\r\ne\r\n", "w\r\ne\r\n"},
-        {"-LogFile=no/such/folder/log.txt", "", "", ""}};
+        {"-LogFile=no/such/folder/log.txt", "", "", ""},
+        {longPath.c_str(), "", "", ""}};
     setenv("VORN_DEBUG_OUTPUT", "1", 1);
     for (const auto& [options, file, debugger, console] : rows) {
         SCOPED_TRACE(options);
@@ -90,6 +90,11 @@ TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
         EXPECT_EQ(folder_.Read("console"), console);
         fs::remove("VornLog.txt");
     }
+    testing::internal::CaptureStderr();
+    Init("-LogDisplayModuleName- -LogStdErr -LogStdOut -Log=M:mono=off");
+    Err("on the console");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "on the console\r\n");
+    CloseLog();
     // Without InitLog; the raw writer asks for no level.
     testing::internal::CaptureStderr();
     LogWriteRaw(*RegisterLogModule("M"), LogLevel::Prog, "raw");
@@ -111,26 +116,23 @@ TEST_F(Log, ThreadsNeverMixTheirLines) {
     for (std::size_t t = 0; t < kThreads; ++t) {
         for (int i = 0; i < kLines; ++i) expected[LineOf(t, i)[0]] += LineOf(t, i) + "\r\n";
     }
-    for (const char* flush : {"-LogFlush+", "-LogFlush-"}) {
-        SCOPED_TRACE(flush);
-        const Stream stream(std::fopen("console", "w"), std::fclose);
-        Init("-LogDisplayModuleName- "s + flush);
-        SetLogConsoleStream(stream.get());
-        InThreads(kThreads, [](std::size_t t) {
-            LogModule* module = RegisterLogModule(t % 2 == 0 ? "Even" : "Odd");
-            for (int i = 0; i < kLines; ++i) {
-                LogWrite(module, LogLevel::Warn, "%s", LineOf(t, i).c_str());
-            }
-        });
-        CloseLog();
-        std::fflush(stream.get());
-        for (const std::string& text : {Body(), folder_.Read("console")}) {
-            std::map<char, std::string> seen;
-            std::istringstream lines(text);
-            for (std::string line; std::getline(lines, line);) seen[line[0]] += line + "\n";
-            EXPECT_EQ(seen.erase('B') + seen.erase('E'), text == Body() ? 2u : 0u);
-            EXPECT_TRUE(seen == expected) << text.substr(0, 2'000);
+    const Stream stream(std::fopen("console", "w"), std::fclose);
+    Init("-LogDisplayModuleName- -LogFlush-");
+    SetLogConsoleStream(stream.get());
+    InThreads(kThreads, [](std::size_t t) {
+        LogModule* module = RegisterLogModule(t % 2 == 0 ? "Even" : "Odd");
+        for (int i = 0; i < kLines; ++i) {
+            LogWrite(module, LogLevel::Warn, "%s", LineOf(t, i).c_str());
         }
+    });
+    CloseLog();
+    std::fflush(stream.get());
+    for (const std::string& text : {Body(), folder_.Read("console")}) {
+        std::map<char, std::string> seen;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) seen[line[0]] += line + "\n";
+        EXPECT_EQ(seen.erase('B') + seen.erase('E'), text == Body() ? 2u : 0u);
+        EXPECT_TRUE(seen == expected) << text.substr(0, 2'000);
     }
 }
 
@@ -148,60 +150,38 @@ TEST_F(Log, EndsAsTheVeryLastThingInTheProcess) {
     EXPECT_EQ(Body("sub.txt"), "Begin:\r\nEnd.\r\n");
 }
 
+void LimitFiles(rlim_t size) {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(size, limit.rlim_max);
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+std::atomic<int> state = 0;
+
 // A write past the file-size limit raises a signal inside the log, on the thread that writes.
-class LogInterrupted : public Log {
-protected:
-    void SetUp() override {
-        Log::SetUp();
-        Init("-LogDisplayModuleName-");
-    }
-    void TearDown() override {
-        Limit(RLIM_INFINITY);
-        std::signal(SIGXFSZ, SIG_DFL);
-        Log::TearDown();
-    }
-    static void Limit(rlim_t size) {
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        limit.rlim_cur = std::min(size, limit.rlim_max);
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    static void InterruptNextWrite(void (*handler)(int)) {
-        std::signal(SIGXFSZ, handler);
-        Limit(fs::file_size("VornLog.txt"));
-    }
-
-    static inline std::atomic<int> state_ = 0;
-};
-
-TEST_F(LogInterrupted, DropsALineInsideALineOfItsModuleAndAnEndInsideALine) {
-    InterruptNextWrite([](int) {
-        Limit(RLIM_INFINITY);
+TEST_F(Log, DropsALineInsideALineOfItsModuleAndAnEndInsideALine) {
+    state = 0;
+    Init("-LogDisplayModuleName-");
+    std::signal(SIGXFSZ, [](int) {
+        LimitFiles(RLIM_INFINITY);
         Err("dropped");
-        state_ = ShutdownLogAfterFault() ? 1 : 2;
+        state = ShutdownLogAfterFault() ? 1 : 2;
+        while (state != 3) std::this_thread::yield();
     });
-    Err("refused by the system");
-    EXPECT_EQ(state_, 2);
+    LimitFiles(fs::file_size("VornLog.txt"));
+    {
+        const std::jthread writer(Err, "refused by the system");
+        while (state == 0) std::this_thread::yield();
+        EXPECT_EQ(state, 2);
+        EXPECT_FALSE(ShutdownLogAfterFault()) << "the other thread is still inside";
+        state = 3;
+    }
+    std::signal(SIGXFSZ, SIG_DFL);
     Err("after");
     EXPECT_TRUE(ShutdownLogAfterFault());
     Err("too late");
     EXPECT_EQ(Body(), "Begin:\r\nafter\r\nShutdown.\r\n");
-}
-
-TEST_F(LogInterrupted, AFaultDoesNotWaitForEverForAnotherThread) {
-    state_ = 0;
-    InterruptNextWrite([](int) {
-        state_ = 1;
-        while (state_ == 1) std::this_thread::yield();
-    });
-    {
-        const std::jthread writer(Err, "stuck");
-        while (state_ == 0) std::this_thread::yield();
-        EXPECT_FALSE(ShutdownLogAfterFault());
-        Limit(RLIM_INFINITY);
-        state_ = 2;
-    }
-    EXPECT_TRUE(ShutdownLogAfterFault());
 }
 
 }  // namespace
