@@ -10,7 +10,8 @@
 
 namespace platform {
 
-// Numbered as minidumps and their readers number them.
+struct SystemFault;
+
 enum FaultCode : std::uint32_t {
     kFaultMisalignment = 0x80000002,
     kFaultBreakpoint = 0x80000003,
@@ -49,7 +50,7 @@ struct Fault {
     // be read. Empty when the stack pointer points elsewhere.
     std::uint64_t stackBegin = 0;
     std::uint64_t stackEnd = 0;
-    const void* systemContext = nullptr;  // for WriteMiniDump; null leaves its registers out
+    const SystemFault* system = nullptr;  // what the system says of it, for WriteMiniDump
 };
 
 enum class FaultAnswer {

@@ -1,5 +1,8 @@
 // The layout is the public one of minidumps: a header, a directory of streams, and records that
 // name others by size and place. All places are from the beginning of the file.
+//
+// Debuggers expect a dump of this system to speak of faults as the system does: by the number of
+// the signal, its reason, and the address at fault. The fault's own code and parameters follow.
 #include "platform/Dumps.h"
 
 #include <sys/utsname.h>
@@ -203,17 +206,22 @@ Place ThreadRecords(DumpWriter& dump, const Fault& fault, Place context, const M
 
 Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
     constexpr std::size_t kMostParameters = 15;
+    const siginfo_t& signal = fault.system->signal;
+    const bool isRaised = signal.si_code <= 0;
+    const std::uint64_t address =
+        isRaised ? fault.registers.rip : reinterpret_cast<std::uintptr_t>(signal.si_addr);
     Record<168> record;
     record.U32(fault.threadId)
         .U32(0)
-        .U32(fault.code)
-        .U32(0)  // flags: continuable
+        .U32(static_cast<std::uint32_t>(fault.system->number))
+        .U32(isRaised ? 0 : static_cast<std::uint32_t>(signal.si_code))
         .U64(0)  // no exception behind this one
-        .U64(fault.registers.rip)
-        .U32(fault.parameterCount)
-        .U32(0);
+        .U64(address)
+        .U32(1 + fault.parameterCount)
+        .U32(0)
+        .U64(fault.code);
     for (const std::uint64_t parameter : fault.parameters) record.U64(parameter);
-    record.Zeros((kMostParameters - fault.parameters.size()) * 8)
+    record.Zeros((kMostParameters - 1 - fault.parameters.size()) * 8)
         .U32(context.size)
         .U32(context.offset);
     return dump.Append(record.Bytes());
@@ -282,9 +290,7 @@ Place ModuleRecords(DumpWriter& dump) {
 bool WriteMiniDump(FaultFile& file, const Fault& fault) {
     constexpr std::uint64_t kCodeAround = 128;
     DumpWriter dump(file);
-    const Place context = fault.systemContext == nullptr
-                              ? Place{}
-                              : dump.Append(posix::ThreadContext(fault.systemContext));
+    const Place context = dump.Append(posix::ThreadContext(fault.system->context));
     const Memory stack = dump.AppendMemory(fault.stackBegin, fault.stackEnd);
     const std::uint64_t instruction = fault.registers.rip;
     const Memory code = dump.AppendMemory(instruction - std::min(instruction, kCodeAround),

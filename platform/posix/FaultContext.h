@@ -11,6 +11,12 @@
 
 #include "platform/Faults.h"
 
+struct platform::SystemFault {
+    int number;  // of the signal; what ends a process whose thread raises its fault itself: SIGABRT
+    const siginfo_t& signal;
+    const void* context;  // of the signal
+};
+
 namespace platform::posix {
 
 [[nodiscard]] Registers RegistersOf(const void* systemContext) noexcept;

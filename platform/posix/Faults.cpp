@@ -140,14 +140,15 @@ std::uint32_t CodeOf(const siginfo_t& signal, const void* context) {
     }
 }
 
-Fault Describe(const Guard& guard, const siginfo_t& signal, const void* context) {
+Fault Describe(const Guard& guard, const SystemFault& system) {
+    const auto& [number, signal, context] = system;
     Fault fault;
     fault.code = guard.raised != 0 ? guard.raised : CodeOf(signal, context);
     fault.threadId = static_cast<std::uint32_t>(gettid());
     fault.registers = posix::RegistersOf(context);
     fault.stackBegin = StackBegin(guard, fault.registers.rsp);
     fault.stackEnd = guard.stackEnd;
-    fault.systemContext = context;
+    fault.system = &system;
     if (fault.code == kFaultAccessViolation || fault.code == kFaultInPageError) {
         const posix::MemoryUse use = posix::MemoryUseOf(signal, context);
         fault.parameterCount = 2;
@@ -185,14 +186,20 @@ bool IsFault(const Guard& guard, const siginfo_t& signal) {
     return signal.si_code > 0 || (guard.raised != 0 && signal.si_signo == kRaiseSignal);
 }
 
+void OnFault(Guard& guard, int number, siginfo_t* signal, void* context) {
+    const bool isRaised = guard.raised != 0;
+    const SystemFault system{isRaised ? SIGABRT : number, *signal, context};
+    const FaultAnswer answer = guard.filter(Describe(guard, system));
+    if (answer == FaultAnswer::EndProcess) _exit(kExitCode);
+    if (!isRaised) PassOn(number, signal, context);
+}
+
 void OnSignal(int number, siginfo_t* signal, void* context) {
     const int error = errno;
     Guard* const guard = innermost;
-    if (guard == nullptr || !IsFault(*guard, *signal)) {
-        PassOn(number, signal, context);
-    } else if (guard->filter(Describe(*guard, *signal, context)) == FaultAnswer::EndProcess) {
-        _exit(kExitCode);
-    } else if (guard->raised == 0) {
+    if (guard != nullptr && IsFault(*guard, *signal)) {
+        OnFault(*guard, number, signal, context);
+    } else {
         PassOn(number, signal, context);
     }
     errno = error;
