@@ -9,15 +9,12 @@
 
 namespace Vorn::Testing {
 
-class FileLayer : public testing::Test {
+class FileLayer : public InFolder {
 protected:
-    FileLayer() { folder.Enter(); }
     void TearDown() override;
 
     void Mount(const char* name, const std::string& path, bool writable = false);
     void Unmount(const char* name);
-
-    TempFolder folder;
 
 private:
     std::vector<std::string> mounted_;

@@ -1,29 +1,26 @@
 #include "platform/Directories.h"
 
-#include <gmock/gmock.h>
-#include <unistd.h>
-
-#include <map>
-#include <vector>
-
 #include "platform/Processes.h"
-#include "tests/platform/TemporaryFolder.h"
+#include "tests/support/Tests.h"
 
 namespace platform {
 namespace {
 
-using Directories = TemporaryFolder;
-using testing::ElementsAre;
+using namespace Vorn::Testing;
+
+constexpr fs::perms kReadOnly = fs::perms::owner_read;
+
+using Directories = InFolder;
 
 TEST_F(Directories, EntriesComeInByteOrderWithTheirStatus) {
-    ASSERT_TRUE(MakeDirectory(At("sub").c_str()));
-    Put("b", "12");
-    Put("A", "123", 0444);
-    ASSERT_EQ(symlink("b", At("link").c_str()), 0);
-    ASSERT_EQ(symlink("absent", At("broken").c_str()), 0);
+    ASSERT_TRUE(MakeDirectory("sub"));
+    folder.Write("b", "12");
+    folder.Write("A", "123", kReadOnly);
+    fs::create_symlink("b", "link");
+    fs::create_symlink("absent", "broken");
     std::vector<std::string> names;
     std::map<std::string, DirectoryEntry> entries;
-    EXPECT_TRUE(ListDirectory((folder_ + "\\").c_str(), [&](const DirectoryEntry& entry) {
+    EXPECT_TRUE(ListDirectory((folder.Path() + "\\").c_str(), [&](const DirectoryEntry& entry) {
         names.push_back(entry.name);
         entries[entry.name] = entry;
         return true;
@@ -37,77 +34,66 @@ TEST_F(Directories, EntriesComeInByteOrderWithTheirStatus) {
     EXPECT_TRUE(entries["link"].isLink && entries["broken"].isLink && !entries["b"].isLink);
 
     int visits = 0;
-    EXPECT_TRUE(
-        ListDirectory(folder_.c_str(), [&](const DirectoryEntry&) { return ++visits < 3; }));
+    EXPECT_TRUE(ListDirectory(".", [&](const DirectoryEntry&) { return ++visits < 3; }));
     EXPECT_EQ(visits, 3);
-    EXPECT_FALSE(ListDirectory(At("b").c_str(), [](const DirectoryEntry&) { return true; }));
+    EXPECT_FALSE(ListDirectory("b", [](const DirectoryEntry&) { return true; }));
 }
 
 TEST_F(Directories, RenamingNeverReplaces) {
-    Put("a", "from a");
-    Put("b", "from b");
-    ASSERT_TRUE(MakeDirectory(At("empty").c_str()));
-    ASSERT_TRUE(MakeDirectory(At("empty2").c_str()));
-    EXPECT_FALSE(Rename(At("a").c_str(), At("b").c_str()));
-    EXPECT_FALSE(Rename(At("empty").c_str(), At("empty2").c_str()));
-    EXPECT_EQ(ContentsOf("b"), "from b");
-    EXPECT_FALSE(Rename(At("A").c_str(), At("c").c_str()));  // names are exact here
-    EXPECT_TRUE(Rename((folder_ + "\\a").c_str(), (folder_ + "\\empty\\A").c_str()));
-    EXPECT_EQ(ContentsOf("empty/A"), "from a");
-    EXPECT_TRUE(Rename(At("empty").c_str(), At("full").c_str()));
-    EXPECT_EQ(ContentsOf("full/A"), "from a");
+    folder.Write("a", "from a");
+    folder.Write("b", "from b");
+    ASSERT_TRUE(MakeDirectory("empty") && MakeDirectory("empty2"));
+    EXPECT_FALSE(Rename("a", "b"));
+    EXPECT_FALSE(Rename("empty", "empty2"));
+    EXPECT_EQ(folder.Read("b"), "from b");
+    EXPECT_FALSE(Rename("A", "c"));  // names are exact here
+    EXPECT_TRUE(Rename(".\\a", ".\\empty\\A"));
+    EXPECT_TRUE(Rename("empty", "full"));
+    EXPECT_EQ(folder.Read("full/A"), "from a");
 }
 
 TEST_F(Directories, ReplacingTakesAFileOrALinkButNothingReadOnly) {
-    Put("new", "new");
-    Put("old", "old");
-    Put("kept", "kept", 0444);
-    ASSERT_TRUE(MakeDirectory(At("folder").c_str()));
-    ASSERT_EQ(symlink("old", At("link").c_str()), 0);
-    EXPECT_FALSE(ReplaceFile(At("new").c_str(), At("kept").c_str()));
-    EXPECT_FALSE(ReplaceFile(At("new").c_str(), At("folder").c_str()));
-    EXPECT_TRUE(ReplaceFile(At("new").c_str(), At("link").c_str()));
-    EXPECT_EQ(ContentsOf("link") + ContentsOf("old"), "newold");
-    EXPECT_TRUE(ReplaceFile(At("link").c_str(), At("old").c_str()));
-    EXPECT_EQ(ContentsOf("old"), "new");
-    EXPECT_FALSE(Exists(At("link").c_str()));
-    EXPECT_TRUE(ReplaceFile(At("old").c_str(), At("fresh").c_str()));
+    folder.Write("new", "new");
+    folder.Write("old", "old");
+    folder.Write("kept", "kept", kReadOnly);
+    ASSERT_TRUE(MakeDirectory("folder"));
+    fs::create_symlink("old", "link");
+    EXPECT_FALSE(ReplaceFile("new", "kept"));
+    EXPECT_FALSE(ReplaceFile("new", "folder"));
+    EXPECT_TRUE(ReplaceFile("new", "link"));
+    EXPECT_EQ(folder.Read("link") + folder.Read("old"), "newold");
+    EXPECT_TRUE(ReplaceFile("link", "old"));
+    EXPECT_EQ(folder.Read("old"), "new");
+    EXPECT_FALSE(Exists("link"));
+    EXPECT_TRUE(ReplaceFile("old", "fresh"));
 }
 
 TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
-    Put("f", "");
-    ASSERT_TRUE(MakeDirectory(At("d").c_str()));
-    EXPECT_FALSE(MakeDirectory(At("d").c_str()));
-    EXPECT_FALSE(RemoveFile(At("F").c_str()));
-    EXPECT_FALSE(RemoveFile(At("d").c_str()));
-    EXPECT_FALSE(RemoveDirectory(At("f").c_str()));
-    EXPECT_TRUE(SetReadOnly(At("F").c_str(), true));
-    EXPECT_FALSE(RemoveFile(At("f").c_str()));
-    EXPECT_TRUE(SetReadOnly(At("f").c_str(), false));
+    folder.Write("f", "");
+    ASSERT_TRUE(MakeDirectory("d"));
+    EXPECT_FALSE(MakeDirectory("d"));
+    EXPECT_FALSE(RemoveFile("F") || RemoveFile("d"));
+    EXPECT_FALSE(RemoveDirectory("f"));
+    EXPECT_TRUE(SetReadOnly("F", true));
+    EXPECT_FALSE(RemoveFile("f"));
+    EXPECT_TRUE(SetReadOnly("f", false));
     FileStatus status;
-    EXPECT_TRUE(GetStatus(At("f").c_str(), status));
+    EXPECT_TRUE(GetStatus("f", status));
     EXPECT_EQ(status.attributes, 0);
-    Put("d/x", "");
-    EXPECT_FALSE(RemoveDirectory(At("d").c_str()));
-    EXPECT_TRUE(RemoveFile(At("d\\x").c_str()) && RemoveDirectory(At("d").c_str()));
-    EXPECT_TRUE(RemoveFile(At("f").c_str()));
-    EXPECT_FALSE(SetHidden(At("f").c_str(), true));
-    EXPECT_FALSE(SetReadOnly(At("f").c_str(), true));
+    folder.Write("d/x", "");
+    EXPECT_FALSE(RemoveDirectory("d"));
+    EXPECT_TRUE(RemoveFile("d\\x") && RemoveDirectory("d") && RemoveFile("f"));
+    EXPECT_FALSE(SetHidden("f", true) || SetReadOnly("f", true));
 }
 
 TEST_F(Directories, TemporaryDirectoryEndsInASeparator) {
-    const char* const rows[][2] = {{"/x", "/x/"}, {"/x/", "/x/"}, {"", "/tmp/"}};
     std::string before;
     const bool wasSet = GetEnvironment("TMPDIR", before);
-    for (const auto& [configured, expected] : rows) {
-        setenv("TMPDIR", configured, 1);
-        EXPECT_EQ(TemporaryDirectory(), expected);
+    for (const char* row : {"/x|/x/", "/x/|/x/", "|/tmp/"}) {
+        setenv("TMPDIR", Cells(row)[0].c_str(), 1);
+        EXPECT_EQ(TemporaryDirectory(), Cells(row)[1]);
     }
-    if (wasSet) {
-        setenv("TMPDIR", before.c_str(), 1);
-    } else {
-        unsetenv("TMPDIR");
-    }
+    wasSet ? setenv("TMPDIR", before.c_str(), 1) : unsetenv("TMPDIR");
 }
 
 }  // namespace

@@ -1,23 +1,16 @@
-#include <gtest/gtest.h>
 #include <sys/resource.h>
-
-#include <array>
-#include <atomic>
-#include <functional>
 
 #include "platform/Clock.h"
 #include "platform/Threads.h"
+#include "tests/support/Tests.h"
 
 namespace platform {
 namespace {
 
-std::unique_ptr<Thread> Start(const std::function<void()>& function) {
-    return CreateThread(
-        [function] {
-            function();
-            return 0U;
-        },
-        false);
+using namespace Vorn::Testing;
+
+std::unique_ptr<Thread> Start(const std::function<void()>& function, bool suspended = false) {
+    return CreateThread([function] { return function(), 0xFFFFFFFEU; }, suspended);
 }
 
 TEST(Waiting, EventsStaySetOrReleaseOne) {
@@ -45,18 +38,13 @@ TEST(Waiting, PulseReleasesThoseThatWaitNow) {
             released += event->Wait(kWaitForever) ? 1 : 0;
         };
         const std::array threads = {Start(wait), Start(wait), Start(wait)};
-        while (started < 3) {
-            SleepMilliseconds(1);
-        }
+        while (started < 3) SleepMilliseconds(1);
         SleepMilliseconds(50);  // from there into the wait
         event->Pulse();
         SleepMilliseconds(50);
         EXPECT_EQ(released, manual ? 3 : 1);
         EXPECT_FALSE(event->Wait(0));
-        while (released < 3) {
-            event->Set();
-            SleepMilliseconds(1);
-        }
+        for (; released < 3; SleepMilliseconds(1)) event->Set();
     }
 }
 
@@ -64,9 +52,7 @@ TEST(Waiting, SemaphoresCount) {
     const auto semaphore = CreateSemaphore(1, 3, nullptr);
     EXPECT_TRUE(semaphore->Wait(0));
     EXPECT_FALSE(semaphore->Wait(0));
-    EXPECT_FALSE(semaphore->Release(0));
-    EXPECT_FALSE(semaphore->Release(-1));
-    EXPECT_FALSE(semaphore->Release(4));
+    for (const int count : {0, -1, 4}) EXPECT_FALSE(semaphore->Release(count)) << count;
     EXPECT_TRUE(semaphore->Release(2));
     EXPECT_FALSE(semaphore->Release(2147483647));
     EXPECT_TRUE(semaphore->Release(1));
@@ -86,14 +72,10 @@ TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
         tried->Set();
         taken = taken || !mutex->Wait(kWaitForever);
     });
-    EXPECT_TRUE(tried->Wait(10000));
-    EXPECT_TRUE(mutex->Release());
+    EXPECT_TRUE(tried->Wait(10000) && mutex->Release());
     EXPECT_FALSE(other->Wait(20));  // still owned once
-    EXPECT_TRUE(mutex->Release());
-    EXPECT_TRUE(other->Wait(10000));
-    EXPECT_FALSE(taken);
-    EXPECT_FALSE(released);
-    EXPECT_FALSE(mutex->Release());
+    EXPECT_TRUE(mutex->Release() && other->Wait(10000));
+    EXPECT_FALSE(taken || released || mutex->Release());
 }
 
 TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
@@ -116,11 +98,10 @@ TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
 }
 
 TEST(Waiting, NamesAreSharedByType) {
-    auto first = CreateEvent(true, false, "name");
+    const auto first = CreateEvent(true, false, "name");
     const auto second = CreateEvent(false, true, "name");
-    const auto other = CreateEvent(true, true, "Name");
     EXPECT_EQ(first, second);
-    EXPECT_NE(first, other);
+    EXPECT_NE(first, CreateEvent(true, true, "Name"));
     EXPECT_FALSE(second->Wait(0));
     EXPECT_TRUE(CreateMutex(false, "name")->Wait(0));
     EXPECT_NE(CreateEvent(true, true, ""), CreateEvent(true, true, ""));
@@ -132,37 +113,22 @@ TEST(Threads, RunSuspendEndAndTellTheirCode) {
     std::atomic<std::uint32_t> id = 0;
     auto owned = std::make_shared<int>(1);
     const std::weak_ptr<int> watch = owned;
-    const auto thread = CreateThread(
-        [&id, owned = std::move(owned)] {
-            id = CurrentThreadId();
-            return 0xFFFFFFFEU;
-        },
-        true);
+    const auto thread = Start([&id, owned = std::move(owned)] { id = CurrentThreadId(); }, true);
     std::uint32_t code = 1;
-    EXPECT_FALSE(thread->Wait(30));
+    EXPECT_FALSE(thread->Wait(30) || thread->GetExitCode(code));
     EXPECT_EQ(id, 0u);
-    EXPECT_FALSE(thread->GetExitCode(code));
     EXPECT_EQ(code, 1u);
-    EXPECT_TRUE(thread->Resume());
-    EXPECT_TRUE(thread->Wait(10000) && thread->Wait(0));
+    EXPECT_TRUE(thread->Resume() && thread->Wait(10000) && thread->Wait(0));
     EXPECT_TRUE(watch.expired());  // before the end shows
     EXPECT_TRUE(thread->GetExitCode(code));
     EXPECT_EQ(code, 0xFFFFFFFEU);
     EXPECT_NE(id, CurrentThreadId());
     EXPECT_TRUE(thread->SetPriority(0));
     EXPECT_FALSE(thread->SetPriority(-1));  // it has ended
-}
 
-TEST(Threads, ASuspendedThreadMayGoUnrun) {
-    std::atomic<bool> ran = false;
-    CreateThread(
-        [&ran] {
-            ran = true;
-            return 0U;
-        },
-        true)
-        .reset();
-    EXPECT_FALSE(ran);
+    id = 0;
+    Start([&id] { id = 1; }, true).reset();
+    EXPECT_EQ(id, 0u) << "never resumed, never run";
 }
 
 TEST(Threads, PriorityReachesTheSystem) {
@@ -174,9 +140,7 @@ TEST(Threads, PriorityReachesTheSystem) {
         static_cast<void>(gate->Wait(kWaitForever));
     });
     EXPECT_TRUE(thread->SetPriority(-100));  // the lowest there is
-    while (id == 0) {
-        SleepMilliseconds(1);
-    }
+    while (id == 0) SleepMilliseconds(1);
     EXPECT_EQ(getpriority(PRIO_PROCESS, id), 15);
     EXPECT_EQ(getpriority(PRIO_PROCESS, CurrentThreadId()), own);
     gate->Set();
@@ -185,7 +149,7 @@ TEST(Threads, PriorityReachesTheSystem) {
 TEST(Threads, RecursiveLockKeepsOthersOut) {
     RecursiveLock lock;
     int counter = 0;
-    const auto count = [&] {
+    InThreads(2, [&](std::size_t) {
         for (int i = 0; i < 10000; ++i) {
             lock.Enter();
             lock.Enter();
@@ -193,8 +157,7 @@ TEST(Threads, RecursiveLockKeepsOthersOut) {
             lock.Leave();
             lock.Leave();
         }
-    };
-    { const std::array threads = {Start(count), Start(count)}; }
+    });
     EXPECT_EQ(counter, 20000);
 }
 

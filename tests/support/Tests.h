@@ -38,6 +38,14 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
+// Runs in an empty current folder.
+class InFolder : public testing::Test {
+protected:
+    InFolder() { folder.Enter(); }
+
+    TempFolder folder;
+};
+
 // Cases that differ in their data only.
 template <typename... Cells>
 using Table = std::vector<std::tuple<Cells...>>;

@@ -37,12 +37,7 @@ TEST(OptionSources, LeaveOutWhatIsEqualUnknownOrTooLong) {
     EXPECT_EQ(Sources("/b/" + std::string(253, 'x'), "/home").size(), 5u);
 }
 
-class OptionLoading : public testing::Test {
-protected:
-    OptionLoading() { here_.Enter(); }
-
-    TempFolder here_;
-};
+using OptionLoading = InFolder;
 
 std::string Load(const char* name, const char* commandText) {
     OptionList list;
@@ -63,7 +58,7 @@ TEST_F(OptionLoading, TakesEverySourceInItsOrder) {
     int order = 0;
     const auto next = [&order] { return "+order=" + std::to_string(++order); };
     for (const std::string& name : variables) setenv(name.c_str(), next().c_str(), 1);
-    for (const fs::path& file : files) here_.Write(file.string(), next());
+    for (const fs::path& file : files) folder.Write(file.string(), next());
     EXPECT_EQ(Load("order", "+order=8"), "1,2,3,4,5,6,7,8");
     EXPECT_EQ(Load("order", "-order=8"), "8");
     EXPECT_EQ(Load("order", nullptr), "1,2,3,4,5,6,7");
@@ -77,7 +72,7 @@ TEST_F(OptionLoading, SkipsWhatIsMissingOrNotAnOptionFile) {
     EXPECT_EQ(Load("v", "-v=1"), "1");
     fs::remove("LoadTestOptions.txt");
 
-    here_.Write("LoadTestOptions.txt", "-v=file");
+    folder.Write("LoadTestOptions.txt", "-v=file");
     fs::resize_file("LoadTestOptions.txt", 16 * 1024 * 1024);
     EXPECT_EQ(Load("v", nullptr), "file");
     fs::resize_file("LoadTestOptions.txt", 16 * 1024 * 1024 + 1);
@@ -90,7 +85,7 @@ TEST_F(OptionLoading, ConvertsUtf16AndKeeps8BitText) {
          Table<std::string, const char*>{{"-v=\xC4\x80", "\xC4\x80"},
                                          {"\xFF\xFE-\0v\0=\0\xC4\0\xAC\x20\x30\x04x"s, "\xC4\x80?"},
                                          {"\xFF\xFE", "none"}}) {
-        here_.Write("LoadTestOptions.txt", file);
+        folder.Write("LoadTestOptions.txt", file);
         EXPECT_EQ(Load("v", nullptr), value);
     }
 }
