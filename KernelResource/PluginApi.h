@@ -30,8 +30,8 @@
 //
 // Serving. At the first request for one of its plug-ins the library is loaded for good and asked
 // for its factories. Every request calls the factory of its plug-in, on the thread that asks and
-// under no lock of the plug-in system. Libraries are freed at the very end of the process, behind
-// the destructors of static objects; objects are to be released before that.
+// under no lock of the plug-in system. Libraries are freed when the process exits: hosts release
+// their objects before main returns.
 #pragma once
 
 #include <cstdint>

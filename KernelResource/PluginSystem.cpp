@@ -19,7 +19,7 @@ struct Shared {
     RefPtr<PluginSystem> system VORN_GUARDED_BY(lock);
 };
 
-// Never destroyed: the system's end comes behind the destructors of static objects.
+// Never destroyed: teardown functions run behind the destructors of static objects.
 Shared& GetShared() {
     alignas(Shared) static std::array<std::byte, sizeof(Shared)> storage;
     static auto* const shared = new (storage.data()) Shared;

@@ -3,8 +3,8 @@
 //
 // The system is made and configured by the first request, on the thread that makes it, from the
 // options of the kernel's TaskManager if its tasks were started by then; what is declared later is
-// not seen. It ends with the process, behind the destructors of static objects, and takes the
-// libraries with it.
+// not seen. It ends with the teardown functions at the process's exit, and takes the libraries with
+// it.
 //
 // Threads: any thread may request. One lock guards the first use, the lookup and the loading of a
 // library; factories run outside it. The initialisers of a library run inside it: what they request
