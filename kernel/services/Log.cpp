@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -73,8 +74,9 @@ void WriteToSinks(LogModule& module, LogLevel level, const char* format,
         const std::uint32_t sinks = module.Sinks();
         if ((sinks & kLogToFile) != 0) file.WriteLine(module, line, settings.flush);
         if ((sinks & kLogToDebugger) != 0) platform::DebugOutput(line.c_str());
-        if (std::FILE* console = settings.console)
+        if (std::FILE* console = settings.console) {
             std::fwrite(line.data(), 1, line.size(), console);
+        }
     } catch (...) {
         // A lost line is no reason to end its writer.
     }
