@@ -1,0 +1,189 @@
+#include "KernelResource/LoadQueue.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <utility>
+
+#include "kernel/String.h"
+#include "platform/Processes.h"
+#include "platform/Threads.h"
+
+namespace Vorn {
+namespace {
+
+using platform::kWaitForever;
+
+constexpr int kWorkerRound = 1000;  // milliseconds
+constexpr int kStartRound = 10;
+
+[[nodiscard]] std::shared_ptr<platform::Mutex> CreateQueueMutex(const char* nameFormat) {
+    InternedString name;
+    FormatInto(name, nameFormat, platform::CurrentProcessId());
+    return platform::CreateMutex(false, name.Text());
+}
+
+}  // namespace
+
+LoadQueue::LoadQueue(LoadSlots& slots)
+    : slots_(slots),
+      itemsLock_(CreateQueueMutex("ResourceItems.%08X")),
+      accessLock_(CreateQueueMutex("ResourceAccess.%08X")),
+      work_(platform::CreateSemaphore(0, std::numeric_limits<std::int32_t>::max(), nullptr)),
+      worker_([](void* queue) { return static_cast<LoadQueue*>(queue)->Serve(); }, this, false) {
+    items_.reserve(kCapacity);
+    worker_.Resume();
+    worker_.SetPriority(0);
+    while (worker_.IsRunning() && !serving_.Wait(kStartRound)) {
+    }
+}
+
+LoadQueue::~LoadQueue() = default;
+
+bool LoadQueue::Add(Resource& resource) {
+    Dropped dropped;
+    const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
+    if (!worker_.IsRunning() || items_.size() == kCapacity ||
+        resource.State() != ResourceState::Ready || resource.isQueued_.exchange(true)) {
+        return false;
+    }
+    items_.emplace_back(&resource);
+    HandOver(dropped);
+    return true;
+}
+
+void LoadQueue::TakeOut(Resource& resource) {
+    if (!resource.isQueued_) return;
+    RefPtr<Resource> taken;
+    Dropped dropped;
+    const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
+    const std::size_t index = IndexOf(resource);
+    if (index == items_.size()) return;
+    const bool wasHandedOver = index < handedOver_;
+    taken = Remove(index);
+    if (!wasHandedOver) return;
+    [[maybe_unused]] const bool wasReady =
+        resource.TryChangeState(ResourceState::Cached, ResourceState::Ready);
+    [[maybe_unused]] const bool unitTaken = work_.Wait(0);
+    {
+        const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
+        Awaken(&resource);
+    }
+    HandOver(dropped);
+}
+
+void LoadQueue::Await(Resource& resource) {
+    if (slots_.IsCallerLoading()) {
+        TakeOut(resource);
+        return;
+    }
+    for (;;) {
+        const auto done = std::make_shared<WEvent>(true, false, nullptr);
+        {
+            const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
+            const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
+            if (IndexOf(resource) >= handedOver_ && current_ != &resource) return;
+            waiters_.push_back({&resource, done});
+        }
+        [[maybe_unused]] const bool awoken = done->Wait(kWaitForever);
+    }
+}
+
+void LoadQueue::ForgetRead(const Resource& resource) {
+    RefPtr<Resource> forgotten;
+    const ScopedLock hold(readLock_);
+    const auto place = std::ranges::find(read_, &resource, &RefPtr<Resource>::Get);
+    if (place == read_.end()) return;
+    forgotten = std::move(*place);
+    read_.erase(place);
+}
+
+void LoadQueue::Step() {
+    std::vector<RefPtr<Resource>> read;
+    {
+        const ScopedLock hold(readLock_);
+        read = read_;
+    }
+    for (const RefPtr<Resource>& resource : read) {
+        const LoadSlots::Claim claim = slots_.TryBegin(*resource);
+        if (!claim || resource->State() != ResourceState::Loaded) continue;
+        ForgetRead(*resource);
+        [[maybe_unused]] const bool finished = resource->Finish(0, 0);
+    }
+}
+
+std::size_t LoadQueue::Count() {
+    const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
+    return items_.size();
+}
+
+std::uint32_t LoadQueue::Serve() {
+    const std::array<platform::Waitable*, 2> stopAndWork = {worker_.GetHandle(), work_.GetHandle()};
+    serving_.Set();
+    for (;;) {
+        const int signalled = platform::WaitForAny(stopAndWork, kWorkerRound);
+        if (signalled == 0) return 0;
+        if (signalled == 1) LoadNext();
+    }
+}
+
+void LoadQueue::LoadNext() {
+    Dropped dropped;
+    RefPtr<Resource> next;
+    {
+        const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
+        if (handedOver_ == 0) return;
+        const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
+        next = Remove(0);
+        current_ = next.Get();
+        HandOver(dropped);
+    }
+    Load(*next);
+    // Let go of first: whoever waits may be the end of what the resource needs.
+    const Resource* const loaded = std::exchange(next, {}).Get();
+    const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
+    current_ = nullptr;
+    Awaken(loaded);
+}
+
+void LoadQueue::Load(Resource& resource) {
+    const LoadSlots::Claim claim = slots_.Begin(resource);
+    if (!claim || !resource.TryChangeState(ResourceState::Cached, ResourceState::Loading)) return;
+    if (!resource.LoadFromFile()) return;
+    const ScopedLock hold(readLock_);
+    read_.emplace_back(&resource);
+}
+
+void LoadQueue::HandOver(Dropped& dropped) {
+    while (handedOver_ < kMostHandedOver && handedOver_ < items_.size()) {
+        if (items_[handedOver_]->TryChangeState(ResourceState::Ready, ResourceState::Cached)) {
+            ++handedOver_;
+            work_.Unlock();
+        } else {
+            dropped.push_back(Remove(handedOver_));
+        }
+    }
+}
+
+RefPtr<Resource> LoadQueue::Remove(std::size_t index) {
+    if (index < handedOver_) --handedOver_;
+    RefPtr<Resource> removed = std::move(items_[index]);
+    items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(index));
+    removed->isQueued_ = false;
+    return removed;
+}
+
+std::size_t LoadQueue::IndexOf(const Resource& resource) const {
+    const auto place = std::ranges::find(items_, &resource, &RefPtr<Resource>::Get);
+    return static_cast<std::size_t>(place - items_.begin());
+}
+
+void LoadQueue::Awaken(const Resource* resource) {
+    std::erase_if(waiters_, [resource](const Waiter& waiter) {
+        if (waiter.resource != resource) return false;
+        waiter.done->Set();
+        return true;
+    });
+}
+
+}  // namespace Vorn

@@ -1,0 +1,40 @@
+#include "KernelResource/NorvaneResourceDatabase.h"
+
+#include <string>
+
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Paths.h"
+
+namespace Vorn {
+namespace {
+
+[[nodiscard]] PathBuffer Join(std::string_view folder, std::string_view name,
+                              std::string_view ending) {
+    PathBuffer path(folder);
+    AppendPathComponent(path, std::string(name).append(ending));
+    return path;
+}
+
+}  // namespace
+
+NorvaneResourceDatabase::NorvaneResourceDatabase(const InternedString& name,
+                                                 const InternedString& folder, bool archiveExists)
+    : ResourceDatabase(name), archiveExists_(archiveExists) {
+    if (archiveExists) {
+        Subst(name, ArchivePath(folder.View(), name.View()).c_str());
+    } else {
+        Subst(name, Join(folder.View(), name.View(), "/").c_str(), true);
+    }
+    mountName_ = name;
+}
+
+NorvaneResourceDatabase::~NorvaneResourceDatabase() {
+    EndLoads();
+    CloseMount(mountName_);
+}
+
+PathBuffer NorvaneResourceDatabase::ArchivePath(std::string_view folder, std::string_view name) {
+    return Join(folder, name, ".va");
+}
+
+}  // namespace Vorn

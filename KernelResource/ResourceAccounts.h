@@ -1,0 +1,37 @@
+// What the resource system counts: resources by what they are doing, and the memory they take.
+//
+// Threads: any.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "kernel/SyncObject.h"
+
+namespace Vorn {
+
+class Resource;
+
+class ResourceAccounts {
+public:
+    std::atomic<std::uint32_t> resources = 0;  // that exist
+    std::atomic<std::uint32_t> requests = 0;   // load attempts so far
+    std::atomic<std::uint32_t> loaded = 0;     // whose file was read
+    std::atomic<std::uint32_t> available = 0;
+    std::atomic<std::uint32_t> inUse = 0;  // acquired since they became available
+
+    // Counts the resource and its two sizes. One that is counted already is only brought up to
+    // date: sizes that are not known yet count for nothing.
+    void Add(Resource& resource);
+    void Remove(Resource& resource);
+
+    [[nodiscard]] std::uint32_t Count() const { return count_; }
+    [[nodiscard]] std::int64_t Memory() const { return memory_; }  // bytes
+
+private:
+    CriticalSection lock_{"ResourceAccounts"};
+    std::atomic<std::uint32_t> count_ = 0;
+    std::atomic<std::int64_t> memory_ = 0;
+};
+
+}  // namespace Vorn

@@ -1,0 +1,160 @@
+#include "KernelResource/ResourceBinCache.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include "KernelResource/ResourceSystem.h"
+#include "kernel/services/OptionList.h"
+#include "platform/Clock.h"
+
+namespace Vorn {
+namespace {
+
+constexpr double kPassInterval = 0.5;  // seconds
+constexpr double kAge = 10.0;
+constexpr double kJitter = 2.0;
+constexpr double kRelief = 5.0;
+constexpr double kPassFraction = 0.1;
+constexpr int kMostPerPass = 5;
+
+// The decimal number at the start of a text; 0 without a finite one.
+[[nodiscard]] double ReadNumber(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    if (text.starts_with('+')) text.remove_prefix(1);
+    double number = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    return read.ec == std::errc() && std::isfinite(number) ? number : 0;
+}
+
+[[nodiscard]] double NumberOption(const OptionList& options, const char* name, double fallback) {
+    const Option* option = options.Find(name);
+    return option ? ReadNumber(option->value.View()) : fallback;
+}
+
+}  // namespace
+
+ResourceBinCache::ResourceBinCache(ResourceSystem& system)
+    : ResourceBin(system), randomState_(platform::TickMilliseconds() + 10) {
+    Configure(nullptr);
+}
+
+ResourceBinCache::~ResourceBinCache() {
+    Held held;
+    {
+        const ScopedLock hold(lock_);
+        held.swap(held_);
+        places_.clear();
+    }
+    for (const auto& [expiry, resource] : held) {
+        {
+            const ScopedLock hold(System().LockOf(*resource));
+            SetState(*resource,
+                     resource->IsInUse() ? ResourceState::Available : ResourceState::Delete);
+        }
+        if (!resource->IsInUse()) System().Destroy(*resource);
+    }
+}
+
+void ResourceBinCache::Configure(const OptionList* options) {
+    const ScopedLock hold(lock_);
+    clock_ = 0;
+    lastPass_ = 0;
+    passInterval_ = kPassInterval;
+    age_ = kAge;
+    mostPerPass_ = kMostPerPass;
+    if (!options) return;
+    passInterval_ = NumberOption(*options, "ResourceBinProcessTime", kPassInterval);
+    age_ = NumberOption(*options, "ResourceBinOldest", kAge);
+    GetOptionInt(*options, "ResourceBinMaxDeleted", mostPerPass_, kMostPerPass);
+    mostPerPass_ = std::max(mostPerPass_, 1);
+}
+
+bool ResourceBinCache::Add(Resource& resource) {
+    System().Accounts().Add(resource);
+    SetState(resource, ResourceState::Inactive);
+    const ScopedLock hold(lock_);
+    const double expiry = clock_ + age_ + NextRandom() * kJitter;
+    resource.SetExpiry(static_cast<float>(expiry));
+    places_[&resource] = held_.emplace(expiry, RefPtr<Resource>(&resource));
+    return false;
+}
+
+bool ResourceBinCache::Reclaim(Resource& resource) {
+    RefPtr<Resource> held;  // let go of outside the lock
+    const ScopedLock hold(lock_);
+    const auto place = places_.find(&resource);
+    if (place == places_.end()) return false;
+    held = std::move(place->second->second);
+    held_.erase(place->second);
+    places_.erase(place);
+    return true;
+}
+
+void ResourceBinCache::Process(float elapsedSeconds) {
+    std::vector<RefPtr<Resource>> due;
+    {
+        const ScopedLock hold(lock_);
+        clock_ += elapsedSeconds;
+        if (!(clock_ - lastPass_ > passInterval_)) return;
+        lastPass_ = clock_;
+        due = TakeDue();
+    }
+    for (const RefPtr<Resource>& resource : due) {
+        Remove(*resource);
+        System().Destroy(*resource);
+    }
+}
+
+std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue() {
+    const int tenth = static_cast<int>(static_cast<double>(held_.size()) * kPassFraction);
+    const bool many = tenth > mostPerPass_;
+    double lead = many ? static_cast<double>(tenth) / mostPerPass_ : 1.0;  // seconds before expiry
+    if (relieve_) lead = std::max(lead, kRelief);
+    relieve_ = false;
+
+    std::vector<RefPtr<Resource>> due;
+    int left = many ? tenth : mostPerPass_;
+    for (auto place = held_.begin(); place != held_.end() && left > 0; --left) {
+        if (place->first - lead > clock_) break;
+        Resource& resource = *place->second;
+        if (resource.IsInUse()) {
+            ++place;
+            continue;
+        }
+        SetState(resource, ResourceState::Delete);
+        due.push_back(std::move(place->second));
+        places_.erase(&resource);
+        place = held_.erase(place);
+    }
+    return due;
+}
+
+void ResourceBinCache::RelieveMemory() {
+    const ScopedLock hold(lock_);
+    relieve_ = true;
+}
+
+std::size_t ResourceBinCache::HeldCount() const {
+    const ScopedLock hold(lock_);
+    return held_.size();
+}
+
+double ResourceBinCache::Clock() const {
+    const ScopedLock hold(lock_);
+    return clock_;
+}
+
+// state = state * 16807 mod (2^32 - 1), by Schrage's method.
+double ResourceBinCache::NextRandom() {
+    constexpr std::uint32_t kQuotient = 255546;
+    constexpr std::uint32_t kRemainder = 5673;
+    std::int64_t next = std::int64_t{16807} * (randomState_ % kQuotient) -
+                        std::int64_t{kRemainder} * (randomState_ / kQuotient);
+    if (next <= 0) --next;  // plus 2^32 - 1, in 32 bits
+    randomState_ = static_cast<std::uint32_t>(next);
+    return randomState_ * 0x1p-32;
+}
+
+}  // namespace Vorn

@@ -1,0 +1,248 @@
+#include "KernelResource/ResourceDatabase.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "KernelResource/RedirResource.h"
+#include "KernelResource/ResourceSystem.h"
+#include "KernelResource/SearchHandle.h"
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Paths.h"
+
+namespace Vorn {
+namespace {
+
+constexpr int kMostRedirects = 16;
+constexpr std::string_view kDescription = ".txt";
+
+// The next of several names between ';', taken off the front.
+[[nodiscard]] InternedString TakeAlternative(std::string_view& names) {
+    const std::size_t end = std::min(names.find(';'), names.size());
+    InternedString name = Intern(names.substr(0, end));
+    names.remove_prefix(std::min(end + 1, names.size()));
+    return name;
+}
+
+}  // namespace
+
+ResourceDatabase::ResourceDatabase(const InternedString& name) : name_(name) {
+    ResourceSystem::Instance().Register(*this);
+}
+
+ResourceDatabase::~ResourceDatabase() {
+    EndLoads();
+    ResourceSystem& system = ResourceSystem::Instance();
+    const std::vector<RefPtr<Resource>> resources = Resources();
+    std::vector<RefPtr<Resource>> detached;  // let go of outside of the locks
+    {
+        const ScopedLock detaching(system.DetachingLock());
+        Table table;
+        {
+            const ScopedLock hold(lock_);
+            for (const RefPtr<Resource>& resource : resources) {
+                if (resource->State() == ResourceState::Inactive) system.Revalidate(*resource);
+                resource->ChangeState(ResourceState::Delete);
+                resource->references_ = 0;
+            }
+            table.swap(resources_);
+        }
+        for (auto& [name, resource] : table) {
+            system.DetachRedirects(*resource, detached);
+            detached.push_back(std::move(resource));
+        }
+        system.Unregister(*this);
+    }
+    CloseMount(name_);
+}
+
+void ResourceDatabase::EndLoads() {
+    for (const RefPtr<Resource>& resource : Resources()) {
+        ResourceSystem::Instance().WithdrawLoad(*resource);
+    }
+}
+
+void ResourceDatabase::CloseMount(const InternedString& name) {
+    if (FileSubstList::Instance().FindSubst(name)) Subst(name, nullptr);
+}
+
+Resource* ResourceDatabase::GetResource(const InternedString& name, std::uint32_t flags) {
+    if (name.Length() == 0) return nullptr;
+    const Found found = FindAlternatives(name);
+    if (!found.resource) {
+        ++misses_;
+        if ((flags & kNoNegativeEntry) == 0) RecordMissing(name);
+        ++missesHandled_;
+        return nullptr;
+    }
+    Resource& resource = *found.resource;
+    if (resource.State() == ResourceState::Invalid) return nullptr;
+
+    const ResourceDatabase* const home = found.entry->Home();
+    if (home && home->Name() != name_) {
+        Insert(found.entry->Name(),
+               MakeResource<RedirResource>(this, found.entry->Name(), resource));
+    }
+    ResourceSystem& system = ResourceSystem::Instance();
+    resource.lastGivenBy_ = this;
+    const bool leave = (flags & kLeaveInQueue) != 0;
+    if (!leave && resource.State() == ResourceState::Ready) system.TakeOutOfQueue(resource);
+    resource.lastUse_ = system.CurrentTime();
+    return &resource;
+}
+
+ResourceDatabase::Found ResourceDatabase::FindAlternatives(const InternedString& name) {
+    Found missing;
+    for (std::string_view names = name.View(); !names.empty();) {
+        Found found = FindOne(TakeAlternative(names));
+        if (found.resource && found.resource->State() != ResourceState::Invalid) return found;
+        if (found.resource) missing = std::move(found);
+    }
+    return missing;
+}
+
+ResourceDatabase::Found ResourceDatabase::FindOne(const InternedString& name) {
+    for (;;) {
+        Trail trail;
+        RefPtr<Resource> entry = LookUp(name, trail);
+        if (!entry) return {};
+        RefPtr<Resource> resource(&FollowRedirects(*entry));
+        // The bin may have unloaded it since.
+        if (resource->State() == ResourceState::Invalid || resource->AddReference()) {
+            return {std::move(entry), std::move(resource)};
+        }
+    }
+}
+
+// The entry of a name, made if need be, here or in a fallback database.
+RefPtr<Resource> ResourceDatabase::LookUp(const InternedString& name, Trail& trail) {
+    const std::pair<const ResourceDatabase*, InternedString> question{this, name};
+    if (name.Length() == 0 || std::ranges::count(trail.asked, question) != 0) return {};
+    trail.asked.push_back(question);
+
+    ++lookups_;
+    RefPtr<Resource> entry = EntryOf(name);
+    if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
+    if (const RefPtr<Resource> made = Create(name, trail)) return Insert(name, made);
+    for (ResourceDatabase* fallback : fallbacks_) {
+        entry = fallback->LookUp(name, trail);
+        if (entry) return entry;
+    }
+    return {};
+}
+
+RefPtr<Resource> ResourceDatabase::Create(const InternedString& name, Trail& trail) {
+    for (const InternedString& prefix : prefixes_) {
+        if (RefPtr<Resource> made = CreateFromFiles(prefix, name, trail)) return made;
+    }
+    if (RefPtr<Resource> made = CreateFromFiles({}, name, trail)) return made;
+    return ResourceSystem::Instance().Types().CreateByName(*this, name);
+}
+
+RefPtr<Resource> ResourceDatabase::CreateFromFiles(const InternedString& folder,
+                                                   const InternedString& name, Trail& trail) {
+    // What does not fit a path is no file.
+    if (folder.Length() + name.Length() + kDescription.size() + 2 > kMaxPath) return {};
+    PathBuffer candidate{folder.View()};
+    AppendPathComponent(candidate, name.View());
+    const InternedString source = QualifyName(Intern(candidate.View()));
+    if (File::Exists(source.Text()) == RES_OK) {
+        return ResourceSystem::Instance().Types().CreateFromFile(*this, name, source);
+    }
+    const std::string description = std::string(source.View()).append(kDescription);
+    if (File::Exists(description.c_str()) != RES_OK) return {};
+    return CreateRedirect(name, source, trail);
+}
+
+RefPtr<Resource> ResourceDatabase::CreateRedirect(const InternedString& name,
+                                                  const InternedString& source, Trail& trail) {
+    const std::string description = std::string(source.View()).append(kDescription);
+    const InternedString other = RedirectOf(description.c_str());
+    RefPtr<Resource> target;
+    if (!other) {
+        target = ResourceSystem::Instance().Types().CreateDescribed(*this, name, source);
+        target->ChangeState(ResourceState::Ready);
+    } else if (++trail.redirects <= kMostRedirects) {
+        target = LookUp(other, trail);
+    }
+    if (!target) {
+        target = MakeResource<Resource>(this, other);
+        target->ChangeState(ResourceState::Invalid);
+    }
+    return MakeResource<RedirResource>(this, name, FollowRedirects(*target));
+}
+
+RefPtr<Resource> ResourceDatabase::EntryOf(const InternedString& name) const {
+    const ScopedLock hold(lock_);
+    const auto entry = resources_.find(name);
+    return entry == resources_.end() ? RefPtr<Resource>() : entry->second;
+}
+
+RefPtr<Resource> ResourceDatabase::Insert(const InternedString& name,
+                                          const RefPtr<Resource>& made) {
+    RefPtr<Resource> replaced;  // let go of outside of the lock
+    {
+        const ScopedLock hold(lock_);
+        RefPtr<Resource>& entry = resources_[name];
+        if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
+        replaced = std::exchange(entry, made);
+        if (made->State() == ResourceState::None) made->ChangeState(ResourceState::Ready);
+    }
+    if (made->State() != ResourceState::Invalid) ResourceSystem::Instance().Accounts().Add(*made);
+    return made;
+}
+
+void ResourceDatabase::RecordMissing(const InternedString& name) {
+    const std::string_view text = name.View();
+    const std::size_t alternatives = text.find(';');
+    const InternedString key =
+        alternatives == std::string_view::npos ? name : Intern(text.substr(alternatives));
+    const auto negative = MakeResource<Resource>(this, key);
+    negative->ChangeState(ResourceState::Invalid);
+    Insert(key, negative);
+}
+
+bool ResourceDatabase::ReleaseResource(const InternedString& name) {
+    for (std::string_view names = name.View(); !names.empty();) {
+        const RefPtr<Resource> entry = EntryOf(TakeAlternative(names));
+        if (!entry) continue;
+        Resource& resource = FollowRedirects(*entry);
+        if (resource.State() != ResourceState::Invalid) return resource.ReleaseReference();
+    }
+    return false;
+}
+
+InternedString ResourceDatabase::QualifyName(const InternedString& name) const {
+    if (name_.Length() == 0) return name;
+    return Intern(std::string(name_.View()).append(":").append(name.View()));
+}
+
+std::unique_ptr<ResourceDatabase::RDBSearchHandle> ResourceDatabase::CreateSearchHandle() const {
+    return std::make_unique<RDBSearchHandle>();
+}
+
+std::size_t ResourceDatabase::EntryCount() const {
+    const ScopedLock hold(lock_);
+    return resources_.size();
+}
+
+void ResourceDatabase::Detach(const InternedString& name, const Resource& resource,
+                              std::vector<RefPtr<Resource>>& detached) {
+    const ScopedLock hold(lock_);
+    const auto entry = resources_.find(name);
+    if (entry == resources_.end()) return;
+    if (&FollowRedirects(*entry->second) != &resource) return;
+    detached.push_back(std::move(entry->second));
+    resources_.erase(entry);
+}
+
+std::vector<RefPtr<Resource>> ResourceDatabase::Resources() const {
+    const ScopedLock hold(lock_);
+    std::vector<RefPtr<Resource>> resources;
+    resources.reserve(resources_.size());
+    for (const auto& [name, resource] : resources_) resources.push_back(resource);
+    return resources;
+}
+
+}  // namespace Vorn

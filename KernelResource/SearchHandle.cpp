@@ -1,0 +1,38 @@
+#include "KernelResource/SearchHandle.h"
+
+#include "KernelStandard/FileSubstList.h"
+
+namespace Vorn {
+
+bool ResourceDatabase::SearchHandle::OpenSearch(const char* /*pattern*/,
+                                                const ResourceDatabase& /*database*/) {
+    return false;
+}
+
+bool ResourceDatabase::RDBSearchHandle::OpenSearch(const char* pattern,
+                                                   const ResourceDatabase& database) {
+    const InternedString& mount = database.Name();
+    if (mount.Length() == 0) {
+        isOnEntry_ = find_.Open(pattern);
+    } else {
+        const bool isMounted = FileSubstList::Instance().FindSubst(mount) != nullptr;
+        isOnEntry_ = isMounted && find_.Open(pattern, mount);
+    }
+    return isOnEntry_;
+}
+
+void ResourceDatabase::RDBSearchHandle::CloseSearch() {
+    find_.Close();
+    isOnEntry_ = false;
+}
+
+bool ResourceDatabase::RDBSearchHandle::NextEntry() {
+    isOnEntry_ = isOnEntry_ && find_.Next();
+    return isOnEntry_;
+}
+
+const FindEntry* ResourceDatabase::RDBSearchHandle::CurrentEntry() const {
+    return isOnEntry_ ? &find_.Entry() : nullptr;
+}
+
+}  // namespace Vorn
