@@ -31,8 +31,24 @@ struct FileStatus {
 [[nodiscard]] bool Exists(const char* path);
 [[nodiscard]] bool GetStatus(const char* path, FileStatus& status);
 
+// What stands under a name, a link not followed. The name is exact.
+enum class EntryKind { None, File, Directory, Link, Other };
+[[nodiscard]] EntryKind GetEntryKind(const char* path);
+
+// Which file or directory a path leads to: equal for two paths to one and the same.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+[[nodiscard]] bool GetIdentity(const char* path, FileIdentity& identity);
+
 // Whether both paths lead to one and the same file; false when either is missing.
 [[nodiscard]] bool IsSameFile(const char* a, const char* b);
+
+// The full path of what the exact name `path` leads to, without links, '/' between components;
+// empty when that does not exist.
+[[nodiscard]] std::string RealPath(const char* path);
 
 // Removes a file. Refuses a directory, and a file that is read-only (see SetReadOnly).
 [[nodiscard]] bool RemoveFile(const char* path);

@@ -106,12 +106,41 @@ bool GetStatus(const char* path, FileStatus& status) {
     return true;
 }
 
+EntryKind GetEntryKind(const char* path) {
+    struct stat found {};
+    if (lstat(ToSystemPath(path).c_str(), &found) != 0) {
+        return EntryKind::None;
+    }
+    switch (found.st_mode & S_IFMT) {
+        case S_IFREG:
+            return EntryKind::File;
+        case S_IFDIR:
+            return EntryKind::Directory;
+        case S_IFLNK:
+            return EntryKind::Link;
+        default:
+            return EntryKind::Other;
+    }
+}
+
+bool GetIdentity(const char* path, FileIdentity& identity) {
+    struct stat found {};
+    if (stat(FindExistingPath(path).c_str(), &found) != 0) {
+        return false;
+    }
+    identity = {.device = found.st_dev, .number = found.st_ino};
+    return true;
+}
+
 bool IsSameFile(const char* a, const char* b) {
-    struct stat first {};
-    struct stat second {};
-    return stat(FindExistingPath(a).c_str(), &first) == 0 &&
-           stat(FindExistingPath(b).c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
+    FileIdentity first;
+    FileIdentity second;
+    return GetIdentity(a, first) && GetIdentity(b, second) && first == second;
+}
+
+std::string RealPath(const char* path) {
+    const std::unique_ptr<char, FreeText> real(realpath(ToSystemPath(path).c_str(), nullptr));
+    return real ? real.get() : "";
 }
 
 bool RemoveFile(const char* path) {
