@@ -195,7 +195,8 @@ bool FileSubArchive::FinishMember(NewMember& member) {
     constexpr std::size_t kLengthOffset = 4;
     const std::uint64_t indexEnd =
         member.end + kChunkHeaderSize + (std::uint64_t{index_.Count()} + 1) * kIndexRecordSize;
-    if (indexEnd > kMaxArchiveSize) return false;
+    wasFull_ = indexEnd > kMaxArchiveSize;
+    if (wasFull_) return false;
     std::array<std::byte, kMemberPrefixSize> prefix{};
     const std::span<std::byte, kMemberPrefixSize> bytes(prefix);
     EncodeChunkHeader(bytes.first<kChunkHeaderSize>(), kMemberChunk,
@@ -205,7 +206,8 @@ bool FileSubArchive::FinishMember(NewMember& member) {
 }
 
 bool FileSubArchive::Append(NewMember& member, std::span<const std::byte> bytes) {
-    if (member.end + bytes.size() > kMaxArchiveSize) return false;
+    wasFull_ = member.end + bytes.size() > kMaxArchiveSize;
+    if (wasFull_) return false;
     member.end += bytes.size();
     return handle_.Write(bytes) == bytes.size();
 }

@@ -79,6 +79,9 @@ public:
     // then is as it was, and readers walk the chunks. The destructor does the same and cannot say.
     [[nodiscard]] bool Complete();
 
+    // Whether the last member that was not added had no room: the archive would pass 4 GiB.
+    [[nodiscard]] bool WasFull() const { return wasFull_; }
+
     // A search over the members. Handles are small numbers; an invalid one is ignored.
     [[nodiscard]] int BeginFind();
     void EndFind(int search);
@@ -161,7 +164,8 @@ private:
     bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
     bool indexCut_ VORN_GUARDED_BY(lock_) = false;    // the file's header names one that is short
-    bool headerInPlace_ = false;                      // where and as long as EncodePreamble has it
+    bool wasFull_ = false;
+    bool headerInPlace_ = false;  // where and as long as EncodePreamble has it
     ArchiveIndex index_ VORN_GUARDED_BY(lock_);
     std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
     // A walk that began here met the end of a file of that size and found nothing.
