@@ -1,0 +1,109 @@
+#include "tools/archive/Destination.h"
+
+#include <algorithm>
+
+#include "KernelStandard/File.h"
+#include "kernel/Paths.h"
+#include "platform/Directories.h"
+
+namespace Vorn {
+namespace {
+
+constexpr const char* kLeavesFolder = "Destination leaves the folder";
+constexpr const char* kCannotWrite = "Cannot open output file";
+
+[[nodiscard]] bool IsFolder(const char* path) {
+    platform::FileStatus status;
+    return platform::GetStatus(path, status) && status.IsDirectory();
+}
+
+}  // namespace
+
+Destination::Folded::Folded(std::string_view path)
+    : fromRoot(!path.empty() && IsSeparator(path.front())) {
+    while (!path.empty()) {
+        const std::size_t length = std::min(path.find_first_of("/\\"), path.size());
+        const std::string_view name = path.substr(0, length);
+        path.remove_prefix(std::min(length + 1, path.size()));
+        if (name.empty() || name == ".") continue;
+        if (name == ".." && !components.empty() && components.back() != "..") {
+            components.pop_back();
+        } else {
+            components.emplace_back(name);
+        }
+    }
+}
+
+std::string Destination::Folded::Text(std::size_t count) const {
+    std::string text = fromRoot ? "/" : "";
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0) text += '/';
+        text += components[i];
+    }
+    return text.empty() ? "." : text;
+}
+
+bool Destination::Folded::IsBelow(const Folded& folder) const {
+    const std::size_t shared = folder.components.size();
+    if (fromRoot != folder.fromRoot || components.size() <= shared ||
+        !std::equal(folder.components.begin(), folder.components.end(), components.begin())) {
+        return false;
+    }
+    return std::none_of(components.begin() + static_cast<std::ptrdiff_t>(shared), components.end(),
+                        [](const std::string& name) {
+                            return name == ".." || name.find(':') != std::string::npos;
+                        });
+}
+
+Destination::Destination(const std::vector<std::string>& namedFolders, std::string source)
+    : named_(namedFolders.begin(), namedFolders.end()), source_(std::move(source)) {}
+
+const char* Destination::Prepare(std::string_view path, std::string& prepared) {
+    const Folded folded(path);
+    const auto below =
+        std::ranges::find_if(named_, [&](const Folded& folder) { return folded.IsBelow(folder); });
+    if (below == named_.end() || path.empty() || IsSeparator(path.back())) return kLeavesFolder;
+
+    const std::size_t length = folded.components.size();
+    const std::size_t start = below->components.size();
+    const std::string named = below->Text(start);
+    prepared = folded.Text(length);
+    if (prepared.find(':', 2) != std::string::npos) return kCannotWrite;  // a mount's name
+    if (!entered_.contains(folded.Text(length - 1))) {
+        for (std::size_t count = start; count < length; ++count) {
+            if (const char* problem = EnterFolder(named, folded.Text(count))) return problem;
+        }
+    }
+    return CheckFile(named, prepared);
+}
+
+const char* Destination::CheckFile(const std::string& named, const std::string& path) const {
+    using enum platform::EntryKind;
+    const platform::EntryKind kind = platform::GetEntryKind(path.c_str());
+    if (kind == Link && LeadsOut(named, path)) return kLeavesFolder;
+    const bool overSource = kind != None && platform::IsSameFile(path.c_str(), source_.c_str());
+    return overSource ? "Destination is the archive itself" : nullptr;
+}
+
+// The folders above are entered already.
+const char* Destination::EnterFolder(const std::string& named, const std::string& folder) {
+    if (entered_.contains(folder)) return nullptr;
+    if (folder == named) {
+        if (!IsFolder(folder.c_str()) && !File::MakePath(folder.c_str())) return kCannotWrite;
+    } else if (platform::GetEntryKind(folder.c_str()) == platform::EntryKind::Link) {
+        if (LeadsOut(named, folder)) return kLeavesFolder;
+    } else if (!platform::MakeDirectory(folder.c_str()) && !IsFolder(folder.c_str())) {
+        return kCannotWrite;
+    }
+    entered_.insert(folder);
+    return nullptr;
+}
+
+bool Destination::LeadsOut(const std::string& named, const std::string& link) const {
+    std::string home = platform::RealPath(named.c_str());
+    const std::string target = platform::RealPath(link.c_str());
+    if (!home.ends_with('/')) home += '/';
+    return target.empty() || !(target + '/').starts_with(home);
+}
+
+}  // namespace Vorn

@@ -1,0 +1,41 @@
+#include "tools/archive/TargetMount.h"
+
+#include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "platform/Directories.h"
+
+namespace Vorn {
+namespace {
+
+// Null for a target that is mounted as a folder.
+[[nodiscard]] FileSubArchive* ArchiveOf(const InternedString& name) {
+    FileSub& backend = *FileSubstList::Instance().FindSubst(name)->backends.back();
+    return backend.IsKind(kKindArchive) ? static_cast<FileSubArchive*>(&backend) : nullptr;
+}
+
+}  // namespace
+
+TargetMount::TargetMount(const InternedString& name, const char* path, bool forReading)
+    : name_(name) {
+    try {
+        Subst(name_, path, true);
+    } catch (const FileEx&) {
+        if (!forReading || !platform::Exists(path)) throw;
+        Subst(name_, path, false);
+    }
+}
+
+TargetMount::~TargetMount() { Subst(name_, nullptr); }
+
+bool TargetMount::Complete() {
+    FileSubArchive* archive = ArchiveOf(name_);
+    return archive == nullptr || archive->Complete();
+}
+
+bool TargetMount::WasFull() const {
+    const FileSubArchive* archive = ArchiveOf(name_);
+    return archive != nullptr && archive->WasFull();
+}
+
+}  // namespace Vorn

@@ -1,0 +1,32 @@
+// The archive under work, mounted for a scope.
+#pragma once
+
+#include "kernel/InternedString.h"
+
+namespace Vorn {
+
+// The substitution under which tools mount their target.
+inline constexpr const char* kTargetMountName = "_ToolArc_";
+
+class TargetMount {
+public:
+    // Mounts `path` under `name`: writable, so that a missing archive is created. One that exists
+    // and cannot be written to is mounted for reading when `forReading`. Throws FileEx when the
+    // archive can be neither opened nor created.
+    TargetMount(const InternedString& name, const char* path, bool forReading);
+    ~TargetMount();
+    TargetMount(const TargetMount&) = delete;
+    TargetMount& operator=(const TargetMount&) = delete;
+
+    // Writes the index of an archive that has changed. False when that failed: readers then walk
+    // the archive.
+    [[nodiscard]] bool Complete();
+
+    // Whether the archive had no room for the last member that failed: nothing in it passes 4 GiB.
+    [[nodiscard]] bool WasFull() const;
+
+private:
+    const InternedString& name_;
+};
+
+}  // namespace Vorn

@@ -1,0 +1,96 @@
+// The course of one command line.
+#include "tools/archive/Tool.h"
+
+#include <cstdio>
+
+#include "kernel/services/Log.h"
+#include "kernel/services/OptionSources.h"
+
+namespace Vorn {
+
+Tool::Tool() = default;
+
+Tool::~Tool() = default;
+
+void Tool::Init(std::uint32_t flags) {
+    command_.expectCommand = (flags & kExpectCommand) != 0;
+    command_.expectTarget = (flags & kExpectTarget) != 0;
+    command_.searchTarget = (flags & kSearchTarget) != 0;
+}
+
+void Tool::Shutdown() { options_.reset(); }
+
+bool Tool::Startup(const char* commandLine, const char* appName, const char* extraOptions) {
+    commandLine_ = commandLine;
+    appName_ = appName;
+    options_ = std::make_unique<KernelOptions>("", "", 0, 0);
+    OptionList& list = options_->GetOptionList();
+    LoadOptions(list, appName, commandLine);
+    ParseOptions(list, " +Render=OpenGL,DirectX -HideWindow -Windowed -LogFlush-");
+    if (extraOptions != nullptr) ParseOptions(list, extraOptions);
+    InitLog(list);
+    SetLogConsoleStream(stdout);
+    return true;
+}
+
+bool Tool::Run() { return ProcessCommandLine(command_, commandLine_); }
+
+bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
+    if (line == nullptr) {
+        PrintUsage();
+        return false;
+    }
+    const bool result = ParseCommandLine(command, line);
+    if ((command.expectTarget && command.target.IsNull()) ||
+        (command.expectCommand && command.command.IsNull())) {
+        RequestUsage();
+        return false;
+    }
+    Tool::ParseSwitches(command);
+    BuildFileList(command);
+    if (command.files.empty()) {
+        std::printf("- Warning, no input files found: command '%s'\n", line);
+        RequestUsage();
+        return false;
+    }
+    if (!Execute(command)) {
+        std::printf("Tool::ProcessCommandLine(): Command execution failed:\n\"%s\"\n\n", line);
+        return false;
+    }
+    return result;
+}
+
+bool Tool::Execute(ToolCommand& command) {
+    ParseSwitches(command);
+    bool result = true;
+    for (const ToolFileRecord& record : command.files) {
+        result = ProcessFile(command, record) && result;
+    }
+    if (!command.files.empty()) std::printf("\nProcessed %zu files.\n", command.files.size());
+    return result;
+}
+
+bool Tool::ProcessFile(const ToolCommand& /*command*/, const ToolFileRecord& /*record*/) {
+    return true;
+}
+
+void Tool::PrintUsage() {}
+
+void Tool::RequestUsage() {
+    if (!usageShown_) PrintUsage();
+    usageShown_ = true;
+}
+
+void Tool::ParseSwitches(ToolCommand& command) {
+    command.recursive = command.HasSwitch('r');
+    command.keepPaths = command.HasSwitch('k');
+    command.verbose = command.HasSwitch('v');
+}
+
+void Tool::ReportProblem(const std::string& text) {
+    NoteFailure();
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: %s\n", appName_.Text(), text.c_str());
+}
+
+}  // namespace Vorn

@@ -1,0 +1,93 @@
+// The base of the kernel's console tools: takes one command line apart, finds the files that it
+// names, on disk or in an archive, and hands them to the derived tool one by one.
+//
+//   {-switches} command target {paths}      a path: {folder}wildcards{;wildcards}
+//
+// "@file" before the command runs every line of a file as a command line of its own, with the
+// switches given so far. Line after line runs, whether those before it failed or not.
+//
+// Use: construct, Init, Startup, Run, Shutdown. The lines of a tool go to standard output. What a
+// tool has no line for goes to standard error and is remembered by AnyFailed.
+//
+// Decided here, where it was open:
+// - Between the value of -p and the first folder kept behind it stands a separator.
+// - An argument file that names itself, directly or through others, cannot be opened; neither can
+//   one that is nested in 64 others.
+// - A folder that leads back into one above it (a link) is not searched again.
+//
+// A FileEx that mounting the target raises reaches the caller of Run. One thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "KernelStandard/File.h"
+#include "kernel/services/KernelOptions.h"
+#include "platform/Directories.h"
+#include "tools/archive/ToolCommand.h"
+
+namespace Vorn {
+
+class Tool {
+public:
+    static constexpr std::uint32_t kExpectCommand = 1;
+    static constexpr std::uint32_t kExpectTarget = 2;
+    static constexpr std::uint32_t kSearchTarget = 4;  // not for the command word "a"
+
+    Tool();
+    Tool(const Tool&) = delete;
+    Tool& operator=(const Tool&) = delete;
+
+    // The operations of a tool, in slot order.
+    virtual void Init(std::uint32_t flags);
+    virtual void Shutdown();
+    // Loads the options, starts the log with its lines on standard output too, and the resource
+    // system. `commandLine` is kept, not copied. `extraOptions`, which may be null, are read last.
+    [[nodiscard]] virtual bool Startup(const char* commandLine, const char* appName,
+                                       const char* extraOptions);
+    [[nodiscard]] virtual bool Run();
+    [[nodiscard]] virtual bool Execute(ToolCommand& command);
+    [[nodiscard]] virtual bool ProcessFile(const ToolCommand& command,
+                                           const ToolFileRecord& record);
+    virtual void PrintUsage();
+    virtual void ParseSwitches(ToolCommand& command);
+    virtual ~Tool();
+
+    // Whether a file, folder or argument that a command line names could not be dealt with whole,
+    // also where Run was true.
+    [[nodiscard]] bool AnyFailed() const { return anyFailed_; }
+
+protected:
+    void NoteFailure() { anyFailed_ = true; }
+    // The same, with a line on standard error.
+    void ReportProblem(const std::string& text);
+
+private:
+    [[nodiscard]] bool ProcessCommandLine(ToolCommand& command, const char* line);
+    [[nodiscard]] bool ParseCommandLine(ToolCommand& command, const char* line);
+    [[nodiscard]] bool ProcessArgumentFile(ToolCommand& command, const char* fileName);
+    [[nodiscard]] bool RunLines(ToolCommand& command, File& file, const char* fileName);
+    [[nodiscard]] bool MayNest(const char* fileName) const;
+    void RequestUsage();
+
+    void BuildFileList(ToolCommand& command);
+    void SearchPath(ToolCommand& command, const String& path);
+    void SearchFiles(ToolCommand& command, const std::string& folder, const std::string& wildcards,
+                     const std::string& base);
+    void SearchBelow(ToolCommand& command, const std::string& folder, const std::string& wildcards,
+                     const std::string& base);
+    [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
+
+    const char* commandLine_ = nullptr;
+    bool usageShown_ = false;
+    std::unique_ptr<KernelOptions> options_;
+    ToolCommand command_;
+    String appName_;
+    bool anyFailed_ = false;
+    std::vector<std::string> argumentFiles_;               // open now, the outermost first
+    std::vector<platform::FileIdentity> searchedFolders_;  // on disk, the outermost first
+};
+
+}  // namespace Vorn

@@ -1,0 +1,106 @@
+// Taking a command line apart, and running the lines of argument files.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "KernelStandard/File.h"
+#include "kernel/Exceptions.h"
+#include "tools/archive/SplitQuoted.h"
+#include "tools/archive/Tool.h"
+
+namespace Vorn {
+namespace {
+
+constexpr std::size_t kMostNestedFiles = 64;
+constexpr std::size_t kLineBuffer = 1024;
+
+// What File::Open makes of a path when nothing is mounted: a prefix is dropped.
+[[nodiscard]] const char* PlainPath(const char* path) {
+    const char* colon = std::strchr(path, ':');
+    return colon == nullptr || colon - path < 2 ? path : colon + 1;
+}
+
+[[nodiscard]] bool OpenArgumentFile(File& file, const char* fileName) try {
+    // A file without a size, one of 4 GiB, is none.
+    return file.Open(fileName, kReadDetect) == RES_OK && file.Size() <= kMaxArchiveSize;
+} catch (const FileEx&) {
+    return false;
+}
+
+}  // namespace
+
+bool Tool::ParseCommandLine(ToolCommand& command, const char* line) {
+    bool result = true;
+    SplitQuoted(line, "\r\n ", '"', command.tokens);
+    std::size_t next = 0;
+    for (; next < command.tokens.size(); ++next) {
+        const String token = command.tokens[next];
+        if (token.Text()[0] == '-') {
+            if (token.Length() > 1) command.TakeSwitch(token.View());
+        } else if (token.Text()[0] == '@') {
+            result = ProcessArgumentFile(command, token.Text() + 1) && result;
+        } else if (command.expectCommand) {
+            command.command = token;
+            command.expectCommand = false;
+            if (token.View() == "a") command.searchTarget = false;
+        } else if (command.expectTarget) {
+            command.target = token;
+            command.expectTarget = false;
+        } else {
+            break;
+        }
+    }
+    command.paths.assign(command.tokens.begin() + static_cast<std::ptrdiff_t>(next),
+                         command.tokens.end());
+    if (command.paths.empty()) command.paths.emplace_back("*");
+    return result;
+}
+
+bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
+    File file;
+    if (!MayNest(fileName) || !OpenArgumentFile(file, fileName)) {
+        std::printf("- Warning, can't open argument file [%s]\n", fileName);
+        NoteFailure();
+        return true;
+    }
+    argumentFiles_.emplace_back(PlainPath(fileName));
+    const bool result = RunLines(command, file, fileName);
+    argumentFiles_.pop_back();
+    return result;
+}
+
+bool Tool::MayNest(const char* fileName) const {
+    return argumentFiles_.size() < kMostNestedFiles &&
+           std::ranges::none_of(argumentFiles_, [&](const std::string& open) {
+               return platform::IsSameFile(open.c_str(), PlainPath(fileName));
+           });
+}
+
+bool Tool::RunLines(ToolCommand& command, File& file, const char* fileName) {
+    const ToolCommand kept = command;
+    const auto line = std::make_unique<std::array<char, kLineBuffer>>();
+    const std::uint32_t size = file.Size();
+    file.DetectTextEncoding();
+    const std::uint32_t unit = file.TextMode() == kTextUtf16 ? 2 : 1;
+    bool result = true;
+    for (std::uint32_t start = file.Tell();
+         const std::uint32_t stored = file.ReadLine(line->data(), kLineBuffer);
+         start = file.Tell()) {
+        if (file.Tell() - start > stored * unit) {
+            ReportProblem(std::string("a line of ") + fileName + " is too long and was cut");
+        }
+        command = kept;
+        command.tokens.clear();
+        command.command.Clear();
+        command.target.Clear();
+        result = ProcessCommandLine(command, line->data()) && result;
+    }
+    // A file that cannot be read seems to end, and to be empty.
+    if (file.Size() != size) ReportProblem(std::string("cannot read all of ") + fileName);
+    command = kept;
+    return result;
+}
+
+}  // namespace Vorn
