@@ -1,10 +1,10 @@
 #include "assetdata/KUID.h"
 
 #include <algorithm>
-#include <limits>
-#include <optional>
+#include <utility>
 
 #include "KernelStandard/LittleEndian.h"
+#include "assetdata/NumberText.h"
 #include "kernel/Paths.h"
 
 namespace Vorn {
@@ -19,7 +19,6 @@ constexpr std::uint32_t kMostVersion = 127;
 const InternedString g_nullTag = Intern("<NULL>");
 
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Reads from the front of a text.
 class Scanner {
@@ -50,21 +49,13 @@ public:
         return count > 0;
     }
 
-    // Blanks, a sign and digits. False, and `number` as it was, when there is no digit; a number
-    // that does not fit makes `fits` false.
+    // False, and `number` as it was, when there is none; one that does not fit clears `fits`.
     bool TakeNumber(std::int32_t& number, bool& fits) {
-        while (!rest_.empty() && IsBlank(rest_.front())) rest_.remove_prefix(1);
-        const bool negative = rest_.starts_with('-');
-        if (negative || rest_.starts_with('+')) rest_.remove_prefix(1);
-        if (rest_.empty() || !IsDigit(rest_.front())) return false;
-        constexpr std::int64_t kTooLarge = std::int64_t{1} << 40;
-        std::int64_t value = 0;
-        for (; !rest_.empty() && IsDigit(rest_.front()); rest_.remove_prefix(1)) {
-            value = std::min(value * 10 + (rest_.front() - '0'), kTooLarge);
-        }
-        if (negative) value = -value;
-        if (value != static_cast<std::int32_t>(value)) fits = false;
-        number = static_cast<std::int32_t>(value);
+        const NumberRead<std::int32_t> read = ReadInteger(rest_);
+        if (!read.found) return false;
+        rest_.remove_prefix(read.length);
+        number = read.value;
+        if (read.outOfRange) fits = false;
         return true;
     }
 

@@ -1,0 +1,28 @@
+// Numbers in texts, as "%d", "%f" and "%g" read and print them, whatever the process's locale.
+//
+// Reading skips blanks, takes a sign, and stops at the first byte that cannot continue the number.
+// An integer that does not fit 32 bits becomes the nearest that does, a float the infinity.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace Vorn {
+
+template <typename Number>
+struct NumberRead {
+    Number value = 0;
+    bool found = false;       // else the value is 0
+    bool outOfRange = false;  // the value is the nearest one
+    std::size_t length = 0;   // bytes read, 0 when nothing was found
+};
+
+[[nodiscard]] NumberRead<std::int32_t> ReadInteger(std::string_view text);
+[[nodiscard]] NumberRead<float> ReadFloat(std::string_view text);
+
+void AppendInteger(std::string& text, std::int32_t value);
+void AppendFloat(std::string& text, float value);
+
+}  // namespace Vorn

@@ -1,0 +1,38 @@
+// Base of tags, values and files, which their users on any thread share by counting.
+//
+// An object begins without users and is deleted when the last one releases it. Objects that
+// release others while they are deleted do not nest: those wait for their turn, so that a tree of
+// any depth ends on a small stack. Held through RefPtr.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "KernelResource/ReferenceCount.h"
+
+namespace Vorn {
+
+class ReferenceCountMP {
+public:
+    virtual ~ReferenceCountMP() = default;
+    ReferenceCountMP(const ReferenceCountMP&) = delete;
+    ReferenceCountMP& operator=(const ReferenceCountMP&) = delete;
+
+    void AddRef() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
+    void Release() noexcept {
+        if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) End();
+    }
+
+protected:
+    ReferenceCountMP() noexcept : references_(0) {}
+
+private:
+    void End() noexcept;
+
+    union {
+        std::atomic<std::uint32_t> references_;
+        ReferenceCountMP* nextToEnd_;  // once there are no users
+    };
+};
+
+}  // namespace Vorn

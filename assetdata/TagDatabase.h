@@ -1,0 +1,18 @@
+// Loading of tag databases by the extension of their file.
+#pragma once
+
+#include "assetdata/OCSChunk.h"
+#include "assetdata/TagObserver.h"
+#include "kernel/InternedString.h"
+
+namespace Vorn {
+
+// Loads "txt" as text into `container`, which is cleared first (made when null), and "chump",
+// "cdp" and "cdp2" as chunk files, whose root replaces `container`: null when it has none. The
+// path goes through the named substitution, compressed or not, or without a name to the file
+// system as it is stored. False, and `container` as it was, when the file cannot be opened or has
+// another extension.
+[[nodiscard]] bool LoadTagDatabase(OCSChunkRef& container, const InternedString& substName,
+                                   const char* path, TagObserver* observer = nullptr);
+
+}  // namespace Vorn

@@ -1,0 +1,56 @@
+#include "assetdata/TagValues.h"
+
+#include <bit>
+#include <string_view>
+#include <vector>
+
+#include "KernelStandard/LittleEndian.h"
+
+namespace Vorn {
+namespace {
+
+std::uint32_t WordAt(std::span<const std::byte> value, std::size_t index) {
+    return LoadU32<0>(value.subspan(index * 4).first<4>());
+}
+
+template <typename Number>
+OCSRawData MakeNumbers(std::span<const Number> values) {
+    std::vector<std::byte> bytes(values.size() * 4);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        StoreU32<0>(std::span(bytes).subspan(i * 4).template first<4>(),
+                    std::bit_cast<std::uint32_t>(values[i]));
+    }
+    return MakeRef<OCSRawDataCore>(std::span<const std::byte>(bytes));
+}
+
+}  // namespace
+
+std::int32_t IntegerAt(std::span<const std::byte> value, std::size_t index) {
+    return static_cast<std::int32_t>(WordAt(value, index));
+}
+
+float FloatAt(std::span<const std::byte> value, std::size_t index) {
+    return std::bit_cast<float>(WordAt(value, index));
+}
+
+KUID KUIDAt(std::span<const std::byte> value, std::size_t index) {
+    return KUID::FromPair(value.subspan(index * KUID::kPairSize).first<KUID::kPairSize>());
+}
+
+std::string_view TextOf(std::span<const std::byte> value) {
+    const std::string_view all(reinterpret_cast<const char*>(value.data()), value.size());
+    return all.substr(0, all.find('\0'));
+}
+
+OCSRawData MakeIntegers(std::span<const std::int32_t> values) { return MakeNumbers(values); }
+
+OCSRawData MakeFloats(std::span<const float> values) { return MakeNumbers(values); }
+
+OCSRawData MakeKUID(const KUID& kuid) {
+    const KUID::Pair pair = kuid.ToPair();
+    return MakeRef<OCSRawDataCore>(std::span<const std::byte>(pair));
+}
+
+OCSRawData MakeText(std::string_view text) { return MakeRef<OCSRawDataCore>(text); }
+
+}  // namespace Vorn

@@ -1,0 +1,37 @@
+// Reading and making tag values: numbers, identifiers and texts as they stand in value bytes.
+//
+// A value's bytes may come from a hostile file: they may hold a part of a number at their end, and
+// a text may lack its zero byte. Nothing here reads past the bytes it is given.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "assetdata/KUID.h"
+#include "assetdata/OCSRawData.h"
+
+namespace Vorn {
+
+// Whole numbers in a value; a rest of 1 to 3 bytes does not count.
+[[nodiscard]] constexpr std::size_t NumberCount(std::span<const std::byte> value) {
+    return value.size() / 4;
+}
+[[nodiscard]] constexpr std::size_t KUIDCount(std::span<const std::byte> value) {
+    return value.size() / KUID::kPairSize;
+}
+
+// The element at an index below the count.
+[[nodiscard]] std::int32_t IntegerAt(std::span<const std::byte> value, std::size_t index);
+[[nodiscard]] float FloatAt(std::span<const std::byte> value, std::size_t index);
+[[nodiscard]] KUID KUIDAt(std::span<const std::byte> value, std::size_t index);
+// Up to the first zero byte, or all.
+[[nodiscard]] std::string_view TextOf(std::span<const std::byte> value);
+
+[[nodiscard]] OCSRawData MakeIntegers(std::span<const std::int32_t> values);
+[[nodiscard]] OCSRawData MakeFloats(std::span<const float> values);
+[[nodiscard]] OCSRawData MakeKUID(const KUID& kuid);
+[[nodiscard]] OCSRawData MakeText(std::string_view text);
+
+}  // namespace Vorn
