@@ -1,6 +1,4 @@
 // Full disks and failing system calls: never a result of 0 with something wrong or lost.
-#include <filesystem>
-
 #include "tests/converter/Workbench.h"
 
 namespace Vorn::Testing {
@@ -9,54 +7,45 @@ namespace {
 class DiskFaults : public Workbench {
 protected:
     void SetUp() override {
-        Pack("old.va", {{"a", Noise(40000, 1)}, {"gone", "old"}, {"b", "same"}});
-        Pack("new.va", {{"a", Noise(40000, 2)}, {"b", "same"}, {"added", Noise(40000, 3)}});
+        PackPair({{"a", Noise(40000, 1)}, {"gone", "old"}, {"b", "same"}},
+                 {{"a", Noise(40000, 2)}, {"b", "same"}, {"added", Noise(40000, 3)}});
         ASSERT_EQ(Diff().exitCode, 0);
-        patch_ = Unpack("out/old-diff.va");
-        ASSERT_EQ(Apply().exitCode, 0);
-        ASSERT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
-        std::filesystem::copy(folder_.Path("out/old-diff.va"), folder_.Path("good.va"));
+        fs::copy(folder_.Path("out/old-diff.va"), folder_.Path("good.va"));
         inputs_ = Inputs();
-        StartAfresh();
+        ASSERT_TRUE(RunBoth());
     }
 
     [[nodiscard]] std::string Inputs() const {
         return folder_.Read("old.va") + folder_.Read("new.va") + folder_.Read("good.va");
     }
 
-    // Removes the results, not what a run left unfinished.
-    void StartAfresh() const {
-        for (const char* result : {"out/old-diff.va", "old-tmp.va"}) Replace(result, "");
-    }
-
-    // Both operations; whether both ended well.
+    // Both operations, without earlier results, but with what a run left unfinished; whether both
+    // ended well.
     bool RunBoth(const std::string& tracer = {}) const {
-        StartAfresh();
+        RemoveResults();
         const int diff = Convert({"patchdiff", "old.va", "new.va", "out"}, tracer).exitCode;
-        if (diff == 0) {
-            EXPECT_TRUE(Unpack("out/old-diff.va") == patch_);
-        }
+        if (diff == 0) ExpectSameContent("out/old-diff.va", "good.va");
         const int apply = Convert({"patchapply", "old.va", "good.va", "x"}, tracer).exitCode;
-        if (apply == 0) {
-            EXPECT_TRUE(Unpack("old-tmp.va") == Unpack("new.va"));
-        }
+        if (apply == 0) ExpectSameContent("old-tmp.va", "new.va");
         EXPECT_TRUE(Inputs() == inputs_);
         return diff == 0 && apply == 0;
     }
+    void RemoveResults() const {
+        for (const char* result : {"out/old-diff.va", "old-tmp.va"}) Replace(result, "");
+    }
 
-    Content patch_;
     std::string inputs_;
 };
 
 TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
     // The folder of the working files, of the patch, and the current one with all else in it.
-    for (const std::string& full : {bin_, std::string("out"), std::string()}) {
+    for (const std::string& full : {bin_, "out"s, ""s}) {
         SCOPED_TRACE(full);
         int failed = 0;
         for (const std::size_t room : {1, 3, 8, 16, 24, 32, 48, 200}) {
-            StartAfresh();
+            RemoveResults();
             if (!MakeSmallDisk(full, room * 4096)) GTEST_SKIP() << "mounting is not permitted";
-            if (!RunBoth()) ++failed;
+            failed += RunBoth() ? 0 : 1;
             ReleaseDisks();
         }
         EXPECT_GE(failed, 4);
@@ -74,10 +63,8 @@ TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
     int failed = 0;
     for (const int nth : {1, 2, 3, 4, 5, 7, 9, 12, 15, 19, 24, 31, 40, 60}) {
         SCOPED_TRACE(nth);
-        if (!RunBoth("strace -o /dev/null -e inject=" + std::string(GetParam()) +
-                     ":when=" + std::to_string(nth))) {
-            ++failed;
-        }
+        const std::string when = ":when=" + std::to_string(nth);
+        failed += RunBoth("strace -o /dev/null -e inject="s + GetParam() + when) ? 0 : 1;
     }
     EXPECT_GT(failed, 0);
     EXPECT_TRUE(RunBoth());  // whatever was left behind

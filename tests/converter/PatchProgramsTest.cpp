@@ -6,47 +6,38 @@
 namespace Vorn::Testing {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-
 class PatchPrograms : public Workbench {
 protected:
     void SetUp() override {
-        Pack("old.va", {{"a", "old"}, {"dir/b", "old"}});
-        Pack("new.va", {{"a", "old"}, {"dir/b", "new"}});
+        PackPair({{"a", "old"}, {"dir/b", "old"}}, {{"a", "old"}, {"dir/b", "new"}});
     }
 };
 
 TEST_F(PatchPrograms, DiffProgramIsJudgedByTheFileItLeaves) {
     const std::string failed = "ERROR> Failed to add out/old/dir/b.diff";
-    const struct {
-        std::string script;
-        int exitCode;
-        std::vector<std::string> lines;
-    } rows[] = {
+    const Table<std::string, int, Lines> rows = {
         {"", 1, {"Identical a"}},
         {"exit 0", 1, {"Identical a", failed}},
         {"exit 5", 1, {"Identical a", failed}},
         {"kill -9 $$", 1, {"Identical a", failed}},
         {": > \"$3\"", 0, {"Identical a", "Diffed dir/b"}},
-        {"cp \"$2\" \"$3\"; exit 5", 0, {"Identical a", "Diffed dir/b"}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.script);
-        Replace(diff_, row.script);
+        {"cp \"$2\" \"$3\"; exit 5", 0, {"Identical a", "Diffed dir/b"}}};
+    for (const auto& [script, exitCode, lines] : rows) {
+        SCOPED_TRACE(script);
+        Replace(diff_, script);
         Replace("out/old-diff.va", "");
         // An earlier run's diff must not pass for this one's.
         folder_.Write("out/old/dir/b.diff", "stale");
         const Outcome outcome = Diff();
-        EXPECT_EQ(outcome.exitCode, row.exitCode);
-        EXPECT_EQ(outcome.lines, row.lines);
-        EXPECT_EQ(folder_.Has("out/old-diff.va"), row.exitCode == 0);
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_EQ(outcome.lines, lines);
+        EXPECT_EQ(folder_.Has("out/old-diff.va"), exitCode == 0);
     }
     EXPECT_EQ(Unpack("out/old-diff.va")["dir/b"], "new");
-}
 
-TEST_F(PatchPrograms, EmptyDiffIsMissedWhenThePatchIsApplied) {
+    // An empty diff is missed when the patch is applied.
     Replace(diff_, ": > \"$3\"");
+    Replace("out/old-diff.va", "");
     EXPECT_EQ(Diff().exitCode, 0);
     const Outcome outcome = Apply();
     EXPECT_EQ(outcome.exitCode, 1);
@@ -57,38 +48,30 @@ TEST_F(PatchPrograms, PatchProgramIsJudgedByItsExitCode) {
     ASSERT_EQ(Diff().exitCode, 0);
     const std::string error = ">>>> PATCH ERROR dir/b";
     const std::string outFile = folder_.Path(bin_ + "/outFile");
-    const struct {
-        std::string script;
-        int exitCode;
-        std::vector<std::string> lines;
-    } rows[] = {
-        {"", 1, {error}},
-        {"exit 5", 1, {error, ">>>> EXIT CODE:  5"}},
-        {"kill -9 $$", 1, {error, ">>>> EXIT CODE:  137"}},
-        {"exit 0", 1, {"ERROR> Failed to add patched file " + outFile}},
-        {"truncate -s 5G \"$3\"", 1, {}},  // larger than any member
-        {"test $# = 3 && test \"$(cat \"$1\")\" = old && printf new > \"$3\"",
-         0,
-         {"Patched dir/b"}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.script);
-        Replace(bin_ + "/vpatchl-w32.exe", row.script);
+    const std::string same = "Unchanged a";
+    const std::string good = R"(test $# = 3 && grep -qx old "$1" && printf new > "$3")";
+    const Table<std::string, int, Lines> rows = {
+        {"", 1, {same, error}},
+        {"exit 5", 1, {same, error, ">>>> EXIT CODE:  5"}},
+        {"kill -9 $$", 1, {same, error, ">>>> EXIT CODE:  137"}},
+        {"exit 0", 1, {same, "ERROR> Failed to add patched file " + outFile}},
+        {"truncate -s 5G \"$3\"", 1, {same}},  // larger than any member
+        {good, 0, {same, "Patched dir/b"}}};
+    for (const auto& [script, exitCode, lines] : rows) {
+        SCOPED_TRACE(script);
+        Replace(bin_ + "/vpatchl-w32.exe", script);
         folder_.Write(bin_ + "/outFile", "stale");
         const Outcome outcome = Apply();
-        std::vector<std::string> lines = row.lines;
-        lines.insert(lines.begin(), "Unchanged a");
-        EXPECT_EQ(outcome.exitCode, row.exitCode);
+        EXPECT_EQ(outcome.exitCode, exitCode);
         EXPECT_EQ(outcome.lines, lines);
-        EXPECT_EQ(folder_.Has("old-tmp.va"), row.exitCode == 0);
+        EXPECT_EQ(folder_.Has("old-tmp.va"), exitCode == 0);
     }
-    EXPECT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
+    ExpectSameContent("old-tmp.va", "new.va");
 }
 
 TEST_F(PatchPrograms, RunsThatShareTheProgramFolderWaitForEachOther) {
     Pack("other.va", {{"a", "1"}, {"dir/b", "2"}});
     // Long enough for the other run to come in between.
-    const std::string real = folder_.Path(diff_);
     folder_.Write("real", folder_.Read(diff_));
     Replace(diff_, "sleep 0.3; chmod +x ./real; exec ./real \"$@\"");
     const auto reverse = std::async(std::launch::async, [this] {
@@ -98,8 +81,8 @@ TEST_F(PatchPrograms, RunsThatShareTheProgramFolderWaitForEachOther) {
     reverse.wait();
     EXPECT_EQ(Apply().exitCode, 0);
     EXPECT_EQ(Convert({"patchapply", "other.va", "out/other-diff.va", "x"}).exitCode, 0);
-    EXPECT_EQ(Unpack("old-tmp.va"), Unpack("new.va"));
-    EXPECT_EQ(Unpack("other-tmp.va"), Unpack("new.va"));
+    ExpectSameContent("old-tmp.va", "new.va");
+    ExpectSameContent("other-tmp.va", "new.va");
 }
 
 }  // namespace

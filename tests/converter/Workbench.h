@@ -9,28 +9,32 @@ namespace Vorn::Testing {
 
 using Members = std::vector<std::pair<std::string, std::string>>;  // in the order of writing
 using Content = std::map<std::string, std::string>;                // what an archive holds
+using Arguments = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
 // How one run of a program ended.
 struct Outcome {
-    int exitCode = -1;               // 128 + n for a run ended by signal n
-    std::vector<std::string> lines;  // of standard output
-    std::string problems;            // standard error
+    int exitCode = -1;     // 128 + n for a run ended by signal n
+    Lines lines;           // of standard output
+    std::string problems;  // standard error
 };
 
 class Workbench : public testing::Test {
 protected:
-    Workbench() : Workbench("app") {}
     // Stages the programs below `programs`.
-    explicit Workbench(const std::string& programs);
+    explicit Workbench(const std::string& programs = "app");
 
     // Writes a new archive; members longer than 1,024 bytes are compressed.
     void Pack(const std::string& archive, const Members& members) const;
+    // "old.va" and "new.va".
+    void PackPair(const Members& before, const Members& after) const;
     // Every member that can be reached by its name.
     [[nodiscard]] Content Unpack(const std::string& archive) const;
+    // Both archives are there and hold the same.
+    void ExpectSameContent(const std::string& archive, const std::string& other) const;
 
     // Runs the converter. `tracer` stands before it on the command line.
-    [[nodiscard]] Outcome Convert(const std::vector<std::string>& arguments,
-                                  const std::string& tracer = {}) const;
+    [[nodiscard]] Outcome Convert(const Arguments& arguments, const std::string& tracer = {}) const;
     [[nodiscard]] Outcome Diff() const { return Convert({"patchdiff", "old.va", "new.va", "out"}); }
     [[nodiscard]] Outcome Apply(const std::string& patch = "out/old-diff.va") const {
         return Convert({"patchapply", "old.va", patch, "unread"});

@@ -23,4 +23,9 @@ std::string Prose(std::size_t size) {
     return text.substr(0, size);
 }
 
+int Shell(const std::string& command) {
+    const int status = std::system(command.c_str());
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
 }  // namespace Vorn::Testing

@@ -65,6 +65,9 @@ template <typename Random>
     return text;
 }
 
+// The exit code of a command of the shell; 128 + n for a program that signal n ended.
+[[nodiscard]] int Shell(const std::string& command);
+
 // Calls `function(0)` to `function(count - 1)`, each in its own thread, and waits for them.
 template <typename Function>
 void InThreads(std::size_t count, const Function& function) {
