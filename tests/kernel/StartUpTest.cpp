@@ -10,7 +10,7 @@ namespace {
 
 TEST(StartUp, TearsDownInTheReverseOrderOfBirth) {
     const TempFolder folder;
-    EXPECT_EQ(std::system((VORN_LIFECYCLE_PROGRAM " " + folder.Path("told")).c_str()), 0);
+    EXPECT_EQ(Shell("'" VORN_LIFECYCLE_PROGRAM "' " + folder.Path("told")), 0);
     EXPECT_EQ(folder.Read("told"),
               "main, pool there\n"
               "interned before main, pool there\n"

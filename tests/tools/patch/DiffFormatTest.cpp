@@ -1,7 +1,6 @@
 #include "tools/patch/DiffFormat.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/support/Tests.h"
 #include "tests/tools/patch/Samples.h"
 
 namespace vdiff::test {
@@ -34,18 +33,15 @@ TEST(DiffFormat, HeaderOfAnEmptyPair) {
 }
 
 TEST(DiffFormat, NumbersHaveOneForm) {
-    const struct {
-        std::uint64_t value;
-        ByteBuffer bytes;
-    } rows[] = {{0, {0}},
-                {127, {0x7f}},
-                {128, {0x80, 1}},
-                {~std::uint64_t{0}, {255, 255, 255, 255, 255, 255, 255, 255, 255, 1}}};
-    for (const auto& row : rows) {
+    for (const auto& [value, bytes] : Vorn::Testing::Table<std::uint64_t, ByteBuffer>{
+             {0, {0}},
+             {127, {0x7f}},
+             {128, {0x80, 1}},
+             {~std::uint64_t{0}, {255, 255, 255, 255, 255, 255, 255, 255, 255, 1}}}) {
         ByteBuffer written;
-        ByteWriter(written).Number(row.value);
-        EXPECT_EQ(written, row.bytes);
-        EXPECT_EQ(ByteReader(row.bytes).Number(), row.value);
+        ByteWriter(written).Number(value);
+        EXPECT_EQ(written, bytes);
+        EXPECT_EQ(ByteReader(bytes).Number(), value);
     }
     for (const ByteBuffer& bad :
          {ByteBuffer{0x80, 0}, ByteBuffer{0x80},

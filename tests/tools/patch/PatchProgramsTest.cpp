@@ -1,90 +1,52 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-
+#include "tests/support/Tests.h"
 #include "tests/tools/patch/Samples.h"
 
 namespace vdiff::test {
 namespace {
 
-namespace fs = std::filesystem;
+using namespace Vorn::Testing;
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 // Both programs in a folder of their own, run through the shell.
-class PatchPrograms : public testing::Test {
-public:
-    ~PatchPrograms() override { fs::remove_all(folder_); }
-
+class PatchPrograms : public InFolder {
 protected:
     PatchPrograms() {
-        std::string name = (fs::temp_directory_path() / "patch_test_").string();
-        name += testing::UnitTest::GetInstance()->current_test_info()->name();
-        folder_ = name;
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
         Write("old", Config(3000, 1));
         Write("new", Config(3500, 1));
     }
-    void Write(const std::string& name, const ByteBuffer& bytes) const {
-        std::ofstream(folder_ / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
+    void Write(const char* name, const ByteBuffer& bytes) const {
+        folder.Write(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     }
 
-    [[nodiscard]] std::string Read(const std::string& name) const {
-        std::ifstream in(folder_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
+    // The exit code; the output is in "stdout" and "stderr".
+    static int Run(const std::string& command) {
+        return Shell("{ " + command + "; } >stdout 2>stderr");
     }
-
-    // The exit code of a command line that starts in the folder; its output is in "stdout" and
-    // "stderr".
-    int Shell(const std::string& command) const {
-        const std::string line =
-            "cd '" + folder_.string() + "' && { " + command + "; } >stdout 2>stderr; echo $? >code";
-        if (std::system(line.c_str()) != 0)
-            return -1;  // NOLINT(cert-env33-c,concurrency-mt-unsafe)
-        return std::stoi(Read("code"));
-    }
-    int Diff(const std::string& operands) const {
-        return Shell(std::string("'") + DIFF_PROGRAM + "' " + operands);
-    }
-    int Patch(const std::string& operands) const {
-        return Shell(std::string("'") + PATCH_PROGRAM + "' " + operands);
-    }
+    static int Diff(const std::string& operands) { return Run("'" DIFF_PROGRAM "' " + operands); }
+    static int Patch(const std::string& operands) { return Run("'" PATCH_PROGRAM "' " + operands); }
 
     // A failure tells why in one line.
-    void ExpectOneLine(const char* program) const {
-        const std::string line = Read("stderr");
-        EXPECT_THAT(line, StartsWith(std::string(program) + ": "));
+    void ExpectOneLine(const std::string& program) const {
+        const std::string line = folder.Read("stderr");
+        EXPECT_THAT(line, StartsWith(program + ": "));
         EXPECT_EQ(line.find('\n'), line.size() - 1);
     }
-    [[nodiscard]] bool Exists(const char* name) const { return fs::exists(folder_ / name); }
-    [[nodiscard]] bool LeftUnfinished() const {
-        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder_)) {
-            if (entry.path().extension() == ".tmp") return true;
-        }
-        return false;
+    static bool LeftUnfinished() {
+        return std::ranges::any_of(fs::recursive_directory_iterator("."), [](const auto& entry) {
+            return entry.path().extension() == ".tmp";
+        });
     }
-
-    fs::path folder_;
 };
 
 TEST_F(PatchPrograms, MakeAndApplyADiffInSilence) {
-    EXPECT_EQ(Diff("old new diff"), 0);
-    EXPECT_THAT(Read("stdout") + Read("stderr"), IsEmpty());
     Write("out", FromText("an earlier file"));
-    EXPECT_EQ(Patch("old diff out"), 0);
-    EXPECT_THAT(Read("stdout") + Read("stderr"), IsEmpty());
-    EXPECT_EQ(Read("out"), Read("new"));
-    EXPECT_LT(fs::file_size(folder_ / "diff"), 400U);
+    for (const int code : {Diff("old new diff"), Patch("old diff out")}) {
+        EXPECT_EQ(code, 0);
+        EXPECT_EQ(folder.Read("stdout") + folder.Read("stderr"), "");
+    }
+    EXPECT_EQ(folder.Read("out"), folder.Read("new"));
+    EXPECT_LT(fs::file_size("diff"), 400U);
     EXPECT_FALSE(LeftUnfinished());
 }
 
@@ -96,67 +58,53 @@ TEST_F(PatchPrograms, MappedFilesMakeTheRoundTrip) {
     Write("new", large);
     EXPECT_EQ(Diff("old new diff"), 0);
     EXPECT_EQ(Patch("old diff out"), 0);
-    EXPECT_LT(fs::file_size(folder_ / "diff"), 400U);
-    EXPECT_EQ(Shell("cmp new out"), 0);
+    EXPECT_LT(fs::file_size("diff"), 400U);
+    EXPECT_EQ(Run("cmp new out"), 0);
 }
 
 TEST_F(PatchPrograms, ExplainThemselves) {
     EXPECT_EQ(Diff("--help"), 0);
-    EXPECT_THAT(Read("stdout"), StartsWith("usage: vdiffl-w32.exe OLD NEW OUT\n"));
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("usage: vdiffl-w32.exe OLD NEW OUT\n"));
     EXPECT_EQ(Patch("--help"), 0);
-    EXPECT_THAT(Read("stdout"), StartsWith("usage: vpatchl-w32.exe OLD DIFF OUT\n"));
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("usage: vpatchl-w32.exe OLD DIFF OUT\n"));
     EXPECT_EQ(Patch("--version"), 0);
-    EXPECT_THAT(Read("stdout"), StartsWith("vpatchl-w32.exe "));
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("vpatchl-w32.exe "));
 }
 
 TEST_F(PatchPrograms, FailWithACodeALineAndNoOutput) {
     ASSERT_EQ(Diff("old new diff"), 0);
-    ASSERT_EQ(Shell("head -c 40 diff >cut; : >empty; mkdir dir"), 0);
-    const struct {
-        const char* operands;
-        int code;
-        bool patch;
-    } rows[] = {
-        {"", 1, false},
-        {"old new", 1, false},
-        {"old diff out more", 1, true},
-        {"missing new out", 2, false},
-        {"old dir out", 2, false},
-        {"old missing out", 2, true},
-        {"old new missing/out", 3, false},
-        {"old new dir", 3, false},
-        {"old diff /dev/null", 3, true},
-        {"old cut out", 4, true},
-        {"old empty out", 4, true},
-        {"old new out", 4, true},
-        {"new diff out", 5, true},
-        {"old \"$(printf 'two\\nlines')\" out", 2, false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.operands);
-        EXPECT_EQ(row.patch ? Patch(row.operands) : Diff(row.operands), row.code);
-        ExpectOneLine(row.patch ? "vpatchl-w32.exe" : "vdiffl-w32.exe");
-        EXPECT_FALSE(Exists("out"));
-        EXPECT_FALSE(LeftUnfinished());
+    ASSERT_EQ(Run("head -c 40 diff >cut; : >empty; mkdir dir"), 0);
+    for (const char* row :
+         {"diff||1", "diff|old new|1", "patch|old diff out more|1", "diff|missing new out|2",
+          "diff|old dir out|2", "patch|old missing out|2", "diff|old new missing/out|3",
+          "diff|old new dir|3", "patch|old diff /dev/null|3", "patch|old cut out|4",
+          "patch|old empty out|4", "patch|old new out|4", "patch|new diff out|5",
+          "diff|old \"$(printf 'two\\nlines')\" out|2"}) {
+        SCOPED_TRACE(row);
+        const auto cells = Cells(row);
+        const bool patch = cells[0] == "patch";
+        EXPECT_EQ(patch ? Patch(cells[1]) : Diff(cells[1]), std::stoi(cells[2]));
+        ExpectOneLine(patch ? "vpatchl-w32.exe" : "vdiffl-w32.exe");
+        EXPECT_FALSE(folder.Has("out") || LeftUnfinished());
     }
     Write("kept", FromText("as it was"));
     EXPECT_EQ(Patch("old cut kept"), 4);
-    EXPECT_EQ(Read("kept"), "as it was");
+    EXPECT_EQ(folder.Read("kept"), "as it was");
 }
 
 TEST_F(PatchPrograms, AFullDiskLeavesNothing) {
     Write("new", Noise(300'000, 1));
-    EXPECT_EQ(Shell(std::string("ulimit -f 8; '") + DIFF_PROGRAM + "' old new out"), 3);
-    EXPECT_THAT(Read("stderr"), EndsWith("cannot write out: File too large\n"));
-    EXPECT_FALSE(Exists("out") || LeftUnfinished());
+    EXPECT_EQ(Run("ulimit -f 8; '" DIFF_PROGRAM "' old new out"), 3);
+    EXPECT_THAT(folder.Read("stderr"), EndsWith("cannot write out: File too large\n"));
+    EXPECT_FALSE(folder.Has("out") || LeftUnfinished());
 
-    if (Shell("mkdir tiny && mount -t tmpfs -o size=64k none tiny") != 0) {
+    if (Run("mkdir tiny && mount -t tmpfs -o size=64k none tiny") != 0) {
         GTEST_SKIP() << "mounting is not permitted";
     }
     EXPECT_EQ(Diff("old new tiny/out"), 3);
-    EXPECT_THAT(Read("stderr"), HasSubstr("No space left"));
-    const bool left = Exists("tiny/out") || LeftUnfinished();
-    EXPECT_EQ(Shell("umount tiny"), 0);
+    EXPECT_THAT(folder.Read("stderr"), HasSubstr("No space left"));
+    const bool left = folder.Has("tiny/out") || LeftUnfinished();
+    EXPECT_EQ(Run("umount tiny"), 0);
     EXPECT_FALSE(left);
 }
 
@@ -168,27 +116,20 @@ TEST_F(PatchPrograms, HostileSizesTakeNoMemory) {
     ByteBuffer streams;
     for (int i = 0; i < 4; ++i) streams.insert(streams.end(), stream.begin(), stream.end());
     Write("diff", WithPayload(FromText("abcdefgh"), 8, Method::Streams, streams));
-    const std::string limited =
-        std::string("ulimit -v 100000; '") + PATCH_PROGRAM + "' old diff out";
-    EXPECT_EQ(Shell(limited), 4) << Read("stderr");
+    const char* limited = "ulimit -v 100000; '" PATCH_PROGRAM "' old diff out";
+    EXPECT_EQ(Run(limited), 4) << folder.Read("stderr");
 
-    ByteBuffer huge = WithPayload(FromText("abcdefgh"), 8, Method::Modelled, Noise(20, 1));
-    const ByteBuffer newSize{0xee, 0xff, 0xff, 0xff, 0x1f};
-    huge.erase(huge.begin() + 3);
-    huge.insert(huge.begin() + 3, newSize.begin(), newSize.end());
-    Write("diff", huge);
-    EXPECT_EQ(Shell(limited), 6);
+    Write("diff", Declaring4GiB(FromText("abcdefgh"), Method::Modelled, Noise(20, 1)));
+    EXPECT_EQ(Run(limited), 6);
     ExpectOneLine("vpatchl-w32.exe");
 }
 
 TEST_F(PatchPrograms, AnInputThatShrinksWhileMappedIsAnError) {
     Write("new", Noise(70U << 20, 1));
-    const std::string shrinking =
-        std::string("'") + DIFF_PROGRAM + "' new new out & sleep 0.05; : >new; wait $!";
-    const int code = Shell(shrinking);
+    const int code = Run("'" DIFF_PROGRAM "' new new out & sleep 0.05; : >new; wait $!");
     // Whether the program was still reading is a matter of time; that it does not crash is not.
     EXPECT_TRUE(code == 0 || code == 2) << code;
-    EXPECT_EQ(code == 0, Exists("out"));
+    EXPECT_EQ(code == 0, folder.Has("out"));
     EXPECT_FALSE(LeftUnfinished());
 }
 

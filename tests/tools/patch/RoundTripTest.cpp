@@ -1,7 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-
+#include "tests/support/Tests.h"
 #include "tests/tools/patch/Samples.h"
 #include "tools/patch/DiffFormat.h"
 
@@ -31,12 +28,7 @@ TEST(RoundTrip, EveryShapeComesBackWithinItsSize) {
     const ByteBuffer noise = Noise(200'000, 2);
     const ByteBuffer large = Join(Noise(1'000'000, 3), Config(400'000, 4));
     const ByteBuffer turned = Join(Cut(large, 0, 500'000), Cut(large, 500'000, 900'000));
-    const struct {
-        const char* name;
-        ByteBuffer before;
-        ByteBuffer after;
-        std::size_t atMost;
-    } rows[] = {
+    const Vorn::Testing::Table<const char*, ByteBuffer, ByteBuffer, std::size_t> rows = {
         {"both empty", {}, {}, 17},
         {"old empty", {}, FromText("x"), 18},
         {"new empty", small, {}, 19},
@@ -56,12 +48,12 @@ TEST(RoundTrip, EveryShapeComesBackWithinItsSize) {
         {"above the first step", Noise((1U << 20) + 1, 1), Cut(Noise(1U << 20, 1), 9, 5), 40},
         {"many differences", large, Sprinkle(large, 3), large.size()},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const ByteBuffer diff = DiffOf(row.before, row.after);
-        EXPECT_TRUE(Makes(row.before, diff, row.after));
-        EXPECT_LE(diff.size(), row.atMost);
-        EXPECT_EQ(diff, DiffOf(row.before, row.after));
+    for (const auto& [name, before, after, atMost] : rows) {
+        SCOPED_TRACE(name);
+        const ByteBuffer diff = DiffOf(before, after);
+        EXPECT_TRUE(Makes(before, diff, after));
+        EXPECT_LE(diff.size(), atMost);
+        EXPECT_EQ(diff, DiffOf(before, after));
     }
 }
 
@@ -69,20 +61,16 @@ TEST(RoundTrip, EveryMethodWinsSomewhere) {
     // Repeats over a distance that only a general packer sees.
     const ByteBuffer echo = Noise(90'000, 1);
     const ByteBuffer noise = Noise(2'000'000, 2);
-    const struct {
-        Method method;
-        ByteBuffer before;
-        ByteBuffer after;
-    } rows[] = {
+    const Vorn::Testing::Table<Method, ByteBuffer, ByteBuffer> rows = {
         {Method::Stored, {}, Noise(500, 3)},
         {Method::Modelled, Config(3000, 1), Cut(Config(3000, 1), 500, 40)},
         {Method::Streams, noise, Sprinkle(noise, 4)},
         {Method::ZstdAfter, Config(100, 1), Join(echo, echo)},
     };
-    for (const auto& row : rows) {
-        const ByteBuffer diff = DiffOf(row.before, row.after);
-        EXPECT_EQ(Parse(diff).header.method, row.method) << static_cast<int>(row.method);
-        EXPECT_TRUE(Makes(row.before, diff, row.after));
+    for (const auto& [method, before, after] : rows) {
+        const ByteBuffer diff = DiffOf(before, after);
+        EXPECT_EQ(Parse(diff).header.method, method) << static_cast<int>(method);
+        EXPECT_TRUE(Makes(before, diff, after));
     }
 }
 

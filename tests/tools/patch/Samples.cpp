@@ -82,4 +82,13 @@ ByteBuffer WithPayload(ByteView oldFile, std::size_t newSize, Method method, Byt
     return Join(MakeHead(method, oldFile, zeros, payload), payload);
 }
 
+ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload) {
+    ByteBuffer diff = WithPayload(oldFile, 0, method, payload);
+    // The size, in one byte here, stands between the magic with the old size and the checks.
+    const ByteBuffer size{0xee, 0xff, 0xff, 0xff, 0x1f};
+    diff.erase(diff.begin() + 3);
+    diff.insert(diff.begin() + 3, size.begin(), size.end());
+    return diff;
+}
+
 }  // namespace vdiff::test

@@ -30,4 +30,7 @@ bool Refused(ByteView oldFile, ByteView diff);
 // A diff with a sound header for `newSize` zeros, and any payload.
 ByteBuffer WithPayload(ByteView oldFile, std::size_t newSize, Method method, ByteView payload);
 
+// The same with a header that declares nearly 4 GiB.
+ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload);
+
 }  // namespace vdiff::test
