@@ -1,0 +1,196 @@
+#include "assetdata/ChunkWriter.h"
+
+#include <array>
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KernelStandard/LittleEndian.h"
+#include "assetdata/ChunkRecords.h"
+#include "assetdata/TagNames.h"
+#include "assetdata/TagWalk.h"
+#include "assetdata/TreeFindings.h"
+
+namespace Vorn {
+namespace {
+
+constexpr std::uint64_t kMostBody = std::numeric_limits<std::uint32_t>::max() - kChunkHeaderSize;
+constexpr std::size_t kMostHeld = 1 << 16;  // bytes collected before they are written
+
+std::uint8_t RecordTypeOf(std::uint32_t tagType) {
+    switch (tagType) {
+        case kTagContainer:
+            return kRecordContainer;
+        case kTagRaw:
+            return kRecordRaw;
+        case kTagFloat:
+            return kRecordFloats;
+        case kTagText:
+        case 5:  // a text of old
+            return kRecordText;
+        case kTagInteger:
+            return kRecordIntegers;
+        case kTagKUID:
+            return kRecordKUIDs;
+        default:
+            return kRecordNone;
+    }
+}
+
+std::uint32_t NameFieldSize(std::string_view name) {
+    return name.data() ? static_cast<std::uint32_t>(name.size()) + 1 : 0;
+}
+
+struct Sizes {
+    std::uint32_t body = 0;
+    // Of the containers' payloads, in the order in which they are entered.
+    std::vector<std::uint32_t> payloads;
+};
+
+// Adds up sizes on the way through a tree.
+class Measuring {
+public:
+    explicit Measuring(TagObserver* observer) : observer_(observer) {}
+
+    // Nothing when the tree cannot be written.
+    std::optional<Sizes> Measure(const OCSChunk& root) {
+        for (TagWalk walk(root); walk.Next();) {
+            if (walk.IsLeaving()) {
+                Leave();
+            } else if (!Enter(walk)) {
+                return std::nullopt;
+            }
+        }
+        sizes_.body = static_cast<std::uint32_t>(total_);
+        return good_ ? std::optional(std::move(sizes_)) : std::nullopt;
+    }
+
+private:
+    struct Open {
+        std::uint32_t container;  // its number among the payloads
+        std::uint32_t own;        // bytes of its record without the payload
+    };
+
+    // False when it is of no use to go on.
+    bool Enter(const TagWalk& walk) {
+        const OCSChunk& tag = walk.Tag();
+        if (walk.Name().size() > kMostChunkName) Refuse(TagFault::NameTooLong, walk);
+        const std::uint32_t own = kLeastRecord + NameFieldSize(walk.Name());
+        total_ += own;
+        if (tag.GetType() == kTagContainer) {
+            open_.push_back({static_cast<std::uint32_t>(sizes_.payloads.size()), own});
+            sizes_.payloads.push_back(0);
+        } else {
+            total_ += tag.DataSize();
+            AddToContainer(own + tag.DataSize());
+        }
+        if (total_ <= kMostBody) return true;
+        Refuse(TagFault::TooLarge, walk);
+        return false;
+    }
+
+    void Leave() {
+        const Open left = open_.back();
+        open_.pop_back();
+        AddToContainer(left.own + sizes_.payloads[left.container]);
+    }
+
+    void AddToContainer(std::uint32_t bytes) {
+        if (!open_.empty()) sizes_.payloads[open_.back().container] += bytes;
+    }
+
+    void Refuse(TagFault fault, const TagWalk& walk) {
+        if (observer_) observer_->OnFinding(FindingAt(fault, walk));
+        good_ = false;
+    }
+
+    TagObserver* observer_;
+    Sizes sizes_;
+    std::vector<Open> open_;
+    std::uint64_t total_ = 0;  // bounds every size
+    bool good_ = true;
+};
+
+// Collects small writes.
+class Output {
+public:
+    explicit Output(TStream& stream) : stream_(stream) {}
+
+    void PutByte(std::size_t value) { held_ += static_cast<char>(value); }
+    void PutU32(std::uint32_t value) {
+        std::array<std::byte, 4> bytes;
+        StoreU32<0>(std::span(bytes), value);
+        Put(bytes);
+    }
+    void Put(std::span<const std::byte> bytes) {
+        if (bytes.size() >= kMostHeld) {
+            Flush();
+            Write(bytes.data(), bytes.size());
+        } else {
+            held_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+            if (held_.size() >= kMostHeld) Flush();
+        }
+    }
+    // False once something could not be written.
+    bool Flush() {
+        Write(held_.data(), held_.size());
+        held_.clear();
+        return good_;
+    }
+    [[nodiscard]] bool IsGood() const { return good_; }
+
+private:
+    void Write(const void* bytes, std::size_t count) {
+        const auto size = static_cast<std::uint32_t>(count);
+        if (good_ && size > 0) good_ = stream_.Write(bytes, size) == size;
+    }
+
+    TStream& stream_;
+    std::string held_;
+    bool good_ = true;
+};
+
+void WriteRecord(Output& output, const TagWalk& walk, std::uint32_t payload) {
+    const std::uint32_t nameField = NameFieldSize(walk.Name());
+    output.PutU32(2 + nameField + payload);
+    output.PutByte(nameField);
+    if (nameField > 0) {
+        output.Put(std::as_bytes(std::span(walk.Name())));
+        output.PutByte(0);
+    }
+    output.PutByte(RecordTypeOf(walk.Tag().GetType()));
+}
+
+void WriteRecords(Output& output, const OCSChunk& root, const Sizes& sizes) {
+    auto payload = sizes.payloads.begin();
+    for (TagWalk walk(root); output.IsGood() && walk.Next();) {
+        if (walk.IsLeaving()) continue;
+        if (walk.Tag().GetType() == kTagContainer) {
+            WriteRecord(output, walk, *payload++);
+        } else {
+            WriteRecord(output, walk, walk.Tag().DataSize());
+            output.Put(walk.Tag().DataBytes());
+        }
+    }
+}
+
+}  // namespace
+
+bool WriteChunkFile(const OCSChunk& root, TStream& stream, TagObserver* observer) {
+    const std::optional<Sizes> sizes = Measuring(observer).Measure(root);
+    if (!sizes) return false;
+    Output output(stream);
+    output.PutU32(kChunkMagic);
+    output.PutU32(kChunkVersionUtf8);
+    output.PutU32(0);
+    output.PutU32(sizes->body);
+    WriteRecords(output, root, *sizes);
+    return output.Flush();
+}
+
+}  // namespace Vorn
