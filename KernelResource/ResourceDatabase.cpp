@@ -58,9 +58,11 @@ ResourceDatabase::~ResourceDatabase() {
 }
 
 void ResourceDatabase::EndLoads() {
-    for (const RefPtr<Resource>& resource : Resources()) {
-        ResourceSystem::Instance().WithdrawLoad(*resource);
-    }
+    ResourceSystem& system = ResourceSystem::Instance();
+    const std::vector<RefPtr<Resource>> resources = Resources();
+    // All of them first, so that the worker begins none while another one is waited for.
+    for (const RefPtr<Resource>& resource : resources) system.TakeOutOfQueue(*resource);
+    for (const RefPtr<Resource>& resource : resources) system.WithdrawLoad(*resource);
 }
 
 void ResourceDatabase::CloseMount(const InternedString& name) {

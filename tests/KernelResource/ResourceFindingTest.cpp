@@ -1,0 +1,177 @@
+// How databases find the resources of names.
+#include "KernelResource/RedirResource.h"
+#include "KernelResource/SearchHandle.h"
+#include "KernelStandard/FileSubstList.h"
+#include "tests/KernelResource/ResourceLayer.h"
+
+namespace Vorn::Testing {
+
+class ResourceFinding : public ResourceLayer {
+protected:
+    ResourceFinding() {
+        OpenBase({{"a.text", "plain"},
+                  {"low/a.text", "low"},
+                  {"low/only.text", "only in low"},
+                  {"high/a.text", "high"},
+                  {"alias.text.txt", "Redirect=a.text"},
+                  {"twice.text.txt", "Redirect=alias.text"},
+                  {"described.text.txt", "-Text=told by its description"},
+                  {"nowhere.text.txt", "Redirect=missing.text"},
+                  {"ring.text.txt", "Redirect=gnir.text"},
+                  {"gnir.text.txt", "Redirect=ring.text"},
+                  {"self.text.txt", "Redirect=self.text"},
+                  {"both.text", "the file"},
+                  {"both.text.txt", "Redirect=a.text"}});
+    }
+};
+
+TEST_F(ResourceFinding, ANameIsLookedUpInOrder) {
+    const Table<const char*, const char*> table = {
+        {"a.text", "plain"},
+        {"A.TEXT", "(none)"},  // no type takes it
+        {"missing;a.text", "plain"},
+        {"a.text;both.text", "plain"},
+        {";;a.text;", "plain"},
+        {"missing;absent", "(none)"},
+        {"", "(none)"},
+        {";", "(none)"},
+        {"alias.text", "plain"},
+        {"twice.text", "plain"},
+        {"described.text", "told by its description"},
+        {"both.text", "the file"},
+        {"nowhere.text", "(none)"},
+        {"ring.text", "(none)"},
+        {"self.text", "(none)"},
+        {"low/a.text", "low"},
+    };
+    for (const auto& [name, text] : table) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(TextOf(name), text);
+        EXPECT_EQ(TextOf(name), text) << "the second time";
+    }
+    EXPECT_EQ(TextOf(std::string(400, 'x') + ".text"), "(none)");
+}
+
+TEST_F(ResourceFinding, PrefixesAreTriedInOrderBeforeTheNameItself) {
+    base->AddPrefix(Intern("high"));
+    base->AddPrefix(Intern("low"));
+    EXPECT_EQ(TextOf("a.text"), "high");
+    EXPECT_EQ(TextOf("only.text"), "only in low");
+    EXPECT_EQ(TextOf("both.text"), "the file");
+    EXPECT_EQ(Get("only.text")->SourceName().View(), "base:low/only.text");
+}
+
+TEST_F(ResourceFinding, TypesMakeResourcesWithoutFiles) {
+    Resource* const made = Get("made/up");
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->SourceName().View(), "made/up");
+    EXPECT_EQ(made->Home(), base.get());
+}
+
+TEST_F(ResourceFinding, RedirectsGiveOutTheirTargets) {
+    Resource* const target = Get("a.text");
+    EXPECT_EQ(Get("alias.text"), target);
+    EXPECT_EQ(Get("twice.text"), target);
+    EXPECT_EQ(target->ReferenceCount(), 3u);
+    EXPECT_EQ(target->HolderCount(), 3u);  // the table and two redirects
+    EXPECT_TRUE(Release("alias.text"));
+    EXPECT_TRUE(Release("a.text"));
+    EXPECT_TRUE(Release("twice.text"));
+    EXPECT_FALSE(Release("a.text"));
+
+    Resource* const described = Get("described.text");
+    EXPECT_TRUE(described->LoadsFromDescription());
+    EXPECT_EQ(described->HolderCount(), 1u);
+}
+
+TEST_F(ResourceFinding, MissesAreCountedAndRemembered) {
+    EXPECT_EQ(Get("absent.text"), nullptr);
+    EXPECT_EQ(base->Misses(), 1u);
+    EXPECT_EQ(base->MissesHandled(), 1u);
+    EXPECT_EQ(base->EntryCount(), 1u);
+
+    // A second look does not probe: a mount that has it now goes unseen.
+    folder.Write("more/absent.text", "late");
+    Subst(Intern("base"), folder.Path("more/").c_str());
+    EXPECT_EQ(Get("absent.text"), nullptr);
+    EXPECT_EQ(base->Misses(), 1u);
+    EXPECT_EQ(base->Lookups(), 2u);
+    EXPECT_FALSE(Release("absent.text"));
+
+    EXPECT_EQ(Get("other.text", kNoNegativeEntry), nullptr);
+    EXPECT_EQ(base->Misses(), 2u);
+    EXPECT_EQ(base->MissesHandled(), 2u);
+    EXPECT_EQ(base->EntryCount(), 1u);
+    folder.Write("more/other.text", "late");
+    EXPECT_EQ(TextOf("other.text"), "late");
+    EXPECT_EQ(TextOf("absent.text;other.text"), "late") << "a known miss is passed over";
+    EXPECT_FALSE(Release("never asked for"));
+}
+
+TEST_F(ResourceFinding, FallbacksAreAskedOnceEach) {
+    Mount("rest", {{"far.text", "far away"}, {"a.text", "not this one"}});
+    ResourceDatabase rest(Intern("rest"));
+    base->AddFallback(rest);
+    rest.AddFallback(*base);
+
+    EXPECT_EQ(TextOf("far.text"), "far away");
+    EXPECT_EQ(TextOf("a.text"), "plain");
+    EXPECT_EQ(TextOf("absent.text"), "(none)");
+
+    Resource* const far = Get("far.text");
+    EXPECT_EQ(far->Home(), &rest);
+    EXPECT_EQ(far->LastGivenBy(), base.get());
+    EXPECT_EQ(far->ReferenceCount(), 2u);
+    EXPECT_EQ(far->HolderCount(), 2u);  // its table, and the redirect in the other one
+    EXPECT_TRUE(Release("far.text"));
+    EXPECT_TRUE(Release("far.text"));
+    EXPECT_EQ(far->ReferenceCount(), 0u);
+}
+
+TEST_F(ResourceFinding, TheEndOfADatabaseTakesTheRedirectsToIt) {
+    Mount("rest", {{"far.text", "far away"}});
+    auto rest = std::make_unique<ResourceDatabase>(Intern("rest"));
+    base->AddFallback(*rest);
+    EXPECT_EQ(TextOf("far.text"), "far away");
+    const std::size_t before = base->EntryCount();
+    rest.reset();
+    EXPECT_EQ(base->EntryCount(), before - 1);
+    EXPECT_EQ(texts.alive, 0);
+    EXPECT_EQ(FileSubstList::Instance().FindSubst(Intern("rest")), nullptr);
+    EXPECT_EQ(system->DatabaseCount(), 1u);
+}
+
+TEST_F(ResourceFinding, NamesAreQualifiedByTheDatabase) {
+    EXPECT_EQ(base->QualifyName(Intern("a/b.tga")).View(), "base:a/b.tga");
+    ResourceDatabase unnamed{Intern("")};
+    EXPECT_EQ(unnamed.QualifyName(Intern("a/b.tga")).View(), "a/b.tga");
+    const std::string path = folder.Write("loose.text", "a plain file");
+    EXPECT_NE(unnamed.GetResource(Intern(path)), nullptr);
+}
+
+TEST_F(ResourceFinding, ManyThreadsFindOneResource) {
+    std::array<Resource*, 8> found{};
+    InThreads(found.size(),
+              [&](std::size_t t) { found[t] = Get(t % 2 ? "alias.text" : "a.text"); });
+    for (const Resource* resource : found) EXPECT_EQ(resource, found[0]);
+    EXPECT_EQ(found[0]->ReferenceCount(), 8u);
+    EXPECT_EQ(texts.alive, 1);
+}
+
+TEST_F(ResourceFinding, SearchHandlesListTheMount) {
+    const auto search = base->CreateSearchHandle();
+    EXPECT_EQ(search->CurrentEntry(), nullptr);
+    std::vector<std::string> names;
+    for (bool more = search->OpenSearch("*.text", *base); more; more = search->NextEntry()) {
+        names.emplace_back(search->CurrentEntry()->Name());
+    }
+    EXPECT_THAT(names, testing::UnorderedElementsAre("a.text", "both.text"));
+    EXPECT_TRUE(search->OpenSearch("low/*", *base));
+    search->CloseSearch();
+    EXPECT_FALSE(search->NextEntry());
+    EXPECT_FALSE(search->OpenSearch("*.tga", *base));
+    const ResourceDatabase nothing{Intern("nothing")};
+    EXPECT_FALSE(search->OpenSearch("*", nothing));
+}
+
+}  // namespace Vorn::Testing
