@@ -5,6 +5,7 @@
 // ends the process with 77, and the main thread holds the loader's lock and those of the standard
 // streams.
 #include <link.h>
+#include <sched.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -80,7 +81,7 @@ std::uint32_t Fault(void*) {
     char marked[] = "a text on the stack of the thread";
     std::printf("%u %p\n", Vorn::Thread::CurrentThreadId(), static_cast<void*>(marked));
     std::fflush(stdout);
-    for (--toCome; toCome > 0;) continue;
+    for (--toCome; toCome > 0;) sched_yield();
     mayAllocate = false;
     fault();
     return static_cast<std::uint32_t>(sink + marked[0]);
@@ -89,7 +90,7 @@ std::uint32_t Fault(void*) {
 int RunThreads(dl_phdr_info*, size_t, void*) {
     std::vector<std::unique_ptr<Vorn::Thread>> threads(static_cast<std::size_t>(toCome++));
     for (auto& thread : threads) thread = std::make_unique<Vorn::Thread>(Fault, nullptr, true);
-    while (toCome > 1) continue;
+    while (toCome > 1) sched_yield();
     flockfile(stdout);
     flockfile(stderr);
     --toCome;
@@ -140,6 +141,6 @@ int main(int argumentCount, char** arguments) {
         return static_cast<int>(Fault(nullptr));
     }
     if (place == "taken") signal(SIGSEGV, [](int) { _exit(9); });
-    if (place == "two") toCome = 2;
+    if (place == "crowd") toCome = 8;
     return dl_iterate_phdr(RunThreads, nullptr);
 }

@@ -292,7 +292,7 @@ TEST_F(CrashReports, AreLeftByKernelThreadsAndFaultsOnly) {
 
 TEST_F(CrashReports, OfThreadsThatFaultTogetherAreOneAndWhole) {
     for (int i = 0; i < 10; ++i) {
-        EXPECT_EQ(Run("write two"), SIGSEGV);
+        EXPECT_EQ(Run("write crowd"), SIGSEGV);
         EXPECT_EQ(Report().back(), kEnd);
         const Dump dump(folder_.Read(kDump));
         EXPECT_NE(folder_.Read("out").find(std::to_string(dump.Number(dump.Stream(6))) + " "),
