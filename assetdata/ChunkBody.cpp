@@ -14,10 +14,6 @@ namespace {
 
 constexpr std::uint32_t kAlignment = 16;
 
-bool IsAscii(std::span<const std::byte> bytes) {
-    return std::ranges::all_of(bytes, [](std::byte byte) { return byte < std::byte{0x80}; });
-}
-
 }  // namespace
 
 // Stands among added children for a record of the same body.
@@ -65,8 +61,8 @@ OCSChunkRef ChunkBody::DecodeData(const ChunkRecord& record, std::uint32_t type)
 OCSChunkRef ChunkBody::DecodeText(const ChunkRecord& record) {
     const auto bytes =
         Bytes().subspan(record.payload.begin, record.payload.end - record.payload.begin);
-    if (version_ != kChunkVersionAnsi || bytes.empty() ||
-        (IsAscii(bytes) && bytes.back() == std::byte{0})) {
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (version_ != kChunkVersionAnsi || text.empty() || (IsAscii(text) && text.back() == '\0')) {
         return DecodeData(record, kTagText);
     }
     return OCSChunkRef(

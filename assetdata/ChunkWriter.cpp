@@ -12,6 +12,7 @@
 
 #include "KernelStandard/LittleEndian.h"
 #include "assetdata/ChunkRecords.h"
+#include "assetdata/StreamOutput.h"
 #include "assetdata/TagNames.h"
 #include "assetdata/TagWalk.h"
 #include "assetdata/TreeFindings.h"
@@ -20,7 +21,6 @@ namespace Vorn {
 namespace {
 
 constexpr std::uint64_t kMostBody = std::numeric_limits<std::uint32_t>::max() - kChunkHeaderSize;
-constexpr std::size_t kMostHeld = 1 << 16;  // bytes collected before they are written
 
 std::uint8_t RecordTypeOf(std::uint32_t tagType) {
     switch (tagType) {
@@ -116,57 +116,24 @@ private:
     bool good_ = true;
 };
 
-// Collects small writes.
-class Output {
-public:
-    explicit Output(TStream& stream) : stream_(stream) {}
-
-    void PutByte(std::size_t value) { held_ += static_cast<char>(value); }
-    void PutU32(std::uint32_t value) {
-        std::array<std::byte, 4> bytes;
-        StoreU32<0>(std::span(bytes), value);
-        Put(bytes);
-    }
-    void Put(std::span<const std::byte> bytes) {
-        if (bytes.size() >= kMostHeld) {
-            Flush();
-            Write(bytes.data(), bytes.size());
-        } else {
-            held_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-            if (held_.size() >= kMostHeld) Flush();
-        }
-    }
-    // False once something could not be written.
-    bool Flush() {
-        Write(held_.data(), held_.size());
-        held_.clear();
-        return good_;
-    }
-    [[nodiscard]] bool IsGood() const { return good_; }
-
-private:
-    void Write(const void* bytes, std::size_t count) {
-        const auto size = static_cast<std::uint32_t>(count);
-        if (good_ && size > 0) good_ = stream_.Write(bytes, size) == size;
-    }
-
-    TStream& stream_;
-    std::string held_;
-    bool good_ = true;
-};
-
-void WriteRecord(Output& output, const TagWalk& walk, std::uint32_t payload) {
-    const std::uint32_t nameField = NameFieldSize(walk.Name());
-    output.PutU32(2 + nameField + payload);
-    output.PutByte(nameField);
-    if (nameField > 0) {
-        output.Put(std::as_bytes(std::span(walk.Name())));
-        output.PutByte(0);
-    }
-    output.PutByte(RecordTypeOf(walk.Tag().GetType()));
+void PutU32(StreamOutput& output, std::uint32_t value) {
+    std::array<std::byte, 4> bytes;
+    StoreU32<0>(std::span(bytes), value);
+    output.Put(bytes);
 }
 
-void WriteRecords(Output& output, const OCSChunk& root, const Sizes& sizes) {
+void WriteRecord(StreamOutput& output, const TagWalk& walk, std::uint32_t payload) {
+    const std::uint32_t nameField = NameFieldSize(walk.Name());
+    PutU32(output, 2 + nameField + payload);
+    output.Put(static_cast<char>(nameField));
+    if (nameField > 0) {
+        output.Put(walk.Name());
+        output.Put('\0');
+    }
+    output.Put(static_cast<char>(RecordTypeOf(walk.Tag().GetType())));
+}
+
+void WriteRecords(StreamOutput& output, const OCSChunk& root, const Sizes& sizes) {
     auto payload = sizes.payloads.begin();
     for (TagWalk walk(root); output.IsGood() && walk.Next();) {
         if (walk.IsLeaving()) continue;
@@ -184,11 +151,11 @@ void WriteRecords(Output& output, const OCSChunk& root, const Sizes& sizes) {
 bool WriteChunkFile(const OCSChunk& root, TStream& stream, TagObserver* observer) {
     const std::optional<Sizes> sizes = Measuring(observer).Measure(root);
     if (!sizes) return false;
-    Output output(stream);
-    output.PutU32(kChunkMagic);
-    output.PutU32(kChunkVersionUtf8);
-    output.PutU32(0);
-    output.PutU32(sizes->body);
+    StreamOutput output(stream);
+    PutU32(output, kChunkMagic);
+    PutU32(output, kChunkVersionUtf8);
+    PutU32(output, 0);
+    PutU32(output, sizes->body);
     WriteRecords(output, root, *sizes);
     return output.Flush();
 }

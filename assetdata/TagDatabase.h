@@ -9,9 +9,9 @@ namespace Vorn {
 
 // Loads "txt" as text into `container`, which is cleared first (made when null), and "chump",
 // "cdp" and "cdp2" as chunk files, whose root replaces `container`: null when it has none. The
-// path goes through the named substitution, compressed or not, or without a name to the file
-// system as it is stored. False, and `container` as it was, when the file cannot be opened or has
-// another extension.
+// path goes through the named substitution, where compressed files read as their content; without
+// a name it is opened as File does, and read as it is stored. False, and `container` as it was,
+// when the file cannot be opened or has another extension.
 [[nodiscard]] bool LoadTagDatabase(OCSChunkRef& container, const InternedString& substName,
                                    const char* path, TagObserver* observer = nullptr);
 

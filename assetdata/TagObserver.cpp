@@ -12,7 +12,7 @@ constexpr std::size_t kMostShown = 80;
 // By the number of the fault.
 constexpr TagFaultText kTexts[] = {
     {false, "a '}' that closes nothing ends the text; what follows is not read"},
-    {false, "the '}' of this container is missing"},
+    {false, "the text ends before the '}' of a container"},
     {false, "the closing quote is missing; the value runs to the end"},
     {false, "what stands behind a closing quote begins a new tag"},
     {false, "a zero byte ends the text; what follows is not read"},
@@ -22,7 +22,7 @@ constexpr TagFaultText kTexts[] = {
     {false, "only a part of this is a number; the rest is dropped"},
     {false, "the list has more than 255 bytes; the rest is dropped"},
     {false, "this is no KUID; the tag gets the null KUID"},
-    {false, "what stands behind the KUID is dropped"},
+    {false, "this reads as a KUID but is not written like one; the rest is dropped"},
     {true, "not a chunk file: it does not begin with \"OCS$\""},
     {true, "the format version is neither 0 nor 1"},
     {true, "the file holds no records"},
@@ -47,6 +47,7 @@ constexpr TagFaultText kTexts[] = {
     {false, "the float has more digits than are written"},
     {false, "the value reads back from text as another type"},
     {false, "only a part of the value is written as text"},
+    {false, "the KUID reads back from text as another"},
     {false, "an empty value reads back from text as none"},
     {false, "double quotes are written as apostrophes"},
     {false, "line ends read back from text as CR LF"},

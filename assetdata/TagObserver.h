@@ -25,7 +25,7 @@ enum class TagFault : std::uint8_t {
     NumberCut,
     ListCut,
     BadKUID,
-    BehindKUID,
+    KUIDNotExact,
     // Chunk files.
     NotAChunkFile,
     UnknownVersion,
@@ -52,6 +52,7 @@ enum class TagFault : std::uint8_t {
     FloatRounded,
     ReadsAsOtherType,
     ValuesLost,
+    KUIDChanged,
     EmptyValueLost,
     QuoteReplaced,
     LineEndReplaced,

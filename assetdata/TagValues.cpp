@@ -42,6 +42,12 @@ std::string_view TextOf(std::span<const std::byte> value) {
     return all.substr(0, all.find('\0'));
 }
 
+bool IsAscii(std::string_view text) {
+    unsigned char bits = 0;
+    for (const char c : text) bits |= static_cast<unsigned char>(c);
+    return bits < 0x80;
+}
+
 OCSRawData MakeIntegers(std::span<const std::int32_t> values) { return MakeNumbers(values); }
 
 OCSRawData MakeFloats(std::span<const float> values) { return MakeNumbers(values); }

@@ -29,6 +29,8 @@ namespace Vorn {
 // Up to the first zero byte, or all.
 [[nodiscard]] std::string_view TextOf(std::span<const std::byte> value);
 
+[[nodiscard]] bool IsAscii(std::string_view text);
+
 [[nodiscard]] OCSRawData MakeIntegers(std::span<const std::int32_t> values);
 [[nodiscard]] OCSRawData MakeFloats(std::span<const float> values);
 [[nodiscard]] OCSRawData MakeKUID(const KUID& kuid);

@@ -1,0 +1,52 @@
+#include "assetdata/TagDatabase.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "KernelStandard/File.h"
+#include "assetdata/TDBBinaryFile.h"
+#include "assetdata/TDBContainerTag.h"
+#include "assetdata/TFile.h"
+#include "assetdata/TagText.h"
+#include "kernel/Paths.h"
+
+namespace Vorn {
+namespace {
+
+enum class Form { None, Text, Chunk };
+
+Form FormOf(const char* path) {
+    if (HasExtension(path, "txt")) return Form::Text;
+    constexpr std::array kChunkExtensions = {"chump", "cdp", "cdp2"};
+    const bool chunk = std::ranges::any_of(
+        kChunkExtensions, [path](const char* extension) { return HasExtension(path, extension); });
+    return chunk ? Form::Chunk : Form::None;
+}
+
+FileResult Open(File& file, const InternedString& substName, const char* path) {
+    return substName.Length() == 0 ? file.Open(path, kReadPlain)
+                                   : file.Open(substName, path, kReadDetect);
+}
+
+}  // namespace
+
+bool LoadTagDatabase(OCSChunkRef& container, const InternedString& substName, const char* path,
+                     TagObserver* observer) {
+    const Form form = FormOf(path);
+    File file;
+    if (form == Form::None || Open(file, substName, path) != RES_OK) return false;
+    TFile stream(file);
+    if (form == Form::Chunk) {
+        const auto chunks = MakeRef<TDBBinaryFile>();
+        (void)chunks->Read(stream, observer);
+        container = chunks->Root();
+        return true;
+    }
+    if (!container) container = NewTag(kTagContainer);
+    container->Clear();
+    ReadTagText(*container, stream, false, observer);
+    return true;
+}
+
+}  // namespace Vorn

@@ -1,0 +1,310 @@
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "assetdata/KUID.h"
+#include "assetdata/NumberText.h"
+#include "assetdata/TDBContainerTag.h"
+#include "assetdata/TDBDataTag.h"
+#include "assetdata/TagNames.h"
+#include "assetdata/TagText.h"
+#include "assetdata/TagTextRules.h"
+#include "assetdata/TagValues.h"
+#include "kernel/Paths.h"
+#include "platform/CodePage.h"
+
+namespace Vorn {
+namespace {
+
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kBlanks = " \t";
+
+// The text byte by byte, and where it stands. A zero byte is the end.
+class Source {
+public:
+    explicit Source(TStream& stream) : stream_(stream), start_(stream.Tell()) {}
+
+    // Passes over a UTF-8 mark; whether there was one. Before anything else.
+    bool TakeMark() {
+        std::array<char, 3> mark;
+        const bool marked = stream_.Read(mark.data(), 3) == 3 &&
+                            std::string_view(mark.data(), mark.size()) == kUtf8Mark;
+        if (marked) {
+            offset_ = lineStart_ = kUtf8Mark.size();
+        } else {
+            (void)stream_.ReturnTo(start_);
+        }
+        Load();
+        return marked;
+    }
+
+    [[nodiscard]] char Peek() const { return byte_; }
+
+    void Advance() {
+        ++offset_;
+        if (IsTagLineEnd(byte_)) PassLineEnd();
+        Load();
+    }
+
+    [[nodiscard]] TagPlace Place() const {
+        return {offset_, line_, static_cast<std::uint32_t>(offset_ - lineStart_ + 1)};
+    }
+
+    // Gives the byte that was looked at back. Whether that was a zero byte in the text.
+    bool Finish() {
+        if (std::uint64_t{stream_.Tell()} - start_ == offset_) return false;
+        stream_.StepBack();
+        return byte_ == '\0';
+    }
+
+private:
+    void Load() { byte_ = static_cast<char>(stream_.ReadByte()); }
+
+    // CR LF and LF CR are one line end.
+    void PassLineEnd() {
+        const bool second =
+            halfLineEnd_ != '\0' && halfLineEnd_ != byte_ && lineStart_ + 1 == offset_;
+        if (!second) ++line_;
+        halfLineEnd_ = second ? '\0' : byte_;
+        lineStart_ = offset_;
+    }
+
+    TStream& stream_;
+    std::uint32_t start_;
+    char byte_ = '\0';
+    std::uint64_t offset_ = 0;  // of the byte that is looked at
+    std::uint64_t lineStart_ = 0;
+    std::uint32_t line_ = 1;
+    char halfLineEnd_ = '\0';  // before lineStart_, if the other half may follow
+};
+
+// The two characters for a line end in a value without quotes.
+void ReplaceEscapes(std::string& text) {
+    for (std::size_t at = 0; (at = text.find("\\n", at)) != std::string::npos; at += 2) {
+        text[at] = '\r';
+        text[at + 1] = '\n';
+    }
+}
+
+class Reader {
+public:
+    Reader(OCSChunk& root, TStream& stream, bool utf8, TagObserver* observer)
+        : source_(stream), utf8_(utf8), observer_(observer) {
+        open_.push_back(&root);
+    }
+
+    void Run() {
+        if (source_.TakeMark()) utf8_ = true;
+        while (ReadNext()) {
+        }
+        const TagPlace end = source_.Place();
+        name_ = {};
+        if (open_.size() > 1) Tell(TagFault::MissingBrace, end);
+        if (source_.Finish()) Tell(TagFault::ZeroByte, end);
+    }
+
+private:
+    // One entry, or the end of a container. False at the end of the text.
+    bool ReadNext() {
+        SkipToEntry();
+        place_ = source_.Place();
+        if (source_.Peek() == '\0') return false;
+        if (source_.Peek() != '}') {
+            ReadEntry();
+            return true;
+        }
+        if (open_.size() == 1) {
+            name_ = {};
+            Tell(TagFault::StrayBrace, place_);
+            return false;
+        }
+        open_.pop_back();
+        source_.Advance();
+        return true;
+    }
+
+    void ReadEntry() {
+        ReadName();
+        SkipBlanks();
+        if (IsTagLineEnd(source_.Peek())) {
+            SkipToEntry();
+            if (source_.Peek() != '{') return Add(kTagNone, {});
+        }
+        switch (source_.Peek()) {
+            case '{':
+                return OpenContainer();
+            case '}':
+            case '\0':
+                return Add(kTagNone, {});
+            case '"':
+                return ReadQuoted();
+            default:
+                return ReadBare();
+        }
+    }
+
+    void ReadName() {
+        text_.clear();
+        for (char c = source_.Peek(); c != '\0' && c != '}' && !IsTagBlank(c) && !IsTagLineEnd(c);
+             c = source_.Peek()) {
+            if (text_.size() <= kMostReadName) text_ += AsciiToLower(c);
+            source_.Advance();
+        }
+        const bool cut = text_.size() > kMostReadName;
+        if (cut) text_.resize(kMostReadName);
+        name_ = Intern(text_);
+        if (cut) Tell(TagFault::NameCut, place_);
+    }
+
+    void OpenContainer() {
+        source_.Advance();
+        const auto container = MakeRef<TDBContainerTag>();
+        Append(OCSChunkRef(container.Get()));
+        open_.push_back(container.Get());
+    }
+
+    // Up to the next quote.
+    void ReadQuoted() {
+        source_.Advance();
+        text_.clear();
+        for (char c = source_.Peek(); c != '"'; c = source_.Peek()) {
+            if (c == '\0') {
+                Tell(TagFault::MissingQuote, place_);
+                return AddText();
+            }
+            source_.Advance();
+            if (!IsTagLineEnd(c)) {
+                text_ += c;
+                continue;
+            }
+            text_ += "\r\n";
+            const char next = source_.Peek();
+            if (IsTagLineEnd(next) && next != c) source_.Advance();
+        }
+        source_.Advance();
+        AddText();
+        SkipBlanks();
+        const char next = source_.Peek();
+        if (next != '\0' && next != '}' && !IsTagLineEnd(next)) {
+            Tell(TagFault::BehindQuote, source_.Place());
+        }
+    }
+
+    // The rest of the line, or up to a '}'.
+    void ReadBare() {
+        text_.clear();
+        valuePlace_ = source_.Place();
+        char c = source_.Peek();
+        for (; c != '\0' && c != '}' && !IsTagLineEnd(c); c = source_.Peek()) {
+            text_ += c;
+            source_.Advance();
+        }
+        // Only a value that ends with its line is a number.
+        if (c != '}' && IsNumberValue(text_)) return AddNumber();
+        if (c != '}' && IsListValue(text_)) return AddList();
+        ReplaceEscapes(text_);
+        AddText();
+    }
+
+    void AddNumber() {
+        const std::string_view token =
+            std::string_view(text_).substr(0, text_.find_first_of(kBlanks));
+        if (token.find('.') == std::string_view::npos) {
+            const NumberRead<std::int32_t> read = ReadInteger(token);
+            Judge(read, token);
+            return Add(kTagInteger, MakeIntegers({&read.value, 1}));
+        }
+        const NumberRead<float> read = ReadFloat(token);
+        Judge(read, token);
+        Add(kTagFloat, MakeFloats({&read.value, 1}));
+    }
+
+    void AddList() {
+        const std::string_view list = std::string_view(text_).substr(0, kMostListBytes);
+        std::vector<float> values;
+        for (std::size_t at = 0; (at = list.find_first_not_of(" ,", at)) != list.npos;) {
+            const std::size_t end = std::min(list.find_first_of(" ,", at), list.size());
+            const std::string_view piece = list.substr(at, end - at);
+            at = end;
+            if (piece.find_first_not_of('\t') == piece.npos) continue;
+            const NumberRead<float> read = ReadFloat(piece);
+            Judge(read, piece);
+            values.push_back(read.value);
+        }
+        if (values.empty()) {
+            Tell(TagFault::NoNumber, valuePlace_);
+            values.push_back(0);
+        }
+        if (text_.find_first_of(kDigits, kMostListBytes) != std::string::npos) {
+            Tell(TagFault::ListCut, valuePlace_);
+        }
+        Add(kTagFloat, MakeFloats(values));
+    }
+
+    template <typename Number>
+    void Judge(const NumberRead<Number>& read, std::string_view token) {
+        if (!read.found) return Tell(TagFault::NoNumber, valuePlace_);
+        if (read.outOfRange) Tell(TagFault::NumberOutOfRange, valuePlace_);
+        if (token.find_first_not_of(kBlanks, read.length) != token.npos) {
+            Tell(TagFault::NumberCut, valuePlace_);
+        }
+    }
+
+    void AddText() {
+        if (IsKUIDValue(text_)) return AddKUID();
+        if (!utf8_ && !IsAscii(text_)) text_ = platform::AnsiToUtf8(text_);
+        Add(kTagText, MakeText(text_));
+    }
+
+    void AddKUID() {
+        const KUID kuid = KUID::Parse(text_, false);
+        std::string_view written = text_;
+        while (!written.empty() && IsTagBlank(written.back())) written.remove_suffix(1);
+        if (!std::ranges::equal(written, kuid.TagText(), {}, AsciiToLower, AsciiToLower)) {
+            Tell(kuid.IsNull() ? TagFault::BadKUID : TagFault::KUIDNotExact, place_);
+        }
+        Add(kTagKUID, MakeKUID(kuid));
+    }
+
+    void Add(std::uint32_t type, OCSRawData value) {
+        Append(OCSChunkRef(new TDBDataTag(type, std::move(value))));
+    }
+
+    void Append(const OCSChunkRef& tag) {
+        open_.back()->AddChild(name_, tag);
+        if (observer_) observer_->OnTag(*tag, place_);
+    }
+
+    void SkipBlanks() {
+        while (IsTagBlank(source_.Peek())) source_.Advance();
+    }
+    void SkipToEntry() {
+        while (IsTagBlank(source_.Peek()) || IsTagLineEnd(source_.Peek())) source_.Advance();
+    }
+
+    void Tell(TagFault fault, const TagPlace& place) {
+        if (observer_) observer_->OnFinding({fault, place, Printable(NameView(name_))});
+    }
+
+    Source source_;
+    bool utf8_;
+    TagObserver* observer_;
+    std::vector<OCSChunk*> open_;  // the containers that are read, outermost first
+    InternedString name_;          // of the entry that is read
+    TagPlace place_;               // where the entry stands
+    TagPlace valuePlace_;
+    std::string text_;
+};
+
+}  // namespace
+
+void ReadTagText(OCSChunk& container, TStream& stream, bool alreadyUtf8, TagObserver* observer) {
+    Reader(container, stream, alreadyUtf8, observer).Run();
+}
+
+}  // namespace Vorn
