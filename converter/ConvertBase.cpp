@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "KernelResource/ArchiveDatabases.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileFind.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
 #include "converter/InputArchive.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 #include "platform/Processes.h"
 
 using namespace Vorn;
@@ -20,6 +22,8 @@ namespace {
 }
 
 }  // namespace
+
+ConvertBase::~ConvertBase() { ReleaseArchiveDatabase(database_); }
 
 void ConvertBase::PrintUsage() { PrintLine("// TODO.Alden: Print usage"); }
 
@@ -44,8 +48,21 @@ bool ConvertBase::Prepare(int argc, char** argv) {
     ReplaceExtension(name, nullptr);
     inputName_ = Intern(name.View());
     ToLower(inputName_);
-    Subst(inputName_, path);
+    OpenInput();
     return true;
+}
+
+void ConvertBase::OpenInput() {
+    PathBuffer folder = inputArchivePath_;
+    StripFileName(folder, false);
+    database_ = OpenArchiveDatabase(inputName_, folder.c_str());
+
+    const PathBuffer archive =
+        NorvaneResourceDatabase::ArchivePath(folder.View(), inputName_.View());
+    const char* const path = inputArchivePath_.c_str();
+    if (database_ && platform::IsSameFile(archive.c_str(), path)) return;
+    if (FileSubstList::Instance().FindSubst(inputName_)) Subst(inputName_, nullptr);
+    Subst(inputName_, path);
 }
 
 int ConvertBase::Run() { return ProcessFolder(""); }

@@ -1,10 +1,16 @@
 // A frame for programs that walk every member of one input archive.
 //
-// Prepare checks the command line and mounts the archive; Run walks its folders depth-first and
-// hands each member to ProcessFile. Results: 0 goes on, 1 stops the walk; Run's is the exit code.
-// Single-threaded. Nothing here throws: a failure is a line and a result.
+// Prepare checks the command line, opens the archive's database and mounts the archive; Run walks
+// its folders depth-first and hands each member to ProcessFile. Results: 0 goes on, 1 stops the
+// walk; Run's is the exit code. Single-threaded. Nothing here throws: a failure is a line and a
+// result.
+//
+// The database mounts what it finds under the name: the archive in most cases. Where that is
+// another file ("old.va" or the folder "old" beside "old.pbk"), only the archive that the command
+// line names stays mounted: members of both would end in the output.
 #pragma once
 
+#include "KernelResource/NorvaneResourceDatabase.h"
 #include "kernel/InternedString.h"
 #include "kernel/PathBuffer.h"
 
@@ -15,7 +21,7 @@ public:
     ConvertBase& operator=(const ConvertBase&) = delete;
 
     // The virtual operations, in slot order.
-    virtual ~ConvertBase() = default;
+    virtual ~ConvertBase();
     virtual void PrintUsage();
     // Once, before Run. False when the command line or an archive is not usable; what is mounted
     // by then stays mounted.
@@ -29,4 +35,8 @@ protected:
     Vorn::PathBuffer programDir_;        // folder of the running program, no trailing separator
     Vorn::PathBuffer inputArchivePath_;  // as given
     Vorn::InternedString inputName_;     // mount name: file name without extension, lower case
+    Vorn::NorvaneResourceDatabase* database_ = nullptr;  // of the input archive; shared, released
+
+private:
+    void OpenInput();
 };

@@ -1,6 +1,7 @@
 // VAConverter: makes a patch between two asset archives, and applies one.
 #include <memory>
 
+#include "KernelResource/ResourceSystem.h"
 #include "converter/Console.h"
 #include "converter/PatchConverter.h"
 #include "kernel/InternedString.h"
@@ -18,7 +19,8 @@ namespace {
 
 int main(int argc, char** argv) {
     const Vorn::Kernel kernel;
-    const Vorn::KernelOptions options("", "-nullrender -hidewindow", 0, 0);
+    Vorn::KernelOptions options("", "-nullrender -hidewindow", 0, 0);
+    Vorn::StartResourceSystem(options.GetOptionList());
 
     if (argc < 3 || !IsOperation(argv[1])) {
         PrintLine("// TODO.Alden: Print usage");

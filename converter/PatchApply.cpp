@@ -1,6 +1,8 @@
 // patchapply: rebuilds the new archive from the old one and a patch.
 #include <string>
+#include <utility>
 
+#include "KernelResource/ArchiveDatabases.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
 #include "converter/InputArchive.h"
@@ -30,7 +32,10 @@ int PatchConverter::RunApply() {
 
     const int result = haveLists ? ConvertBase::Run() : 1;
     Subst(otherName_, nullptr);
-    if (result == 0) Subst(inputName_, nullptr);
+    if (result == 0) {
+        ReleaseArchiveDatabase(std::exchange(database_, nullptr));
+        Subst(inputName_, nullptr);
+    }
     if (CloseOutput() && result == 0) return 0;
     File::Delete(outputArchivePath_.c_str());
     return 1;
