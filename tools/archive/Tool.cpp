@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "KernelResource/ResourceSystem.h"
 #include "kernel/services/Log.h"
 #include "kernel/services/OptionSources.h"
 
@@ -18,7 +19,10 @@ void Tool::Init(std::uint32_t flags) {
     command_.searchTarget = (flags & kSearchTarget) != 0;
 }
 
-void Tool::Shutdown() { options_.reset(); }
+void Tool::Shutdown() {
+    resourceSystem_.reset();
+    options_.reset();
+}
 
 bool Tool::Startup(const char* commandLine, const char* appName, const char* extraOptions) {
     commandLine_ = commandLine;
@@ -30,6 +34,8 @@ bool Tool::Startup(const char* commandLine, const char* appName, const char* ext
     if (extraOptions != nullptr) ParseOptions(list, extraOptions);
     InitLog(list);
     SetLogConsoleStream(stdout);
+    resourceSystem_ = std::make_unique<ResourceSystem>();
+    resourceSystem_->Init(&list);
     return true;
 }
 

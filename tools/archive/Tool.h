@@ -30,6 +30,8 @@
 
 namespace Vorn {
 
+class ResourceSystem;
+
 class Tool {
 public:
     static constexpr std::uint32_t kExpectCommand = 1;
@@ -83,6 +85,7 @@ private:
     const char* commandLine_ = nullptr;
     bool usageShown_ = false;
     std::unique_ptr<KernelOptions> options_;
+    std::unique_ptr<ResourceSystem> resourceSystem_;
     ToolCommand command_;
     String appName_;
     bool anyFailed_ = false;
