@@ -21,3 +21,10 @@ void PrintProblem(std::string_view text) {
     WriteText(stderr, text);
     WriteText(stderr, "\n");
 }
+
+void PrintUsageHint() {
+    WriteText(
+        stderr,
+        "usage: VAConverter patchdiff OLD.va NEW.va FOLDER   makes FOLDER/OLD-diff.va\n"
+        "       VAConverter patchapply OLD.va PATCH.va -     makes OLD-tmp.va beside OLD.va\n");
+}

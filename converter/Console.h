@@ -9,3 +9,6 @@ void PrintLine(std::string_view text);
 
 // A line of standard error, after "VAConverter: ".
 void PrintProblem(std::string_view text);
+
+// How to call the program, on standard error: the fixed lines do not tell.
+void PrintUsageHint();

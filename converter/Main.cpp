@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
 
     if (argc < 3 || !IsOperation(argv[1])) {
         PrintLine("// TODO.Alden: Print usage");
+        PrintUsageHint();
         return 1;
     }
     const std::unique_ptr<ConvertBase> converter = std::make_unique<PatchConverter>();

@@ -42,7 +42,10 @@ template <typename Result, typename Step>
 
 }  // namespace
 
-void PatchConverter::PrintUsage() { PrintLine("// TODO.Alden: Print more usage"); }
+void PatchConverter::PrintUsage() {
+    PrintLine("// TODO.Alden: Print more usage");
+    PrintUsageHint();
+}
 
 bool PatchConverter::Prepare(int argc, char** argv) {
     return Guarded(false, [&] {

@@ -49,6 +49,7 @@ TEST_F(CommandLine, WhatCannotBeUsedIsRefusedAndNothingIsWritten) {
         const Outcome outcome = Convert(arguments);
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(outcome.lines, lines);
+        EXPECT_NE(outcome.problems.find("usage: VAConverter patchdiff"), std::string::npos);
         EXPECT_EQ(Tree(), before);
     }
 }
