@@ -51,8 +51,7 @@ LoadSlots::OtherLoad LoadSlots::AwaitOtherLoad(const Resource& resource) {
         ++slot->waiting;
         waits_[caller] = slot;
     }
-    slot->lock.Enter();
-    slot->lock.Leave();
+    [[maybe_unused]] const bool ended = slot->ended.Wait(platform::kWaitForever);
     const ScopedLock hold(lock_);
     --slot->waiting;
     waits_.erase(caller);
@@ -67,7 +66,7 @@ LoadSlots::Claim LoadSlots::Occupy(const Resource& resource, bool hasPlace) {
     slot.busy = true;
     slot.hasPlace = hasPlace;
     slot.owner = platform::CurrentThreadId();
-    [[maybe_unused]] const bool locked = slot.lock.Wait(platform::kWaitForever);
+    slot.ended.Reset();
     return {*this, slot};
 }
 
@@ -100,7 +99,7 @@ void LoadSlots::End(Slot& slot) {
         slot.busy = false;
         slot.resource = nullptr;
         hadPlace = slot.hasPlace;
-        slot.lock.Unlock();
+        slot.ended.Set();
     }
     if (hadPlace) places_.Unlock();
 }

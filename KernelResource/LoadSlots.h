@@ -64,11 +64,11 @@ private:
 
     struct Slot {
         const Resource* resource = nullptr;
-        CriticalSection lock{"LoadSlot"};  // held by the owner while busy
         bool busy = false;
-        bool hasPlace = false;  // took a unit of the semaphore
+        WEvent ended{true, false, nullptr};  // set while not busy
+        bool hasPlace = false;               // took a unit of the semaphore
         ThreadId owner = 0;
-        int waiting = 0;  // threads that still have to pass through the lock
+        int waiting = 0;  // threads that have yet to see the end; nobody claims the slot till then
     };
 
     enum class OtherLoad { None, Ended, WouldNeverEnd };
