@@ -93,7 +93,7 @@ void InterfaceTextDB::Load() {
 
 void InterfaceTextDB::LoadTables() {
     const InternedString substitution = Intern(kSubstitution);
-    root_ = OCSChunkRef(std::make_unique<TDBContainerTag>().release());
+    root_ = NewTag(kTagContainer);
     if (!LoadTagDatabase(root_, substitution, fileName_.Text())) {
         NorvaneLog("InterfaceTextDB> failed to load compiled interfacetext file");
         if (!LoadTagDatabase(root_, substitution, TextFormName(fileName_).c_str())) {

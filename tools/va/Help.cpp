@@ -1,0 +1,94 @@
+#include "tools/va/Help.h"
+
+#include <iostream>
+
+#include "kernel/services/BuildStamp.h"
+
+namespace va {
+namespace {
+
+constexpr std::size_t kColumn = 34;  // where a summary or a meaning begins
+
+// "  left      right"; a left side that is too long gets a line of its own.
+std::string Row(std::string left, std::string_view right) {
+    left.insert(0, "  ");
+    if (left.size() + 2 > kColumn) left.append("\n");
+    const std::size_t width = left.ends_with('\n') ? 0 : left.size();
+    return left.append(kColumn - width, ' ').append(right).append("\n");
+}
+
+bool BelongsTo(const Command& command, const Family& family) {
+    return command.words.starts_with(std::string(family.word) + " ");
+}
+
+std::string CommandHelp(const Command& command) {
+    std::string text = "usage: " + UsageLine(command) + "\n\n" + std::string(command.details);
+    if (!command.operands.empty() || !command.switches.empty()) text.append("\n");
+    for (const auto arguments : {command.operands, command.switches}) {
+        for (const Argument& argument : arguments) {
+            text += Row(std::string(argument.name), argument.meaning);
+        }
+    }
+    if (!command.examples.empty()) text.append("\nexamples:\n\n").append(command.examples);
+    return text;
+}
+
+std::string HelpOn(std::span<const std::string> words) {
+    if (words.empty()) return OverviewHelp();
+    const Command* command = FindCommand(words);
+    if (command != nullptr && words.size() == Words(*command).size()) return CommandHelp(*command);
+    for (const Family& family : Families()) {
+        if (words.size() == 1 && family.word == words.front()) return FamilyHelp(family);
+    }
+    std::string asked;
+    for (const std::string& word : words) asked.append(asked.empty() ? "" : " ").append(word);
+    throw Failure{ExitCode::Usage, "there is no command '" + asked + "'; 'va help' lists them"};
+}
+
+}  // namespace
+
+std::string UsageLine(const Command& command) {
+    std::string text = "va " + std::string(command.words);
+    for (const Argument& argument : command.switches) {
+        text.append(" [").append(argument.name).append("]");
+    }
+    for (const Argument& argument : command.operands) {
+        const bool repeats = command.lastRepeats && &argument == &command.operands.back();
+        text.append(repeats ? " [" : " ").append(argument.name).append(repeats ? "...]" : "");
+    }
+    return text;
+}
+
+std::string FamilyHelp(const Family& family) {
+    std::string text = std::string(family.word) + ": " + std::string(family.summary) + "\n";
+    for (const Command& command : Commands()) {
+        if (BelongsTo(command, family)) text += Row(UsageLine(command), command.summary);
+    }
+    return text;
+}
+
+std::string OverviewHelp() {
+    std::string text = "va: the front program of the asset archives\n\n";
+    for (const Command& command : Commands()) {
+        if (Words(command).size() == 1) text += Row(UsageLine(command), command.summary);
+    }
+    for (const Family& family : Families()) text += "\n" + FamilyHelp(family);
+    return text +
+           "\n"
+           "'va help COMMAND' tells more of one, with examples; COMMAND is as above: tag check.\n"
+           "\n"
+           "exit codes: 0 done, 1 done with warnings, 2 damaged or refused, 7 wrong usage,\n"
+           "9 not found\n";
+}
+
+ExitCode RunHelp(const Invocation& invocation) {
+    std::cout << HelpOn(invocation.operands);
+    return ExitCode::Done;
+}
+
+ExitCode RunVersion(const Invocation&) {
+    std::cout << "va " VA_VERSION " (" << Vorn::BuildStamp() << ")\n";
+    return ExitCode::Done;
+}
+
+}  // namespace va

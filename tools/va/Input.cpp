@@ -1,0 +1,110 @@
+#include "tools/va/Input.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <string_view>
+
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Paths.h"
+#include "platform/Directories.h"
+#include "platform/Files.h"
+#include "tools/va/Outcome.h"
+
+namespace va {
+namespace {
+
+// One archive, read only, under a mount name of its own.
+class Mount {
+public:
+    explicit Mount(const std::string& archive) { Vorn::Subst(name_, archive.c_str(), false); }
+    ~Mount() { Vorn::Subst(name_, nullptr); }
+    Mount(const Mount&) = delete;
+    Mount& operator=(const Mount&) = delete;
+
+    [[nodiscard]] bool IsAvailable() const {
+        const Vorn::SubstEntry* entry = Vorn::FileSubstList::Instance().FindSubst(name_);
+        return entry->backends.back()->IsAvailable();
+    }
+    [[nodiscard]] const Vorn::InternedString& Name() const { return name_; }
+
+private:
+    const Vorn::InternedString name_ = Vorn::Intern("va-input");
+};
+
+// All that can be read. Room is made as bytes come: a damaged member may claim any size.
+Bytes ReadWhole(Vorn::File& file) {
+    constexpr std::uint32_t kPiece = 1U << 20;
+    Bytes bytes;
+    for (std::uint32_t got = kPiece; got == kPiece;) {
+        const std::size_t before = bytes.size();
+        bytes.resize(before + kPiece);
+        got = file.Read(bytes.data() + before, kPiece);
+        bytes.resize(before + got);
+    }
+    return bytes;
+}
+
+Bytes ReadMember(const std::string& archive, const std::string& member) {
+    if (!platform::Exists(archive.c_str())) {
+        throw Failure{ExitCode::NotFound, "there is no archive '" + archive + "'"};
+    }
+    const Mount mount(archive);
+    if (!mount.IsAvailable()) Refuse("'" + archive + "' is not an archive");
+    Vorn::File file;
+    const Vorn::FileResult opened = file.Open(mount.Name(), member.c_str(), Vorn::kReadDetect);
+    if (opened == Vorn::RES_FILENOTFOUND) {
+        throw Failure{ExitCode::NotFound, "the archive '" + archive + "' has no member '" + member +
+                                              "'; VArchive lists what it has"};
+    }
+    if (opened != Vorn::RES_OK) {
+        Refuse("cannot read '" + member + "' in '" + archive +
+               "': " + Vorn::DescribeFileResult(opened).text);
+    }
+    Bytes bytes = ReadWhole(file);
+    if (bytes.size() != file.Size()) {
+        Refuse("the member '" + member + "' in '" + archive + "' is damaged");
+    }
+    return bytes;
+}
+
+Bytes ReadFile(const std::string& path) {
+    platform::FileHandle handle;
+    if (!handle.Open(path.c_str(), platform::Access::Read, platform::Creation::OpenExisting,
+                     platform::Share::DenyNone)) {
+        Refuse("cannot read '" + path + "': " + SystemReason());
+    }
+    const std::int64_t length = handle.Length();
+    if (length > std::numeric_limits<std::uint32_t>::max()) {
+        Refuse("'" + path + "' is larger than 4 GiB");
+    }
+    Bytes bytes(length > 0 ? static_cast<std::size_t>(length) : 0);
+    if (length < 0 || handle.Read(bytes) != length) {
+        Refuse("cannot read '" + path + "' to its end");
+    }
+    return bytes;
+}
+
+}  // namespace
+
+std::size_t MemberStart(const std::string& name) {
+    constexpr std::string_view kArchiveEnd = ".va:";
+    const auto folded = [](char a, char b) { return Vorn::AsciiToLower(a) == b; };
+    const auto found = std::ranges::search(name, kArchiveEnd, folded);
+    if (found.empty()) return std::string::npos;
+    return static_cast<std::size_t>(found.end() - name.begin());
+}
+
+Bytes ReadInput(const std::string& name) {
+    if (platform::Exists(name.c_str())) return ReadFile(name);
+    const std::size_t member = MemberStart(name);
+    if (member != std::string::npos) {
+        return ReadMember(name.substr(0, member - 1), name.substr(member));
+    }
+    throw Failure{ExitCode::NotFound, "there is no file '" + name +
+                                          "'; a member of an archive is named "
+                                          "archive.va:member/path"};
+}
+
+}  // namespace va

@@ -1,0 +1,84 @@
+#include "tools/va/OutputFile.h"
+
+#include <cerrno>
+#include <limits>
+
+#include "platform/Directories.h"
+#include "tools/va/Input.h"
+#include "tools/va/Outcome.h"
+
+namespace va {
+namespace {
+
+[[noreturn]] void RefuseExisting(const std::string& path) {
+    Refuse("'" + path + "' exists and stays as it is; --force replaces it");
+}
+
+[[noreturn]] void RefusePlace(const std::string& path) {
+    if (errno == ENOENT) Refuse("cannot write '" + path + "': its folder does not exist");
+    Refuse("cannot write beside '" + path + "': " + SystemReason());
+}
+
+}  // namespace
+
+void OutputFile::Check(const std::string& path, bool replace) {
+    if (MemberStart(path) != std::string::npos) {
+        throw Failure{ExitCode::Usage, "'" + path +
+                                           "' names a member, and archives are only read here; "
+                                           "write a file and add it with VArchive"};
+    }
+    platform::FileStatus status;
+    if (!platform::GetStatus(path.c_str(), status)) return;
+    if (status.IsDirectory()) Refuse("'" + path + "' is a folder; name a file in it");
+    if (!replace) RefuseExisting(path);
+}
+
+OutputFile::OutputFile(const std::string& path, bool replace) : path_(path), replace_(replace) {
+    constexpr int kMostTries = 100;
+    for (int n = 0; n < kMostTries && !handle_.IsOpen(); ++n) {
+        temporary_ = path + ".new" + std::to_string(n);
+        if (handle_.Open(temporary_.c_str(), platform::Access::Write, platform::Creation::CreateNew,
+                         platform::Share::DenyAll)) {
+            return;
+        }
+        if (errno != EEXIST) break;
+    }
+    RefusePlace(path);
+}
+
+OutputFile::~OutputFile() {
+    if (temporary_.empty()) return;
+    handle_.Close();
+    (void)platform::RemoveFile(temporary_.c_str());
+}
+
+std::uint32_t OutputFile::Write(const void* bytes, std::uint32_t count) {
+    constexpr std::size_t kMostPending = 1U << 18;
+    if (count > std::numeric_limits<std::uint32_t>::max() - position_) {
+        problem_ = "it would be larger than 4 GiB";
+    }
+    if (!problem_.empty()) return 0;
+    const auto* first = static_cast<const std::byte*>(bytes);
+    pending_.insert(pending_.end(), first, first + count);
+    position_ += count;
+    if (pending_.size() >= kMostPending) Flush();
+    return problem_.empty() ? count : 0;
+}
+
+void OutputFile::Flush() {
+    if (handle_.Write(pending_) != pending_.size()) problem_ = SystemReason();
+    pending_.clear();
+}
+
+void OutputFile::Place() {
+    Flush();
+    if (problem_.empty() && !(handle_.Commit() && handle_.Close())) problem_ = SystemReason();
+    if (!problem_.empty()) Refuse("cannot write '" + path_ + "': " + problem_);
+    const bool placed = replace_ ? platform::ReplaceFile(temporary_.c_str(), path_.c_str())
+                                 : platform::Rename(temporary_.c_str(), path_.c_str());
+    if (!placed && errno == EEXIST && !replace_) RefuseExisting(path_);
+    if (!placed) Refuse("cannot put a new file in the place of '" + path_ + "': " + SystemReason());
+    temporary_.clear();
+}
+
+}  // namespace va

@@ -1,0 +1,133 @@
+#include "tools/va/TagPrint.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <ostream>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "assetdata/TagValues.h"
+#include "assetdata/TagWalk.h"
+
+namespace va {
+namespace {
+
+using Value = std::span<const std::byte>;
+
+constexpr std::size_t kMostIndented = 40;
+constexpr std::size_t kValueColumn = 40;
+constexpr std::size_t kMostRawShown = 64;
+constexpr std::string_view kHexDigits = "0123456789abcdef";
+
+void AppendHex(std::string& text, unsigned byte) {
+    text += kHexDigits[byte >> 4];
+    text += kHexDigits[byte & 0xF];
+}
+
+std::string HexOf(Value bytes) {
+    std::string text;
+    for (const std::byte byte : bytes) AppendHex(text, std::to_integer<unsigned>(byte));
+    return text;
+}
+
+std::string Escaped(std::string_view text) {
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') shown += '\\';
+        if (c == '\r') {
+            shown += "\\r";
+        } else if (c == '\n') {
+            shown += "\\n";
+        } else if (byte < 0x20 || byte == 0x7F) {
+            AppendHex(shown += "\\x", byte);
+        } else {
+            shown += c;
+        }
+    }
+    return shown;
+}
+
+std::string FloatText(float number) {
+    std::array<char, 32> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+    std::string text(digits.begin(), end);
+    // "inf" and "nan" have letters, as have exponents.
+    if (text.find_first_of(".en") == std::string::npos) text += ".0";
+    return text;
+}
+
+template <typename Print>
+std::string Joined(std::size_t count, Print print) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) text.append(i > 0 ? "," : "").append(print(i));
+    return text;
+}
+
+// Numbers and identifiers; empty for other types.
+std::string NumbersText(const Vorn::OCSChunk& tag) {
+    const Value value = tag.DataBytes();
+    switch (tag.GetType()) {
+        case Vorn::kTagInteger:
+            return Joined(Vorn::NumberCount(value),
+                          [&](std::size_t i) { return std::to_string(Vorn::IntegerAt(value, i)); });
+        case Vorn::kTagFloat:
+            return Joined(Vorn::NumberCount(value),
+                          [&](std::size_t i) { return FloatText(Vorn::FloatAt(value, i)); });
+        case Vorn::kTagKUID:
+            return Joined(Vorn::KUIDCount(value),
+                          [&](std::size_t i) { return Vorn::KUIDAt(value, i).TagText(); });
+        default:
+            return {};
+    }
+}
+
+std::string ShownValue(const Vorn::OCSChunk& tag) {
+    const Value value = tag.DataBytes();
+    if (tag.GetType() == Vorn::kTagText) return '"' + Escaped(Vorn::TextOf(value)) + '"';
+    if (tag.GetType() != Vorn::kTagRaw) return NumbersText(tag);
+    const std::string text = "raw " + HexOf(value.first(std::min(value.size(), kMostRawShown)));
+    if (value.size() <= kMostRawShown) return text;
+    return text + "... (" + std::to_string(value.size()) + " bytes)";
+}
+
+}  // namespace
+
+void PrintTree(std::ostream& out, const Vorn::OCSChunk& root) {
+    for (Vorn::TagWalk walk(root); walk.Next();) {
+        std::string line(2 * std::min(walk.Depth(), kMostIndented), ' ');
+        if (walk.IsLeaving()) {
+            line += '}';
+        } else {
+            line += walk.Name().data() == nullptr ? "(no name)" : Escaped(walk.Name());
+            if (walk.Tag().GetType() == Vorn::kTagContainer) {
+                line += " {";
+            } else if (const std::string value = ShownValue(walk.Tag()); !value.empty()) {
+                line.append(std::max(line.size() + 1, kValueColumn) - line.size(), ' ') += value;
+            }
+        }
+        out << line << '\n';
+    }
+}
+
+void PrintValue(std::ostream& out, const Vorn::OCSChunk& tag) {
+    const Value value = tag.DataBytes();
+    switch (tag.GetType()) {
+        case Vorn::kTagNone:
+            return;
+        case Vorn::kTagContainer:
+            return PrintTree(out, tag);
+        case Vorn::kTagText:
+            out << Vorn::TextOf(value) << '\n';
+            return;
+        case Vorn::kTagRaw:
+            out << HexOf(value) << '\n';
+            return;
+        default:
+            out << NumbersText(tag) << '\n';
+    }
+}
+
+}  // namespace va
