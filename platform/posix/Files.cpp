@@ -93,6 +93,24 @@ bool Admit(int descriptor, Access access, Creation creation, Share share) {
            (creation != Creation::CreateOrTruncate || ftruncate(descriptor, 0) == 0);
 }
 
+// Calls `readSome` with what is still missing, and with the bytes read so far, until `into` is full
+// or the file ends. An error counts only when nothing came before it.
+template <typename ReadSome>
+std::int64_t ReadWhole(std::span<std::byte> into, const ReadSome& readSome) {
+    std::size_t done = 0;
+    while (done < into.size()) {
+        const ssize_t got = readSome(into.subspan(done), done);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return got < 0 && done == 0 ? -1 : static_cast<std::int64_t>(done);
+        }
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
 }  // namespace
 
 FileHandle::FileHandle(FileHandle&& other) noexcept
@@ -136,18 +154,9 @@ bool FileHandle::Close() noexcept {
 }
 
 std::int64_t FileHandle::Read(std::span<std::byte> into) {
-    std::size_t done = 0;
-    while (done < into.size()) {
-        const ssize_t got = read(descriptor_, into.data() + done, into.size() - done);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got < 0 && done == 0 ? -1 : static_cast<std::int64_t>(done);
-        }
-        done += static_cast<std::size_t>(got);
-    }
-    return static_cast<std::int64_t>(done);
+    return ReadWhole(into, [this](std::span<std::byte> rest, std::size_t) {
+        return read(descriptor_, rest.data(), rest.size());
+    });
 }
 
 std::int64_t FileHandle::ReadAt(std::uint64_t offset, std::span<std::byte> into) const {
@@ -155,19 +164,9 @@ std::int64_t FileHandle::ReadAt(std::uint64_t offset, std::span<std::byte> into)
         errno = EINVAL;
         return -1;
     }
-    std::size_t done = 0;
-    while (done < into.size()) {
-        const ssize_t got = pread(descriptor_, into.data() + done, into.size() - done,
-                                  static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return got < 0 && done == 0 ? -1 : static_cast<std::int64_t>(done);
-        }
-        done += static_cast<std::size_t>(got);
-    }
-    return static_cast<std::int64_t>(done);
+    return ReadWhole(into, [this, offset](std::span<std::byte> rest, std::size_t done) {
+        return pread(descriptor_, rest.data(), rest.size(), static_cast<off_t>(offset + done));
+    });
 }
 
 std::size_t FileHandle::Write(std::span<const std::byte> from) {
