@@ -1,12 +1,11 @@
 #include "KernelResource/PluginResult.h"
 
 #include <array>
-#include <cstddef>
 
 namespace Vorn {
 namespace {
 
-constexpr std::array<PluginResultText, 8> kTexts{{
+constexpr std::array<ResultText, 8> kTexts{{
     {"RES_SUCCESS", ""},
     {"RES_LIBRARYNOTFOUND", "Plugin library not found"},
     {"RES_ENTRYPOINTNOTFOUND", "Plugin library has no entry point"},
@@ -20,8 +19,8 @@ static_assert(kTexts.size() == RES_PLUGINLIBRARYNOTFOUND + 1);
 
 }  // namespace
 
-const PluginResultText& DescribePluginResult(PluginResult result) {
-    return kTexts[static_cast<std::size_t>(result)];
+const ResultText& DescribePluginResult(PluginResult result) {
+    return DescribeResult(kTexts, result, RES_LIBRARYNOTFOUND);
 }
 
 }  // namespace Vorn

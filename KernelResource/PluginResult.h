@@ -1,6 +1,8 @@
 // Result codes of loading plug-in libraries and of looking plug-ins up.
 #pragma once
 
+#include "kernel/ResultText.h"
+
 namespace Vorn {
 
 // The numbers reach messages and callers' tables.
@@ -17,11 +19,7 @@ enum PluginResult : int {
     RES_PLUGINLIBRARYNOTFOUND = 7,
 };
 
-struct PluginResultText {
-    const char* name;  // "RES_SUCCESS"
-    const char* text;  // for messages; empty for success
-};
-
-[[nodiscard]] const PluginResultText& DescribePluginResult(PluginResult result);
+// The row of a code; a code outside the table reads as RES_LIBRARYNOTFOUND.
+[[nodiscard]] const ResultText& DescribePluginResult(PluginResult result);
 
 }  // namespace Vorn

@@ -12,7 +12,7 @@ constexpr std::array<const char*, 10> kStateNames = {
 };
 static_assert(kStateNames.size() == static_cast<std::size_t>(ResourceState::Delete) + 1);
 
-constexpr std::array<ResourceResultText, 8> kResultTexts{{
+constexpr std::array<ResultText, 8> kResultTexts{{
     {"RES_RESOURCEOK", ""},
     {"RES_FAILED_TO_LOAD", "Failed to load resource"},
     {"RES_NOT_AVAILABLE", "Resource not available"},
@@ -28,9 +28,8 @@ static_assert(kResultTexts.size() == RES_INVALID + 1);
 
 const char* NameOf(ResourceState state) { return kStateNames[static_cast<std::size_t>(state)]; }
 
-const ResourceResultText& DescribeResourceResult(ResourceResult result) {
-    const bool known = result >= RES_RESOURCEOK && result <= RES_INVALID;
-    return kResultTexts[static_cast<std::size_t>(known ? result : RES_FAILED_TO_LOAD)];
+const ResultText& DescribeResourceResult(ResourceResult result) {
+    return DescribeResult(kResultTexts, result, RES_FAILED_TO_LOAD);
 }
 
 }  // namespace Vorn

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "kernel/ResultText.h"
+
 namespace Vorn {
 
 // The numbers are those of the table of names.
@@ -33,12 +35,7 @@ enum ResourceResult : int {
     RES_INVALID = 7,
 };
 
-struct ResourceResultText {
-    const char* name;  // "RES_FAILED_TO_LOAD"
-    const char* text;  // for messages; empty for success
-};
-
 // The row of a code; a code outside the table reads as RES_FAILED_TO_LOAD.
-[[nodiscard]] const ResourceResultText& DescribeResourceResult(ResourceResult result);
+[[nodiscard]] const ResultText& DescribeResourceResult(ResourceResult result);
 
 }  // namespace Vorn

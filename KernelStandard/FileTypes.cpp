@@ -1,13 +1,12 @@
 #include "KernelStandard/FileTypes.h"
 
 #include <array>
-#include <cstddef>
 
 namespace Vorn {
 
 namespace {
 
-constexpr std::array<FileResultText, 10> kResultTexts{{
+constexpr std::array<ResultText, 10> kResultTexts{{
     {"RES_OK", ""},
     {"RES_UNKNOWN", "Unknown file error"},
     {"RES_FILENOTFOUND", "File not found"},
@@ -23,9 +22,8 @@ static_assert(kResultTexts.size() == RES_READONLY + 1);
 
 }  // namespace
 
-const FileResultText& DescribeFileResult(FileResult result) {
-    const bool known = result >= RES_OK && result <= RES_READONLY;
-    return kResultTexts[static_cast<std::size_t>(known ? result : RES_UNKNOWN)];
+const ResultText& DescribeFileResult(FileResult result) {
+    return DescribeResult(kResultTexts, result, RES_UNKNOWN);
 }
 
 }  // namespace Vorn

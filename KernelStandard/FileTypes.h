@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "kernel/ResultText.h"
+
 namespace Vorn {
 
 // A bit field of three nibbles that combine: write kind, read kind, creation. The bit 0x1000 alone
@@ -41,12 +43,7 @@ enum FileResult : int {
     RES_READONLY = 9,
 };
 
-struct FileResultText {
-    const char* name;  // "RES_OK"
-    const char* text;  // for messages; empty for success
-};
-
 // The row of a code; codes outside the table read as RES_UNKNOWN.
-[[nodiscard]] const FileResultText& DescribeFileResult(FileResult result);
+[[nodiscard]] const ResultText& DescribeFileResult(FileResult result);
 
 }  // namespace Vorn
