@@ -68,6 +68,14 @@ bool Refuse(int error) {
     return false;
 }
 
+// Truncates a file that holds anything: a file system may write one that was truncated to the disk
+// as soon as it is closed, which costs more than all the rest.
+bool Empty(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 &&
+           (status.st_size == 0 || ftruncate(descriptor, 0) == 0);
+}
+
 // Checks what was opened and prepares it for use, touching its contents only at the very end.
 bool Admit(int descriptor, Access access, Creation creation, Share share) {
     constexpr mode_t kAnyWritePermission = S_IWUSR | S_IWGRP | S_IWOTH;
@@ -90,7 +98,7 @@ bool Admit(int descriptor, Access access, Creation creation, Share share) {
         return Refuse(EACCES);
     }
     return posix::PlaceShareLocks(descriptor, access, share) &&
-           (creation != Creation::CreateOrTruncate || ftruncate(descriptor, 0) == 0);
+           (creation != Creation::CreateOrTruncate || Empty(descriptor));
 }
 
 // Calls `readSome` with what is still missing, and with the bytes read so far, until `into` is full
