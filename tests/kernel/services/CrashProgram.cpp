@@ -18,7 +18,10 @@
 #include <vector>
 
 #include "kernel/services/CrashReport.h"
+#include "kernel/services/Log.h"
+#include "kernel/services/OptionList.h"
 #include "kernel/services/Thread.h"
+#include "platform/Directories.h"
 
 namespace {
 
@@ -132,6 +135,9 @@ int main(int argumentCount, char** arguments) {
     const std::string place = argumentCount > 2 ? arguments[2] : "";
     if (place == "made up") return ReportMadeUpFault();
     fault = kFaults.at(arguments[1]);
+    Vorn::OptionList options;
+    Vorn::ParseOptions(options, "-LogFile=" + platform::TemporaryDirectory() + "log.txt");
+    Vorn::InitLog(options);
     std::set_terminate([] {
         mayAllocate = true;
         std::abort();

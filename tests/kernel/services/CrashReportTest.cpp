@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <regex>
 
 #include "kernel/services/CrashTexts.h"
 #include "tests/support/Tests.h"
@@ -152,27 +151,28 @@ TEST_F(CrashReports, NameEveryFaultOfAKernelThread) {
         EXPECT_EQ(lines.at(0), "kernel_crash caused "s + name);
         EXPECT_EQ(lines.at(1), "in module " + file + " at " + where);
         EXPECT_EQ(lines.back(), kEnd);
+        EXPECT_TRUE(folder_.Read("log.txt").ends_with("Begin:\r\nShutdown.\r\n"));
     }
 }
 
 TEST_F(CrashReports, HoldEveryBlockInOrder) {
-    constexpr auto kDate = R"(\d+/\d+/\d{4} \d\d:\d\d:\d[02468])";
+    constexpr auto kDate = R"([0-9]+/[0-9]+/[0-9]{4} [0-9][0-9]:[0-9][0-9]:[0-9][02468])";
     const std::vector<std::string> head = {
         "kernel_crash caused .*",
         "in module .*",
         "",
         "Exception handler called in main thread\\.",
         "Error occurred at "s + kDate + "\\.",
-        VORN_CRASH_PROGRAM ", run by \\S+\\.",
-        R"(Operating system:  Linux \(\d+\.\d+\.\d+\)\.)",
-        R"([1-9]\d* processor\(s\), type 8664\.)",
-        R"(\d\d?% memory in use\.)",
-        "[1-9]\\d* MBytes physical memory\\.",
-        "[1-9]\\d* MBytes physical memory free\\.",
-        "\\d+ MBytes paging file\\.",
-        "\\d+ MBytes paging file free\\.",
+        VORN_CRASH_PROGRAM ", run by [^ ]+\\.",
+        R"(Operating system:  Linux \([0-9]+\.[0-9]+\.[0-9]+\)\.)",
+        R"([1-9][0-9]* processor\(s\), type 8664\.)",
+        R"([0-9]+% memory in use\.)",
+        "[1-9][0-9]* MBytes physical memory\\.",
+        "[1-9][0-9]* MBytes physical memory free\\.",
+        "[0-9]+ MBytes paging file\\.",
+        "[0-9]+ MBytes paging file free\\.",
         "134217728 MBytes user address space\\.",
-        "1342\\d{5} MBytes user address space free\\.",
+        "1342[0-9]{5} MBytes user address space free\\.",
         "Write to location 0000000c caused an access violation\\.",
         "",
         "Context:",
@@ -186,11 +186,11 @@ TEST_F(CrashReports, HoldEveryBlockInOrder) {
         "",
         "Stack:"};
     const std::vector<std::string> module = {
-        "Module \\d+",
+        "Module [0-9]+",
         "[/[].*",
         "Image Base: 0x[0-9a-f]{5}000  Image Size: 0x[0-9a-f]{5}000",
         "Checksum:   0x00000000  Time Stamp: 0x00000000",
-        "File Size:  [\\d ]{10}  File Time:  "s + kDate,
+        "File Size:  [0-9 ]{10}  File Time:  "s + kDate,
         "Version Information:",
         "   Company:    ",
         "   Product:    ",
@@ -199,7 +199,7 @@ TEST_F(CrashReports, HoldEveryBlockInOrder) {
         "   ProdVer:    0\\.0\\.0\\.0",
         ""};
     const auto matches = [](const std::string& line, const std::string& pattern) {
-        return std::regex_match(line, std::regex(pattern));
+        return testing::Matches(testing::MatchesRegex(pattern))(line);
     };
     Run("write");
     const std::vector<std::string> lines = Report();
@@ -305,22 +305,8 @@ TEST_F(CrashReports, OfThreadsThatFaultTogetherAreOneAndWhole) {
 TEST(CrashTexts, NameExceptionsAndSystems) {
     const Table<std::uint32_t, const char*> exceptions = {
         {0x40010005, "a Control-C"},
-        {0x40010008, "a Control-Break"},
-        {0x80000002, "a Datatype Misalignment"},
-        {0x80000003, "a Breakpoint"},
         {0xC0000006, "an In Page Error"},
-        {0xC0000017, "a No Memory"},
-        {0xC0000025, "a Noncontinuable Exception"},
-        {0xC0000026, "an Invalid Disposition"},
         {0xC000008C, "a Array Bounds Exceeded"},
-        {0xC000008D, "a Float Denormal Operand"},
-        {0xC000008E, "a Float Divide by Zero"},
-        {0xC000008F, "a Float Inexact Result"},
-        {0xC0000090, "a Float Invalid Operation"},
-        {0xC0000091, "a Float Overflow"},
-        {0xC0000092, "a Float Stack Check"},
-        {0xC0000093, "a Float Underflow"},
-        {0xC0000095, "an Integer Overflow"},
         {0xC0000096, "a Privileged Instruction"},
         {0xC0000142, "a DLL Initialization Failed"},
         {0, "an Unknown exception type"}};
