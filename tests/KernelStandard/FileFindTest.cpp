@@ -13,15 +13,13 @@ TEST_F(FileFind, AFolderIsListedInByteOrder) {
     folder.Write("d/b.txt", "12345");
     for (const char* name : {"d/A.TXT", "d/c.bmp", "d/noext", "d/sub/x.txt"})
         folder.Write(name, "");
-    for (const auto& [pattern, names] : Table<std::string, std::vector<std::string>>{
-             {"d/*.txt", {"A.TXT", "b.txt"}},
-             {"d\\*.BMP;n*", {"c.bmp", "noext"}},
-             {"d/*", {".", "..", "A.TXT", "b.txt", "c.bmp", "noext", "sub"}},
-             {"d/missing*", {}},
-             {"missing/*", {}},
-             {"*/x.txt", {}},  // wildcards in a folder
-             {std::string(300, 'x'), {}}}) {
-        EXPECT_EQ(NamesOf(pattern), names) << pattern;
+    // The last but one: wildcards in a folder.
+    for (const std::string& row :
+         {"d/*.txt|A.TXT|b.txt"s, "d\\*.BMP;n*|c.bmp|noext"s, "d/missing*"s, "missing/*"s,
+          "d/*|.|..|A.TXT|b.txt|c.bmp|noext|sub"s, "*/x.txt"s, std::string(300, 'x')}) {
+        auto names = NamesOf(Cells(row)[0]);
+        names.insert(names.begin(), Cells(row)[0]);
+        EXPECT_EQ(names, Cells(row));
     }
     File::Find find;
     ASSERT_TRUE(find.Open("d/b*"));
