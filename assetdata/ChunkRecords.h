@@ -57,13 +57,19 @@ struct ChunkFault {
 // does not. Takes no stack however deep they nest.
 [[nodiscard]] bool CheckChunkRecords(std::span<const std::byte> body, ChunkFault& fault);
 
+// Where the record at `offset` of a checked body ends.
+[[nodiscard]] inline std::uint32_t NextChunkRecord(std::span<const std::byte> body,
+                                                   std::uint32_t offset) {
+    return offset + 4 + LoadU32<0>(std::span<const std::byte, 4>(body.data() + offset, 4));
+}
+
 // The record at `offset` of a checked body.
 [[nodiscard]] inline ChunkRecord ChunkRecordAt(std::span<const std::byte> body,
                                                std::uint32_t offset) {
     const std::byte* at = body.data() + offset;
     ChunkRecord record;
     record.offset = offset;
-    record.next = offset + 4 + LoadU32<0>(std::span<const std::byte, 4>(at, 4));
+    record.next = NextChunkRecord(body, offset);
     record.nameField = std::to_integer<std::uint8_t>(at[4]);
     record.type = std::to_integer<std::uint8_t>(at[5 + record.nameField]);
     if (record.nameField > 0) {

@@ -21,7 +21,7 @@ std::vector<std::uint32_t> ListRecords(std::span<const std::byte> body, ChunkRan
     std::vector<std::uint32_t> records;
     for (std::uint32_t at = range.begin; HasChunkRecord(at, range.end);) {
         records.push_back(at);
-        at = ChunkRecordAt(body, at).next;
+        at = NextChunkRecord(body, at);
     }
     return records;
 }

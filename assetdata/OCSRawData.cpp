@@ -7,22 +7,17 @@
 
 namespace Vorn {
 
-OCSRawDataCore::OCSRawDataCore(std::span<const std::byte> bytes) {
-    Store(bytes.data(), bytes.size(), 0);
-}
-
-OCSRawDataCore::OCSRawDataCore(std::string_view text) { Store(text.data(), text.size(), 1); }
-
-void OCSRawDataCore::Store(const void* bytes, std::size_t count, std::size_t zeros) {
-    const std::size_t size = count + zeros;
+OCSRawData OCSRawDataCore::Make(std::span<const std::byte> bytes, std::size_t zeros) {
+    const std::size_t size = bytes.size() + zeros;
     if (size > std::numeric_limits<std::uint32_t>::max()) {
         throw NorvaneEx("assetdata/OCSRawData", __LINE__);
     }
-    if (size > small_.size()) heap_ = std::make_unique_for_overwrite<std::byte[]>(size);
-    std::byte* to = heap_ ? heap_.get() : small_.data();
-    if (count > 0) std::memcpy(to, bytes, count);
-    std::memset(to + count, 0, zeros);
-    size_ = static_cast<std::uint32_t>(size);
+    void* block = ::operator new(sizeof(OCSRawDataCore) + size);
+    OCSRawData core(new (block) OCSRawDataCore(static_cast<std::uint32_t>(size)));
+    auto* to = reinterpret_cast<std::byte*>(core.Get() + 1);
+    if (!bytes.empty()) std::memcpy(to, bytes.data(), bytes.size());
+    std::memset(to + bytes.size(), 0, zeros);
+    return core;
 }
 
 }  // namespace Vorn

@@ -3,12 +3,10 @@
 // Numbers in values are little-endian and stand at any address: read them through TagValues.h.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <new>
 #include <span>
-#include <string_view>
 
 #include "assetdata/ReferenceCountMP.h"
 
@@ -16,20 +14,22 @@ namespace Vorn {
 
 class OCSRawDataCore final : public ReferenceCountMP {
 public:
-    // Copies the bytes, and a zero byte behind them for texts. Throws NorvaneEx from 4 GiB on.
-    explicit OCSRawDataCore(std::span<const std::byte> bytes);
-    explicit OCSRawDataCore(std::string_view text);
+    // Copies the bytes, and `zeros` zero bytes behind them. Throws NorvaneEx from 4 GiB on.
+    [[nodiscard]] static RefPtr<OCSRawDataCore> Make(std::span<const std::byte> bytes,
+                                                     std::size_t zeros = 0);
 
-    [[nodiscard]] const std::byte* Data() const { return heap_ ? heap_.get() : small_.data(); }
+    [[nodiscard]] const std::byte* Data() const {
+        return reinterpret_cast<const std::byte*>(this + 1);
+    }
     [[nodiscard]] std::uint32_t Size() const { return size_; }
     [[nodiscard]] std::span<const std::byte> Bytes() const { return {Data(), size_}; }
 
-private:
-    void Store(const void* bytes, std::size_t count, std::size_t zeros);
+    static void operator delete(void* block) { ::operator delete(block); }
 
-    std::unique_ptr<std::byte[]> heap_;
-    std::uint32_t size_ = 0;
-    std::array<std::byte, 12> small_;  // most values are one number
+private:
+    explicit OCSRawDataCore(std::uint32_t size) : size_(size) {}
+
+    std::uint32_t size_;  // of the bytes, which stand right behind the object
 };
 
 using OCSRawData = RefPtr<OCSRawDataCore>;

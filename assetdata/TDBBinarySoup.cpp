@@ -22,7 +22,7 @@ OCSChunkRef TDBBinarySoup::FindChild(const InternedString& name) {
 }
 
 OCSChunkRef TDBBinarySoup::FindChild(const InternedString& name) const {
-    if (!Body().IsChanged()) {
+    if (MayWalk()) {
         std::uint32_t at = range_.begin;
         for (std::uint32_t i = 0; i < kMostUnlisted; ++i) {
             if (!HasChunkRecord(at, range_.end)) return {};
@@ -39,11 +39,11 @@ OCSChunkRef TDBBinarySoup::FindChild(const InternedString& name) const {
 }
 
 std::uint32_t TDBBinarySoup::ChildCount() const {
-    if (!Body().IsChanged()) {
+    if (MayWalk()) {
         std::uint32_t at = range_.begin;
         for (std::uint32_t i = 0; i <= kMostUnlisted; ++i) {
             if (!HasChunkRecord(at, range_.end)) return i;
-            at = Body().RecordAt(at).next;
+            at = NextChunkRecord(Body().Bytes(), at);
         }
     }
     const ChunkSequence& sequence = Sequence();
@@ -51,25 +51,19 @@ std::uint32_t TDBBinarySoup::ChildCount() const {
 }
 
 InternedString TDBBinarySoup::ChildName(std::uint32_t index) const {
-    return NameOf(ChildAt(index).name);
+    const std::uint32_t record = RecordAt(index);
+    if (record != kNoChunkRecord) return NameOf(Body().RecordAt(record).name);
+    const ChildList::Pair* added = AddedAt(index);
+    return added ? added->name : InternedString();
 }
 
 NamedChild TDBBinarySoup::ChildAt(std::uint32_t index) const {
-    if (!Body().IsChanged() && index < kMostUnlisted) {
-        std::uint32_t at = range_.begin;
-        for (; HasChunkRecord(at, range_.end); --index) {
-            const ChunkRecord record = Body().RecordAt(at);
-            if (index == 0) return {record.name, Body().Decode(record)};
-            at = record.next;
-        }
-        return {};
-    }
-    const ChunkSequence& sequence = Sequence();
-    if (index < sequence.RecordCount()) {
-        const ChunkRecord record = Body().RecordAt(sequence.RecordAt(index));
+    const std::uint32_t offset = RecordAt(index);
+    if (offset != kNoChunkRecord) {
+        const ChunkRecord record = Body().RecordAt(offset);
         return {record.name, Body().Decode(record)};
     }
-    const ChildList::Pair* added = sequence.Added().At(index - sequence.RecordCount());
+    const ChildList::Pair* added = AddedAt(index);
     return added ? NamedChild{NameView(added->name), Body().FromKept(added->child)} : NamedChild{};
 }
 
@@ -113,6 +107,37 @@ void TDBBinarySoup::RemoveChild(const OCSChunkRef& child) {
 }
 
 OCSChunkRef TDBBinarySoup::CreateChunk(std::uint32_t type) { return NewTag(type); }
+
+bool TDBBinarySoup::MayWalk() const {
+    return !Body().IsChanged() && !sequence_.load(std::memory_order_relaxed);
+}
+
+std::uint32_t TDBBinarySoup::RecordAt(std::uint32_t index) const {
+    if (MayWalk()) {
+        Place place = lastPlace_.load(std::memory_order_relaxed);
+        if (index < place.index) place = {0, range_.begin};
+        if (index - place.index <= kMostUnlisted) return WalkTo(index, place);
+    }
+    const ChunkSequence& sequence = Sequence();
+    return index < sequence.RecordCount() ? sequence.RecordAt(index) : kNoChunkRecord;
+}
+
+std::uint32_t TDBBinarySoup::WalkTo(std::uint32_t index, Place from) const {
+    for (; HasChunkRecord(from.offset, range_.end); ++from.index) {
+        if (from.index == index) {
+            lastPlace_.store(from, std::memory_order_relaxed);
+            return from.offset;
+        }
+        from.offset = NextChunkRecord(Body().Bytes(), from.offset);
+    }
+    return kNoChunkRecord;
+}
+
+const ChildList::Pair* TDBBinarySoup::AddedAt(std::uint32_t index) const {
+    if (MayWalk()) return nullptr;
+    const ChunkSequence& sequence = Sequence();
+    return sequence.Added().At(index - sequence.RecordCount());
+}
 
 ChunkSequence& TDBBinarySoup::Sequence() const {
     ChunkSequence* sequence = sequence_.load(std::memory_order_acquire);

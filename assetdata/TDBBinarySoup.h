@@ -17,7 +17,7 @@ namespace Vorn {
 class TDBBinarySoup final : public ChunkTag {
 public:
     TDBBinarySoup(ChunkBody& body, std::uint32_t record, ChunkRange range)
-        : ChunkTag(body, record), range_(range) {}
+        : ChunkTag(body, record), range_(range), lastPlace_(Place{0, range.begin}) {}
 
     [[nodiscard]] OCSChunkRef FindChild(const InternedString& name) override;
     [[nodiscard]] OCSChunkRef FindChild(const InternedString& name) const override;
@@ -32,8 +32,19 @@ public:
     [[nodiscard]] NamedChild ChildAt(std::uint32_t index) const override;
 
 private:
+    struct Place {
+        std::uint32_t index;
+        std::uint32_t offset;
+    };
+
+    // The record of a child by its index, or kNoChunkRecord: an added child, or none.
+    [[nodiscard]] std::uint32_t RecordAt(std::uint32_t index) const;
+    [[nodiscard]] std::uint32_t WalkTo(std::uint32_t index, Place from) const;
+    [[nodiscard]] const ChildList::Pair* AddedAt(std::uint32_t index) const;
+    // Whether the records tell all that is to know; a walk over a few of them is then cheaper.
+    [[nodiscard]] bool MayWalk() const;
     [[nodiscard]] ChunkSequence& Sequence() const;
-    // For a change: the body's short cuts past the sequence end.
+    // For a change, after which no container of the body is merely walked.
     [[nodiscard]] ChunkSequence& ChangedSequence();
     // The record of a child that is one of this container's records, or kNoChunkRecord.
     [[nodiscard]] std::uint32_t RecordOf(const OCSChunkRef& child) const;
@@ -41,6 +52,7 @@ private:
     void ReplaceRecord(std::uint32_t record, const OCSChunkRef& by);
 
     ChunkRange range_;
+    mutable std::atomic<Place> lastPlace_;  // where the last child by index was found
     mutable std::atomic<ChunkSequence*> sequence_ = nullptr;
 };
 

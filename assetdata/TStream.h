@@ -11,6 +11,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "KernelStandard/File.h"
 
@@ -50,6 +51,17 @@ public:
         if (count_ == 0 && !Refill()) return 0;
         --count_;
         return std::to_integer<std::uint8_t>(buffer_[offset_++]);
+    }
+
+    // What is buffered, after a refill when that is nothing; empty at the end. Skip takes bytes of
+    // it, and reading goes on behind them.
+    [[nodiscard]] std::string_view PeekBuffered() {
+        if (count_ == 0) (void)Refill();
+        return {reinterpret_cast<const char*>(buffer_.data()) + offset_, count_};
+    }
+    void Skip(std::uint32_t count) {
+        offset_ += count;
+        count_ -= count;
     }
 
     // Moves one byte back; at the start nothing happens.

@@ -24,7 +24,19 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kBlanks = " \t";
 
-// The text byte by byte, and where it stands. A zero byte is the end.
+// Which bytes end what; a zero byte is the end of the text.
+enum Ends : std::uint8_t { kEndsBlanks = 1, kEndsName = 2, kEndsQuoted = 4, kEndsBare = 8 };
+constexpr auto kEnds = [] {
+    std::array<std::uint8_t, 256> ends{};
+    ends.fill(kEndsBlanks);
+    ends[' '] = ends['\t'] = kEndsName;
+    ends['"'] = kEndsBlanks | kEndsQuoted;
+    ends['}'] = kEndsBlanks | kEndsName | kEndsBare;
+    ends['\0'] = ends['\r'] = ends['\n'] = kEndsBlanks | kEndsName | kEndsQuoted | kEndsBare;
+    return ends;
+}();
+
+// The text, and where it stands.
 class Source {
 public:
     explicit Source(TStream& stream) : stream_(stream), start_(stream.Tell()) {}
@@ -35,7 +47,7 @@ public:
         const bool marked = stream_.Read(mark.data(), 3) == 3 &&
                             std::string_view(mark.data(), mark.size()) == kUtf8Mark;
         if (marked) {
-            offset_ = lineStart_ = kUtf8Mark.size();
+            passed_ = lineStart_ = kUtf8Mark.size();
         } else {
             (void)stream_.ReturnTo(start_);
         }
@@ -43,41 +55,61 @@ public:
         return marked;
     }
 
-    [[nodiscard]] char Peek() const { return byte_; }
+    // The byte that comes next.
+    [[nodiscard]] char Peek() const { return at_ < ahead_.size() ? ahead_[at_] : '\0'; }
 
     void Advance() {
-        ++offset_;
-        if (IsTagLineEnd(byte_)) PassLineEnd();
-        Load();
+        const char c = ahead_[at_++];
+        if (IsTagLineEnd(c)) PassLineEnd(c);
+        if (at_ == ahead_.size()) Load();
+    }
+
+    // Goes on to the next byte that ends this, and appends what is passed to `to`, if given.
+    void AdvanceTo(Ends end, std::string* to = nullptr) {
+        while (at_ < ahead_.size()) {
+            const std::size_t from = at_;
+            while (at_ < ahead_.size() && !(kEnds[static_cast<unsigned char>(ahead_[at_])] & end)) {
+                ++at_;
+            }
+            if (to) to->append(ahead_, from, at_ - from);
+            if (at_ < ahead_.size()) return;
+            Load();
+        }
     }
 
     [[nodiscard]] TagPlace Place() const {
-        return {offset_, line_, static_cast<std::uint32_t>(offset_ - lineStart_ + 1)};
+        const std::uint64_t offset = passed_ + at_;
+        return {offset, line_, static_cast<std::uint32_t>(offset - lineStart_ + 1)};
     }
 
-    // Gives the byte that was looked at back. Whether that was a zero byte in the text.
+    // Leaves the stream in front of the next byte. Whether that is a zero byte of the text.
     bool Finish() {
-        if (std::uint64_t{stream_.Tell()} - start_ == offset_) return false;
-        stream_.StepBack();
-        return byte_ == '\0';
+        stream_.Skip(static_cast<std::uint32_t>(at_));
+        return at_ < ahead_.size() && ahead_[at_] == '\0';
     }
 
 private:
-    void Load() { byte_ = static_cast<char>(stream_.ReadByte()); }
+    void Load() {
+        passed_ += at_;
+        stream_.Skip(static_cast<std::uint32_t>(at_));
+        ahead_ = stream_.PeekBuffered();
+        at_ = 0;
+    }
 
     // CR LF and LF CR are one line end.
-    void PassLineEnd() {
-        const bool second =
-            halfLineEnd_ != '\0' && halfLineEnd_ != byte_ && lineStart_ + 1 == offset_;
+    void PassLineEnd(char c) {
+        const std::uint64_t offset = passed_ + at_;
+        const bool second = halfLineEnd_ != '\0' && halfLineEnd_ != c && lineStart_ + 1 == offset;
         if (!second) ++line_;
-        halfLineEnd_ = second ? '\0' : byte_;
-        lineStart_ = offset_;
+        halfLineEnd_ = second ? '\0' : c;
+        lineStart_ = offset;
     }
 
     TStream& stream_;
     std::uint32_t start_;
-    char byte_ = '\0';
-    std::uint64_t offset_ = 0;  // of the byte that is looked at
+    std::string_view ahead_;    // what the stream has buffered
+    std::size_t at_ = 0;        // of the next byte in it
+    std::uint64_t passed_ = 0;  // bytes of the text before `ahead_`
     std::uint64_t lineStart_ = 0;
     std::uint32_t line_ = 1;
     char halfLineEnd_ = '\0';  // before lineStart_, if the other half may follow
@@ -150,13 +182,10 @@ private:
 
     void ReadName() {
         text_.clear();
-        for (char c = source_.Peek(); c != '\0' && c != '}' && !IsTagBlank(c) && !IsTagLineEnd(c);
-             c = source_.Peek()) {
-            if (text_.size() <= kMostReadName) text_ += AsciiToLower(c);
-            source_.Advance();
-        }
+        source_.AdvanceTo(kEndsName, &text_);
         const bool cut = text_.size() > kMostReadName;
         if (cut) text_.resize(kMostReadName);
+        std::ranges::transform(text_, text_.begin(), AsciiToLower);
         name_ = Intern(text_);
         if (cut) Tell(TagFault::NameCut, place_);
     }
@@ -172,19 +201,14 @@ private:
     void ReadQuoted() {
         source_.Advance();
         text_.clear();
-        for (char c = source_.Peek(); c != '"'; c = source_.Peek()) {
-            if (c == '\0') {
-                Tell(TagFault::MissingQuote, place_);
-                return AddText();
-            }
-            source_.Advance();
-            if (!IsTagLineEnd(c)) {
-                text_ += c;
-                continue;
-            }
-            text_ += "\r\n";
-            const char next = source_.Peek();
-            if (IsTagLineEnd(next) && next != c) source_.Advance();
+        for (;;) {
+            source_.AdvanceTo(kEndsQuoted, &text_);
+            if (!IsTagLineEnd(source_.Peek())) break;
+            TakeLineEnd();
+        }
+        if (source_.Peek() == '\0') {
+            Tell(TagFault::MissingQuote, place_);
+            return AddText();
         }
         source_.Advance();
         AddText();
@@ -195,18 +219,23 @@ private:
         }
     }
 
+    void TakeLineEnd() {
+        const char first = source_.Peek();
+        source_.Advance();
+        const char second = source_.Peek();
+        if (IsTagLineEnd(second) && second != first) source_.Advance();
+        text_ += "\r\n";
+    }
+
     // The rest of the line, or up to a '}'.
     void ReadBare() {
         text_.clear();
         valuePlace_ = source_.Place();
-        char c = source_.Peek();
-        for (; c != '\0' && c != '}' && !IsTagLineEnd(c); c = source_.Peek()) {
-            text_ += c;
-            source_.Advance();
-        }
+        source_.AdvanceTo(kEndsBare, &text_);
         // Only a value that ends with its line is a number.
-        if (c != '}' && IsNumberValue(text_)) return AddNumber();
-        if (c != '}' && IsListValue(text_)) return AddList();
+        const bool endsLine = source_.Peek() != '}';
+        if (endsLine && IsNumberValue(text_)) return AddNumber();
+        if (endsLine && IsListValue(text_)) return AddList();
         ReplaceEscapes(text_);
         AddText();
     }
@@ -280,11 +309,9 @@ private:
         if (observer_) observer_->OnTag(*tag, place_);
     }
 
-    void SkipBlanks() {
-        while (IsTagBlank(source_.Peek())) source_.Advance();
-    }
+    void SkipBlanks() { source_.AdvanceTo(kEndsBlanks); }
     void SkipToEntry() {
-        while (IsTagBlank(source_.Peek()) || IsTagLineEnd(source_.Peek())) source_.Advance();
+        for (SkipBlanks(); IsTagLineEnd(source_.Peek()); SkipBlanks()) source_.Advance();
     }
 
     void Tell(TagFault fault, const TagPlace& place) {

@@ -1,5 +1,6 @@
 #include "assetdata/TagValues.h"
 
+#include <array>
 #include <bit>
 #include <string_view>
 #include <vector>
@@ -15,12 +16,17 @@ std::uint32_t WordAt(std::span<const std::byte> value, std::size_t index) {
 
 template <typename Number>
 OCSRawData MakeNumbers(std::span<const Number> values) {
+    if (values.size() == 1) {
+        std::array<std::byte, 4> bytes;
+        StoreU32<0>(std::span(bytes), std::bit_cast<std::uint32_t>(values.front()));
+        return OCSRawDataCore::Make(bytes);
+    }
     std::vector<std::byte> bytes(values.size() * 4);
     for (std::size_t i = 0; i < values.size(); ++i) {
         StoreU32<0>(std::span(bytes).subspan(i * 4).template first<4>(),
                     std::bit_cast<std::uint32_t>(values[i]));
     }
-    return MakeRef<OCSRawDataCore>(std::span<const std::byte>(bytes));
+    return OCSRawDataCore::Make(bytes);
 }
 
 }  // namespace
@@ -52,11 +58,10 @@ OCSRawData MakeIntegers(std::span<const std::int32_t> values) { return MakeNumbe
 
 OCSRawData MakeFloats(std::span<const float> values) { return MakeNumbers(values); }
 
-OCSRawData MakeKUID(const KUID& kuid) {
-    const KUID::Pair pair = kuid.ToPair();
-    return MakeRef<OCSRawDataCore>(std::span<const std::byte>(pair));
-}
+OCSRawData MakeKUID(const KUID& kuid) { return OCSRawDataCore::Make(kuid.ToPair()); }
 
-OCSRawData MakeText(std::string_view text) { return MakeRef<OCSRawDataCore>(text); }
+OCSRawData MakeText(std::string_view text) {
+    return OCSRawDataCore::Make(std::as_bytes(std::span(text)), 1);
+}
 
 }  // namespace Vorn
