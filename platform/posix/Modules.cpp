@@ -70,6 +70,7 @@ private:
 // "start-end access offset device inode path", the path behind blanks and perhaps missing.
 struct Mapping {
     std::uint64_t start = 0;
+    bool isShared = false;     // with others, as devices are; programs are not
     std::uint64_t offset = 0;  // in the file
     std::string_view path;
 };
@@ -89,7 +90,7 @@ Mapping ParseMapping(std::string_view line) {
     };
     Mapping mapping;
     mapping.start = number(takeField());
-    takeField();
+    mapping.isShared = takeField().ends_with('s');
     mapping.offset = number(takeField());
     takeField();
     takeField();
@@ -196,7 +197,8 @@ void ForEachModule(const std::function<bool(const Module&)>& visit) {
     std::uint64_t end = 0;  // of the last module
     for (std::string_view line; mappings.NextLine(line);) {
         const Mapping mapping = ParseMapping(line);
-        if (mapping.path.empty() || mapping.offset != 0 || mapping.start < end) continue;
+        const bool isFileBegin = !mapping.path.empty() && mapping.offset == 0 && !mapping.isShared;
+        if (!isFileBegin || mapping.start < end) continue;
         const Module module = Describe(mapping, path, buildId);
         if (module.size == 0) continue;
         end = module.base + module.size;
