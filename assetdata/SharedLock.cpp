@@ -21,7 +21,7 @@ void SharedLock::WaitUntil(std::unique_lock<std::mutex>& guard, Condition free) 
 void SharedLock::Enter() {
     std::unique_lock guard(mutex_);
     ++waitingWriters_;
-    WaitUntil(guard, [this] { return !written_ && readers_ == 0; });
+    WaitUntil(guard, [this] { return !written_ && readers_ == 0 && admittedReaders_ == 0; });
     --waitingWriters_;
     written_ = true;
 }
@@ -29,12 +29,17 @@ void SharedLock::Enter() {
 void SharedLock::Leave() {
     const std::lock_guard guard(mutex_);
     written_ = false;
+    admittedReaders_ = waitingReaders_;
     changed_.notify_all();
 }
 
 void SharedLock::EnterShared() {
     std::unique_lock guard(mutex_);
-    WaitUntil(guard, [this] { return !written_ && waitingWriters_ == 0; });
+    ++waitingReaders_;
+    WaitUntil(guard,
+              [this] { return !written_ && (waitingWriters_ == 0 || admittedReaders_ > 0); });
+    --waitingReaders_;
+    if (admittedReaders_ > 0) --admittedReaders_;
     ++readers_;
 }
 

@@ -1,6 +1,7 @@
 // A lock that many readers hold at once, or one writer alone.
 //
-// A writer that waits goes before readers that come later. Not recursive, in either way.
+// A writer that waits goes before readers that come later, and readers that wait for a writer go
+// before the next one, so that nobody waits for ever. Not recursive, in either way.
 //
 // While the main thread waits for it, it cleans the string pool, one bucket at a time: a main
 // thread that waits has nothing better to do, and names that are no longer used are freed nowhere
@@ -37,7 +38,9 @@ private:
     std::mutex mutex_;  // guards the rest; never held while anything else is done
     std::condition_variable changed_;
     std::size_t readers_ = 0;
+    std::size_t waitingReaders_ = 0;
     std::size_t waitingWriters_ = 0;
+    std::size_t admittedReaders_ = 0;  // who may enter before the next writer
     bool written_ = false;
 };
 
