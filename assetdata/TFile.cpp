@@ -3,6 +3,15 @@
 #include <string>
 
 namespace Vorn {
+namespace {
+
+// Members of archives carry names that mean something inside the archive only.
+bool HasNameOnDisk(File& file) {
+    return file.OwnHandle().IsOpen() && *file.TemporaryPath() == '\0';
+}
+
+}  // namespace
+
 TFile::~TFile() { Close(); }
 
 void TFile::Close() {
@@ -13,7 +22,7 @@ void TFile::Close() {
 }
 
 bool TFile::Truncate() {
-    if (!IsOpen() || file_->IsMember()) {
+    if (!IsOpen() || !HasNameOnDisk(*file_)) {
         error_ = true;
         return false;
     }
