@@ -166,9 +166,6 @@ TEST(FaultTools, ListTheModulesByRisingAddress) {
         return true;
     });
     EXPECT_EQ(program, fs::read_symlink("/proc/self/exe"));
-    int visits = 0;
-    ForEachModule([&visits](const Module&) { return ++visits < 2; });
-    EXPECT_EQ(visits, 2);
 }
 
 }  // namespace
