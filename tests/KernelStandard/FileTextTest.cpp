@@ -53,17 +53,15 @@ TEST_F(FileText, TheByteOrderMarkChoosesTheMode) {
 }
 
 TEST_F(FileText, TextIsWrittenInTheFilesMode) {
-    File file;
-    ASSERT_EQ(file.Open("u", kWritePlain | kCreateOrTruncate, kTextUtf16), RES_OK);
-    EXPECT_EQ(file.WriteText("a\x80"), 4u);
-    EXPECT_EQ(file.WriteText(""), 0u);
-    file.Commit();
-    EXPECT_EQ(folder.Read("u"), "a\0\xAC\x20"s);
-    file.Close();
-    ASSERT_EQ(file.Open("u", kWritePlain | kCreateOrTruncate), RES_OK);
-    EXPECT_EQ(file.WriteText("a\x80"), 2u);
-    file.Close();
-    EXPECT_EQ(folder.Read("u"), "a\x80");
+    for (const auto& [mode, bytes] :
+         Table<int, std::string>{{kTextUtf16, "a\0\xAC\x20"s}, {0, "a\x80"}}) {
+        File file;
+        ASSERT_EQ(file.Open("t", kWritePlain | kCreateOrTruncate, mode), RES_OK);
+        EXPECT_EQ(file.WriteText("a\x80"), bytes.size());
+        EXPECT_EQ(file.WriteText(""), 0u);
+        file.Commit();
+        EXPECT_EQ(folder.Read("t"), bytes);
+    }
 }
 
 }  // namespace

@@ -106,10 +106,9 @@ struct Encoder {
         for (std::size_t c = 0; c < 256;) {
             if (!IsCode(c)) {
                 if (out.size() + 1 >= limit) return false;
-                std::size_t run = 1;
-                while (run < 127 && c + run < 256 && !IsCode(c + run)) ++run;
-                out.push_back(static_cast<Byte>(127 + run));
-                c += run;
+                const std::size_t first = c++;
+                while (c < 256 && c - first < 127 && !IsCode(c)) ++c;
+                out.push_back(static_cast<Byte>(127 + c - first));
                 continue;
             }
             std::size_t n = 0;
@@ -125,8 +124,7 @@ struct Encoder {
             }
         }
         if (out.size() + size + 2 >= limit) return false;
-        out.push_back(static_cast<Byte>(size >> 8));
-        out.push_back(static_cast<Byte>(size & 255));
+        out.insert(out.end(), {static_cast<Byte>(size >> 8), static_cast<Byte>(size & 255)});
         out.insert(out.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(size));
         return true;
     }

@@ -98,14 +98,13 @@ TEST_F(SubstStack, OpenFilesAreCountedByTheirBackends) {
     Mount("mnt", "a/", true);
     Mount("mnt", "a.va");
     SubstEntry& entry = *list_.FindSubst(Intern("mnt"));
-    File first;
-    File second;
-    ASSERT_EQ(first.Open("mnt:in", kReadDetect), RES_OK);
-    ASSERT_EQ(second.Open("mnt:only-a", kReadCompressed), RES_OK);
-    EXPECT_EQ(list_.OpenFileCount(entry), 2);
-    EXPECT_EQ(File::OpenFileCount(), 2);
-    first.Close();
-    second.Close();
+    {
+        File files[2];
+        ASSERT_EQ(files[0].Open("mnt:in", kReadDetect), RES_OK);
+        ASSERT_EQ(files[1].Open("mnt:only-a", kReadCompressed), RES_OK);
+        EXPECT_EQ(list_.OpenFileCount(entry), 2);
+        EXPECT_EQ(File::OpenFileCount(), 2);
+    }
     EXPECT_EQ(list_.OpenFileCount(entry), 0);
 }
 

@@ -122,17 +122,22 @@ TEST(String, NextTokenLeavesTheDelimiterBehind) {
 
 TEST(String, FindsAndCompares) {
     const String text("abca");
-    EXPECT_EQ(text.Find('a', 0), 0);
-    EXPECT_EQ(text.Find('a', 1), 3);
-    EXPECT_EQ(text.Find('a', 9), -1);
+    EXPECT_EQ(std::tuple(text.Find('a', 0), text.Find('a', 1), text.Find('a', 9)),
+              std::tuple(0, 3, -1));
     EXPECT_EQ(String().Find('a', 0), -1);
-    for (const auto& [other, order] :  // the last one: bytes are unsigned
-         Table<const char*, int>{{"abc", 2}, {"abca", 1}, {"abd", 0}, {"Abca", 2}, {"\xE4", 0}}) {
-        EXPECT_EQ(text.Compare(other), order) << other;
+    // Bytes are unsigned, and letter case is that of the ANSI code page.
+    for (const auto& [left, right, order, noCase] :
+         Table<const char*, const char*, int, int>{{"abca", "abc", 2, 2},
+                                                   {"abca", "abca", 1, 1},
+                                                   {"abca", "abd", 0, 0},
+                                                   {"abca", "Abca", 2, 1},
+                                                   {"a", "B", 2, 0},
+                                                   {"AB", "a", 0, 2},
+                                                   {"\xC4", "\xE4", 0, 1},
+                                                   {"z", "\xE4", 0, 0}}) {
+        EXPECT_EQ(String(left).Compare(right), order) << left << right;
+        EXPECT_EQ(String(left).CompareNoCase(right), noCase) << left << right;
     }
-    EXPECT_EQ(String("\xC4").CompareNoCase("\xE4"), 1);
-    EXPECT_EQ(String("a").CompareNoCase("B"), 0);
-    EXPECT_EQ(String("AB").CompareNoCase("a"), 2);
 }
 
 TEST(String, BlocksAreSharedAcrossThreads) {
