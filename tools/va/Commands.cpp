@@ -15,7 +15,7 @@ constexpr std::array kHelpOperands = {Argument{"COMMAND", "a command, or the fir
 constexpr std::array kInput = {kIn};
 constexpr std::array kInputAndOutput = {kIn, kOut};
 constexpr std::array kInputAndPath = {
-    kIn, Argument{"PATH", "names from the top, with '/' between them; the first of equals"}};
+    kIn, Argument{"PATH", "names from the top down, joined by '/'; the first of equals"}};
 constexpr std::array kForce = {Argument{"--force", "replace OUT if it exists"}};
 
 constexpr std::array kCommands = {
@@ -47,13 +47,12 @@ constexpr std::array kCommands = {
         .lastRepeats = false,
         .summary = "write the text form",
         .details =
-            "Writes the tags of IN in the text form. IN may have either form: .txt is text, "
-            ".chump,\n"
-            ".cdp and .cdp2 are binary, and the first bytes decide about other names.\n"
+            "Writes the tags of IN in the text form. IN may have either form: .txt is text,\n"
+            ".chump, .cdp and .cdp2 are binary, and the first bytes decide about other names.\n"
             "\n"
-            "The text form has no raw bytes, no capital letters or blanks in names, and only six\n"
-            "digits of a float. Whatever OUT does not hold as IN did is named on standard error,\n"
-            "one line each, and the exit code is then 1.\n",
+            "The text form has no raw bytes, no capital letters or blanks in names, and only\n"
+            "six digits of a float. Whatever OUT does not hold as IN did is named on standard\n"
+            "error, one line each, and the exit code is then 1.\n",
         .examples = "  va tag to-text config.chump config.txt\n"
                     "  va tag to-text Town.va:trains/engine.chump engine.txt\n"
                     "  va tag to-text --force config.chump config.txt\n",
@@ -65,15 +64,13 @@ constexpr std::array kCommands = {
         .switches = kForce,
         .lastRepeats = false,
         .summary = "write the binary form",
-        .details = "Writes the tags of IN in the binary form, as version 1 of it (texts in UTF-8). "
-                   "IN may\n"
-                   "have either form, as for 'va tag to-text'.\n"
-                   "\n"
-                   "The binary form has no names of more than 254 bytes. Whatever OUT does not "
-                   "hold as IN\n"
-                   "did, and what was passed over in reading IN, is named on standard error, and "
-                   "the exit\n"
-                   "code is then 1.\n",
+        .details =
+            "Writes the tags of IN in the binary form, as version 1 of it (texts in UTF-8).\n"
+            "IN may have either form, as for 'va tag to-text'.\n"
+            "\n"
+            "What was read otherwise than it stands in IN, and what OUT does not hold as IN\n"
+            "did, is named on standard error, and the exit code is then 1. A name of more\n"
+            "than 254 bytes has no place in the binary form: nothing is written.\n",
         .examples = "  va tag to-binary config.txt config.chump\n"
                     "  va tag to-binary Town.va:config.txt config.chump\n",
         .run = TagToBinary,
@@ -85,9 +82,9 @@ constexpr std::array kCommands = {
         .lastRepeats = false,
         .summary = "show all tags and their values",
         .details =
-            "Shows every tag with its value, exactly: floats with all their digits, raw bytes\n"
-            "in hex, control characters in texts as \\xNN. This is for reading; 'va tag\n"
-            "to-text' writes what programs read.\n",
+            "Shows every tag with its value, exactly: floats with all their digits, the first\n"
+            "raw bytes in hex, control characters in texts as \\xNN. This is for reading;\n"
+            "'va tag to-text' writes what programs read.\n",
         .examples = "  va tag print config.chump\n"
                     "  va tag print Town.va:config.txt\n",
         .run = TagPrint,
@@ -97,11 +94,12 @@ constexpr std::array kCommands = {
         .operands = kInput,
         .switches = {},
         .lastRepeats = false,
-        .summary = "tell what is wrong with a file, and what a conversion would lose",
+        .summary = "find faults, and what converting loses",
         .details =
             "Names everything that a program would read otherwise than it stands there, with\n"
             "line and column (text) or offset (binary), then what the other form could not\n"
-            "hold, and sums up. Exit code 0 when there is nothing to name.\n",
+            "hold, and sums up. Exit code 0 when there is nothing to name, 2 when programs\n"
+            "can read nothing at all.\n",
         .examples = "  va tag check config.txt\n"
                     "  va tag check Town.va:trains/engine.chump\n",
         .run = TagCheck,
@@ -114,8 +112,8 @@ constexpr std::array kCommands = {
         .summary = "print the value of one tag",
         .details =
             "Prints a text as it is, numbers with ',' between them, raw bytes in hex, and a\n"
-            "container as 'va tag print' does; nothing for a tag without a value. Letter case\n"
-            "counts only where a name that differs in nothing else is there too.\n",
+            "container as 'va tag print' does; nothing for a tag without a value. A name is\n"
+            "found in any letter case, the exact one first.\n",
         .examples = "  va tag get config.txt username\n"
                     "  va tag get Town.va:config.txt thumbnails/0/image\n",
         .run = TagGet,

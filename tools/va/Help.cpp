@@ -1,5 +1,6 @@
 #include "tools/va/Help.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "kernel/services/BuildStamp.h"
@@ -7,14 +8,14 @@
 namespace va {
 namespace {
 
-constexpr std::size_t kColumn = 34;  // where a summary or a meaning begins
+constexpr std::size_t kSummaryColumn = 37;
+constexpr std::size_t kMeaningColumn = 11;
 
-// "  left      right"; a left side that is too long gets a line of its own.
-std::string Row(std::string left, std::string_view right) {
+// "  left      right", the right side at `column` or behind a longer left one.
+std::string Row(std::string left, std::size_t column, std::string_view right) {
     left.insert(0, "  ");
-    if (left.size() + 2 > kColumn) left.append("\n");
-    const std::size_t width = left.ends_with('\n') ? 0 : left.size();
-    return left.append(kColumn - width, ' ').append(right).append("\n");
+    left.append(std::max(left.size() + 2, column) - left.size(), ' ');
+    return left.append(right).append("\n");
 }
 
 bool BelongsTo(const Command& command, const Family& family) {
@@ -26,7 +27,7 @@ std::string CommandHelp(const Command& command) {
     if (!command.operands.empty() || !command.switches.empty()) text.append("\n");
     for (const auto arguments : {command.operands, command.switches}) {
         for (const Argument& argument : arguments) {
-            text += Row(std::string(argument.name), argument.meaning);
+            text += Row(std::string(argument.name), kMeaningColumn, argument.meaning);
         }
     }
     if (!command.examples.empty()) text.append("\nexamples:\n\n").append(command.examples);
@@ -62,7 +63,8 @@ std::string UsageLine(const Command& command) {
 std::string FamilyHelp(const Family& family) {
     std::string text = std::string(family.word) + ": " + std::string(family.summary) + "\n";
     for (const Command& command : Commands()) {
-        if (BelongsTo(command, family)) text += Row(UsageLine(command), command.summary);
+        if (BelongsTo(command, family))
+            text += Row(UsageLine(command), kSummaryColumn, command.summary);
     }
     return text;
 }
@@ -70,7 +72,8 @@ std::string FamilyHelp(const Family& family) {
 std::string OverviewHelp() {
     std::string text = "va: the front program of the asset archives\n\n";
     for (const Command& command : Commands()) {
-        if (Words(command).size() == 1) text += Row(UsageLine(command), command.summary);
+        if (Words(command).size() == 1)
+            text += Row(UsageLine(command), kSummaryColumn, command.summary);
     }
     for (const Family& family : Families()) text += "\n" + FamilyHelp(family);
     return text +
