@@ -11,8 +11,7 @@ namespace platform {
 [[nodiscard]] std::string UserName();
 
 struct OperatingSystem {
-    std::uint32_t family = 0;  // 1 to 3 where the numbers below need that to be told apart, else 0
-    std::string name;          // such as "Linux"; empty when the system cannot tell
+    std::uint32_t family = 0;  // 1 to 3 where the numbers below are that family's, else 0
     std::uint32_t major = 0;
     std::uint32_t minor = 0;
     std::uint32_t build = 0;

@@ -85,9 +85,7 @@ const char* OperatingSystemName(const platform::OperatingSystem& system) {
             return row.family == system.family && row.major.Has(system.major) &&
                    row.minor.Has(system.minor) && row.build.Has(system.build);
         });
-    if (found != kReleases.end()) return found->name;
-    return system.family == 0 && !system.name.empty() ? system.name.c_str()
-                                                      : "unknown Windows version";
+    return found == kReleases.end() ? "unknown Windows version" : found->name;
 }
 
 }  // namespace Vorn

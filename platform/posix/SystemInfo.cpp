@@ -50,7 +50,6 @@ OperatingSystem GetOperatingSystem() {
         return {};
     }
     OperatingSystem system;
-    system.name = names.sysname;  // short enough to be kept inside the object
     std::string_view release = names.release;
     system.major = TakeNumber(release);
     system.minor = TakeNumber(release);

@@ -81,7 +81,6 @@ TEST(Libraries, SymbolsAreFoundWhileLoaded) {
 
 TEST(SystemInfo, DescribesThisMachine) {
     const OperatingSystem system = GetOperatingSystem();
-    EXPECT_EQ(system.name, "Linux");
     EXPECT_GE(system.major, 3u);
     EXPECT_FALSE(UserName().empty());
     EXPECT_GE(ProcessorCount(), 1u);
