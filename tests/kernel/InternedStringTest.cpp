@@ -76,26 +76,20 @@ TEST(InternedString, FormatsWithItsOwnTextAmongTheArguments) {
 
 TEST(InternedString, EditsLeaveOtherHandlesAlone) {
     const InternedString before = Intern("abcdef");
-    for (const auto& [position, count, text] :
-         Table<std::size_t, std::size_t, const char*>{{2, 100, "ab"},
-                                                      {2, SIZE_MAX, "ab"},
-                                                      {1, 2, "adef"},
-                                                      {6, 1, "abcdef"},
-                                                      {0, 0, "abcdef"}}) {
+    for (const char* row :
+         {"2|100|ab", "2|18446744073709551615|ab", "1|2|adef", "6|1|abcdef", "0|0|abcdef"}) {
         InternedString name = before;
-        Erase(name, position, count);
-        EXPECT_EQ(name.View(), text);
+        Erase(name, std::stoull(Cells(row)[0]), std::stoull(Cells(row)[1]));
+        EXPECT_EQ(name.View(), Cells(row)[2]);
     }
-    for (const auto& [inserted, position, text] :
-         Table<const char*, std::size_t, const char*>{{"xyz", 3, "abcxyzdef"},
-                                                      {"x", 6, "abcdefx"},
-                                                      {"x", 7, "abcdef"},
-                                                      {"", 0, "abcdef"},
-                                                      {nullptr, 0, "abcdef"}}) {
+    for (const char* row : {"xyz|3|abcxyzdef", "x|6|abcdefx", "x|7|abcdef", "|0|abcdef"}) {
         InternedString name = before;
-        Insert(name, inserted, position);
-        EXPECT_EQ(name.View(), text);
+        Insert(name, Cells(row)[0].c_str(), std::stoull(Cells(row)[1]));
+        EXPECT_EQ(name.View(), Cells(row)[2]);
     }
+    InternedString same = before;
+    Insert(same, nullptr, 0);
+    EXPECT_EQ(same, before);
     EXPECT_EQ(before.View(), "abcdef");
 
     InternedString name;

@@ -126,17 +126,12 @@ TEST(String, FindsAndCompares) {
               std::tuple(0, 3, -1));
     EXPECT_EQ(String().Find('a', 0), -1);
     // Bytes are unsigned, and letter case is that of the ANSI code page.
-    for (const auto& [left, right, order, noCase] :
-         Table<const char*, const char*, int, int>{{"abca", "abc", 2, 2},
-                                                   {"abca", "abca", 1, 1},
-                                                   {"abca", "abd", 0, 0},
-                                                   {"abca", "Abca", 2, 1},
-                                                   {"a", "B", 2, 0},
-                                                   {"AB", "a", 0, 2},
-                                                   {"\xC4", "\xE4", 0, 1},
-                                                   {"z", "\xE4", 0, 0}}) {
-        EXPECT_EQ(String(left).Compare(right), order) << left << right;
-        EXPECT_EQ(String(left).CompareNoCase(right), noCase) << left << right;
+    for (const char* row : {"abca|abc|2|2", "abca|abca|1|1", "abca|abd|0|0", "abca|Abca|2|1",
+                            "a|B|2|0", "AB|a|0|2", "\xC4|\xE4|0|1", "z|\xE4|0|0"}) {
+        const auto cells = Cells(row);
+        const String left(cells[0].c_str());
+        EXPECT_EQ(left.Compare(cells[1].c_str()), std::stoi(cells[2])) << row;
+        EXPECT_EQ(left.CompareNoCase(String(cells[1].c_str())), std::stoi(cells[3])) << row;
     }
 }
 
