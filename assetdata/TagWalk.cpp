@@ -12,25 +12,23 @@ constexpr std::size_t kMostPathNames = 8;
 
 }  // namespace
 
-TagWalk::TagWalk(const OCSChunk& root) { Enter(root, {}); }
-
-void TagWalk::Enter(const OCSChunk& container, OCSChunkRef keeper) {
-    frames_.push_back({&container, 0, container.ChildCount(), std::move(keeper)});
+TagWalk::TagWalk(const OCSChunk& root) : root_(root) {
+    frames_.push_back({{}, 0, root.ChildCount()});
 }
 
 bool TagWalk::Next() {
     if (tag_.child && !leaving_ && tag_.child->GetType() == kTagContainer) {
-        const OCSChunk& container = *tag_.child;
-        Enter(container, std::move(tag_.child));
+        const std::uint32_t count = tag_.child->ChildCount();
+        frames_.push_back({std::move(tag_.child), 0, count});
     }
     Frame& frame = frames_.back();
     leaving_ = frame.next == frame.count;
     if (!leaving_) {
-        tag_ = frame.container->ChildAt(frame.next++);
+        tag_ = ContainerOf(frame).ChildAt(frame.next++);
         return true;
     }
     if (frames_.size() == 1) return false;
-    tag_ = {{}, std::move(frame.keeper)};
+    tag_ = {{}, std::move(frame.container)};
     frames_.pop_back();
     return true;
 }
@@ -40,7 +38,7 @@ std::string TagWalk::Path() const {
     std::string path = first > 0 ? ".../" : "";
     for (std::size_t i = first; i < frames_.size(); ++i) {
         if (i > first) path += '/';
-        path += Printable(frames_[i].container->ChildAt(frames_[i].next - 1).name);
+        path += Printable(ContainerOf(frames_[i]).ChildAt(frames_[i].next - 1).name);
     }
     return path;
 }

@@ -37,15 +37,18 @@ public:
     [[nodiscard]] std::string Path() const;
 
 private:
+    // A container that has been entered.
     struct Frame {
-        const OCSChunk* container;
+        OCSChunkRef container;  // null for the root
         std::uint32_t next;
         std::uint32_t count;
-        OCSChunkRef keeper;  // holds the container, but for the root
     };
-    void Enter(const OCSChunk& container, OCSChunkRef keeper);
+    [[nodiscard]] const OCSChunk& ContainerOf(const Frame& frame) const {
+        return frame.container ? *frame.container : root_;
+    }
 
-    std::deque<Frame> frames_;
+    const OCSChunk& root_;
+    std::deque<Frame> frames_;  // outermost first
     NamedChild tag_;
     bool leaving_ = false;
 };
