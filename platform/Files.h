@@ -13,7 +13,7 @@
 // waiting on it. A file without any write permission bit does not open for writing, whoever asks.
 // Descriptors are not inherited by child processes.
 //
-// Threads: a FileHandle is used by one thread at a time, ReadAt excepted, which moves nothing.
+// Threads: a FileHandle is used by one thread at a time, ReadAt excepted, which changes nothing.
 #pragma once
 
 #include <cstddef>
@@ -52,6 +52,11 @@ public:
 
     [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
 
+    // Opens a new file for reading and writing that ends with the handle, or with the process
+    // however that ends. It has no name; where the system cannot do that it has the name `path` at
+    // first. It takes room where `path` would.
+    [[nodiscard]] bool OpenTemporary(const char* path);
+
     // True when the system took everything back without an error.
     bool Close() noexcept;
 
@@ -62,6 +67,8 @@ public:
 
     // Bytes written: less than given when the system stopped early (a full disk, a size limit).
     [[nodiscard]] std::size_t Write(std::span<const std::byte> from);
+    // Writes at `offset` and leaves the current position alone.
+    [[nodiscard]] std::size_t WriteAt(std::uint64_t offset, std::span<const std::byte> from);
 
     // The new position from the start, or -1.
     std::int64_t Seek(std::int64_t offset, SeekOrigin origin);

@@ -32,11 +32,6 @@ int CreationFlags(Creation creation) {
     return 0;
 }
 
-std::string SystemPath(const char* path, Creation creation) {
-    const bool lookUp = creation == Creation::OpenExisting || creation == Creation::OpenOrCreate;
-    return lookUp ? posix::FindExistingPath(path) : posix::ToSystemPath(path);
-}
-
 // Share locks need a descriptor that reads, so a file opened for writing only opens for both.
 // Without O_NONBLOCK a pipe would hold the caller until somebody opens its other end.
 int OpenDescriptor(const std::string& path, Access access, Creation creation) {
@@ -48,6 +43,19 @@ int OpenDescriptor(const std::string& path, Access access, Creation creation) {
         descriptor = open(path.c_str(), flags, kMode);
     } while (descriptor < 0 && errno == EINTR);
     return descriptor;
+}
+
+// An existing file is looked for in any letter case only when its exact name is not there.
+int OpenNamed(const char* path, Access access, Creation creation) {
+    if (creation == Creation::OpenOrCreate) {
+        return OpenDescriptor(posix::FindExistingPath(path), access, creation);
+    }
+    const int descriptor = OpenDescriptor(posix::ToSystemPath(path), access, creation);
+    const bool missing = descriptor < 0 && (errno == ENOENT || errno == ENOTDIR);
+    if (!missing || creation != Creation::OpenExisting) {
+        return descriptor;
+    }
+    return OpenDescriptor(posix::FindExistingPath(path), access, creation);
 }
 
 // A file past the process's size limit shall fail to grow, not end the process.
@@ -87,11 +95,8 @@ bool Admit(int descriptor, Access access, Creation creation, Share share) {
     if (!regular && !S_ISCHR(status.st_mode)) {
         return Refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
-    if (fcntl(descriptor, F_SETFL, 0) != 0) {
-        return false;
-    }
     if (!regular) {
-        return true;
+        return fcntl(descriptor, F_SETFL, 0) == 0;
     }
     if (access != Access::Read && creation != Creation::CreateNew &&
         (status.st_mode & kAnyWritePermission) == 0) {
@@ -139,7 +144,7 @@ bool FileHandle::Open(const char* path, Access access, Creation creation, Share 
         return Refuse(EINVAL);
     }
     FileHandle opened;
-    opened.descriptor_ = OpenDescriptor(SystemPath(path, creation), access, creation);
+    opened.descriptor_ = OpenNamed(path, access, creation);
     if (!opened.IsOpen()) {
         return false;
     }
@@ -153,6 +158,27 @@ bool FileHandle::Open(const char* path, Access access, Creation creation, Share 
     }
     *this = std::move(opened);
     return true;
+}
+
+bool FileHandle::OpenTemporary(const char* path) {
+    if (IsOpen()) {
+        return Refuse(EINVAL);
+    }
+    const std::string name = posix::ToSystemPath(path);
+    const std::size_t separator = name.rfind('/');
+    const std::string folder = separator == std::string::npos ? "." : name.substr(0, separator + 1);
+    constexpr mode_t kMode = 0600;
+    descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kMode);
+    if (!IsOpen()) {
+        descriptor_ = open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kMode);
+        if (IsOpen() && unlink(name.c_str()) != 0) {
+            Close();
+        }
+    }
+    if (IsOpen()) {
+        IgnoreFileSizeSignal();
+    }
+    return IsOpen();
 }
 
 bool FileHandle::Close() noexcept {
@@ -181,6 +207,26 @@ std::size_t FileHandle::Write(std::span<const std::byte> from) {
     std::size_t done = 0;
     while (done < from.size()) {
         const ssize_t put = write(descriptor_, from.data() + done, from.size() - done);
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put <= 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return done;
+}
+
+std::size_t FileHandle::WriteAt(std::uint64_t offset, std::span<const std::byte> from) {
+    if (offset > kLargestOffset || from.size() > kLargestOffset - offset) {
+        errno = EFBIG;
+        return 0;
+    }
+    std::size_t done = 0;
+    while (done < from.size()) {
+        const ssize_t put = pwrite(descriptor_, from.data() + done, from.size() - done,
+                                   static_cast<off_t>(offset + done));
         if (put < 0 && errno == EINTR) {
             continue;
         }

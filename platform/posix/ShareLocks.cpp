@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -15,7 +16,8 @@ namespace {
 
 constexpr off_t kFirstLockByte = off_t{1} << 62;
 
-enum LockByte : unsigned { kReads, kWrites, kDeniesReading, kDeniesWriting, kLockByteCount };
+// In an order in which the usual openers need neighbouring bytes: one call serves them.
+enum LockByte : unsigned { kDeniesReading, kWrites, kReads, kDeniesWriting, kLockByteCount };
 
 // Bits 1 << LockByte.
 using LockSet = unsigned;
@@ -33,8 +35,8 @@ LockSet BytesOf(Access access, Share share) {
 
 // What nobody else may hold beside an opener that holds `own`.
 LockSet ConflictsOf(LockSet own) {
-    constexpr std::array<LockByte, kLockByteCount> kOpposite = {kDeniesReading, kDeniesWriting,
-                                                                kReads, kWrites};
+    constexpr std::array<LockByte, kLockByteCount> kOpposite = {kReads, kDeniesWriting,
+                                                                kDeniesReading, kWrites};
     LockSet set = 0;
     for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
         set |= (own & (1U << byte)) != 0 ? Bit(kOpposite.at(byte)) : 0;
@@ -42,40 +44,44 @@ LockSet ConflictsOf(LockSet own) {
     return set;
 }
 
-struct flock LockOn(unsigned byte, short type) {
+struct flock LockOn(unsigned first, unsigned count, short type) {
     struct flock lock {};
     lock.l_type = type;
     lock.l_whence = SEEK_SET;
-    lock.l_start = kFirstLockByte + static_cast<off_t>(byte);
-    lock.l_len = 1;
+    lock.l_start = kFirstLockByte + static_cast<off_t>(first);
+    lock.l_len = static_cast<off_t>(count);
     return lock;
 }
 
-bool Place(int descriptor, LockSet set) {
-    for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
-        struct flock lock = LockOn(byte, F_RDLCK);
-        if ((set & (1U << byte)) != 0 && fcntl(descriptor, F_OFD_SETLK, &lock) != 0) {
-            return false;
-        }
+// Calls `visit(first, count)` for every run of neighbouring bytes in `set`, until it returns false.
+template <typename Visit>
+bool ForEachRun(LockSet set, const Visit& visit) {
+    while (set != 0) {
+        const auto first = static_cast<unsigned>(std::countr_zero(set));
+        const auto count = static_cast<unsigned>(std::countr_one(set >> first));
+        if (!visit(first, count)) return false;
+        set &= ~(((1U << count) - 1) << first);
     }
     return true;
 }
 
+bool Place(int descriptor, LockSet set) {
+    return ForEachRun(set, [descriptor](unsigned first, unsigned count) {
+        struct flock lock = LockOn(first, count, F_RDLCK);
+        return fcntl(descriptor, F_OFD_SETLK, &lock) == 0;
+    });
+}
+
 void Withdraw(int descriptor) {
-    struct flock lock = LockOn(0, F_UNLCK);
-    lock.l_len = kLockByteCount;
+    struct flock lock = LockOn(0, kLockByteCount, F_UNLCK);
     fcntl(descriptor, F_OFD_SETLK, &lock);
 }
 
 bool HeldByAnother(int descriptor, LockSet set) {
-    for (unsigned byte = 0; byte < kLockByteCount; ++byte) {
-        struct flock lock = LockOn(byte, F_WRLCK);
-        if ((set & (1U << byte)) != 0 && fcntl(descriptor, F_OFD_GETLK, &lock) == 0 &&
-            lock.l_type != F_UNLCK) {
-            return true;
-        }
-    }
-    return false;
+    return !ForEachRun(set, [descriptor](unsigned first, unsigned count) {
+        struct flock lock = LockOn(first, count, F_WRLCK);
+        return fcntl(descriptor, F_OFD_GETLK, &lock) != 0 || lock.l_type == F_UNLCK;
+    });
 }
 
 // Long enough for another opener to finish or withdraw, of random length so that two that met do

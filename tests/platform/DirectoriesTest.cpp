@@ -86,6 +86,27 @@ TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
     EXPECT_FALSE(SetHidden("f", true) || SetReadOnly("f", true));
 }
 
+TEST_F(Directories, LinksAreSeenAndFollowed) {
+    folder.Write("Sub/file", "");
+    fs::create_symlink("Sub", "link");
+    fs::create_symlink("absent", "broken");
+    fs::create_hard_link("Sub/file", "other");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    using enum EntryKind;
+    for (const auto& [path, kind, real] :
+         Table<const char*, EntryKind, std::string>{{"link", Link, "/Sub"},
+                                                    {"link\\file", File, "/Sub/file"},
+                                                    {"broken", Link, ""},
+                                                    {"sub", None, ""},
+                                                    {"Sub/../Sub/.", Directory, "/Sub"},
+                                                    {"pipe", Other, "/pipe"}}) {
+        EXPECT_EQ(GetEntryKind(path), kind) << path;
+        EXPECT_EQ(RealPath(path), real.empty() ? "" : CurrentDirectory() + real) << path;
+    }
+    EXPECT_TRUE(IsSameFile("other", "LINK/FILE") && IsSameFile("link", "Sub"));
+    EXPECT_FALSE(IsSameFile("link", "Sub/file") || IsSameFile("absent", "absent"));
+}
+
 TEST_F(Directories, TemporaryDirectoryEndsInASeparator) {
     std::string before;
     const bool wasSet = GetEnvironment("TMPDIR", before);

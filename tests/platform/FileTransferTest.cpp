@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "platform/Directories.h"
 #include "platform/Files.h"
 #include "tests/support/Tests.h"
 
@@ -18,6 +19,10 @@ protected:
             file_.Open(path, Access::ReadWrite, Creation::CreateOrTruncate, Share::DenyNone));
     }
     std::size_t Write(std::string_view text) { return file_.Write(std::as_bytes(std::span(text))); }
+
+    std::size_t WriteAt(std::uint64_t offset, std::string_view text) {
+        return file_.WriteAt(offset, std::as_bytes(std::span(text)));
+    }
 
     // What was read, or "error".
     std::string Read(std::size_t count, std::optional<std::uint64_t> at = {}) {
@@ -44,6 +49,9 @@ TEST_F(FileTransfer, PositionsLengthsAndTruncation) {
     EXPECT_EQ(Read(4, ~std::uint64_t{0}), "error");
     EXPECT_EQ(Read(4, (std::uint64_t{1} << 63U) - 2), "error");
     EXPECT_EQ(Read(2), "34");  // ReadAt moved nothing
+    EXPECT_EQ(WriteAt(7, "xyz!"), 4u);
+    EXPECT_EQ(WriteAt((std::uint64_t{1} << 63U) - 2, "xyz!"), 0u);
+    EXPECT_EQ(Read(7), "56xyz!");  // nor did WriteAt
     EXPECT_TRUE(file_.Truncate(4));
     EXPECT_EQ(file_.Length(), 4);
     EXPECT_FALSE(file_.Truncate(~std::uint64_t{0}));
@@ -53,8 +61,21 @@ TEST_F(FileTransfer, PositionsLengthsAndTruncation) {
     // Errors are not the end of the file.
     EXPECT_EQ(Read(4) + Read(4, 0), "errorerror");
     EXPECT_EQ(file_.Length(), -1);
-    EXPECT_EQ(Write("x"), 0u);
+    EXPECT_EQ(Write("x") + WriteAt(0, "x"), 0u);
     EXPECT_FALSE(file_.Commit());
+}
+
+TEST_F(FileTransfer, ATemporaryFileHasNoName) {
+    ASSERT_TRUE(MakeDirectory("sub"));
+    for (const char* path : {"t", "sub\\t", "/dev/shm/t"}) {
+        ASSERT_TRUE(file_.OpenTemporary(path)) << path;
+        EXPECT_FALSE(file_.OpenTemporary(path)) << "it is open";
+        EXPECT_EQ(Write("12") + WriteAt(2, "34"), 4u);
+        EXPECT_EQ(Read(9, 0), "1234");
+        EXPECT_FALSE(Exists(path)) << path;
+        EXPECT_TRUE(file_.Close());
+    }
+    EXPECT_FALSE(file_.OpenTemporary("missing/t"));
 }
 
 TEST_F(FileTransfer, FullDiskStopsAWriteShort) {
