@@ -26,6 +26,8 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::LookUpOrdinal(const char*
 // Members may stand behind those that are known: they are found in the file, the name then being a
 // pattern.
 std::optional<FileSubArchive::Ordinal> FileSubArchive::WalkFor(const char* name) {
+    // Whoever changes an archive knows all of it.
+    if (indexDirty_) return std::nullopt;
     const std::uint64_t start = std::max<std::uint64_t>(index_.EndOfData(), kFirstChunkOffset);
     const std::int64_t length = handle_.Length();
     if (length < 0) return std::nullopt;
@@ -39,6 +41,13 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::WalkFor(const char* name)
     walkedFrom_ = std::max<std::uint64_t>(index_.EndOfData(), kFirstChunkOffset);
     walkedSize_ = size;
     return std::nullopt;
+}
+
+void FileSubArchive::LearnAllMembers() {
+    if (indexDirty_) return;
+    std::uint64_t position = std::max<std::uint64_t>(index_.EndOfData(), kFirstChunkOffset);
+    while (NextChunk(position)) {
+    }
 }
 
 std::optional<FileSubArchive::Ordinal> FileSubArchive::NextChunk(std::uint64_t& position) {

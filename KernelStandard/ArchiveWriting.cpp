@@ -1,14 +1,15 @@
 // Creating an archive, adding and deleting members, writing the index.
 #include <algorithm>
 #include <array>
-#include <memory>
+#include <string>
+#include <utility>
 
-#include "KernelStandard/Crc32.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
-#include "KernelStandard/LittleEndian.h"
+#include "KernelStandard/MemberWriter.h"
 #include "KernelStandard/ReadAhead.h"
 #include "kernel/Exceptions.h"
+#include "kernel/Paths.h"
 #include "platform/Directories.h"
 
 namespace Vorn {
@@ -18,6 +19,10 @@ namespace {
 constexpr std::uint32_t kIndexBatch = 1024;  // records written at a time
 
 FileSubArchive::ProgressHook progressHook = nullptr;
+
+[[nodiscard]] constexpr std::uint64_t IndexChunkSize(std::uint64_t count) {
+    return kChunkHeaderSize + count * kIndexRecordSize;
+}
 
 [[nodiscard]] bool WritesMember(FileMode writeKind) {
     return writeKind == kWritePlain || writeKind == kWriteCompressed;
@@ -61,62 +66,85 @@ bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
 bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags flags) {
     if (!CanAddMembers() || !WritesMember(file.WriteKind())) return false;
     if (std::string_view(name).size() >= kMaxPath || !MayCreate(name, flags.creation)) return false;
-    const TemporaryName temporary = MakeTemporaryName();
-    platform::FileHandle handle;
-    if (!handle.Open(temporary.data(), platform::Access::Write,
-                     platform::Creation::CreateOrTruncate, platform::Share::DenyAll)) {
-        return false;
-    }
-    platform::SetHidden(temporary.data(), true);
-    file.AttachOwned(std::move(handle), *this, name, temporary);
+    platform::FileHandle temporary = TakeTemporary();
+    if (!temporary.IsOpen()) return false;
+    file.AttachNewMember(std::move(temporary), *this, name);
     return true;
+}
+
+platform::FileHandle FileSubArchive::TakeTemporary() {
+    const ScopedLock hold(lock_);
+    platform::FileHandle temporary = std::move(spareTemporary_);
+    if (temporary.IsOpen()) return temporary;
+    const TemporaryName name = MakeTemporaryName();
+    if (temporary.OpenTemporary(name.data())) return temporary;
+    PathBuffer besideArchive = path_;
+    StripFileName(besideArchive, false);
+    (void)temporary.OpenTemporary((std::string(besideArchive.View()) + name.data()).c_str());
+    return temporary;
 }
 
 bool FileSubArchive::CloseFile(File& file) {
     CountClosed();
     if (!WritesMember(file.WriteKind())) return true;
-    const bool flushed = file.OwnHandle().Close() && !file.WriteFailed();
-    platform::FileHandle content;
-    bool added =
-        flushed && content.Open(file.TemporaryPath(), platform::Access::Read,
-                                platform::Creation::OpenExisting, platform::Share::DenyWrite);
-    if (added) {
-        const ScopedLock hold(lock_);
-        added = AddMember(file, content);
+    constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; more of them give their room back
+    const std::uint32_t size = file.Size();
+    platform::FileHandle content = std::move(file.OwnHandle());
+    const ScopedLock hold(lock_);
+    const bool added = !file.WriteFailed() && AddMember(file, content, size);
+    if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
+        spareTemporary_ = std::move(content);
     }
-    content.Close();
-    return platform::RemoveFile(file.TemporaryPath()) && added;
+    return added;
 }
 
-bool FileSubArchive::AddMember(const File& file, platform::FileHandle& content) {
-    const std::int64_t length = content.Length();
-    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return false;
-    NewMember member;
-    SetPath(member.entry.name, file.Name());
-    member.entry.size = static_cast<std::uint32_t>(length);
-    // Looked up first: a walk would meet the new member in the file.
+bool FileSubArchive::AddMember(const File& file, const platform::FileHandle& content,
+                               std::uint32_t size) {
+    FindEntry entry;
+    SetPath(entry.name, file.Name());
+    entry.size = size;
+    if (file.WriteKind() == kWriteCompressed) entry.attributes = kMemberCompressed;
+    // First, for a walk would meet the new member in the file.
+    LearnAllMembers();
     const auto replaced = LookUpOrdinal(file.Name());
 
-    const auto offset = WriteOffset();
+    const std::int64_t length = handle_.Length();
+    const auto offset = WriteOffset(length);
     if (!offset) return false;
-    member.chunkOffset = member.end = *offset;
+    // Behind the member goes the index.
+    const std::uint64_t limit =
+        kMaxArchiveSize - std::min(kMaxArchiveSize, IndexChunkSize(index_.Count() + 1));
+    const std::uint64_t leastSize = kMemberPrefixSize + (entry.attributes == 0 ? size : 0);
+    wasFull_ = *offset + leastSize > limit;
+    if (wasFull_) return false;
     if (indexValid_) indexDirty_ = true;  // the old index is overwritten
-    if (!WriteMember(content, file.WriteKind(), member)) {
-        (void)handle_.Truncate(member.chunkOffset);
-        return false;
+
+    MemberWriter writer(handle_, writeBuffer_, *offset, limit, entry);
+    const bool atEnd = static_cast<std::uint64_t>(length) == *offset;
+    if ((atEnd || handle_.Truncate(*offset)) && writer.Copy(content, progressHook) &&
+        writer.Finish() && TakeOver(writer, entry, replaced)) {
+        return true;
     }
-    // Without a mark the old member must not be found before the new one.
-    if (replaced && !DeleteMember(*replaced)) index_.Remove(*replaced);
+    wasFull_ = writer.WasFull();
+    (void)handle_.Truncate(*offset);
+    return false;
+}
+
+bool FileSubArchive::TakeOver(const MemberWriter& writer, const FindEntry& entry,
+                              std::optional<Ordinal> replaced) {
+    if (replaced && !DeleteMember(*replaced)) {
+        // Without a mark a walk finds the old member first; an index need not have it.
+        if (!indexValid_) return false;
+        index_.Remove(*replaced);
+    }
     if (indexValid_) {
-        const std::uint64_t dataOffset = member.chunkOffset + kMemberPrefixSize;
-        index_.Add(static_cast<std::uint32_t>(dataOffset), member.entry.storedSize, member.entry);
-        header_.indexOffset = static_cast<std::uint32_t>(member.end);
+        index_.Add(static_cast<std::uint32_t>(writer.DataOffset()), entry.storedSize, entry);
+        header_.indexOffset = static_cast<std::uint32_t>(writer.End());
     }
     return true;
 }
 
-std::optional<std::uint64_t> FileSubArchive::WriteOffset() {
-    const std::int64_t length = handle_.Length();
+std::optional<std::uint64_t> FileSubArchive::WriteOffset(std::int64_t length) {
     if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return std::nullopt;
     if (!indexValid_) {
         // A reader would take what is appended for the records that are missing.
@@ -148,74 +176,8 @@ std::optional<std::uint64_t> FileSubArchive::SealEnd(std::uint32_t size) {
     return position;
 }
 
-bool FileSubArchive::WriteMember(platform::FileHandle& content, FileMode writeKind,
-                                 NewMember& member) {
-    std::array<std::byte, kMemberPrefixSize> prefix{};
-    const std::span<std::byte, kMemberPrefixSize> bytes(prefix);
-    // The length stays 0 until the member is complete.
-    EncodeChunkHeader(bytes.first<kChunkHeaderSize>(), kMemberChunk, 0);
-    EncodeEntry(bytes.subspan<kChunkHeaderSize, kFindEntrySize>(), member.entry);
-    if (handle_.Seek(static_cast<std::int64_t>(member.chunkOffset), platform::SeekOrigin::Begin) <
-            0 ||
-        !Append(member, prefix)) {
-        return false;
-    }
-    if (writeKind == kWriteCompressed) {
-        member.entry.attributes = kMemberCompressed;
-        if (!Append(member, EncodeStreamHeader(member.entry.size))) return false;
-    }
-    return CopyContent(content, writeKind, member) && FinishMember(member);
-}
-
-bool FileSubArchive::CopyContent(platform::FileHandle& content, FileMode writeKind,
-                                 NewMember& member) {
-    const bool compress = writeKind == kWriteCompressed;
-    const auto piece = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
-    const auto block = std::make_unique_for_overwrite<BlockBuffer>();
-    const std::uint64_t dataOffset = member.chunkOffset + kMemberPrefixSize;
-    Crc32 crc;
-    for (std::uint32_t done = 0; done < member.entry.size;) {
-        const std::size_t wanted = std::min<std::size_t>(kBlockSize, member.entry.size - done);
-        const auto bytes = std::span(*piece).first(wanted);
-        if (content.Read(bytes) != static_cast<std::int64_t>(wanted)) return false;
-        crc.Update(bytes);
-        if (!Append(member, compress ? EncodeBlock(*block, bytes) : ByteView(bytes))) return false;
-        done += static_cast<std::uint32_t>(wanted);
-        if (progressHook != nullptr) {
-            progressHook(done, compress ? static_cast<std::uint32_t>(member.end - dataOffset) : 0);
-        }
-    }
-    member.entry.storedSize = static_cast<std::uint32_t>(member.end - dataOffset);
-    member.entry.crc = crc.Value();
-    return true;
-}
-
-// The length makes the member one: until now a walk over the chunks ends before it.
-bool FileSubArchive::FinishMember(NewMember& member) {
-    constexpr std::size_t kLengthOffset = 4;
-    const std::uint64_t indexEnd =
-        member.end + kChunkHeaderSize + (std::uint64_t{index_.Count()} + 1) * kIndexRecordSize;
-    wasFull_ = indexEnd > kMaxArchiveSize;
-    if (wasFull_) return false;
-    std::array<std::byte, kMemberPrefixSize> prefix{};
-    const std::span<std::byte, kMemberPrefixSize> bytes(prefix);
-    EncodeChunkHeader(bytes.first<kChunkHeaderSize>(), kMemberChunk,
-                      static_cast<std::uint32_t>(kFindEntrySize + member.entry.storedSize));
-    EncodeEntry(bytes.subspan<kChunkHeaderSize, kFindEntrySize>(), member.entry);
-    return WriteAt(member.chunkOffset + kLengthOffset, bytes.subspan<kLengthOffset>());
-}
-
-bool FileSubArchive::Append(NewMember& member, std::span<const std::byte> bytes) {
-    wasFull_ = member.end + bytes.size() > kMaxArchiveSize;
-    if (wasFull_) return false;
-    member.end += bytes.size();
-    return handle_.Write(bytes) == bytes.size();
-}
-
 bool FileSubArchive::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
-    const auto wanted = static_cast<std::int64_t>(offset);
-    return handle_.Seek(wanted, platform::SeekOrigin::Begin) == wanted &&
-           handle_.Write(bytes) == bytes.size();
+    return handle_.WriteAt(offset, bytes) == bytes.size();
 }
 
 bool FileSubArchive::Delete(const char* name) {
@@ -247,36 +209,33 @@ bool FileSubArchive::Complete() {
 }
 
 bool FileSubArchive::WriteIndex() {
-    const auto offset = WriteOffset();
-    if (!offset) return false;
-    const std::uint64_t length = std::uint64_t{index_.Count()} * kIndexRecordSize;
-    if (length > kMaxArchiveSize) return false;
-
-    std::array<std::byte, kChunkHeaderSize> chunk{};
-    EncodeChunkHeader(chunk, kIndexChunk, 0);
-    if (!WriteAt(*offset, chunk) || !WriteIndexRecords()) return false;
-    EncodeChunkHeader(chunk, kIndexChunk, static_cast<std::uint32_t>(length));
-    if (!WriteAt(*offset, chunk)) return false;
-
+    const auto offset = WriteOffset(handle_.Length());
+    if (!offset || *offset + IndexChunkSize(index_.Count()) > kMaxArchiveSize) return false;
+    if (!WriteIndexChunk(*offset)) return false;
     header_.memberCount = index_.Count();
     header_.indexOffset = static_cast<std::uint32_t>(*offset);
     return WriteAt(0, EncodePreamble(header_));
 }
 
-bool FileSubArchive::WriteIndexRecords() {
-    std::vector<std::byte> batch;
-    batch.reserve(std::size_t{kIndexBatch} * kIndexRecordSize);
+// The length is right from the start: whoever walks over the chunks of a file whose index was never
+// finished must not take its records for chunks.
+bool FileSubArchive::WriteIndexChunk(std::uint64_t offset) {
+    std::vector<std::byte> batch(kChunkHeaderSize);
+    batch.reserve(kChunkHeaderSize + std::size_t{kIndexBatch} * kIndexRecordSize);
+    EncodeChunkHeader(std::span(batch).first<kChunkHeaderSize>(), kIndexChunk,
+                      static_cast<std::uint32_t>(index_.Count() * kIndexRecordSize));
     for (Ordinal ordinal = 0; ordinal < index_.End(); ++ordinal) {
         const MemberRecord& member = index_[ordinal];
         if (member.removed) continue;
         std::array<std::byte, kIndexRecordSize> bytes{};
         EncodeIndexRecord(bytes, {member.dataOffset, member.storedSize, member.entry});
         batch.insert(batch.end(), bytes.begin(), bytes.end());
-        if (batch.size() < batch.capacity()) continue;
-        if (handle_.Write(batch) != batch.size()) return false;
+        if (batch.size() + kIndexRecordSize <= batch.capacity()) continue;
+        if (!WriteAt(offset, batch)) return false;
+        offset += batch.size();
         batch.clear();
     }
-    return handle_.Write(batch) == batch.size();
+    return WriteAt(offset, batch);
 }
 
 }  // namespace Vorn

@@ -76,6 +76,7 @@ void File::Reset(FileMode mode) {
     rawPosition_ = 0;
     rawEnd_ = kNoRawEnd;
     writeFailed_ = false;
+    newMember_ = false;
     owner_ = nullptr;
 }
 
@@ -118,14 +119,18 @@ bool File::OpenPlain(const char* path) {
     return true;
 }
 
-void File::AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name,
-                       const TemporaryName& temporary) {
+void File::AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name) {
     SetPath(name_, name);
-    temporary_ = temporary;
     own_ = std::move(handle);
     handle_ = &own_;
     owner_ = &owner;
     owner.CountOpened();
+}
+
+void File::AttachNewMember(platform::FileHandle temporary, FileSub& owner, std::string_view name) {
+    AttachOwned(std::move(temporary), owner, name);
+    newMember_ = true;
+    size_ = 0;  // whatever the temporary file holds
 }
 
 void File::AttachMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
@@ -149,14 +154,16 @@ FileResult File::ProbeCompression() {
 
     const bool shortHeader = owner_ != nullptr && owner_->GetStorageKind() == kArchiveVersion101;
     const std::size_t wanted = shortHeader ? kShortStreamHeaderSize : kStreamHeaderSize;
-    const std::int64_t got = RawRead(std::span(*buffer_).first(wanted));
+    // A file of its own is read on: it is mostly plain, and mostly small.
+    const std::size_t most = owner_ == nullptr ? buffer_->size() : wanted;
+    const std::int64_t got = RawRead(std::span(*buffer_).first(most));
     if (got < 0) return Refuse(RES_UNKNOWN);
 
     const auto probed = static_cast<std::size_t>(got);
-    if (probed == wanted && IsStreamMark(std::span(*buffer_).first(wanted))) {
-        return AcceptStream(probed);
+    if (probed >= wanted && IsStreamMark(std::span(*buffer_).first(wanted))) {
+        return AcceptStream(wanted);
     }
-    if (probed == wanted && ReadKind() == kReadCompressed) return Refuse(RES_NOTCOMPRESSED);
+    if (probed >= wanted && ReadKind() == kReadCompressed) return Refuse(RES_NOTCOMPRESSED);
     mode_ = (mode_ & ~kReadKindMask) | kReadPlain;
     buffered_ = static_cast<std::uint32_t>(probed);
     return RES_OK;
@@ -164,6 +171,7 @@ FileResult File::ProbeCompression() {
 
 FileResult File::AcceptStream(std::size_t probed) {
     headerLength_ += static_cast<std::uint32_t>(probed);
+    rawPosition_ = headerLength_;
     mode_ = (mode_ & ~kReadKindMask) | kReadCompressed;
     if (probed == kStreamHeaderSize) {
         const StreamHeader header =

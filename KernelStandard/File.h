@@ -112,11 +112,12 @@ public:
     // Files open now in the whole process.
     [[nodiscard]] static int OpenFileCount();
 
-    // For backends, during their OpenRead and OpenWrite. Both count the file at its owner.
-    // The File takes the descriptor over. `temporary` names the file that holds what is written
-    // until the backend has taken it.
-    void AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name,
-                     const TemporaryName& temporary = {});
+    // For backends, during their OpenRead and OpenWrite. Each counts the file at its owner.
+    // The File takes the descriptor over.
+    void AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name);
+    // The same for a new member of an archive: a temporary file holds what is written until the
+    // archive takes it.
+    void AttachNewMember(platform::FileHandle temporary, FileSub& owner, std::string_view name);
     // The File borrows the archive's descriptor for the stored bytes at `dataOffset`; it never
     // reads outside them. `size` is what Size gives unless a stream header says otherwise.
     void AttachMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
@@ -126,8 +127,9 @@ public:
     [[nodiscard]] FileMode WriteKind() const { return mode_ & kWriteKindMask; }
     [[nodiscard]] FileMode ReadKind() const { return mode_ & kReadKindMask; }
     [[nodiscard]] const char* Name() const { return name_.c_str(); }
-    [[nodiscard]] const char* TemporaryPath() const { return temporary_.data(); }
     [[nodiscard]] platform::FileHandle& OwnHandle() { return own_; }
+    // A member of an archive, being read or written: its name means nothing to the file system.
+    [[nodiscard]] bool IsMember() const { return newMember_ || handle_ != &own_; }
     // A write has failed since the file was opened: what it holds is not complete.
     [[nodiscard]] bool WriteFailed() const { return writeFailed_; }
 
@@ -194,7 +196,7 @@ private:
     FileSub* owner_ = nullptr;
     int textMode_ = kTextAnsi;
     PathBuffer name_;
-    TemporaryName temporary_{};
+    bool newMember_ = false;
 };
 
 }  // namespace Vorn

@@ -17,7 +17,9 @@
 //   reading and writing are refused.
 // - An archive without a usable index whose last member was cut short refuses new members; bytes
 //   that no walk gets past become a deleted chunk before the first of them.
-// - A new member is complete on disk before the one it replaces is marked deleted.
+// - A new member is complete on disk before the one it replaces is marked deleted. A process that
+//   is killed while it adds leaves an archive without an index, in which every member that was
+//   complete is found by walking.
 // - Deleting removes exactly the member that the lookup found, also when its name holds wildcards.
 // - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
 #pragma once
@@ -32,6 +34,7 @@
 #include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/FileSub.h"
 #include "KernelStandard/FileTypes.h"
+#include "KernelStandard/MemberWriter.h"
 #include "kernel/SyncObject.h"
 #include "platform/Files.h"
 
@@ -39,9 +42,8 @@ namespace Vorn {
 
 class FileSubArchive final : public FileSub {
 public:
-    // Called while a member is written: content bytes done, stored bytes so far (0 for a plain
-    // member).
-    using ProgressHook = void (*)(std::uint32_t contentBytes, std::uint32_t storedBytes);
+    // Called while a member is written.
+    using ProgressHook = MemberWriter::Progress;
 
     // A missing file, or one that is not an archive, leaves the backend unavailable; a missing file
     // that is writable is created. Throws FileEx only when a writable archive can be neither opened
@@ -118,6 +120,7 @@ private:
     [[nodiscard]] const MemberRecord* LookUp(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> LookUpOrdinal(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
+    void LearnAllMembers() VORN_REQUIRES(lock_);
     [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
                                      bool advance) VORN_REQUIRES(lock_);
     void PrepareSearch(std::string_view pattern, Search& search) VORN_REQUIRES(lock_);
@@ -126,35 +129,30 @@ private:
     [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
 
     // Writing.
-    struct NewMember {
-        std::uint64_t chunkOffset = 0;
-        std::uint64_t end = 0;  // of what is written so far
-        FindEntry entry;
-    };
     [[nodiscard]] bool CanAddMembers() const;
     // Whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
-    [[nodiscard]] bool AddMember(const File& file, platform::FileHandle& content)
+    // An empty file of its own for what is written; not open when there can be none.
+    [[nodiscard]] platform::FileHandle TakeTemporary();
+    [[nodiscard]] bool AddMember(const File& file, const platform::FileHandle& content,
+                                 std::uint32_t size) VORN_REQUIRES(lock_);
+    // Puts a member that was written in the place of the one that it replaces.
+    [[nodiscard]] bool TakeOver(const MemberWriter& writer, const FindEntry& entry,
+                                std::optional<Ordinal> replaced) VORN_REQUIRES(lock_);
+    // Where the next member or the index goes in a file of that length: over the old index, unless
+    // members stand behind it, else behind everything. Nothing when what stood there could not be
+    // found again.
+    [[nodiscard]] std::optional<std::uint64_t> WriteOffset(std::int64_t length)
         VORN_REQUIRES(lock_);
-    // Where the next member or the index goes: over the old index, unless members stand behind it,
-    // else behind everything. Nothing when what stood there could not be found again.
-    [[nodiscard]] std::optional<std::uint64_t> WriteOffset() VORN_REQUIRES(lock_);
     // Where a walk over the chunks of a file of `size` bytes ends. What it cannot pass (a member
     // that was never finished, the rest of an index) becomes a deleted chunk. Nothing when the file
     // lacks bytes of its last member.
     [[nodiscard]] std::optional<std::uint64_t> SealEnd(std::uint32_t size) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool WriteMember(platform::FileHandle& content, FileMode writeKind,
-                                   NewMember& member) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool CopyContent(platform::FileHandle& content, FileMode writeKind,
-                                   NewMember& member) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool FinishMember(NewMember& member) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool Append(NewMember& member, std::span<const std::byte> bytes)
-        VORN_REQUIRES(lock_);
     [[nodiscard]] bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
         VORN_REQUIRES(lock_);
     [[nodiscard]] bool DeleteMember(Ordinal ordinal) VORN_REQUIRES(lock_);
     [[nodiscard]] bool WriteIndex() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool WriteIndexRecords() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool WriteIndexChunk(std::uint64_t offset) VORN_REQUIRES(lock_);
 
     CriticalSection lock_{"FileSubArchive"};
     PathBuffer path_;
@@ -165,6 +163,8 @@ private:
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
     bool indexCut_ VORN_GUARDED_BY(lock_) = false;    // the file's header names one that is short
     bool wasFull_ = false;
+    std::vector<std::byte> writeBuffer_ VORN_GUARDED_BY(lock_);
+    platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member
     bool headerInPlace_ = false;  // where and as long as EncodePreamble has it
     ArchiveIndex index_ VORN_GUARDED_BY(lock_);
     std::vector<Search> searches_ VORN_GUARDED_BY(lock_);

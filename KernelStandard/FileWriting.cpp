@@ -18,6 +18,8 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
     const std::uint64_t wanted = std::uint64_t{count} * elementSize;
     if (wanted == 0) return 0;
     if (unwritten_ == 0) EmptyBuffer();
+    // Behind the end of a new member's file may stand what was an earlier member's.
+    if (newMember_ && position_ > Size() && !handle_->Truncate(Size())) writeFailed_ = true;
 
     const std::uint64_t room = kMaxArchiveSize - position_;
     if (wanted > room) writeFailed_ = true;
@@ -50,12 +52,8 @@ std::uint32_t File::WriteBuffered(std::span<const std::byte> from) {
 std::uint32_t File::WriteDirect(std::span<const std::byte> from) {
     Flush();
     if (writeFailed_) return 0;
-    const std::int64_t offset = std::int64_t{headerLength_} + position_;
-    if (handle_->Seek(offset, platform::SeekOrigin::Begin) != offset) {
-        writeFailed_ = true;
-        return 0;
-    }
-    const auto written = static_cast<std::uint32_t>(handle_->Write(from));
+    const std::uint64_t offset = std::uint64_t{headerLength_} + position_;
+    const auto written = static_cast<std::uint32_t>(handle_->WriteAt(offset, from));
     AdvanceWritten(written);
     EmptyBuffer();
     if (written < from.size()) {
@@ -72,11 +70,9 @@ void File::AdvanceWritten(std::uint32_t count) {
 
 void File::Flush() {
     if (unwritten_ == 0) return;
-    const std::int64_t offset = std::int64_t{headerLength_} + position_ - cursor_;
-    std::uint32_t written = 0;
-    if (handle_->Seek(offset, platform::SeekOrigin::Begin) == offset) {
-        written = static_cast<std::uint32_t>(handle_->Write(std::span(*buffer_).first(buffered_)));
-    }
+    const std::uint64_t offset = std::uint64_t{headerLength_} + position_ - cursor_;
+    const auto written =
+        static_cast<std::uint32_t>(handle_->WriteAt(offset, std::span(*buffer_).first(buffered_)));
     if (written < buffered_) {
         writeFailed_ = true;
         position_ -= buffered_ - written;

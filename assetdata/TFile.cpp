@@ -3,15 +3,6 @@
 #include <string>
 
 namespace Vorn {
-namespace {
-
-// Members of archives carry names that mean something inside the archive only.
-bool HasNameOnDisk(File& file) {
-    return file.OwnHandle().IsOpen() && *file.TemporaryPath() == '\0';
-}
-
-}  // namespace
-
 TFile::~TFile() { Close(); }
 
 void TFile::Close() {
@@ -22,7 +13,7 @@ void TFile::Close() {
 }
 
 bool TFile::Truncate() {
-    if (!IsOpen() || !HasNameOnDisk(*file_)) {
+    if (!IsOpen() || file_->IsMember()) {
         error_ = true;
         return false;
     }

@@ -182,6 +182,49 @@ TEST_F(ArchiveWriting, AnUnfinishedMemberHidesNothing) {
     ExpectContents({{"arc:a", "1"}, {"arc:new", "2"}});
 }
 
+TEST_F(ArchiveWriting, AMemberThatIsHalfWrittenIsNone) {
+    const std::string before = RawArchive({{"a", "1"}, {"b", Noise(5000)}});
+    for (const auto& [size, kind] : Table<std::size_t, FileMode>{
+             {20000, kWritePlain}, {300000, kWritePlain}, {300000, kWriteCompressed}}) {
+        folder.Write("a.va", before);
+        EXPECT_EQ(InChild([&, content = Noise(size)] {
+                      FileSubArchive::SetProgressHook([](std::uint32_t done, std::uint32_t) {
+                          if (done % 16384 != 0) _exit(9);  // the last piece
+                      });
+                      Subst(Intern("arc"), "a.va", true);
+                      return Store("arc:B", content, kind) ? 0 : 1;
+                  }),
+                  9);
+        MountWritable();
+        EXPECT_THAT(NamesOf("arc:*"), ElementsAre("a", "b"));
+        EXPECT_TRUE(Store("arc:b", "new"));
+        Reopen();
+        ExpectContents({{"arc:a", "1"}, {"arc:b", "new"}});
+        Unmount("arc");
+    }
+}
+
+TEST_F(ArchiveWriting, MembersBehindTheIndexStay) {
+    const std::string whole = RawArchive({{"a", "1"}, {"b", "2"}});
+    MountBytes(whole + RawChunk({"behind", "3"}), true);
+    ASSERT_TRUE(Store("arc:a", "new"));
+    Reopen();
+    ExpectContents({{"arc:a", "new"}, {"arc:b", "2"}, {"arc:behind", "3"}});
+}
+
+TEST_F(ArchiveWriting, NothingOfAnEarlierMemberGetsIntoALaterOne) {
+    MountWritable();
+    ASSERT_TRUE(Store("arc:a", Noise(60000)));
+    File file;
+    ASSERT_EQ(file.Open("arc:b", kCreateOrTruncate | kWritePlain), RES_OK);
+    EXPECT_EQ(file.Write("x", 1) + file.Seek(30000, SeekFrom::Start) + file.Write("y", 1), 30002u);
+    ASSERT_TRUE(file.Close());
+    ASSERT_EQ(file.Open("arc:c", kAppend | kWritePlain), RES_OK);
+    EXPECT_EQ(file.Size() + file.Write("z", 1), 1u);
+    ASSERT_TRUE(file.Close());
+    ExpectContents({{"arc:b", "x" + std::string(29999, '\0') + "y"}, {"arc:c", "z"}});
+}
+
 TEST_F(ArchiveWriting, AFullDiskKeepsTheOldMemberAndSaysSo) {
     folder.Write("disk/x", "");
     const std::string disk = folder.Path("disk");

@@ -71,9 +71,9 @@ TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, SystemCallFaults,
-                         testing::Values("write:error=ENOSPC", "openat:error=EACCES",
-                                         "/^rename:error=EIO", "/^unlink:error=EBUSY",
-                                         "read,pread64:error=EIO", "write:signal=KILL"));
+                         testing::Values("write,pwrite64:error=ENOSPC", "openat:error=EACCES",
+                                         "/^rename:error=EIO", "read,pread64:error=EIO",
+                                         "write,pwrite64:signal=KILL"));
 
 }  // namespace
 }  // namespace Vorn::Testing
