@@ -1,0 +1,297 @@
+#include <pthread.h>
+
+#include "assetdata/TBuffer.h"
+#include "assetdata/TDBContainerTag.h"
+#include "assetdata/TDBDataTag.h"
+#include "assetdata/TagLosses.h"
+#include "assetdata/TagText.h"
+#include "assetdata/TagValues.h"
+#include "assetdata/TagWalk.h"
+#include "tests/KernelStandard/FileLayer.h"
+#include "tests/assetdata/TagSamples.h"
+
+namespace Vorn::Testing {
+namespace {
+
+OCSChunkRef Number(std::int32_t value) {
+    return OCSChunkRef(new TDBDataTag(kTagInteger, MakeIntegers({&value, 1})));
+}
+
+std::int32_t ValueOf(const OCSChunkRef& tag) { return tag ? IntegerAt(tag->DataBytes(), 0) : -1; }
+
+// What a container holds: the records of a file, then what was added. A container that comes from
+// no file has no records.
+struct ContainerModel {
+    using Pairs = std::vector<std::pair<std::string, std::int32_t>>;
+    Pairs records;
+    Pairs added;
+
+    [[nodiscard]] Pairs All() const {
+        Pairs all = records;
+        all.insert(all.end(), added.begin(), added.end());
+        return all;
+    }
+    [[nodiscard]] std::int32_t Find(const std::string& name) const {
+        for (const auto& [other, value] : All()) {
+            if (other == name) return value;
+        }
+        return -1;
+    }
+    static Pairs::iterator Of(Pairs& pairs, std::int32_t value) {
+        return std::ranges::find(pairs, value, &Pairs::value_type::second);
+    }
+    void Remove(std::int32_t value) {
+        if (const auto record = Of(records, value); record != records.end()) {
+            records.erase(record);
+        } else if (const auto pair = Of(added, value); pair != added.end()) {
+            added.erase(pair);
+        }
+    }
+    // A record whose child changes goes on among the added children.
+    void Swap(std::int32_t a, std::int32_t b) {
+        const auto recordA = Of(records, a);
+        const auto recordB = Of(records, b);
+        if (recordB < recordA) return Swap(b, a);
+        const bool both = recordB != records.end();
+        if (recordA == records.end() || both) {
+            if (!both) return std::swap(Of(added, a)->second, Of(added, b)->second);
+            added.emplace_back(recordA->first, b);
+            added.emplace_back(recordB->first, a);
+            records.erase(recordB);
+        } else {
+            Of(added, b)->second = a;
+            added.emplace_back(recordA->first, b);
+        }
+        records.erase(recordA);
+    }
+};
+
+// Random changes of a container and its model, which agree after each.
+class Changing {
+public:
+    Changing(OCSChunkRef container, ContainerModel model, unsigned seed)
+        : container_(std::move(container)), model_(std::move(model)), random_(seed) {}
+
+    void Run(int changes) {
+        for (; changes > 0 && !testing::Test::HasFatalFailure(); --changes) {
+            Change();
+            Compare();
+        }
+    }
+
+private:
+    std::string RandomName() { return std::string(1, static_cast<char>('a' + random_() % 7)); }
+    OCSChunkRef RandomChild() {
+        const std::uint32_t count = container_->ChildCount();
+        return count == 0
+                   ? OCSChunkRef()
+                   : container_->ChildAt(static_cast<std::uint32_t>(random_() % count)).child;
+    }
+
+    void Change() {
+        const auto kind = random_() % 200;
+        const OCSChunkRef child = RandomChild();
+        const OCSChunkRef other = RandomChild();
+        if (kind == 0) {
+            container_->Clear();
+            model_ = {};
+        } else if (kind < 80) {
+            Add(Number(next_), next_);
+            ++next_;
+        } else if (kind < 140) {
+            container_->RemoveChild(child);
+            model_.Remove(ValueOf(child));
+        } else if (kind < 160 && child) {
+            // Out and in again: the same child under another name.
+            container_->RemoveChild(child);
+            model_.Remove(ValueOf(child));
+            Add(child, ValueOf(child));
+        } else if (kind < 190 && child) {
+            container_->SwapChildren(child, other);
+            if (ValueOf(child) != ValueOf(other)) model_.Swap(ValueOf(child), ValueOf(other));
+        } else {
+            const OCSChunkRef stranger = Number(0);
+            container_->SwapChildren(child, stranger);
+            container_->RemoveChild(stranger);
+            container_->AddChild(Intern("a"), {});
+        }
+    }
+    void Add(const OCSChunkRef& child, std::int32_t value) {
+        const std::string name = RandomName();
+        container_->AddChild(Intern(name), child);
+        model_.added.emplace_back(name, value);
+    }
+
+    void Compare() {
+        const ContainerModel::Pairs all = model_.All();
+        ASSERT_EQ(container_->ChildCount(), all.size());
+        for (std::uint32_t i = 0; i < all.size(); ++i) {
+            ASSERT_EQ(container_->ChildName(i).View(), all[i].first);
+            ASSERT_EQ(ValueOf(container_->ChildAt(i).child), all[i].second);
+        }
+        ASSERT_FALSE(container_->ChildAt(static_cast<std::uint32_t>(all.size())).child);
+        for (char name = 'a'; name < 'i'; ++name) {
+            const std::string text(1, name);
+            ASSERT_EQ(ValueOf(container_->FindChild(Intern(text))), model_.Find(text));
+        }
+    }
+
+    OCSChunkRef container_;
+    ContainerModel model_;
+    std::mt19937 random_;
+    std::int32_t next_ = 1000;
+};
+
+TEST(TagContainers, ChangeAsTheirModelsDo) {
+    std::mt19937 random(1);
+    for (unsigned seed = 1; seed <= 24; ++seed) {
+        SCOPED_TRACE(seed);
+        ContainerModel model;
+        const OCSChunkRef tree = NewTag(kTagContainer);
+        for (auto left = random() % (seed % 2 ? 60 : 10) + 1; left > 0; --left) {
+            const std::string name(1, static_cast<char>('a' + random() % 7));
+            model.added.emplace_back(name, static_cast<std::int32_t>(left));
+            tree->AddChild(Intern(name), Number(static_cast<std::int32_t>(left)));
+        }
+        const ContainerModel loaded{model.added, {}};
+        Changing(tree, model, seed).Run(300);
+
+        const OCSChunkRef outer = NewTag(kTagContainer);
+        const OCSChunkRef fresh = NewTag(kTagContainer);
+        for (const auto& [name, value] : loaded.records)
+            fresh->AddChild(Intern(name), Number(value));
+        outer->AddChild(Intern("box"), fresh);
+        const OCSChunkRef root = ReadChunks(WriteChunks(*outer));
+        Changing(root->FindChild(Intern("box")), loaded, seed).Run(300);
+        const OCSChunkRef box = root->ChildAt(0).child;
+        EXPECT_EQ(Describe(*root->FindChild(Intern("box"))), Describe(*box)) << "one for everyone";
+        EXPECT_EQ(Describe(*ReadChunks(WriteChunks(*root))), Describe(*root));
+    }
+}
+
+TEST(TagContainers, LargeOnesFindTheFirstOfEquals) {
+    const OCSChunkRef tree = NewTag(kTagContainer);
+    constexpr std::int32_t kNames = 50000;
+    std::vector<InternedString> names;
+    for (std::int32_t i = 0; i < 2 * kNames; ++i) {
+        if (i < kNames) names.push_back(Intern("n" + std::to_string(i)));
+        tree->AddChild(names[static_cast<std::size_t>(i % kNames)], Number(i));
+    }
+    for (const OCSChunkRef& root : {tree, ReadChunks(WriteChunks(*tree))}) {
+        std::atomic<int> wrong = 0;
+        // The first lookups come from several threads at once.
+        InThreads(4, [&](std::size_t) {
+            for (std::int32_t i = 0; i < kNames; ++i) {
+                const auto found = root->FindChild(names[static_cast<std::size_t>(i)]);
+                wrong += ValueOf(found) == i ? 0 : 1;
+            }
+        });
+        EXPECT_EQ(wrong, 0);
+        // The second becomes the first, one after the other, from both ends and the middle.
+        for (std::int32_t i = 0; i < kNames; i += 2) {
+            const InternedString& name = names[static_cast<std::size_t>(i)];
+            root->RemoveChild(root->FindChild(name));
+            ASSERT_EQ(ValueOf(root->FindChild(name)), i + kNames);
+        }
+        EXPECT_EQ(root->ChildCount(), static_cast<std::uint32_t>(kNames + kNames / 2));
+        EXPECT_EQ(ValueOf(root->ChildAt(0).child), 1);
+        EXPECT_EQ(ValueOf(root->ChildAt(kNames - 1).child), kNames + kNames / 2 - 1);
+    }
+}
+
+TEST(TagContainers, OfAFileDoNotHoldTheFile) {
+    struct Ending final : OCSChunk {
+        explicit Ending(bool& flag) : ended(flag) {}
+        ~Ending() override { ended = true; }
+        bool& ended;
+    };
+    bool ended = false;
+    OCSChunkRef root = ReadChunks(WriteChunks(*ReadText("a 1\nb 2\nc {\nd 3\n}")));
+    root->AddChild(Intern("e"), OCSChunkRef(new Ending(ended)));
+    root->AddChild(Intern("again"), root->FindChild(Intern("c")));
+    root->SwapChildren(root->ChildAt(0).child, root->ChildAt(1).child);
+    EXPECT_EQ(ValueOf(root->FindChild(Intern("again"))->ChildAt(0).child), 3);
+    EXPECT_EQ(ValueOf(root->FindChild(Intern("a"))), 2);
+    root = {};
+    EXPECT_TRUE(ended) << "what was added ends with the tree";
+}
+
+TEST(TagTrees, SurviveBothForms) {
+    std::mt19937 random(11);
+    int lossless = 0;
+    for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(round);
+        const OCSChunkRef tree = RandomTree(random, round % 2 == 0);
+        const OCSChunkRef chunks = ReadChunks(WriteChunks(*tree));
+        ASSERT_EQ(Describe(*chunks), Describe(*tree));
+        const std::string text = WriteText(*tree);
+        ASSERT_EQ(WriteText(*chunks), text);
+        Findings losses;
+        FindTextLosses(*chunks, losses);
+        ASSERT_TRUE(round % 2 != 0 || losses.list.empty()) << text;
+        if (!losses.list.empty()) continue;
+        ++lossless;
+        Findings odd;
+        ASSERT_EQ(Describe(*ReadText(text, &odd)), Describe(*tree)) << text;
+        EXPECT_TRUE(odd.list.empty());
+    }
+    EXPECT_GE(lossless, 1500);
+}
+
+// 10 million levels, except where a sanitizer makes every tag several times as large.
+constexpr std::uint32_t kLevels = VORN_SANITIZED ? 300'000 : 10'000'000;
+
+template <typename Work>
+void OnSmallStack(const Work& work) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+    pthread_t thread{};
+    const auto run = [](void* called) -> void* {
+        (*static_cast<const Work*>(called))();
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, &attributes, run, const_cast<Work*>(&work)), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+}
+
+std::uint32_t Deepest(const OCSChunk& root) {
+    std::size_t deepest = 0;
+    for (TagWalk walk(root); walk.Next();) deepest = std::max(deepest, walk.Depth() + 1);
+    return static_cast<std::uint32_t>(deepest);
+}
+
+TEST(DeepNesting, OfChunkFilesTakesNoStack) {
+    std::string file = "OCS$" + U32(1) + U32(0) + U32(6 * std::size_t{kLevels});
+    for (std::size_t level = kLevels; level > 0; --level) {
+        file += U32(6 * level - 4);
+        file += "\0\0"sv;
+    }
+    OnSmallStack([&] {
+        Findings findings;
+        const OCSChunkRef root = ReadChunks(file, &findings);
+        EXPECT_TRUE(findings.list.empty());
+        EXPECT_EQ(Deepest(*root), kLevels);
+        EXPECT_EQ(WriteChunks(*root), file);
+        file[file.size() - 6] = 3;
+        EXPECT_FALSE(ReadChunks(file));
+    });
+}
+
+TEST(DeepNesting, OfTextsTakesNoStack) {
+    std::string text;
+    for (std::uint32_t level = 0; level < kLevels; ++level) text += "a {";
+    OnSmallStack([&] {
+        OCSChunkRef root = ReadText(text);
+        EXPECT_EQ(Deepest(*root), kLevels);
+        TBufferBlock block(256);
+        TBuffer stream(block);
+        EXPECT_FALSE(WriteTagTextFile(*root, stream)) << "indentation would pass 4 GiB";
+        EXPECT_EQ(block.Length(), 0u);
+        root = {};
+    });
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
