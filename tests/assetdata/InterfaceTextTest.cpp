@@ -193,7 +193,7 @@ TEST_F(InterfaceTexts, LookupsGoOnWhileTheLanguageChanges) {
     std::atomic<bool> done = false;
     InThreads(5, [&](std::size_t thread) {
         if (thread == 0) {
-            for (int i = 0; i < 200 || asked < 1000; ++i) {
+            for (int i = 0; i < 50 || asked < 1000; ++i) {
                 InterfaceTextDB::SetLanguage(i % 2 ? "EN" : "DE");
                 Reloaded();
                 std::this_thread::yield();

@@ -97,7 +97,7 @@ TEST_F(VaReading, GetPrintsOneValue) {
 
 TEST_F(VaReading, DeepFilesAreWalkedOnASmallStack) {
     std::string text;
-    for (int i = 0; i < 1000000; ++i) text += "a{";
+    for (int i = 0; i < 200000; ++i) text += "a {\n";
     folder_.Write("deep.txt", text);
     for (const char* command : {"print", "check"}) {
         const Outcome run = Va({"tag", command, "deep.txt"}, "ulimit -s 256;");
