@@ -20,7 +20,8 @@
 //   thread may just be being called.
 //
 // Threads: any. References, acquires and the passage to and from the bin are guarded by the home
-// database's lock. Nothing is called back under a lock. Resources end before the resource system.
+// database's lock. Loads, listeners and destructors run outside of all locks. Resources end before
+// the resource system.
 #pragma once
 
 #include <atomic>

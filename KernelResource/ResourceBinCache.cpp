@@ -72,8 +72,7 @@ void ResourceBinCache::Configure(const OptionList* options) {
 }
 
 bool ResourceBinCache::Add(Resource& resource) {
-    System().Accounts().Add(resource);
-    SetState(resource, ResourceState::Inactive);
+    SetState(resource, ResourceState::Inactive);  // accounted since it became available
     const ScopedLock hold(lock_);
     const double expiry = clock_ + age_ + NextRandom() * kJitter;
     resource.SetExpiry(static_cast<float>(expiry));

@@ -129,7 +129,7 @@ RefPtr<Resource> ResourceDatabase::LookUp(const InternedString& name, Trail& tra
     if (const RefPtr<Resource> made = Create(name, trail)) return Insert(name, made);
     for (ResourceDatabase* fallback : fallbacks_) {
         entry = fallback->LookUp(name, trail);
-        if (entry) return entry;
+        if (entry && FollowRedirects(*entry).State() != ResourceState::Invalid) return entry;
     }
     return {};
 }

@@ -28,7 +28,7 @@ constinit std::atomic<ResourceSystem*> g_system = nullptr;
 
 }  // namespace
 
-ResourceSystem::ResourceSystem() : bin_(std::make_unique<ResourceBinInstant>(*this)) {}
+ResourceSystem::ResourceSystem() = default;
 
 ResourceSystem::~ResourceSystem() {
     task_.reset();
