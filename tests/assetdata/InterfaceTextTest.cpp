@@ -22,7 +22,9 @@ class InterfaceTexts : public testing::Test {
 protected:
     InterfaceTexts() {
         Subst(Intern("data"), folder_.Path("").append("/").c_str());
-        RegisterLogModule("Norvane")->Configure("displaymodulename=off");
+        LogModule* module = RegisterLogModule("Norvane");
+        module->Configure("displaymodulename=off");
+        module->Configure("None");  // which its lines do not ask
         SetLogConsoleStream(console_);
         InterfaceTextDB::SetLanguage(nullptr);
     }
