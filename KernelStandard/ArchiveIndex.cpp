@@ -10,17 +10,20 @@ namespace Vorn {
 
 namespace {
 
-// Bytes as the wildcard matcher compares them.
 [[nodiscard]] unsigned char FoldByte(char c) {
-    if (c == '\\') return '/';
-    return platform::AnsiToLower(static_cast<unsigned char>(c));
+    return c == '\\' ? '/' : static_cast<unsigned char>(c);
 }
 
 [[nodiscard]] std::string_view WithoutDotSlash(std::string_view name) {
     return name.size() >= 2 && name[0] == '.' && IsSeparator(name[1]) ? name.substr(2) : name;
 }
 
-// Order of folded names; below 0, 0 or above 0.
+// A member's name as names are sorted: in lower case, as the wildcard matcher compares them.
+[[nodiscard]] std::string_view SortedName(const MemberRecord& member) {
+    return WithoutDotSlash(member.key.View());
+}
+
+// Order of names in lower case, with either separator; below 0, 0 or above 0.
 [[nodiscard]] int CompareFolded(std::string_view a, std::string_view b) {
     const std::size_t shared = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < shared; ++i) {
@@ -48,6 +51,8 @@ InternedString ArchiveIndex::KeyOf(std::string_view name) {
     }
     return Intern(lower.data(), length);
 }
+
+void ArchiveIndex::Reserve(std::size_t count) { byKey_.reserve(count); }
 
 ArchiveIndex::Ordinal ArchiveIndex::Add(std::uint32_t dataOffset, std::uint32_t storedSize,
                                         const FindEntry& entry) {
@@ -106,25 +111,27 @@ std::optional<ArchiveIndex::Ordinal> ArchiveIndex::Find(const InternedString& ke
 
 void ArchiveIndex::SortNewNames() {
     const auto byFoldedName = [this](Ordinal a, Ordinal b) {
-        return CompareFolded(WithoutDotSlash(members_[a].entry.Name()),
-                             WithoutDotSlash(members_[b].entry.Name())) < 0;
+        return CompareFolded(SortedName(members_[a]), SortedName(members_[b])) < 0;
     };
     const auto sortedCount = static_cast<std::ptrdiff_t>(byName_.size());
     for (auto ordinal = static_cast<Ordinal>(byName_.size()); ordinal < End(); ++ordinal) {
         byName_.push_back(ordinal);
     }
+    // Archives are mostly written in the order of the names.
     const auto middle = byName_.begin() + sortedCount;
-    std::sort(middle, byName_.end(), byFoldedName);
+    if (!std::is_sorted(middle, byName_.end(), byFoldedName)) {
+        std::sort(middle, byName_.end(), byFoldedName);
+    }
     std::inplace_merge(byName_.begin(), middle, byName_.end(), byFoldedName);
 }
 
 std::vector<ArchiveIndex::Ordinal> ArchiveIndex::MembersBelow(std::string_view prefix) {
     SortNewNames();
-    const std::string_view wanted = WithoutDotSlash(prefix);
+    const InternedString folded = KeyOf(prefix);
+    const std::string_view wanted = WithoutDotSlash(folded.View());
     // Where in the order of names a member's beginning stands against the prefix.
     const auto beginning = [this, &wanted](Ordinal ordinal) {
-        const std::string_view name = WithoutDotSlash(members_[ordinal].entry.Name());
-        return CompareFolded(name.substr(0, wanted.size()), wanted);
+        return CompareFolded(SortedName(members_[ordinal]).substr(0, wanted.size()), wanted);
     };
     const auto first = std::partition_point(byName_.begin(), byName_.end(),
                                             [&](Ordinal o) { return beginning(o) < 0; });

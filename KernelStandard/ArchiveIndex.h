@@ -36,6 +36,8 @@ class ArchiveIndex {
 public:
     using Ordinal = std::uint32_t;
 
+    // Makes room for so many members.
+    void Reserve(std::size_t count);
     // Appends a member.
     Ordinal Add(std::uint32_t dataOffset, std::uint32_t storedSize, const FindEntry& entry);
     void Remove(Ordinal ordinal);

@@ -21,7 +21,8 @@ namespace {
 [[nodiscard]] FindEntry EntryOf(const platform::DirectoryEntry& listed) {
     FindEntry entry;
     SetPath(entry.name, listed.name);
-    entry.size = entry.storedSize = static_cast<std::uint32_t>(listed.status.size);
+    entry.size = entry.storedSize =
+        static_cast<std::uint32_t>(std::min(listed.status.size, kMaxArchiveSize));
     entry.creationTime = static_cast<std::uint32_t>(listed.status.creationTime);
     entry.accessTime = static_cast<std::uint32_t>(listed.status.accessTime);
     entry.writeTime = static_cast<std::uint32_t>(listed.status.writeTime);

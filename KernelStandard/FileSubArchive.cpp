@@ -82,6 +82,9 @@ bool FileSubArchive::LoadIndex() {
     const std::int64_t length = handle_.Length();
     std::uint64_t offset = std::uint64_t{header_.indexOffset} + kChunkHeaderSize;
     std::uint32_t left = header_.memberCount;
+    const std::int64_t held =
+        (length - static_cast<std::int64_t>(offset)) / static_cast<std::int64_t>(kIndexRecordSize);
+    index_.Reserve(static_cast<std::size_t>(std::clamp<std::int64_t>(held, 0, left)));
     std::vector<std::byte> batch(std::size_t{std::min(left, kIndexBatch)} * kIndexRecordSize);
     while (left > 0) {
         const std::uint32_t wanted = std::min(left, kIndexBatch);
