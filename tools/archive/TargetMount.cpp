@@ -17,7 +17,8 @@ namespace {
 }  // namespace
 
 TargetMount::TargetMount(const InternedString& name, const char* path, bool forReading)
-    : name_(name) {
+    : name_(name), owned_(FileSubstList::Instance().FindSubst(name) == nullptr) {
+    if (!owned_) return;
     try {
         Subst(name_, path, true);
     } catch (const FileEx&) {
@@ -26,7 +27,9 @@ TargetMount::TargetMount(const InternedString& name, const char* path, bool forR
     }
 }
 
-TargetMount::~TargetMount() { Subst(name_, nullptr); }
+TargetMount::~TargetMount() {
+    if (owned_) Subst(name_, nullptr);
+}
 
 bool TargetMount::Complete() {
     FileSubArchive* archive = ArchiveOf(name_);

@@ -11,8 +11,9 @@ inline constexpr const char* kTargetMountName = "_ToolArc_";
 class TargetMount {
 public:
     // Mounts `path` under `name`: writable, so that a missing archive is created. One that exists
-    // and cannot be written to is mounted for reading when `forReading`. Throws FileEx when the
-    // archive can be neither opened nor created.
+    // and cannot be written to is mounted for reading when `forReading`. A mount of that name that
+    // is there already is used, and left to who made it. Throws FileEx when the archive can be
+    // neither opened nor created.
     TargetMount(const InternedString& name, const char* path, bool forReading);
     ~TargetMount();
     TargetMount(const TargetMount&) = delete;
@@ -27,6 +28,7 @@ public:
 
 private:
     const InternedString& name_;
+    const bool owned_;
 };
 
 }  // namespace Vorn

@@ -2,12 +2,19 @@
 #include "tools/archive/Tool.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "KernelResource/ResourceSystem.h"
 #include "kernel/services/Log.h"
 #include "kernel/services/OptionSources.h"
+#include "tools/archive/TargetMount.h"
 
 namespace Vorn {
+namespace {
+
+const InternedString searchMount = Intern(kTargetMountName);
+
+}  // namespace
 
 Tool::Tool() = default;
 
@@ -53,6 +60,9 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
         return false;
     }
     Tool::ParseSwitches(command);
+    // Mounted for the search and the command alike: the index is read once.
+    std::optional<TargetMount> mount;
+    if (command.searchTarget) mount.emplace(searchMount, command.target.Text(), true);
     BuildFileList(command);
     if (command.files.empty()) {
         std::printf("- Warning, no input files found: command '%s'\n", line);

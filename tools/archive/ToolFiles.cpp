@@ -60,8 +60,6 @@ constexpr const char* kNoFolder = ".\\";
 }  // namespace
 
 void Tool::BuildFileList(ToolCommand& command) {
-    std::optional<TargetMount> mount;
-    if (command.searchTarget) mount.emplace(searchMount, command.target.Text(), true);
     command.files.clear();
     for (const String& path : command.paths) SearchPath(command, path);
 }
