@@ -75,9 +75,9 @@ bool ChildList::Swap(const OCSChunkRef& a, const OCSChunkRef& b) {
     const std::uint32_t ofA = PositionOf(a.Get());
     const std::uint32_t ofB = PositionOf(b.Get());
     if (ofA == PositionIndex::kNone || ofB == PositionIndex::kNone || ofA == ofB) return false;
-    // The pairs may hold the only references.
-    const OCSChunkRef keptA = a;
-    const OCSChunkRef keptB = b;
+    // The pairs may hold the only references, these very ones.
+    const OCSChunkRef keptA(a.Get());
+    const OCSChunkRef keptB(b.Get());
     SetChild(ofA, keptB);
     SetChild(ofB, keptA);
     return true;
@@ -114,8 +114,9 @@ void ChildList::DropIndexes() {
 
 ChildList::Editing& ChildList::BeginEditing() {
     if (editing_) return *editing_;
-    editing_ = std::make_unique<Editing>(LivePositions(static_cast<std::uint32_t>(pairs_.size())),
-                                         PositionIndex(pairs_.size()));
+    editing_ = std::make_unique<Editing>(
+        Editing{.live = LivePositions(static_cast<std::uint32_t>(pairs_.size())),
+                .byChild = PositionIndex(pairs_.size())});
     for (std::uint32_t position = 0; position < pairs_.size(); ++position) {
         const OCSChunkRef& child = pairs_[position].child;
         editing_->byChild.Add(HashOf(child.Get()), position,

@@ -91,9 +91,10 @@ Bytes ReadFile(const std::string& path) {
 std::size_t MemberStart(const std::string& name) {
     constexpr std::string_view kArchiveEnd = ".va:";
     const auto folded = [](char a, char b) { return Vorn::AsciiToLower(a) == b; };
-    const auto found = std::ranges::search(name, kArchiveEnd, folded);
-    if (found.empty()) return std::string::npos;
-    return static_cast<std::size_t>(found.end() - name.begin());
+    const auto found =
+        std::search(name.begin(), name.end(), kArchiveEnd.begin(), kArchiveEnd.end(), folded);
+    if (found == name.end()) return std::string::npos;
+    return static_cast<std::size_t>(found - name.begin()) + kArchiveEnd.size();
 }
 
 Bytes ReadInput(const std::string& name) {
