@@ -20,7 +20,7 @@ struct Guid {
     std::uint16_t data3 = 0;
     std::array<std::uint8_t, 8> data4{};
 
-    auto operator<=>(const Guid&) const = default;
+    auto operator<=>(const Guid&) const = default;  // NOLINT(modernize-use-nullptr): none is meant
 };
 
 inline constexpr std::size_t kGuidTextLength = 36;

@@ -46,6 +46,7 @@ public:
         return *this;
     }
     ~RefPtr() {
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): a count that holds keeps it alive
         if (object_) object_->Release();
     }
 

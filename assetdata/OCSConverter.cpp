@@ -30,6 +30,8 @@ std::string JoinFloats(std::span<const std::byte> value) {
     return text;
 }
 
+// Nobody deletes a converter, least of all through the base.
+// NOLINTBEGIN(cppcoreguidelines-virtual-class-destructor)
 class OCSConverter_TextInt final : public OCSConverter {
 public:
     constexpr OCSConverter_TextInt() : OCSConverter(kTagText, kTagInteger) {}
@@ -79,6 +81,7 @@ public:
         return KUIDCount(value) > 0 ? MakeText(KUIDAt(value, 0).TagText()) : OCSRawData();
     }
 };
+// NOLINTEND(cppcoreguidelines-virtual-class-destructor)
 
 constexpr OCSConverter_TextInt g_textInt;
 constexpr OCSConverter_TextFloat g_textFloat;

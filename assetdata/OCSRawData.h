@@ -24,6 +24,8 @@ public:
     [[nodiscard]] std::uint32_t Size() const { return size_; }
     [[nodiscard]] std::span<const std::byte> Bytes() const { return {Data(), size_}; }
 
+    // Make takes the block itself, since the bytes stand in it too.
+    // NOLINTNEXTLINE(misc-new-delete-overloads)
     static void operator delete(void* block) { ::operator delete(block); }
 
 private:

@@ -50,8 +50,7 @@ ssize_t ReadPipe(const Pipe& pipe, std::span<std::byte> into) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    const std::array<const char*, 3> arguments = {path, argument, nullptr};
-    execve(path, const_cast<char* const*>(arguments.data()), environ);
+    execl(path, path, argument, static_cast<const char*>(nullptr));
     [[maybe_unused]] const ssize_t told = write(failure, "!", 1);
     _exit(127);
 }
@@ -92,6 +91,7 @@ std::size_t ReadMemory(std::uint64_t address, std::span<std::byte> into) {
         const std::uint64_t from = address + done;
         const std::size_t toPageEnd = PIPE_BUF - from % PIPE_BUF;
         const std::size_t size = std::min(into.size() - done, toPageEnd);
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): whether there is memory is the question
         const auto written = write(pipe.Input(), reinterpret_cast<const void*>(from), size);
         if (written != static_cast<ssize_t>(size) ||
             ReadPipe(pipe, into.subspan(done, size)) != written) {

@@ -85,9 +85,10 @@ bool Tool::RunLines(ToolCommand& command, File& file, const char* fileName) {
     file.DetectTextEncoding();
     const std::uint32_t unit = file.TextMode() == kTextUtf16 ? 2 : 1;
     bool result = true;
-    for (std::uint32_t start = file.Tell();
-         const std::uint32_t stored = file.ReadLine(line->data(), kLineBuffer);
-         start = file.Tell()) {
+    for (;;) {
+        const std::uint32_t start = file.Tell();
+        const std::uint32_t stored = file.ReadLine(line->data(), kLineBuffer);
+        if (stored == 0) break;
         if (file.Tell() - start > stored * unit) {
             ReportProblem(std::string("a line of ") + fileName + " is too long and was cut");
         }

@@ -88,7 +88,7 @@ std::string ShownValue(const Vorn::OCSChunk& tag) {
     const Value value = tag.DataBytes();
     if (tag.GetType() == Vorn::kTagText) return '"' + Escaped(Vorn::TextOf(value)) + '"';
     if (tag.GetType() != Vorn::kTagRaw) return NumbersText(tag);
-    const std::string text = "raw " + HexOf(value.first(std::min(value.size(), kMostRawShown)));
+    std::string text = "raw " + HexOf(value.first(std::min(value.size(), kMostRawShown)));
     if (value.size() <= kMostRawShown) return text;
     return text + "... (" + std::to_string(value.size()) + " bytes)";
 }
