@@ -85,7 +85,7 @@ std::string SomeNames(const Vorn::OCSChunk& container) {
         names.append(i > 0 ? ", " : "").append(Vorn::Printable(container.ChildAt(i).name));
     }
     if (container.ChildCount() > kMostNames) names += ", ...";
-    return names.empty() ? "it is empty" : "it has " + names;
+    return names.empty() ? "it holds none" : "it has " + names;
 }
 
 Vorn::OCSChunkRef FindTag(const TagFile& file, std::string_view path) {

@@ -1,56 +1,46 @@
 #include "tests/tools/va/VaProgram.h"
 
-#include "KernelStandard/File.h"
-#include "KernelStandard/FileSubstList.h"
-
 namespace Vorn::Testing {
-namespace {
 
-std::string Quoted(const std::string& word) {
-    std::string quoted = "'";
-    for (const char c : word) quoted += c == '\'' ? "'\\''"s : std::string(1, c);
-    return quoted + "'";
-}
-
-std::string LittleEndian(std::size_t value) {
+static std::string LittleEndian(std::size_t value) {
     std::string bytes;
     for (int i = 0; i < 4; ++i) bytes += static_cast<char>(value >> 8 * i);
     return bytes;
 }
 
-}  // namespace
-
-Outcome VaProgram::Va(const std::vector<std::string>& arguments, const std::string& before) const {
+Outcome VaProgram::Va(const std::string& words, const std::string& before) const {
     const TempFolder streams;
-    std::string command = "cd " + Quoted(folder_.Path()) + " && " + before + " exec " VA;
-    for (const std::string& argument : arguments) command += " " + Quoted(argument);
-    command =
-        "(" + command + ") >" + Quoted(streams.Path("out")) + " 2>" + Quoted(streams.Path("err"));
+    const std::string command = "(cd " + folder_.Path() + " && " + before + " exec " VA " " +
+                                words + ") >" + streams.Path("out") + " 2>" + streams.Path("err");
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
 }
 
-void VaProgram::Pack(const std::string& archive, const std::string& member,
-                     const std::string& content) {
-    const InternedString name = Intern("packing");
-    Subst(name, folder_.Path(archive).c_str(), true);
-    {
-        File file;
-        ASSERT_EQ(file.Open(name, member.c_str(), kWriteCompressed | kCreateOrTruncate), RES_OK);
-        const auto size = static_cast<std::uint32_t>(content.size());
-        ASSERT_EQ(file.Write(content.data(), size), size);
-        ASSERT_TRUE(file.Close());
+void VaProgram::ExpectAnswers(const Table<std::string, int, std::string>& rows) const {
+    for (const auto& [words, code, told] : rows) {
+        SCOPED_TRACE(words);
+        const Outcome run = Va(words);
+        EXPECT_EQ(run.exitCode, code);
+        EXPECT_THAT(run.out + run.err, HasSubstr(told));
     }
-    Subst(name, nullptr);
 }
 
-std::vector<std::string> VaProgram::Names() const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder_.Path())) {
-        names.push_back(entry.path().filename());
+void VaProgram::Pack(const std::string& archive, const std::string& member,
+                     const std::string& content) const {
+    const TempFolder packed;
+    packed.Write(member, content);
+    const std::string command = VA_DEMO " pack " + packed.Path() + " " + folder_.Path(archive);
+    ASSERT_EQ(std::system((command + " >" + packed.Path("said")).c_str()), 0);
+}
+
+std::string VaProgram::Names() const {
+    std::set<std::string> names;
+    for (const auto& file : fs::directory_iterator(folder_.Path())) {
+        names.insert(file.path().filename());
     }
-    std::ranges::sort(names);
-    return names;
+    std::string joined;
+    for (const std::string& name : names) joined += name + " ";
+    return joined;
 }
 
 std::string ChunkFile(const std::string& records, char version) {
@@ -58,9 +48,8 @@ std::string ChunkFile(const std::string& records, char version) {
 }
 
 std::string Record(const std::string& name, int type, const std::string& payload) {
-    const std::string field = name + '\0';
-    return LittleEndian(field.size() + payload.size() + 2) + static_cast<char>(field.size()) +
-           field + static_cast<char>(type) + payload;
+    return LittleEndian(name.size() + payload.size() + 3) + static_cast<char>(name.size() + 1) +
+           name + '\0' + static_cast<char>(type) + payload;
 }
 
 }  // namespace Vorn::Testing

@@ -6,22 +6,25 @@
 namespace Vorn::Testing {
 
 struct Outcome {
-    int exitCode = -1;  // 128 + n for a run ended by signal n
-    std::string out;    // standard output
-    std::string err;    // standard error
+    int exitCode = -1;
+    std::string out;
+    std::string err;
 };
 
 class VaProgram : public testing::Test {
 protected:
-    // Runs va in the folder. `before` is shell text that stands in front of it.
-    [[nodiscard]] Outcome Va(const std::vector<std::string>& arguments,
-                             const std::string& before = {}) const;
+    // Runs va in the folder; `words` and `before`, which stands in front of it, are shell text.
+    [[nodiscard]] Outcome Va(const std::string& words, const std::string& before = {}) const;
+
+    // Runs each row's words: the exit code, and a piece of what is said on both streams.
+    void ExpectAnswers(const Table<std::string, int, std::string>& rows) const;
 
     // Writes an archive with one member.
-    void Pack(const std::string& archive, const std::string& member, const std::string& content);
+    void Pack(const std::string& archive, const std::string& member,
+              const std::string& content) const;
 
-    // The names in the folder, in order.
-    [[nodiscard]] std::vector<std::string> Names() const;
+    // The names in the folder, in order, a blank behind each.
+    [[nodiscard]] std::string Names() const;
 
     TempFolder folder_;
 };
