@@ -24,7 +24,6 @@ void FindingReport::OnFinding(const Vorn::TagFinding& finding) {
 }
 
 void FindingReport::OnTag(const Vorn::OCSChunk& tag, const Vorn::TagPlace& place) {
-    ++tags_;
     if (place.line != 0) places_.emplace(&tag, place);
 }
 

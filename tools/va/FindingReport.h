@@ -29,7 +29,6 @@ public:
 
     [[nodiscard]] std::size_t Problems() const { return problems_; }  // errors and warnings
     [[nodiscard]] std::size_t Losses() const { return losses_; }
-    [[nodiscard]] std::size_t Tags() const { return tags_; }
     [[nodiscard]] bool IsClean() const { return problems_ + losses_ == 0; }
 
 private:
@@ -38,7 +37,6 @@ private:
     bool losing_ = false;
     std::size_t problems_ = 0;
     std::size_t losses_ = 0;
-    std::size_t tags_ = 0;
     // Where the tags of a text stand: findings in a tree know their tag only.
     std::unordered_map<const Vorn::OCSChunk*, Vorn::TagPlace> places_;
 };
