@@ -32,7 +32,7 @@ public:
     [[nodiscard]] NamedChild ChildAt(std::uint32_t index) const override;
 
 private:
-    struct Place {
+    struct alignas(8) Place {
         std::uint32_t index;
         std::uint32_t offset;
     };

@@ -238,6 +238,20 @@ TEST(TagTrees, SurviveBothForms) {
     EXPECT_GE(lossless, 1500);
 }
 
+// The examples of both format pages are one tree.
+TEST(FormatPages, ShowOneTreeInBothForms) {
+    const std::string page = TempFolder().Read(VORN_SOURCE_DIR "/docs/formats/tag-text.md");
+    const std::size_t begin = page.find("```tags\n") + 8;
+    std::string text;
+    for (const char c : page.substr(begin, page.find("```", begin) - begin)) {
+        text += c == '\n' ? "\r\n" : std::string(1, c);
+    }
+    const std::string chunks = ExampleOf("chunk.md");
+    EXPECT_EQ(chunks.size(), 138u);
+    EXPECT_EQ(WriteChunks(*ReadText(text)), chunks);
+    EXPECT_EQ(WriteText(*ReadChunks(chunks)), text);
+}
+
 // 10 million levels, except where a sanitizer makes every tag several times as large.
 constexpr std::uint32_t kLevels = VORN_SANITIZED ? 300'000 : 10'000'000;
 

@@ -1,0 +1,49 @@
+// A tree that was read from a chunk file or a text survives the chunk form, and the text form too
+// unless a loss is told.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "assetdata/TagLosses.h"
+#include "tests/assetdata/TagSamples.h"
+
+namespace {
+
+using namespace Vorn;
+using namespace Vorn::Testing;
+
+void Require(bool holds) {
+    if (!holds) std::abort();
+}
+
+void ThroughChunks(const OCSChunk& tree) {
+    Findings findings;
+    FindChunkLosses(tree, findings);
+    const std::string bytes = WriteChunks(tree, &findings);
+    if (!findings.list.empty()) return;
+    Findings odd;
+    const OCSChunkRef again = ReadChunks(bytes, &odd);
+    Require(again && Describe(*again) == Describe(tree) && WriteChunks(*again) == bytes);
+}
+
+void ThroughText(const OCSChunk& tree) {
+    Findings losses;
+    FindTextLosses(tree, losses);
+    const std::string text = WriteText(tree);
+    Findings odd;
+    const OCSChunkRef again = ReadText(text, &odd);
+    if (losses.list.empty()) Require(Describe(*again) == Describe(tree) && odd.list.empty());
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    OCSChunkRef tree = ReadChunks(bytes);
+    if (!tree) tree = ReadText(bytes);
+    ThroughChunks(*tree);
+    ThroughText(*tree);
+    return 0;
+}
