@@ -9,7 +9,7 @@ class NorvaneEx : public Exception {
 public:
     // The reason is "Norvane Error". `file` must be a constant.
     NorvaneEx(const char* file, int line);
-    [[nodiscard]] const char* GetClassName() const override { return "Norvane"; }
+    [[nodiscard]] const char* GetClassName() const override { return "Norvane Error"; }
 };
 
 }  // namespace Vorn
