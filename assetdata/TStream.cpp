@@ -52,6 +52,7 @@ bool TStream::ReturnTo(std::uint32_t position) {
 
 void TStream::DiscardReadAhead() {
     if (count_ > 0) (void)Seek(0, SeekFrom::Current);
+    EmptyBuffer();  // of what was read before, too: the store moves on without it
 }
 
 void TStream::EmptyBuffer() {

@@ -86,12 +86,12 @@ private:
     void Step() {
         switch (random_() % 9) {
             case 0:
+                return Read(random_() % 9000);
             case 1:
-                return Read(random_() % (random_() % 4 == 0 ? 9000 : 40));
+                return Read(random_() % 40);
             case 2:
                 position_ = std::min(position_, text_.size());
-                return Write(Noise(random_() % (random_() % 8 == 0 ? 3000 : 20),
-                                   static_cast<unsigned>(random_())));
+                return Write(NextNoise());
             case 3:
                 for (auto left = random_() % 30; left > 0; --left) {
                     stream_.StepBack();
@@ -117,6 +117,11 @@ private:
         ASSERT_EQ(stream_.Tell(), position_);
     }
 
+    std::string NextNoise() {
+        const std::size_t most = random_() % 8 == 0 ? 3000 : 20;
+        const std::size_t size = random_() % most;
+        return Noise(size, static_cast<unsigned>(random_()));
+    }
     void Read(std::size_t count) {
         std::string got(count, '\0');
         got.resize(stream_.Read(got.data(), static_cast<std::uint32_t>(count)));
@@ -149,7 +154,7 @@ private:
 using StreamFiles = FileLayer;
 
 TEST_F(StreamFiles, BothStoresReadAndWriteAtTheLogicalPosition) {
-    for (unsigned seed = 1; seed <= 20; ++seed) {
+    for (unsigned seed = 1; seed <= 60; ++seed) {
         SCOPED_TRACE(seed);
         TBufferBlock block(256);
         TBuffer buffer(block);
