@@ -1,8 +1,6 @@
 // How archives are shared as databases.
 #include "KernelResource/ArchiveDatabases.h"
 
-#include "KernelStandard/FileSubstList.h"
-#include "kernel/Exceptions.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
 namespace Vorn::Testing {
@@ -19,8 +17,7 @@ protected:
 };
 
 TEST_F(ArchiveSharing, UsersOfANameShareItsArchive) {
-    Mount("stuff", {{"a.text", "in the archive"}});
-    Subst(Intern("stuff"), nullptr);
+    folder.Write("stuff.va", RawArchive({{"a.text", "in the archive"}}));
     folder.Write("stuff/a.text", "in the folder");
 
     NorvaneResourceDatabase* const first = Open("stuff");
@@ -33,11 +30,9 @@ TEST_F(ArchiveSharing, UsersOfANameShareItsArchive) {
     EXPECT_EQ(Register().References(first), 0u);
     EXPECT_EQ(Register().Count(), 1u);
 
-    auto* const text = dynamic_cast<TextResource*>(first->GetResource(Intern("a.text")));
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(Acquire(*text), RES_RESOURCEOK);
-    EXPECT_EQ(text->Text(), "in the archive");
-
+    auto& text = dynamic_cast<TextResource&>(*first->GetResource(Intern("a.text")));
+    EXPECT_EQ(Acquire(text), RES_RESOURCEOK);
+    EXPECT_EQ(text.text, "in the archive");
     PurgeArchiveDatabases(2);
     EXPECT_TRUE(IsMounted("stuff"));
     PurgeArchiveDatabases(0);
@@ -68,23 +63,11 @@ TEST_F(ArchiveSharing, APlaceIsFreedOnlyWhenNobodyUsesIt) {
     ReleaseArchiveDatabase(open[3]);
     ReleaseArchiveDatabase(open[255]);
     EXPECT_NE(Open("one more"), nullptr);
-    EXPECT_FALSE(IsMounted("d3"));
-    EXPECT_FALSE(IsMounted("d255"));
+    EXPECT_FALSE(IsMounted("d3") || IsMounted("d255"));
     EXPECT_EQ(Register().Count(), 255u);
     EXPECT_EQ(Register().References(open[7]), 2u);
-}
-
-TEST_F(ArchiveSharing, ThreadsThatOpenOneNameGetOneDatabase) {
-    std::array<NorvaneResourceDatabase*, 8> opened{};
-    InThreads(opened.size(), [&](std::size_t t) { opened[t] = Open("shared"); });
-    for (const NorvaneResourceDatabase* database : opened) EXPECT_EQ(database, opened[0]);
-    EXPECT_EQ(Register().References(opened[0]), 8u);
-}
-
-TEST(WithoutAResourceSystem, DatabasesAreRefused) {
-    EXPECT_THROW(ResourceDatabase{Intern("early")}, Exception);
-    EXPECT_THROW((void)OpenArchiveDatabase(Intern("early"), ""), Exception);
-    ReleaseArchiveDatabase(nullptr);
+    system.reset();
+    EXPECT_THROW((void)Open("too late"), Exception);
 }
 
 }  // namespace Vorn::Testing

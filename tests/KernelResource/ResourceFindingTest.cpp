@@ -1,7 +1,6 @@
 // How databases find the resources of names.
 #include "KernelResource/RedirResource.h"
 #include "KernelResource/SearchHandle.h"
-#include "KernelStandard/FileSubstList.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
 namespace Vorn::Testing {
@@ -10,7 +9,6 @@ class ResourceFinding : public ResourceLayer {
 protected:
     ResourceFinding() {
         OpenBase({{"a.text", "plain"},
-                  {"low/a.text", "low"},
                   {"low/only.text", "only in low"},
                   {"high/a.text", "high"},
                   {"alias.text.txt", "Redirect=a.text"},
@@ -30,10 +28,8 @@ TEST_F(ResourceFinding, ANameIsLookedUpInOrder) {
         {"a.text", "plain"},
         {"A.TEXT", "(none)"},  // no type takes it
         {"missing;a.text", "plain"},
-        {"a.text;both.text", "plain"},
         {";;a.text;", "plain"},
         {"missing;absent", "(none)"},
-        {"", "(none)"},
         {";", "(none)"},
         {"alias.text", "plain"},
         {"twice.text", "plain"},
@@ -42,7 +38,6 @@ TEST_F(ResourceFinding, ANameIsLookedUpInOrder) {
         {"nowhere.text", "(none)"},
         {"ring.text", "(none)"},
         {"self.text", "(none)"},
-        {"low/a.text", "low"},
     };
     for (const auto& [name, text] : table) {
         SCOPED_TRACE(name);
@@ -59,13 +54,9 @@ TEST_F(ResourceFinding, PrefixesAreTriedInOrderBeforeTheNameItself) {
     EXPECT_EQ(TextOf("only.text"), "only in low");
     EXPECT_EQ(TextOf("both.text"), "the file");
     EXPECT_EQ(Get("only.text")->SourceName().View(), "base:low/only.text");
-}
-
-TEST_F(ResourceFinding, TypesMakeResourcesWithoutFiles) {
-    Resource* const made = Get("made/up");
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(made->SourceName().View(), "made/up");
-    EXPECT_EQ(made->Home(), base.get());
+    EXPECT_EQ(Get("made/without a file")->Home(), base.get());
+    const ResourceDatabase unnamed{Intern("")};
+    EXPECT_EQ(unnamed.QualifyName(Intern("a/b.tga")).View(), "a/b.tga");
 }
 
 TEST_F(ResourceFinding, RedirectsGiveOutTheirTargets) {
@@ -78,75 +69,58 @@ TEST_F(ResourceFinding, RedirectsGiveOutTheirTargets) {
     EXPECT_TRUE(Release("a.text"));
     EXPECT_TRUE(Release("twice.text"));
     EXPECT_FALSE(Release("a.text"));
-
-    Resource* const described = Get("described.text");
-    EXPECT_TRUE(described->LoadsFromDescription());
-    EXPECT_EQ(described->HolderCount(), 1u);
 }
 
 TEST_F(ResourceFinding, MissesAreCountedAndRemembered) {
     EXPECT_EQ(Get("absent.text"), nullptr);
     EXPECT_EQ(base->Misses(), 1u);
     EXPECT_EQ(base->MissesHandled(), 1u);
-    EXPECT_EQ(base->EntryCount(), 1u);
-
-    // A second look does not probe: a mount that has it now goes unseen.
-    folder.Write("more/absent.text", "late");
-    Subst(Intern("base"), folder.Path("more/").c_str());
-    EXPECT_EQ(Get("absent.text"), nullptr);
-    EXPECT_EQ(base->Misses(), 1u);
-    EXPECT_EQ(base->Lookups(), 2u);
-    EXPECT_FALSE(Release("absent.text"));
-
     EXPECT_EQ(Get("other.text", kNoNegativeEntry), nullptr);
     EXPECT_EQ(base->Misses(), 2u);
     EXPECT_EQ(base->MissesHandled(), 2u);
     EXPECT_EQ(base->EntryCount(), 1u);
+
+    // A mount that has them now goes unseen where the miss was recorded.
+    folder.Write("more/absent.text", "late");
     folder.Write("more/other.text", "late");
+    Subst(Intern("base"), folder.Path("more/").c_str());
+    EXPECT_EQ(Get("absent.text"), nullptr);
+    EXPECT_EQ(base->Misses(), 2u);
+    EXPECT_EQ(base->Lookups(), 3u);
     EXPECT_EQ(TextOf("other.text"), "late");
     EXPECT_EQ(TextOf("absent.text;other.text"), "late") << "a known miss is passed over";
+    EXPECT_FALSE(Release("absent.text"));
     EXPECT_FALSE(Release("never asked for"));
 }
 
 TEST_F(ResourceFinding, FallbacksAreAskedOnceEach) {
     Mount("rest", {{"far.text", "far away"}, {"a.text", "not this one"}});
-    ResourceDatabase rest(Intern("rest"));
-    base->AddFallback(rest);
-    rest.AddFallback(*base);
-
-    EXPECT_EQ(TextOf("far.text"), "far away");
+    Mount("last", {{"found.text", "at last"}});
+    auto rest = std::make_unique<ResourceDatabase>(Intern("rest"));
+    ResourceDatabase last(Intern("last"));
+    EXPECT_EQ(rest->GetResource(Intern("found.text")), nullptr);
+    base->AddFallback(*rest);
+    base->AddFallback(last);
+    rest->AddFallback(*base);
     EXPECT_EQ(TextOf("a.text"), "plain");
     EXPECT_EQ(TextOf("absent.text"), "(none)");
+    EXPECT_EQ(TextOf("found.text"), "at last") << "one knows it to be missing, another one has it";
 
     Resource* const far = Get("far.text");
-    EXPECT_EQ(far->Home(), &rest);
+    EXPECT_EQ(Get("far.text"), far);
+    EXPECT_EQ(far->Home(), rest.get());
     EXPECT_EQ(far->LastGivenBy(), base.get());
-    EXPECT_EQ(far->ReferenceCount(), 2u);
     EXPECT_EQ(far->HolderCount(), 2u);  // its table, and the redirect in the other one
     EXPECT_TRUE(Release("far.text"));
     EXPECT_TRUE(Release("far.text"));
     EXPECT_EQ(far->ReferenceCount(), 0u);
-}
 
-TEST_F(ResourceFinding, TheEndOfADatabaseTakesTheRedirectsToIt) {
-    Mount("rest", {{"far.text", "far away"}});
-    auto rest = std::make_unique<ResourceDatabase>(Intern("rest"));
-    base->AddFallback(*rest);
-    EXPECT_EQ(TextOf("far.text"), "far away");
+    // A database that ends takes the redirects to it along.
     const std::size_t before = base->EntryCount();
     rest.reset();
     EXPECT_EQ(base->EntryCount(), before - 1);
-    EXPECT_EQ(texts.alive, 0);
     EXPECT_EQ(FileSubstList::Instance().FindSubst(Intern("rest")), nullptr);
-    EXPECT_EQ(system->DatabaseCount(), 1u);
-}
-
-TEST_F(ResourceFinding, NamesAreQualifiedByTheDatabase) {
-    EXPECT_EQ(base->QualifyName(Intern("a/b.tga")).View(), "base:a/b.tga");
-    ResourceDatabase unnamed{Intern("")};
-    EXPECT_EQ(unnamed.QualifyName(Intern("a/b.tga")).View(), "a/b.tga");
-    const std::string path = folder.Write("loose.text", "a plain file");
-    EXPECT_NE(unnamed.GetResource(Intern(path)), nullptr);
+    EXPECT_EQ(system->DatabaseCount(), 2u);
 }
 
 TEST_F(ResourceFinding, ManyThreadsFindOneResource) {
@@ -161,15 +135,11 @@ TEST_F(ResourceFinding, ManyThreadsFindOneResource) {
 TEST_F(ResourceFinding, SearchHandlesListTheMount) {
     const auto search = base->CreateSearchHandle();
     EXPECT_EQ(search->CurrentEntry(), nullptr);
-    std::vector<std::string> names;
+    std::set<std::string> names;
     for (bool more = search->OpenSearch("*.text", *base); more; more = search->NextEntry()) {
-        names.emplace_back(search->CurrentEntry()->Name());
+        names.emplace(search->CurrentEntry()->Name());
     }
-    EXPECT_THAT(names, testing::UnorderedElementsAre("a.text", "both.text"));
-    EXPECT_TRUE(search->OpenSearch("low/*", *base));
-    search->CloseSearch();
-    EXPECT_FALSE(search->NextEntry());
-    EXPECT_FALSE(search->OpenSearch("*.tga", *base));
+    EXPECT_THAT(names, ElementsAre("a.text", "both.text"));
     const ResourceDatabase nothing{Intern("nothing")};
     EXPECT_FALSE(search->OpenSearch("*", nothing));
 }

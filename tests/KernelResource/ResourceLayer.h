@@ -5,7 +5,7 @@
 #include "KernelResource/ResourceDatabase.h"
 #include "KernelResource/ResourceSystem.h"
 #include "kernel/services/OptionList.h"
-#include "tests/support/Tests.h"
+#include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
 
@@ -14,10 +14,9 @@ class TextResource;
 // Makes TextResources of "*.text" files, and of names that begin with "made/".
 class TextType final : public ResourceType {
 public:
-    [[nodiscard]] bool TakesFile(std::string_view name) const override;
-    [[nodiscard]] bool TakesName(std::string_view name) const override;
-    [[nodiscard]] RefPtr<Resource> Create(ResourceDatabase* home,
-                                          const InternedString& name) override;
+    bool TakesFile(std::string_view name) const override { return name.ends_with(".text"); }
+    bool TakesName(std::string_view name) const override { return name.starts_with("made/"); }
+    RefPtr<Resource> Create(ResourceDatabase* home, const InternedString& name) override;
 
     // Called in every load, on its thread.
     std::function<void(TextResource&)> onLoad = [](TextResource&) {};
@@ -28,59 +27,56 @@ public:
 
 class TextResource : public Resource {
 public:
-    TextResource(TextType& type, ResourceDatabase* home, const InternedString& name);
-    ~TextResource() override;
+    TextResource(TextType& type, ResourceDatabase* home, const InternedString& name)
+        : Resource(home, name), type_(type) {
+        ++type_.alive;
+    }
+    ~TextResource() override { --type_.alive; }
     void LoadFile(ResourceResult& result, const char* fileName) override;
     // The option "Text" of the description.
     void LoadDescription(ResourceResult& result, const char* fileName) override;
     void FinishLoad(ResourceResult& result) override;
-    [[nodiscard]] int GetDataSize() override;
+    int GetDataSize() override { return isFinished ? static_cast<int>(text.size()) : -1; }
     void ReleaseData() override;
 
-    [[nodiscard]] const std::string& Text() const { return text_; }
-    [[nodiscard]] std::thread::id LoadedBy() const { return loadedBy_; }
-    [[nodiscard]] bool IsFinished() const { return isFinished_; }
+    std::string text;
+    std::thread::id loadedBy;
+    bool isFinished = false;
 
 private:
     TextType& type_;
-    std::string text_;
-    std::thread::id loadedBy_;
-    bool isFinished_ = false;
 };
-
-using Members = std::vector<std::pair<std::string, std::string>>;
 
 class ResourceLayer : public testing::Test {
 protected:
-    explicit ResourceLayer(std::string_view options = "");
+    ResourceLayer() { Start(""); }
     void TearDown() override;
 
-    // An archive with these members, mounted under the name.
-    void Mount(const char* name, const Members& members);
+    // Begins with a fresh resource system.
+    void Start(std::string_view optionText);
+
+    // An archive with these members, mounted under the name until its database ends.
+    void Mount(const std::string& name, const std::vector<RawMember>& members);
     // The database "base" over such a mount.
-    ResourceDatabase& OpenBase(const Members& members);
-    // Members "0.text" to "<count - 1>.text".
-    ResourceDatabase& OpenNumbered(int count);
+    void OpenBase(const std::vector<RawMember>& members);
+    // Members "0.text" to "<count - 1>.text", which hold "text 0" and so on.
+    void OpenNumbered(std::size_t count);
 
     // Of the database "base", with a reference.
+    [[nodiscard]] TextResource& Numbered(std::size_t number);
     [[nodiscard]] Resource* Get(std::string_view name, std::uint32_t flags = 0) {
         return base->GetResource(Intern(name), flags);
     }
     bool Release(std::string_view name) { return base->ReleaseResource(Intern(name)); }
-    // The whole way: finds, loads, and gives the use back.
+    // The whole way: finds, loads, and gives the use back. "(none)" when that fails.
     std::string TextOf(std::string_view name);
     [[nodiscard]] static ResourceResult Acquire(Resource& resource);
-    // Steps of a tenth of a second.
-    void Drive(double seconds);
 
-    OptionList options;
+    std::optional<OptionList> options;
     TextType texts;
     TempFolder folder;
-    std::unique_ptr<ResourceSystem> system = std::make_unique<ResourceSystem>();
+    std::unique_ptr<ResourceSystem> system;
     std::unique_ptr<ResourceDatabase> base;
-
-private:
-    std::vector<InternedString> mounts_;
 };
 
 }  // namespace Vorn::Testing
