@@ -65,5 +65,17 @@ TEST_F(CommandLine, NamesOfTheOutputsComeFromTheOldArchive) {
     ExpectSameContent("game/my.data-tmp.va", "new.va");
 }
 
+TEST_F(CommandLine, OnlyTheNamedArchiveIsTheInput) {
+    Pack("old.pbk", {{"a.txt", "a"}});
+    Pack("new.va", {{"a.txt", "a"}});
+    Pack("old.va", {{"b.txt", "in another archive of that name"}});
+    EXPECT_THAT(Convert({"patchdiff", "old.pbk", "new.va", "o1"}).lines,
+                ElementsAre("Identical a.txt"));
+    fs::remove(folder_.Path("old.va"));
+    folder_.Write("old/b.txt", "in a folder of that name");
+    EXPECT_THAT(Convert({"patchdiff", "old.pbk", "new.va", "o2"}).lines,
+                ElementsAre("Identical a.txt"));
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
