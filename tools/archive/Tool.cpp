@@ -62,7 +62,9 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
     Tool::ParseSwitches(command);
     // Mounted for the search and the command alike: the index is read once.
     std::optional<TargetMount> mount;
-    if (command.searchTarget) mount.emplace(searchMount, command.target.Text(), true);
+    if (command.searchTarget && !command.target.IsNull()) {
+        mount.emplace(searchMount, command.target.Text(), true);
+    }
     BuildFileList(command);
     if (command.files.empty()) {
         std::printf("- Warning, no input files found: command '%s'\n", line);
