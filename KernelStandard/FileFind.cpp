@@ -38,6 +38,7 @@ bool File::Find::Open(const char* path) {
     FileSubstList& list = FileSubstList::Instance();
     const char* rest = nullptr;
     if (SubstEntry* entry = list.GetSubstOfPath(directory_.c_str(), rest)) {
+        mounted_ = true;
         backends_ = list.Collect(*entry);
         std::ranges::reverse(backends_);
         const std::string_view folder(rest);
@@ -58,6 +59,7 @@ bool File::Find::Open(const char* path, const InternedString& substName) {
     if (entry == nullptr) {
         throw FileEx("KernelStandard/FileFind", 62, "Open() Subst not found");
     }
+    mounted_ = true;
     backends_ = list.Collect(*entry);
     std::ranges::reverse(backends_);
     return Next();
@@ -79,6 +81,7 @@ bool File::Find::Next() {
         std::string lower(entry_.Name());
         std::ranges::transform(lower, lower.begin(), AsciiToLower);
         if (seen_.insert(std::move(lower)).second) return true;
+        if (!mounted_) passedOver_.push_back(entry_);
     }
     return false;
 }
@@ -161,6 +164,8 @@ void File::Find::Close() {
     EndEnumeration();
     seen_.clear();
     backends_.clear();
+    mounted_ = false;
+    passedOver_.clear();
     entry_ = FindEntry{};
 }
 

@@ -45,6 +45,10 @@ public:
     // The pattern's folder joined with the current name. Throws FileEx when that does not fit.
     void GetPath(PathSpan out) const;
 
+    // What stood in a directory of the file system and was not returned so far: an entry before it
+    // has the same name in other letter case.
+    [[nodiscard]] const std::vector<FindEntry>& PassedOver() const { return passedOver_; }
+
     void Close();
 
 private:
@@ -65,6 +69,8 @@ private:
     int archiveSearch_ = -1;
     std::vector<platform::DirectoryEntry> listing_;
     std::size_t nextListed_ = 0;
+    bool mounted_ = false;  // backends hide what those behind them have
+    std::vector<FindEntry> passedOver_;
 };
 
 }  // namespace Vorn

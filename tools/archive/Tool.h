@@ -14,6 +14,9 @@
 // - An argument file that names itself, directly or through others, cannot be opened; neither can
 //   one that is nested in 64 others.
 // - A folder that leads back into one above it (a link) is not searched again.
+// - Of names in one folder that differ in letter case only, the first in byte order is taken; the
+//   others are reported.
+// - A line without a target finds no members.
 //
 // A FileEx that mounting the target raises reaches the caller of Run. One thread.
 #pragma once

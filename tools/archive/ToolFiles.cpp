@@ -102,6 +102,12 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
     PathBuffer pattern{std::string_view(folder)};
     AppendPathComponent(pattern, "*");
     const bool excluded = MatchesAny(command.excludePaths, folder);
+    const auto isMeant = [&](std::string_view name) {
+        return !excluded && MatchWildcards(name, wildcards) &&
+               !MatchesAny(command.excludeNames, name);
+    };
+    // A single name that is given means the file of just that name.
+    const bool isList = wildcards.find_first_of("*?;") != std::string::npos;
     std::optional<String> prefix;
     File::Find find;
     bool found =
@@ -115,10 +121,17 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
             if (command.recursive && name != "." && name != "..") {
                 SearchFiles(command, ChildFolder(folder, name), wildcards, base);
             }
-        } else if (!excluded && MatchWildcards(name, wildcards) &&
-                   !MatchesAny(command.excludeNames, name)) {
+        } else if (isMeant(name)) {
             if (!prefix) prefix = DestinationPrefix(command, folder, base);
             command.files.push_back({entry, FolderText(folder), *prefix});
+        }
+    }
+    for (const FindEntry& entry : find.PassedOver()) {
+        const std::string_view name = entry.Name();
+        const bool isFolder = (entry.attributes & kEntryDirectory) != 0;
+        if (isFolder ? command.recursive : isMeant(name) && (isList || wildcards == name)) {
+            ReportProblem("left out " + ChildFolder(folder, name) +
+                          ", whose name differs from another in letter case only");
         }
     }
 }
