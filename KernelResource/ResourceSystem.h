@@ -126,7 +126,7 @@ private:
     const OptionList* options_ = nullptr;
     std::int64_t memoryBudget_ = 0;
     std::atomic<double> clock_ = 0;
-    float sinceMaintenance_ = 0;  // seconds
+    float sinceMaintenance_ = 0;        // seconds
     std::unique_ptr<ResourceBin> bin_;  // this and the next by Init
     std::unique_ptr<LoadQueue> queue_;  // with caching only
     std::unique_ptr<ArchiveDatabases> archives_;
