@@ -48,10 +48,10 @@ ResourceDatabase::~ResourceDatabase() {
             }
             table.swap(resources_);
         }
-        for (auto& [name, resource] : table) {
+        for (const RefPtr<Resource>& resource : resources) {
             system.DetachRedirects(*resource, detached);
-            detached.push_back(std::move(resource));
         }
+        for (auto& [name, resource] : table) detached.push_back(std::move(resource));
         system.Unregister(*this);
     }
     CloseMount(name_);
@@ -243,7 +243,12 @@ std::vector<RefPtr<Resource>> ResourceDatabase::Resources() const {
     const ScopedLock hold(lock_);
     std::vector<RefPtr<Resource>> resources;
     resources.reserve(resources_.size());
-    for (const auto& [name, resource] : resources_) resources.push_back(resource);
+    for (const auto& [name, resource] : resources_) {
+        resources.push_back(resource);
+        Resource& target = FollowRedirects(*resource);
+        // One that a description made stands in no table.
+        if (&target != resource.Get() && target.Home() == this) resources.emplace_back(&target);
+    }
     return resources;
 }
 

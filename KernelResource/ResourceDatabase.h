@@ -115,6 +115,7 @@ private:
     // What the table has then.
     RefPtr<Resource> Insert(const InternedString& name, const RefPtr<Resource>& made);
     void RecordMissing(const InternedString& name);
+    // Those of the table, and those at the end of its redirects that this database made.
     [[nodiscard]] std::vector<RefPtr<Resource>> Resources() const;
 
     const InternedString name_;

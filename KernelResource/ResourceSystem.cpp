@@ -101,7 +101,7 @@ void ResourceSystem::TakeOutOfQueue(Resource& resource) {
 void ResourceSystem::WithdrawLoad(Resource& resource) {
     if (queue_) {
         queue_->TakeOut(resource);
-        AwaitQueuedLoad(resource);
+        queue_->Await(resource);  // also when it is read, while the worker still holds it
     }
     const ResourceState state = resource.State();
     if (state != ResourceState::Loading && state != ResourceState::Loaded) return;
@@ -192,7 +192,8 @@ void ResourceSystem::Unregister(ResourceDatabase& database) {
     std::erase(databases_, &database);
     for (Resource* resource : resources_) {
         ResourceDatabase* ended = &database;
-        resource->home_.compare_exchange_strong(ended, nullptr);
+        const bool wasHome = resource->home_.compare_exchange_strong(ended, nullptr);
+        if (wasHome && resource->references_ != 0) resource->AddRef();
         ended = &database;
         resource->lastGivenBy_.compare_exchange_strong(ended, nullptr);
     }

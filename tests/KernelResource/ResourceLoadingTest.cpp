@@ -266,6 +266,18 @@ TEST_F(ResourceLoading, TheEndOfADatabaseWaitsForItsLoads) {
     EXPECT_EQ(texts.loads, 1);
 }
 
+TEST_F(ResourceLoading, NothingThatTheWorkerHasReadOutlivesItsDatabase) {
+    for (const char* name : {"plain.text", "described.text"}) {
+        SCOPED_TRACE(name);
+        OpenBase({{"plain.text", "text"}, {"described.text.txt", "Text=text"}});
+        Resource* const resource = Get(name);
+        ASSERT_TRUE(system->QueueLoad(*resource));
+        while (resource->State() != ResourceState::Loaded) std::this_thread::yield();
+        base.reset();
+        EXPECT_EQ(texts.alive, 0);
+    }
+}
+
 TEST_F(ResourceLoading, TheWorkerStopsAtOnce) {
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 20; ++i) Start("");
@@ -277,9 +289,9 @@ TEST_F(ResourceLoading, WithoutAHomeItsReferencesHoldAResource) {
     OpenNumbered(1);
     RefPtr<Resource> copy = Numbered(0).Duplicate();
     EXPECT_EQ(copy->SourceName(), Numbered(0).SourceName());
+    EXPECT_TRUE(copy->AddReference());
     base.reset();
     EXPECT_EQ(copy->Home(), nullptr);
-    EXPECT_TRUE(copy->AddReference());
     EXPECT_TRUE(copy->AddReference());
     Resource& resource = *copy;
     copy = {};
