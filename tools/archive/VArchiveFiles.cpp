@@ -161,7 +161,9 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     if (file.Open(prepared.c_str(), kCreateOrTruncate | kWritePlain) != RES_OK) {
         return kCannotOpenOutput;
     }
-    if (member.Size() != entry.size) NoteFailure();
+    if (member.Size() != entry.size) {
+        ReportProblem(std::string("not the size that is listed: ") + memberPath.c_str());
+    }
     return Copy(member, file, entry.size, [&](std::uint32_t done) {
         std::printf("\r%5uk %3.0f%%", done >> 10, done * 100.0 / entry.size);
         ShowNow();
@@ -211,7 +213,7 @@ const char* VArchive::PrintBlocks(File& file, const char* path) {
     if (file.Read(bytes.data(), kBlockHeader) != kBlockHeader ||
         file.Read(bytes.data() + kBlockHeader, kIdentifier) != kIdentifier) {
         std::printf("FileType: Unknown\n");
-        if (size >= bytes.size()) NoteFailure();
+        if (size >= bytes.size()) ReportProblem(std::string("cannot read all of ") + path);
         return nullptr;
     }
     std::printf("File Type: %4.4s  %8u bytes\n", text(0), LoadU32<4>(head));
@@ -224,7 +226,7 @@ const char* VArchive::PrintBlocks(File& file, const char* path) {
         if (file.Seek(count, SeekFrom::Current) == kFailedSeek) break;
     }
     std::printf(" - Total       - %8" PRIu64 " bytes\n", total);
-    if (file.Size() != size) NoteFailure();
+    if (file.Size() != size) ReportProblem(std::string("cannot read all of ") + path);
     return nullptr;
 }
 

@@ -1,4 +1,5 @@
-// What the archive program says of files that its command lines name and that it cannot reach.
+// What the archive program says of files that its command lines name and that it cannot reach or
+// read.
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
@@ -45,6 +46,13 @@ TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
          {"no input files found: command 'a.txt\n", "command '*\n", "\\a.txt\n"}) {
         EXPECT_THAT(said, HasSubstr(line));
     }
+}
+
+TEST_F(UnfoundFiles, AFileWhoseBlocksCannotBeReadIsNamed) {
+    folder.Write("bad", "CFIL\1\1\0\0\xFF\xFF\0\0\xFF\xFF"s + Noise(100));
+    ASSERT_EQ(Run("a x.va bad"), 0);
+    EXPECT_EQ(Run("b x.va bad"), 1);
+    EXPECT_THAT(folder.Read("said"), HasSubstr("VArchive: cannot read all of .\\bad\n"));
 }
 
 }  // namespace
