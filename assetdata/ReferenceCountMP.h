@@ -20,7 +20,11 @@ public:
 
     void AddRef() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void Release() noexcept {
-        if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) End();
+        // Nobody can take a reference while this one is the last, so it need not be counted down.
+        if (references_.load(std::memory_order_acquire) == 1 ||
+            references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            End();
+        }
     }
 
 protected:

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -123,6 +124,25 @@ void ReplaceEscapes(std::string& text) {
     }
 }
 
+// Names that came before, since most names come often. A name stays until another takes its place.
+class NameCache {
+public:
+    const InternedString& Find(std::string_view name) {
+        InternedString& slot = slots_[HashOf(name) % slots_.size()];
+        if (!slot || slot.View() != name) slot = Intern(name);
+        return slot;
+    }
+
+private:
+    static std::uint32_t HashOf(std::string_view name) {
+        std::uint32_t hash = static_cast<std::uint32_t>(name.size());
+        for (const char c : name) hash = hash * 31 + static_cast<unsigned char>(c);
+        return hash ^ hash >> 15;
+    }
+
+    std::array<InternedString, 512> slots_;
+};
+
 class Reader {
 public:
     Reader(OCSChunk& root, TStream& stream, bool utf8, TagObserver* observer)
@@ -135,7 +155,7 @@ public:
         while (ReadNext()) {
         }
         const TagPlace end = source_.Place();
-        name_ = {};
+        name_ = nullptr;
         if (open_.size() > 1) Tell(TagFault::MissingBrace, end);
         if (source_.Finish()) Tell(TagFault::ZeroByte, end);
     }
@@ -151,7 +171,7 @@ private:
             return true;
         }
         if (open_.size() == 1) {
-            name_ = {};
+            name_ = nullptr;
             Tell(TagFault::StrayBrace, place_);
             return false;
         }
@@ -186,7 +206,7 @@ private:
         const bool cut = text_.size() > kMostReadName;
         if (cut) text_.resize(kMostReadName);
         std::ranges::transform(text_, text_.begin(), AsciiToLower);
-        name_ = Intern(text_);
+        name_ = &names_.Find(text_);
         if (cut) Tell(TagFault::NameCut, place_);
     }
 
@@ -246,11 +266,11 @@ private:
         if (token.find('.') == std::string_view::npos) {
             const NumberRead<std::int32_t> read = ReadInteger(token);
             Judge(read, token);
-            return Add(kTagInteger, MakeIntegers({&read.value, 1}));
+            return AddSmall(kTagInteger, BytesOf(read.value));
         }
         const NumberRead<float> read = ReadFloat(token);
         Judge(read, token);
-        Add(kTagFloat, MakeFloats({&read.value, 1}));
+        AddSmall(kTagFloat, BytesOf(read.value));
     }
 
     void AddList() {
@@ -297,15 +317,19 @@ private:
         if (!std::ranges::equal(written, kuid.TagText(), {}, AsciiToLower, AsciiToLower)) {
             Tell(kuid.IsNull() ? TagFault::BadKUID : TagFault::KUIDNotExact, place_);
         }
-        Add(kTagKUID, MakeKUID(kuid));
+        AddSmall(kTagKUID, kuid.ToPair());
     }
 
     void Add(std::uint32_t type, OCSRawData value) {
         Append(OCSChunkRef(new TDBDataTag(type, std::move(value))));
     }
 
+    void AddSmall(std::uint32_t type, std::span<const std::byte> value) {
+        Append(OCSChunkRef(new TDBDataTag(type, value)));
+    }
+
     void Append(const OCSChunkRef& tag) {
-        open_.back()->AddChild(name_, tag);
+        open_.back()->AddChild(*name_, tag);
         if (observer_) observer_->OnTag(*tag, place_);
     }
 
@@ -315,15 +339,16 @@ private:
     }
 
     void Tell(TagFault fault, const TagPlace& place) {
-        if (observer_) observer_->OnFinding({fault, place, Printable(NameView(name_))});
+        if (observer_) observer_->OnFinding({fault, place, name_ ? Printable(name_->View()) : ""});
     }
 
     Source source_;
     bool utf8_;
     TagObserver* observer_;
     std::vector<OCSChunk*> open_;  // the containers that are read, outermost first
-    InternedString name_;          // of the entry that is read
-    TagPlace place_;               // where the entry stands
+    NameCache names_;
+    const InternedString* name_ = nullptr;  // of the entry that is read
+    TagPlace place_;                        // where the entry stands
     TagPlace valuePlace_;
     std::string text_;
 };

@@ -12,6 +12,8 @@ bool HasPrefix(std::string_view text, std::string_view lower) {
            std::ranges::equal(text.substr(0, lower.size()), lower, {}, AsciiToLower);
 }
 
+bool IsNumberByte(char c) { return (c >= '0' && c <= '9') || c == '.'; }
+
 bool BeginsKUID(std::string_view text) {
     return HasPrefix(text, "<kuid:") || HasPrefix(text, "<kuid2:");
 }
@@ -20,13 +22,13 @@ bool BeginsKUID(std::string_view text) {
 
 bool IsNumberValue(std::string_view value) {
     if (value.starts_with('-')) value.remove_prefix(1);
-    const std::size_t behind = value.find_first_not_of("0123456789.");
-    return behind == std::string_view::npos ||
-           value.find_first_not_of(" \t", behind) == std::string_view::npos;
+    const auto* const behind = std::ranges::find_if_not(value, IsNumberByte);
+    return std::all_of(behind, value.end(), IsTagBlank);
 }
 
 bool IsListValue(std::string_view value) {
-    return value.find_first_not_of("0123456789-., \t") == std::string_view::npos;
+    return std::ranges::all_of(
+        value, [](char c) { return IsNumberByte(c) || IsTagBlank(c) || c == '-' || c == ','; });
 }
 
 bool IsKUIDValue(std::string_view text) {

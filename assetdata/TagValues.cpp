@@ -16,15 +16,12 @@ std::uint32_t WordAt(std::span<const std::byte> value, std::size_t index) {
 
 template <typename Number>
 OCSRawData MakeNumbers(std::span<const Number> values) {
-    if (values.size() == 1) {
-        std::array<std::byte, 4> bytes;
-        StoreU32<0>(std::span(bytes), std::bit_cast<std::uint32_t>(values.front()));
-        return OCSRawDataCore::Make(bytes);
-    }
-    std::vector<std::byte> bytes(values.size() * 4);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        StoreU32<0>(std::span(bytes).subspan(i * 4).template first<4>(),
-                    std::bit_cast<std::uint32_t>(values[i]));
+    if (values.size() == 1) return OCSRawDataCore::Make(BytesOf(values.front()));
+    std::vector<std::byte> bytes;
+    bytes.reserve(values.size() * 4);
+    for (const Number value : values) {
+        const auto added = BytesOf(value);
+        bytes.insert(bytes.end(), added.begin(), added.end());
     }
     return OCSRawDataCore::Make(bytes);
 }
@@ -52,6 +49,16 @@ bool IsAscii(std::string_view text) {
     unsigned char bits = 0;
     for (const char c : text) bits |= static_cast<unsigned char>(c);
     return bits < 0x80;
+}
+
+std::array<std::byte, 4> BytesOf(std::int32_t value) {
+    std::array<std::byte, 4> bytes;
+    StoreU32<0>(std::span(bytes), static_cast<std::uint32_t>(value));
+    return bytes;
+}
+
+std::array<std::byte, 4> BytesOf(float value) {
+    return BytesOf(std::bit_cast<std::int32_t>(value));
 }
 
 OCSRawData MakeIntegers(std::span<const std::int32_t> values) { return MakeNumbers(values); }

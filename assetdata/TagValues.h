@@ -4,6 +4,7 @@
 // a text may lack its zero byte. Nothing here reads past the bytes it is given.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -31,6 +32,8 @@ namespace Vorn {
 
 [[nodiscard]] bool IsAscii(std::string_view text);
 
+[[nodiscard]] std::array<std::byte, 4> BytesOf(std::int32_t value);
+[[nodiscard]] std::array<std::byte, 4> BytesOf(float value);
 [[nodiscard]] OCSRawData MakeIntegers(std::span<const std::int32_t> values);
 [[nodiscard]] OCSRawData MakeFloats(std::span<const float> values);
 [[nodiscard]] OCSRawData MakeKUID(const KUID& kuid);

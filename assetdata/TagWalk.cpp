@@ -12,23 +12,21 @@ constexpr std::size_t kMostPathNames = 8;
 
 }  // namespace
 
-TagWalk::TagWalk(const OCSChunk& root) : root_(root) {
-    frames_.push_back({{}, 0, root.ChildCount()});
-}
+TagWalk::TagWalk(const OCSChunk& root) : root_(root) { frames_.push_back({{}, 0}); }
 
 bool TagWalk::Next() {
     if (tag_.child && !leaving_ && tag_.child->GetType() == kTagContainer) {
-        const std::uint32_t count = tag_.child->ChildCount();
-        frames_.push_back({std::move(tag_.child), 0, count});
+        frames_.push_back({std::move(tag_.child), 0});
     }
     Frame& frame = frames_.back();
-    leaving_ = frame.next == frame.count;
+    tag_ = ContainerOf(frame).ChildAt(frame.next);
+    leaving_ = !tag_.child;
     if (!leaving_) {
-        tag_ = ContainerOf(frame).ChildAt(frame.next++);
+        ++frame.next;
         return true;
     }
     if (frames_.size() == 1) return false;
-    tag_ = {{}, std::move(frame.container)};
+    tag_.child = std::move(frame.container);
     frames_.pop_back();
     return true;
 }

@@ -40,8 +40,7 @@ private:
     // A container that has been entered.
     struct Frame {
         OCSChunkRef container;  // null for the root
-        std::uint32_t next;
-        std::uint32_t count;
+        std::uint32_t next;     // index of the child that comes next
     };
     [[nodiscard]] const OCSChunk& ContainerOf(const Frame& frame) const {
         return frame.container ? *frame.container : root_;
