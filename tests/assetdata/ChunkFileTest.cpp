@@ -208,12 +208,17 @@ TEST(ChunkFiles, WhatTheyCannotHoldIsRefusedOrTold) {
     Findings findings;
     EXPECT_EQ(WriteChunks(*root, &findings), "");
     EXPECT_THAT(findings.Faults(), ElementsAre(TagFault::NameTooLong));
+    const OCSChunkRef large = NewTag(kTagContainer);
+    const OCSChunkRef value = Leaf(kTagRaw, std::string(1 << 26, 'x'));
+    for (int i = 0; i < 64; ++i) large->AddChild({}, value);
+    EXPECT_EQ(WriteChunks(*large, &findings), "") << "4 GiB and 384 bytes";
     FindChunkLosses(*NewTag(kTagContainer), findings);
     root->AddChild(Intern("odd"), Leaf(5, "text"));
     root->AddChild(Intern("lost"), Leaf(kTagNone, "bytes"));
     FindChunkLosses(*root, findings);
-    EXPECT_THAT(findings.Faults(), ElementsAre(TagFault::NameTooLong, TagFault::EmptyTree,
-                                               TagFault::ReadsAsOtherType, TagFault::ValuesLost));
+    EXPECT_THAT(findings.Faults(),
+                ElementsAre(TagFault::NameTooLong, TagFault::TooLarge, TagFault::EmptyTree,
+                            TagFault::ReadsAsOtherType, TagFault::ValuesLost));
 }
 
 using TagLoading = FileLayer;

@@ -233,6 +233,12 @@ TEST(MemoryStreams, BlocksGrowInStepsAndFixedOnesNotAtAll) {
     EXPECT_EQ(view.Write("x", 1), 0u);
     EXPECT_EQ(view.ReadByte(), 'f');
     EXPECT_THROW(TBufferBlock(0), NorvaneEx);
+
+    TBufferBlock huge(0x80000001);  // memory that is never touched
+    TBuffer last(huge);
+    EXPECT_EQ(last.Write("x", 1), 1u);
+    EXPECT_TRUE(last.Seek(0x80000001, SeekFrom::Start));
+    EXPECT_EQ(last.Write("x", 1), 0u) << "the next step would pass 4 GiB";
 }
 
 }  // namespace
