@@ -52,7 +52,10 @@ InternedString ArchiveIndex::KeyOf(std::string_view name) {
     return Intern(lower.data(), length);
 }
 
-void ArchiveIndex::Reserve(std::size_t count) { byKey_.reserve(count); }
+void ArchiveIndex::Reserve(std::size_t count) {
+    members_.reserve(count);
+    byKey_.reserve(count);
+}
 
 ArchiveIndex::Ordinal ArchiveIndex::Add(std::uint32_t dataOffset, std::uint32_t storedSize,
                                         const FindEntry& entry) {

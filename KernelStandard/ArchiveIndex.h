@@ -9,7 +9,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -76,7 +75,7 @@ private:
 
     void SortNewNames();
 
-    std::deque<MemberRecord> members_;
+    std::vector<MemberRecord> members_;
     std::uint32_t count_ = 0;
     std::uint64_t endOfData_ = 0;
     std::unordered_map<InternedString, SameKey, InternedHash> byKey_;

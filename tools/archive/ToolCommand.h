@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <list>
 #include <map>
 #include <string_view>
 #include <vector>
@@ -30,7 +31,7 @@ struct ToolCommand {
     String command;  // null until taken, as the target
     String target;
     std::vector<String> paths;
-    std::vector<ToolFileRecord> files;
+    std::list<ToolFileRecord> files;
     std::map<char, String> switches;
     std::map<String, String, ByteOrder> settings;
     std::vector<String> excludeNames;  // patterns without a separator
