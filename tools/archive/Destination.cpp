@@ -58,31 +58,39 @@ bool Destination::Folded::IsBelow(const Folded& folder) const {
 Destination::Destination(const std::vector<std::string>& namedFolders, std::string source)
     : named_(namedFolders.begin(), namedFolders.end()), source_(std::move(source)) {}
 
-const char* Destination::Prepare(std::string_view path, std::string& prepared) {
-    const Folded folded(path);
-    const auto below =
-        std::ranges::find_if(named_, [&](const Folded& folder) { return folded.IsBelow(folder); });
-    if (below == named_.end() || path.empty() || IsSeparator(path.back())) return kLeavesFolder;
-
-    const std::size_t length = folded.components.size();
-    const std::size_t start = below->components.size();
-    const std::string named = below->Text(start);
-    prepared = folded.Text(length);
-    if (prepared.find(':', 2) != std::string::npos) return kCannotWrite;  // a mount's name
-    if (!entered_.contains(folded.Text(length - 1))) {
-        for (std::size_t count = start; count < length; ++count) {
-            if (const char* problem = EnterFolder(named, folded.Text(count))) return problem;
-        }
-    }
-    return CheckFile(named, prepared);
+const Destination::Folded* Destination::NamedAbove(const Folded& path) const {
+    const auto above =
+        std::ranges::find_if(named_, [&](const Folded& folder) { return path.IsBelow(folder); });
+    return above == named_.end() ? nullptr : &*above;
 }
 
-const char* Destination::CheckFile(const std::string& named, const std::string& path) const {
-    using enum platform::EntryKind;
-    const platform::EntryKind kind = platform::GetEntryKind(path.c_str());
-    if (kind == Link && LeadsOut(named, path)) return kLeavesFolder;
-    const bool overSource = kind != None && platform::IsSameFile(path.c_str(), source_.c_str());
-    return overSource ? "Destination is the archive itself" : nullptr;
+const char* Destination::Prepare(std::string_view path, std::string& prepared) {
+    const std::string_view name = path.substr(path.find_last_of("/\\") + 1);
+    const Folded folded(path);
+    const Folded* above = NamedAbove(folded);
+    if (above == nullptr || name.empty() || name == "." || name == "..") return kLeavesFolder;
+
+    const std::size_t length = folded.components.size();
+    prepared = folded.Text(length);
+    if (prepared.find(':', 2) != std::string::npos) return kCannotWrite;  // a mount's name
+    if (entered_.contains(folded.Text(length - 1))) return nullptr;
+    const std::size_t start = above->components.size();
+    const std::string named = above->Text(start);
+    for (std::size_t count = start; count < length; ++count) {
+        if (const char* problem = EnterFolder(named, folded.Text(count))) return problem;
+    }
+    return nullptr;
+}
+
+const char* Destination::CheckExisting(const std::string& prepared) const {
+    const Folded* above = NamedAbove(Folded(prepared));
+    const bool link = platform::GetEntryKind(prepared.c_str()) == platform::EntryKind::Link;
+    if (above == nullptr || (link && LeadsOut(above->Text(above->components.size()), prepared))) {
+        return kLeavesFolder;
+    }
+    return platform::IsSameFile(prepared.c_str(), source_.c_str())
+               ? "Destination is the archive itself"
+               : nullptr;
 }
 
 // The folders above are entered already.

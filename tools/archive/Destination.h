@@ -20,6 +20,10 @@ public:
     // drive or mount prefix, or through a link on the way; nothing is made for it then.
     [[nodiscard]] const char* Prepare(std::string_view path, std::string& prepared);
 
+    // Whether what stands at a prepared path may be written over. Null, or why not: it is a link
+    // that leads out, or the source. A path at which nothing stands needs no such question.
+    [[nodiscard]] const char* CheckExisting(const std::string& prepared) const;
+
 private:
     // A folded path: no ".", and ".." at the front only.
     struct Folded {
@@ -33,7 +37,8 @@ private:
     };
 
     [[nodiscard]] const char* EnterFolder(const std::string& named, const std::string& folder);
-    [[nodiscard]] const char* CheckFile(const std::string& named, const std::string& path) const;
+    // The named folder that the path is below; null for none.
+    [[nodiscard]] const Folded* NamedAbove(const Folded& path) const;
     [[nodiscard]] bool LeadsOut(const std::string& named, const std::string& link) const;
 
     std::vector<Folded> named_;

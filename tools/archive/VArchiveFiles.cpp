@@ -158,8 +158,12 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     std::string prepared;
     if (!destination_) destination_.emplace(NamedFolders(command), command.target.Text());
     if (const char* problem = destination_->Prepare(path.View(), prepared)) return problem;
-    if (file.Open(prepared.c_str(), kCreateOrTruncate | kWritePlain) != RES_OK) {
-        return kCannotOpenOutput;
+    // A file that was not there needs no look at what it would replace.
+    if (file.Open(prepared.c_str(), kCreateNew | kWritePlain) != RES_OK) {
+        if (const char* problem = destination_->CheckExisting(prepared)) return problem;
+        if (file.Open(prepared.c_str(), kCreateOrTruncate | kWritePlain) != RES_OK) {
+            return kCannotOpenOutput;
+        }
     }
     if (member.Size() != entry.size) {
         ReportProblem(std::string("not the size that is listed: ") + memberPath.c_str());
