@@ -78,11 +78,12 @@ void LoadQueue::Await(Resource& resource) {
         return;
     }
     for (;;) {
-        const auto done = std::make_shared<WEvent>(true, false, nullptr);
+        std::shared_ptr<WEvent> done;
         {
             const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
             const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
             if (IndexOf(resource) >= handedOver_ && current_ != &resource) return;
+            done = std::make_shared<WEvent>(true, false, nullptr);
             waiters_.push_back({&resource, done});
         }
         [[maybe_unused]] const bool awoken = done->Wait(kWaitForever);
