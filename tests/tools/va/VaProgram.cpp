@@ -29,8 +29,9 @@ void VaProgram::Pack(const std::string& archive, const std::string& member,
                      const std::string& content) const {
     const TempFolder packed;
     packed.Write(member, content);
-    const std::string command = VA_DEMO " pack " + packed.Path() + " " + folder_.Path(archive);
-    ASSERT_EQ(std::system((command + " >" + packed.Path("said")).c_str()), 0);
+    const std::string command = "cd " + packed.Path() + " && " VARCHIVE " -k -c a " +
+                                folder_.Path(archive) + " " + member + " >/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
 }
 
 std::string VaProgram::Names() const {
