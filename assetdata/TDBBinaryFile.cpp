@@ -63,7 +63,7 @@ bool TDBBinaryFile::Read(TStream& stream, TagObserver* observer) {
         return false;
     }
     Bytes bytes = ReadBytes(stream, size);
-    if (!bytes || stream.Tell() != end) {
+    if (!bytes) {
         Tell(observer, TagFault::BodyCutShort, kChunkHeaderSize);
         return false;
     }
