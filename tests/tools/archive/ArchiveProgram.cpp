@@ -1,0 +1,77 @@
+#include "tests/tools/archive/ArchiveProgram.h"
+
+#include <sstream>
+
+namespace Vorn::Testing {
+
+std::string Quoted(const std::string& word) {
+    std::string quoted = "'";
+    for (const char c : word) quoted += c == '\'' ? "'\\''"s : std::string(1, c);
+    return quoted + "'";
+}
+
+std::size_t CountOf(std::string_view text, std::string_view whole) {
+    std::size_t count = 0;
+    for (auto at = whole.find(text); at != std::string_view::npos; at = whole.find(text, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+Files FilesIn(const fs::path& folder) {
+    const TempFolder reader;  // takes full paths
+    Files files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const std::string name = entry.path().lexically_relative(folder).string();
+        if (entry.is_symlink()) {
+            files[name] = "-> " + fs::read_symlink(entry.path()).string();
+        } else if (!entry.is_directory()) {
+            files[name] = reader.Read(entry.path().string());
+        } else if (fs::is_empty(entry.path())) {
+            files[name + "/"] = "";
+        }
+    }
+    return files;
+}
+
+Names NamesIn(const Files& files) {
+    Names names;
+    for (const auto& [name, content] : files) names.push_back(name);
+    return names;
+}
+
+Outcome ArchiveProgram::Run(const std::string& words, const std::string& before) const {
+    const int exitCode = Shell(before + " " VARCHIVE " " + words + " >" + output_.Path("out") +
+                               " 2>" + output_.Path("err"));
+    return {exitCode, output_.Read("out"), output_.Read("err")};
+}
+
+std::string ArchiveProgram::Do(const std::string& words) const {
+    const Outcome outcome = Run(words);
+    EXPECT_EQ(outcome.exitCode, 0) << words << "\n" << outcome.printed << outcome.problems;
+    EXPECT_EQ(outcome.problems, "") << words;
+    return outcome.printed;
+}
+
+void ArchiveProgram::Write(const Files& files) const {
+    for (const auto& [name, content] : files) folder.Write(name, content);
+}
+
+Files ArchiveProgram::Unpack(const std::string& archive, int exitCode) const {
+    const TempFolder unpacked;
+    const Outcome outcome = Run("-r -k e " + Quoted(folder.Path(archive)),
+                                "cd " + Quoted(unpacked.Path()) + " && exec");
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.printed << outcome.problems;
+    return FilesIn(unpacked.Path());
+}
+
+Names ArchiveProgram::List(const std::string& archive) const {
+    std::istringstream lines(Run("-r l " + archive).printed);
+    Names names;
+    for (std::string line; std::getline(lines, line) && !line.empty();) {
+        names.push_back(line.substr(line.find(" .. ") + 4));
+    }
+    return names;
+}
+
+}  // namespace Vorn::Testing

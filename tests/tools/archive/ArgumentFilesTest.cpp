@@ -1,0 +1,79 @@
+// Command lines in files.
+#include "tests/tools/archive/ArchiveProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class ArgumentFiles : public ArchiveProgram {
+protected:
+    ArgumentFiles() { Write({{"a.txt", Prose(2'000)}, {"b.txt", "b"}}); }
+};
+
+[[nodiscard]] std::string Utf16(std::string_view text) {
+    std::string units = "\xFF\xFE";
+    for (const char c : text) units += {c, '\0'};
+    return units;
+}
+
+TEST_F(ArgumentFiles, EveryLineRunsWithTheSwitchesBeforeIt) {
+    const std::string text = "a x.va a.txt\r\n-k a y.va \"b.txt\"\na x.va b.txt";
+    Write({{"narrow", text}, {"wide", Utf16(text)}, {"outer", "@narrow l x.va\n"}});
+    for (const std::string file : {"narrow", "wide", "outer"}) {
+        SCOPED_TRACE(file);
+        fs::remove("x.va");
+        fs::remove("y.va");
+        const std::string printed = Do("-c @" + file + " -v l x.va");
+        EXPECT_EQ(CountOf("Processed 1 files.", printed), 3U);
+        EXPECT_EQ(CountOf("Processed 2 files.", printed), file == "outer" ? 2U : 1U);
+        EXPECT_EQ(List("x.va"), (Names{".\\a.txt", ".\\b.txt"}));
+        EXPECT_NE(folder.Read("x.va").find("CFIL"), std::string::npos);
+        EXPECT_EQ(NamesIn(Unpack("y.va")), Names{"b.txt"});
+    }
+}
+
+TEST_F(ArgumentFiles, LinesGoOnAfterOnesThatFailedAndUsageIsShownOnce) {
+    Write({{"lines", "\nl\nq x.va a.txt\na x.va none\n@missing a x.va a.txt\na x.va b.txt\n"}});
+    const Outcome outcome = Run("@lines");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(CountOf("Usage:", outcome.printed), 1U);
+    EXPECT_EQ(CountOf("- Warning, can't open argument file [missing]\n", outcome.printed), 1U);
+    EXPECT_EQ(CountOf("command 'a x.va none\n'\n", outcome.printed), 1U);
+    EXPECT_EQ(NamesIn(Unpack("x.va")), (Names{"a.txt", "b.txt"}));
+}
+
+TEST_F(ArgumentFiles, AFileThatNamesItselfEndsWithAWarning) {
+    const std::string adds = "a x.va a.txt\n";
+    Write({{"self", "@self l x.va\n" + adds},
+           {"d/one", "@two l x.va\n"},
+           {"two", "@three\n"},
+           {"three", "@./d/../d/one l x.va\n" + adds}});
+    fs::create_symlink("self", "link");
+    const Table<std::string, std::string> rows = {
+        {"@self l x.va", "self"}, {"@link l x.va", "self"}, {"@d/one l x.va", "./d/../d/one"}};
+    for (const auto& [words, name] : rows) {
+        SCOPED_TRACE(words);
+        fs::remove("x.va");
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(CountOf("- Warning, can't open argument file ", outcome.printed), 1U);
+        EXPECT_THAT(outcome.printed, HasSubstr("can't open argument file [" + name + "]\n"));
+        EXPECT_EQ(List("x.va"), Names{".\\a.txt"});
+    }
+}
+
+TEST_F(ArgumentFiles, PrefixesStayForLaterLinesAndLongLinesAreReported) {
+    const std::string blanks(1'022 - 13, ' ');
+    Write({{"lines", "a x.va *.txt\n-n e x.va a.txt\ne x.va b.txt\n"},
+           {"fits", "l " + blanks + "x.va a.txt\n"},
+           {"long", "l " + blanks + "x.va a.txt b.txt\n"}});
+    Do("@lines l x.va");
+    EXPECT_EQ(folder.Read("x/a.txt"), Prose(2'000));
+    EXPECT_EQ(folder.Read("x/b.txt"), "b");
+    Do("@fits l x.va");
+    const Outcome outcome = Run("@long l x.va");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.problems, HasSubstr("a line of long is too long and was cut\n"));
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
