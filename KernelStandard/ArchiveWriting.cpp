@@ -34,11 +34,16 @@ void FileSubArchive::SetProgressHook(ProgressHook hook) { progressHook = hook; }
 
 FileSubArchive::~FileSubArchive() { (void)Complete(); }
 
-void FileSubArchive::CreateArchive() {
-    using namespace platform;
+void FileSubArchive::BeginArchive() {
     header_.magic = kArchiveMagic;
     header_.version = kArchiveVersion102;
     headerInPlace_ = true;
+    indexValid_ = true;
+}
+
+void FileSubArchive::CreateArchive() {
+    using namespace platform;
+    BeginArchive();
     const bool created =
         handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
     if (!created || !WriteAt(0, EncodePreamble(header_))) {
@@ -47,7 +52,6 @@ void FileSubArchive::CreateArchive() {
         throw FileEx("KernelStandard/FileSubArchive", __LINE__,
                      "Substitute() Open new archive failed");
     }
-    indexValid_ = true;
     indexDirty_ = true;
 }
 
@@ -108,7 +112,11 @@ bool FileSubArchive::AddMember(const File& file, const platform::FileHandle& con
     LearnAllMembers();
     const auto replaced = LookUpOrdinal(file.Name());
 
-    const std::int64_t length = handle_.Length();
+    std::int64_t length = handle_.Length();
+    if (length == 0) {
+        if (!WriteAt(0, EncodePreamble(header_))) return false;
+        length = kArchivePreambleSize;
+    }
     const auto offset = WriteOffset(length);
     if (!offset) return false;
     // Behind the member goes the index.
@@ -147,13 +155,16 @@ bool FileSubArchive::TakeOver(const MemberWriter& writer, const FindEntry& entry
 std::optional<std::uint64_t> FileSubArchive::WriteOffset(std::int64_t length) {
     if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return std::nullopt;
     if (!indexValid_) {
-        // A reader would take what is appended for the records that are missing.
-        if (indexCut_ && !WriteAt(0, EncodePreamble(header_))) return std::nullopt;
-        indexCut_ = false;
-        return SealEnd(static_cast<std::uint32_t>(length));
+        return LeaveIndex() ? SealEnd(static_cast<std::uint32_t>(length)) : std::nullopt;
     }
     const bool overIndex = header_.indexOffset != 0 && index_.EndOfData() <= header_.indexOffset;
     return overIndex ? header_.indexOffset : static_cast<std::uint64_t>(length);
+}
+
+// Another reader may find the index whole, or take what is appended for its records.
+bool FileSubArchive::LeaveIndex() {
+    if (indexLeft_) indexLeft_ = !WriteAt(0, EncodePreamble(header_));
+    return !indexLeft_;
 }
 
 std::optional<std::uint64_t> FileSubArchive::SealEnd(std::uint32_t size) {
@@ -190,6 +201,7 @@ bool FileSubArchive::Delete(const char* name) {
 bool FileSubArchive::DeleteMember(Ordinal ordinal) {
     const std::uint32_t dataOffset = index_[ordinal].dataOffset;
     std::array<std::byte, 4> mark{};
+    if (!LeaveIndex()) return false;
     // An index that points elsewhere must not make us write there.
     if (dataOffset < kMemberPrefixSize || !ReadExactly(dataOffset - kMemberPrefixSize, mark) ||
         !MarkEquals(mark, kMemberChunk) ||

@@ -42,6 +42,7 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
 void FileSubArchive::ReadArchive() {
     std::array<std::byte, 4> mark{};
     const std::int64_t got = handle_.ReadAt(0, mark);
+    if (got == 0 && !readOnly_) return BeginArchive();
     if (got >= 0 && static_cast<std::size_t>(got) < mark.size()) return;  // open without a header
     if (got < 0 || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
     if (!header_.IsValid()) return CloseArchive();
@@ -74,10 +75,10 @@ bool FileSubArchive::ReadHeader() {
 
 bool FileSubArchive::LoadIndex() {
     if (header_.indexOffset == 0 || header_.memberCount == 0) return false;
+    indexLeft_ = true;
     std::array<std::byte, kChunkHeaderSize> chunk{};
     if (!ReadExactly(header_.indexOffset, chunk)) return false;
     if (!DecodeChunkHeader(chunk).Is(kIndexChunk)) return false;
-    indexCut_ = true;
 
     const std::int64_t length = handle_.Length();
     std::uint64_t offset = std::uint64_t{header_.indexOffset} + kChunkHeaderSize;
@@ -102,7 +103,7 @@ bool FileSubArchive::LoadIndex() {
         offset += bytes.size();
         left -= wanted;
     }
-    indexCut_ = false;
+    indexLeft_ = false;
     return true;
 }
 

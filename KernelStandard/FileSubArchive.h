@@ -8,9 +8,11 @@
 // chunks of the file.
 //
 // Decided here, where the format leaves it open:
-// - A file shorter than 4 bytes, and one of format version 0x101, refuse new members: what was
-//   written could not be read back. One whose header is longer than ours, or not at the front,
-//   refuses every change: writing our header would spoil it.
+// - An empty file becomes an archive when its first member is added: a process that was killed
+// while
+//   it created one left it. Other files shorter than 4 bytes, and those of format version 0x101,
+//   refuse new members: what was written could not be read back. One whose header is longer than
+//   ours, or not at the front, refuses every change: writing our header would spoil it.
 // - A member that cannot be written whole (a full disk, more than 4 GiB) is not added, the member
 //   of that name that it would have replaced stays, and File::Close says so.
 // - A member is always written anew: appending to one that exists, changing it and opening it for
@@ -107,6 +109,8 @@ private:
 
     // Mounting.
     void CreateArchive() VORN_REQUIRES(lock_);
+    // Makes this the archive without members that nothing is written of so far.
+    void BeginArchive() VORN_REQUIRES(lock_);
     void ReadArchive() VORN_REQUIRES(lock_);
     [[nodiscard]] bool ReadHeader() VORN_REQUIRES(lock_);
     [[nodiscard]] bool LoadIndex() VORN_REQUIRES(lock_);
@@ -144,6 +148,8 @@ private:
     // found again.
     [[nodiscard]] std::optional<std::uint64_t> WriteOffset(std::int64_t length)
         VORN_REQUIRES(lock_);
+    // Makes the header name no index, if it names one that is not used.
+    [[nodiscard]] bool LeaveIndex() VORN_REQUIRES(lock_);
     // Where a walk over the chunks of a file of `size` bytes ends. What it cannot pass (a member
     // that was never finished, the rest of an index) becomes a deleted chunk. Nothing when the file
     // lacks bytes of its last member.
@@ -161,7 +167,7 @@ private:
     ArchiveHeader header_;
     bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
-    bool indexCut_ VORN_GUARDED_BY(lock_) = false;    // the file's header names one that is short
+    bool indexLeft_ VORN_GUARDED_BY(lock_) = false;  // the file's header names one that is not used
     bool wasFull_ = false;
     std::vector<std::byte> writeBuffer_ VORN_GUARDED_BY(lock_);
     platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member

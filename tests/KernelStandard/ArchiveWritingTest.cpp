@@ -126,6 +126,15 @@ TEST_F(ArchiveWriting, AMemberIsOnlyEverWrittenAnew) {
     EXPECT_THAT(NamesOf("*.T????????"), IsEmpty());
 }
 
+TEST_F(ArchiveWriting, AnEmptyFileBecomesAnArchiveWithItsFirstMember) {
+    MountBytes("", true);
+    EXPECT_EQ(Contents("arc:a"), std::nullopt);
+    EXPECT_EQ(CloseAndRead(), "");
+    MountWritable();
+    ASSERT_TRUE(Store("arc:a", "1"));
+    EXPECT_EQ(CloseAndRead().size(), RawArchive({{"a", "1"}}).size());
+}
+
 TEST_F(ArchiveWriting, SomeFilesRefuseNewMembers) {
     std::string old = RawArchive({{"a", "1"}});
     Put32(old, kVersionAt, 0x101);
