@@ -132,13 +132,15 @@ bool File::Find::SearchBackend(FileSub& backend) {
 void File::Find::SearchDirectory(const std::string& folder) {
     listing_.clear();
     nextListed_ = 0;
-    (void)platform::ListDirectory(folder.c_str(), [this](const platform::DirectoryEntry& entry) {
+    const auto take = [this](const platform::DirectoryEntry& entry) {
         // A longer name fits no path of the kernel.
         if (entry.name.size() < kMaxPath && MatchWildcards(entry.name, pattern_)) {
             listing_.push_back(entry);
         }
         return true;
-    });
+    };
+    // A part of a directory is none of it: nobody could tell what is missing.
+    if (!platform::ListDirectory(folder.c_str(), take)) listing_.clear();
 }
 
 bool File::Find::NextInDirectory() {

@@ -78,7 +78,7 @@ struct DirectoryEntry {
 };
 
 // Calls `visit` for every entry of `path`, "." and ".." included, in byte order of the names,
-// until it returns false. False when the directory cannot be read.
+// until it returns false. False when the directory or the status of an entry cannot be read.
 [[nodiscard]] bool ListDirectory(const char* path,
                                  const std::function<bool(const DirectoryEntry&)>& visit);
 

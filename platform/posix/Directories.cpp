@@ -60,7 +60,7 @@ std::optional<std::vector<std::string>> SortedNames(DIR* directory) {
     return names;
 }
 
-// False when the entry has gone since its name was read.
+// False when the entry has gone since its name was read (ENOENT), or cannot be looked at.
 bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
     struct stat status {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -207,8 +207,12 @@ bool ListDirectory(const char* path, const std::function<bool(const DirectoryEnt
     }
     for (const std::string& name : *names) {
         DirectoryEntry entry;
-        if (ReadEntry(dirfd(directory.get()), name, entry) && !visit(entry)) {
-            break;
+        if (ReadEntry(dirfd(directory.get()), name, entry)) {
+            if (!visit(entry)) {
+                break;
+            }
+        } else if (errno != ENOENT) {
+            return false;
         }
     }
     return true;
