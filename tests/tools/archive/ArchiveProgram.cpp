@@ -26,7 +26,7 @@ Files FilesIn(const fs::path& folder) {
         if (entry.is_symlink()) {
             files[name] = "-> " + fs::read_symlink(entry.path()).string();
         } else if (!entry.is_directory()) {
-            files[name] = reader.Read(entry.path().string());
+            files[name] = reader.Read(fs::absolute(entry.path()).string());
         } else if (fs::is_empty(entry.path())) {
             files[name + "/"] = "";
         }

@@ -1,0 +1,132 @@
+// Archives whose member names lead out of the folder in which they are unpacked.
+#include "tests/KernelStandard/FileLayer.h"
+#include "tests/tools/archive/ArchiveProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class SafeExtraction : public ArchiveProgram {
+protected:
+    SafeExtraction() {
+        Write({{"away/kept", "kept"}, {"kept", "kept"}, {"work/here/kept", "kept"}});
+        fs::create_directory("away/empty");
+        fs::create_directory_symlink("../away", "work/out");
+        fs::create_directory_symlink(folder.Path("away"), "work/full");
+        fs::create_directory_symlink("../../away", "work/here/up");
+        fs::create_symlink("../away/kept", "work/file");
+        fs::create_symlink("../away/unborn", "work/dangling");
+        outside_ = Outside();
+    }
+
+    // All but the folder of the work.
+    [[nodiscard]] static Files Outside() {
+        Files files = FilesIn(".");
+        std::erase_if(files, [](const auto& file) { return file.first.starts_with("work/"); });
+        return files;
+    }
+    [[nodiscard]] Outcome RunAtWork(const std::string& words) const {
+        return Run(words, "cd work && exec");
+    }
+
+    Files outside_;
+};
+
+TEST_F(SafeExtraction, NothingOutsideChanges) {
+    const std::string root = folder.Path();
+    const Names names = {"../kept",
+                         "../new",
+                         "../away/kept",
+                         "../away/new",
+                         "../fresh/new",
+                         "..\\kept",
+                         "..\\away\\new",
+                         "./../kept",
+                         ".\\..\\new",
+                         "here/../../kept",
+                         "here\\..\\..\\new",
+                         "here/./../../new",
+                         "here/none/../../../new",
+                         "none/../../new",
+                         "../../new",
+                         "../work/../new",
+                         "..//new",
+                         "../",
+                         "here/../../away/kept",
+                         "..\\../kept",
+                         root + "/kept",
+                         root + "/new",
+                         root + "/away/kept",
+                         root + "/fresh/new",
+                         "/" + root + "/new",
+                         "//" + root + "/kept",
+                         "\\" + root.substr(1) + "/new",
+                         "C:\\new",
+                         "C:/new",
+                         "C:new",
+                         "c:..\\kept",
+                         "C:" + root + "/new",
+                         "out/kept",
+                         "out/new",
+                         "out/fresh/new",
+                         "full/kept",
+                         "out\\new",
+                         "here/up/new",
+                         "file",
+                         "dangling"};
+    ASSERT_EQ(names.size(), 40U);
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        folder.Write("work/x.va", RawArchive({{name, "evil"}, {"good", "good"}}));
+        const std::string path = Quoted(name);
+        for (const std::string command : {"e", "-k e", "-n e", "-k -pnew e"}) {
+            (void)RunAtWork(command + " x.va " + path);
+            EXPECT_TRUE(Outside() == outside_) << command;
+        }
+        const Outcome all = RunAtWork("-r -k e x.va");
+        EXPECT_EQ(CountOf("Error, ", all.printed), all.exitCode == 0 ? 0U : 1U) << all.printed;
+        EXPECT_EQ(folder.Read("work/good"), "good");
+        for (const std::string command : {"l", "b", "-k a"}) {
+            (void)RunAtWork(command + " x.va " + path);
+        }
+        EXPECT_TRUE(Outside() == outside_);
+    }
+}
+
+TEST_F(SafeExtraction, WhatLeadsOutIsAnErrorAndTheOthersGoOn) {
+    for (const std::string name :
+         {"out/new", "here/up/new", "full/fresh/new", "file", "dangling"}) {
+        SCOPED_TRACE(name);
+        folder.Write("work/x.va", RawArchive({{"a", "first"}, {name, "evil"}, {"z", "last"}}));
+        const Outcome outcome = RunAtWork("-r -k e x.va");
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.printed, HasSubstr(name + "Error, Destination leaves the folder!\n"));
+        EXPECT_EQ(folder.Read("work/a") + folder.Read("work/z"), "firstlast");
+        EXPECT_TRUE(Outside() == outside_);
+        fs::remove("work/a");
+        fs::remove("work/z");
+    }
+}
+
+TEST_F(SafeExtraction, LinksThatStayInsideAreFollowedAndANamedFolderMayBeAnywhere) {
+    fs::create_directory_symlink("here", "work/inner");
+    folder.Write("work/x.va", RawArchive({{"inner/new", "1"}, {"here/../folded", "2"}}));
+    EXPECT_EQ(RunAtWork("-k e x.va inner/new").exitCode, 0);
+    EXPECT_EQ(folder.Read("work/here/new"), "1");
+    EXPECT_EQ(RunAtWork("-p../away/ e x.va inner/new").exitCode, 0);
+    EXPECT_EQ(Outside().size(), outside_.size() + 1);
+}
+
+TEST_F(SafeExtraction, TheArchiveItselfIsNeitherAddedNorOverwritten) {
+    Write({{"work/a.txt", "a"}});
+    for (const std::string words : {"a x.va a.txt x.va", "a x.va ./x.va", "a x.va a.txt"}) {
+        (void)RunAtWork(words);
+    }
+    EXPECT_EQ(NamesIn(Unpack("work/x.va")), Names{"a.txt"});
+    folder.Write("work/x.va", RawArchive({{"x.va", "evil"}}));
+    const std::string before = folder.Read("work/x.va");
+    EXPECT_EQ(RunAtWork("e x.va").exitCode, 1);
+    EXPECT_EQ(folder.Read("work/x.va"), before);
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
