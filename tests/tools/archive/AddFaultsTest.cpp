@@ -1,0 +1,144 @@
+// Adding and extracting while the system fails, or kills the program.
+#include "tests/tools/archive/ArchiveProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class Faults : public ArchiveProgram {
+protected:
+    void SetUp() override {
+        // A sanitizer makes system calls of its own, and ends the program with 0 when one fails.
+        if (VORN_SANITIZED) GTEST_SKIP() << "for builds without a sanitizer";
+        if (Shell("strace -o /dev/null true 2>/dev/null") != 0) {
+            GTEST_SKIP() << "tracing is not permitted";
+        }
+        Write({{"before/a", "old a"}, {"before/b", Prose(20'000)}, {"before/c", Noise(9'000)}});
+        Write({{"after/b", Noise(150'000, 2)}, {"after/d", Prose(5'000)}, {"after/e", ""}});
+        Do("-c a begun.va before/a before/b before/c");
+    }
+
+    // The folder's archive before and after, and what each of its members may be in between.
+    [[nodiscard]] Files Before() const { return FilesIn("before"); }
+    [[nodiscard]] Files After() const {
+        Files files = FilesIn("after");
+        files.merge(Before());
+        return files;
+    }
+
+    // Runs `words` once for each of its system calls of the set `calls`, which goes wrong; with
+    // `andAfter` those behind it too. How often that was, and how often the exit code was not 0.
+    template <typename Check>
+    std::pair<int, int> ForEachFault(const std::string& words, const std::string& calls,
+                                     const std::string& fault, const Check& check,
+                                     const std::string& andAfter = {}) {
+        int failed = 0;
+        for (int nth = 1;; ++nth) {
+            SCOPED_TRACE(calls + fault + " " + std::to_string(nth));
+            fs::remove("x.va");
+            fs::remove_all("to");
+            fs::create_directory("to");
+            fs::copy("begun.va", "x.va");
+            const Outcome outcome =
+                Run(words, "strace -o trace -e trace='" + calls + "' -e inject='" + calls + "'" +
+                               fault + ":when=" + std::to_string(nth) + andAfter);
+            const std::string trace = folder.Read("trace");
+            const bool met = CountOf("(INJECTED)", trace) + CountOf("SIGKILL", trace) > 0;
+            check(outcome.exitCode);
+            if (!met) {
+                EXPECT_EQ(outcome.exitCode, 0);
+                return {nth - 1, failed};
+            }
+            failed += outcome.exitCode == 0 ? 0 : 1;
+        }
+    }
+
+    // Whatever happened, each member is whole: as it was before or as it should become.
+    // A source that could not be read to its end may have become a member of what was read.
+    void ExpectWholeMembers(int exitCode, bool sourceWasCut = false) const {
+        const Files before = Before();
+        const Files after = After();
+        const Files members = Unpack("x.va");
+        EXPECT_TRUE(exitCode != 0 || members == after) << testing::PrintToString(NamesIn(members));
+        for (const auto& [name, content] : before) {
+            EXPECT_TRUE(members.contains(name)) << name << " is lost";
+        }
+        for (const auto& [name, content] : members) {
+            const auto old = before.find(name);
+            const bool isOld = old != before.end() && old->second == content;
+            const std::string& now = after.at(name);
+            EXPECT_TRUE(isOld || now == content || (sourceWasCut && now.starts_with(content)))
+                << name << " is not whole";
+        }
+    }
+};
+
+TEST_F(Faults, AddingIsKilledAtEachCall) {
+    for (const std::string calls : {"write,pwrite64", "ftruncate"}) {
+        const auto [met, failed] =
+            ForEachFault("-c a x.va after/b after/d after/e", calls, ":signal=KILL", [&](int code) {
+                ExpectWholeMembers(code);
+                Do("-c a x.va after/b after/d after/e");  // what is left can be added to
+                EXPECT_TRUE(Unpack("x.va") == After());
+            });
+        EXPECT_EQ(failed, met) << calls;
+        EXPECT_GE(met, calls == "ftruncate" ? 1 : 8) << calls;
+    }
+}
+
+TEST_F(Faults, AddingWithAFailedCallIsNeverASuccessWithAWrongResult) {
+    const Table<std::string, std::string, std::string, int> rows = {
+        {"write,pwrite64", ":error=ENOSPC", "", 8},
+        {"write,pwrite64", ":error=ENOSPC", "+", 8},
+        {"openat,/^rename", ":error=EACCES", "", 5},
+        {"openat,/^rename", ":error=EACCES", "+", 20},
+        {"read,pread64", ":error=EIO", "", 5},
+        {"ftruncate", ":error=EIO", "", 1},
+        {"/^(fstat|newfstatat|statx)$", ":error=EIO", "", 1},
+    };
+    for (const auto& [calls, fault, andAfter, least] : rows) {
+        const bool reads = calls == "read,pread64";
+        const auto [met, failed] = ForEachFault(
+            "-c a x.va after/b after/d after/e", calls, fault,
+            [&](int code) { ExpectWholeMembers(code, reads); }, andAfter);
+        EXPECT_GE(failed, least) << calls << " of " << met;
+    }
+}
+
+TEST_F(Faults, ExtractingWithAFailedCallIsNeverASuccessWithAWrongResult) {
+    const Table<std::string, std::string, std::string, int> rows = {
+        {"write,pwrite64", ":error=ENOSPC", "", 3},
+        {"openat,/^rename", ":error=EACCES", "+", 20},
+        {"read,pread64", ":error=EIO", "", 5},
+        {"/^mkdir", ":error=EACCES", "", 1},
+    };
+    for (const auto& [calls, fault, andAfter, least] : rows) {
+        const std::string archive = folder.Read("begun.va");
+        const auto [met, failed] = ForEachFault(
+            "-pto/x e x.va a b c", calls, fault,
+            [&](int code) {
+                EXPECT_TRUE(code != 0 || FilesIn("to/x/to/x") == Before());
+                EXPECT_TRUE(folder.Read("x.va") == archive);
+            },
+            andAfter);
+        EXPECT_GE(failed, least) << calls << " of " << met;
+    }
+}
+
+TEST_F(Faults, AFileSizeLimitIsNeverASuccessWithAWrongResult) {
+    int failed = 0;
+    for (int blocks = 30; blocks <= 360; blocks += 30) {  // of 512 bytes
+        SCOPED_TRACE(blocks);
+        fs::remove("x.va");
+        fs::copy("begun.va", "x.va");
+        const int code = Run("a x.va after/b after/d after/e",
+                             "sh -c 'ulimit -f " + std::to_string(blocks) + "; exec \"$@\"' sh")
+                             .exitCode;
+        ExpectWholeMembers(code);
+        failed += code == 0 ? 0 : 1;
+    }
+    EXPECT_GE(failed, 8);
+    EXPECT_LT(failed, 12);
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
