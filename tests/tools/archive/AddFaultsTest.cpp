@@ -4,6 +4,8 @@
 namespace Vorn::Testing {
 namespace {
 
+const std::set<std::string> kFiles = {"after", "before", "begun.va", "x.va", "to", "trace"};
+
 class Faults : public ArchiveProgram {
 protected:
     void SetUp() override {
@@ -44,6 +46,9 @@ protected:
             const std::string trace = folder.Read("trace");
             const bool met = CountOf("(INJECTED)", trace) + CountOf("SIGKILL", trace) > 0;
             check(outcome.exitCode);
+            for (const auto& entry : fs::directory_iterator(".")) {
+                EXPECT_TRUE(kFiles.contains(entry.path().filename().string())) << entry.path();
+            }
             if (!met) {
                 EXPECT_EQ(outcome.exitCode, 0);
                 return {nth - 1, failed};
@@ -92,6 +97,7 @@ TEST_F(Faults, AddingWithAFailedCallIsNeverASuccessWithAWrongResult) {
         {"openat,/^rename", ":error=EACCES", "", 5},
         {"openat,/^rename", ":error=EACCES", "+", 20},
         {"read,pread64", ":error=EIO", "", 5},
+        {"read,pread64", ":retval=0", "", 5},  // a source that shrinks
         {"ftruncate", ":error=EIO", "", 1},
         {"/^(fstat|newfstatat|statx)$", ":error=EIO", "", 1},
     };
