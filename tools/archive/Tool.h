@@ -17,6 +17,7 @@
 // - Of names in one folder that differ in letter case only, the first in byte order is taken; the
 //   others are reported.
 // - A line without a target finds no members.
+// - Folders named "." and ".." in an archive are not searched, as on disk, and reported.
 //
 // A FileEx that mounting the target raises reaches the caller of Run. One thread.
 #pragma once
@@ -80,6 +81,8 @@ private:
     void BuildFileList(ToolCommand& command);
     void SearchPath(ToolCommand& command, const String& path);
     void SearchFiles(ToolCommand& command, const std::string& folder, const std::string& wildcards,
+                     const std::string& base);
+    void SearchChild(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);
     void SearchBelow(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);

@@ -85,6 +85,16 @@ void Tool::SearchFiles(ToolCommand& command, const std::string& folder,
     if (!command.searchTarget) searchedFolders_.pop_back();
 }
 
+void Tool::SearchChild(ToolCommand& command, const std::string& folder,
+                       const std::string& wildcards, const std::string& base) {
+    const std::string_view name = FileNamePart(folder.c_str());
+    if (name != "." && name != "..") {
+        SearchFiles(command, folder, wildcards, base);
+    } else if (command.searchTarget) {  // on disk every folder has the two
+        ReportProblem("cannot read the folder " + folder);
+    }
+}
+
 bool Tool::EnterFolder(const ToolCommand& command, const std::string& folder) {
     if (command.searchTarget) return true;
     platform::FileIdentity identity;
@@ -112,15 +122,15 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
     File::Find find;
     bool found =
         command.searchTarget ? find.Open(pattern.c_str(), searchMount) : find.Open(pattern.c_str());
-    // A folder on disk has at least itself to show.
-    if (!found && !command.searchTarget) ReportProblem("cannot read the folder " + folder);
+    // A folder on disk has at least itself to show, and one of an archive what it was found by.
+    if (!found && (!command.searchTarget || folder != base)) {
+        ReportProblem("cannot read the folder " + folder);
+    }
     for (; found; found = find.Next()) {
         const FindEntry& entry = find.Entry();
         const std::string_view name = entry.Name();
         if ((entry.attributes & kEntryDirectory) != 0) {
-            if (command.recursive && name != "." && name != "..") {
-                SearchFiles(command, ChildFolder(folder, name), wildcards, base);
-            }
+            if (command.recursive) SearchChild(command, ChildFolder(folder, name), wildcards, base);
         } else if (isMeant(name)) {
             if (!prefix) prefix = DestinationPrefix(command, folder, base);
             command.files.push_back({entry, FolderText(folder), *prefix});

@@ -83,7 +83,9 @@ TEST_F(SafeExtraction, NothingOutsideChanges) {
             EXPECT_TRUE(Outside() == outside_) << command;
         }
         const Outcome all = RunAtWork("-r -k e x.va");
-        EXPECT_EQ(CountOf("Error, ", all.printed), all.exitCode == 0 ? 0U : 1U) << all.printed;
+        EXPECT_EQ(CountOf("Error, ", all.printed) + CountOf("cannot read", all.problems), 1U)
+            << all.printed;
+        EXPECT_EQ(all.exitCode, 1) << "nothing is left out without a word";
         EXPECT_EQ(folder.Read("work/good"), "good");
         for (const std::string command : {"l", "b", "-k a"}) {
             (void)RunAtWork(command + " x.va " + path);
