@@ -1,5 +1,7 @@
 #include "converter/PatchLists.h"
 
+#include "converter/MD5.h"
+#include "tests/KernelStandard/FileLayer.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
@@ -38,6 +40,19 @@ TEST(PatchLists, RecordsAreWrittenInByteOrderOfTheirNames) {
     members[Intern("B")] = Intern("4");
     EXPECT_EQ(FormatList(members), "B\n4\na.txt\n1\n3\nb\n2\n");
     EXPECT_EQ(FormatList({}), "");
+}
+
+TEST(PatchLists, ThePageShowsWhatIsWritten) {
+    const auto digest = [](std::string_view content) {
+        MD5 md5;
+        md5.update(content.data(), content.size());
+        md5.finalize();
+        return std::string(md5.hex_digest().get());
+    };
+    MemberMap members;
+    members[Intern("textures/wall.tga")] = Intern(digest("old") + "\n" + digest("new"));
+    members[Intern("a.txt")] = Intern(digest("a") + "\n" + digest("b"));
+    EXPECT_EQ(FormatList(members), ExampleOf("patch.md"));
 }
 
 TEST(PatchLists, FirstDigestEndsAtItsLine) {
