@@ -27,13 +27,13 @@
 #include <string>
 #include <vector>
 
-#include "KernelStandard/File.h"
 #include "kernel/services/KernelOptions.h"
 #include "platform/Directories.h"
 #include "tools/archive/ToolCommand.h"
 
 namespace Vorn {
 
+class ArgumentFile;
 class ResourceSystem;
 
 class Tool {
@@ -74,7 +74,7 @@ private:
     [[nodiscard]] bool ProcessCommandLine(ToolCommand& command, const char* line);
     [[nodiscard]] bool ParseCommandLine(ToolCommand& command, const char* line);
     [[nodiscard]] bool ProcessArgumentFile(ToolCommand& command, const char* fileName);
-    [[nodiscard]] bool RunLines(ToolCommand& command, File& file, const char* fileName);
+    [[nodiscard]] bool RunLines(ToolCommand& command, ArgumentFile& file, const char* fileName);
     [[nodiscard]] bool MayNest(const char* fileName) const;
     void RequestUsage();
 

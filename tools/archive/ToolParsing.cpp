@@ -1,12 +1,10 @@
 // Taking a command line apart, and running the lines of argument files.
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
 
-#include "KernelStandard/File.h"
-#include "kernel/Exceptions.h"
+#include "tools/archive/ArgumentFile.h"
 #include "tools/archive/SplitQuoted.h"
 #include "tools/archive/Tool.h"
 
@@ -14,19 +12,11 @@ namespace Vorn {
 namespace {
 
 constexpr std::size_t kMostNestedFiles = 64;
-constexpr std::size_t kLineBuffer = 1024;
 
 // What File::Open makes of a path when nothing is mounted: a prefix is dropped.
 [[nodiscard]] const char* PlainPath(const char* path) {
     const char* colon = std::strchr(path, ':');
     return colon == nullptr || colon - path < 2 ? path : colon + 1;
-}
-
-[[nodiscard]] bool OpenArgumentFile(File& file, const char* fileName) try {
-    // A file without a size, one of 4 GiB, is none.
-    return file.Open(fileName, kReadDetect) == RES_OK && file.Size() <= kMaxArchiveSize;
-} catch (const FileEx&) {
-    return false;
 }
 
 }  // namespace
@@ -59,14 +49,14 @@ bool Tool::ParseCommandLine(ToolCommand& command, const char* line) {
 }
 
 bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
-    File file;
-    if (!MayNest(fileName) || !OpenArgumentFile(file, fileName)) {
+    const auto file = std::make_unique<ArgumentFile>();  // many may be nested
+    if (!MayNest(fileName) || !file->Open(fileName)) {
         std::printf("- Warning, can't open argument file [%s]\n", fileName);
         NoteFailure();
         return true;
     }
     argumentFiles_.emplace_back(PlainPath(fileName));
-    const bool result = RunLines(command, file, fileName);
+    const bool result = RunLines(command, *file, fileName);
     argumentFiles_.pop_back();
     return result;
 }
@@ -78,28 +68,20 @@ bool Tool::MayNest(const char* fileName) const {
            });
 }
 
-bool Tool::RunLines(ToolCommand& command, File& file, const char* fileName) {
+bool Tool::RunLines(ToolCommand& command, ArgumentFile& file, const char* fileName) {
     const ToolCommand kept = command;
-    const auto line = std::make_unique<std::array<char, kLineBuffer>>();
-    const std::uint32_t size = file.Size();
-    file.DetectTextEncoding();
-    const std::uint32_t unit = file.TextMode() == kTextUtf16 ? 2 : 1;
     bool result = true;
-    for (;;) {
-        const std::uint32_t start = file.Tell();
-        const std::uint32_t stored = file.ReadLine(line->data(), kLineBuffer);
-        if (stored == 0) break;
-        if (file.Tell() - start > stored * unit) {
+    while (const char* line = file.NextLine()) {
+        if (file.LineWasCut()) {
             ReportProblem(std::string("a line of ") + fileName + " is too long and was cut");
         }
         command = kept;
         command.tokens.clear();
         command.command.Clear();
         command.target.Clear();
-        result = ProcessCommandLine(command, line->data()) && result;
+        result = ProcessCommandLine(command, line) && result;
     }
-    // A file that cannot be read seems to end, and to be empty.
-    if (file.Size() != size) ReportProblem(std::string("cannot read all of ") + fileName);
+    if (!file.WasReadWhole()) ReportProblem(std::string("cannot read all of ") + fileName);
     command = kept;
     return result;
 }

@@ -1,0 +1,33 @@
+// The lines of an argument file, each a command line: 8-bit text, or UTF-16 with a byte-order mark,
+// of which lines come in the ANSI code page. A compressed file is read as its content.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "KernelStandard/File.h"
+
+namespace Vorn {
+
+class ArgumentFile {
+public:
+    // False for a file that cannot be read, and for one of 4 GiB or more.
+    [[nodiscard]] bool Open(const char* name);
+
+    // The next line, its end included, until the one after it; null at the end of the file.
+    [[nodiscard]] const char* NextLine();
+    // Whether the line had more bytes than the 1,022 that are kept.
+    [[nodiscard]] bool LineWasCut() const { return cut_; }
+    // At the end: whether it was the file's, and not where reading failed.
+    [[nodiscard]] bool WasReadWhole() { return file_.Size() == size_; }
+
+private:
+    static constexpr std::uint32_t kLineSize = 1024;
+
+    File file_;
+    std::uint32_t size_ = 0;
+    std::array<char, kLineSize> line_{};
+    bool cut_ = false;
+};
+
+}  // namespace Vorn
