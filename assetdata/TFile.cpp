@@ -3,6 +3,7 @@
 #include <string>
 
 namespace Vorn {
+
 TFile::~TFile() { Close(); }
 
 void TFile::Close() {
@@ -40,7 +41,10 @@ std::uint32_t TFile::ReadRaw(void* bytes, std::uint32_t count) {
 }
 
 bool TFile::Seek(std::int64_t offset, SeekFrom origin) {
-    if (!IsOpen()) return false;
+    if (!IsOpen()) {
+        error_ = true;
+        return false;
+    }
     if (origin == SeekFrom::Current) offset -= Unread();
     if (file_->Seek(offset, origin) == kFailedSeek) return false;
     EmptyBuffer();

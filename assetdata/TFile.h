@@ -20,7 +20,7 @@ public:
     ~TFile() override;
 
     // Opens the file's name anew, for writing from the start. The name is the one that the file
-    // system knows, so a member of an archive cannot be truncated.
+    // system knows, so a member of an archive cannot be truncated. Success clears the error flag.
     bool Truncate() override;
     [[nodiscard]] std::uint32_t Tell() const override;
     [[nodiscard]] bool IsOpen() const override { return file_ && file_->IsOpen(); }
@@ -29,7 +29,7 @@ public:
     bool Seek(std::int64_t offset, SeekFrom origin) override;
     [[nodiscard]] bool IsEOF() override;
 
-    // A read or write was short, or there was no open file.
+    // A read or write was short, or there was no open file to read, write, seek in or truncate.
     [[nodiscard]] bool HasError() const { return error_; }
 
     // Lets go of the file: destroys or moves it as the destructor does.

@@ -193,6 +193,9 @@ TEST_F(StreamFiles, FilesAreBorrowedOrOwned) {
     EXPECT_EQ(none.Read(&byte, 1), 0u);
     EXPECT_TRUE(none.HasError() && none.IsEOF() && !none.IsOpen());
     EXPECT_EQ(TFile().Write(&byte, 1), 0u);
+    TFile idle;
+    EXPECT_FALSE(idle.Seek(0, SeekFrom::Start));
+    EXPECT_TRUE(idle.HasError());
 }
 
 TEST_F(StreamFiles, MembersAreNotTruncated) {
