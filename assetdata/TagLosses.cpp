@@ -51,7 +51,9 @@ public:
                 VisitValue();
             }
         }
-        if (indentation_ > kMostBytes) observer_.OnFinding({TagFault::TooLarge, {}, {}});
+        if (indentation_ > kMostBytes) {
+            observer_.OnFinding({TagFault::TooLarge, {}, {}, containers_.front().tag});
+        }
     }
 
 private:
@@ -160,7 +162,7 @@ void FindTextLosses(const OCSChunk& root, TagObserver& observer) {
 }
 
 void FindChunkLosses(const OCSChunk& root, TagObserver& observer) {
-    if (root.ChildCount() == 0) observer.OnFinding({TagFault::EmptyTree, {}, {}});
+    if (root.ChildCount() == 0) observer.OnFinding({TagFault::EmptyTree, {}, {}, &root});
     for (TagWalk walk(root); walk.Next();) {
         if (walk.IsLeaving()) continue;
         switch (walk.Tag().GetType()) {

@@ -78,7 +78,7 @@ struct TagFinding {
     TagFault fault;
     TagPlace place;
     std::string about;  // the tag's name or path, or a piece of the text; printable, may be empty
-    const OCSChunk* tag = nullptr;  // for findings in a tree
+    const OCSChunk* tag = nullptr;  // for findings in a tree; the root for one about all of it
 };
 
 class TagObserver {

@@ -33,6 +33,7 @@ TagForm FormOfContent(const Bytes& bytes) {
 
 Vorn::OCSChunkRef ReadText(Vorn::TStream& stream, Vorn::TagObserver& observer) {
     Vorn::OCSChunkRef root = Vorn::NewTag(Vorn::kTagContainer);
+    observer.OnTag(*root, {.offset = 0, .line = 1, .column = 1});
     Vorn::ReadTagText(*root, stream, false, &observer);
     return root;
 }

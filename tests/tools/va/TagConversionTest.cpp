@@ -89,8 +89,11 @@ TEST_F(VaConversion, WhatTheOtherFormCannotHoldIsNamed) {
 
     folder_.Write("in.txt", "a 1\nb\n{\n  " + std::string(300, 'n') + " 2\n}\n");
     const std::string told = "in.txt:4:3: loss: the name has more than 254 bytes: b/nnn";
-    ExpectAnswers({{"tag to-binary in.txt out.chump", 2, told}, {"tag check in.txt", 1, told}});
-    EXPECT_EQ(Names(), "in.chump in.txt out.txt ");
+    folder_.Write("none.txt", "");
+    ExpectAnswers({{"tag to-binary in.txt out.chump", 2, told},
+                   {"tag check in.txt", 1, told},
+                   {"tag check none.txt", 1, "none.txt:1:1: loss: a chunk file without records"}});
+    EXPECT_EQ(Names(), "in.chump in.txt none.txt out.txt ");
 }
 
 }  // namespace
