@@ -1,5 +1,8 @@
 #include "tools/va/CommandLine.h"
 
+#include <utility>
+#include <vector>
+
 #include "tools/va/Help.h"
 
 namespace va {
@@ -32,9 +35,9 @@ void AddSwitch(Invocation& invocation, std::string_view word) {
                                     "' here; a name that begins with '--' goes behind '--'");
 }
 
-Invocation HelpOn(const Command& command) {
+Invocation HelpOn(std::vector<std::string> words) {
     const std::vector<std::string> help = {"help"};
-    return {.command = FindCommand(help), .operands = Words(command), .switches = {}};
+    return {.command = FindCommand(help), .operands = std::move(words), .switches = {}};
 }
 
 void CheckOperands(const Invocation& invocation) {
@@ -54,7 +57,10 @@ void CheckOperands(const Invocation& invocation) {
 Invocation ParseCommandLine(std::span<const std::string> arguments) {
     if (arguments.empty()) throw Failure{ExitCode::Usage, "what to do?\n" + OverviewHelp()};
     Invocation invocation{.command = FindCommand(arguments), .operands = {}, .switches = {}};
-    if (invocation.command == nullptr) RefuseUnknown(arguments);
+    if (invocation.command == nullptr) {
+        if (arguments.back() != "--help") RefuseUnknown(arguments);
+        return HelpOn({arguments.begin(), arguments.end() - 1});
+    }
     bool switchesEnded = false;
     for (const std::string& word : arguments.subspan(Words(*invocation.command).size())) {
         if (switchesEnded || !word.starts_with("--")) {
@@ -62,7 +68,7 @@ Invocation ParseCommandLine(std::span<const std::string> arguments) {
         } else if (word == "--") {
             switchesEnded = true;
         } else if (word == "--help") {
-            return HelpOn(*invocation.command);
+            return HelpOn(Words(*invocation.command));
         } else {
             AddSwitch(invocation, word);
         }

@@ -36,7 +36,11 @@ TEST_F(VaCommandLine, HelpExplainsEveryCommand) {
         ExpectAnswers({{"help " + command, 0, "\nexamples:\n\n  va " + command}});
         EXPECT_EQ(Va(command + " --help").out, Va("help " + command).out);
     }
-    ExpectAnswers({{"help tag", 0, "tag: asset"}, {"--version", 0, "va 1."}});
+    EXPECT_EQ(Va("--help").out, overview);
+    ExpectAnswers({{"help tag", 0, "tag: asset"},
+                   {"tag --help", 0, "tag: asset"},
+                   {"frobnicate --help", 7, "there is no command 'frobnicate'"},
+                   {"--version", 0, "va 1."}});
     const Outcome full = Va("help >/dev/full");
     EXPECT_EQ(full.exitCode, 2);
     EXPECT_THAT(full.err, HasSubstr("standard output cannot be written"));
