@@ -32,11 +32,7 @@ bool IsListValue(std::string_view value) {
 }
 
 bool IsKUIDValue(std::string_view text) {
-    if (HasPrefix(text, "<null>")) {
-        text.remove_prefix(1);
-    } else if (!BeginsKUID(text)) {
-        return false;
-    }
+    if (!BeginsKUID(text) && !HasPrefix(text, "<null>")) return false;
     int count = 0;
     for (std::size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; ++at) {
         if (BeginsKUID(text.substr(at)) && ++count == 2) return false;
