@@ -1,7 +1,5 @@
 #include <sys/mount.h>
 
-#include <fstream>
-
 #include "KernelStandard/FileSubArchive.h"
 #include "tests/KernelStandard/FileLayer.h"
 
@@ -234,36 +232,6 @@ TEST_F(ArchiveWriting, NothingOfAnEarlierMemberGetsIntoALaterOne) {
     EXPECT_EQ(file.Size() + file.Write("z", 1), 1u);
     ASSERT_TRUE(file.Close());
     ExpectContents({{"arc:b", "x" + std::string(29999, '\0') + "y"}, {"arc:c", "z"}});
-}
-
-TEST_F(ArchiveWriting, WhatWouldPass4GiBIsRefusedAndTheArchiveStaysWhole) {
-    // One member with a hole for its data, and room for 100,000 bytes behind it.
-    constexpr std::uint64_t kIndexAt = 0xFFFFFFFF - 100'000;
-    const auto hole = static_cast<std::uint32_t>(kIndexAt - kFirstMember - 296);
-    std::string head = RawArchive({{.name = "huge", .data = "", .size = hole}});
-    const std::string entry = head.substr(52, 264) + U32(hole) + head.substr(52 + 268, 20);
-    const std::string index = "IDX " + U32(296) + U32(kFirstMember + 296) + U32(hole) + entry;
-    Put32(head, kIndexOffsetAt, kIndexAt);
-    folder.Write("a.va", head.substr(0, kFirstMember) + "FIL " + U32(288 + hole) + entry);
-    std::filesystem::resize_file("a.va", kIndexAt);
-    std::ofstream("a.va", std::ios::app) << index;
-    const auto tail = [] {
-        std::ifstream file("a.va", std::ios::binary);
-        file.seekg(kIndexAt);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    };
-    for (const FileMode kind : {kWritePlain, kWriteCompressed}) {
-        MountWritable();
-        EXPECT_FALSE(Store("arc:new", Noise(99'200), kind));
-        Unmount("arc");
-        EXPECT_TRUE(tail() == index) << kind;
-    }
-    MountWritable();
-    EXPECT_TRUE(Store("arc:new", Noise(99'000)));
-    Unmount("arc");
-    Mount("arc", "a.va");
-    ExpectContents({{"arc:new", Noise(99'000)}});
-    EXPECT_THAT(NamesOf("arc:*"), ElementsAre("huge", "new"));
 }
 
 TEST_F(ArchiveWriting, AFullDiskKeepsTheOldMemberAndSaysSo) {

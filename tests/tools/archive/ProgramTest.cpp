@@ -1,0 +1,56 @@
+// The program around the tool: real numbers of files, the log, its standard output.
+#include "tests/tools/archive/ArchiveProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class Program : public ArchiveProgram {};
+
+TEST_F(Program, SixtyThousandFilesInTwentyThousandFoldersComeBack) {
+    const int folders = VORN_SANITIZED ? 2'000 : 20'000;
+    Files files;
+    for (int i = 0; i < folders; ++i) {
+        const std::string number = std::to_string(i);
+        const std::string path = "kind" + std::to_string(i % 7) + "/asset" + number + "/";
+        for (const char* name : {"config.txt", "mesh.im", "wall.tga"}) {
+            files[path + name] = name + number;
+        }
+    }
+    for (const auto& [name, content] : files) folder.Write("in/" + name, content);
+    const std::string end = "\nProcessed " + std::to_string(files.size()) + " files.\n";
+    EXPECT_TRUE(Run("-r -k a ../x.va '*'", "cd in && exec").printed.ends_with(end));
+    EXPECT_EQ(List("x.va").size(), files.size());
+    EXPECT_TRUE(Unpack("x.va") == files);
+}
+
+TEST_F(Program, ALogIsWrittenOnlyWhenItIsAskedFor) {
+    folder.Write("a.txt", "1");
+    const Table<std::string, std::string, std::string> rows = {
+        {"a x.va a.txt", "", ""},
+        {"a x.va a.txt", "VArchiveOptions='-LogFile=log.txt'", "log.txt"},
+        {"'-LogFile=my log' a x.va a.txt", "VArchiveOptions='-LogFile=log.txt'", "my log"},
+        {"-LogFile= a x.va a.txt", "Options='-LogFile=log.txt'", ""},
+    };
+    for (const auto& [words, before, log] : rows) {
+        SCOPED_TRACE(words);
+        EXPECT_EQ(Run(words, before).exitCode, 0);
+        EXPECT_TRUE(log.empty() || folder.Read(log).ends_with("Begin:\r\nEnd.\r\n"));
+        if (!log.empty()) fs::remove(log);
+        EXPECT_EQ(NamesIn(FilesIn(".")), (Names{"a.txt", "x.va"}));
+    }
+}
+
+TEST_F(Program, LinesThatCannotBePrintedAreAFailure) {
+    folder.Write("a.txt", "1");
+    for (const char* words : {"a x.va a.txt", "l x.va", "--help", "--version"}) {
+        EXPECT_EQ(Shell(VARCHIVE " "s + words + " >/dev/full 2>problem"), 1) << words;
+        EXPECT_EQ(folder.Read("problem"), "VArchive: cannot print all lines\n");
+    }
+}
+
+TEST_F(Program, TheConverterCarriesTheTool) {
+    EXPECT_EQ(Shell("grep -q 'Vorn Archiver v1.9' " VACONVERTER), 0);
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
