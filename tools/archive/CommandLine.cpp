@@ -15,14 +15,15 @@ std::optional<std::string> JoinArguments(const Arguments& arguments) {
 }
 
 std::string OptionText(const Arguments& arguments, const char* appName) {
-    OptionList list;
-    LoadOptions(list, appName, nullptr);
-    for (const std::string& argument : arguments) {
-        if (argument.starts_with('-')) ParseOptions(list, argument);
-    }
+    OptionList loaded;
+    LoadOptions(loaded, appName, nullptr);
     String logFile;
-    GetOptionString(list, "LogFile", logFile, "");
-    return std::string("-LogFile=") + logFile.Text();
+    GetOptionString(loaded, "LogFile", logFile, "");
+    std::string text = std::string("-LogFile=") + logFile.Text();
+    for (const std::string& argument : arguments) {
+        if (argument.starts_with('-')) text.append(" ").append(argument);
+    }
+    return text;
 }
 
 }  // namespace Vorn
