@@ -19,7 +19,10 @@ std::string OptionText(const Arguments& arguments, const char* appName) {
     LoadOptions(loaded, appName, nullptr);
     String logFile;
     GetOptionString(loaded, "LogFile", logFile, "");
-    std::string text = std::string("-LogFile=") + logFile.Text();
+    // Either quote ends a quoted value, and without one an empty value takes the next option.
+    const bool hasQuote = logFile.View().find_first_of("\"'") != std::string_view::npos;
+    const char* quote = hasQuote ? "" : "\"";
+    std::string text = std::string("-LogFile=") + quote + logFile.Text() + quote;
     for (const std::string& argument : arguments) {
         if (argument.starts_with('-')) text.append(" ").append(argument);
     }

@@ -14,9 +14,8 @@ using Arguments = std::vector<std::string>;
 // one.
 [[nodiscard]] std::optional<std::string> JoinArguments(const Arguments& arguments);
 
-// The kernel's options that the arguments state, as option text: in quotes they do not read as
-// such. Without -LogFile= there, or in what is loaded for `appName`, it says that there is no log
-// file.
+// The kernel's options among the arguments, as option text: in quotes they do not read as such. It
+// says that there is no log file unless they, or the options loaded for `appName`, name one.
 [[nodiscard]] std::string OptionText(const Arguments& arguments, const char* appName);
 
 }  // namespace Vorn

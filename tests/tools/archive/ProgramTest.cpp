@@ -30,6 +30,8 @@ TEST_F(Program, ALogIsWrittenOnlyWhenItIsAskedFor) {
         {"a x.va a.txt", "VArchiveOptions='-LogFile=log.txt'", "log.txt"},
         {"'-LogFile=my log' a x.va a.txt", "VArchiveOptions='-LogFile=log.txt'", "my log"},
         {"-LogFile= a x.va a.txt", "Options='-LogFile=log.txt'", ""},
+        {"-c -k a x.va a.txt", "", ""},
+        {"-k a x.va a.txt", "VArchiveOptions=\"-LogFile=it's\"", "it's"},
     };
     for (const auto& [words, before, log] : rows) {
         SCOPED_TRACE(words);
