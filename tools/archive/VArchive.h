@@ -11,6 +11,9 @@
 //   stored plain it would be read as what the stream holds.
 // - A file that gives less than its size is added as far as it goes, and reported; one of 4 GiB is
 //   refused before the archive is touched.
+// - e reports content whose check sum is not the member's, unless that is 0, as writers leave it
+// that
+//   make none; the file stays.
 // - e writes below the current folder or the one that -p and -n name, and nowhere else. It makes a
 //   folder only for a member that it can read.
 // - An archive that cannot be written to is read all the same; only a needs to write it.
@@ -25,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "KernelStandard/Crc32.h"
 #include "KernelStandard/File.h"
 #include "tools/archive/Destination.h"
 #include "tools/archive/Tool.h"
@@ -71,7 +75,8 @@ private:
     [[nodiscard]] const char* PrintBlocks(File& file, const char* path);
     // Through the buffer; `report` shows the bytes done.
     template <typename Report>
-    [[nodiscard]] const char* Copy(File& from, File& to, std::uint32_t size, const Report& report);
+    [[nodiscard]] const char* Copy(File& from, File& to, std::uint32_t size, Crc32* sum,
+                                   const Report& report);
 
     // Runs `work` and prints as the file's error what it gives or throws. Whether all went well.
     template <typename Work>

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 #include "KernelStandard/LittleEndian.h"
@@ -59,12 +60,14 @@ const InternedString toolMount = Intern(kTargetMountName);
 }  // namespace
 
 template <typename Report>
-const char* VArchive::Copy(File& from, File& to, std::uint32_t size, const Report& report) {
+const char* VArchive::Copy(File& from, File& to, std::uint32_t size, Crc32* sum,
+                           const Report& report) {
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t wanted = std::min(size - done, kCopyBuffer);
         const std::uint32_t got = from.Read(copyBuffer_->data(), wanted);
         const std::uint32_t put = to.Write(copyBuffer_->data(), got);
         done += put;
+        if (sum != nullptr) sum->Update(std::span(*copyBuffer_).first(put));
         if (verbose_) report(done);
         if (put < got) return kCannotWriteOutput;
         if (got < wanted) return kCannotReadInput;
@@ -121,7 +124,7 @@ const char* VArchive::CopyIn(const ToolFileRecord& record, bool keepPaths, File&
         return kCannotOpenOutput;
     }
     totalBytes_ = size;
-    return Copy(source, member, size, [](std::uint32_t done) {
+    return Copy(source, member, size, nullptr, [](std::uint32_t done) {
         std::printf("\rAdd: %5uk", done >> 10);
         ShowNow();
     });
@@ -168,10 +171,15 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     if (member.Size() != entry.size) {
         ReportProblem(std::string("not the size that is listed: ") + memberPath.c_str());
     }
-    return Copy(member, file, entry.size, [&](std::uint32_t done) {
+    Crc32 sum;
+    const char* problem = Copy(member, file, entry.size, &sum, [&](std::uint32_t done) {
         std::printf("\r%5uk %3.0f%%", done >> 10, done * 100.0 / entry.size);
         ShowNow();
     });
+    if (problem == nullptr && entry.crc != 0 && sum.Value() != entry.crc) {
+        ReportProblem(std::string("damaged, its check sum is another one: ") + memberPath.c_str());
+    }
+    return problem;
 }
 
 // -p takes part twice in a destination; with ".." in it the two may be different folders.

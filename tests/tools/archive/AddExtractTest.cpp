@@ -157,5 +157,17 @@ TEST_F(AddExtract, ExitCodesTellWhetherAllWentWellAndNothingIsLeftBehind) {
               "Tool::ProcessCommandLine(): Command execution failed:\n\"\"q\" \"x.va\"\"\n\n");
 }
 
+TEST_F(AddExtract, ContentThatIsNotWhatWasAddedIsReported) {
+    folder.Write("a.txt", "hi");
+    Do("a x.va a.txt");
+    std::string archive = folder.Read("x.va");
+    archive[340] ^= 1;
+    folder.Write("x.va", archive);
+    const Outcome outcome = Run("-pto e x.va '*'");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.problems, HasSubstr("check sum"));
+    EXPECT_THAT(outcome.problems, HasSubstr("a.txt"));
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
