@@ -18,9 +18,12 @@ public:
     static constexpr std::size_t kMostPlaces = 2048;
     static constexpr std::size_t kNone = kMostPlaces;
 
-    void Start(std::size_t slot) {
+    // Makes `border` the only one of a list.
+    void Start(std::size_t slot, std::size_t border) {
         const std::size_t head = HeadOf(slot);
-        next_[head] = previous_[head] = static_cast<std::uint16_t>(head);
+        next_[head] = previous_[head] = static_cast<std::uint16_t>(border);
+        next_[border] = previous_[border] = static_cast<std::uint16_t>(head);
+        slots_[border] = static_cast<std::uint16_t>(slot);
     }
 
     void Append(std::size_t slot, std::size_t border) {

@@ -26,26 +26,64 @@ constexpr std::size_t kSubBlockBytes = BorderLists::kMostPlaces;
 constexpr std::size_t kMostDistinct = 210;
 constexpr std::size_t kHighestCode = 254;
 
-// The slots of the pairs that the newest code forms with its neighbours on one side.
-class NeighbourSlots {
+// The slots of the pairs of content bytes in a sub-block.
+class ContentSlots {
 public:
-    static constexpr std::size_t kNone = PairCounts::kSlots;
+    static constexpr std::size_t kNone = 0xFFFF;
 
-    void Clear() { entries_.fill(~std::uint32_t{0}); }
-    void Begin(std::uint8_t code) { code_ = code; }
+    ContentSlots() { slots_.fill(kNone); }
 
-    [[nodiscard]] std::size_t Find(std::uint8_t neighbour) const {
-        const std::uint32_t entry = entries_[neighbour];
-        return entry >> 16 == code_ ? entry & 0xFFFF : kNone;
+    // Costs no more than the pairs that there were.
+    void Clear() {
+        for (std::size_t i = 0; i < count_; ++i) slots_[pairs_[i]] = kNone;
+        count_ = 0;
     }
 
-    void Set(std::uint8_t neighbour, std::size_t slot) {
-        entries_[neighbour] = code_ << 16 | static_cast<std::uint32_t>(slot);
+    [[nodiscard]] std::size_t Find(std::uint8_t first, std::uint8_t second) const {
+        return slots_[PairOf(first, second)];
+    }
+
+    void Set(std::uint8_t first, std::uint8_t second, std::size_t slot) {
+        pairs_[count_++] = PairOf(first, second);
+        slots_[PairOf(first, second)] = static_cast<std::uint16_t>(slot);
     }
 
 private:
-    std::array<std::uint32_t, 256> entries_;  // code and slot; those of older codes are void
-    std::uint32_t code_ = 0;
+    static std::uint16_t PairOf(std::uint8_t first, std::uint8_t second) {
+        return static_cast<std::uint16_t>(first | second << 8);
+    }
+
+    std::array<std::uint16_t, 65536> slots_;
+    std::array<std::uint16_t, kSubBlockBytes> pairs_;
+    std::size_t count_ = 0;
+};
+
+// The slots of the pairs that the newest code forms with its neighbours on one side.
+class NeighbourSlots {
+public:
+    void Clear() { entries_.fill({.slot = 0, .code = kNoCode}); }
+    void Begin(std::uint8_t code) { code_ = code; }
+
+    [[nodiscard]] bool Has(std::uint8_t neighbour) const {
+        return entries_[neighbour].code == code_;
+    }
+    [[nodiscard]] std::size_t Find(std::uint8_t neighbour) const {
+        return entries_[neighbour].slot;
+    }
+    void Set(std::uint8_t neighbour, std::size_t slot) {
+        entries_[neighbour] = {.slot = static_cast<std::uint16_t>(slot), .code = code_};
+    }
+
+private:
+    static constexpr std::uint16_t kNoCode = 256;
+
+    struct Entry {
+        std::uint16_t slot;
+        std::uint16_t code;  // the entries of older codes are void
+    };
+
+    std::array<Entry, 256> entries_;
+    std::uint16_t code_ = kNoCode;
 };
 
 // Packs one sub-block after the other: Fill, ReplacePairs, Write.
@@ -65,9 +103,9 @@ public:
 private:
     static constexpr std::size_t kMostTableBytes = std::size_t{256} * 3;
 
-    void Begin(std::span<const std::byte> input);
+    void Clear();
     [[nodiscard]] bool ReplaceAll(std::size_t slot, std::uint8_t code);
-    void ReplaceOne(std::size_t border, std::uint8_t left, std::uint8_t code);
+    void ReplaceOne(std::size_t begin, std::size_t end, std::uint8_t code);
     void ChangePair(std::size_t border, NeighbourSlots& slots, std::uint8_t neighbour,
                     std::uint8_t first, std::uint8_t second);
     [[nodiscard]] bool IsCode(std::size_t c) const { return left_[c] != c; }
@@ -78,6 +116,7 @@ private:
 
     PairCounts counts_;
     BorderLists borders_;
+    ContentSlots contentSlots_;
     NeighbourSlots slotsBefore_;
     NeighbourSlots slotsAfter_;
     std::size_t size_ = 0;        // content bytes
@@ -91,39 +130,43 @@ private:
     std::array<std::uint16_t, 256> lengths_;  // content bytes a symbol stands for
 };
 
+// Takes bytes until the sub-block is full or has its fill of distinct values. A new value always
+// comes with a new pair.
 std::size_t SubBlockEncoder::Fill(std::span<const std::byte> input) {
-    Begin(input);
+    Clear();
+    size_ = std::min(input.size(), kSubBlockBytes);
+    std::memcpy(symbols_.data(), input.data(), size_);
+    used_[symbols_[0]] = true;
+    std::size_t distinct = 1;
     for (std::size_t place = 1; place < size_; ++place) {
-        const std::size_t slot = counts_.Find(symbols_[place - 1], symbols_[place]);
-        if (counts_.IsFree(slot)) {
-            counts_.Claim(slot, symbols_[place - 1], symbols_[place]);
-            borders_.Start(slot);
+        const std::uint8_t first = symbols_[place - 1];
+        const std::uint8_t second = symbols_[place];
+        std::size_t slot = contentSlots_.Find(first, second);
+        if (slot != ContentSlots::kNone) {
+            borders_.Append(slot, place);
+        } else {
+            slot = counts_.Claim(first, second);
+            contentSlots_.Set(first, second, slot);
+            borders_.Start(slot, place);
+            distinct += used_[second] ? 0 : 1;
+            used_[second] = true;
+            if (distinct == kMostDistinct) size_ = place + 1;
         }
         counts_.Raise(slot);
-        borders_.Append(slot, place);
     }
+    packedSize_ = size_;
+    std::fill_n(starts_.begin(), size_ / 64, ~std::uint64_t{0});
+    if (size_ % 64 != 0) starts_[size_ / 64] = (std::uint64_t{1} << size_ % 64) - 1;
     return size_;
 }
 
-// Takes bytes until the sub-block is full or has its fill of distinct values.
-void SubBlockEncoder::Begin(std::span<const std::byte> input) {
-    used_.fill(false);
-    starts_.fill(0);
-    const std::size_t most = std::min(input.size(), kSubBlockBytes);
-    std::size_t distinct = 0;
-    for (size_ = 0; size_ < most && distinct < kMostDistinct; ++size_) {
-        const auto symbol = std::to_integer<std::uint8_t>(input[size_]);
-        symbols_[size_] = symbol;
-        distinct += used_[symbol] ? 0 : 1;
-        used_[symbol] = true;
-    }
-    packedSize_ = size_;
-
+void SubBlockEncoder::Clear() {
     counts_.Clear();
+    contentSlots_.Clear();
     slotsBefore_.Clear();
     slotsAfter_.Clear();
-    std::fill_n(starts_.begin(), size_ / 64, ~std::uint64_t{0});
-    if (size_ % 64 != 0) starts_[size_ / 64] = (std::uint64_t{1} << size_ % 64) - 1;
+    starts_.fill(0);
+    used_.fill(false);
     lengths_.fill(1);
     for (std::size_t c = 0; c < 256; ++c) left_[c] = static_cast<std::uint8_t>(c);
 }
@@ -145,7 +188,9 @@ bool SubBlockEncoder::ReplaceAll(std::size_t slot, std::uint8_t code) {
     left_[code] = left;
     right_[code] = right;
     used_[code] = true;
-    lengths_[code] = static_cast<std::uint16_t>(lengths_[left] + lengths_[right]);
+    const std::size_t leftLength = lengths_[left];
+    const std::size_t rightLength = lengths_[right];
+    lengths_[code] = static_cast<std::uint16_t>(leftLength + rightLength);
 
     slotsBefore_.Begin(code);
     slotsAfter_.Begin(code);
@@ -153,14 +198,15 @@ bool SubBlockEncoder::ReplaceAll(std::size_t slot, std::uint8_t code) {
     for (std::size_t border = borders_.First(slot); border < BorderLists::kNone;
          border = borders_.Next(border)) {
         if (!counts_.HasRoomForTwo()) return false;
-        ReplaceOne(border, left, code);
+        ReplaceOne(border - leftLength, border + rightLength, code);
+        starts_[border / 64] &= ~(std::uint64_t{1} << border % 64);
+        --packedSize_;
     }
     return true;
 }
 
-void SubBlockEncoder::ReplaceOne(std::size_t border, std::uint8_t left, std::uint8_t code) {
-    const std::size_t begin = border - lengths_[left];
-    const std::size_t end = begin + lengths_[code];
+// Puts `code` in the place of the two symbols from `begin` to `end`.
+inline void SubBlockEncoder::ReplaceOne(std::size_t begin, std::size_t end, std::uint8_t code) {
     if (begin > 0) {
         const std::uint8_t before = symbols_[begin - 1];
         ChangePair(begin, slotsBefore_, before, before, code);
@@ -171,8 +217,6 @@ void SubBlockEncoder::ReplaceOne(std::size_t border, std::uint8_t left, std::uin
     }
     symbols_[begin] = code;
     symbols_[end - 1] = code;
-    starts_[border / 64] &= ~(std::uint64_t{1} << border % 64);
-    --packedSize_;
 }
 
 // Moves a border from the pair it parted to (`first`, `second`), one of which is the newest code
@@ -182,15 +226,16 @@ inline void SubBlockEncoder::ChangePair(std::size_t border, NeighbourSlots& slot
                                         std::uint8_t second) {
     counts_.Lower(borders_.SlotOf(border));
     borders_.Remove(border);
-    std::size_t slot = slots.Find(neighbour);
-    if (slot == NeighbourSlots::kNone) {
-        slot = counts_.FindFree(first, second);
-        counts_.Claim(slot, first, second);
-        borders_.Start(slot);
+    std::size_t slot = 0;
+    if (slots.Has(neighbour)) {
+        slot = slots.Find(neighbour);
+        borders_.Append(slot, border);
+    } else {
+        slot = counts_.Claim(first, second);
         slots.Set(neighbour, slot);
+        borders_.Start(slot, border);
     }
     counts_.Raise(slot);
-    borders_.Append(slot, border);
 }
 
 std::size_t SubBlockEncoder::LiteralRun(std::size_t c) const {

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace Vorn {
 
@@ -26,50 +26,31 @@ public:
         cursor_ = kSlots;
     }
 
-    // The slot of a pair, or the free one where it belongs.
-    [[nodiscard]] std::size_t Find(std::uint8_t first, std::uint8_t second) const {
-        const std::uint16_t pair = PairOf(first, second);
-        std::size_t slot = HomeSlot(first, second);
-        while (pairs_[slot] != pair && counts_[slot] != 0) slot = (slot + 1) % kSlots;
+    // Gives a pair that has none yet its slot. It must then be raised.
+    std::size_t Claim(std::uint8_t first, std::uint8_t second) {
+        const std::size_t slot = NextFree(HomeSlot(first, second));
+        pairs_[slot] = static_cast<std::uint16_t>(first | second << 8);
+        free_[slot / 64] &= ~(std::uint64_t{1} << slot % 64);
+        ++claimed_;
         return slot;
     }
 
-    // The same for a pair that is known not to have a slot yet.
-    [[nodiscard]] std::size_t FindFree(std::uint8_t first, std::uint8_t second) const {
-        return NextFree(HomeSlot(first, second));
-    }
-
-    [[nodiscard]] bool IsFree(std::size_t slot) const { return counts_[slot] == 0; }
-
-    // Gives a free slot to a pair, which must then be raised.
-    void Claim(std::size_t slot, std::uint8_t first, std::uint8_t second) {
-        pairs_[slot] = PairOf(first, second);
-        free_[slot / 64] &= ~(std::uint64_t{1} << slot % 64);
-        ++claimed_;
-    }
-
     void Raise(std::size_t slot) {
-        const std::size_t before = counts_[slot];
-        const std::size_t count = before + (before != kMostCounted);
+        const std::size_t count = counts_[slot] + (counts_[slot] < kMostCounted ? 1U : 0U);
         counts_[slot] = static_cast<std::uint8_t>(count);
         if (count >= best_) NoteHigh(slot, count);
     }
 
     // The count of a pair that has occurred never falls to 0, which would free its slot.
     void Lower(std::size_t slot) {
-        counts_[slot] = static_cast<std::uint8_t>(counts_[slot] - (counts_[slot] > 1));
+        counts_[slot] = static_cast<std::uint8_t>(counts_[slot] - (counts_[slot] > 1 ? 1 : 0));
     }
 
     void Retire(std::size_t slot) { counts_[slot] = 1; }
 
     // The lowest slot among those with the highest count, or kSlots when no pair occurs often
     // enough to be worth a code.
-    std::size_t FindBest() {
-        if (FindFromCursor()) return cursor_;
-        if (best_ > kFewestOccurrences) best_ = HighestCount();
-        cursor_ = 0;
-        return best_ >= kFewestOccurrences && FindFromCursor() ? cursor_ : kSlots;
-    }
+    std::size_t FindBest();
 
     // Whether two more pairs leave a slot empty, where every search ends. No content is known that
     // needs so many pairs, but none may make a search run for ever.
@@ -85,9 +66,6 @@ public:
 private:
     static constexpr std::size_t kMostCounted = 255;
 
-    static std::uint16_t PairOf(std::uint8_t first, std::uint8_t second) {
-        return static_cast<std::uint16_t>(first | second << 8);
-    }
     static std::size_t HomeSlot(std::size_t first, std::size_t second) {
         return (first ^ second << 5) % kSlots;
     }
@@ -107,24 +85,11 @@ private:
         best_ = count;
     }
 
-    // A plain loop over bytes, which the compiler turns into vector instructions.
-    [[nodiscard]] std::size_t HighestCount() const {
-        std::uint8_t highest = 0;
-        for (const std::uint8_t count : counts_) highest = count > highest ? count : highest;
-        return highest;
-    }
-
-    bool FindFromCursor() {
-        const void* found =
-            std::memchr(counts_.data() + cursor_, static_cast<int>(best_), kSlots - cursor_);
-        if (found == nullptr) return false;
-        cursor_ =
-            static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - counts_.data());
-        return true;
-    }
+    [[nodiscard]] std::size_t HighestCount() const;
+    bool FindFromCursor();
 
     alignas(64) std::array<std::uint8_t, kSlots> counts_;
-    std::array<std::uint16_t, kSlots> pairs_{};  // first byte low, second byte high
+    std::array<std::uint16_t, kSlots> pairs_;  // first byte low, second byte high
     std::array<std::uint64_t, kSlots / 64> free_;
     std::size_t claimed_ = 0;
 
