@@ -1,10 +1,9 @@
 #include "kernel/services/FatalError.h"
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "kernel/services/BuildStamp.h"
 #include "kernel/services/Log.h"
@@ -25,33 +24,29 @@ constinit std::atomic<bool> terminating = false;
 constinit std::mutex sharedLockGuard;
 constinit std::weak_ptr<CriticalSection> sharedLock;  // under sharedLockGuard
 
-std::string FatalErrorText(const Exception& exception) {
-    std::string text;
-    const auto addLine = [&text](const char* label, const std::string& value) {
-        text.append(label).append(": ").append(value).append("\r\n");
+// Each with its own end of line; the call stack, of many lines, counts as one.
+std::vector<std::string> FatalErrorLines(const Exception& exception) {
+    std::vector<std::string> lines;
+    const auto add = [&lines](const char* label, const std::string& value) {
+        lines.push_back(std::string(label).append(": ").append(value).append("\r\n"));
     };
-    if (*exception.GetFile() != '\0') addLine("File", exception.GetFile());
-    if (exception.GetLine() > 0) addLine("Line", std::to_string(exception.GetLine()));
-    addLine("Class", exception.GetClassName());
-    addLine("Reason", exception.GetReason());
-    addLine("Version", BuildStamp());
-    return text + exception.GetCallStack();
-}
-
-void LogLines(std::string_view text) {
-    LogModule* module = RegisterLogModule(kLogModule);
-    while (!text.empty()) {
-        const std::string line(text.substr(0, text.find("\r\n")));
-        text.remove_prefix(std::min(line.size() + 2, text.size()));
-        LogWrite(module, LogLevel::Err, "%s", line.c_str());
-    }
+    if (*exception.GetFile() != '\0') add("File", exception.GetFile());
+    if (exception.GetLine() > 0) add("Line", std::to_string(exception.GetLine()));
+    add("Class", exception.GetClassName());
+    add("Reason", exception.GetReason());
+    add("Version", BuildStamp());
+    if (*exception.GetCallStack() != '\0') lines.emplace_back(exception.GetCallStack());
+    return lines;
 }
 
 std::string ReportFatalError(const Exception& exception) {
     std::string text;
     try {
-        text = FatalErrorText(exception);
-        LogLines(text);
+        LogModule* module = RegisterLogModule(kLogModule);
+        for (const std::string& line : FatalErrorLines(exception)) {
+            text += line;
+            LogWrite(module, LogLevel::Err, "%s", line.c_str());
+        }
     } catch (...) {
         text = "Problem creating exception report";
     }

@@ -13,8 +13,8 @@ namespace Vorn {
 
 // Shows the window. When the user confirms it, or it cannot be shown because showing fails with an
 // exception, the process counts as terminating from then on. A program without the dialog resource
-// shows nothing and goes on. What the window says also goes to the log, line by line as errors of
-// the module "ExceptionHandler", and ends it.
+// shows nothing and goes on. What the window says also goes to the log and ends it: each line, with
+// its "\r\n", is an error of the module "ExceptionHandler".
 void ShowFatalError(const Exception& exception);
 
 // Whether a fatal error was confirmed. Kernel threads that start afterwards end at once.

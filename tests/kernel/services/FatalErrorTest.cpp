@@ -25,13 +25,14 @@ protected:
 
 TEST_F(FatalError, SaysWhereWhatAndWhyAndEndsTheLogWithIt) {
     Dialogs().answer = [] { return DialogResult::Cancelled; };
-    Init("-LogDisplayModuleName- -Log=ExceptionHandler:Err");
+    Init("-LogDisplayModuleName- -Log=ExceptionHandler:Err:newlines=off");
     ShowFatalError(kError);
     EXPECT_EQ(Dialogs().resource, 101);
     EXPECT_EQ(Dialogs().text,
               "File: kernel/Some\r\nLine: 12\r\nClass: Unknown\r\nReason: It broke\r\n"
               "Version: Vorn vRRRRR.RR Build 1234.5.QQQQQ\r\nNo call stack available\r\n");
-    EXPECT_EQ(Body(), "Begin:\r\n" + Dialogs().text + "Shutdown.\r\n");
+    EXPECT_EQ(Body(), "Begin:\r\n" + Dialogs().text + "Shutdown.\r\n")
+        << "lines keep their ends, whatever the log puts behind them";
     ShowFatalError(FileEx("", 0, "x"));
     EXPECT_EQ(Dialogs().text,
               "Class: File\r\nReason: x\r\nVersion: Vorn vRRRRR.RR Build 1234.5.QQQQQ\r\n"
