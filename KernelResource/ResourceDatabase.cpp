@@ -9,6 +9,7 @@
 #include "KernelResource/SearchHandle.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 
 namespace Vorn {
@@ -23,6 +24,15 @@ constexpr std::string_view kDescription = ".txt";
     InternedString name = Intern(names.substr(0, end));
     names.remove_prefix(std::min(end + 1, names.size()));
     return name;
+}
+
+// The path of a name under a folder; null when it does not fit a path.
+[[nodiscard]] InternedString PathOf(const InternedString& folder, const InternedString& name) try {
+    PathBuffer path{folder.View()};
+    AppendPathComponent(path, name.View());
+    return Intern(path.View());
+} catch (const FileEx&) {
+    return {};
 }
 
 }  // namespace
@@ -144,11 +154,9 @@ RefPtr<Resource> ResourceDatabase::Create(const InternedString& name, Trail& tra
 
 RefPtr<Resource> ResourceDatabase::CreateFromFiles(const InternedString& folder,
                                                    const InternedString& name, Trail& trail) {
-    // What does not fit a path is no file.
-    if (folder.Length() + name.Length() + kDescription.size() + 2 > kMaxPath) return {};
-    PathBuffer candidate{folder.View()};
-    AppendPathComponent(candidate, name.View());
-    const InternedString source = QualifyName(Intern(candidate.View()));
+    const InternedString candidate = PathOf(folder, name);
+    if (!candidate) return {};
+    const InternedString source = QualifyName(candidate);
     if (File::Exists(source.Text()) == RES_OK) {
         return ResourceSystem::Instance().Types().CreateFromFile(*this, name, source);
     }
