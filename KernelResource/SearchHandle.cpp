@@ -1,7 +1,5 @@
 #include "KernelResource/SearchHandle.h"
 
-#include "KernelStandard/FileSubstList.h"
-
 namespace Vorn {
 
 bool ResourceDatabase::SearchHandle::OpenSearch(const char* /*pattern*/,
@@ -12,12 +10,8 @@ bool ResourceDatabase::SearchHandle::OpenSearch(const char* /*pattern*/,
 bool ResourceDatabase::RDBSearchHandle::OpenSearch(const char* pattern,
                                                    const ResourceDatabase& database) {
     const InternedString& mount = database.Name();
-    if (mount.Length() == 0) {
-        isOnEntry_ = find_.Open(pattern);
-    } else {
-        const bool isMounted = FileSubstList::Instance().FindSubst(mount) != nullptr;
-        isOnEntry_ = isMounted && find_.Open(pattern, mount);
-    }
+    isOnEntry_ = false;
+    isOnEntry_ = mount.Length() == 0 ? find_.Open(pattern) : find_.Open(pattern, mount);
     return isOnEntry_;
 }
 

@@ -24,8 +24,9 @@ public:
     [[nodiscard]] virtual const FindEntry* CurrentEntry() const { return nullptr; }
 };
 
-// Searches what is mounted under the database's name; nothing when nothing is. It is used by one
-// thread, and ends before the mount.
+// Searches what is mounted under the database's name, or the file system for a database without a
+// name. OpenSearch throws FileEx when nothing is mounted. It is used by one thread, and ends before
+// the mount.
 class ResourceDatabase::RDBSearchHandle final : public SearchHandle {
 public:
     [[nodiscard]] bool OpenSearch(const char* pattern, const ResourceDatabase& database) override;

@@ -11,6 +11,7 @@ protected:
         OpenBase({{"a.text", "plain"},
                   {"low/only.text", "only in low"},
                   {"high/a.text", "high"},
+                  {longName_, "a long name"},
                   {"alias.text.txt", "Redirect=a.text"},
                   {"twice.text.txt", "Redirect=alias.text"},
                   {"described.text.txt", "-Text=told by its description"},
@@ -21,10 +22,13 @@ protected:
                   {"both.text", "the file"},
                   {"both.text.txt", "Redirect=a.text"}});
     }
+
+    // The longest name that an archive can have.
+    const std::string longName_ = "far/" + std::string(250, 'n') + ".text";
 };
 
 TEST_F(ResourceFinding, ANameIsLookedUpInOrder) {
-    const Table<const char*, const char*> table = {
+    const Table<std::string, std::string> table = {
         {"a.text", "plain"},
         {"A.TEXT", "(none)"},  // no type takes it
         {"missing;a.text", "plain"},
@@ -38,13 +42,14 @@ TEST_F(ResourceFinding, ANameIsLookedUpInOrder) {
         {"nowhere.text", "(none)"},
         {"ring.text", "(none)"},
         {"self.text", "(none)"},
+        {longName_, "a long name"},
+        {longName_ + ".text", "(none)"},
     };
     for (const auto& [name, text] : table) {
         SCOPED_TRACE(name);
         EXPECT_EQ(TextOf(name), text);
         EXPECT_EQ(TextOf(name), text) << "the second time";
     }
-    EXPECT_EQ(TextOf(std::string(400, 'x') + ".text"), "(none)");
 }
 
 TEST_F(ResourceFinding, PrefixesAreTriedInOrderBeforeTheNameItself) {
@@ -53,6 +58,7 @@ TEST_F(ResourceFinding, PrefixesAreTriedInOrderBeforeTheNameItself) {
     EXPECT_EQ(TextOf("a.text"), "high");
     EXPECT_EQ(TextOf("only.text"), "only in low");
     EXPECT_EQ(TextOf("both.text"), "the file");
+    EXPECT_EQ(TextOf(longName_), "a long name") << "too long only for the prefixes";
     EXPECT_EQ(Get("only.text")->SourceName().View(), "base:low/only.text");
     EXPECT_EQ(Get("made/without a file")->Home(), base.get());
     const ResourceDatabase unnamed{Intern("")};
@@ -141,7 +147,8 @@ TEST_F(ResourceFinding, SearchHandlesListTheMount) {
     }
     EXPECT_THAT(names, ElementsAre("a.text", "both.text"));
     const ResourceDatabase nothing{Intern("nothing")};
-    EXPECT_FALSE(search->OpenSearch("*", nothing));
+    EXPECT_THROW((void)search->OpenSearch("*", nothing), FileEx);
+    EXPECT_EQ(search->CurrentEntry(), nullptr);
 }
 
 }  // namespace Vorn::Testing
