@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 
 namespace Vorn {
@@ -75,6 +76,23 @@ NumberRead<float> ReadFloat(std::string_view text) {
     }
     if (front.negative) read.value = -read.value;
     return read;
+}
+
+bool HoldsDigits(float value, std::string_view number) {
+    constexpr std::size_t kMostDigits = 112;  // no float has more
+    std::string meant;
+    for (const char c : number) {
+        if (c >= (meant.empty() ? '1' : '0') && c <= '9') meant += c;
+    }
+    meant.resize(meant.find_last_not_of('0') + 1);
+    if (meant.empty() || meant.size() > kMostDigits) return meant.empty();
+    std::array<char, kMostDigits + 16> text;
+    const auto end =
+        std::to_chars(text.data(), text.data() + text.size(), std::abs(value),
+                      std::chars_format::scientific, static_cast<int>(meant.size()) - 1);
+    std::string held(text.data(), std::find(text.data(), end.ptr, 'e'));
+    std::erase(held, '.');
+    return held == meant;
 }
 
 void AppendInteger(std::string& text, std::int32_t value) {

@@ -22,6 +22,10 @@ struct NumberRead {
 [[nodiscard]] NumberRead<std::int32_t> ReadInteger(std::string_view text);
 [[nodiscard]] NumberRead<float> ReadFloat(std::string_view text);
 
+// Whether the float that was read from `number` gives its digits again, as many as there are from
+// the first to the last that is not 0. One that is not tiny does so for six.
+[[nodiscard]] bool HoldsDigits(float value, std::string_view number);
+
 void AppendInteger(std::string& text, std::int32_t value);
 void AppendFloat(std::string& text, float value);
 

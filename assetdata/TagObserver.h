@@ -4,6 +4,7 @@
 // comes with its place: line and column for texts, the offset for both forms.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -26,6 +27,9 @@ enum class TagFault : std::uint8_t {
     ListCut,
     BadKUID,
     KUIDNotExact,
+    KUIDWraps,
+    NumberRounded,
+    NameLowered,
     // Chunk files.
     NotAChunkFile,
     UnknownVersion,
@@ -62,8 +66,14 @@ enum class TagFault : std::uint8_t {
     TooLarge,
 };
 
+enum class TagWeight : std::uint8_t {
+    Warning,  // programs read something otherwise than it stands there
+    Damage,   // programs can read nothing at all
+    Loss,     // another form does not hold it
+};
+
 struct TagFaultText {
-    bool damage;       // the source is broken or the target cannot be made; else a warning
+    TagWeight weight;
     const char* text;  // one line for a person, without a full stop
 };
 [[nodiscard]] const TagFaultText& DescribeTagFault(TagFault fault);
@@ -72,6 +82,11 @@ struct TagPlace {
     std::uint64_t offset = 0;  // bytes from where reading began
     std::uint32_t line = 0;    // from 1; 0 for chunk files
     std::uint32_t column = 0;  // bytes in the line, from 1
+
+    // That many bytes further on in the line.
+    [[nodiscard]] TagPlace Behind(std::size_t bytes) const {
+        return {offset + bytes, line, static_cast<std::uint32_t>(column + bytes)};
+    }
 };
 
 struct TagFinding {

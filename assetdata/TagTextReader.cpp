@@ -116,6 +116,8 @@ private:
     char halfLineEnd_ = '\0';  // before lineStart_, if the other half may follow
 };
 
+bool IsCapital(char c) { return AsciiToLower(c) != c; }
+
 // The two characters for a line end in a value without quotes.
 void ReplaceEscapes(std::string& text) {
     for (std::size_t at = 0; (at = text.find("\\n", at)) != std::string::npos; at += 2) {
@@ -205,6 +207,9 @@ private:
         source_.AdvanceTo(kEndsName, &text_);
         const bool cut = text_.size() > kMostReadName;
         if (cut) text_.resize(kMostReadName);
+        if (observer_ && std::ranges::any_of(text_, IsCapital)) {
+            observer_->OnFinding({TagFault::NameLowered, place_, Printable(text_)});
+        }
         std::ranges::transform(text_, text_.begin(), AsciiToLower);
         name_ = &names_.Find(text_);
         if (cut) Tell(TagFault::NameCut, place_);
@@ -265,11 +270,11 @@ private:
             std::string_view(text_).substr(0, text_.find_first_of(kBlanks));
         if (token.find('.') == std::string_view::npos) {
             const NumberRead<std::int32_t> read = ReadInteger(token);
-            Judge(read, token);
+            Judge(read, token, valuePlace_);
             return AddSmall(kTagInteger, BytesOf(read.value));
         }
         const NumberRead<float> read = ReadFloat(token);
-        Judge(read, token);
+        JudgeFloat(read, token, valuePlace_);
         AddSmall(kTagFloat, BytesOf(read.value));
     }
 
@@ -279,11 +284,13 @@ private:
         for (std::size_t at = 0; (at = list.find_first_not_of(" ,", at)) != list.npos;) {
             const std::size_t end = std::min(list.find_first_of(" ,", at), list.size());
             const std::string_view piece = list.substr(at, end - at);
+            const std::size_t begin = piece.find_first_not_of('\t');
+            if (begin != piece.npos) {
+                const NumberRead<float> read = ReadFloat(piece);
+                JudgeFloat(read, piece, valuePlace_.Behind(at + begin));
+                values.push_back(read.value);
+            }
             at = end;
-            if (piece.find_first_not_of('\t') == piece.npos) continue;
-            const NumberRead<float> read = ReadFloat(piece);
-            Judge(read, piece);
-            values.push_back(read.value);
         }
         if (values.empty()) {
             Tell(TagFault::NoNumber, valuePlace_);
@@ -296,11 +303,19 @@ private:
     }
 
     template <typename Number>
-    void Judge(const NumberRead<Number>& read, std::string_view token) {
-        if (!read.found) return Tell(TagFault::NoNumber, valuePlace_);
-        if (read.outOfRange) Tell(TagFault::NumberOutOfRange, valuePlace_);
+    void Judge(const NumberRead<Number>& read, std::string_view token, const TagPlace& place) {
+        if (!read.found) return Tell(TagFault::NoNumber, place);
+        if (read.outOfRange) Tell(TagFault::NumberOutOfRange, place);
         if (token.find_first_not_of(kBlanks, read.length) != token.npos) {
-            Tell(TagFault::NumberCut, valuePlace_);
+            Tell(TagFault::NumberCut, place);
+        }
+    }
+
+    void JudgeFloat(const NumberRead<float>& read, std::string_view token, const TagPlace& place) {
+        if (!observer_) return;
+        Judge(read, token, place);
+        if (!read.outOfRange && !HoldsDigits(read.value, token.substr(0, read.length))) {
+            Tell(TagFault::NumberRounded, place);
         }
     }
 
@@ -317,7 +332,9 @@ private:
         if (!std::ranges::equal(written, kuid.TagText(), {}, AsciiToLower, AsciiToLower)) {
             Tell(kuid.IsNull() ? TagFault::BadKUID : TagFault::KUIDNotExact, place_);
         }
-        AddSmall(kTagKUID, kuid.ToPair());
+        const KUID::Pair pair = kuid.ToPair();
+        if (KUID::FromPair(pair) != kuid) Tell(TagFault::KUIDWraps, place_);
+        AddSmall(kTagKUID, pair);
     }
 
     void Add(std::uint32_t type, OCSRawData value) {

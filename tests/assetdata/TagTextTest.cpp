@@ -169,7 +169,14 @@ TEST(TagTexts, TellWhatTheyFindAndWhere) {
         {"a 2147483648", NumberOutOfRange, "1:3 @2 a"},
         {"a 1.2.3", NumberCut, "1:3 @2 a"},
         {"a 1-2,3", NumberCut, "1:3 @2 a"},
-        {"a 1," + std::string(300, '2'), NumberOutOfRange, "1:3 @2 a"},
+        {"a 1," + std::string(300, '2'), NumberOutOfRange, "1:5 @4 a"},
+        {"a 0.123456789", NumberRounded, "1:3 @2 a"},
+        {"a 1\nb 1, \t-16777217", NumberRounded, "2:7 @10 b"},
+        {"a 0." + std::string(39, '0') + "1234567", NumberRounded, "1:3 @2 a"},
+        {"a 1." + std::string(200, '0') + "1", NumberRounded, "1:3 @2 a"},
+        {"a\n{\n bIG 1", NameLowered, "3:2 @5 bIG"},
+        {"a <kuid:16777216:1>", KUIDWraps, "1:1 @0 a"},
+        {"a <kuid:-16777217:1>", KUIDWraps, "1:1 @0 a"},
         {"a " + std::string(300, '.') + ",2", NoNumber, "1:3 @2 a"},
         {"a <kuid:x>", BadKUID, "1:1 @0 a"},
         {"a <kuid2:1:2:200>", BadKUID, "1:1 @0 a"},
@@ -186,8 +193,13 @@ TEST(TagTexts, TellWhatTheyFindAndWhere) {
                   place);
     }
     Findings findings;
-    (void)ReadText("a 1\nb {\n c \"x\"\n d <kuid:1:2>\n e 1, 2 ,3\t\n f <NULL> \n}\n", &findings);
-    EXPECT_TRUE(findings.list.empty());
+    (void)ReadText(
+        "a 1\nb {\n c \"x\"\n d <kuid:1:2>\n e 1, 2 ,3\t\n f <NULL> \n}\n"
+        "g 0.1,-3.1415927,0.300000012,16777216,000.00,14300.12500000000\n"
+        "h 0.1" +
+            std::string(200, '0') + "\n",
+        &findings);
+    EXPECT_THAT(findings.Faults(), IsEmpty());
     Findings cut;
     (void)ReadText("a 1," + std::string(253, ' ') + "2", &cut);
     EXPECT_THAT(cut.Faults(), ElementsAre(ListCut));

@@ -68,9 +68,10 @@ constexpr std::array kCommands = {
             "Writes the tags of IN in the binary form, as version 1 of it (texts in UTF-8).\n"
             "IN may have either form, as for 'va tag to-text'.\n"
             "\n"
-            "What was read otherwise than it stands in IN, and what OUT does not hold as IN\n"
-            "did, is named on standard error, and the exit code is then 1. A name of more\n"
-            "than 254 bytes has no place in the binary form: nothing is written.\n",
+            "A text's names lose their capital letters, and its floats the digits beyond about\n"
+            "seven. What was read otherwise than it stands in IN, and what OUT does not hold\n"
+            "as IN did, is named on standard error, and the exit code is then 1. A name of\n"
+            "more than 254 bytes has no place in the binary form: nothing is written.\n",
         .examples = "  va tag to-binary config.txt config.chump\n"
                     "  va tag to-binary Town.va:config.txt config.chump\n",
         .run = TagToBinary,

@@ -24,8 +24,8 @@ public:
     void OnFinding(const Vorn::TagFinding& finding) override;
     void OnTag(const Vorn::OCSChunk& tag, const Vorn::TagPlace& place) override;
 
-    // What is found from now on would be lost in another form.
-    void BeginLosses() { losing_ = true; }
+    // For commands that write no other form.
+    void IgnoreLosses() { hearsLosses_ = false; }
 
     [[nodiscard]] std::size_t Problems() const { return problems_; }  // errors and warnings
     [[nodiscard]] std::size_t Losses() const { return losses_; }
@@ -34,7 +34,7 @@ public:
 private:
     std::ostream& out_;
     const std::string name_;
-    bool losing_ = false;
+    bool hearsLosses_ = true;
     std::size_t problems_ = 0;
     std::size_t losses_ = 0;
     // Where the tags of a text stand: findings in a tree know their tag only.

@@ -24,7 +24,6 @@ ExitCode CodeOf(const FindingReport& report) {
 }
 
 void FindLosses(const TagFile& file, TagForm into, FindingReport& report) {
-    report.BeginLosses();
     if (into == TagForm::Text) {
         Vorn::FindTextLosses(*file.root, report);
     } else {
@@ -115,6 +114,7 @@ ExitCode TagToBinary(const Invocation& invocation) { return Convert(invocation, 
 
 ExitCode TagPrint(const Invocation& invocation) {
     FindingReport report(std::cerr, invocation.operands[0]);
+    report.IgnoreLosses();
     const TagFile file = ReadTagFile(invocation.operands[0], report);
     PrintTree(std::cout, *file.root);
     return CodeOf(report);
@@ -141,6 +141,7 @@ ExitCode TagCheck(const Invocation& invocation) {
 
 ExitCode TagGet(const Invocation& invocation) {
     FindingReport report(std::cerr, invocation.operands[0]);
+    report.IgnoreLosses();
     const TagFile file = ReadTagFile(invocation.operands[0], report);
     PrintValue(std::cout, *FindTag(file, invocation.operands[1]));
     return CodeOf(report);

@@ -87,13 +87,27 @@ TEST_F(VaConversion, WhatTheOtherFormCannotHoldIsNamed) {
               "in.chump: offset 28: loss: the float has more digits than are written: exact\n");
     ExpectAnswers({{"tag get out.txt exact", 0, "3.14159\n"}});
 
+    folder_.Write("odd.txt", "a 99999999999\nPi 3.14159265\nk <kuid:20000000:1>\n");
+    const std::string odd =
+        "odd.txt:1:3: warning: the number does not fit; the nearest one is taken: a\n"
+        "odd.txt:2:1: loss: capital letters of the name become small ones: Pi\n"
+        "odd.txt:2:4: loss: the number has more digits than a float holds: pi\n"
+        "odd.txt:3:1: warning: the KUID's user number does not fit and becomes another: k\n";
+    EXPECT_EQ(Va("tag to-binary odd.txt odd.chump").err, odd);
+    EXPECT_EQ(Va("tag check odd.txt").out,
+              odd + "odd.txt: text form, 3 tags, 2 warnings, 2 losses in the binary form\n");
+    ExpectAnswers({{"tag to-binary --force odd.txt odd.chump", 1, ""},
+                   {"tag get odd.chump pi", 0, "3.1415927\n"}});
+    folder_.Write("odd.txt", "Pi 3.14159265\n");
+    ExpectAnswers({{"tag get odd.txt Pi", 0, "3.1415927\n"}, {"tag print odd.txt", 0, "pi "}});
+
     folder_.Write("in.txt", "a 1\nb\n{\n  " + std::string(300, 'n') + " 2\n}\n");
     const std::string told = "in.txt:4:3: loss: the name has more than 254 bytes: b/nnn";
     folder_.Write("none.txt", "");
     ExpectAnswers({{"tag to-binary in.txt out.chump", 2, told},
                    {"tag check in.txt", 1, told},
                    {"tag check none.txt", 1, "none.txt:1:1: loss: a chunk file without records"}});
-    EXPECT_EQ(Names(), "in.chump in.txt none.txt out.txt ");
+    EXPECT_EQ(Names(), "in.chump in.txt none.txt odd.chump odd.txt out.txt ");
 }
 
 }  // namespace
