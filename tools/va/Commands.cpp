@@ -114,9 +114,11 @@ constexpr std::array kCommands = {
         .details =
             "Prints a text as it is, numbers with ',' between them, raw bytes in hex, and a\n"
             "container as 'va tag print' does; nothing for a tag without a value. A name is\n"
-            "found in any letter case, the exact one first.\n",
+            "found in any letter case, the exact one first. For a '/' in a name write '\\/',\n"
+            "for a backslash '\\\\'.\n",
         .examples = "  va tag get config.txt username\n"
-                    "  va tag get Town.va:config.txt thumbnails/0/image\n",
+                    "  va tag get Town.va:config.txt thumbnails/0/image\n"
+                    "  va tag get config.txt 'km\\/h/limit'\n",
         .run = TagGet,
     },
 };

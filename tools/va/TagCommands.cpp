@@ -87,18 +87,31 @@ std::string SomeNames(const Vorn::OCSChunk& container) {
     return names.empty() ? "it holds none" : "it has " + names;
 }
 
+// The first name of a path, which it is taken off. A backslash in front of '/' or of another one
+// makes that a part of the name.
+std::string TakeName(std::string_view& path) {
+    std::string name;
+    while (!path.empty()) {
+        const bool escaped = path.starts_with("\\/") || path.starts_with("\\\\");
+        const char c = path[escaped ? 1 : 0];
+        path.remove_prefix(escaped ? 2 : 1);
+        if (c == '/' && !escaped) break;
+        name += c;
+    }
+    return name;
+}
+
 Vorn::OCSChunkRef FindTag(const TagFile& file, std::string_view path) {
     Vorn::OCSChunkRef tag = file.root;
     std::string way;
     while (!path.empty()) {
-        const std::string_view name = path.substr(0, path.find('/'));
-        path.remove_prefix(std::min(name.size() + 1, path.size()));
+        const std::string name = TakeName(path);
         if (name.empty()) continue;
         const std::string place = way.empty() ? "at the top" : "in '" + way + "'";
         const Vorn::OCSChunkRef child = FindInAnyCase(*tag, name);
         if (!child) {
-            throw Failure{ExitCode::NotFound, "there is no tag '" + std::string(name) + "' " +
-                                                  place + ": " + SomeNames(*tag)};
+            throw Failure{ExitCode::NotFound,
+                          "there is no tag '" + name + "' " + place + ": " + SomeNames(*tag)};
         }
         tag = child;
         way.append(way.empty() ? "" : "/").append(name);

@@ -65,8 +65,14 @@ TEST_F(VaReading, GetPrintsOneValue) {
         {"tag get a.txt none", 9, "at the top: it has list, mass, engine, empty, kuid"},
     });
     EXPECT_EQ(Va("tag get a.txt empty").out, "");
-    folder_.Write("b.chump", ChunkFile(Record("A", 3, "upper\0"s) + Record("a", 3, "lower\0"s)));
-    ExpectAnswers({{"tag get b.chump a", 0, "lower\n"}});
+    folder_.Write("b.chump", ChunkFile(Record("A", 3, "upper\0"s) + Record("a", 3, "lower\0"s) +
+                                       Record("d/e", 0, Record("f\\", 1, "\7\0\0\0"s)) +
+                                       Record("g\\h", 1, "\x8\0\0\0"s)));
+    ExpectAnswers({{"tag get b.chump a", 0, "lower\n"},
+                   {"tag get b.chump 'd\\/e/f\\\\'", 0, "7\n"},
+                   {"tag get b.chump 'd\\/e/f\\/'", 9, "there is no tag 'f/' in 'd/e'"},
+                   {"tag get b.chump 'd/e'", 9, "there is no tag 'd' at the top"},
+                   {"tag get b.chump 'g\\h'", 0, "8\n"}});
 }
 
 TEST_F(VaReading, DeepFilesAreWalkedOnASmallStack) {
