@@ -1,4 +1,4 @@
-// Tasks: their register, and the host that drives them.
+// The kernel's start; its tasks: their register, and the host that drives them.
 #include <cmath>
 
 #include "kernel/Exceptions.h"
@@ -7,6 +7,8 @@
 #include "kernel/services/KernelOptions.h"
 #include "kernel/services/Task.h"
 #include "kernel/services/TaskManager.h"
+#include "kernel/services/WellKnownNames.h"
+#include "platform/Threads.h"
 #include "tests/kernel/services/LogFixture.h"
 
 namespace Vorn::Testing {
@@ -127,6 +129,22 @@ TEST_F(Tasks, OfTheKernelStartTheLogForAHostThatStartsThem) {
     }
     EXPECT_EQ(FindTaskManager(), nullptr);
     EXPECT_EQ(Body(), "Begin:\r\n") << "the log outlives the kernel";
+}
+
+TEST(KernelStart, InternsTheWellKnownNamesAndRecordsTheMainThread) {
+    const auto start = [](std::size_t) {
+        const Kernel kernel;
+        EXPECT_EQ(MainThreadId(), platform::CurrentThreadId());
+    };
+    InThreads(1, start);
+    start(0);
+    const Table<WellKnownName, const char*> rows = {
+        {WellKnownName::OnMinZoom, "OnMinZoom"},
+        {WellKnownName::OnMaxTargetYaw, "OnMaxTargetYaw"},
+        {WellKnownName::Mcp, "MCP"},
+        {WellKnownName::UserInterface, "UserInterface"},
+        {WellKnownName::Empty, ""}};
+    for (const auto& [name, text] : rows) EXPECT_EQ(NameOf(name), Intern(text)) << text;
 }
 
 }  // namespace
