@@ -36,15 +36,18 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
         ReadArchive();
     } else if (!readOnly_) {
         CreateArchive();
+    } else {
+        readFailed_ = true;
     }
 }
 
 void FileSubArchive::ReadArchive() {
     std::array<std::byte, 4> mark{};
     const std::int64_t got = handle_.ReadAt(0, mark);
+    readFailed_ = got < 0;
     if (got == 0 && !readOnly_) return BeginArchive();
     if (got >= 0 && static_cast<std::size_t>(got) < mark.size()) return;  // open without a header
-    if (got < 0 || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
+    if (readFailed_ || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
     if (!header_.IsValid()) return CloseArchive();
     indexValid_ = LoadIndex();
     if (!indexValid_) header_.indexOffset = 0;
@@ -54,9 +57,14 @@ bool FileSubArchive::ReadHeader() {
     std::array<std::byte, kChunkHeaderSize> unit{};
     std::uint64_t offset = kFirstChunkOffset;
     ReadAhead ahead(handle_);
+    const auto read = [&](std::span<std::byte> into) {
+        const bool whole = ahead.Read(offset, into);
+        readFailed_ = ahead.Failed();
+        return whole;
+    };
     ChunkHeader chunk;
     do {
-        if (!ahead.Read(offset, unit)) return false;
+        if (!read(unit)) return false;
         chunk = DecodeChunkHeader(unit);
         offset += unit.size();
     } while (!chunk.Is(kInfoChunk));
@@ -66,7 +74,7 @@ bool FileSubArchive::ReadHeader() {
     std::array<std::byte, kArchiveHeaderSize> fields{};
     std::copy(preamble.end() - kArchiveHeaderSize, preamble.end(), fields.begin());
     const std::size_t held = std::min<std::size_t>(chunk.length, fields.size());
-    if (!ReadExactly(offset, std::span(fields).first(held))) return false;
+    if (!read(std::span(fields).first(held))) return false;
     header_ = DecodeHeader(fields);
     headerInPlace_ =
         offset + fields.size() == kArchivePreambleSize && chunk.length == fields.size();

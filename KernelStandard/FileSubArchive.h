@@ -79,6 +79,10 @@ public:
     // As last read or written; the defaults for an archive that is not open.
     [[nodiscard]] const ArchiveHeader& Header() const { return header_; }
 
+    // Whether a file that is there could not be opened or read when it was mounted for reading, so
+    // that nobody knows what it holds. What is no archive, or only its beginning, was read.
+    [[nodiscard]] bool ReadFailed() const { return readFailed_; }
+
     // Writes index and header if they must be written. False when they could not be: the header
     // then is as it was, and readers walk the chunks. The destructor does the same and cannot say.
     [[nodiscard]] bool Complete();
@@ -169,6 +173,7 @@ private:
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
     bool indexLeft_ VORN_GUARDED_BY(lock_) = false;  // the file's header names one that is not used
     bool wasFull_ = false;
+    bool readFailed_ = false;
     std::vector<std::byte> writeBuffer_ VORN_GUARDED_BY(lock_);
     platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member
     bool headerInPlace_ = false;  // where and as long as EncodePreamble has it

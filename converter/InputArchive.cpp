@@ -1,5 +1,6 @@
 #include "converter/InputArchive.h"
 
+#include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/PathBuffer.h"
 
@@ -7,10 +8,10 @@ using namespace Vorn;
 
 bool FitsPath(std::string_view path) { return path.size() < kMaxPath; }
 
-bool HoldsArchive(const InternedString& mount) {
-    FileSubstList& list = FileSubstList::Instance();
-    const auto backends = list.Collect(*list.FindSubst(mount));
-    return !backends.empty() && backends.front()->GetStorageKind() != 0;
+InputKind KindOf(const InternedString& mount) {
+    const FileSub& backend = *FileSubstList::Instance().FindSubst(mount)->backends.back();
+    if (static_cast<const FileSubArchive&>(backend).ReadFailed()) return InputKind::Unreadable;
+    return backend.GetStorageKind() != 0 ? InputKind::Archive : InputKind::NoArchive;
 }
 
 std::string InvalidInputArchive(std::string_view path) {

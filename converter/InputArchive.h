@@ -10,8 +10,9 @@
 // Whether a path is short enough for the kernel.
 [[nodiscard]] bool FitsPath(std::string_view path);
 
-// Whether what is mounted under a name could be opened and read as an archive.
-[[nodiscard]] bool HoldsArchive(const Vorn::InternedString& mount);
+// What the file is that was mounted under a name.
+enum class InputKind { Archive, NoArchive, Unreadable };
+[[nodiscard]] InputKind KindOf(const Vorn::InternedString& mount);
 
 // The line for an archive that is not usable.
 [[nodiscard]] std::string InvalidInputArchive(std::string_view path);

@@ -25,9 +25,7 @@ constexpr const char* kOutFile = "outFile";
 }  // namespace
 
 int PatchConverter::RunApply() {
-    const bool haveLists = HavePatch() && ReadList(kAddedList, 1, addedFiles_) &&
-                           ReadList(kDeletedList, 1, deletedFiles_) &&
-                           ReadList(kPatchedList, 2, patchedFiles_);
+    const bool haveLists = ReadLists();
     if (haveLists && !AddNewMembers()) return 1;
 
     const int result = haveLists ? ConvertBase::Run() : 1;
@@ -41,10 +39,16 @@ int PatchConverter::RunApply() {
     return 1;
 }
 
-bool PatchConverter::HavePatch() const {
-    if (HoldsArchive(otherName_)) return true;
-    PrintProblem("\"" + std::string(otherArchivePath_.View()) + "\" cannot be read as an archive");
-    return false;
+bool PatchConverter::ReadLists() {
+    const InputKind kind = KindOf(otherName_);
+    if (kind == InputKind::Archive) {
+        return ReadList(kAddedList, 1, addedFiles_) && ReadList(kDeletedList, 1, deletedFiles_) &&
+               ReadList(kPatchedList, 2, patchedFiles_);
+    }
+    const bool readable = kind == InputKind::NoArchive;
+    PrintProblem("\"" + std::string(otherArchivePath_.View()) +
+                 (readable ? "\" is no archive, so it changes nothing" : "\" cannot be read"));
+    return readable;
 }
 
 bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {

@@ -9,7 +9,8 @@
 // - A patch keeps its lists beside the members, so an added or changed member with the name of a
 //   list ends the run with 1.
 // - A list that begins like a compressed stream is stored compressed, for the reason told in
-//   MemberCopy.h. A patch without one of its lists is applied without it, and a line says so.
+//   MemberCopy.h. A patch without one of its lists is applied without it, one that is no archive
+//   without any, and a line says so. One that cannot be read is refused.
 // - A member name with a line feed has no place in the lists, one with a double quote none on the
 //   diff program's command line: such a changed member ends the run with 1.
 // - An output that is one of the inputs, or that cannot be deleted, is refused.
@@ -63,7 +64,7 @@ private:
 
     // patchapply.
     [[nodiscard]] int RunApply();
-    [[nodiscard]] bool HavePatch() const;
+    [[nodiscard]] bool ReadLists();
     [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
     [[nodiscard]] bool AddNewMembers();
     [[nodiscard]] bool ApplyMember(const char* member);

@@ -98,14 +98,8 @@ TEST_F(HandWrittenPatch, ListsAreTakenAsTheyAre) {
     }
 }
 
-TEST_F(HandWrittenPatch, MissingListIsToldAndMissingPatchRefused) {
+TEST_F(HandWrittenPatch, WithoutListsChangesNothingAndUnreadableIsRefused) {
     Pack("old.va", {{"a", "old"}, {"b", "old"}});
-    Pack("patch.va", {{"deletedFiles.txt", ""}});
-    Outcome outcome = Apply("patch.va");
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.lines, ElementsAre("Unchanged a", "Unchanged b"));
-    EXPECT_THAT(outcome.problems, HasSubstr("has no list \"addedFiles.txt\""));
-
     // A list keeps its size in the archive's index while its stream is cut short.
     std::string list = "a\nx\n";
     for (int i = 0; i < 400; ++i) list += "gone" + std::to_string(i) + "\nx\n";
@@ -115,15 +109,25 @@ TEST_F(HandWrittenPatch, MissingListIsToldAndMissingPatchRefused) {
     std::string cut = folder_.Read("cut.va");
     ASSERT_NE(cut.find("CFIL"), std::string::npos);
     cut.replace(cut.find("CFIL") + 12, 4, "\xFF\xFF\xFF\x00", 4);
-    for (const std::string& content : {""s, "x"s, "this is not an archive"s, cut}) {
-        folder_.Write("patch.va", content);
-        outcome = Apply("patch.va");
-        EXPECT_EQ(outcome.exitCode, 1) << content;
-        EXPECT_THAT(outcome.lines, IsEmpty());
-        EXPECT_THAT(outcome.problems,
-                    HasSubstr(content == cut ? "cannot read all of \"deletedFiles.txt\""
-                                             : "\"patch.va\" cannot be read as an archive"));
-        EXPECT_FALSE(folder_.Has("old-tmp.va"));
+    folder_.Write("cut.va", cut);
+    Pack("one.va", {{"deletedFiles.txt", ""}});
+    folder_.Write("empty.va", "");
+    folder_.Write("text.va", "this is not an archive");
+    fs::create_directory(folder_.Path("folder.va"));
+    const Table<const char*, int, const char*> rows = {
+        {"one.va", 0, "has no list \"addedFiles.txt\""},
+        {"empty.va", 0, "\"empty.va\" is no archive"},
+        {"text.va", 0, "\"text.va\" is no archive"},
+        {"folder.va", 1, "\"folder.va\" cannot be read"},
+        {"cut.va", 1, "cannot read all of \"deletedFiles.txt\""}};
+    for (const auto& [patch, exitCode, problem] : rows) {
+        SCOPED_TRACE(patch);
+        Replace("old-tmp.va", "");
+        const Outcome outcome = Apply(patch);
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_EQ(outcome.lines, exitCode == 0 ? Lines({"Unchanged a", "Unchanged b"}) : Lines());
+        EXPECT_THAT(outcome.problems, HasSubstr(problem));
+        EXPECT_EQ(folder_.Has("old-tmp.va"), exitCode == 0);
     }
 }
 
