@@ -129,15 +129,6 @@ TEST_F(ResourceFinding, FallbacksAreAskedOnceEach) {
     EXPECT_EQ(system->DatabaseCount(), 2u);
 }
 
-TEST_F(ResourceFinding, ManyThreadsFindOneResource) {
-    std::array<Resource*, 8> found{};
-    InThreads(found.size(),
-              [&](std::size_t t) { found[t] = Get(t % 2 ? "alias.text" : "a.text"); });
-    for (const Resource* resource : found) EXPECT_EQ(resource, found[0]);
-    EXPECT_EQ(found[0]->ReferenceCount(), 8u);
-    EXPECT_EQ(texts.alive, 1);
-}
-
 TEST_F(ResourceFinding, SearchHandlesListTheMount) {
     const auto search = base->CreateSearchHandle();
     EXPECT_EQ(search->CurrentEntry(), nullptr);

@@ -4,7 +4,7 @@
 
 #include "KernelResource/ResourceDatabase.h"
 #include "KernelResource/ResourceSystem.h"
-#include "kernel/services/OptionList.h"
+#include "kernel/services/OptionSources.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -32,12 +32,31 @@ public:
         ++type_.alive;
     }
     ~TextResource() override { --type_.alive; }
-    void LoadFile(ResourceResult& result, const char* fileName) override;
+    void LoadFile(ResourceResult& result, const char* fileName) override {
+        ++type_.loads;
+        loadedBy = std::this_thread::get_id();
+        type_.onLoad(*this);
+        const auto content = Contents(fileName);
+        text = content.value_or("");
+        if (!content) result = RES_FAILED_TO_LOAD;
+    }
     // The option "Text" of the description.
-    void LoadDescription(ResourceResult& result, const char* fileName) override;
-    void FinishLoad(ResourceResult& result) override;
+    void LoadDescription(ResourceResult& result, const char* fileName) override {
+        OptionList description;
+        String told;
+        if (!ParseOptionFile(description, fileName)) result = RES_FAILED_TO_LOAD;
+        GetOptionString(description, "Text", told, "");
+        text = told.View();
+    }
+    void FinishLoad(ResourceResult& result) override {
+        isFinished = true;
+        if (text == "cannot be finished") result = RES_FAILED_TO_LOAD;
+    }
     int GetDataSize() override { return isFinished ? static_cast<int>(text.size()) : -1; }
-    void ReleaseData() override;
+    void ReleaseData() override {
+        ++type_.unloads;
+        text.clear();
+    }
 
     std::string text;
     std::thread::id loadedBy;
@@ -47,30 +66,68 @@ private:
     TextType& type_;
 };
 
+inline RefPtr<Resource> TextType::Create(ResourceDatabase* home, const InternedString& name) {
+    return MakeResource<TextResource>(*this, home, name);
+}
+
 class ResourceLayer : public testing::Test {
 protected:
     ResourceLayer() { Start(""); }
-    void TearDown() override;
+    void TearDown() override {
+        base.reset();
+        system.reset();
+        EXPECT_EQ(texts.alive, 0);
+    }
 
-    // Begins with a fresh resource system.
-    void Start(std::string_view optionText);
+    // Begins with a fresh resource system; null for one without options.
+    void Start(const char* optionText) {
+        base.reset();
+        system = std::make_unique<ResourceSystem>();
+        if (optionText) ParseOptions(options.emplace(), optionText);
+        system->Init(optionText ? &*options : nullptr);
+        system->Types().Add(texts);
+    }
 
     // An archive with these members, mounted under the name until its database ends.
-    void Mount(const std::string& name, const std::vector<RawMember>& members);
+    void Mount(const std::string& name, const std::vector<RawMember>& members) {
+        Subst(Intern(name), folder.Write(name + ".va", RawArchive(members)).c_str());
+    }
     // The database "base" over such a mount.
-    void OpenBase(const std::vector<RawMember>& members);
+    void OpenBase(const std::vector<RawMember>& members) {
+        base.reset();
+        Mount("base", members);
+        base = std::make_unique<ResourceDatabase>(Intern("base"));
+    }
     // Members "0.text" to "<count - 1>.text", which hold "text 0" and so on.
-    void OpenNumbered(std::size_t count);
+    void OpenNumbered(std::size_t count) {
+        std::vector<RawMember> members;
+        for (std::size_t i = 0; i < count; ++i) {
+            members.push_back({std::to_string(i) + ".text", "text " + std::to_string(i)});
+        }
+        OpenBase(members);
+    }
 
     // Of the database "base", with a reference.
-    [[nodiscard]] TextResource& Numbered(std::size_t number);
     [[nodiscard]] Resource* Get(std::string_view name, std::uint32_t flags = 0) {
         return base->GetResource(Intern(name), flags);
     }
+    [[nodiscard]] TextResource& Numbered(std::size_t number) {
+        return dynamic_cast<TextResource&>(*Get(std::to_string(number) + ".text"));
+    }
     bool Release(std::string_view name) { return base->ReleaseResource(Intern(name)); }
     // The whole way: finds, loads, and gives the use back. "(none)" when that fails.
-    std::string TextOf(std::string_view name);
-    [[nodiscard]] static ResourceResult Acquire(Resource& resource);
+    std::string TextOf(std::string_view name) {
+        auto* const resource = dynamic_cast<TextResource*>(Get(name));
+        if (!resource || Acquire(*resource) != RES_RESOURCEOK) return "(none)";
+        std::string text = resource->text;
+        resource->ReleaseUse();
+        return text;
+    }
+    [[nodiscard]] static ResourceResult Acquire(Resource& resource) {
+        ResourceResult result = RES_RESOURCEOK;
+        resource.Acquire(result);
+        return result;
+    }
 
     std::optional<OptionList> options;
     TextType texts;
