@@ -125,13 +125,17 @@ TEST_F(StringPoolTest, AnEditThatMeetsAnExistingTextJoinsIt) {
     EXPECT_EQ(Entries(), entries - 1);
 }
 
-TEST_F(StringPoolTest, ThreadsInternAndReleaseTogether) {
+// Sweeps of all threads go round the buckets many times while the names in them come and go.
+TEST_F(StringPoolTest, ThreadsInternReleaseAndSweepTogether) {
     InThreads(4, [this](std::size_t t) {
-        for (std::size_t i = 0; i < 3000; ++i) {
-            const InternedString name = Intern("shared " + std::to_string(i % 50));
+        for (std::size_t i = 0; i < 50000; ++i) {
+            const std::string text = "shared " + std::to_string(i * (t + 1) % 50);
+            const InternedString name = Intern(text);
             InternedString copy = name;
             if (i % 5 == 0) Insert(copy, "x", 0);
-            if (i % 100 == t) pool.Sweep();
+            pool.Sweep();
+            ASSERT_EQ(name.View(), text);
+            ASSERT_EQ(Intern(text), name);
         }
     });
     const auto after = pool.GetStatistics();
