@@ -261,9 +261,7 @@ TEST_F(CrashReports, TellTheDebuggerWhatTheyDo) {
               "ExceptionHandlerXCrashReport> writing minidump\r\n");
     EXPECT_EQ(Run("read", "absent"), SIGSEGV);
     EXPECT_EQ(folder_.Read("errors"), "Error creating exception report\r\n");
-    struct stat status {};
-    EXPECT_EQ(stat(folder_.Path(kDump).c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600u);
+    EXPECT_EQ(fs::status(folder_.Path(kDump)).permissions(), fs::perms{0600});
 }
 
 TEST_F(CrashReports, AreLeftByKernelThreadsAndFaultsOnly) {
