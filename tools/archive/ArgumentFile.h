@@ -1,5 +1,6 @@
-// The lines of an argument file, each a command line: 8-bit text, or UTF-16 with a byte-order mark,
-// of which lines come in the ANSI code page. A compressed file is read as its content.
+// The lines of an argument file, each a command line: 8-bit text, or UTF-16 of either byte order
+// with its mark, of which lines come in the ANSI code page. The mark of UTF-8 is passed over. A
+// compressed file is read as its content.
 #pragma once
 
 #include <array>
@@ -24,9 +25,13 @@ public:
 private:
     static constexpr std::uint32_t kLineSize = 1024;
 
+    void DetectEncoding();
+    std::uint32_t ReadSwappedLine();
+
     File file_;
     std::uint32_t size_ = 0;
     std::array<char, kLineSize> line_{};
+    bool swapped_ = false;  // UTF-16, the high byte of each unit first
     bool cut_ = false;
 };
 

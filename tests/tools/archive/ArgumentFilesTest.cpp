@@ -9,16 +9,21 @@ protected:
     ArgumentFiles() { Write({{"a.txt", Prose(2'000)}, {"b.txt", "b"}}); }
 };
 
-[[nodiscard]] std::string Utf16(std::string_view text) {
-    std::string units = "\xFF\xFE";
-    for (const char c : text) units += {c, '\0'};
+// UTF-16 with its mark, the low byte of each unit first or last.
+[[nodiscard]] std::string Utf16(std::string_view text, bool lowFirst) {
+    std::string units = lowFirst ? "\xFF\xFE" : "\xFE\xFF";
+    for (const char c : text) units += lowFirst ? std::string{c, '\0'} : std::string{'\0', c};
     return units;
 }
 
 TEST_F(ArgumentFiles, EveryLineRunsWithTheSwitchesBeforeIt) {
     const std::string text = "a x.va a.txt\r\n-k a y.va \"b.txt\"\na x.va b.txt";
-    Write({{"narrow", text}, {"wide", Utf16(text)}, {"outer", "@narrow l x.va\n"}});
-    for (const std::string file : {"narrow", "wide", "outer"}) {
+    Write({{"narrow", text},
+           {"marked", "\xEF\xBB\xBF" + text},
+           {"wide", Utf16(text, true)},
+           {"swapped", Utf16(text, false)},
+           {"outer", "@narrow l x.va\n"}});
+    for (const std::string file : {"narrow", "marked", "wide", "swapped", "outer"}) {
         SCOPED_TRACE(file);
         fs::remove("x.va");
         fs::remove("y.va");
@@ -64,15 +69,18 @@ TEST_F(ArgumentFiles, AFileThatNamesItselfEndsWithAWarning) {
 TEST_F(ArgumentFiles, PrefixesStayForLaterLinesAndLongLinesAreReported) {
     const std::string blanks(1'022 - 13, ' ');
     Write({{"lines", "a x.va *.txt\n-n e x.va a.txt\ne x.va b.txt\n"},
-           {"fits", "l " + blanks + "x.va a.txt\n"},
-           {"long", "l " + blanks + "x.va a.txt b.txt\n"}});
+           {"fits", Utf16("l " + blanks + "x.va a.txt\n", false)},
+           {"long", "l " + blanks + "x.va a.txt b.txt\n"},
+           {"wide", Utf16("l " + blanks + "x.va a.txt b.txt\n", false)}});
     Do("@lines l x.va");
     EXPECT_EQ(folder.Read("x/a.txt"), Prose(2'000));
     EXPECT_EQ(folder.Read("x/b.txt"), "b");
     Do("@fits l x.va");
-    const Outcome outcome = Run("@long l x.va");
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.problems, HasSubstr("a line of long is too long and was cut\n"));
+    for (const std::string file : {"long", "wide"}) {
+        const Outcome outcome = Run("@" + file + " l x.va");
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.problems, HasSubstr("a line of " + file + " is too long and was cut"));
+    }
 }
 
 }  // namespace
