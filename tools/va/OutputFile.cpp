@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "platform/Directories.h"
+#include "platform/Processes.h"
 #include "tools/va/Input.h"
 #include "tools/va/Outcome.h"
 
@@ -34,9 +35,12 @@ void OutputFile::Check(const std::string& path, bool replace) {
 }
 
 OutputFile::OutputFile(const std::string& path, bool replace) : path_(path), replace_(replace) {
+    // The number of the process is in the name: a name that is guarded must be no other run's.
+    const std::string stem = path + ".new" + std::to_string(platform::CurrentProcessId()) + "-";
     constexpr int kMostTries = 100;
-    for (int n = 0; n < kMostTries && !handle_.IsOpen(); ++n) {
-        temporary_ = path + ".new" + std::to_string(n);
+    for (int n = 0; n < kMostTries; ++n) {
+        temporary_ = stem + std::to_string(n);
+        guard_.emplace(temporary_);
         if (handle_.Open(temporary_.c_str(), platform::Access::Write, platform::Creation::CreateNew,
                          platform::Share::DenyAll)) {
             return;

@@ -3,16 +3,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "assetdata/TStream.h"
+#include "platform/Endings.h"
 #include "platform/Files.h"
 
 namespace va {
 
 // A stream into a new file beside `path`, which takes its place in one step when it is complete.
-// What is not placed leaves nothing behind. A link in that place is replaced, not what it leads to.
+// What is not placed leaves nothing behind, also when the run is ended from outside. A link in that
+// place is replaced, not what it leads to.
 //
 // Writes are collected; one that the system refuses gives 0, as does everything after it. The
 // stream cannot be read or moved.
@@ -50,6 +53,7 @@ private:
     const std::string path_;
     const bool replace_;
     std::string temporary_;
+    std::optional<platform::RemovedAtEnd> guard_;
     platform::FileHandle handle_;
     std::vector<std::byte> pending_;
     std::uint32_t position_ = 0;

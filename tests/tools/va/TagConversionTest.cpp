@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include "tests/tools/va/VaProgram.h"
 
 namespace Vorn::Testing {
@@ -75,6 +77,33 @@ TEST_F(VaConversion, AFileThatCannotBeWrittenToItsEndIsNotThere) {
     EXPECT_THAT(run.err, HasSubstr("cannot write 'out.chump': File too large"));
     EXPECT_EQ(folder_.Read("out.chump"), "mine");
     EXPECT_EQ(Names(), "in.txt out.chump ");
+}
+
+TEST_F(VaConversion, ARunThatASignalEndsLeavesNothingHalfMade) {
+    if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
+        GTEST_SKIP() << "a traced run is needed";
+    }
+    folder_.Write("in.txt", "a 7\n");
+    const auto run = [&](const std::string& signal, int nth, const std::string& before = {}) {
+        folder_.Write("out.chump", "mine");
+        return Shell("cd " + folder_.Path() + "; " + before +
+                     " strace -o /dev/null -e inject=openat,write,fsync,rename:signal=" + signal +
+                     ":when=" + std::to_string(nth) +
+                     " " VA " tag to-binary --force in.txt out.chump 2>/dev/null");
+    };
+    for (const auto& [signal, number] : Table<std::string, int>{
+             {"HUP", SIGHUP}, {"INT", SIGINT}, {"PIPE", SIGPIPE}, {"TERM", SIGTERM}}) {
+        int nth = 1;
+        for (int code = -1; code != 0; ++nth) {
+            SCOPED_TRACE(signal + " at call " + std::to_string(nth));
+            code = run(signal, nth);
+            ASSERT_TRUE(code == 0 || code == 128 + number) << code;
+            EXPECT_THAT(folder_.Read("out.chump"), testing::AnyOf("mine", kSeven));
+            ASSERT_EQ(Names(), "in.txt out.chump ");
+        }
+        EXPECT_GT(nth, 5);
+    }
+    for (int nth = 1; nth < 12; ++nth) EXPECT_EQ(run("HUP", nth, "trap '' HUP;"), 0) << "ignored";
 }
 
 TEST_F(VaConversion, WhatTheOtherFormCannotHoldIsNamed) {
