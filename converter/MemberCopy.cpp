@@ -1,6 +1,9 @@
 #include "converter/MemberCopy.h"
 
 #include <new>
+#include <string>
+
+#include "converter/Console.h"
 
 using namespace Vorn;
 
@@ -11,6 +14,11 @@ constexpr FileMode kReadMember = kReadDetect;
 constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
 constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
 
+[[nodiscard]] bool Fail(const char* what, std::string_view name) {
+    PrintProblem(what + (" \"" + std::string(name) + "\""));
+    return false;
+}
+
 }  // namespace
 
 bool MemberContent::ReadAll(File& file) {
@@ -18,18 +26,20 @@ bool MemberContent::ReadAll(File& file) {
     try {
         bytes_ = std::make_unique_for_overwrite<std::byte[]>(size_);
     } catch (const std::bad_alloc&) {
-        return false;
+        return Fail("there is no memory for", file.Name());
     }
-    return file.Seek(0, SeekFrom::Start) == 0 && file.Read(bytes_.get(), size_) == size_;
+    const bool whole =
+        file.Seek(0, SeekFrom::Start) == 0 && file.Read(bytes_.get(), size_) == size_;
+    return whole || Fail("cannot read all of", file.Name());
 }
 
 bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
                 std::span<const std::byte> content) {
     File file;
-    if (file.Open(mount, name, mode) != RES_OK) return false;
+    if (file.Open(mount, name, mode) != RES_OK) return Fail("cannot create", name);
     const auto size = static_cast<std::uint32_t>(content.size());
     const bool written = file.Write(content.data(), size) == size;
-    return file.Close() && written;
+    return (file.Close() && written) || Fail("cannot write", name);
 }
 
 bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {

@@ -1,6 +1,7 @@
 // Reading members whole, and copying them between archives and the file system.
 //
-// A mount name says where a member is; the null handle means the file system.
+// A mount name says where a member is; the null handle means the file system. What cannot be read
+// or written is named on standard error.
 #pragma once
 
 #include <cstddef>

@@ -58,11 +58,12 @@ bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& memb
         PrintProblem("the patch has no list \"" + std::string(list) + "\"");
         return true;
     }
-    MemberContent content;
-    if (opened != RES_OK || !content.ReadAll(file)) {
-        PrintProblem("cannot read all of \"" + std::string(list) + "\"");
+    if (opened != RES_OK) {
+        PrintProblem("cannot open \"" + std::string(list) + "\"");
         return false;
     }
+    MemberContent content;
+    if (!content.ReadAll(file)) return false;
     const auto bytes = content.Bytes();
     ParseList({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, digestLines, members);
     return true;
@@ -104,11 +105,11 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         const bool haveOld = old.Open(inputName_, member, kReadDetect) == RES_OK;
         const bool haveDiff = diff.Open(otherName_, member, kReadDetect) == RES_OK;
         if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
-        if (!Stage(old, member, kSourceFile)) return false;
+        if (!Stage(old, kSourceFile)) return false;
         if (DigestOf(kSourceFile) != FirstDigest(digests)) {
             return Fail(">>>> MD5 ERROR " + std::string(member));
         }
-        if (!Stage(diff, member, kDiffFile)) return false;
+        if (!Stage(diff, kDiffFile)) return false;
     }
     if (!RebuildMember(member)) return false;
     DeleteWorkingFiles({kDiffFile, kSourceFile, kOutFile});
@@ -123,11 +124,13 @@ bool PatchConverter::RebuildMember(const char* member) {
     std::uint32_t exitCode = 0;
     const bool started = RunPatchProgram(programDir_.View(), WorkingFile(kSourceFile),
                                          WorkingFile(kDiffFile), outFile, exitCode);
-    if (!started || exitCode != 0) {
-        PrintLine(">>>> PATCH ERROR " + std::string(member));
-        if (started) PrintLine(">>>> EXIT CODE:  " + std::to_string(exitCode));
+    if (!started || exitCode != 0) PrintLine(">>>> PATCH ERROR " + std::string(member));
+    if (!started) {
+        PrintProblem("cannot start the patch program that belongs in \"" +
+                     std::string(programDir_.View()) + "\"");
         return false;
     }
+    if (exitCode != 0) return Fail(">>>> EXIT CODE:  " + std::to_string(exitCode));
     if (!CopyMember(InternedString(), outFile.c_str(), outputName_, member)) {
         return Fail("ERROR> Failed to add patched file " + outFile);
     }

@@ -168,17 +168,11 @@ std::string PatchConverter::WorkingFile(const char* name) const {
     return std::string(path.View());
 }
 
-bool PatchConverter::Stage(File& member, const char* memberName, const char* workingFile) {
-    MemberContent content;
-    if (!content.ReadAll(member)) {
-        PrintProblem("cannot read all of \"" + std::string(memberName) + "\"");
-        return false;
-    }
-    const std::string path = WorkingFile(workingFile);
+bool PatchConverter::Stage(File& member, const char* workingFile) {
     constexpr FileMode kWriteWorkingFile = kCreateOrTruncate | kWritePlain;
-    if (WriteWhole(InternedString(), path.c_str(), kWriteWorkingFile, content.Bytes())) return true;
-    PrintProblem("cannot write the working file \"" + path + "\"");
-    return false;
+    MemberContent content;
+    return content.ReadAll(member) && WriteWhole(InternedString(), WorkingFile(workingFile).c_str(),
+                                                 kWriteWorkingFile, content.Bytes());
 }
 
 InternedString PatchConverter::DigestOf(const char* workingFile) const {

@@ -75,7 +75,7 @@ private:
     // Both.
     [[nodiscard]] std::string WorkingFile(const char* name) const;
     // Writes an open member's content to a working file.
-    [[nodiscard]] bool Stage(Vorn::File& member, const char* memberName, const char* workingFile);
+    [[nodiscard]] bool Stage(Vorn::File& member, const char* workingFile);
     // FileDigest of a working file; null, and said so, when it cannot be read.
     [[nodiscard]] Vorn::InternedString DigestOf(const char* workingFile) const;
     void DeleteWorkingFiles(std::initializer_list<const char*> names) const;

@@ -70,13 +70,13 @@ bool PatchConverter::DiffMember(const char* member) {
         return !haveOther;
     }
     if (secondPass_ && haveOther) return true;
-    if (!Stage(walked, member, kSourceFile)) return false;
+    if (!Stage(walked, kSourceFile)) return false;
 
     const InternedString walkedDigest = DigestOf(kSourceFile);
     if (!walkedDigest) return false;
     bool done = false;
     if (haveOther) {
-        if (!Stage(other, member, kTargetFile)) return false;
+        if (!Stage(other, kTargetFile)) return false;
         const InternedString otherDigest = DigestOf(kTargetFile);
         done = otherDigest && DiffStaged(member, walkedDigest, otherDigest);
     } else {
@@ -153,10 +153,7 @@ bool PatchConverter::WriteLists() {
         const std::string text = FormatList(*members);
         const auto bytes = std::as_bytes(std::span(text));
         const FileMode kind = IsStreamMark(bytes) ? kWriteCompressed : kWritePlain;
-        if (!WriteWhole(outputName_, name, kCreateOrTruncate | kind, bytes)) {
-            PrintProblem("cannot write the list \"" + std::string(name) + "\"");
-            written = false;
-        }
+        written = WriteWhole(outputName_, name, kCreateOrTruncate | kind, bytes) && written;
     }
     return written;
 }

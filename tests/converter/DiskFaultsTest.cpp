@@ -53,6 +53,20 @@ TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
     }
 }
 
+TEST_F(DiskFaults, ReasonForAMemberThatCannotBeAddedIsTold) {
+    const std::string old = folder_.Read("old.va");
+    folder_.Write("cut.va", old.substr(0, old.rfind("IDX ") - 2));
+    Outcome outcome = Convert({"patchapply", "cut.va", "good.va", "x"});
+    EXPECT_EQ(outcome.lines.back(), "ERROR> Failed to add unchanged file b");
+    EXPECT_THAT(outcome.problems, HasSubstr("cannot read all of \"b\""));
+
+    folder_.Write("full/old.va", old);
+    if (!MakeSmallDisk("full", 8192)) GTEST_SKIP() << "mounting is not permitted";
+    outcome = Convert({"patchapply", "full/old.va", "good.va", "x"});
+    EXPECT_EQ(outcome.lines.back(), "Failed to add added");
+    EXPECT_THAT(outcome.problems, HasSubstr("cannot write \"added\""));
+}
+
 class SystemCallFaults : public DiskFaults, public testing::WithParamInterface<const char*> {};
 
 TEST_P(SystemCallFaults, NthFailureIsNeverASuccessWithAWrongResult) {

@@ -64,6 +64,8 @@ TEST_F(PatchPrograms, PatchProgramIsJudgedByItsExitCode) {
         const Outcome outcome = Apply();
         EXPECT_EQ(outcome.exitCode, exitCode);
         EXPECT_EQ(outcome.lines, lines);
+        EXPECT_EQ(outcome.problems.find("cannot start the patch program") != std::string::npos,
+                  script.empty());
         EXPECT_EQ(folder_.Has("old-tmp.va"), exitCode == 0);
     }
     ExpectSameContent("old-tmp.va", "new.va");
