@@ -52,7 +52,10 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     bool mounted = false;
     const bool opened = OpenThroughSubst(substName, path, mounted) || (!mounted && OpenPlain(path));
     if (!opened) {
-        return (mode & kCreationMask) == kCreateNew ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
+        // Mounts that are asked to read find the file or do not.
+        const bool createNew = (mode & kCreationMask) == kCreateNew;
+        const bool reading = mounted && ReadKind() != 0;
+        return createNew && !reading ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
     }
     if (const FileResult result = ProbeCompression(); result != RES_OK) return result;
     if (handle_ != &own_ && WriteKind() != 0) return Refuse(RES_READONLY);
@@ -182,7 +185,7 @@ FileResult File::AcceptStream(std::size_t probed) {
 }
 
 FileResult File::Refuse(FileResult result) {
-    if (handle_ != &own_) {
+    if (handle_ != &own_ && result != RES_UNKNOWN) {
         // A write would go straight into the archive.
         mode_ &= ~kWriteKindMask;
         return result;

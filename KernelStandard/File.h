@@ -142,7 +142,7 @@ private:
     [[nodiscard]] OpenFlags FlagsOfMode() const;
     [[nodiscard]] FileResult ProbeCompression();
     [[nodiscard]] FileResult AcceptStream(std::size_t probed);
-    // Gives `result`; an own descriptor is closed, a member stays attached until Close.
+    // Gives `result` and closes; a member that can be read stays attached until Close.
     FileResult Refuse(FileResult result);
 
     // Reading.
