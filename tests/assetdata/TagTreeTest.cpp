@@ -1,5 +1,3 @@
-#include <pthread.h>
-
 #include "assetdata/TBuffer.h"
 #include "assetdata/TDBContainerTag.h"
 #include "assetdata/TDBDataTag.h"
@@ -22,47 +20,42 @@ std::int32_t ValueOf(const OCSChunkRef& tag) { return tag ? IntegerAt(tag->DataB
 // What a container holds: the records of a file, then what was added. A container that comes from
 // no file has no records.
 struct ContainerModel {
-    using Pairs = std::vector<std::pair<std::string, std::int32_t>>;
-    Pairs records;
-    Pairs added;
+    std::vector<std::pair<std::string, std::int32_t>> pairs;
+    std::size_t records = 0;  // the first ones
 
-    [[nodiscard]] Pairs All() const {
-        Pairs all = records;
-        all.insert(all.end(), added.begin(), added.end());
-        return all;
-    }
     [[nodiscard]] std::int32_t Find(const std::string& name) const {
-        for (const auto& [other, value] : All()) {
-            if (other == name) return value;
-        }
-        return -1;
+        const auto found = std::ranges::find(pairs, name, &decltype(pairs)::value_type::first);
+        return found == pairs.end() ? -1 : found->second;
     }
-    static Pairs::iterator Of(Pairs& pairs, std::int32_t value) {
-        return std::ranges::find(pairs, value, &Pairs::value_type::second);
+    [[nodiscard]] std::size_t Of(std::int32_t value) const {
+        const auto found = std::ranges::find(pairs, value, &decltype(pairs)::value_type::second);
+        return static_cast<std::size_t>(found - pairs.begin());
     }
-    void Remove(std::int32_t value) {
-        if (const auto record = Of(records, value); record != records.end()) {
-            records.erase(record);
-        } else if (const auto pair = Of(added, value); pair != added.end()) {
-            added.erase(pair);
-        }
+    // Whether that was a record.
+    bool Remove(std::size_t at) {
+        if (at < pairs.size()) pairs.erase(pairs.begin() + static_cast<std::ptrdiff_t>(at));
+        if (at >= records) return false;
+        --records;
+        return true;
     }
-    // A record whose child changes goes on among the added children.
-    void Swap(std::int32_t a, std::int32_t b) {
-        const auto recordA = Of(records, a);
-        const auto recordB = Of(records, b);
-        if (recordB < recordA) return Swap(b, a);
-        const bool both = recordB != records.end();
-        if (recordA == records.end() || both) {
-            if (!both) return std::swap(Of(added, a)->second, Of(added, b)->second);
-            added.emplace_back(recordA->first, b);
-            added.emplace_back(recordB->first, a);
-            records.erase(recordB);
-        } else {
-            Of(added, b)->second = a;
-            added.emplace_back(recordA->first, b);
+    void Swap(std::size_t first, std::size_t second) {
+        if (second == first) return;
+        if (second < first) std::swap(first, second);
+        const std::int32_t a = pairs[first].second;
+        if (Replace(first, pairs[second].second)) --second;
+        Replace(second, a);
+    }
+
+private:
+    // A record whose child changes goes on among the added children. Whether that was one.
+    bool Replace(std::size_t at, std::int32_t by) {
+        const std::string name = pairs[at].first;
+        if (at >= records) {
+            pairs[at].second = by;
+            return false;
         }
-        records.erase(recordA);
+        pairs.emplace_back(name, by);
+        return Remove(at);
     }
 };
 
@@ -80,12 +73,9 @@ public:
     }
 
 private:
-    std::string RandomName() { return std::string(1, static_cast<char>('a' + random_() % 7)); }
     OCSChunkRef RandomChild() {
-        const std::uint32_t count = container_->ChildCount();
-        return count == 0
-                   ? OCSChunkRef()
-                   : container_->ChildAt(static_cast<std::uint32_t>(random_() % count)).child;
+        const auto index = random_() % std::max(container_->ChildCount(), 1U);
+        return container_->ChildAt(static_cast<std::uint32_t>(index)).child;
     }
 
     void Change() {
@@ -96,21 +86,16 @@ private:
             container_->Clear();
             model_ = {};
         } else if (kind < 80) {
-            Add(Number(next_), next_);
-            ++next_;
+            Add(Number(next_++));
         } else if (kind < 140) {
-            container_->RemoveChild(child);
-            model_.Remove(ValueOf(child));
+            Remove(child);
         } else if (kind < 160 && child) {
             // The same child under another name, mostly out before it comes in again.
-            if (kind > 144) {
-                container_->RemoveChild(child);
-                model_.Remove(ValueOf(child));
-            }
-            Add(child, ValueOf(child));
+            if (kind > 144) Remove(child);
+            Add(child);
         } else if (kind < 190 && child) {
             container_->SwapChildren(child, other);
-            if (ValueOf(child) != ValueOf(other)) model_.Swap(ValueOf(child), ValueOf(other));
+            model_.Swap(model_.Of(ValueOf(child)), model_.Of(ValueOf(other)));
         } else {
             const OCSChunkRef stranger = Number(0);
             container_->SwapChildren(child, stranger);
@@ -118,20 +103,24 @@ private:
             container_->AddChild(Intern("a"), {});
         }
     }
-    void Add(const OCSChunkRef& child, std::int32_t value) {
-        const std::string name = RandomName();
+    void Add(const OCSChunkRef& child) {
+        const std::string name(1, static_cast<char>('a' + random_() % 7));
         container_->AddChild(Intern(name), child);
-        model_.added.emplace_back(name, value);
+        model_.pairs.emplace_back(name, ValueOf(child));
+    }
+    void Remove(const OCSChunkRef& child) {
+        container_->RemoveChild(child);
+        model_.Remove(model_.Of(ValueOf(child)));
     }
 
     void Compare() {
-        const ContainerModel::Pairs all = model_.All();
-        ASSERT_EQ(container_->ChildCount(), all.size());
-        for (std::uint32_t i = 0; i < all.size(); ++i) {
-            ASSERT_EQ(container_->ChildName(i).View(), all[i].first);
-            ASSERT_EQ(ValueOf(container_->ChildAt(i).child), all[i].second);
+        const auto& pairs = model_.pairs;
+        ASSERT_EQ(container_->ChildCount(), pairs.size());
+        for (std::uint32_t i = 0; i < pairs.size(); ++i) {
+            ASSERT_EQ(container_->ChildName(i).View(), pairs[i].first);
+            ASSERT_EQ(ValueOf(container_->ChildAt(i).child), pairs[i].second);
         }
-        ASSERT_FALSE(container_->ChildAt(static_cast<std::uint32_t>(all.size())).child);
+        ASSERT_FALSE(container_->ChildAt(static_cast<std::uint32_t>(pairs.size())).child);
         for (char name = 'a'; name < 'i'; ++name) {
             const std::string text(1, name);
             ASSERT_EQ(ValueOf(container_->FindChild(Intern(text))), model_.Find(text));
@@ -150,22 +139,22 @@ TEST(TagContainers, ChangeAsTheirModelsDo) {
         SCOPED_TRACE(seed);
         ContainerModel model;
         const OCSChunkRef tree = NewTag(kTagContainer);
+        const OCSChunkRef fresh = NewTag(kTagContainer);
         for (auto left = random() % (seed % 2 ? 60 : 10) + 1; left > 0; --left) {
             const std::string name(1, static_cast<char>('a' + random() % 7));
-            model.added.emplace_back(name, static_cast<std::int32_t>(left));
-            tree->AddChild(Intern(name), Number(static_cast<std::int32_t>(left)));
+            model.pairs.emplace_back(name, static_cast<std::int32_t>(left));
+            for (const OCSChunkRef& box : {tree, fresh}) {
+                box->AddChild(Intern(name), Number(static_cast<std::int32_t>(left)));
+            }
         }
-        const ContainerModel loaded{model.added, {}};
         Changing(tree, model, seed).Run(300);
 
         const OCSChunkRef outer = NewTag(kTagContainer);
-        const OCSChunkRef fresh = NewTag(kTagContainer);
-        for (const auto& [name, value] : loaded.records)
-            fresh->AddChild(Intern(name), Number(value));
         outer->AddChild(Intern("box"), fresh);
+        model.records = model.pairs.size();
         const OCSChunkRef root = ReadChunks(WriteChunks(*outer));
         const OCSChunkRef box = root->FindChild(Intern("box"));
-        Changing(box, loaded, seed).Run(300);
+        Changing(box, model, seed).Run(300);
         EXPECT_EQ(Describe(*root->ChildAt(0).child), Describe(*box)) << "one for everyone";
         EXPECT_EQ(Describe(*ReadChunks(WriteChunks(*root))), Describe(*root));
     }
@@ -254,23 +243,8 @@ TEST(FormatPages, ShowOneTreeInBothForms) {
     EXPECT_EQ(WriteText(*ReadChunks(chunks)), text);
 }
 
-// 10 million levels, except where a sanitizer makes every tag several times as large.
-constexpr std::uint32_t kLevels = VORN_SANITIZED ? 300'000 : 10'000'000;
-
-template <typename Work>
-void OnSmallStack(const Work& work) {
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-    pthread_t thread{};
-    const auto run = [](void* called) -> void* {
-        (*static_cast<const Work*>(called))();
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, &attributes, run, const_cast<Work*>(&work)), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-}
+// Too many for the stack, however little of it each took.
+constexpr std::uint32_t kLevels = 1'000'000;
 
 std::uint32_t Deepest(const OCSChunk& root) {
     std::size_t deepest = 0;
@@ -284,29 +258,24 @@ TEST(DeepNesting, OfChunkFilesTakesNoStack) {
         file += U32(6 * level - 4);
         file += "\0\0"sv;
     }
-    OnSmallStack([&] {
-        Findings findings;
-        const OCSChunkRef root = ReadChunks(file, &findings);
-        EXPECT_TRUE(findings.list.empty());
-        EXPECT_EQ(Deepest(*root), kLevels);
-        EXPECT_EQ(WriteChunks(*root), file);
-        file[file.size() - 6] = 3;
-        EXPECT_FALSE(ReadChunks(file));
-    });
+    Findings findings;
+    const OCSChunkRef root = ReadChunks(file, &findings);
+    EXPECT_TRUE(findings.list.empty());
+    EXPECT_EQ(Deepest(*root), kLevels);
+    EXPECT_EQ(WriteChunks(*root), file);
+    file[file.size() - 6] = 3;
+    EXPECT_FALSE(ReadChunks(file));
 }
 
 TEST(DeepNesting, OfTextsTakesNoStack) {
     std::string text;
     for (std::uint32_t level = 0; level < kLevels; ++level) text += "a {";
-    OnSmallStack([&] {
-        OCSChunkRef root = ReadText(text);
-        EXPECT_EQ(Deepest(*root), kLevels);
-        TBufferBlock block(256);
-        TBuffer stream(block);
-        EXPECT_FALSE(WriteTagTextFile(*root, stream)) << "indentation would pass 4 GiB";
-        EXPECT_EQ(block.Length(), 0u);
-        root = {};
-    });
+    const OCSChunkRef root = ReadText(text);
+    EXPECT_EQ(Deepest(*root), kLevels);
+    TBufferBlock block(256);
+    TBuffer stream(block);
+    EXPECT_FALSE(WriteTagTextFile(*root, stream)) << "indentation would pass 4 GiB";
+    EXPECT_EQ(block.Length(), 0u);
 }
 
 }  // namespace
