@@ -15,7 +15,6 @@ namespace {
 class OwnGreeter final : public Greeter {
 public:
     [[nodiscard]] const char* Greeting() const override { return "hello from the program"; }
-    [[nodiscard]] int EntryCalls() const override { return 1; }
 };
 
 ReferenceCount* CreateOwn(const Guid& /*interfaceId*/) noexcept { return new OwnGreeter; }
@@ -41,6 +40,8 @@ protected:
     }
     void Configure(const std::string& pluginsIni) {
         here_.Write("plugins.ini", pluginsIni);
+        object_ = {};
+        system_ = MakeRef<PluginSystem>();
         system_->Configure({here_.Path(), here_.Path(), here_.Path()}, nullptr);
     }
     const char* Greeting(const Guid& group, const auto& id) {
@@ -52,8 +53,8 @@ protected:
     }
 
     TempFolder here_;
-    RefPtr<PluginSystem> system_ = MakeRef<PluginSystem>();
-    RefPtr<Greeter> object_;
+    RefPtr<PluginSystem> system_;
+    RefPtr<Greeter> object_;  // ends before the system that has its library
 };
 
 // Several threads make the first request of the process.
@@ -86,17 +87,15 @@ TEST_F(PluginSystemTest, LibraryInAScannedFolderIsLoadedOnceAndServesAll) {
 
 TEST_F(PluginSystemTest, FindsTheLibraryOfAnItem) {
     fs::copy_file(SAMPLE_PLUGIN, here_.Path("Own.Name_7s.dll"));
-    for (const char* library : {"Own.Name", "own.name.DLL", "./Own.Name"}) {
+    const Table<std::string, const char*> table = {{"Own.Name", "hello from the library"},
+                                                   {"own.name.DLL", "hello from the library"},
+                                                   {"./Own.Name", "hello from the library"},
+                                                   {"*", "hello from the program"}};
+    for (const auto& [library, greeting] : table) {
         SCOPED_TRACE(library);
-        system_ = MakeRef<PluginSystem>();
-        Configure("-PluginGroup=" SAMPLE_GROUP " -Plugin=a:" + std::string(library) +
-                  ":" SAMPLE_IDS);
-        EXPECT_STREQ(Greeting(kGroup, kPlugin), "hello from the library");
-        object_ = {};
+        Configure("-PluginGroup=" SAMPLE_GROUP " -Plugin=a:" + library + ":" SAMPLE_IDS);
+        EXPECT_STREQ(Greeting(kGroup, kPlugin), greeting);
     }
-    system_ = MakeRef<PluginSystem>();
-    Configure("-PluginGroup=" SAMPLE_GROUP " -Plugin=a:*:" SAMPLE_IDS);
-    EXPECT_STREQ(Greeting(kGroup, Intern("a")), "hello from the program");
 }
 
 TEST_F(PluginSystemTest, TellsWhatIsMissing) {
@@ -108,10 +107,10 @@ TEST_F(PluginSystemTest, TellsWhatIsMissing) {
     EXPECT_STREQ(Greeting(kGroup, kOldPlugin), "RES_PLUGINIDNOTFOUND");
     EXPECT_STREQ(Greeting(kGroup, Intern("Late")), "RES_PLUGINNAMENOTFOUND");
     EXPECT_STREQ(Greeting(kGroup, Intern("a")), "RES_PLUGINLIBRARYNOTFOUND");
-    EXPECT_STREQ(Greeting(kGroup, Intern("b")), "RES_PLUGINIDNOTFOUND");  // not in the library
+    EXPECT_STREQ(Greeting(kGroup, Intern("b")), "RES_PLUGINIDNOTFOUND") << "not in the library";
     EXPECT_STREQ(Greeting(kGroup, kPlugin), "RES_PLUGINLIBRARYNOTFOUND");
     fs::copy_file(SAMPLE_PLUGIN, here_.Path("Late_7s.dll"));
-    EXPECT_STREQ(Greeting(kGroup, kPlugin), "RES_PLUGINLIBRARYNOTFOUND");  // not tried again
+    EXPECT_STREQ(Greeting(kGroup, kPlugin), "RES_PLUGINLIBRARYNOTFOUND") << "tried again";
 
     PluginLibrary absent(Intern("absent"), {});
     EXPECT_EQ(absent.Load(), RES_LIBRARYNOTFOUND);
@@ -179,12 +178,8 @@ TEST_F(PluginSystemTest, SkipsMalformedItemsAndWarnsOnce) {
 }
 
 TEST(GuidTest, ReadsExactlyItsForm) {
-    const auto guid = ParseGuid("8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E");
-    ASSERT_TRUE(guid);
-    EXPECT_EQ(guid->data1, 0x8DBDFEB0u);
-    EXPECT_EQ(guid->data2, 0x52F4);
-    EXPECT_EQ(guid->data3, 0x4C1B);
-    EXPECT_THAT(guid->data4, ElementsAre(0xBA, 0x91, 0x6A, 0x7B, 0x1C, 0xCC, 0x6D, 0x3E));
+    EXPECT_EQ(ParseGuid("8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E"),
+              (Guid{0x8DBDFEB0, 0x52F4, 0x4C1B, {0xBA, 0x91, 0x6A, 0x7B, 0x1C, 0xCC, 0x6D, 0x3E}}));
     for (const char* text :
          {"", "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3", "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E0",
           "8DBDFEB0-52F4-4c1b-BA916-A7B1CCC6D3E", "8DBDFEB0052F4-4c1b-BA91-6A7B1CCC6D3E",

@@ -1,8 +1,5 @@
 // How resources that nobody references are kept, brought back and unloaded.
 #include "KernelResource/ResourceBinCache.h"
-#include "kernel/StartUp.h"
-#include "kernel/services/KernelOptions.h"
-#include "kernel/services/TaskManager.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
 namespace Vorn::Testing {
@@ -17,10 +14,6 @@ protected:
             EXPECT_EQ(TextOf(name), "text " + std::to_string(i));
             EXPECT_TRUE(Release(name));
         }
-    }
-    // Steps of a tenth of a second.
-    void Drive(double seconds) {
-        for (int step = 0; step < static_cast<int>(seconds * 10); ++step) system->Process(0.1F);
     }
     // What the bin holds after one step.
     [[nodiscard]] std::size_t HeldAfter(float seconds) {
@@ -38,7 +31,7 @@ TEST_F(ResourceAgeing, AResourceLivesFromItsNameToItsDeletion) {
 
     // Referenced: it stays.
     resource->ReleaseUse();
-    Drive(30);
+    system->Process(30);
     EXPECT_EQ(resource->State(), ResourceState::Available);
     EXPECT_TRUE(Release("alias.text"));
     EXPECT_EQ(resource->State(), ResourceState::Inactive);
@@ -47,11 +40,11 @@ TEST_F(ResourceAgeing, AResourceLivesFromItsNameToItsDeletion) {
     EXPECT_NEAR(resource->Expiry(), 41, 1.1);
 
     // Brought back in time by a lookup.
-    Drive(5);
+    system->Process(5);
     EXPECT_EQ(Get("a.text"), resource);
     EXPECT_EQ(resource->State(), ResourceState::Available);
     EXPECT_EQ(accounts.available, 1u);
-    Drive(30);
+    system->Process(30);
     EXPECT_EQ(TextOf("a.text"), "hello");
     EXPECT_EQ(texts.loads, 1);
 
@@ -59,7 +52,7 @@ TEST_F(ResourceAgeing, AResourceLivesFromItsNameToItsDeletion) {
     EXPECT_TRUE(Release("a.text"));
     EXPECT_TRUE(Release("a.text"));
     EXPECT_EQ(accounts.Memory(), 5);
-    Drive(13);
+    system->Process(13);
     EXPECT_EQ(texts.alive, 0);
     EXPECT_EQ(texts.unloads, 1);
     EXPECT_EQ(base->EntryCount(), 0u);
@@ -177,19 +170,6 @@ TEST_F(ResourceAgeing, OptionsSetTheBudgetAndTheAge) {
         Pass(1);
         EXPECT_NEAR(Numbered(0).Expiry(), age + 1, 1);
     }
-}
-
-TEST_F(ResourceAgeing, AHostDrivesTheSystemByItsTask) {
-    TaskManager manager;
-    KernelOptions none("", "", 0, 0);
-    Start("");
-    EXPECT_EQ(manager.Count(), 1u);
-    manager.Start(none);
-    const double now = GetTimeSeconds();
-    manager.Update(now);
-    manager.Update(now + 2.5);
-    EXPECT_GE(system->CurrentTime(), 2.5F);
-    system.reset();
 }
 
 }  // namespace Vorn::Testing

@@ -2,6 +2,9 @@
 #include <chrono>
 #include <latch>
 
+#include "kernel/StartUp.h"
+#include "kernel/services/KernelOptions.h"
+#include "kernel/services/TaskManager.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
 namespace Vorn::Testing {
@@ -34,16 +37,28 @@ private:
     std::latch isIn_{1};
 };
 
-TEST_F(ResourceLoading, AnAcquireLoadsOnceAndCountsUses) {
+TEST_F(ResourceLoading, AnAcquireLoadsOnceTellsListenersAndCountsUses) {
+    struct Counter : ResourceListener {
+        void OnResourceAvailable(Resource& resource) override {
+            calls += resource.State() == ResourceState::Available;
+        }
+        int calls = 0;
+    };
+    Counter early;
+    Counter removed;
+    Counter late;
     OpenNumbered(1);
     Resource& resource = Numbered(0);
     EXPECT_EQ(resource.State(), ResourceState::Ready);
     EXPECT_EQ(StatusOf(resource), RES_PARTIAL_LOAD);
+    resource.AddListener(early);
+    resource.AddListener(removed);
+    resource.RemoveListener(removed);
     EXPECT_TRUE(resource.TryLoad());
-    EXPECT_EQ(resource.State(), ResourceState::Available);
     EXPECT_EQ(StatusOf(resource), RES_RESOURCEOK);
     EXPECT_EQ(resource.AcquireCount(), 0u);
 
+    resource.AddListener(late);
     EXPECT_EQ(Acquire(resource), RES_RESOURCEOK);
     EXPECT_EQ(Acquire(resource), RES_RESOURCEOK);
     EXPECT_EQ(resource.UseCount(), 2u);
@@ -52,6 +67,7 @@ TEST_F(ResourceLoading, AnAcquireLoadsOnceAndCountsUses) {
     resource.ReleaseUse();
     EXPECT_EQ(resource.AcquireCount(), 0u);
     EXPECT_EQ(texts.loads, 1);
+    EXPECT_THAT((std::array{early.calls, removed.calls, late.calls}), ElementsAre(1, 0, 1));
     const ResourceAccounts& accounts = system->Accounts();
     EXPECT_THAT((std::array{accounts.inUse.load(), accounts.loaded.load(),
                             accounts.available.load(), accounts.requests.load()}),
@@ -78,27 +94,6 @@ TEST_F(ResourceLoading, AFailedLoadIsTriedOnce) {
     EXPECT_EQ(system->Accounts().loaded, 0u);
 }
 
-TEST_F(ResourceLoading, ListenersAreToldOnceItIsAvailable) {
-    struct Counter : ResourceListener {
-        void OnResourceAvailable(Resource& resource) override {
-            calls += resource.State() == ResourceState::Available;
-        }
-        int calls = 0;
-    };
-    OpenNumbered(1);
-    Resource& resource = Numbered(0);
-    Counter early;
-    Counter removed;
-    Counter late;
-    resource.AddListener(early);
-    resource.AddListener(removed);
-    resource.RemoveListener(removed);
-    EXPECT_TRUE(resource.TryLoad());
-    EXPECT_TRUE(resource.TryLoad());
-    resource.AddListener(late);
-    EXPECT_THAT((std::array{early.calls, removed.calls, late.calls}), ElementsAre(1, 0, 1));
-}
-
 TEST_F(ResourceLoading, ThreadsThatWantOneResourceMakeAndLoadItOnce) {
     OpenNumbered(50);
     for (std::size_t i = 0; i < 50; ++i) {
@@ -117,41 +112,27 @@ TEST_F(ResourceLoading, ThreadsThatWantOneResourceMakeAndLoadItOnce) {
     EXPECT_EQ(texts.alive, 50);
 }
 
-TEST_F(ResourceLoading, AtMostEightLoadsRun) {
+TEST_F(ResourceLoading, AtMostEightLoadsRunAndLoadsInsideThemNeedNoFurtherPlace) {
     constexpr std::size_t kThreads = 12;
     OpenNumbered(2 * kThreads);
+    std::latch eight(8);
     std::atomic<int> begun = 0;
     std::atomic<int> running = 0;
     std::atomic<bool> tooMany = false;
-    std::latch eight(8);
-    texts.onLoad = [&](TextResource&) {
-        if (++running > 8) tooMany = true;
-        if (++begun <= 8) eight.arrive_and_wait();  // eight must be there together
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        --running;
-    };
-    EXPECT_TRUE(system->QueueLoad(Numbered(0)));  // the worker is one of them
-    InThreads(kThreads, [&](std::size_t t) {
-        for (std::size_t i : {t, t + kThreads}) EXPECT_EQ(Acquire(Numbered(i)), RES_RESOURCEOK);
-    });
-    EXPECT_FALSE(tooMany);
-    EXPECT_EQ(texts.loads, 2 * kThreads);
-}
-
-TEST_F(ResourceLoading, LoadsInsideLoadsNeedNoFurtherPlace) {
-    constexpr std::size_t kThreads = 10;
-    OpenNumbered(2 * kThreads);
-    std::latch allPlacesTaken(8);
-    std::atomic<int> outer = 0;
     texts.onLoad = [&](TextResource& resource) {
         const std::size_t number = std::stoul(resource.Name().Text());
         if (number >= kThreads) return;
-        if (++outer <= 8) allPlacesTaken.arrive_and_wait();
+        if (++running > 8) tooMany = true;
+        if (++begun <= 8) eight.arrive_and_wait();  // eight must be there together
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
         TextResource& inner = Numbered(number + kThreads);
-        if (number % 2) system->QueueLoad(inner);  // whose worker gets no place either
+        system->QueueLoad(inner);  // whose worker gets no place now
         EXPECT_EQ(Acquire(inner), RES_RESOURCEOK);
+        --running;
     };
+    EXPECT_TRUE(system->QueueLoad(Numbered(0)));  // the worker is one of the eight
     InThreads(kThreads, [&](std::size_t t) { EXPECT_EQ(Acquire(Numbered(t)), RES_RESOURCEOK); });
+    EXPECT_FALSE(tooMany);
     EXPECT_EQ(texts.loads, 2 * kThreads);
 }
 
@@ -174,17 +155,27 @@ TEST_F(ResourceLoading, RingsOfLoadsAreRefused) {
     EXPECT_EQ(Acquire(*resources[2]), RES_RESOURCEOK);
 }
 
-TEST_F(ResourceLoading, AStepFinishesWhatTheWorkerHasRead) {
+TEST_F(ResourceLoading, TheTaskFinishesWhatTheWorkerHasRead) {
+    TaskManager manager;
+    KernelOptions none("", "", 0, 0);
+    Start("");
+    manager.Start(none);
     OpenNumbered(1);
     TextResource& resource = Numbered(0);
     EXPECT_TRUE(system->QueueLoad(resource));
     AwaitState(resource, ResourceState::Loaded);
     EXPECT_FALSE(resource.isFinished);
-    // The worker may not have let go of it yet.
-    while (resource.State() != ResourceState::Available) system->Process(0.01F);
+    double now = GetTimeSeconds();
+    manager.Update(now);
+    manager.Update(now += 2.5);
+    EXPECT_GE(system->CurrentTime(), 2.5F);
+    // The worker may not have let go of it before.
+    while (resource.State() != ResourceState::Available) manager.Update(now += 0.1);
     EXPECT_TRUE(resource.isFinished);
     EXPECT_EQ(resource.AcquireCount(), 0u);
     EXPECT_FALSE(system->QueueLoad(resource));
+    base.reset();
+    system.reset();  // before its task's manager
 }
 
 TEST_F(ResourceLoading, AnAcquireWaitsForAQueuedLoad) {
@@ -210,42 +201,29 @@ TEST_F(ResourceLoading, AnAcquireWaitsForAQueuedLoad) {
     EXPECT_EQ(texts.loads, 2);
 }
 
-TEST_F(ResourceLoading, OnlyEightAreHandedOverAndTheRestCanStillBeLoaded) {
-    OpenNumbered(12);
-    HoldTheWorker();
-    std::vector<TextResource*> queued;
-    for (std::size_t i = 1; i < 12; ++i) {
-        queued.push_back(&Numbered(i));
-        EXPECT_TRUE(system->QueueLoad(*queued.back()));
-    }
-    EXPECT_EQ(queued[7]->State(), ResourceState::Cached);
-    EXPECT_EQ(queued[8]->State(), ResourceState::Ready);
-    EXPECT_EQ(Acquire(*queued[10]), RES_RESOURCEOK) << "without waiting";
-
-    // Whoever asks for one that waits takes it out of the queue, unless told not to.
-    EXPECT_NE(Get("9.text", kLeaveInQueue), nullptr);
-    EXPECT_FALSE(system->QueueLoad(*queued[8]));
-    EXPECT_NE(Get("9.text"), nullptr);
-    EXPECT_TRUE(system->QueueLoad(*queued[8]));
-
-    // One that is taken back makes room for the next.
-    EXPECT_EQ(queued[9]->State(), ResourceState::Ready);
-    system->TakeOutOfQueue(*queued[0]);
-    EXPECT_EQ(queued[0]->State(), ResourceState::Ready);
-    EXPECT_EQ(queued[9]->State(), ResourceState::Cached);
-    letGo.count_down();
-}
-
-TEST_F(ResourceLoading, TheQueueHoldsFiveThousand) {
+TEST_F(ResourceLoading, OfFiveThousandInTheQueueEightAreHandedOver) {
     OpenNumbered(1);
     HoldTheWorker();
-    const auto queue = [&](int i) { return system->QueueLoad(*Get("made/" + std::to_string(i))); };
+    const auto made = [&](int i) -> Resource& {
+        return *Get("made/" + std::to_string(i), kLeaveInQueue);
+    };
     int queued = 0;
-    while (queued < 6000 && queue(queued)) ++queued;
+    while (queued < 6000 && system->QueueLoad(made(queued))) ++queued;
     EXPECT_EQ(queued, 5000);
-    EXPECT_NE(Get("made/4321"), nullptr);  // takes it out
-    EXPECT_TRUE(queue(6000));
-    EXPECT_FALSE(queue(6001));
+    EXPECT_EQ(made(7).State(), ResourceState::Cached);
+    EXPECT_EQ(made(8).State(), ResourceState::Ready);
+    EXPECT_EQ(Acquire(made(10)), RES_FAILED_TO_LOAD) << "without waiting";
+
+    // Whoever asks for one that waits takes it out of the queue, unless told not to.
+    EXPECT_FALSE(system->QueueLoad(made(8)));
+    EXPECT_NE(Get("made/8"), nullptr);
+    EXPECT_TRUE(system->QueueLoad(made(8)));
+
+    // One that is taken back makes room for the next.
+    EXPECT_EQ(made(9).State(), ResourceState::Ready);
+    system->TakeOutOfQueue(made(0));
+    EXPECT_EQ(made(0).State(), ResourceState::Ready);
+    EXPECT_EQ(made(9).State(), ResourceState::Cached);
     letGo.count_down();
 }
 

@@ -15,7 +15,7 @@ public:
     }
     [[nodiscard]] virtual const char* Greeting() const = 0;
     // How often the library's entry point was called.
-    [[nodiscard]] virtual int EntryCalls() const = 0;
+    [[nodiscard]] virtual int EntryCalls() const { return 0; }
 };
 
 inline constexpr Guid kGreeterInterface = "00000000-0000-0000-0000-00000000000f"_guid;
