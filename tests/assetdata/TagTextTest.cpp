@@ -102,49 +102,27 @@ TEST(TagTexts, AreWritten) {
     root->AddChild(Intern("Dark Red\xE9"), Leaf(kTagText, "say \"hi\"\0"s));
     root->AddChild(Intern("raw"), Leaf(kTagRaw, "\1\2"));
     root->AddChild(Intern("tab"), Leaf(kTagText, "a\tb\0"s));
-    const std::string blanks(40, ' ');
-    EXPECT_EQ(WriteText(*root), "name" + blanks.substr(4) + "12\r\n" + "long-" +
-                                    std::string(50, 'x') +
-                                    " 1\r\n"
-                                    "v" +
-                                    blanks.substr(1) +
-                                    "0.1,1e+06\r\n"
-                                    "k" +
-                                    blanks.substr(1) +
-                                    "<kuid:1:2>\r\n"
-                                    "s" +
-                                    blanks.substr(1) +
-                                    "\"say hi\"\r\n"
-                                    "e" +
-                                    blanks.substr(1) +
-                                    "\r\n"
-                                    "z" +
-                                    blanks.substr(1) +
-                                    "\r\n"
-                                    "\r\n"
-                                    "box\r\n{\r\n"
-                                    "  in" +
-                                    blanks.substr(4) +
-                                    "\"a\r\nb\"\r\n"
-                                    "  \r\n"
-                                    "  c\r\n  {\r\n  }\r\n"
-                                    "  \r\n"
-                                    "  d\r\n  {\r\n  }\r\n"
-                                    "}\r\n"
-                                    "dark_red_" +
-                                    blanks.substr(9) +
-                                    "\"say 'hi'\"\r\n"
-                                    "raw" +
-                                    blanks.substr(3) +
-                                    "\r\n"
-                                    "tab" +
-                                    blanks.substr(3) + "\"a\tb\"\r\n");
+    const std::string shown = "name|12\nlong-" + std::string(50, 'x') +
+                              " 1\nv|0.1,1e+06\nk|<kuid:1:2>\ns|\"say hi\"\ne|\nz|\n"
+                              "\nbox\n{\n  in|\"a\nb\"\n"
+                              "  \n  c\n  {\n  }\n  \n  d\n  {\n  }\n}\n"
+                              "dark_red_|\"say 'hi'\"\nraw|\ntab|\"a\tb\"\n";
+    // '|' stands for blanks up to column 40.
+    std::string expected;
+    std::size_t line = 0;
+    for (const char c : shown) {
+        if (c == '|') expected.resize(line + 40, ' ');
+        if (c == '\n') expected += '\r';
+        if (c != '|') expected += c;
+        if (c == '\n') line = expected.size();
+    }
+    EXPECT_EQ(WriteText(*root), expected);
 
     TBufferBlock block(64);
     TBuffer stream(block);
     EXPECT_TRUE(WriteTagText(*root->ChildAt(0).child, "Deep", stream, 3));
     EXPECT_TRUE(WriteTagText(*NewTag(kTagContainer), "c", stream, 1));
-    EXPECT_EQ(TextOf(block.Content()), "      deep" + blanks.substr(10) + "12  c\r\n  {\r\n  }");
+    EXPECT_EQ(TextOf(block.Content()), "      deep" + std::string(30, ' ') + "12  c\r\n  {\r\n  }");
     EXPECT_EQ(WriteText(*ReadText("a caf\xE9")).substr(0, 4),
               "\xEF\xBB\xBF"
               "a");
@@ -267,29 +245,26 @@ TEST(TagTexts, NamesThatFoldAlikeAreTold) {
 }
 
 TEST(TagValues, AreConverted) {
-    const auto text = [](std::string_view value) { return MakeText(value); };
-    const auto convert = [](const OCSRawData& value, std::uint32_t from, std::uint32_t to) {
-        const OCSRawData converted = ConvertValue(value, from, to);
-        if (!converted) return "none"s;
-        const OCSChunkRef tag(new TDBDataTag(to, converted));
-        return TextOfTag(*tag);
-    };
     const float floats[] = {0.1F, 1e10F, -0.0F};
     const std::int32_t integers[] = {1, -2147483647 - 1};
-    EXPECT_EQ(convert(text(" 12 apples"), kTagText, kTagInteger), "12");
-    EXPECT_EQ(convert(text("apples"), kTagText, kTagInteger), "none");
-    EXPECT_EQ(convert(text("-1.5e2x"), kTagText, kTagFloat), "-150");
-    EXPECT_EQ(convert(text("apples"), kTagText, kTagFloat), "0");
-    EXPECT_EQ(convert(text("1:2"), kTagText, kTagKUID), "<kuid:1:2>");
-    EXPECT_EQ(convert(MakeIntegers(integers), kTagInteger, kTagText), "1,-2147483648");
-    EXPECT_EQ(convert(MakeFloats(floats), kTagFloat, kTagText), "0.1,1e+10,-0");
-    EXPECT_EQ(convert(MakeKUID({5, 6, 7}), kTagKUID, kTagText), "<kuid2:5:6:7>");
-    EXPECT_EQ(convert(MakeFloats({floats, 1}), kTagFloat, kTagInteger), "0") << "through text";
-    EXPECT_EQ(convert(MakeIntegers({integers, 1}), kTagInteger, kTagKUID), "<kuid:-1:1>");
-    EXPECT_EQ(convert(text("x"), kTagText, kTagRaw), "none");
-    EXPECT_EQ(convert(OCSRawDataCore::Make({}), kTagKUID, kTagText), "none");
-    const OCSRawData same = text("x");
-    EXPECT_EQ(ConvertValue(same, kTagText, kTagText), same) << "shared";
+    const Table<OCSRawData, std::uint32_t, std::uint32_t, const char*> rows = {
+        {MakeText(" 12 apples"), kTagText, kTagInteger, "12"},
+        {MakeText("apples"), kTagText, kTagInteger, "none"},
+        {MakeText("-1.5e2x"), kTagText, kTagFloat, "-150"},
+        {MakeText("apples"), kTagText, kTagFloat, "0"},
+        {MakeText("1:2"), kTagText, kTagKUID, "<kuid:1:2>"},
+        {MakeIntegers(integers), kTagInteger, kTagText, "1,-2147483648"},
+        {MakeFloats(floats), kTagFloat, kTagText, "0.1,1e+10,-0"},
+        {MakeKUID({5, 6, 7}), kTagKUID, kTagText, "<kuid2:5:6:7>"},
+        {MakeFloats({floats, 1}), kTagFloat, kTagInteger, "0"},  // through text
+        {MakeIntegers({integers, 1}), kTagInteger, kTagKUID, "<kuid:-1:1>"},
+        {MakeText("x"), kTagText, kTagRaw, "none"},
+        {OCSRawDataCore::Make({}), kTagKUID, kTagText, "none"}};
+    for (const auto& [value, from, to, expected] : rows) {
+        const OCSRawData converted = ConvertValue(value, from, to);
+        EXPECT_EQ(converted ? TextOfTag(TDBDataTag(to, converted)) : "none", expected);
+        EXPECT_EQ(ConvertValue(value, from, from), value) << "shared";
+    }
 }
 
 }  // namespace
