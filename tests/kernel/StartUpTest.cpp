@@ -1,14 +1,14 @@
 #include "kernel/StartUp.h"
 
 #include "kernel/Exceptions.h"
-#include "kernel/StringPool.h"
 #include "platform/Threads.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
 namespace {
 
-TEST(StartUp, TearsDownInTheReverseOrderOfBirth) {
+TEST(StartUp, RunsBeforeMainAndTearsDownInReverseOrder) {
+    EXPECT_EQ(MainThreadId(), platform::CurrentThreadId());
     const TempFolder folder;
     EXPECT_EQ(Shell("'" VORN_LIFECYCLE_PROGRAM "' " + folder.Path("told")), 0);
     EXPECT_EQ(folder.Read("told"),
@@ -18,11 +18,6 @@ TEST(StartUp, TearsDownInTheReverseOrderOfBirth) {
               "first registered, pool there\n"
               "registered during teardown, pool there\n"
               "early object, pool gone\n");
-}
-
-TEST(StartUp, HasRunBeforeMain) {
-    EXPECT_NE(FindStringPool(), nullptr);
-    EXPECT_EQ(MainThreadId(), platform::CurrentThreadId());
 }
 
 TEST(StartUp, TheTeardownListHolds1024) {

@@ -7,19 +7,17 @@ namespace {
 
 // How the platform's objects behave is tested with them: here, that each call reaches its own.
 TEST(SyncObject, EventsSemaphoresAndMutexesReachThoseOfThePlatform) {
-    WEvent manual(true, false, nullptr);
-    EXPECT_FALSE(manual.Wait(0));
-    manual.Set();
-    EXPECT_TRUE(manual.Wait(0) && manual.Wait(-1));
-    manual.Reset();
-    EXPECT_FALSE(manual.Wait(1));
-    manual.Set();
-    manual.Pulse();
-    EXPECT_FALSE(manual.Wait(0));
+    WEvent event(true, false, nullptr);
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    EXPECT_TRUE(event.Wait(0) && event.Wait(-1) && event.Unlock());
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0) || event.ReleaseCount(1));
+    event.Set();
+    event.Pulse();
+    EXPECT_FALSE(event.Wait(0));
     WEvent automatic(false, true, nullptr);
-    EXPECT_TRUE(automatic.Wait(0));
-    EXPECT_FALSE(automatic.Wait(0) || automatic.ReleaseCount(1));
-    EXPECT_TRUE(automatic.Unlock());
+    EXPECT_TRUE(automatic.Wait(0) && !automatic.Wait(0));
 
     Semaphore semaphore(platform::CreateSemaphore(2, 2, nullptr));
     EXPECT_FALSE(semaphore.ReleaseCount(3) || semaphore.Unlock());
@@ -48,20 +46,14 @@ TEST(SyncObject, CriticalSectionsExcludeOtherThreadsOnly) {
     EXPECT_EQ(counter, 8000);
 }
 
-TEST(SyncObject, ScopedUnlockStaysLockedOnlyWhereUnlockingFails) {
-    Semaphore semaphore(platform::CreateSemaphore(1, 1, nullptr));
-    { const ScopedUnlock unlock(semaphore, semaphore.Wait(0)); }
-    EXPECT_TRUE(semaphore.Wait(0));
-    ASSERT_TRUE(semaphore.Unlock());
-    ScopedUnlock full(semaphore, true);
-    full.Release();
-    EXPECT_TRUE(full.IsLocked());
-}
-
-TEST(SyncObject, AWaitSetGivesBackWhatItHolds) {
+TEST(SyncObject, HoldersGiveBackWhatTheyHoldAndKeepWhatTheyCannot) {
     Semaphore first(platform::CreateSemaphore(1, 1, nullptr));
     WEvent second(true, false, nullptr);
     Semaphore third(platform::CreateSemaphore(1, 1, nullptr));
+    { const ScopedUnlock unlock(first, first.Wait(0)); }
+    ScopedUnlock full(first, true);
+    full.Release();
+    EXPECT_TRUE(full.IsLocked());
     {
         WaitSet set({&first, &second, &third});
         EXPECT_TRUE(set.Wait(0, 0) && set.Wait(2, 0));

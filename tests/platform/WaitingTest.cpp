@@ -146,20 +146,5 @@ TEST(Threads, PriorityReachesTheSystem) {
     gate->Set();
 }
 
-TEST(Threads, RecursiveLockKeepsOthersOut) {
-    RecursiveLock lock;
-    int counter = 0;
-    InThreads(2, [&](std::size_t) {
-        for (int i = 0; i < 10000; ++i) {
-            lock.Enter();
-            lock.Enter();
-            ++counter;
-            lock.Leave();
-            lock.Leave();
-        }
-    });
-    EXPECT_EQ(counter, 20000);
-}
-
 }  // namespace
 }  // namespace platform

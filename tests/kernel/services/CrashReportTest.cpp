@@ -223,8 +223,8 @@ TEST_F(CrashReports, PrintWhatTheyAreGiven) {
     EXPECT_EQ(lines.at(1), "in module Unknown at 0033:00000007.");
     const auto context = std::find(lines.begin(), lines.end(), "Context:");
     ASSERT_GT(lines.end() - context, 12);
-    EXPECT_THAT(std::vector<std::string>(context - 2, context),
-                ElementsAre(HasSubstr("free."), ""));
+    EXPECT_THAT(context[-2], testing::EndsWith("free."));
+    EXPECT_EQ(context[-1], "");
     const std::vector<std::string> block(context + 1, context + 12);
     ASSERT_NE(block[9].find(": "), std::string::npos);
     EXPECT_THAT(

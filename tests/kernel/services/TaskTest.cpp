@@ -29,15 +29,12 @@ public:
     }
     int Update(float elapsedSeconds) override {
         Note(std::to_string(elapsedSeconds).substr(0, 4));
-        atUpdate();
-        return 0;
+        return atUpdate(), 0;
     }
+    void Note(const std::string& what) const { happened.push_back(GetName().Text() + " "s + what); }
 
     bool willing = true;
     std::function<void()> atUpdate = [] {};
-
-private:
-    void Note(const std::string& what) const { happened.push_back(GetName().Text() + " "s + what); }
 };
 
 class Tasks : public LogFixture {
@@ -116,17 +113,14 @@ TEST_F(Tasks, EndWithTheManagerThatOwnsThem) {
 }
 
 TEST_F(Tasks, OfTheKernelStartTheLogForAHostThatStartsThem) {
-    {
-        const Kernel kernel;
-        ASSERT_NE(FindTaskManager(), nullptr);
-        EXPECT_EQ(FindTaskManager()->Count(), 1u);
-        EXPECT_FALSE(folder_.Has("VornLog.txt"));
-        {
-            KernelOptions options("", "", 0, 0);
-            FindTaskManager()->Start(options);
-        }
-        EXPECT_EQ(FindTaskManager()->GetOptions(), nullptr) << "they have ended";
-    }
+    auto kernel = std::make_unique<Kernel>();
+    EXPECT_EQ(FindTaskManager()->Count(), 1u);
+    EXPECT_FALSE(folder_.Has("VornLog.txt"));
+    auto options = std::make_unique<KernelOptions>("", "", 0, 0);
+    FindTaskManager()->Start(*options);
+    options.reset();
+    EXPECT_EQ(FindTaskManager()->GetOptions(), nullptr) << "they have ended";
+    kernel.reset();
     EXPECT_EQ(FindTaskManager(), nullptr);
     EXPECT_EQ(Body(), "Begin:\r\n") << "the log outlives the kernel";
 }

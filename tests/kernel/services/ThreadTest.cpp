@@ -6,39 +6,24 @@
 namespace Vorn::Testing {
 namespace {
 
-TEST(Threads, EndWithTheResultOfTheirFunction) {
-    std::uint32_t id = 0;
-    const auto function = [](void* argument) {
-        *static_cast<std::uint32_t*>(argument) = Thread::CurrentThreadId();
+TEST(Threads, RunWhenStartedResumedOrDestroyedAndEndWithTheirResult) {
+    std::atomic<std::uint32_t> ids[3] = {};
+    const auto function = [](void* id) {
+        *static_cast<std::atomic<std::uint32_t>*>(id) = Thread::CurrentThreadId();
         return 0xFFFFFFF0u;
     };
-    Thread thread(function, &id, true);
-    std::uint32_t code = 99;
-    EXPECT_TRUE(thread.IsValid() && thread.Wait(-1) && thread.GetExitCode(code));
-    EXPECT_FALSE(thread.IsRunning());
-    EXPECT_EQ(code, 0xFFFFFFF0u);
-    EXPECT_TRUE(id != 0 && id != Thread::CurrentThreadId());
-}
-
-TEST(Threads, CreatedSuspendedRunWhenResumedOrDestroyed) {
-    std::atomic<int> calls = 0;
-    const auto function = [](void* counter) {
-        ++*static_cast<std::atomic<int>*>(counter);
-        return 1u;
-    };
+    std::uint32_t code = 0;
     {
-        Thread resumed(function, &calls, false);
-        const Thread destroyed(function, &calls, false);
-        std::uint32_t code = 0;
-        EXPECT_FALSE(resumed.Wait(20));
-        EXPECT_TRUE(calls == 0 && resumed.IsRunning() && !resumed.GetExitCode(code));
-        EXPECT_TRUE(resumed.SetPriority(0));
-
-        EXPECT_TRUE(resumed.Resume());
-        EXPECT_TRUE(resumed.Wait(-1));
-        EXPECT_EQ(calls, 1);
+        Thread started(function, &ids[0], true);
+        Thread resumed(function, &ids[1], false);
+        const Thread destroyed(function, &ids[2], false);
+        EXPECT_FALSE(resumed.Wait(20) || resumed.GetExitCode(code));
+        EXPECT_TRUE(ids[1] == 0 && resumed.IsRunning() && resumed.SetPriority(0));
+        EXPECT_TRUE(resumed.Resume() && resumed.Wait(-1) && started.Wait(-1));
+        EXPECT_TRUE(started.GetExitCode(code) && !started.IsRunning());
+        EXPECT_EQ(code, 0xFFFFFFF0u);
     }
-    EXPECT_EQ(calls, 2);
+    for (const auto& id : ids) EXPECT_TRUE(id != 0 && id != Thread::CurrentThreadId());
 }
 
 TEST(Threads, DestructionAsksARunningThreadToStop) {
