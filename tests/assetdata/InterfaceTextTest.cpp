@@ -2,13 +2,10 @@
 #include <latch>
 
 #include "KernelStandard/FileSubstList.h"
-#include "assetdata/ChunkWriter.h"
 #include "assetdata/InterfaceTextDB.h"
 #include "assetdata/SizeTexts.h"
-#include "assetdata/TBuffer.h"
-#include "assetdata/TDBContainerTag.h"
-#include "assetdata/TagText.h"
 #include "kernel/services/Log.h"
+#include "tests/assetdata/TagSamples.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
@@ -43,15 +40,7 @@ protected:
     }
 
     void WriteCompiled(const std::string& name, const std::string& text) const {
-        TBufferBlock source(std::as_bytes(std::span(text)));
-        TBuffer reader(source);
-        TDBContainerTag root;
-        ReadTagText(root, reader, true);
-        TBufferBlock target(256);
-        TBuffer writer(target);
-        ASSERT_TRUE(WriteChunkFile(root, writer));
-        const auto bytes = target.Content();
-        folder_.Write(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        folder_.Write(name, WriteChunks(*ReadText(text)));
     }
 
     static InterfaceTextDB& Reloaded() {
