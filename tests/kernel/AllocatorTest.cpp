@@ -27,10 +27,13 @@ TEST(Allocator, ServesEachSizeFromItsClass) {
     Free(large);
     EXPECT_EQ(GetStatistics().largeBytes, before.largeBytes);
     Free(nullptr);
-    constexpr std::size_t kMost = SIZE_MAX;
-    for (const std::size_t size : {kMost, kMost - 8, std::size_t{1} << 34}) {
+    setenv("VORN_DEBUG_OUTPUT", "1", 1);
+    for (const std::size_t size : {SIZE_MAX, SIZE_MAX - 8, std::size_t{1} << 34}) {
+        testing::internal::CaptureStderr();
         EXPECT_THROW(static_cast<void>(New(size)), std::bad_alloc) << size;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "Alloc::New> out of memory!\n");
     }
+    unsetenv("VORN_DEBUG_OUTPUT");
 }
 
 TEST(Allocator, AChunkHoldsWhatFitsIn32Kilobytes) {

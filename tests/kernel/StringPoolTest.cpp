@@ -94,7 +94,7 @@ TEST_F(StringPoolTest, LookupsStayShortInAFullBucket) {
     EXPECT_LT(pool.GetStatistics().chainSteps - before.chainSteps, 300000u);
 }
 
-TEST_F(StringPoolTest, EditsInPlaceOnlyWhatIsAlone) {
+TEST_F(StringPoolTest, EditsInPlaceOnlyWhatIsAloneAndHasRoom) {
     InternedString alone = Intern("in place");
     const StringPoolEntry* entry = alone.Entry();
     Insert(alone, "!", 8);
@@ -112,12 +112,17 @@ TEST_F(StringPoolTest, EditsInPlaceOnlyWhatIsAlone) {
 
     // An edit that meets an existing text joins it.
     const std::uint64_t entries = Entries();
-    Erase(alone, 0, 0);
     Insert(alone, "!", 8);
     EXPECT_EQ(alone, other);
     EXPECT_EQ(pool.ReferenceCount(other), 2u);
     ExpectChange(1, 2, 1, 3);
     EXPECT_EQ(Entries(), entries - 1);
+
+    InternedString full = Intern("22 bytes fill a block.");
+    entry = full.Entry();
+    Insert(full, "!", 22);
+    EXPECT_NE(full.Entry(), entry);
+    ExpectChange(2, 3, 1, 5);
 }
 
 // Sweeps of all threads go round the buckets many times while the names in them come and go.

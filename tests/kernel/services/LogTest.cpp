@@ -210,6 +210,7 @@ TEST_F(Log, DropsALineInsideALineOfItsModuleAndAnEndInsideALine) {
     Err("after");
     EXPECT_TRUE(ShutdownLogAfterFault());
     Err("too late");
+    CloseLog();
     EXPECT_EQ(Body(), "Begin:\r\nafter\r\nShutdown.\r\n");
 }
 
