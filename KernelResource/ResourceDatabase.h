@@ -15,7 +15,8 @@
 //   are two resources.
 // - The end of a database also takes the redirects to its resources out of other databases.
 //
-// Names of one letter name drives, not databases.
+// Names of one letter name drives, not databases. A name that makes a path of more than 259 bytes
+// has no file.
 //
 // Threads: any, but for the lists of prefixes and fallbacks, which are filled before lookups. Two
 // threads that ask for a new name get one resource. Its lock guards the table and the references
