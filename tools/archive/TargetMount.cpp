@@ -19,16 +19,26 @@ namespace {
 TargetMount::TargetMount(const InternedString& name, const char* path, bool forReading)
     : name_(name), owned_(FileSubstList::Instance().FindSubst(name) == nullptr) {
     if (!owned_) return;
+    const bool existed = platform::Exists(path);
     try {
         Subst(name_, path, true);
-    } catch (const FileEx&) {
-        if (!forReading || !platform::Exists(path)) throw;
+    } catch (const FileEx& exception) {
+        if (!forReading || !existed) {
+            throw FileEx::Formatted(exception.GetFile(), exception.GetLine(), "%s: %s",
+                                    exception.GetReason(), path);
+        }
         Subst(name_, path, false);
     }
+    wasCreated_ = !existed && platform::Exists(path);
 }
 
 TargetMount::~TargetMount() {
     if (owned_) Subst(name_, nullptr);
+}
+
+bool TargetMount::IsReadable() const {
+    const FileSubArchive* archive = ArchiveOf(name_);
+    return archive == nullptr || archive->IsAvailable();
 }
 
 bool TargetMount::Complete() {

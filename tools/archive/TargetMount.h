@@ -12,12 +12,18 @@ class TargetMount {
 public:
     // Mounts `path` under `name`: writable, so that a missing archive is created. One that exists
     // and cannot be written to is mounted for reading when `forReading`. A mount of that name that
-    // is there already is used, and left to who made it. Throws FileEx when the archive can be
-    // neither opened nor created.
+    // is there already is used, and left to who made it. Throws FileEx, which names it, when the
+    // archive can be neither opened nor created.
     TargetMount(const InternedString& name, const char* path, bool forReading);
     ~TargetMount();
     TargetMount(const TargetMount&) = delete;
     TargetMount& operator=(const TargetMount&) = delete;
+
+    // Whether there was none and this created it.
+    [[nodiscard]] bool WasCreated() const { return wasCreated_; }
+
+    // False for a file that is not an archive or cannot be read.
+    [[nodiscard]] bool IsReadable() const;
 
     // Writes the index of an archive that has changed. False when that failed: readers then walk
     // the archive.
@@ -29,6 +35,7 @@ public:
 private:
     const InternedString& name_;
     const bool owned_;
+    bool wasCreated_ = false;
 };
 
 }  // namespace Vorn

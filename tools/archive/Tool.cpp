@@ -64,6 +64,11 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
     std::optional<TargetMount> mount;
     if (command.searchTarget && !command.target.IsNull()) {
         mount.emplace(searchMount, command.target.Text(), true);
+        CheckReadable(*mount, command.target);
+        if (mount->WasCreated()) {
+            ReportProblem(std::string("there was no archive ") + command.target.Text() +
+                          "; an empty one was made");
+        }
     }
     BuildFileList(command);
     if (command.files.empty()) {
@@ -109,6 +114,12 @@ void Tool::ReportProblem(const std::string& text) {
     NoteFailure();
     std::fflush(stdout);
     std::fprintf(stderr, "%s: %s\n", appName_.Text(), text.c_str());
+}
+
+void Tool::CheckReadable(const TargetMount& mount, const String& target) {
+    if (!mount.IsReadable()) {
+        ReportProblem(std::string("cannot read ") + target.Text() + " as an archive");
+    }
 }
 
 }  // namespace Vorn

@@ -15,7 +15,11 @@
 //   one that is nested in 64 others.
 // - A folder that leads back into one above it (a link) is not searched again.
 // - Of names in one folder that differ in letter case only, the first in byte order is taken; the
-//   others are reported.
+//   others are reported. So is a name on disk that holds '\' or ':', which no path can name, and a
+//   file there of the name that begins behind them.
+// - Of a member and a folder of one name in an archive, the search sees one; the other is reported.
+// - An archive that was missing when its members are searched, and a target that is none, are
+//   reported.
 // - A line without a target finds no members.
 // - Folders named "." and ".." in an archive are not searched, as on disk, and reported.
 //
@@ -24,6 +28,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,6 +40,7 @@ namespace Vorn {
 
 class ArgumentFile;
 class ResourceSystem;
+class TargetMount;
 
 class Tool {
 public:
@@ -69,6 +75,7 @@ protected:
     void NoteFailure() { anyFailed_ = true; }
     // The same, with a line on standard error.
     void ReportProblem(const std::string& text);
+    void CheckReadable(const TargetMount& mount, const String& target);
 
 private:
     [[nodiscard]] bool ProcessCommandLine(ToolCommand& command, const char* line);
@@ -79,6 +86,8 @@ private:
     void RequestUsage();
 
     void BuildFileList(ToolCommand& command);
+    class Wanted;
+
     void SearchPath(ToolCommand& command, const String& path);
     void SearchFiles(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);
@@ -87,6 +96,11 @@ private:
     void SearchBelow(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);
     [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
+    std::set<std::string, std::less<>> ReportCutNames(const Wanted& wanted,
+                                                      const std::string& folder);
+    void ReportHidden(const Wanted& wanted, const std::string& path, bool byFolder);
+    void ReportPassedOver(const Wanted& wanted, const std::string& folder,
+                          const std::vector<FindEntry>& entries);
 
     const char* commandLine_ = nullptr;
     bool usageShown_ = false;

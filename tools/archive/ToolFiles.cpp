@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <set>
+#include <string>
 #include <string_view>
 
 #include "KernelStandard/FileFind.h"
@@ -13,6 +15,8 @@
 
 namespace Vorn {
 namespace {
+
+using namespace std::string_literals;
 
 const InternedString searchMount = Intern(kTargetMountName);
 
@@ -57,7 +61,55 @@ constexpr const char* kNoFolder = ".\\";
     return text.find_first_of("*?") != std::string_view::npos;
 }
 
+[[nodiscard]] bool IsFolder(const FindEntry& entry) {
+    return (entry.attributes & kEntryDirectory) != 0;
+}
+
+[[nodiscard]] bool IsMember(const std::string& path) {
+    File file;
+    return file.Open(searchMount, path.c_str(), kReadPlain) == RES_OK;
+}
+
+[[nodiscard]] bool IsArchiveFolder(const std::string& path) {
+    File::Find find;
+    return find.Open(ChildFolder(path, "*").c_str(), searchMount);
+}
+
+[[nodiscard]] bool IsFolderOnDisk(const std::string& path) {
+    platform::FileStatus status;
+    return platform::GetStatus(path.c_str(), status) && status.IsDirectory();
+}
+
 }  // namespace
+
+// Which entries of a folder a command wants: files to take, folders to search.
+class Tool::Wanted {
+public:
+    Wanted(const ToolCommand& command, std::string_view folder, const std::string& wildcards)
+        : command_(command),
+          wildcards_(wildcards),
+          excluded_(MatchesAny(command.excludePaths, folder)) {}
+
+    void LeaveOut(std::set<std::string, std::less<>> names) { leftOut_ = std::move(names); }
+
+    [[nodiscard]] bool operator()(std::string_view name, bool isFolder) const {
+        if (leftOut_.contains(name)) return false;
+        if (isFolder) return command_.recursive;
+        return !excluded_ && MatchWildcards(name, wildcards_) &&
+               !MatchesAny(command_.excludeNames, name);
+    }
+    // The same, but a single name means the file of just that name, in its letter case.
+    [[nodiscard]] bool Exactly(std::string_view name, bool isFolder) const {
+        const bool isList = wildcards_.find_first_of("*?;") != std::string::npos;
+        return (*this)(name, isFolder) && (isFolder || isList || wildcards_ == name);
+    }
+
+private:
+    const ToolCommand& command_;
+    const std::string& wildcards_;
+    const bool excluded_;
+    std::set<std::string, std::less<>> leftOut_;
+};
 
 void Tool::BuildFileList(ToolCommand& command) {
     command.files.clear();
@@ -69,8 +121,13 @@ void Tool::SearchPath(ToolCommand& command, const String& path) {
     const std::string wildcards = FileNamePart(path.Text());
     const std::string folder(path.View().substr(0, path.Length() - wildcards.size()));
     SearchFiles(command, folder, wildcards, folder);
-    if (command.files.size() == before && !HasWildcards(wildcards)) {
-        ReportProblem(std::string("there is no file ") + path.Text());
+    if (command.files.size() != before || HasWildcards(wildcards)) return;
+    if (command.searchTarget ? !command.target.IsNull() && IsArchiveFolder(path.Text())
+                             : IsFolderOnDisk(path.Text())) {
+        ReportProblem(path.Text() + " is a folder; its files are "s +
+                      ChildFolder(path.Text(), "*"));
+    } else {
+        ReportProblem("there is no file "s + path.Text());
     }
 }
 
@@ -111,13 +168,8 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
                        const std::string& wildcards, const std::string& base) {
     PathBuffer pattern{std::string_view(folder)};
     AppendPathComponent(pattern, "*");
-    const bool excluded = MatchesAny(command.excludePaths, folder);
-    const auto isMeant = [&](std::string_view name) {
-        return !excluded && MatchWildcards(name, wildcards) &&
-               !MatchesAny(command.excludeNames, name);
-    };
-    // A single name that is given means the file of just that name.
-    const bool isList = wildcards.find_first_of("*?;") != std::string::npos;
+    Wanted wanted(command, folder, wildcards);
+    if (!command.searchTarget) wanted.LeaveOut(ReportCutNames(wanted, folder));
     std::optional<String> prefix;
     File::Find find;
     bool found =
@@ -128,18 +180,59 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
     }
     for (; found; found = find.Next()) {
         const FindEntry& entry = find.Entry();
-        const std::string_view name = entry.Name();
-        if ((entry.attributes & kEntryDirectory) != 0) {
-            if (command.recursive) SearchChild(command, ChildFolder(folder, name), wildcards, base);
-        } else if (isMeant(name)) {
+        const std::string name(entry.Name());
+        const bool isFolder = IsFolder(entry);
+        if (command.searchTarget) ReportHidden(wanted, ChildFolder(folder, name), isFolder);
+        if (!wanted(name, isFolder)) continue;
+        if (isFolder) {
+            SearchChild(command, ChildFolder(folder, name), wildcards, base);
+        } else {
             if (!prefix) prefix = DestinationPrefix(command, folder, base);
             command.files.push_back({entry, FolderText(folder), *prefix});
         }
     }
-    for (const FindEntry& entry : find.PassedOver()) {
+    ReportPassedOver(wanted, folder, find.PassedOver());
+}
+
+// The last parts of the names that the search would cut.
+std::set<std::string, std::less<>> Tool::ReportCutNames(const Wanted& wanted,
+                                                        const std::string& folder) {
+    std::set<std::string, std::less<>> lastParts;
+    const auto report = [&](const platform::DirectoryEntry& listed) {
+        const std::string last = FileNamePart(listed.name.c_str());
+        if (last == listed.name) return true;
+        const std::string path = ChildFolder(folder, listed.name);
+        const std::string other = ChildFolder(folder, last);
+        if (wanted(last, listed.status.IsDirectory())) {
+            ReportProblem("left out " + path + ", whose name holds the signs of a path");
+        }
+        if (!last.empty() && platform::GetEntryKind(other.c_str()) != platform::EntryKind::None &&
+            wanted(last, IsFolderOnDisk(other))) {
+            ReportProblem("left out " + other + ", which cannot be told from " + path);
+        }
+        lastParts.insert(last);
+        return true;
+    };
+    // The search itself reports a folder that cannot be read.
+    (void)platform::ListDirectory(folder.empty() ? "." : folder.c_str(), report);
+    return lastParts;
+}
+
+// What an archive holds under a path at which the search found a folder, or a member.
+void Tool::ReportHidden(const Wanted& wanted, const std::string& path, bool byFolder) {
+    if (!wanted(FileNamePart(path.c_str()), !byFolder)) return;
+    if (byFolder && IsMember(path)) {
+        ReportProblem("left out " + path + ", which a folder of that name hides");
+    } else if (!byFolder && IsArchiveFolder(path)) {
+        ReportProblem("left out the folder " + path + ", which a file of that name hides");
+    }
+}
+
+void Tool::ReportPassedOver(const Wanted& wanted, const std::string& folder,
+                            const std::vector<FindEntry>& entries) {
+    for (const FindEntry& entry : entries) {
         const std::string_view name = entry.Name();
-        const bool isFolder = (entry.attributes & kEntryDirectory) != 0;
-        if (isFolder ? command.recursive : isMeant(name) && (isList || wildcards == name)) {
+        if (wanted.Exactly(name, IsFolder(entry))) {
             ReportProblem("left out " + ChildFolder(folder, name) +
                           ", whose name differs from another in letter case only");
         }

@@ -98,7 +98,10 @@ bool VArchive::Execute(ToolCommand& command) {
     const bool adds = commandIndex_ == Command::Add;
     TargetMount mount(toolMount, command.target.Text(), !adds);
     std::optional<ProgressScope> progress;
-    if (adds) progress.emplace(*this);
+    if (adds) {
+        progress.emplace(*this);
+        CheckReadable(mount, command.target);
+    }
     mount_ = &mount;
     const bool result = Tool::Execute(command);
     mount_ = nullptr;

@@ -1,58 +1,120 @@
-// What the archive program says of files that its command lines name and that it cannot reach or
-// read.
-#include "tests/support/Tests.h"
+// What the archive program says of files, folders and archives that its command lines name and that
+// it cannot reach or read.
+#include "tests/KernelStandard/FileLayer.h"
+#include "tests/tools/archive/ArchiveProgram.h"
 
 namespace Vorn::Testing {
 namespace {
 
-class UnfoundFiles : public InFolder {
+class UnfoundFiles : public ArchiveProgram {
 protected:
-    // The exit code of the program; what it says is in the file "said" afterwards.
-    [[nodiscard]] static int Run(const std::string& words) {
-        return Shell(VARCHIVE " " + words + " >said 2>&1");
+    // One line for each of `left`, and no other, tells that it was left out.
+    void ExpectLeftOut(const std::string& words, const Names& left) const {
+        SCOPED_TRACE(words);
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.exitCode, left.empty() ? 0 : 1) << outcome.printed;
+        EXPECT_EQ(CountOf("\n", outcome.problems), left.size()) << outcome.problems;
+        for (const std::string& name : left) {
+            EXPECT_THAT(outcome.problems, HasSubstr("VArchive: left out " + name + ","));
+        }
     }
 };
 
 TEST_F(UnfoundFiles, NamesThatDifferInLetterCaseOnlyAreReported) {
     for (const char* name : {"d/README", "d/Readme", "d/Sub/x", "d/sub/y"}) folder.Write(name, "");
-    // The words, the exit code, the names that are told to be left out.
-    const Table<std::string, int, std::vector<std::string>> rows = {
-        {"a x.va 'd/*'", 1, {"d/Readme"}},
-        {"-r a x.va 'd/*'", 1, {"d/Readme", "d/sub"}},
-        {"-r a x.va 'd/x'", 1, {"d/sub"}},
-        {"a x.va d/README", 0, {}},
-        {"a x.va d/Readme", 1, {"d/Readme"}},
-        {"-xREAD* -k a x.va 'd/Sub/*' 'd/*'", 0, {}},
-        {"l x.va", 0, {}},
+    const Table<std::string, Names> rows = {
+        {"a x.va 'd/*'", {"d/Readme"}},
+        {"-r a x.va 'd/*'", {"d/Readme", "d/sub"}},
+        {"-r a x.va 'd/x'", {"d/sub"}},
+        {"a x.va d/README", {}},
+        {"-xREAD* -k a x.va 'd/Sub/*' 'd/*'", {}},
+        {"l x.va", {}},
     };
-    for (const auto& [words, code, names] : rows) {
+    for (const auto& [words, left] : rows) ExpectLeftOut(words, left);
+    const Outcome exact = Run("a x.va d/Readme");
+    EXPECT_EQ(exact.exitCode, 1);
+    EXPECT_THAT(exact.problems, HasSubstr("left out d/Readme,"));
+}
+
+TEST_F(UnfoundFiles, NamesThatHoldTheSignsOfAPathAreReported) {
+    Write({{"d/a", ""},
+           {"d/x:y", "1"},
+           {"d/y", "22"},
+           {"d/C:z", ""},
+           {"d/t:", ""},
+           {"d/b\\s", ""},
+           {"d/F::G/f", ""},
+           {"d/h:sub", ""},
+           {"d/sub/f", ""},
+           {"d/e\\f/f", ""}});
+    const Table<std::string, Names, Names> rows = {
+        {"-k a x.va 'd/*'", {"d/C:z", "d/b\\s", "d/h:sub", "d/t:", "d/x:y", "d/y"}, {"d/a"}},
+        {"-k -r a x.va 'd/f*'", {"d/F::G", "d/e\\f", "d/sub"}, {}},
+        {"-k '-xs;y' a x.va 'd/?'", {"d/C:z"}, {"d/a"}},
+        {"-k a x.va 'd/a*'", {}, {"d/a"}},
+    };
+    for (const auto& [words, left, added] : rows) {
+        fs::remove("x.va");
+        ExpectLeftOut(words, left);
+        const Names names = fs::exists("x.va") ? NamesIn(Unpack("x.va")) : Names{};
+        EXPECT_EQ(names, added);
+    }
+}
+
+TEST_F(UnfoundFiles, MembersAndFoldersOfOneNameAreReported) {
+    for (const bool fileFirst : {true, false}) {
+        std::vector<RawMember> members = {{"d/A", "file"}, {"d/a/b", "below"}};
+        if (!fileFirst) std::ranges::reverse(members);
+        folder.Write("x.va", RawArchive(members));
+        const std::string hidden = fileFirst ? "the folder d/A" : "d/a";
+        ExpectLeftOut("-r l x.va", {hidden});
+        ExpectLeftOut("-r -k -pto e x.va 'd/*'", {hidden});
+        ExpectLeftOut("l x.va 'd/*'", fileFirst ? Names{} : Names{hidden});
+        ExpectLeftOut("l x.va 'd/a/*'", {});
+    }
+}
+
+TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
+    Write({{"other", "no archive"}, {"d/a", ""}});
+    Do("-k a x.va 'd/*'");
+    const Table<std::string, std::string> rows = {
+        {"a no/x.va d/a", "Open new archive failed: no/x.va\n"},
+        {"e no/x.va", "Open new archive failed: no/x.va\n"},
+        {"l missing.va", "VArchive: there was no archive missing.va; an empty one was made\n"},
+        {"l other", "VArchive: cannot read other as an archive\n"},
+        {"a other d/a", "VArchive: cannot read other as an archive\n"},
+        {"a x.va none", "VArchive: there is no file none\n"},
+        {"a x.va none/*", "VArchive: there is no folder none/\n"},
+        {"-r a x.va d", "VArchive: d is a folder; its files are d/*\n"},
+        {"-k a x.va d/", "VArchive: d/ is a folder; its files are d/*\n"},
+        {"e x.va d", "VArchive: d is a folder; its files are d/*\n"},
+    };
+    for (const auto& [words, problem] : rows) {
         SCOPED_TRACE(words);
-        EXPECT_EQ(Run(words), code);
-        const std::string said = folder.Read("said");
-        for (const std::string name : {"d/Readme", "d/sub"}) {
-            const bool told = said.find("left out " + name + ",") != std::string::npos;
-            EXPECT_EQ(told, std::ranges::count(names, name) == 1) << name << " in " << said;
-        }
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.problems, HasSubstr(problem));
+        EXPECT_EQ(CountOf("\n", outcome.problems), 1U) << outcome.problems;
     }
 }
 
 TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
-    folder.Write("a.txt", "1");
-    folder.Write("paths", "a.txt\n*\n");
-    ASSERT_EQ(Run("a x.va a.txt"), 0);
-    EXPECT_EQ(Run("l x.va @paths"), 1);
-    const std::string said = folder.Read("said");
+    Write({{"a.txt", "1"}, {"paths", "a.txt\n*\n"}});
+    Do("a x.va a.txt");
+    const Outcome outcome = Run("l x.va @paths");
+    EXPECT_EQ(outcome.exitCode, 1);
     for (const char* line :
          {"no input files found: command 'a.txt\n", "command '*\n", "\\a.txt\n"}) {
-        EXPECT_THAT(said, HasSubstr(line));
+        EXPECT_THAT(outcome.printed, HasSubstr(line));
     }
 }
 
 TEST_F(UnfoundFiles, AFileWhoseBlocksCannotBeReadIsNamed) {
     folder.Write("bad", "CFIL\1\1\0\0\xFF\xFF\0\0\xFF\xFF"s + Noise(100));
-    ASSERT_EQ(Run("a x.va bad"), 0);
-    EXPECT_EQ(Run("b x.va bad"), 1);
-    EXPECT_THAT(folder.Read("said"), HasSubstr("VArchive: cannot read all of .\\bad\n"));
+    Do("a x.va bad");
+    const Outcome outcome = Run("b x.va bad");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.problems, "VArchive: cannot read all of .\\bad\n");
 }
 
 }  // namespace
