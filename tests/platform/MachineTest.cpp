@@ -1,10 +1,9 @@
-// Clocks, debugger, dialogs, libraries and system information.
+// Clocks, debugger, dialogs and libraries.
 #include "platform/Clock.h"
 #include "platform/Debugger.h"
 #include "platform/Dialogs.h"
 #include "platform/Directories.h"
 #include "platform/Libraries.h"
-#include "platform/SystemInfo.h"
 #include "tests/support/Tests.h"
 
 namespace platform {
@@ -77,19 +76,6 @@ TEST(Libraries, SymbolsAreFoundWhileLoaded) {
     ASSERT_TRUE(moved.LoadProgram());
     EXPECT_EQ(moved.Find("SampleAnswer"), nullptr);  // freed
     EXPECT_NE(moved.Find("malloc"), nullptr);
-}
-
-TEST(SystemInfo, DescribesThisMachine) {
-    const OperatingSystem system = GetOperatingSystem();
-    EXPECT_GE(system.major, 3u);
-    EXPECT_FALSE(UserName().empty());
-    EXPECT_GE(ProcessorCount(), 1u);
-    const MemoryStatus memory = GetMemoryStatus();
-    EXPECT_GT(memory.physicalFree, 1u << 20U);
-    EXPECT_GT(memory.physical, memory.physicalFree);
-    EXPECT_GE(memory.paging, memory.pagingFree);
-    EXPECT_GT(memory.address, memory.addressFree);
-    EXPECT_GT(memory.addressFree, memory.physical);
 }
 
 }  // namespace
