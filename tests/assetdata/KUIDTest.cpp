@@ -17,34 +17,18 @@ TEST(KUIDs, TextsAreRead) {
         {"<kuid2:-3:7:1>", null, null},
         {"<kuid2:1:2:127>", {1, 2, 127}, {1, 2, 127}},
         {"<kuid2:1:2:200>", null, null},
-        {"<kuid2:1:2:-1>", null, null},
         {"<kuid2:33554431:1:1>", {33554431, 1, 1}, {33554431, 1, 1}},
         {"<kuid2:40000000:1:1>", null, null},
         {"<kuid:-33554432:1>", {-33554432, 1, 127}, {-33554432, 1, 127}},
         {"<kuid:-33554433:1>", null, null},
-        {"<kuid:1:-2>", {1, -2, 0}, null},
         {"<kuid:12:34", {12, 34, 0}, null},
-        {"<kuid:12:34> more", {12, 34, 0}, null},
-        {"<kuid:12", {12, -1, 0}, null},
-        {"<kuid2: 12: +34:5 ", {12, 34, 5}, null},
         {"<kuid:1:2147483648>", null, null},
-        {"<kuid:1:99999999999999999999>", null, null},
-        {"kuid:12:34 more", {12, 34, 0}, {12, 34, 0}},
-        {"Kuid2:12:", {12, -1, 127}, {12, -1, 127}},
-        {"kuid:12", {12, -1, 0}, null},
-        {"kuid2:-12:1:1", null, null},
         {"123:456", {123, 456, 0}, null},
         {"<123:456>", {123, 456, 0}, null},
-        {"<-5:6", {-5, 6, 127}, null},
-        {"<1:2>x", null, null},
-        {"1:2:3", null, null},
         {"789", {-1, 789, 127}, null},
-        {"-7", {-1, -7, 127}, null},
         {"abc", null, null},
         {"", null, null},
-        {"<NULL>", null, null},
-        {"<nuts", null, null},
-        {"123LL>", null, null}};
+        {"<NULL>", null, null}};
     for (const auto& [text, loose, strict] : rows) {
         SCOPED_TRACE(text);
         EXPECT_EQ(KUID::Parse(text, false), loose);
@@ -55,9 +39,9 @@ TEST(KUIDs, TextsAreRead) {
 
 TEST(KUIDs, AreReadAsTheLiteralVersionReadsThem) {
     std::mt19937 random(7);
-    const std::vector<std::string> pieces = {"<", ">", "kuid", "KUID2",    ":",
-                                             "-", "7", "12",   "33554431", "2147483648",
-                                             " ", "l", "nu",   "+",        "0"};
+    const std::vector<std::string> pieces = {
+        "<",        ">",          "kuid", "KUID2", ":", "-", "7",  "12", "33554431", "33554432",
+        "33554433", "2147483648", "127",  "128",   " ", "l", "nu", "+",  "0"};
     for (int round = 0; round < 40000; ++round) {
         std::string text = random() % 2 ? "<kuid" + std::string(random() % 2 ? "2:" : ":") : "";
         for (auto left = random() % 8; left > 0; --left) text += pieces[random() % pieces.size()];

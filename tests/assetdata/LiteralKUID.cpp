@@ -9,24 +9,11 @@
 namespace Vorn::Literal {
 namespace {
 
-class Pattern {
-public:
-    explicit Pattern(const std::string& text) {
-        regcomp(&compiled_, text.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
-    }
-    ~Pattern() { regfree(&compiled_); }
-    Pattern(const Pattern&) = delete;
-    Pattern& operator=(const Pattern&) = delete;
-
-    bool Matches(const char* text) { return regexec(&compiled_, text, 0, nullptr, 0) == 0; }
-
-private:
-    regex_t compiled_{};
-};
-
-bool Is(const char* text, const char* pattern) {
-    static std::map<std::string, Pattern> patterns;
-    return patterns.try_emplace(pattern, pattern).first->second.Matches(text);
+bool Is(const char* text, const std::string& pattern) {
+    static auto& compiled = *new std::map<std::string, regex_t>;
+    const auto [found, isNew] = compiled.try_emplace(pattern);
+    if (isNew) regcomp(&found->second, pattern.c_str(), REG_EXTENDED | REG_ICASE | REG_NOSUB);
+    return regexec(&found->second, text, 0, nullptr, 0) == 0;
 }
 
 KUID Validated(long long user, long long content, long long version) {

@@ -1,6 +1,5 @@
 #include "tests/assetdata/TagSamples.h"
 
-#include <bit>
 #include <span>
 
 #include "assetdata/ChunkWriter.h"
@@ -19,73 +18,70 @@ std::string BytesOf(const TBufferBlock& block) {
     return {reinterpret_cast<const char*>(block.Content().data()), block.Length()};
 }
 
-// Integers and floats that a text gives back, and any bits.
-OCSChunkRef RandomNumbers(std::mt19937& random, bool plain) {
-    if (plain && random() % 2 == 0) {
-        const auto number = static_cast<std::int32_t>(random());
-        return OCSChunkRef(new TDBDataTag(kTagInteger, MakeIntegers({&number, 1})));
-    }
-    if (plain) {
-        std::vector<float> values(1 + random() % 6);
-        for (float& value : values) {
-            value = static_cast<float>(static_cast<int>(random() % 2000) - 1000) + 0.5F;
-        }
-        return OCSChunkRef(new TDBDataTag(kTagFloat, MakeFloats(values)));
-    }
-    std::vector<float> values(random() % 4);
-    for (float& value : values) value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
-    return OCSChunkRef(new TDBDataTag(random() % 2 ? kTagInteger : kTagFloat, MakeFloats(values)));
-}
+const std::string kAnyByte = [] {
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte) bytes += static_cast<char>(byte);
+    return bytes;
+}();
 
-OCSChunkRef RandomKUID(std::mt19937& random, bool plain) {
-    constexpr std::int32_t kUsers[] = {0, 1, 4711, 16777215, -1, -3, -16777216};
-    constexpr std::int32_t kContents[] = {0, 1, -1, 2147483647, -2147483647 - 1};
-    KUID kuid;
-    kuid.userId = kUsers[random() % std::size(kUsers)];
-    kuid.contentId = kContents[random() % std::size(kContents)];
-    kuid.version = random() % 128;
-    if (plain && kuid.userId < 0) kuid.version = 127;
-    return OCSChunkRef(new TDBDataTag(kTagKUID, MakeKUID(kuid)));
-}
-
-std::string RandomBytes(std::mt19937& random, std::size_t most, bool plain) {
+std::string Characters(std::mt19937& random, std::string_view alphabet, std::size_t most) {
     std::string text(random() % (most + 1), ' ');
-    for (char& c : text) {
-        c = static_cast<char>(plain ? 'a' + random() % 26 : 1 + random() % 255);
-        if (plain && random() % 8 == 0) c = " {}\\,.-\xC3\xA9"[random() % 9];
-    }
+    for (char& c : text) c = alphabet[random() % alphabet.size()];
     return text;
 }
 
-OCSChunkRef RandomText(std::mt19937& random, bool plain) {
-    std::string text = RandomBytes(random, random() % 50 == 0 ? 9000 : 30, plain);
-    if (plain && text.empty()) text = "\r\n";
-    return OCSChunkRef(new TDBDataTag(kTagText, MakeText(text)));
+// Any bits, or what a text gives back: one integer, or floats of a few digits.
+OCSRawData RandomNumbers(std::mt19937& random, std::uint32_t type, bool plain) {
+    std::vector<std::int32_t> values(plain ? 1 : random() % 4);
+    for (std::int32_t& value : values) value = static_cast<std::int32_t>(random());
+    if (!plain || type == kTagInteger) return MakeIntegers(values);
+    std::vector<float> floats(1 + random() % 6);
+    for (float& value : floats) value = static_cast<float>(random() % 2000) - 999.5F;
+    return MakeFloats(floats);
+}
+
+KUID RandomKUID(std::mt19937& random, bool plain) {
+    constexpr std::int32_t kUsers[] = {0, 1, 4711, 16777215, -1, -3, -16777216};
+    constexpr std::int32_t kContents[] = {0, 1, -1, 2147483647, -2147483647 - 1};
+    const std::int32_t user = kUsers[random() % std::size(kUsers)];
+    const bool isNegative = plain && user < 0;
+    return {.userId = user,
+            .contentId = kContents[random() % std::size(kContents)],
+            .version = isNegative ? 127 : static_cast<std::uint32_t>(random() % 128)};
+}
+
+std::string RandomValue(std::mt19937& random, bool plain) {
+    constexpr std::string_view kPlain = "abcdefghijklmnopqrstuvwxyz {}\\,.-\xC3\xA9";
+    const std::size_t most = random() % 50 == 0 ? 9000 : 30;
+    std::string text = Characters(random, plain ? kPlain : kAnyByte, most);
+    return plain && text.empty() ? "\r\n" : text;
 }
 
 OCSChunkRef RandomLeaf(std::mt19937& random, bool plain) {
-    switch (random() % (plain ? 5 : 6)) {
-        case 0:
-            return NewTag(kTagNone);
-        case 1:
-            return RandomNumbers(random, plain);
-        case 2:
-            return RandomKUID(random, plain);
-        case 5:
-            return Leaf(kTagRaw, RandomBytes(random, 20, false));
-        default:
-            return RandomText(random, plain);
-    }
+    constexpr std::uint32_t kTypes[] = {kTagNone, kTagInteger, kTagFloat, kTagKUID,
+                                        kTagText, kTagText,    kTagRaw};
+    const std::uint32_t type = kTypes[random() % (plain ? 6 : 7)];
+    const auto value = [&] {
+        switch (type) {
+            case kTagNone:
+                return OCSRawData();
+            case kTagKUID:
+                return MakeKUID(RandomKUID(random, plain));
+            case kTagText:
+            case kTagRaw:
+                return MakeText(RandomValue(random, plain));
+            default:
+                return RandomNumbers(random, type, plain);
+        }
+    };
+    return OCSChunkRef(new TDBDataTag(type, value()));
 }
 
 InternedString RandomName(std::mt19937& random, bool plain) {
     if (!plain && random() % 8 == 0) return {};
-    std::string name = plain ? "n" : "";
-    const std::size_t most = random() % 20 == 0 ? 250 : 6;
-    for (auto left = random() % most; left > 0; --left) {
-        name += plain ? "abc-_1\"{"[random() % 8] : static_cast<char>(1 + random() % 255);
-    }
-    return Intern(name);
+    const std::size_t most = random() % 20 == 0 ? 249 : 5;
+    return Intern(plain ? "n" + Characters(random, "abc-_1\"{", most)
+                        : Characters(random, kAnyByte, most));
 }
 
 void Append(std::string& told, std::string_view bytes) {
