@@ -26,32 +26,6 @@ TEST_F(ArchiveReading, NamesAreFoundInAnyLetterCaseAndNormalised) {
     EXPECT_EQ(Contents("arc:\xC4"), "2");
 }
 
-TEST_F(ArchiveReading, DirectoriesExistWhenTheirLastPartHasNoDot) {
-    for (const bool withIndex : {true, false}) {
-        MountBytes(RawArchive({{"Maps/Old/a.txt", ""}, {"tex.d/b", ""}}, withIndex));
-        for (const char* path : {"arc:maps", "arc:maps/", "arc:MAPS\\OLD", "arc:maps/old/a.txt"}) {
-            EXPECT_EQ(File::Exists(path), RES_OK) << path << withIndex;
-        }
-        for (const char* path : {"arc:map", "arc:tex.d", "arc:", "arc:maps/o*", "arc:maps/old/a"}) {
-            EXPECT_EQ(File::Exists(path), RES_FILENOTFOUND) << path << withIndex;
-        }
-        EXPECT_EQ(Contents("arc:maps"), std::nullopt);
-        Unmount("arc");
-    }
-}
-
-TEST_F(ArchiveReading, TheReadKindChoosesContentOrStoredBytes) {
-    ASSERT_TRUE(Store("stream", Prose(20000), kWriteCompressed));
-    const std::string stream = folder.Read("stream");
-    MountBytes(RawArchive({{"c", stream, 20000}, {"p", "CFI"}}));
-    ExpectContents({{"arc:c", Prose(20000)}, {"arc:p", "CFI"}});
-    EXPECT_EQ(Contents("arc:c", kReadCompressed), Prose(20000));
-    EXPECT_EQ(Contents("arc:c", kReadPlain), stream);
-    File file;
-    ASSERT_EQ(file.Open("arc:c", kReadPlain), RES_OK);
-    EXPECT_EQ(file.Size(), stream.size());
-}
-
 TEST_F(ArchiveReading, WhatIsAnArchive) {
     const std::string good = RawArchive({{"a", "1"}});
     const std::string chunk = good.substr(44, 297);
@@ -119,17 +93,16 @@ TEST_F(ArchiveReading, SeveralThreadsReadOneArchive) {
     MountWritable();
     const auto path = [](std::size_t member) { return "arc:m" + std::to_string(member); };
     for (std::size_t i = 0; i < 4; ++i) {
-        const FileMode kind = i % 2 == 0 ? kWritePlain : kWriteCompressed;
-        ASSERT_TRUE(Store(path(i), Prose(50000 + i), kind));
+        ASSERT_TRUE(Store(path(i), Prose(50000 + i), i % 2 == 0 ? kWritePlain : kWriteCompressed));
     }
-    std::atomic<int> good = 0;
+    std::atomic<int> bad = 0;
     InThreads(4, [&](std::size_t thread) {
         for (std::size_t round = thread; round < thread + 20; ++round) {
-            good += Contents(path(round % 4)) == Prose(50000 + round % 4) ? 1 : 0;
-            if (thread == 0) good -= Store("arc:new" + std::to_string(round), "n") ? 0 : 1;
+            bad += Contents(path(round % 4)) == Prose(50000 + round % 4) ? 0 : 1;
+            if (thread == 0) bad += Store(path(round + 4), "n") ? 0 : 1;
         }
     });
-    EXPECT_EQ(good, 80);
+    EXPECT_EQ(bad, 0);
     EXPECT_EQ(File::OpenFileCount(), 0);
 }
 

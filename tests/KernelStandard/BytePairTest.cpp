@@ -168,40 +168,20 @@ TEST(BytePair, ExpandsOddButSoundBlocks) {
     EXPECT_EQ(Expand("\xFE\xFE\0\xFF\xFE\x80\0\1x"s), "x") << "unused code";
 }
 
-TEST(BytePair, MeetsEveryPrefixAndFlipOfABlockAsTheLiteralFormDoes) {
+TEST(BytePair, MeetsDamagedBlocksAsTheLiteralFormDoes) {
     Random random(5);
     const std::string packed = Compress(Words(random, 2300));
     std::size_t refused = 0;
     for (std::size_t size = 0; size < packed.size(); ++size) {
         SCOPED_TRACE(size);
         refused += Expand(packed.substr(0, size), 3200) ? 0 : 1;
-        std::string flipped = packed;
-        flipped[size] = static_cast<char>(flipped[size] ^ static_cast<char>(1 + random() % 255));
-        (void)Expand(flipped, 3200);
+        for (const int most : {255, 3}) {  // near ones turn a code into one above or below
+            std::string changed = packed;
+            changed[size] = static_cast<char>(changed[size] + 1 + random() % most);
+            (void)Expand(changed, 3200);
+        }
     }
     EXPECT_EQ(refused, packed.size() - 2) << "whole sub-blocks: none and the first";
-}
-
-TEST(BytePair, MeetsRandomTablesAsTheLiteralFormDoes) {
-    int expanded = 0;
-    for (unsigned seed = 0; seed < 3000; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        const auto first = random() % 120;
-        const auto codes = 1 + random() % 6;
-        std::string packed = {static_cast<char>(128 + first), static_cast<char>(codes - 1)};
-        for (auto c = first + 2; c < first + 2 + codes; ++c) {
-            packed += static_cast<char>(c);  // pairs, mostly with a code above
-            packed += static_cast<char>(c - random() % 3);
-        }
-        const auto rest = 255 - first - codes;
-        if (rest > 127) packed += '\xFE';
-        packed += static_cast<char>(127 + (rest > 127 ? rest - 127 : rest));
-        packed += "\0\x28"s + Repeat(std::string{static_cast<char>(first + 1), '\xC8'}, 20);
-        expanded += Expand(packed, 900) ? 1 : 0;
-    }
-    EXPECT_GT(expanded, 100);
-    EXPECT_LT(expanded, 2900);
 }
 
 }  // namespace

@@ -54,18 +54,29 @@ TEST_F(FileFind, BackendsMergeTheMostRecentFirst) {
 
 TEST_F(FileFind, ArchivesShowTheirFolders) {
     for (const bool withIndex : {true, false}) {
-        MountBytes(RawArchive({{"x/1.txt", ""}, {"top", ""}, {"x/y/2.txt", ""}, {"X/Z/3.txt", ""}},
-                              withIndex));
-        EXPECT_THAT(NamesOf("arc:*"), ElementsAre("x", "top"));
+        SCOPED_TRACE(withIndex);
+        MountBytes(RawArchive(
+            {{"x/1.txt", ""}, {"top", ""}, {"x/y/2.txt", ""}, {"X/Z/3", ""}, {"t.d/b", ""}},
+            withIndex));
+        EXPECT_THAT(NamesOf("arc:*"), ElementsAre("x", "top", "t.d"));
         EXPECT_THAT(NamesOf("arc:x/*"), ElementsAre("1.txt", "y", "Z"));
         EXPECT_THAT(NamesOf("arc:./X\\*.txt"), ElementsAre("1.txt"));
-        File::Find find;
-        ASSERT_TRUE(find.Open("arc:x/z"));
-        EXPECT_EQ(find.Entry().attributes, kEntryDirectory | kEntryReadOnly);
-        PathBuffer path;
-        find.GetPath(path);
-        EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";
-        find.Close();
+        {
+            File::Find find;
+            ASSERT_TRUE(find.Open("arc:x/z"));
+            EXPECT_EQ(find.Entry().attributes, kEntryDirectory | kEntryReadOnly);
+            PathBuffer path;
+            find.GetPath(path);
+            EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";
+        }
+        // They exist when their last part has no dot.
+        for (const std::string& path : Cells("X|x/|X\\Y|x/z|x/z/3")) {
+            EXPECT_EQ(File::Exists(("arc:" + path).c_str()), RES_OK) << path;
+        }
+        for (const std::string& path : Cells("to|t.d||x/z*|x/1")) {
+            EXPECT_EQ(File::Exists(("arc:" + path).c_str()), RES_FILENOTFOUND) << path;
+        }
+        EXPECT_EQ(Contents("arc:x"), std::nullopt);
         Unmount("arc");
     }
 }

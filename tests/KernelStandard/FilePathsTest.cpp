@@ -5,36 +5,30 @@ namespace {
 
 using FilePaths = FileLayer;
 
-TEST_F(FilePaths, TheFileSystemServesPathsWithoutAMount) {
-    folder.Write("d/f", "x");
-    folder.Write("g", "y");
-    EXPECT_EQ(File::Exists("d\\f"), RES_OK);
-    EXPECT_EQ(File::Exists("d"), RES_OK);
-    EXPECT_EQ(File::Exists("none:d/f"), RES_FILENOTFOUND);
-    EXPECT_GT(TimeOf("d/f"), 1600000000u);
-    EXPECT_FALSE(File::Rename("d/f", "g")) << "a target is never replaced";
-    EXPECT_TRUE(File::Rename("d/f", "d/h"));
-    ExpectContents({{"g", "y"}, {"d/f", std::nullopt}, {"d/h", "x"}});
-    EXPECT_FALSE(File::Delete("d"));
-    EXPECT_TRUE(File::Delete("d/h"));
-    EXPECT_FALSE(File::Delete("d/h"));
-    EXPECT_TRUE(File::ChangeDirectory("d"));
-    EXPECT_EQ(File::Exists("../g"), RES_OK);
-}
-
-TEST_F(FilePaths, AMountServesItsPaths) {
-    Mount("mnt", "root/", true);
-    EXPECT_TRUE(Store("mnt:a/b/f", "x"));
-    EXPECT_EQ(folder.Read("root/a/b/f"), "x");
+TEST_F(FilePaths, TheFileSystemAndAMountServeTheirPaths) {
+    Mount("mnt", folder.Path("mounted/"), true);
+    EXPECT_TRUE(Store("mnt:a/b/f", "") && folder.Has("mounted/a/b/f"));
+    fs::create_directory("plain");
+    EXPECT_TRUE(File::ChangeDirectory("plain"));
+    for (const std::string& root : {"./"s, "mnt:"s, "mnt:\\"s}) {
+        SCOPED_TRACE(root);
+        const auto in = [&](const char* path) { return root + path; };
+        EXPECT_TRUE(File::MakePath(in("d\\sub").c_str()));
+        EXPECT_TRUE(Store(in("d/sub/f"), "x") && Store(in("g"), "y"));
+        EXPECT_EQ(File::Exists(in("d\\sub/f").c_str()), RES_OK);
+        EXPECT_EQ(File::Exists(in("d").c_str()), RES_OK);
+        EXPECT_GT(TimeOf(in("g").c_str()), 1600000000u);
+        EXPECT_FALSE(File::Rename(in("d/sub/f").c_str(), in("g").c_str()));
+        EXPECT_TRUE(File::Rename(in("d/sub/f").c_str(), in("h").c_str()));
+        ExpectContents({{in("g"), "y"}, {in("d/sub/f"), std::nullopt}, {in("h"), "x"}});
+        EXPECT_FALSE(File::Delete(in("d").c_str()));
+        EXPECT_TRUE(File::Delete(in("h").c_str()));
+        EXPECT_FALSE(File::Delete(in("h").c_str()));
+    }
+    EXPECT_TRUE(fs::is_directory("../mounted/d/sub") && fs::is_directory("d/sub"));
     EXPECT_EQ(File::Exists(Intern("mnt"), "/a/b"), RES_OK);
-    EXPECT_EQ(File::Exists(Intern("none"), "root/a/b"), RES_OK);
-    EXPECT_TRUE(File::Rename("mnt:a/b/f", "mnt:/g"));
-    EXPECT_EQ(Contents("mnt:g"), "x");
-    EXPECT_EQ(TimeOf("mnt:g"), TimeOf("root/g"));
-    EXPECT_TRUE(File::MakePath("mnt:\\new\\folder"));
-    EXPECT_TRUE(fs::is_directory("root/new/folder"));
-    EXPECT_TRUE(File::Delete("mnt:g"));
-    EXPECT_EQ(Contents("mnt:g"), std::nullopt);
+    EXPECT_EQ(File::Exists(Intern("none"), "../mounted/a"), RES_OK);
+    EXPECT_EQ(File::Exists("none:g"), RES_FILENOTFOUND);
 }
 
 TEST_F(FilePaths, MakePathCreatesEveryLevel) {
@@ -51,32 +45,27 @@ TEST_F(FilePaths, MakePathCreatesEveryLevel) {
 
 TEST_F(FilePaths, DeleteDirectoryTakesTheTreeAndNothingElse) {
     folder.Write("keep/f", "x");
-    folder.Write("d/sub/f", "1");
+    for (const std::string& tree : {"d"s, "ro/d"s, "rw/d"s}) folder.Write(tree + "/sub/f", "1");
     folder.Write("d/locked", "2", fs::perms::owner_read);
     fs::create_symlink("../keep", "d/link");
     fs::create_symlink("nowhere", "d/broken");
     fs::create_directory_symlink("keep", "link");
-    EXPECT_TRUE(File::DeleteDirectory("d/"));
-    EXPECT_FALSE(folder.Has("d"));
-    EXPECT_TRUE(File::DeleteDirectory("link\\"));
-    EXPECT_FALSE(fs::is_symlink("link"));
-    EXPECT_FALSE(File::DeleteDirectory("keep/f")) << "not a directory";
-    EXPECT_FALSE(File::DeleteDirectory("missing"));
-    EXPECT_EQ(folder.Read("keep/f"), "x");
-}
-
-TEST_F(FilePaths, DeleteDirectoryWorksOnTheRealPathOfAWritableMount) {
-    folder.Write("ro/d/f", "1");
-    folder.Write("rw/d/f", "2");
     folder.Write("a.va", RawArchive({{"d/f", "3"}}));
     Mount("mnt", "rw/", true);
     Mount("mnt", "ro/");
     Mount("arc", "a.va", true);
-    EXPECT_TRUE(File::DeleteDirectory("mnt:d"));
-    EXPECT_FALSE(folder.Has("rw/d"));
-    EXPECT_FALSE(File::DeleteDirectory("mnt:d"));
-    EXPECT_FALSE(File::DeleteDirectory("arc:d"));
-    ExpectContents({{"ro/d/f", "1"}, {"arc:d/f", "3"}});
+    for (const auto& [path, deleted, gone] :
+         Table<const char*, bool, const char*>{{"d/", true, "d"},
+                                               {"link\\", true, "link"},
+                                               {"mnt:d", true, "rw/d"},
+                                               {"mnt:d", false, "rw/d"},
+                                               {"arc:d", false, ""},
+                                               {"keep/f", false, ""},
+                                               {"missing", false, ""}}) {
+        EXPECT_EQ(File::DeleteDirectory(path), deleted) << path;
+        EXPECT_TRUE(*gone == '\0' || !fs::exists(fs::symlink_status(gone))) << path;
+    }
+    ExpectContents({{"keep/f", "x"}, {"ro/d/sub/f", "1"}, {"arc:d/f", "3"}});
 }
 
 }  // namespace
