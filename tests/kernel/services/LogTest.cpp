@@ -90,11 +90,15 @@ TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
         EXPECT_EQ(folder_.Read("console"), console);
         fs::remove("VornLog.txt");
     }
-    testing::internal::CaptureStderr();
-    Init("-LogDisplayModuleName- -LogStdErr -LogStdOut -Log=M:mono=off");
-    Err("on the console");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "on the console\r\n");
-    CloseLog();
+    for (const char* row : {"-LogStdOut|e\r\n|", "-LogStdErr -LogStdOut||e\r\n"}) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        Init("-LogDisplayModuleName- -Log=M:mono=off " + Cells(row)[0]);
+        Err("e");
+        CloseLog();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), Cells(row)[1]);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), Cells(row)[2]);
+    }
     // Without InitLog; the raw writer asks for no level.
     testing::internal::CaptureStderr();
     LogWriteRaw(*RegisterLogModule("M"), LogLevel::Prog, "raw");
