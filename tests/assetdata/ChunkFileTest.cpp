@@ -78,20 +78,20 @@ TEST(ChunkFiles, ValuesAreDecodedByTheirType) {
         SCOPED_TRACE(testing::PrintToString(file));
         EXPECT_EQ(ValueIn(file), expected);
     }
+}
+
+TEST(ChunkFiles, NamesAreComparedByTheirBytes) {
     const OCSChunkRef root = ReadChunks(
         FileOf(Record("a", 1, "1") + Record({}, 1, "2") + Record("a", 1, "3") + Record("", 1, "4") +
                    Record("A\0b"sv, 1, "5") + Record("\xE9", 1, "6"),
                0));
-    const auto found = [&](const InternedString& name) {
+    std::string found;
+    for (const InternedString& name :
+         {Intern("a"), InternedString(), Intern(""), Intern("A"), Intern("\xE9"), Intern("b")}) {
         const OCSChunkRef child = root->FindChild(name);
-        return child ? static_cast<char>(child->DataBytes()[0]) : '-';
-    };
-    EXPECT_EQ(found(Intern("a")), '1') << "the first";
-    EXPECT_EQ(found(InternedString()), '2');
-    EXPECT_EQ(found(Intern("")), '4');
-    EXPECT_EQ(found(Intern("A")), '5') << "up to the zero byte";
-    EXPECT_EQ(found(Intern("\xE9")), '6');
-    EXPECT_EQ(found(Intern("b")), '-');
+        found += child ? static_cast<char>(child->DataBytes()[0]) : '-';
+    }
+    EXPECT_EQ(found, "12456-");
     EXPECT_FALSE(root->ChildName(1));
     EXPECT_EQ(root->ChildName(3), Intern(""));
     EXPECT_FALSE(root->ChildAt(6).child);
@@ -189,15 +189,13 @@ TEST(ChunkFiles, TagsOutliveTheFileObject) {
     TBuffer stream(block);
     auto file = MakeRef<TDBBinaryFile>();
     ASSERT_TRUE(file->Read(stream));
+    const OCSChunkRef tag = file->Root()->FindChild(Intern("a"));
     EXPECT_EQ(file->BodySize(), bytes.size() - 16);
-    const OCSChunkRef root = file->Root();
-    const OCSChunkRef tag = root->FindChild(Intern("a"));
     EXPECT_FALSE(file->Read(stream)) << "nothing is left";
-    EXPECT_EQ(file->BodySize(), 0u);
     EXPECT_FALSE(file->Root());
+    EXPECT_EQ(file->BodySize(), 0u);
     file = {};
     EXPECT_EQ(TextOf(tag->DataBytes()), "first");
-    EXPECT_EQ(root->ChildCount(), 1u);
 }
 
 TEST(ChunkFiles, WhatTheyCannotHoldIsRefusedOrTold) {
@@ -224,33 +222,30 @@ TEST(ChunkFiles, WhatTheyCannotHoldIsRefusedOrTold) {
 using TagLoading = FileLayer;
 
 TEST_F(TagLoading, TheExtensionChoosesTheForm) {
+    Mount("data", "./", true);
     const std::string chunks = FileOf(Record("a", 1, U32(7)));
-    for (const char* name : {"f.txt", "f.TXT"}) ASSERT_TRUE(Store(name, "a 7\n"));
-    for (const char* name : {"f.chump", "f.Cdp", "f.cdp2"}) ASSERT_TRUE(Store(name, chunks));
-    ASSERT_TRUE(Store("bad.cdp", "no"));
-    ASSERT_TRUE(Store("f.dat", chunks));
-    ASSERT_TRUE(Store("packed.chump", chunks, kWriteCompressed));
-    Mount("data", "./");
-    const OCSChunkRef before = NewTag(kTagContainer);
-    const Table<const char*, const char*, bool, bool> rows = {
-        // substitution, path, result, whether there is a tree
-        {nullptr, "f.txt", true, true},         {"data", "f.TXT", true, true},
-        {"data", "f.chump", true, true},        {nullptr, "data:f.Cdp", true, true},
-        {nullptr, "f.cdp2", true, true},        {"data", "packed.chump", true, true},
-        {nullptr, "packed.chump", true, false}, {nullptr, "bad.cdp", true, false}};
-    for (const auto& [subst, path, loaded, hasTree] : rows) {
+    const Table<const char*, const char*, FileMode, std::string, const char*> rows = {
+        {nullptr, "f.txt", kWritePlain, "a 7\n", "loaded"},
+        {"data", "f.TXT", kWritePlain, "a 7\n", "loaded"},
+        {"data", "f.chump", kWritePlain, chunks, "loaded"},
+        {nullptr, "data:f.Cdp", kWritePlain, chunks, "loaded"},
+        {nullptr, "f.cdp2", kWritePlain, chunks, "loaded"},
+        {"data", "packed.chump", kWriteCompressed, chunks, "loaded"},
+        {nullptr, "packed.chump", kWriteCompressed, chunks, "none"},
+        {nullptr, "bad.cdp", kWritePlain, "no", "none"},
+        {nullptr, "f.dat", kWritePlain, chunks, "left alone"},
+        {nullptr, "f", kWritePlain, chunks, "left alone"},
+        {nullptr, "missing.txt", kWritePlain, "", "left alone"},
+        {nullptr, "missing.chump", kWritePlain, "", "left alone"}};
+    const std::string old = Describe(*ReadText("old 1"));
+    const std::map<std::string, std::string> trees = {
+        {"loaded", Describe(*ReadText("a 7"))}, {"none", "none"}, {"left alone", old}};
+    for (const auto& [subst, path, kind, content, outcome] : rows) {
         SCOPED_TRACE(path);
-        OCSChunkRef tree = before;
-        before->AddChild(Intern("old"), NewTag(kTagNone));
-        EXPECT_EQ(LoadTagDatabase(tree, Intern(subst), path), loaded);
-        ASSERT_EQ(static_cast<bool>(tree), hasTree);
-        EXPECT_EQ(tree ? Describe(*tree) : "", hasTree ? Describe(*ReadText("a 7")) : "");
-    }
-    for (const char* path : {"f.dat", "missing.txt", "missing.chump", "f"}) {
-        OCSChunkRef tree = before;
-        EXPECT_FALSE(LoadTagDatabase(tree, InternedString(), path)) << path;
-        EXPECT_EQ(tree, before);
-        EXPECT_GT(tree->ChildCount(), 0u) << "not cleared";
+        ASSERT_TRUE(content.empty() || Store(path, content, kind));
+        OCSChunkRef tree = ReadText("old 1");
+        EXPECT_EQ(LoadTagDatabase(tree, Intern(subst), path), outcome != "left alone"s);
+        EXPECT_EQ(tree ? Describe(*tree) : "none", trees.at(outcome));
     }
     OCSChunkRef none;
     EXPECT_TRUE(LoadTagDatabase(none, InternedString(), "f.txt") && none);
