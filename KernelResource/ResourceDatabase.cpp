@@ -191,15 +191,14 @@ RefPtr<Resource> ResourceDatabase::EntryOf(const InternedString& name) const {
 
 RefPtr<Resource> ResourceDatabase::Insert(const InternedString& name,
                                           const RefPtr<Resource>& made) {
-    RefPtr<Resource> replaced;  // let go of outside of the lock
-    {
-        const ScopedLock hold(lock_);
-        RefPtr<Resource>& entry = resources_[name];
-        if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
-        replaced = std::exchange(entry, made);
-        if (made->State() == ResourceState::None) made->ChangeState(ResourceState::Ready);
-    }
+    // Its sizes are asked for before others can find and load it.
     if (made->State() != ResourceState::Invalid) ResourceSystem::Instance().Accounts().Add(*made);
+    RefPtr<Resource> replaced;  // let go of outside of the lock
+    const ScopedLock hold(lock_);
+    RefPtr<Resource>& entry = resources_[name];
+    if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
+    replaced = std::exchange(entry, made);
+    if (made->State() == ResourceState::None) made->ChangeState(ResourceState::Ready);
     return made;
 }
 

@@ -20,6 +20,8 @@ public:
 
     // Called in every load, on its thread.
     std::function<void(TextResource&)> onLoad = [](TextResource&) {};
+    // Called whenever a size is asked for.
+    std::function<void()> onSize = [] {};
     std::atomic<int> loads = 0;
     std::atomic<int> unloads = 0;
     std::atomic<int> alive = 0;
@@ -52,7 +54,11 @@ public:
         isFinished = true;
         if (text == "cannot be finished") result = RES_FAILED_TO_LOAD;
     }
-    int GetDataSize() override { return isFinished ? static_cast<int>(text.size()) : -1; }
+    int GetDataSize() override {
+        const int size = isFinished ? static_cast<int>(text.size()) : -1;
+        type_.onSize();
+        return size;
+    }
     void ReleaseData() override {
         ++type_.unloads;
         text.clear();

@@ -112,6 +112,19 @@ TEST_F(ResourceLoading, ThreadsThatWantOneResourceMakeAndLoadItOnce) {
     EXPECT_EQ(texts.alive, 50);
 }
 
+TEST_F(ResourceLoading, ALoadWhileTheResourceIsTakenInIsAccounted) {
+    OpenNumbered(1);
+    bool isFirst = true;
+    texts.onSize = [&] {
+        if (!std::exchange(isFirst, false)) return;
+        InThreads(1, [&](std::size_t) { EXPECT_TRUE(Numbered(0).TryLoad()); });
+    };
+    EXPECT_TRUE(Numbered(0).TryLoad());
+    EXPECT_EQ(texts.loads, 1);
+    EXPECT_EQ(system->Accounts().Count(), 1u);
+    EXPECT_EQ(system->Accounts().Memory(), 6);
+}
+
 TEST_F(ResourceLoading, AtMostEightLoadsRunAndLoadsInsideThemNeedNoFurtherPlace) {
     constexpr std::size_t kThreads = 12;
     OpenNumbered(2 * kThreads);
