@@ -14,7 +14,7 @@ protected:
                   {longName_, "a long name"},
                   {"alias.text.txt", "Redirect=a.text"},
                   {"twice.text.txt", "Redirect=alias.text"},
-                  {"described.text.txt", "-Text=told by its description"},
+                  {"described.text.txt", "told by its description"},
                   {"nowhere.text.txt", "Redirect=missing.text"},
                   {"ring.text.txt", "Redirect=gnir.text"},
                   {"gnir.text.txt", "Redirect=ring.text"},

@@ -4,7 +4,7 @@
 
 #include "KernelResource/ResourceDatabase.h"
 #include "KernelResource/ResourceSystem.h"
-#include "kernel/services/OptionSources.h"
+#include "kernel/services/OptionList.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -42,13 +42,8 @@ public:
         text = content.value_or("");
         if (!content) result = RES_FAILED_TO_LOAD;
     }
-    // The option "Text" of the description.
     void LoadDescription(ResourceResult& result, const char* fileName) override {
-        OptionList description;
-        String told;
-        if (!ParseOptionFile(description, fileName)) result = RES_FAILED_TO_LOAD;
-        GetOptionString(description, "Text", told, "");
-        text = told.View();
+        LoadFile(result, fileName);
     }
     void FinishLoad(ResourceResult& result) override {
         isFinished = true;
