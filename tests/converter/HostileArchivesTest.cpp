@@ -22,32 +22,10 @@ protected:
 };
 
 TEST_F(HostileArchives, NamesLeadNowhereElse) {
-    std::vector<std::string> names = {"../evil",
-                                      "../../evil",
-                                      "..\\evil",
-                                      "a/../../../evil",
-                                      "/evil",
-                                      "//evil",
-                                      "\\evil",
-                                      "a//evil",
-                                      "a/",
-                                      "./evil",
-                                      "a/./evil",
-                                      "a\\..\\evil",
-                                      "C:evil",
-                                      "C:/evil",
-                                      "old:evil",
-                                      "bad\"x\" evil",
-                                      "bad\nevil",
-                                      "*",
-                                      "a/*/evil",
-                                      "?",
-                                      " ",
-                                      "-evil",
-                                      "$(touch evil)",
-                                      "old-diff.va",
-                                      "old-diff.va/x",
-                                      "evil.diff/x"};
+    std::vector<std::string> names =
+        Cells(R"(../evil|../../evil|..\evil|a/../../../evil|/evil|//evil|\evil|a//evil|a/|./evil|)"
+              R"(a/./evil|a\..\evil|C:evil|C:/evil|old:evil|bad"x" evil|*|a/*/evil|?| |-evil|)"
+              "$(touch evil)|old-diff.va|old-diff.va/x|evil.diff/x|bad\nevil");
     names.insert(names.end(), {folder_.Path("outside"), std::string(250, 'x')});
     int count = 0;
     for (const std::string& name : names) {

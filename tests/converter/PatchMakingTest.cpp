@@ -59,6 +59,7 @@ TEST_F(PatchMaking, EveryKindOfChangeIsToldInTheOrderOfTheWalkAndListed) {
         EXPECT_FALSE(patch[diffed].empty()) << diffed;
     }
     EXPECT_EQ(patch.size(), 8U);  // an empty member is listed but not stored
+    EXPECT_THAT(Apply().lines, ElementsAre("Failed to add nothing"));
 }
 
 TEST_F(PatchMaking, NamesThatDifferOnlyInLetterCaseAreOneMember) {
@@ -77,20 +78,9 @@ TEST_F(PatchMaking, NamesThatDifferOnlyInLetterCaseAreOneMember) {
         (Content{{"addedFiles.txt", ""}, {"deletedFiles.txt", ""}, {"patchedFiles.txt", ""}}));
 }
 
-TEST_F(PatchMaking, NameThatIsTakenIsLeftAloneAndThePatchKept) {
+TEST_F(PatchMaking, NothingThatAPersonKeptIsReplacedOrDeleted) {
     PackPair({{"a", "old"}}, {{"a", "new"}});
     folder_.Write("out/old-diff.va", "precious");
-    const Outcome outcome = Diff();
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_THAT(outcome.lines, ElementsAre("Diffed a"));
-    EXPECT_THAT(outcome.problems, HasSubstr("kept as \"out/old/old-diff.va\""));
-    EXPECT_EQ(folder_.Read("out/old-diff.va"), "precious");
-    EXPECT_EQ(Apply("out/old/old-diff.va").exitCode, 0);
-    ExpectSameContent("old-tmp.va", "new.va");
-}
-
-TEST_F(PatchMaking, WorkingFolderIsUsedOnlyWhenAllInItIsLeftOver) {
-    PackPair({{"a", "old"}}, {{"a", "new"}});
     folder_.Write("out/old/models/thesis.txt", "precious");
     folder_.Write("out/old/old-diff.va", "unfinished");
     folder_.Write("out/old/models/a.diff", "left over");
@@ -102,7 +92,15 @@ TEST_F(PatchMaking, WorkingFolderIsUsedOnlyWhenAllInItIsLeftOver) {
 
     Replace("out/old/models/thesis.txt", "");
     outcome = Diff();
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.problems;
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("Diffed a"));
+    EXPECT_THAT(outcome.problems, HasSubstr("kept as \"out/old/old-diff.va\""));
+    EXPECT_EQ(folder_.Read("out/old-diff.va"), "precious");
+    EXPECT_EQ(Apply("out/old/old-diff.va").exitCode, 0);
+    ExpectSameContent("old-tmp.va", "new.va");
+
+    Replace("out/old-diff.va", "");
+    EXPECT_EQ(Diff().exitCode, 0);
     EXPECT_THAT(Tree("out"), ElementsAre("old-diff.va"));
 }
 
