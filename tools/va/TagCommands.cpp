@@ -101,18 +101,21 @@ std::string TakeName(std::string_view& path) {
     return name;
 }
 
+[[noreturn]] void ReportMissing(const std::string& name, const std::string& way,
+                                const Vorn::OCSChunk& container) {
+    const std::string place = way.empty() ? "at the top" : "in '" + way + "'";
+    throw Failure{ExitCode::NotFound,
+                  "there is no tag '" + name + "' " + place + ": " + SomeNames(container)};
+}
+
 Vorn::OCSChunkRef FindTag(const TagFile& file, std::string_view path) {
     Vorn::OCSChunkRef tag = file.root;
     std::string way;
     while (!path.empty()) {
         const std::string name = TakeName(path);
         if (name.empty()) continue;
-        const std::string place = way.empty() ? "at the top" : "in '" + way + "'";
         const Vorn::OCSChunkRef child = FindInAnyCase(*tag, name);
-        if (!child) {
-            throw Failure{ExitCode::NotFound,
-                          "there is no tag '" + name + "' " + place + ": " + SomeNames(*tag)};
-        }
+        if (!child) ReportMissing(name, way, *tag);
         tag = child;
         way.append(way.empty() ? "" : "/").append(name);
     }
