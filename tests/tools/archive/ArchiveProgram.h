@@ -29,10 +29,8 @@ protected:
     // Runs it and nothing goes wrong; what it printed.
     std::string Do(const std::string& words) const;
     void Write(const Files& files) const;
-    // The members of an archive as the program extracts them, with the exit code of that.
-    [[nodiscard]] Files Unpack(const std::string& archive, int exitCode = 0) const;
-    // Their names as it lists them, in order.
-    [[nodiscard]] Names List(const std::string& archive) const;
+    // The members of an archive as the program extracts them.
+    [[nodiscard]] Files Unpack(const std::string& archive) const;
 
 private:
     TempFolder output_;

@@ -26,9 +26,6 @@ TEST_F(Listing, EachMemberHasALineOfStoredSizeSizeRatioCrcAndPath) {
         SCOPED_TRACE(words);
         EXPECT_EQ(Do(words), lines + "\nProcessed " + std::to_string(count) + " files.\n");
     }
-}
-
-TEST_F(Listing, RatioIsTheStoredPartOfTheSize) {
     folder.Write("x.va", RawArchive({{.name = "third", .data = Noise(3'000), .size = 10'000},
                                      {.name = "twice", .data = Noise(2'047), .size = 1'023}}));
     EXPECT_THAT(Do("l x.va"), HasSubstr("    2k/    9k  30% 00000000 .. .\\third\n"
@@ -57,25 +54,6 @@ TEST_F(Listing, BlocksAreThoseOfTheFileOnDisk) {
     const Outcome outcome = Run("b x.va d/file");
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.printed, "Error, Cannot open file!\nProcessed 1 files.\n");
-}
-
-TEST_F(Listing, AMissingArchiveIsCreatedAndAnyOtherFileIsLeftAlone) {
-    const std::string noArchive = "no archive";
-    Write({{"other", noArchive}});
-    for (const std::string command : {"l", "e", "b"}) {
-        SCOPED_TRACE(command);
-        fs::remove("new.va");
-        for (const std::string archive : {"new.va", "other"}) {
-            const Outcome outcome = Run(command + " " + archive);
-            EXPECT_EQ(outcome.exitCode, 1);
-            EXPECT_TRUE(outcome.printed.starts_with(
-                "- Warning, no input files found: command '\"" + command + "\" \"" + archive +
-                "\"'\nVorn Archiver v1.9\nUsage:\n  VArchive {<Switches>} <Command> "))
-                << outcome.printed;
-        }
-        EXPECT_EQ(folder.Read("new.va").size(), 52U);
-        EXPECT_EQ(folder.Read("other"), noArchive);
-    }
 }
 
 }  // namespace

@@ -96,6 +96,10 @@ TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
         EXPECT_THAT(outcome.problems, HasSubstr(problem));
         EXPECT_EQ(CountOf("\n", outcome.problems), 1U) << outcome.problems;
     }
+    EXPECT_EQ(folder.Read("missing.va").size(), 52U);
+    EXPECT_EQ(folder.Read("other"), "no archive");
+    const std::string start = "- Warning, no input files found: command '\"e\" \"other\"'\n";
+    EXPECT_TRUE(Run("e other").printed.starts_with(start + "Vorn Archiver v1.9\nUsage:\n"));
 }
 
 TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
