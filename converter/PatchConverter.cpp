@@ -127,7 +127,12 @@ bool PatchConverter::CreateOutput() {
         PrintProblem("cannot replace \"" + std::string(path) + "\"; move it away first");
         return false;
     }
-    Subst(outputName_, path, true);
+    try {
+        Subst(outputName_, path, true);
+    } catch (const FileEx&) {
+        PrintProblem("cannot create \"" + std::string(path) + "\"");
+        return false;
+    }
     return true;
 }
 

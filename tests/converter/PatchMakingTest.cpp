@@ -104,10 +104,13 @@ TEST_F(PatchMaking, NothingThatAPersonKeptIsReplacedOrDeleted) {
     EXPECT_THAT(Tree("out"), ElementsAre("old-diff.va"));
 }
 
-TEST_F(PatchMaking, EmptyArchivesAndOutputsThatAreInputsAreRefused) {
+TEST_F(PatchMaking, EmptyArchivesAndUnusableOutputsAreRefused) {
     for (const char* archive : {"old.va", "out/old/old-diff.va", "old-tmp.va"}) {
         Pack(archive, {{"a", "old"}});
     }
+    // With "-tmp" in it, its name is too long for a file.
+    const std::string longName = std::string(250, 'n') + ".va";
+    fs::copy(folder_.Path("old.va"), folder_.Path(longName));
     Pack("none.va", {});
     const std::string before = folder_.Read("out/old/old-diff.va") + folder_.Read("old-tmp.va");
     const std::string empty = "Unable to open search path \"\"";
@@ -117,7 +120,8 @@ TEST_F(PatchMaking, EmptyArchivesAndOutputsThatAreInputsAreRefused) {
              {{"patchapply", "none.va", "old.va", "x"}, empty, ""},
              {{"patchdiff", "old-tmp.va", "none.va", "out"}, empty, ""},
              {{"patchdiff", "old.va", "out/old/old-diff.va", "out"}, usage, "is one of the inputs"},
-             {{"patchapply", "old.va", "./old-tmp.va", "x"}, usage, "is one of the inputs"}}) {
+             {{"patchapply", "old.va", "./old-tmp.va", "x"}, usage, "is one of the inputs"},
+             {{"patchapply", longName, "old.va", "x"}, usage, "cannot create \"nnn"}}) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         const Outcome outcome = Convert(arguments);
         EXPECT_EQ(outcome.exitCode, 1);
