@@ -17,85 +17,34 @@ OCSChunkRef Number(std::int32_t value) {
 
 std::int32_t ValueOf(const OCSChunkRef& tag) { return tag ? IntegerAt(tag->DataBytes(), 0) : -1; }
 
-// What a container holds: the records of a file, then what was added. A container that comes from
-// no file has no records.
-struct ContainerModel {
-    std::vector<std::pair<std::string, std::int32_t>> pairs;
-    std::size_t records = 0;  // the first ones
+using Pairs = std::vector<std::pair<std::string, std::int32_t>>;
 
-    [[nodiscard]] std::int32_t Find(const std::string& name) const {
-        const auto found = std::ranges::find(pairs, name, &decltype(pairs)::value_type::first);
-        return found == pairs.end() ? -1 : found->second;
-    }
-    [[nodiscard]] std::size_t Of(std::int32_t value) const {
-        const auto found = std::ranges::find(pairs, value, &decltype(pairs)::value_type::second);
-        return static_cast<std::size_t>(found - pairs.begin());
-    }
-    // Whether that was a record.
-    bool Remove(std::size_t at) {
-        if (at < pairs.size()) pairs.erase(pairs.begin() + static_cast<std::ptrdiff_t>(at));
-        if (at >= records) return false;
-        --records;
-        return true;
-    }
-    void Swap(std::size_t first, std::size_t second) {
-        if (second == first) return;
-        if (second < first) std::swap(first, second);
-        const std::int32_t a = pairs[first].second;
-        if (Replace(first, pairs[second].second)) --second;
-        Replace(second, a);
-    }
-
-private:
-    // A record whose child changes goes on among the added children. Whether that was one.
-    bool Replace(std::size_t at, std::int32_t by) {
-        const std::string name = pairs[at].first;
-        if (at >= records) {
-            pairs[at].second = by;
-            return false;
-        }
-        pairs.emplace_back(name, by);
-        return Remove(at);
-    }
-};
-
-// Random changes of a container and its model, which agree after each.
-class Changing {
+// A container and the pairs that it should hold: the records of a file, then what was added. One
+// that comes from no file has no records.
+class ModelledContainer {
 public:
-    Changing(OCSChunkRef container, ContainerModel model, unsigned seed)
-        : container_(std::move(container)), model_(std::move(model)), random_(seed) {}
+    ModelledContainer(OCSChunkRef container, Pairs pairs, std::size_t records)
+        : container_(std::move(container)), pairs_(std::move(pairs)), records_(records) {}
 
-    void Run(int changes) {
-        for (; changes > 0 && !testing::Test::HasFatalFailure(); --changes) {
-            Change();
-            Compare();
-        }
-    }
-
-private:
-    OCSChunkRef RandomChild() {
-        const auto index = random_() % std::max(container_->ChildCount(), 1U);
-        return container_->ChildAt(static_cast<std::uint32_t>(index)).child;
-    }
-
-    void Change() {
-        const auto kind = random_() % 200;
-        const OCSChunkRef child = RandomChild();
-        const OCSChunkRef other = RandomChild();
+    void Change(std::mt19937& random) {
+        const auto kind = random() % 200;
+        const OCSChunkRef child = Child(random());
+        const OCSChunkRef other = Child(random());
+        const std::string name(1, static_cast<char>('a' + random() % 7));
         if (kind == 0) {
             container_->Clear();
-            model_ = {};
+            pairs_.clear();
+            records_ = 0;
         } else if (kind < 80) {
-            Add(Number(next_++));
+            Add(name, Number(next_++));
         } else if (kind < 140) {
             Remove(child);
         } else if (kind < 160 && child) {
             // The same child under another name, mostly out before it comes in again.
             if (kind > 144) Remove(child);
-            Add(child);
+            Add(name, child);
         } else if (kind < 190 && child) {
-            container_->SwapChildren(child, other);
-            model_.Swap(model_.Of(ValueOf(child)), model_.Of(ValueOf(other)));
+            Swap(child, other);
         } else {
             const OCSChunkRef stranger = Number(0);
             container_->SwapChildren(child, stranger);
@@ -103,58 +52,96 @@ private:
             container_->AddChild(Intern("a"), {});
         }
     }
-    void Add(const OCSChunkRef& child) {
-        const std::string name(1, static_cast<char>('a' + random_() % 7));
+
+    void Compare() const {
+        ASSERT_EQ(container_->ChildCount(), pairs_.size());
+        std::map<std::string, std::int32_t> first;
+        std::uint32_t index = 0;
+        for (const auto& [name, value] : pairs_) {
+            ASSERT_EQ(container_->ChildName(index).View(), name);
+            ASSERT_EQ(ValueOf(container_->ChildAt(index++).child), value);
+            first.emplace(name, value);
+        }
+        ASSERT_FALSE(container_->ChildAt(index).child);
+        for (const std::string name : {"a", "b", "c", "d", "e", "f", "g", "h"}) {
+            ASSERT_EQ(ValueOf(container_->FindChild(Intern(name))),
+                      first.contains(name) ? first[name] : -1);
+        }
+    }
+
+private:
+    [[nodiscard]] OCSChunkRef Child(std::size_t number) const {
+        return container_->ChildAt(static_cast<std::uint32_t>(number % (pairs_.size() + 1))).child;
+    }
+    [[nodiscard]] Pairs::iterator PairOf(std::int32_t value) {
+        return std::ranges::find(pairs_, value, &Pairs::value_type::second);
+    }
+
+    void Add(const std::string& name, const OCSChunkRef& child) {
         container_->AddChild(Intern(name), child);
-        model_.pairs.emplace_back(name, ValueOf(child));
+        pairs_.emplace_back(name, ValueOf(child));
     }
     void Remove(const OCSChunkRef& child) {
         container_->RemoveChild(child);
-        model_.Remove(model_.Of(ValueOf(child)));
+        if (child) Erase(PairOf(ValueOf(child)));
+    }
+    void Swap(const OCSChunkRef& child, const OCSChunkRef& other) {
+        container_->SwapChildren(child, other);
+        if (!other || ValueOf(child) == ValueOf(other)) return;
+        const bool isFirst = PairOf(ValueOf(child)) < PairOf(ValueOf(other));
+        const std::int32_t a = ValueOf(isFirst ? child : other);
+        const std::int32_t b = ValueOf(isFirst ? other : child);
+        Replace(PairOf(a), kSwapped);
+        Replace(PairOf(b), a);
+        PairOf(kSwapped)->second = b;
+    }
+    // A record whose child changes goes on among the added children.
+    void Replace(Pairs::iterator pair, std::int32_t by) {
+        const std::string name = pair->first;
+        pair->second = by;
+        if (!IsRecord(pair)) return;
+        Erase(pair);
+        pairs_.emplace_back(name, by);
+    }
+    void Erase(Pairs::iterator pair) {
+        if (IsRecord(pair)) --records_;
+        pairs_.erase(pair);
+    }
+    [[nodiscard]] bool IsRecord(Pairs::iterator pair) {
+        return static_cast<std::size_t>(pair - pairs_.begin()) < records_;
     }
 
-    void Compare() {
-        const auto& pairs = model_.pairs;
-        ASSERT_EQ(container_->ChildCount(), pairs.size());
-        for (std::uint32_t i = 0; i < pairs.size(); ++i) {
-            ASSERT_EQ(container_->ChildName(i).View(), pairs[i].first);
-            ASSERT_EQ(ValueOf(container_->ChildAt(i).child), pairs[i].second);
-        }
-        ASSERT_FALSE(container_->ChildAt(static_cast<std::uint32_t>(pairs.size())).child);
-        for (char name = 'a'; name < 'i'; ++name) {
-            const std::string text(1, name);
-            ASSERT_EQ(ValueOf(container_->FindChild(Intern(text))), model_.Find(text));
-        }
-    }
-
+    static constexpr std::int32_t kSwapped = -2;
     OCSChunkRef container_;
-    ContainerModel model_;
-    std::mt19937 random_;
+    Pairs pairs_;
+    std::size_t records_;
     std::int32_t next_ = 1000;
 };
 
 TEST(TagContainers, ChangeAsTheirModelsDo) {
     std::mt19937 random(1);
-    for (unsigned seed = 1; seed <= 24; ++seed) {
-        SCOPED_TRACE(seed);
-        ContainerModel model;
+    for (int round = 0; round < 24; ++round) {
+        SCOPED_TRACE(round);
+        Pairs pairs;
         const OCSChunkRef tree = NewTag(kTagContainer);
-        const OCSChunkRef fresh = NewTag(kTagContainer);
-        for (auto left = random() % (seed % 2 ? 60 : 10) + 1; left > 0; --left) {
-            const std::string name(1, static_cast<char>('a' + random() % 7));
-            model.pairs.emplace_back(name, static_cast<std::int32_t>(left));
-            for (const OCSChunkRef& box : {tree, fresh}) {
-                box->AddChild(Intern(name), Number(static_cast<std::int32_t>(left)));
-            }
+        const OCSChunkRef inside = NewTag(kTagContainer);
+        for (auto left = random() % (round % 2 ? 60 : 10) + 1; left > 0; --left) {
+            const auto value = static_cast<std::int32_t>(left);
+            pairs.emplace_back(std::string(1, static_cast<char>('a' + random() % 7)), value);
+            tree->AddChild(Intern(pairs.back().first), Number(value));
+            inside->AddChild(Intern(pairs.back().first), Number(value));
         }
-        Changing(tree, model, seed).Run(300);
-
         const OCSChunkRef outer = NewTag(kTagContainer);
-        outer->AddChild(Intern("box"), fresh);
-        model.records = model.pairs.size();
+        outer->AddChild(Intern("box"), inside);
         const OCSChunkRef root = ReadChunks(WriteChunks(*outer));
         const OCSChunkRef box = root->FindChild(Intern("box"));
-        Changing(box, model, seed).Run(300);
+        for (ModelledContainer changing :
+             {ModelledContainer(tree, pairs, 0), ModelledContainer(box, pairs, pairs.size())}) {
+            for (int change = 0; change < 300 && !HasFatalFailure(); ++change) {
+                changing.Change(random);
+                changing.Compare();
+            }
+        }
         EXPECT_EQ(Describe(*root->ChildAt(0).child), Describe(*box)) << "one for everyone";
         EXPECT_EQ(Describe(*ReadChunks(WriteChunks(*root))), Describe(*root));
     }
