@@ -48,7 +48,7 @@ std::string FromUtf16(std::span<const std::byte> bytes) {
 
 std::optional<std::string> ReadOptionFile(const std::string& path) try {
     File file;
-    if (path.size() >= kMaxPath || file.Open(path.c_str(), kReadDetect) != RES_OK) return {};
+    if (file.Open(path.c_str(), kReadDetect) != RES_OK) return {};
     if (file.Size() > kMaxOptionFile) return {};
     file.DetectTextEncoding();
     std::string text(file.Size(), '\0');

@@ -1,6 +1,7 @@
 // Where option texts come from, and which of them wins.
 #include "kernel/services/OptionSources.h"
 
+#include "KernelStandard/FileSubstList.h"
 #include "platform/Processes.h"
 #include "tests/support/Tests.h"
 
@@ -88,6 +89,17 @@ TEST_F(OptionLoading, ConvertsUtf16AndKeeps8BitText) {
         folder.Write("LoadTestOptions.txt", file);
         EXPECT_EQ(Load("v", nullptr), value);
     }
+}
+
+TEST_F(OptionLoading, ReadsMountedFilesWithTheLongestNames) {
+    const InternedString mount = Intern("options");
+    const std::string name(255, 'x');
+    folder.Write(name, "-v=mounted");
+    Subst(mount, "./");
+    OptionList list;
+    EXPECT_TRUE(ParseOptionFile(list, ("options:" + name).c_str()));
+    Subst(mount, nullptr);
+    EXPECT_FALSE(ParseOptionFile(list, std::string(260, 'x').c_str()));
 }
 
 }  // namespace
