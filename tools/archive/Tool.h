@@ -30,6 +30,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kernel/services/KernelOptions.h"
@@ -87,6 +88,7 @@ private:
 
     void BuildFileList(ToolCommand& command);
     class Wanted;
+    struct Listing;
 
     void SearchPath(ToolCommand& command, const String& path);
     void SearchFiles(ToolCommand& command, const std::string& folder, const std::string& wildcards,
@@ -96,11 +98,12 @@ private:
     void SearchBelow(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);
     [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
-    std::set<std::string, std::less<>> ReportCutNames(const Wanted& wanted,
+    [[nodiscard]] std::shared_ptr<const Listing> List(const ToolCommand& command,
                                                       const std::string& folder);
-    void ReportHidden(const Wanted& wanted, const std::string& path, bool byFolder);
-    void ReportPassedOver(const Wanted& wanted, const std::string& folder,
-                          const std::vector<FindEntry>& entries);
+    std::set<std::string, std::less<>> ReportCutNames(const Wanted& wanted, const Listing& listing);
+    void ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
+                      bool byFolder);
+    void ReportPassedOver(const Wanted& wanted, const Listing& listing);
 
     const char* commandLine_ = nullptr;
     bool usageShown_ = false;
@@ -110,6 +113,7 @@ private:
     String appName_;
     bool anyFailed_ = false;
     std::vector<std::string> argumentFiles_;               // open now, the outermost first
+    std::shared_ptr<const Listing> listing_;               // of the folder listed last
     std::vector<platform::FileIdentity> searchedFolders_;  // on disk, the outermost first
 };
 

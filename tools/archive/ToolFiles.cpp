@@ -1,6 +1,6 @@
 // Finding the files that the path arguments name.
 #include <algorithm>
-#include <array>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -82,6 +82,16 @@ constexpr const char* kNoFolder = ".\\";
 
 }  // namespace
 
+// A folder of the archive, or on disk.
+struct Tool::Listing {
+    explicit Listing(std::string name) : folder(std::move(name)) {}
+
+    std::string folder;
+    std::vector<FindEntry> entries;  // as the search delivers them
+    std::vector<FindEntry> passedOver;
+    std::vector<platform::DirectoryEntry> cut;  // on disk: of which it delivers a part of the name
+};
+
 // Which entries of a folder a command wants: files to take, folders to search.
 class Tool::Wanted {
 public:
@@ -114,6 +124,7 @@ private:
 void Tool::BuildFileList(ToolCommand& command) {
     command.files.clear();
     for (const String& path : command.paths) SearchPath(command, path);
+    listing_.reset();
 }
 
 void Tool::SearchPath(ToolCommand& command, const String& path) {
@@ -166,23 +177,18 @@ bool Tool::EnterFolder(const ToolCommand& command, const std::string& folder) {
 
 void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
                        const std::string& wildcards, const std::string& base) {
-    PathBuffer pattern{std::string_view(folder)};
-    AppendPathComponent(pattern, "*");
-    Wanted wanted(command, folder, wildcards);
-    if (!command.searchTarget) wanted.LeaveOut(ReportCutNames(wanted, folder));
-    std::optional<String> prefix;
-    File::Find find;
-    bool found =
-        command.searchTarget ? find.Open(pattern.c_str(), searchMount) : find.Open(pattern.c_str());
+    const std::shared_ptr<const Listing> listing = List(command, folder);
     // A folder on disk has at least itself to show, and one of an archive what it was found by.
-    if (!found && (!command.searchTarget || folder != base)) {
+    if (listing->entries.empty() && (!command.searchTarget || folder != base)) {
         ReportProblem("cannot read the folder " + folder);
     }
-    for (; found; found = find.Next()) {
-        const FindEntry& entry = find.Entry();
-        const std::string name(entry.Name());
+    Wanted wanted(command, folder, wildcards);
+    wanted.LeaveOut(ReportCutNames(wanted, *listing));
+    std::optional<String> prefix;
+    for (const FindEntry& entry : listing->entries) {
+        const std::string_view name = entry.Name();
         const bool isFolder = IsFolder(entry);
-        if (command.searchTarget) ReportHidden(wanted, ChildFolder(folder, name), isFolder);
+        if (command.searchTarget) ReportHidden(wanted, folder, name, isFolder);
         if (!wanted(name, isFolder)) continue;
         if (isFolder) {
             SearchChild(command, ChildFolder(folder, name), wildcards, base);
@@ -191,19 +197,40 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
             command.files.push_back({entry, FolderText(folder), *prefix});
         }
     }
-    ReportPassedOver(wanted, folder, find.PassedOver());
+    ReportPassedOver(wanted, *listing);
 }
 
-// The last parts of the names that the search would cut.
+std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
+                                                const std::string& folder) {
+    if (listing_ != nullptr && listing_->folder == folder) return listing_;
+    const auto listing = std::make_shared<Listing>(folder);
+    PathBuffer pattern{std::string_view(folder)};
+    AppendPathComponent(pattern, "*");
+    File::Find find;
+    bool found =
+        command.searchTarget ? find.Open(pattern.c_str(), searchMount) : find.Open(pattern.c_str());
+    for (; found; found = find.Next()) listing->entries.push_back(find.Entry());
+    listing->passedOver = find.PassedOver();
+    if (!command.searchTarget) {
+        const auto takeCut = [&](const platform::DirectoryEntry& entry) {
+            if (FileNamePart(entry.name.c_str()) != entry.name) listing->cut.push_back(entry);
+            return true;
+        };
+        // Without a complete list the search has found nothing either.
+        (void)platform::ListDirectory(folder.empty() ? "." : folder.c_str(), takeCut);
+    }
+    return listing_ = listing;
+}
+
+// The last parts of the names that the search has cut.
 std::set<std::string, std::less<>> Tool::ReportCutNames(const Wanted& wanted,
-                                                        const std::string& folder) {
+                                                        const Listing& listing) {
     std::set<std::string, std::less<>> lastParts;
-    const auto report = [&](const platform::DirectoryEntry& listed) {
-        const std::string last = FileNamePart(listed.name.c_str());
-        if (last == listed.name) return true;
-        const std::string path = ChildFolder(folder, listed.name);
-        const std::string other = ChildFolder(folder, last);
-        if (wanted(last, listed.status.IsDirectory())) {
+    for (const platform::DirectoryEntry& entry : listing.cut) {
+        const std::string last = FileNamePart(entry.name.c_str());
+        const std::string path = ChildFolder(listing.folder, entry.name);
+        const std::string other = ChildFolder(listing.folder, last);
+        if (wanted(last, entry.status.IsDirectory())) {
             ReportProblem("left out " + path + ", whose name holds the signs of a path");
         }
         if (!last.empty() && platform::GetEntryKind(other.c_str()) != platform::EntryKind::None &&
@@ -211,16 +238,15 @@ std::set<std::string, std::less<>> Tool::ReportCutNames(const Wanted& wanted,
             ReportProblem("left out " + other + ", which cannot be told from " + path);
         }
         lastParts.insert(last);
-        return true;
-    };
-    // The search itself reports a folder that cannot be read.
-    (void)platform::ListDirectory(folder.empty() ? "." : folder.c_str(), report);
+    }
     return lastParts;
 }
 
-// What an archive holds under a path at which the search found a folder, or a member.
-void Tool::ReportHidden(const Wanted& wanted, const std::string& path, bool byFolder) {
-    if (!wanted(FileNamePart(path.c_str()), !byFolder)) return;
+// What an archive holds under a name at which the search found a folder, or a member.
+void Tool::ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
+                        bool byFolder) {
+    if (!wanted(name, !byFolder)) return;
+    const std::string path = ChildFolder(folder, name);
     if (byFolder && IsMember(path)) {
         ReportProblem("left out " + path + ", which a folder of that name hides");
     } else if (!byFolder && IsArchiveFolder(path)) {
@@ -228,12 +254,11 @@ void Tool::ReportHidden(const Wanted& wanted, const std::string& path, bool byFo
     }
 }
 
-void Tool::ReportPassedOver(const Wanted& wanted, const std::string& folder,
-                            const std::vector<FindEntry>& entries) {
-    for (const FindEntry& entry : entries) {
+void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
+    for (const FindEntry& entry : listing.passedOver) {
         const std::string_view name = entry.Name();
         if (wanted.Exactly(name, IsFolder(entry))) {
-            ReportProblem("left out " + ChildFolder(folder, name) +
+            ReportProblem("left out " + ChildFolder(listing.folder, name) +
                           ", whose name differs from another in letter case only");
         }
     }

@@ -31,6 +31,16 @@ TEST_F(Program, SeventyThousandMembersCanBeListedAddedToAndExtracted) {
     EXPECT_TRUE(Unpack("y.va") == some);
 }
 
+// As a shell does with a wildcard that is not quoted.
+TEST_F(Program, ManyFilesOfOneFolderCanBeNamedOneByOne) {
+    const int count = VORN_SANITIZED ? 400 : 2'000;
+    for (int i = 0; i < count; ++i) folder.Write("in/" + std::to_string(i), "");
+    const std::string end = "\nProcessed " + std::to_string(count) + " files.\n";
+    constexpr const char* kFourSeconds = "ulimit -t 4 && exec";
+    EXPECT_TRUE(Run("a x.va in/*", kFourSeconds).printed.ends_with(end));
+    EXPECT_TRUE(Run("l x.va $(ls in)", kFourSeconds).printed.ends_with(end));
+}
+
 TEST_F(Program, ALogIsWrittenOnlyWhenItIsAskedFor) {
     folder.Write("a.txt", "1");
     const Table<std::string, std::string, std::string> rows = {
