@@ -5,12 +5,6 @@
 
 namespace Vorn::Testing {
 
-std::string Quoted(const std::string& word) {
-    std::string quoted = "'";
-    for (const char c : word) quoted += c == '\'' ? "'\\''"s : std::string(1, c);
-    return quoted + "'";
-}
-
 std::size_t CountOf(std::string_view text, std::string_view whole) {
     std::size_t count = 0;
     for (auto at = whole.find(text); at != std::string_view::npos; at = whole.find(text, at + 1)) {
@@ -60,8 +54,8 @@ void ArchiveProgram::Write(const Files& files) const {
 
 Files ArchiveProgram::Unpack(const std::string& archive) const {
     const TempFolder unpacked;
-    const Outcome outcome = Run("-r -k e " + Quoted(folder.Path(archive)),
-                                "cd " + Quoted(unpacked.Path()) + " && exec");
+    const Outcome outcome =
+        Run("-r -k e " + folder.Path(archive), "cd " + unpacked.Path() + " && exec");
     EXPECT_EQ(outcome.exitCode, 0) << outcome.printed << outcome.problems;
     return FilesIn(unpacked.Path());
 }

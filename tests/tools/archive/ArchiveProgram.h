@@ -15,7 +15,6 @@ struct Outcome {
     std::string problems;  // standard error
 };
 
-[[nodiscard]] std::string Quoted(const std::string& word);
 // The places of `text` in `whole`.
 [[nodiscard]] std::size_t CountOf(std::string_view text, std::string_view whole);
 // Every file below a folder; "name/" for an empty folder, and a link shows where it leads.

@@ -113,12 +113,16 @@ TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
     }
 }
 
-TEST_F(UnfoundFiles, AFileWhoseBlocksCannotBeReadIsNamed) {
+TEST_F(UnfoundFiles, WhatCannotBeReadOrIsDamagedIsNamed) {
     folder.Write("bad", "CFIL\1\1\0\0\xFF\xFF\0\0\xFF\xFF"s + Noise(100));
     Do("a x.va bad");
-    const Outcome outcome = Run("b x.va bad");
+    EXPECT_EQ(Run("b x.va bad").problems, "VArchive: cannot read all of .\\bad\n");
+    std::string archive = folder.Read("x.va");
+    archive[archive.find("IDX ") - 1] ^= 1;
+    folder.Write("x.va", archive);
+    const Outcome outcome = Run("-pto e x.va");
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.problems, "VArchive: cannot read all of .\\bad\n");
+    EXPECT_EQ(outcome.problems, "VArchive: damaged, its check sum is another one: .\\bad\n");
 }
 
 }  // namespace
