@@ -11,9 +11,8 @@
 //   stored plain it would be read as what the stream holds.
 // - A file that gives less than its size is added as far as it goes, and reported; one of 4 GiB is
 //   refused before the archive is touched.
-// - e reports content whose check sum is not the member's; the file stays. A sum of 0 is none:
-// there
-//   are writers that make none.
+// - e reports content whose check sum is not the member's; the file stays. A sum of 0 is none, for
+//   some writers make none.
 // - e writes below the current folder or the one that -p and -n name, and nowhere else. It makes a
 //   folder only for a member that it can read.
 // - An archive that cannot be written to is read all the same; only a needs to write it.
