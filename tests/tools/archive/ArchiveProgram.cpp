@@ -48,6 +48,12 @@ std::string ArchiveProgram::Do(const std::string& words) const {
     return outcome.printed;
 }
 
+Outcome ArchiveProgram::Fail(const std::string& words) const {
+    Outcome outcome = Run(words);
+    EXPECT_EQ(outcome.exitCode, 1) << words << "\n" << outcome.printed << outcome.problems;
+    return outcome;
+}
+
 void ArchiveProgram::Write(const Files& files) const {
     for (const auto& [name, content] : files) folder.Write(name, content);
 }

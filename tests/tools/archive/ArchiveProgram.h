@@ -27,6 +27,8 @@ protected:
     [[nodiscard]] Outcome Run(const std::string& words, const std::string& before = {}) const;
     // Runs it and nothing goes wrong; what it printed.
     std::string Do(const std::string& words) const;
+    // Runs it, and its exit code tells that something went wrong.
+    Outcome Fail(const std::string& words) const;
     void Write(const Files& files) const;
     // The members of an archive as the program extracts them.
     [[nodiscard]] Files Unpack(const std::string& archive) const;

@@ -38,8 +38,7 @@ TEST_F(ArgumentFiles, EveryLineRunsWithTheSwitchesBeforeIt) {
 
 TEST_F(ArgumentFiles, LinesGoOnAfterOnesThatFailedAndUsageIsShownOnce) {
     Write({{"lines", "\nl\nq x.va a.txt\na x.va none\n@missing a x.va a.txt\na x.va b.txt\n"}});
-    const Outcome outcome = Run("@lines");
-    EXPECT_EQ(outcome.exitCode, 1);
+    const Outcome outcome = Fail("@lines");
     EXPECT_EQ(CountOf("Usage:", outcome.printed), 1U);
     EXPECT_EQ(CountOf("- Warning, can't open argument file [missing]\n", outcome.printed), 1U);
     EXPECT_EQ(CountOf("command 'a x.va none\n'\n", outcome.printed), 1U);
@@ -58,8 +57,7 @@ TEST_F(ArgumentFiles, AFileThatNamesItselfEndsWithAWarning) {
     for (const auto& [words, name] : rows) {
         SCOPED_TRACE(words);
         fs::remove("x.va");
-        const Outcome outcome = Run(words);
-        EXPECT_EQ(outcome.exitCode, 1);
+        const Outcome outcome = Fail(words);
         EXPECT_EQ(CountOf("- Warning, can't open argument file ", outcome.printed), 1U);
         EXPECT_THAT(outcome.printed, HasSubstr("can't open argument file [" + name + "]\n"));
         EXPECT_EQ(NamesIn(Unpack("x.va")), Names{"a.txt"});
@@ -77,8 +75,7 @@ TEST_F(ArgumentFiles, PrefixesStayForLaterLinesAndLongLinesAreReported) {
     EXPECT_EQ(folder.Read("x/b.txt"), "b");
     Do("@fits l x.va");
     for (const std::string file : {"long", "wide"}) {
-        const Outcome outcome = Run("@" + file + " l x.va");
-        EXPECT_EQ(outcome.exitCode, 1);
+        const Outcome outcome = Fail("@" + file + " l x.va");
         EXPECT_THAT(outcome.problems, HasSubstr("a line of " + file + " is too long and was cut"));
     }
 }

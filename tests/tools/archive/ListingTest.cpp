@@ -51,9 +51,7 @@ TEST_F(Listing, BlocksAreThoseOfTheFileOnDisk) {
                   "Block Listing of d/file:\n\n" + lines + "\nProcessed 1 files.\n");
     }
     fs::remove("d/file");
-    const Outcome outcome = Run("b x.va d/file");
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.printed, "Error, Cannot open file!\nProcessed 1 files.\n");
+    EXPECT_EQ(Fail("b x.va d/file").printed, "Error, Cannot open file!\nProcessed 1 files.\n");
 }
 
 }  // namespace

@@ -8,6 +8,10 @@ namespace {
 
 class UnfoundFiles : public ArchiveProgram {
 protected:
+    // Writes empty files.
+    void Touch(std::string_view row) const {
+        for (const std::string& name : Cells(row)) folder.Write(name, "");
+    }
     // One line for each of `left`, and no other, tells that it was left out.
     void ExpectLeftOut(const std::string& words, const Names& left) const {
         SCOPED_TRACE(words);
@@ -21,7 +25,7 @@ protected:
 };
 
 TEST_F(UnfoundFiles, NamesThatDifferInLetterCaseOnlyAreReported) {
-    for (const char* name : {"d/README", "d/Readme", "d/Sub/x", "d/sub/y"}) folder.Write(name, "");
+    Touch("d/README|d/Readme|d/Sub/x|d/sub/y");
     const Table<std::string, Names> rows = {
         {"a x.va 'd/*'", {"d/Readme"}},
         {"-r a x.va 'd/*'", {"d/Readme", "d/sub"}},
@@ -31,22 +35,11 @@ TEST_F(UnfoundFiles, NamesThatDifferInLetterCaseOnlyAreReported) {
         {"l x.va", {}},
     };
     for (const auto& [words, left] : rows) ExpectLeftOut(words, left);
-    const Outcome exact = Run("a x.va d/Readme");
-    EXPECT_EQ(exact.exitCode, 1);
-    EXPECT_THAT(exact.problems, HasSubstr("left out d/Readme,"));
+    EXPECT_THAT(Fail("a x.va d/Readme").problems, HasSubstr("left out d/Readme,"));
 }
 
 TEST_F(UnfoundFiles, NamesThatHoldTheSignsOfAPathAreReported) {
-    Write({{"d/a", ""},
-           {"d/x:y", "1"},
-           {"d/y", "22"},
-           {"d/C:z", ""},
-           {"d/t:", ""},
-           {"d/b\\s", ""},
-           {"d/F::G/f", ""},
-           {"d/h:sub", ""},
-           {"d/sub/f", ""},
-           {"d/e\\f/f", ""}});
+    Touch(R"(d/a|d/x:y|d/y|d/C:z|d/t:|d/b\s|d/F::G/f|d/h:sub|d/sub/f|d/e\f/f)");
     const Table<std::string, Names, Names> rows = {
         {"-k a x.va 'd/*'", {"d/C:z", "d/b\\s", "d/h:sub", "d/t:", "d/x:y", "d/y"}, {"d/a"}},
         {"-k -r a x.va 'd/f*'", {"d/F::G", "d/e\\f", "d/sub"}, {}},
@@ -91,8 +84,7 @@ TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
     };
     for (const auto& [words, problem] : rows) {
         SCOPED_TRACE(words);
-        const Outcome outcome = Run(words);
-        EXPECT_EQ(outcome.exitCode, 1);
+        const Outcome outcome = Fail(words);
         EXPECT_THAT(outcome.problems, HasSubstr(problem));
         EXPECT_EQ(CountOf("\n", outcome.problems), 1U) << outcome.problems;
     }
@@ -105,24 +97,21 @@ TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
 TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
     Write({{"a.txt", "1"}, {"paths", "a.txt\n*\n"}});
     Do("a x.va a.txt");
-    const Outcome outcome = Run("l x.va @paths");
-    EXPECT_EQ(outcome.exitCode, 1);
-    for (const char* line :
-         {"no input files found: command 'a.txt\n", "command '*\n", "\\a.txt\n"}) {
-        EXPECT_THAT(outcome.printed, HasSubstr(line));
+    const std::string printed = Fail("l x.va @paths").printed;
+    for (const char* line : {"command 'a.txt\n", "command '*\n", "\\a.txt\n"}) {
+        EXPECT_THAT(printed, HasSubstr(line));
     }
 }
 
 TEST_F(UnfoundFiles, WhatCannotBeReadOrIsDamagedIsNamed) {
     folder.Write("bad", "CFIL\1\1\0\0\xFF\xFF\0\0\xFF\xFF"s + Noise(100));
     Do("a x.va bad");
-    EXPECT_EQ(Run("b x.va bad").problems, "VArchive: cannot read all of .\\bad\n");
+    EXPECT_EQ(Fail("b x.va bad").problems, "VArchive: cannot read all of .\\bad\n");
     std::string archive = folder.Read("x.va");
     archive[archive.find("IDX ") - 1] ^= 1;
     folder.Write("x.va", archive);
-    const Outcome outcome = Run("-pto e x.va");
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.problems, "VArchive: damaged, its check sum is another one: .\\bad\n");
+    EXPECT_EQ(Fail("-pto e x.va").problems,
+              "VArchive: damaged, its check sum is another one: .\\bad\n");
 }
 
 }  // namespace
