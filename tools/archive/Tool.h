@@ -103,6 +103,7 @@ private:
     std::set<std::string, std::less<>> ReportCutNames(const Wanted& wanted, const Listing& listing);
     void ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
                       bool byFolder);
+    void ReportLeftOut(const std::string& path, const std::string& why);
     void ReportPassedOver(const Wanted& wanted, const Listing& listing);
 
     const char* commandLine_ = nullptr;

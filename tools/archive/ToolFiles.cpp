@@ -231,15 +231,19 @@ std::set<std::string, std::less<>> Tool::ReportCutNames(const Wanted& wanted,
         const std::string path = ChildFolder(listing.folder, entry.name);
         const std::string other = ChildFolder(listing.folder, last);
         if (wanted(last, entry.status.IsDirectory())) {
-            ReportProblem("left out " + path + ", whose name holds the signs of a path");
+            ReportLeftOut(path, "whose name holds the signs of a path");
         }
         if (!last.empty() && platform::GetEntryKind(other.c_str()) != platform::EntryKind::None &&
             wanted(last, IsFolderOnDisk(other))) {
-            ReportProblem("left out " + other + ", which cannot be told from " + path);
+            ReportLeftOut(other, "which cannot be told from " + path);
         }
         lastParts.insert(last);
     }
     return lastParts;
+}
+
+void Tool::ReportLeftOut(const std::string& path, const std::string& why) {
+    ReportProblem("left out " + path + ", " + why);
 }
 
 // What an archive holds under a name at which the search found a folder, or a member.
@@ -248,9 +252,9 @@ void Tool::ReportHidden(const Wanted& wanted, const std::string& folder, std::st
     if (!wanted(name, !byFolder)) return;
     const std::string path = ChildFolder(folder, name);
     if (byFolder && IsMember(path)) {
-        ReportProblem("left out " + path + ", which a folder of that name hides");
+        ReportLeftOut(path, "which a folder of that name hides");
     } else if (!byFolder && IsArchiveFolder(path)) {
-        ReportProblem("left out the folder " + path + ", which a file of that name hides");
+        ReportLeftOut("the folder " + path, "which a file of that name hides");
     }
 }
 
@@ -258,8 +262,8 @@ void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
     for (const FindEntry& entry : listing.passedOver) {
         const std::string_view name = entry.Name();
         if (wanted.Exactly(name, IsFolder(entry))) {
-            ReportProblem("left out " + ChildFolder(listing.folder, name) +
-                          ", whose name differs from another in letter case only");
+            ReportLeftOut(ChildFolder(listing.folder, name),
+                          "whose name differs from another in letter case only");
         }
     }
 }
