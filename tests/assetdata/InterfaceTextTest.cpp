@@ -100,6 +100,8 @@ TEST_F(InterfaceTexts, TheCodeChoosesTheFile) {
 }
 
 TEST_F(InterfaceTexts, TheTextFormStandsInForTheCompiledOne) {
+    Reloaded();
+    (void)Logged();  // the process may have loaded now for the first time
     InterfaceTextDB::SetLanguage("DE");
     const std::string unreadable =
         kNotCompiled +
