@@ -133,9 +133,14 @@ void File::Find::SearchDirectory(const std::string& folder) {
     listing_.clear();
     nextListed_ = 0;
     const auto take = [this](const platform::DirectoryEntry& entry) {
-        // A longer name fits no path of the kernel.
-        if (entry.name.size() < kMaxPath && MatchWildcards(entry.name, pattern_)) {
+        // A longer name fits no path of the kernel, which takes one with a separator or a colon for
+        // another one.
+        const std::string_view name = FileNamePart(entry.name.c_str());
+        if (entry.name.size() >= kMaxPath || !MatchWildcards(name, pattern_)) return true;
+        if (name == entry.name) {
             listing_.push_back(entry);
+        } else {
+            passedOver_.push_back(EntryOf(entry));
         }
         return true;
     };

@@ -45,8 +45,8 @@ public:
     // The pattern's folder joined with the current name. Throws FileEx when that does not fit.
     void GetPath(PathSpan out) const;
 
-    // What stood in a directory of the file system and was not returned so far: an entry before it
-    // has the same name in other letter case.
+    // What stood in a directory of the file system and was not returned so far: its name holds a
+    // sign that parts paths here, or an entry before it has the same name in other letter case.
     [[nodiscard]] const std::vector<FindEntry>& PassedOver() const { return passedOver_; }
 
     void Close();

@@ -28,7 +28,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -100,7 +99,6 @@ private:
     [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
     [[nodiscard]] std::shared_ptr<const Listing> List(const ToolCommand& command,
                                                       const std::string& folder);
-    std::set<std::string, std::less<>> ReportCutNames(const Wanted& wanted, const Listing& listing);
     void ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
                       bool byFolder);
     void ReportLeftOut(const std::string& path, const std::string& why);

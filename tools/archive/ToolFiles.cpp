@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -89,7 +88,6 @@ struct Tool::Listing {
     std::string folder;
     std::vector<FindEntry> entries;  // as the search delivers them
     std::vector<FindEntry> passedOver;
-    std::vector<platform::DirectoryEntry> cut;  // on disk: of which it delivers a part of the name
 };
 
 // Which entries of a folder a command wants: files to take, folders to search.
@@ -100,10 +98,7 @@ public:
           wildcards_(wildcards),
           excluded_(MatchesAny(command.excludePaths, folder)) {}
 
-    void LeaveOut(std::set<std::string, std::less<>> names) { leftOut_ = std::move(names); }
-
     [[nodiscard]] bool operator()(std::string_view name, bool isFolder) const {
-        if (leftOut_.contains(name)) return false;
         if (isFolder) return command_.recursive;
         return !excluded_ && MatchWildcards(name, wildcards_) &&
                !MatchesAny(command_.excludeNames, name);
@@ -118,7 +113,6 @@ private:
     const ToolCommand& command_;
     const std::string& wildcards_;
     const bool excluded_;
-    std::set<std::string, std::less<>> leftOut_;
 };
 
 void Tool::BuildFileList(ToolCommand& command) {
@@ -182,8 +176,7 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
     if (listing->entries.empty() && (!command.searchTarget || folder != base)) {
         ReportProblem("cannot read the folder " + folder);
     }
-    Wanted wanted(command, folder, wildcards);
-    wanted.LeaveOut(ReportCutNames(wanted, *listing));
+    const Wanted wanted(command, folder, wildcards);
     std::optional<String> prefix;
     for (const FindEntry& entry : listing->entries) {
         const std::string_view name = entry.Name();
@@ -211,35 +204,7 @@ std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
         command.searchTarget ? find.Open(pattern.c_str(), searchMount) : find.Open(pattern.c_str());
     for (; found; found = find.Next()) listing->entries.push_back(find.Entry());
     listing->passedOver = find.PassedOver();
-    if (!command.searchTarget) {
-        const auto takeCut = [&](const platform::DirectoryEntry& entry) {
-            if (FileNamePart(entry.name.c_str()) != entry.name) listing->cut.push_back(entry);
-            return true;
-        };
-        // Without a complete list the search has found nothing either.
-        (void)platform::ListDirectory(folder.empty() ? "." : folder.c_str(), takeCut);
-    }
     return listing_ = listing;
-}
-
-// The last parts of the names that the search has cut.
-std::set<std::string, std::less<>> Tool::ReportCutNames(const Wanted& wanted,
-                                                        const Listing& listing) {
-    std::set<std::string, std::less<>> lastParts;
-    for (const platform::DirectoryEntry& entry : listing.cut) {
-        const std::string last = FileNamePart(entry.name.c_str());
-        const std::string path = ChildFolder(listing.folder, entry.name);
-        const std::string other = ChildFolder(listing.folder, last);
-        if (wanted(last, entry.status.IsDirectory())) {
-            ReportLeftOut(path, "whose name holds the signs of a path");
-        }
-        if (!last.empty() && platform::GetEntryKind(other.c_str()) != platform::EntryKind::None &&
-            wanted(last, IsFolderOnDisk(other))) {
-            ReportLeftOut(other, "which cannot be told from " + path);
-        }
-        lastParts.insert(last);
-    }
-    return lastParts;
 }
 
 void Tool::ReportLeftOut(const std::string& path, const std::string& why) {
@@ -260,11 +225,13 @@ void Tool::ReportHidden(const Wanted& wanted, const std::string& folder, std::st
 
 void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
     for (const FindEntry& entry : listing.passedOver) {
-        const std::string_view name = entry.Name();
-        if (wanted.Exactly(name, IsFolder(entry))) {
-            ReportLeftOut(ChildFolder(listing.folder, name),
-                          "whose name differs from another in letter case only");
-        }
+        const std::string name(entry.Name());
+        const std::string_view lastPart = FileNamePart(name.c_str());
+        if (!wanted.Exactly(lastPart, IsFolder(entry))) continue;
+        const bool isPath = lastPart != name;
+        ReportLeftOut(ChildFolder(listing.folder, name),
+                      isPath ? "whose name holds the signs of a path"
+                             : "whose name differs from another in letter case only");
     }
 }
 

@@ -41,8 +41,8 @@ TEST_F(UnfoundFiles, NamesThatDifferInLetterCaseOnlyAreReported) {
 TEST_F(UnfoundFiles, NamesThatHoldTheSignsOfAPathAreReported) {
     Touch(R"(d/a|d/x:y|d/y|d/C:z|d/t:|d/b\s|d/F::G/f|d/h:sub|d/sub/f|d/e\f/f)");
     const Table<std::string, Names, Names> rows = {
-        {"-k a x.va 'd/*'", {"d/C:z", "d/b\\s", "d/h:sub", "d/t:", "d/x:y", "d/y"}, {"d/a"}},
-        {"-k -r a x.va 'd/f*'", {"d/F::G", "d/e\\f", "d/sub"}, {}},
+        {"-k a x.va 'd/*'", {"d/C:z", "d/b\\s", "d/h:sub", "d/t:", "d/x:y"}, {"d/a", "d/y"}},
+        {"-k -r a x.va 'd/f*'", {"d/F::G", "d/e\\f"}, {"d/sub/f"}},
         {"-k '-xs;y' a x.va 'd/?'", {"d/C:z"}, {"d/a"}},
         {"-k a x.va 'd/a*'", {}, {"d/a"}},
     };
