@@ -9,10 +9,9 @@
 //
 // Decided here, where the format leaves it open:
 // - An empty file becomes an archive when its first member is added: a process that was killed
-// while
-//   it created one left it. Other files shorter than 4 bytes, and those of format version 0x101,
-//   refuse new members: what was written could not be read back. One whose header is longer than
-//   ours, or not at the front, refuses every change: writing our header would spoil it.
+//   while it created one left it. Other files shorter than 4 bytes, and those of format version
+//   0x101, refuse new members: what was written could not be read back. One whose header is longer
+//   than ours, or not at the front, refuses every change: writing our header would spoil it.
 // - A member that cannot be written whole (a full disk, more than 4 GiB) is not added, the member
 //   of that name that it would have replaced stays, and File::Close says so.
 // - A member is always written anew: appending to one that exists, changing it and opening it for
