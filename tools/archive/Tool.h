@@ -15,8 +15,7 @@
 //   one that is nested in 64 others.
 // - A folder that leads back into one above it (a link) is not searched again.
 // - Of names in one folder that differ in letter case only, the first in byte order is taken; the
-//   others are reported. So is a name on disk that holds '\' or ':', which no path can name, and a
-//   file there of the name that begins behind them.
+//   others are reported. So is a name on disk that holds '\' or ':', which no path can name.
 // - Of a member and a folder of one name in an archive, the search sees one; the other is reported.
 // - An archive that was missing when its members are searched, and a target that is none, are
 //   reported.
