@@ -30,6 +30,11 @@ namespace {
     return entry;
 }
 
+// A bit for folders, another one for files.
+[[nodiscard]] unsigned KindOf(const FindEntry& entry) {
+    return (entry.attributes & kEntryDirectory) != 0 ? 2 : 1;
+}
+
 }  // namespace
 
 bool File::Find::Open(const char* path) {
@@ -80,8 +85,13 @@ bool File::Find::Next() {
         SetPath(entry_.name, FileNamePart(full.c_str()));
         std::string lower(entry_.Name());
         std::ranges::transform(lower, lower.begin(), AsciiToLower);
-        if (seen_.insert(std::move(lower)).second) return true;
-        if (!mounted_) passedOver_.push_back(entry_);
+        unsigned& kinds = seen_[std::move(lower)];
+        const unsigned before = kinds;
+        const unsigned kind = KindOf(entry_);
+        kinds |= kind;
+        if (before == 0) return true;
+        // Backends hide what those behind them have, and an archive names a folder for each member.
+        if (!mounted_ || (before & kind) == 0) passedOver_.push_back(entry_);
     }
     return false;
 }

@@ -9,8 +9,8 @@
 #pragma once
 
 #include <cstddef>
-#include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "KernelStandard/ArchiveFormat.h"
@@ -45,8 +45,9 @@ public:
     // The pattern's folder joined with the current name. Throws FileEx when that does not fit.
     void GetPath(PathSpan out) const;
 
-    // What stood in a directory of the file system and was not returned so far: its name holds a
-    // sign that parts paths here, or an entry before it has the same name in other letter case.
+    // What was found and not returned so far. In a directory of the file system: its name holds a
+    // sign that parts paths here, or an entry before it has the same name in other letter case. In
+    // a substitution: a folder of the name of a file before it, or a file of that of a folder.
     [[nodiscard]] const std::vector<FindEntry>& PassedOver() const { return passedOver_; }
 
     void Close();
@@ -64,12 +65,13 @@ private:
     PathBuffer directory_;            // up to and including the last component end
     std::string pattern_;             // the last component
     std::vector<FileSub*> backends_;  // still to search, the next one last
-    std::set<std::string> seen_;      // names returned, in lower case
+    std::unordered_map<std::string, unsigned>
+        seen_;  // kinds found of a name, which is in lower case
     FileSubArchive* archive_ = nullptr;
     int archiveSearch_ = -1;
     std::vector<platform::DirectoryEntry> listing_;
     std::size_t nextListed_ = 0;
-    bool mounted_ = false;  // backends hide what those behind them have
+    bool mounted_ = false;
     std::vector<FindEntry> passedOver_;
 };
 

@@ -98,8 +98,6 @@ private:
     [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
     [[nodiscard]] std::shared_ptr<const Listing> List(const ToolCommand& command,
                                                       const std::string& folder);
-    void ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
-                      bool byFolder);
     void ReportLeftOut(const std::string& path, const std::string& why);
     void ReportPassedOver(const Wanted& wanted, const Listing& listing);
 

@@ -64,11 +64,6 @@ constexpr const char* kNoFolder = ".\\";
     return (entry.attributes & kEntryDirectory) != 0;
 }
 
-[[nodiscard]] bool IsMember(const std::string& path) {
-    File file;
-    return file.Open(searchMount, path.c_str(), kReadPlain) == RES_OK;
-}
-
 [[nodiscard]] bool IsArchiveFolder(const std::string& path) {
     File::Find find;
     return find.Open(ChildFolder(path, "*").c_str(), searchMount);
@@ -83,9 +78,8 @@ constexpr const char* kNoFolder = ".\\";
 
 // A folder of the archive, or on disk.
 struct Tool::Listing {
-    explicit Listing(std::string name) : folder(std::move(name)) {}
-
     std::string folder;
+    bool inArchive;
     std::vector<FindEntry> entries;  // as the search delivers them
     std::vector<FindEntry> passedOver;
 };
@@ -181,7 +175,6 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
     for (const FindEntry& entry : listing->entries) {
         const std::string_view name = entry.Name();
         const bool isFolder = IsFolder(entry);
-        if (command.searchTarget) ReportHidden(wanted, folder, name, isFolder);
         if (!wanted(name, isFolder)) continue;
         if (isFolder) {
             SearchChild(command, ChildFolder(folder, name), wildcards, base);
@@ -196,7 +189,7 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
 std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
                                                 const std::string& folder) {
     if (listing_ != nullptr && listing_->folder == folder) return listing_;
-    const auto listing = std::make_shared<Listing>(folder);
+    const auto listing = std::make_shared<Listing>(Listing{folder, command.searchTarget, {}, {}});
     PathBuffer pattern{std::string_view(folder)};
     AppendPathComponent(pattern, "*");
     File::Find find;
@@ -211,27 +204,22 @@ void Tool::ReportLeftOut(const std::string& path, const std::string& why) {
     ReportProblem("left out " + path + ", " + why);
 }
 
-// What an archive holds under a name at which the search found a folder, or a member.
-void Tool::ReportHidden(const Wanted& wanted, const std::string& folder, std::string_view name,
-                        bool byFolder) {
-    if (!wanted(name, !byFolder)) return;
-    const std::string path = ChildFolder(folder, name);
-    if (byFolder && IsMember(path)) {
-        ReportLeftOut(path, "which a folder of that name hides");
-    } else if (!byFolder && IsArchiveFolder(path)) {
-        ReportLeftOut("the folder " + path, "which a file of that name hides");
-    }
-}
-
 void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
     for (const FindEntry& entry : listing.passedOver) {
         const std::string name(entry.Name());
+        const std::string path = ChildFolder(listing.folder, name);
         const std::string_view lastPart = FileNamePart(name.c_str());
-        if (!wanted.Exactly(lastPart, IsFolder(entry))) continue;
-        const bool isPath = lastPart != name;
-        ReportLeftOut(ChildFolder(listing.folder, name),
-                      isPath ? "whose name holds the signs of a path"
-                             : "whose name differs from another in letter case only");
+        const bool isFolder = IsFolder(entry);
+        if (listing.inArchive) {
+            if (!wanted(name, isFolder)) continue;
+            ReportLeftOut(
+                isFolder ? "the folder " + path : path,
+                isFolder ? "which a file of that name hides" : "which a folder of that name hides");
+        } else if (wanted.Exactly(lastPart, isFolder)) {
+            ReportLeftOut(path, lastPart != name
+                                    ? "whose name holds the signs of a path"
+                                    : "whose name differs from another in letter case only");
+        }
     }
 }
 

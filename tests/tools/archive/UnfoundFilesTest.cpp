@@ -59,7 +59,7 @@ TEST_F(UnfoundFiles, MembersAndFoldersOfOneNameAreReported) {
         std::vector<RawMember> members = {{"d/A", "file"}, {"d/a/b", "below"}};
         if (!fileFirst) std::ranges::reverse(members);
         folder.Write("x.va", RawArchive(members));
-        const std::string hidden = fileFirst ? "the folder d/A" : "d/a";
+        const std::string hidden = fileFirst ? "the folder d/a" : "d/A";
         ExpectLeftOut("-r l x.va", {hidden});
         ExpectLeftOut("-r -k -pto e x.va 'd/*'", {hidden});
         ExpectLeftOut("l x.va 'd/*'", fileFirst ? Names{} : Names{hidden});
