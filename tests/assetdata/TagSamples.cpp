@@ -119,7 +119,7 @@ std::string Describe(const OCSChunk& root) {
 OCSChunkRef ReadText(std::string_view text, TagObserver* observer) {
     TBufferBlock block(std::as_bytes(std::span(text)));
     TBuffer stream(block);
-    const OCSChunkRef root = NewTag(kTagContainer);
+    OCSChunkRef root = NewTag(kTagContainer);
     ReadTagText(*root, stream, false, observer);
     return root;
 }
@@ -149,7 +149,7 @@ OCSChunkRef Leaf(std::uint32_t type, std::string_view bytes) {
 
 OCSChunkRef RandomTree(std::mt19937& random, bool plain) {
     std::vector<OCSChunkRef> open = {NewTag(kTagContainer)};
-    const OCSChunkRef root = open.front();
+    OCSChunkRef root = open.front();
     for (auto left = 1 + random() % 60; left > 0; --left) {
         const bool enter = random() % 4 == 0;
         const OCSChunkRef child = enter ? NewTag(kTagContainer) : RandomLeaf(random, plain);
