@@ -65,8 +65,8 @@ private:
     PathBuffer directory_;            // up to and including the last component end
     std::string pattern_;             // the last component
     std::vector<FileSub*> backends_;  // still to search, the next one last
-    std::unordered_map<std::string, unsigned>
-        seen_;  // kinds found of a name, which is in lower case
+    // Names returned, in lower case, with the kinds that were found of them.
+    std::unordered_map<std::string, unsigned> seen_;
     FileSubArchive* archive_ = nullptr;
     int archiveSearch_ = -1;
     std::vector<platform::DirectoryEntry> listing_;
