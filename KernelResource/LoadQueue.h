@@ -24,7 +24,7 @@
 #include "KernelResource/LoadSlots.h"
 #include "KernelResource/Resource.h"
 #include "kernel/SyncObject.h"
-#include "kernel/services/Thread.h"
+#include "services/Thread.h"
 
 namespace Vorn {
 

@@ -37,7 +37,7 @@
 #include <cstdint>
 
 #include "KernelResource/Guid.h"
-#include "KernelResource/ReferenceCount.h"
+#include "kernel/ReferenceCount.h"
 
 namespace Vorn {
 

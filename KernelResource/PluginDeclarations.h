@@ -13,7 +13,7 @@
 #include "KernelResource/Guid.h"
 #include "KernelResource/PluginResult.h"
 #include "kernel/InternedString.h"
-#include "kernel/services/OptionList.h"
+#include "services/OptionList.h"
 
 namespace Vorn {
 

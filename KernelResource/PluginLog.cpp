@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "kernel/services/Log.h"
+#include "services/Log.h"
 
 namespace Vorn {
 namespace {

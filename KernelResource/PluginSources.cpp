@@ -9,10 +9,10 @@
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
-#include "kernel/services/OptionSources.h"
 #include "platform/Directories.h"
 #include "platform/Libraries.h"
 #include "platform/Processes.h"
+#include "services/OptionSources.h"
 
 namespace Vorn {
 namespace {

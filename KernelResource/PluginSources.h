@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kernel/services/OptionList.h"
+#include "services/OptionList.h"
 
 namespace Vorn {
 

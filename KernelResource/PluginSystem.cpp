@@ -8,8 +8,8 @@
 #include "KernelResource/PluginLog.h"
 #include "kernel/StartUp.h"
 #include "kernel/SyncObject.h"
-#include "kernel/services/KernelOptions.h"
-#include "kernel/services/TaskManager.h"
+#include "services/KernelOptions.h"
+#include "services/TaskManager.h"
 
 namespace Vorn {
 namespace {

@@ -19,7 +19,7 @@
 #include "KernelResource/PluginLibrary.h"
 #include "KernelResource/PluginResult.h"
 #include "KernelResource/PluginSources.h"
-#include "KernelResource/ReferenceCount.h"
+#include "kernel/ReferenceCount.h"
 
 namespace Vorn {
 

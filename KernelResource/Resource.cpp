@@ -8,7 +8,7 @@
 #include "KernelResource/ResourceSystem.h"
 #include "kernel/Exceptions.h"
 #include "kernel/StartUp.h"
-#include "kernel/services/Log.h"
+#include "services/Log.h"
 
 namespace Vorn {
 namespace {

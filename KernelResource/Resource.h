@@ -29,9 +29,9 @@
 #include <utility>
 #include <vector>
 
-#include "KernelResource/ReferenceCount.h"
 #include "KernelResource/ResourceCodes.h"
 #include "kernel/InternedString.h"
+#include "kernel/ReferenceCount.h"
 
 namespace Vorn {
 

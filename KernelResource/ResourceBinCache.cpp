@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "KernelResource/ResourceSystem.h"
-#include "kernel/services/OptionList.h"
 #include "platform/Clock.h"
+#include "services/OptionList.h"
 
 namespace Vorn {
 namespace {

@@ -10,7 +10,7 @@
 #include "KernelResource/ResourceDatabase.h"
 #include "KernelResource/ResourceSystemTask.h"
 #include "kernel/Exceptions.h"
-#include "kernel/services/OptionList.h"
+#include "services/OptionList.h"
 
 namespace Vorn {
 namespace {

@@ -1,7 +1,7 @@
 // The owner of the machinery of resources: what is known, what loads, and what is unloaded when.
 //
 // A host makes one, initialises it with its options, registers the types of its resources, and
-// opens databases. It drives the system by its task "ResourceSystem" (kernel/services/Task.h), or
+// opens databases. It drives the system by its task "ResourceSystem" (services/Task.h), or
 // by calling Process in every frame. A host that does neither still loads what it acquires, but
 // nothing that the load queue has read becomes available by itself, and nothing ages.
 //

@@ -1,7 +1,7 @@
 // The task by which a host drives the resource system.
 #pragma once
 
-#include "kernel/services/Task.h"
+#include "services/Task.h"
 
 namespace Vorn {
 

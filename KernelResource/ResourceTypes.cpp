@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "kernel/String.h"
-#include "kernel/services/OptionList.h"
-#include "kernel/services/OptionSources.h"
+#include "services/OptionList.h"
+#include "services/OptionSources.h"
 
 namespace Vorn {
 

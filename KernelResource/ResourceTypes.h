@@ -4,7 +4,7 @@
 // becomes a plain Resource, which is found and cannot be loaded.
 //
 // A text file "name.txt" that stands where "name" is missing is a description: option text
-// (kernel/services/OptionList.h) that makes "name" a redirect.
+// (services/OptionList.h) that makes "name" a redirect.
 // - "Redirect=other" lets it stand for the resource "other", looked up like any name in the same
 //   database. Where there is none, or the redirects go round in a ring or over more than 16
 //   steps, it stands for an invalid resource.

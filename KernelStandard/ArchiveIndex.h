@@ -16,7 +16,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "KernelStandard/ArchiveFormat.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/InternedString.h"
 
 namespace Vorn {

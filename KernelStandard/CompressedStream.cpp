@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "KernelStandard/ArchiveFormat.h"
-#include "KernelStandard/BytePair.h"
-#include "KernelStandard/LittleEndian.h"
+#include "archive/ArchiveFormat.h"
+#include "archive/BytePair.h"
+#include "archive/LittleEndian.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
 #include "platform/Processes.h"

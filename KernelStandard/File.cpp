@@ -3,8 +3,8 @@
 #include <atomic>
 #include <limits>
 
-#include "KernelStandard/ArchiveFormat.h"
 #include "KernelStandard/FileSubstList.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 

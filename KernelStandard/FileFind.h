@@ -13,8 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "KernelStandard/ArchiveFormat.h"
 #include "KernelStandard/File.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/InternedString.h"
 #include "kernel/PathBuffer.h"
 #include "platform/Directories.h"

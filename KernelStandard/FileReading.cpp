@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "KernelStandard/BytePair.h"
 #include "KernelStandard/File.h"
+#include "archive/BytePair.h"
 #include "kernel/Exceptions.h"
 
 namespace Vorn {

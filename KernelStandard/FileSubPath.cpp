@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "KernelStandard/ArchiveFormat.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 #include "platform/Directories.h"

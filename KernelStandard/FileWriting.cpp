@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "KernelStandard/ArchiveFormat.h"
 #include "KernelStandard/File.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/Exceptions.h"
 
 namespace Vorn {

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "KernelStandard/CompressedStream.h"
-#include "KernelStandard/Crc32.h"
+#include "archive/Crc32.h"
 
 namespace Vorn {
 namespace {

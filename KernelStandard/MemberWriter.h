@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "KernelStandard/ArchiveFormat.h"
+#include "archive/ArchiveFormat.h"
 #include "platform/Files.h"
 
 namespace Vorn {

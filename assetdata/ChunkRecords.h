@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KernelStandard/LittleEndian.h"
+#include "archive/LittleEndian.h"
 #include "assetdata/TagObserver.h"
 
 namespace Vorn {

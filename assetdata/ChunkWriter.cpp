@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "KernelStandard/LittleEndian.h"
+#include "archive/LittleEndian.h"
 #include "assetdata/ChunkRecords.h"
 #include "assetdata/StreamOutput.h"
 #include "assetdata/TagNames.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "KernelStandard/LittleEndian.h"
+#include "archive/LittleEndian.h"
 #include "assetdata/NumberText.h"
 #include "kernel/Paths.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "kernel/FormatText.h"
-#include "kernel/services/Log.h"
+#include "services/Log.h"
 
 namespace Vorn {
 namespace {

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "KernelResource/ReferenceCount.h"
+#include "kernel/ReferenceCount.h"
 
 namespace Vorn {
 

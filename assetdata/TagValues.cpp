@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KernelStandard/LittleEndian.h"
+#include "archive/LittleEndian.h"
 
 namespace Vorn {
 namespace {

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-#include "KernelStandard/BytePair.h"
-#include "KernelStandard/Crc32.h"
+#include "archive/BytePair.h"
+#include "archive/Crc32.h"
 #include "converter/MD5.h"
-#include "tests/KernelStandard/LiteralBytePair.h"
+#include "tests/archive/LiteralBytePair.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "converter/Console.h"
 #include "converter/PatchConverter.h"
 #include "kernel/InternedString.h"
-#include "kernel/services/Kernel.h"
-#include "kernel/services/KernelOptions.h"
+#include "services/Kernel.h"
+#include "services/KernelOptions.h"
 
 namespace {
 

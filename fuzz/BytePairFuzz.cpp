@@ -7,8 +7,8 @@
 #include <span>
 #include <vector>
 
-#include "KernelStandard/BytePair.h"
-#include "tests/KernelStandard/LiteralBytePair.h"
+#include "archive/BytePair.h"
+#include "tests/archive/LiteralBytePair.h"
 
 using namespace Vorn;
 

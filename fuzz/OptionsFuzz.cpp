@@ -12,8 +12,8 @@
 #include <string_view>
 
 #include "KernelStandard/CompressedStream.h"
-#include "kernel/services/OptionList.h"
-#include "kernel/services/OptionSources.h"
+#include "services/OptionList.h"
+#include "services/OptionSources.h"
 
 namespace fs = std::filesystem;
 using namespace Vorn;

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tools/patch/Apply.h"
-#include "tools/patch/DiffFormat.h"
+#include "delta/Apply.h"
+#include "delta/DiffFormat.h"
 
 namespace {
 

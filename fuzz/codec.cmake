@@ -1,3 +1,3 @@
 vorn_fuzz(byte_pair_fuzz
-  SOURCES BytePairFuzz.cpp "${PROJECT_SOURCE_DIR}/tests/KernelStandard/LiteralBytePair.cpp"
-  LINKS KernelStandard)
+  SOURCES BytePairFuzz.cpp "${PROJECT_SOURCE_DIR}/tests/archive/LiteralBytePair.cpp"
+  LINKS archive)

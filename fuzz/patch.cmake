@@ -1,1 +1,1 @@
-vorn_fuzz(patch_apply_fuzz SOURCES PatchApplyFuzz.cpp LINKS patch_core)
+vorn_fuzz(patch_apply_fuzz SOURCES PatchApplyFuzz.cpp LINKS delta)

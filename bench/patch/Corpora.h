@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/patch/Bytes.h"
+#include "delta/Bytes.h"
 
 namespace vdiff::bench {
 

@@ -2,9 +2,9 @@
 #include "KernelResource/PluginSystem.h"
 
 #include "KernelStandard/FileSubstList.h"
-#include "kernel/services/KernelOptions.h"
-#include "kernel/services/Log.h"
-#include "kernel/services/TaskManager.h"
+#include "services/KernelOptions.h"
+#include "services/Log.h"
+#include "services/TaskManager.h"
 #include "tests/KernelResource/SamplePlugin.h"
 #include "tests/support/Tests.h"
 

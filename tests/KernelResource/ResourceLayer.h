@@ -4,7 +4,7 @@
 
 #include "KernelResource/ResourceDatabase.h"
 #include "KernelResource/ResourceSystem.h"
-#include "kernel/services/OptionList.h"
+#include "services/OptionList.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {

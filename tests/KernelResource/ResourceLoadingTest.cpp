@@ -3,8 +3,8 @@
 #include <latch>
 
 #include "kernel/StartUp.h"
-#include "kernel/services/KernelOptions.h"
-#include "kernel/services/TaskManager.h"
+#include "services/KernelOptions.h"
+#include "services/TaskManager.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
 namespace Vorn::Testing {

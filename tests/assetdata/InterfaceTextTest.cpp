@@ -4,7 +4,7 @@
 #include "KernelStandard/FileSubstList.h"
 #include "assetdata/InterfaceTextDB.h"
 #include "assetdata/SizeTexts.h"
-#include "kernel/services/Log.h"
+#include "services/Log.h"
 #include "tests/assetdata/TagSamples.h"
 #include "tests/support/Tests.h"
 

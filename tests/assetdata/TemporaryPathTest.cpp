@@ -1,7 +1,7 @@
 #include "assetdata/RandomGenerator.h"
 #include "assetdata/TemporaryFilePath.h"
 #include "kernel/Exceptions.h"
-#include "kernel/services/Log.h"
+#include "services/Log.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {

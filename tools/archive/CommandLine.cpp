@@ -1,6 +1,6 @@
 #include "tools/archive/CommandLine.h"
 
-#include "kernel/services/OptionSources.h"
+#include "services/OptionSources.h"
 
 namespace Vorn {
 

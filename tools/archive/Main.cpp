@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "kernel/Exceptions.h"
-#include "kernel/services/Kernel.h"
+#include "services/Kernel.h"
 #include "tools/archive/CommandLine.h"
 #include "tools/archive/VArchive.h"
 

@@ -5,8 +5,8 @@
 #include <optional>
 
 #include "KernelResource/ResourceSystem.h"
-#include "kernel/services/Log.h"
-#include "kernel/services/OptionSources.h"
+#include "services/Log.h"
+#include "services/OptionSources.h"
 #include "tools/archive/TargetMount.h"
 
 namespace Vorn {

@@ -31,8 +31,8 @@
 #include <string_view>
 #include <vector>
 
-#include "kernel/services/KernelOptions.h"
 #include "platform/Directories.h"
+#include "services/KernelOptions.h"
 #include "tools/archive/ToolCommand.h"
 
 namespace Vorn {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KernelStandard/ArchiveFormat.h"
+#include "archive/ArchiveFormat.h"
 #include "kernel/String.h"
 
 namespace Vorn {

@@ -27,8 +27,8 @@
 #include <string>
 #include <vector>
 
-#include "KernelStandard/Crc32.h"
 #include "KernelStandard/File.h"
+#include "archive/Crc32.h"
 #include "tools/archive/Destination.h"
 #include "tools/archive/Tool.h"
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "KernelStandard/LittleEndian.h"
+#include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 #include "tools/archive/TargetMount.h"

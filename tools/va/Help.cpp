@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iostream>
 
-#include "kernel/services/BuildStamp.h"
+#include "services/BuildStamp.h"
 
 namespace va {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kernel/Exceptions.h"
-#include "kernel/services/Kernel.h"
+#include "services/Kernel.h"
 #include "tools/va/CommandLine.h"
 
 namespace {

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "delta/PatchError.h"
+
+namespace vdiff {
+
+using ByteView = std::span<const std::uint8_t>;
+using ByteBuffer = std::vector<std::uint8_t>;
+
+// Appends numbers and bytes to a buffer that it borrows.
+class ByteWriter {
+public:
+    explicit ByteWriter(ByteBuffer& out) : out_(out) {}
+
+    void Byte(std::uint8_t value) { out_.push_back(value); }
+    void Append(ByteView bytes) { out_.insert(out_.end(), bytes.begin(), bytes.end()); }
+
+    // Seven bits a byte, lowest first; the top bit says that more follow.
+    void Number(std::uint64_t value);
+
+    // `byteCount` bytes, lowest first.
+    void Fixed(std::uint64_t value, int byteCount);
+
+private:
+    ByteBuffer& out_;
+};
+
+// Takes numbers and bytes off the front of a view. Throws PatchError (DamagedDiff) when the view
+// ends too early or a number is longer than it need be.
+class ByteReader {
+public:
+    explicit ByteReader(ByteView bytes) : rest_(bytes) {}
+
+    [[nodiscard]] ByteView Rest() const noexcept { return rest_; }
+
+    std::uint8_t Byte() { return Take(1)[0]; }
+    ByteView Take(std::uint64_t count);
+    std::uint64_t Number();
+    std::uint64_t Fixed(int byteCount);
+
+private:
+    ByteView rest_;
+};
+
+// Small numbers of either sign as small unsigned ones: 0, -1, 1, -2, 2, ...
+constexpr std::uint64_t FoldSign(std::int64_t value) noexcept {
+    const auto bits = static_cast<std::uint64_t>(value);
+    return value < 0 ? ~(bits << 1) : bits << 1;
+}
+
+constexpr std::int64_t UnfoldSign(std::uint64_t folded) noexcept {
+    const std::uint64_t half = folded >> 1;
+    return static_cast<std::int64_t>((folded & 1) != 0 ? ~half : half);
+}
+
+// Decodes one Number from `next`, a function that yields byte after byte.
+template <typename NextByte>
+std::uint64_t DecodeNumber(NextByte next) {
+    std::uint64_t value = 0;
+    for (int shift = 0; shift < 64; shift += 7) {
+        const std::uint8_t byte = next();
+        const std::uint64_t bits = byte & 0x7fU;
+        if (shift == 63 && bits > 1) ThrowDamaged("a number is too large");
+        value |= bits << shift;
+        if ((byte & 0x80U) == 0) {
+            if (byte == 0 && shift != 0) ThrowDamaged("a number is padded");
+            return value;
+        }
+    }
+    ThrowDamaged("a number is too long");
+}
+
+}  // namespace vdiff

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+
+#include "delta/Bytes.h"
+
+// Layout of a diff, with a worked example: docs/formats/diff.md.
+namespace vdiff {
+
+enum class Method : std::uint8_t {
+    Stored = 0,    // the payload is the new file
+    Modelled = 1,  // spans, coded with models that learn (SpanCodec)
+    Streams = 2,   // spans, as streams packed with LZMA (SpanStreams)
+    ZstdAfter = 3  // one zstd frame with the old file as its prefix
+};
+
+// Files of 4 GiB and more are refused.
+constexpr std::uint64_t kMaxFileSize = 0xffffffffU;
+
+// Largest LZMA dictionary of a stream.
+constexpr std::uint64_t kMaxStreamDictionary = 16U << 20;
+
+struct Header {
+    Method method = Method::Stored;
+    std::uint64_t oldSize = 0;
+    std::uint64_t newSize = 0;
+    std::uint32_t oldCheck = 0;  // CRC-32 of the old file
+    std::uint64_t check = 0;  // CRC-64 of the new file, the header before this field, the payload
+};
+
+struct ParsedDiff {
+    Header header;
+    ByteView payload;
+};
+
+// CRC-32 of a whole file.
+[[nodiscard]] std::uint32_t OldCheck(ByteView oldFile);
+
+// Everything before the payload.
+[[nodiscard]] ByteBuffer MakeHead(Method method, ByteView oldFile, ByteView newFile,
+                                  ByteView payload);
+
+// Throws PatchError (DamagedDiff) for anything but a diff whose header is sound.
+[[nodiscard]] ParsedDiff Parse(ByteView diff);
+
+// True when `newFile` and every byte of `diff` are what the diff's check was made from.
+[[nodiscard]] bool CheckHolds(const ParsedDiff& parsed, ByteView diff, ByteView newFile);
+
+}  // namespace vdiff

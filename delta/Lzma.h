@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "delta/Bytes.h"
+
+namespace vdiff {
+
+// Literal context bits, literal position bits, position bits of one LZMA stream.
+struct LzmaShape {
+    std::uint8_t lc = 3;
+    std::uint8_t lp = 0;
+    std::uint8_t pb = 2;
+};
+
+// The usual one-byte form, (pb * 5 + lp) * 9 + lc.
+[[nodiscard]] std::uint8_t EncodeShape(LzmaShape shape);
+// Throws PatchError (DamagedDiff) for a byte that is no shape.
+[[nodiscard]] LzmaShape DecodeShape(std::uint8_t byte);
+
+// The bytes of one stream, in pieces that are borrowed.
+struct Pieces {
+    std::vector<ByteView> views;
+    std::uint64_t size = 0;
+
+    void Add(ByteView view) {
+        views.push_back(view);
+        size += view.size();
+    }
+};
+
+// Writes a bare LZMA1 stream of `input`, without container and end marker, to the front of `room`.
+// The bytes written, or nothing when they do not fit.
+[[nodiscard]] std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
+                                                  std::uint64_t dictionarySize,
+                                                  std::span<std::uint8_t> room);
+
+// Decodes what PackLzma made, piece by piece. Borrows `packed`.
+// Takes `dictionarySize` bytes and a fixed amount of memory.
+class LzmaReader {
+public:
+    LzmaReader(ByteView packed, LzmaShape shape, std::uint64_t dictionarySize);
+    ~LzmaReader();
+    LzmaReader(const LzmaReader&) = delete;
+    LzmaReader& operator=(const LzmaReader&) = delete;
+
+    // Fills `out`. Throws PatchError (DamagedDiff) when the stream cannot.
+    void Read(std::span<std::uint8_t> out);
+
+private:
+    struct State;
+
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace vdiff

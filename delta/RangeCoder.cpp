@@ -1,0 +1,18 @@
+#include "delta/RangeCoder.h"
+
+namespace vdiff {
+
+std::size_t RangeEncoder::Finish() {
+    // With k bytes kept, the largest number not above `high_` has zeros below them.
+    std::uint64_t number = 0;
+    int kept = 0;
+    while (number < low_) {
+        ++kept;
+        number = high_ & ~(std::numeric_limits<std::uint64_t>::max() >> 1 >> (8 * kept - 1));
+    }
+    for (int i = 0; i < kept; ++i, number <<= 8) Put(number);
+    while (used_ > 0 && used_ <= out_.size() && out_[used_ - 1] == 0) --used_;
+    return used_;
+}
+
+}  // namespace vdiff

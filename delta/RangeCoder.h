@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+
+#include "delta/Bytes.h"
+
+namespace vdiff {
+
+// The pair codes yes-or-no decisions into as many bits as they are surprising. Both are driven by
+// the same code: Code(bit, probability) takes the bit to write or ignores it, and returns the bit.
+// `probability` is that of a 1 in 1/65536, never 0 or 65536.
+class RangeEncoder {
+public:
+    static constexpr bool kDecodes = false;
+
+    // Borrows `out` and stops writing when it is full.
+    explicit RangeEncoder(std::span<std::uint8_t> out) : out_(out) {}
+
+    bool Code(bool bit, std::uint32_t probability) {
+        const std::uint64_t middle = low_ + ((high_ - low_) >> 16) * probability;
+        (bit ? high_ : low_) = bit ? middle : middle + 1;
+        for (; (low_ ^ high_) >> 56 == 0; low_ <<= 8, high_ = high_ << 8 | 0xffU) Put(low_);
+        return bit;
+    }
+
+    // Writes the shortest number inside the final interval, and returns the bytes written in all.
+    std::size_t Finish();
+
+    [[nodiscard]] bool Full() const noexcept { return used_ > out_.size(); }
+
+private:
+    void Put(std::uint64_t number) {
+        if (used_ < out_.size()) out_[used_] = static_cast<std::uint8_t>(number >> 56);
+        ++used_;
+    }
+
+    std::span<std::uint8_t> out_;
+    std::size_t used_ = 0;
+    std::uint64_t low_ = 0;
+    std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
+};
+
+// Reads zeros behind the end of its input, as Finish expects, but throws PatchError (DamagedDiff)
+// when it has to go on and on with them.
+class RangeDecoder {
+public:
+    static constexpr bool kDecodes = true;
+
+    explicit RangeDecoder(ByteView in) : in_(in) {
+        for (int i = 0; i < 8; ++i) number_ = number_ << 8 | Take();
+    }
+
+    bool Code(bool /*bit*/, std::uint32_t probability) {
+        const std::uint64_t middle = low_ + ((high_ - low_) >> 16) * probability;
+        const bool bit = number_ <= middle;
+        (bit ? high_ : low_) = bit ? middle : middle + 1;
+        for (; (low_ ^ high_) >> 56 == 0; low_ <<= 8, high_ = high_ << 8 | 0xffU) {
+            number_ = number_ << 8 | Take();
+        }
+        return bit;
+    }
+
+    // True when nothing but the last decisions' own bytes was there to read.
+    [[nodiscard]] bool AtEnd() const noexcept { return taken_ >= in_.size(); }
+
+private:
+    std::uint8_t Take() {
+        if (taken_ >= in_.size() + 16) ThrowDamaged("its coded part ends too early");
+        const std::uint8_t byte = taken_ < in_.size() ? in_[taken_] : std::uint8_t{0};
+        ++taken_;
+        return byte;
+    }
+
+    ByteView in_;
+    std::uint64_t taken_ = 0;
+    std::uint64_t number_ = 0;
+    std::uint64_t low_ = 0;
+    std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
+};
+
+}  // namespace vdiff

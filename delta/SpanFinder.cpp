@@ -1,0 +1,204 @@
+#include "delta/Span.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "delta/OldIndex.h"
+
+namespace vdiff {
+namespace {
+
+// An exact match must beat the current alignment by more than this to be worth a span of its own.
+constexpr std::uint64_t kMinGain = 12;
+
+// Matching bytes that make up for one that differs, when a copy is extended.
+constexpr std::int64_t kMismatchCost = 2;
+
+std::uint64_t EqualBytes(const std::uint8_t* a, const std::uint8_t* b, std::uint64_t limit) {
+    std::uint64_t count = 0;
+    for (; count + 8 <= limit; count += 8) {
+        std::uint64_t wordA = 0;
+        std::uint64_t wordB = 0;
+        std::memcpy(&wordA, a + count, 8);
+        std::memcpy(&wordB, b + count, 8);
+        if (wordA != wordB) break;
+    }
+    while (count < limit && a[count] == b[count]) ++count;
+    return count;
+}
+
+std::uint64_t EqualBytesBefore(const std::uint8_t* a, const std::uint8_t* b, std::uint64_t limit) {
+    std::uint64_t count = 0;
+    while (count < limit && *(a - count - 1) == *(b - count - 1)) ++count;
+    return count;
+}
+
+class SpanFinder {
+public:
+    SpanFinder(ByteView oldFile, ByteView newFile)
+        : old_(oldFile), new_(newFile), index_(oldFile) {}
+
+    std::vector<Span> Run();
+
+private:
+    // `length` equal bytes at these places of the two files.
+    struct Match {
+        std::uint64_t oldAt = 0;
+        std::uint64_t newAt = 0;
+        std::uint64_t length = 0;
+    };
+
+    [[nodiscard]] std::uint64_t AlignedRun(std::uint64_t newAt) const;
+    [[nodiscard]] std::uint64_t AlignedMatches(const Match& match) const;
+    [[nodiscard]] Match LongestMatch(std::uint64_t newAt) const;
+    [[nodiscard]] std::uint64_t ForwardLength(std::uint64_t newEnd) const;
+    [[nodiscard]] std::uint64_t BackwardLength(const Match& match) const;
+    [[nodiscard]] std::uint64_t SplitOverlap(const Match& match, std::uint64_t forward,
+                                             std::uint64_t overlap) const;
+    void CloseSpan(const Match& next);
+    void AddSpan(std::uint64_t copied, std::uint64_t fresh);
+
+    ByteView old_;
+    ByteView new_;
+    OldIndex index_;
+    std::vector<Span> spans_;
+
+    // The span being made: where it starts in both files.
+    std::uint64_t oldStart_ = 0;
+    std::uint64_t newStart_ = 0;
+};
+
+// Equal bytes at `newAt` when the current span goes on that far.
+std::uint64_t SpanFinder::AlignedRun(std::uint64_t newAt) const {
+    const std::uint64_t oldAt = oldStart_ + (newAt - newStart_);
+    if (oldAt >= old_.size()) return 0;
+    return EqualBytes(old_.data() + oldAt, new_.data() + newAt,
+                      std::min(old_.size() - oldAt, new_.size() - newAt));
+}
+
+// How many of the bytes of `match` the current span would get right as well.
+std::uint64_t SpanFinder::AlignedMatches(const Match& match) const {
+    const std::uint64_t oldAt = oldStart_ + (match.newAt - newStart_);
+    if (oldAt >= old_.size()) return 0;
+    const std::uint64_t limit = std::min<std::uint64_t>(match.length, old_.size() - oldAt);
+    const std::uint8_t* a = old_.data() + oldAt;
+    const std::uint8_t* b = new_.data() + match.newAt;
+    std::uint64_t count = 0;
+    for (std::uint64_t i = 0; i < limit; ++i) count += a[i] == b[i] ? 1U : 0U;
+    return count;
+}
+
+SpanFinder::Match SpanFinder::LongestMatch(std::uint64_t newAt) const {
+    Match best;
+    const std::uint8_t* key = new_.data() + newAt;
+    index_.ForCandidates(key, [&](std::uint64_t oldAt) {
+        const std::uint64_t after = EqualBytes(old_.data() + oldAt, key,
+                                               std::min(old_.size() - oldAt, new_.size() - newAt));
+        if (after < index_.KeySize()) return;
+        const std::uint64_t before =
+            EqualBytesBefore(old_.data() + oldAt, key, std::min(oldAt, newAt - newStart_));
+        if (before + after <= best.length) return;
+        best = {oldAt - before, newAt - before, before + after};
+    });
+    return best;
+}
+
+// Bytes to copy from the start of the current span, up to `newEnd`: as long as matching pays.
+std::uint64_t SpanFinder::ForwardLength(std::uint64_t newEnd) const {
+    const std::uint64_t limit = std::min(newEnd - newStart_, old_.size() - oldStart_);
+    std::int64_t score = 0;
+    std::int64_t bestScore = 0;
+    std::uint64_t best = 0;
+    for (std::uint64_t i = 0; i < limit; ++i) {
+        score += old_[oldStart_ + i] == new_[newStart_ + i] ? 1 : -kMismatchCost;
+        if (score > bestScore) {
+            bestScore = score;
+            best = i + 1;
+        }
+    }
+    return best;
+}
+
+std::uint64_t SpanFinder::BackwardLength(const Match& match) const {
+    const std::uint64_t limit = std::min(match.newAt - newStart_, match.oldAt);
+    std::int64_t score = 0;
+    std::int64_t bestScore = 0;
+    std::uint64_t best = 0;
+    for (std::uint64_t i = 1; i <= limit; ++i) {
+        score += old_[match.oldAt - i] == new_[match.newAt - i] ? 1 : -kMismatchCost;
+        if (score > bestScore) {
+            bestScore = score;
+            best = i;
+        }
+    }
+    return best;
+}
+
+// How many of the `overlap` bytes that both spans could copy the current one should keep.
+std::uint64_t SpanFinder::SplitOverlap(const Match& match, std::uint64_t forward,
+                                       std::uint64_t overlap) const {
+    const std::uint64_t from = newStart_ + forward - overlap;
+    std::int64_t score = 0;
+    std::int64_t bestScore = 0;
+    std::uint64_t best = 0;
+    for (std::uint64_t i = 0; i < overlap; ++i) {
+        const std::uint8_t wanted = new_[from + i];
+        if (old_[oldStart_ + forward - overlap + i] == wanted) ++score;
+        if (old_[match.oldAt + (from + i) - match.newAt] == wanted) --score;
+        if (score > bestScore) {
+            bestScore = score;
+            best = i + 1;
+        }
+    }
+    return best;
+}
+
+void SpanFinder::CloseSpan(const Match& next) {
+    std::uint64_t forward = ForwardLength(next.newAt);
+    std::uint64_t backward = BackwardLength(next);
+    const std::uint64_t room = next.newAt - newStart_;
+    if (forward + backward > room) {
+        const std::uint64_t overlap = forward + backward - room;
+        const std::uint64_t kept = SplitOverlap(next, forward, overlap);
+        forward -= overlap - kept;
+        backward -= kept;
+    }
+    AddSpan(forward, room - forward - backward);
+    oldStart_ = next.oldAt - backward;
+    newStart_ = next.newAt - backward;
+}
+
+void SpanFinder::AddSpan(std::uint64_t copied, std::uint64_t fresh) {
+    if (copied + fresh != 0) spans_.push_back({oldStart_, copied, fresh});
+}
+
+std::vector<Span> SpanFinder::Run() {
+    const std::uint64_t goodRun = index_.KeySize() + index_.Step();
+    std::uint64_t scan = 0;
+    while (scan + index_.KeySize() <= new_.size()) {
+        const std::uint64_t run = AlignedRun(scan);
+        if (run >= goodRun) {
+            scan += run;
+            continue;
+        }
+        const Match match = LongestMatch(scan);
+        if (match.length > AlignedMatches(match) + kMinGain) {
+            CloseSpan(match);
+            scan = match.newAt + match.length;
+        } else {
+            ++scan;
+        }
+    }
+    const std::uint64_t copied = ForwardLength(new_.size());
+    AddSpan(copied, new_.size() - newStart_ - copied);
+    return std::move(spans_);
+}
+
+}  // namespace
+
+std::vector<Span> FindSpans(ByteView oldFile, ByteView newFile) {
+    return SpanFinder(oldFile, newFile).Run();
+}
+
+}  // namespace vdiff

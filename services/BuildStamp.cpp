@@ -1,0 +1,24 @@
+#include "services/BuildStamp.h"
+
+// What a build without a stamp says.
+#ifndef VORN_STAMP_VERSION
+#define VORN_STAMP_VERSION "RRRRR.RR"
+#endif
+#ifndef VORN_STAMP_NUMBER
+#define VORN_STAMP_NUMBER "1234.5"
+#endif
+#ifndef VORN_STAMP_SUFFIX
+#define VORN_STAMP_SUFFIX "QQQQQ"
+#endif
+
+namespace Vorn {
+
+std::string BuildStamp() {
+    return "Vorn v" VORN_STAMP_VERSION " Build " VORN_STAMP_NUMBER "." VORN_STAMP_SUFFIX;
+}
+
+const char* BuildDate() { return __DATE__; }
+
+const char* BuildTime() { return __TIME__; }
+
+}  // namespace Vorn

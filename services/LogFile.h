@@ -1,0 +1,54 @@
+// The file behind the log, and the lock around it.
+//
+// Constant-initialised, and without a destructor: other static objects may log before and after
+// any static object of this floor is there. Threads: any.
+#pragma once
+
+#include <mutex>
+#include <string_view>
+
+#include "KernelStandard/File.h"
+#include "platform/ThreadAnnotations.h"
+#include "services/LogModule.h"
+
+namespace Vorn {
+
+// A thread may enter again: what happens inside a file may come back to the log.
+class VORN_CAPABILITY("log lock") LogLock {
+public:
+    void Enter() VORN_ACQUIRE();
+    void Leave() VORN_RELEASE();
+    // For fault handlers. False when the calling thread is inside already, or another one stays
+    // inside for so long.
+    [[nodiscard]] bool TryEnterFirst(int milliseconds) VORN_NO_THREAD_SAFETY_ANALYSIS;
+
+private:
+    std::recursive_mutex mutex_;
+    int depth_ = 0;  // under mutex_
+};
+
+class LogFile {
+public:
+    // Replaces an existing file.
+    [[nodiscard]] bool Open(const char* path);
+
+    // Writes at once, in every case.
+    void WriteThrough(std::string_view text);
+    // Writes a line of a module. One that comes while the module writes another, which only the
+    // same thread can do, is dropped.
+    void WriteLine(LogModule& module, std::string_view line, bool flush);
+
+    // Writes `last` and closes. Nothing when no file is open.
+    void End(std::string_view last);
+    // The same as far as ShutdownLogAfterFault promises.
+    bool EndAfterFault(std::string_view last) VORN_NO_THREAD_SAFETY_ANALYSIS;
+
+private:
+    void Write(std::string_view text) VORN_REQUIRES(lock_);
+
+    LogLock lock_;
+    File* file_ VORN_GUARDED_BY(lock_) = nullptr;  // owned; open
+    bool ended_ VORN_GUARDED_BY(lock_) = false;    // after a fault
+};
+
+}  // namespace Vorn

@@ -1,0 +1,137 @@
+#include "tests/delta/Samples.h"
+#include "tests/support/Tests.h"
+
+namespace vdiff::test {
+namespace {
+
+using namespace Vorn::Testing;
+using testing::EndsWith;
+using testing::StartsWith;
+
+// Both programs in a folder of their own, run through the shell.
+class PatchPrograms : public InFolder {
+protected:
+    PatchPrograms() {
+        Write("old", Config(3000, 1));
+        Write("new", Config(3500, 1));
+    }
+    void Write(const char* name, const ByteBuffer& bytes) const {
+        folder.Write(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+
+    // The exit code; the output is in "stdout" and "stderr".
+    static int Run(const std::string& command) {
+        return Shell("{ " + command + "; } >stdout 2>stderr");
+    }
+    static int Diff(const std::string& operands) { return Run("'" DIFF_PROGRAM "' " + operands); }
+    static int Patch(const std::string& operands) { return Run("'" PATCH_PROGRAM "' " + operands); }
+
+    // A failure tells why in one line.
+    void ExpectOneLine(const std::string& program) const {
+        const std::string line = folder.Read("stderr");
+        EXPECT_THAT(line, StartsWith(program + ": "));
+        EXPECT_EQ(line.find('\n'), line.size() - 1);
+    }
+    static bool LeftUnfinished() {
+        return std::ranges::any_of(fs::recursive_directory_iterator("."), [](const auto& entry) {
+            return entry.path().extension() == ".tmp";
+        });
+    }
+};
+
+TEST_F(PatchPrograms, MakeAndApplyADiffInSilence) {
+    Write("out", FromText("an earlier file"));
+    for (const int code : {Diff("old new diff"), Patch("old diff out")}) {
+        EXPECT_EQ(code, 0);
+        EXPECT_EQ(folder.Read("stdout") + folder.Read("stderr"), "");
+    }
+    EXPECT_EQ(folder.Read("out"), folder.Read("new"));
+    EXPECT_LT(fs::file_size("diff"), 400U);
+    EXPECT_FALSE(LeftUnfinished());
+}
+
+TEST_F(PatchPrograms, MappedFilesMakeTheRoundTrip) {
+    ByteBuffer large = Noise(65U << 20, 1);
+    Write("old", large);
+    for (std::size_t i = 1000; i < large.size(); i += 3'000'000) ++large[i];
+    large.erase(large.begin() + 5'000'000, large.begin() + 5'000'100);
+    Write("new", large);
+    EXPECT_EQ(Diff("old new diff"), 0);
+    EXPECT_EQ(Patch("old diff out"), 0);
+    EXPECT_LT(fs::file_size("diff"), 400U);
+    EXPECT_EQ(Run("cmp new out"), 0);
+}
+
+TEST_F(PatchPrograms, ExplainThemselves) {
+    EXPECT_EQ(Diff("--help"), 0);
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("usage: vdiffl-w32.exe OLD NEW OUT\n"));
+    EXPECT_EQ(Patch("--help"), 0);
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("usage: vpatchl-w32.exe OLD DIFF OUT\n"));
+    EXPECT_EQ(Patch("--version"), 0);
+    EXPECT_THAT(folder.Read("stdout"), StartsWith("vpatchl-w32.exe "));
+}
+
+TEST_F(PatchPrograms, FailWithACodeALineAndNoOutput) {
+    ASSERT_EQ(Diff("old new diff"), 0);
+    ASSERT_EQ(Run("head -c 40 diff >cut; : >empty; mkdir dir"), 0);
+    for (const char* row :
+         {"diff||1", "diff|old new|1", "patch|old diff out more|1", "diff|missing new out|2",
+          "diff|old dir out|2", "patch|old missing out|2", "diff|old new missing/out|3",
+          "diff|old new dir|3", "patch|old diff /dev/null|3", "patch|old cut out|4",
+          "patch|old empty out|4", "patch|old new out|4", "patch|new diff out|5",
+          "diff|old \"$(printf 'two\\nlines')\" out|2"}) {
+        SCOPED_TRACE(row);
+        const auto cells = Cells(row);
+        const bool patch = cells[0] == "patch";
+        EXPECT_EQ(patch ? Patch(cells[1]) : Diff(cells[1]), std::stoi(cells[2]));
+        ExpectOneLine(patch ? "vpatchl-w32.exe" : "vdiffl-w32.exe");
+        EXPECT_FALSE(folder.Has("out") || LeftUnfinished());
+    }
+    Write("kept", FromText("as it was"));
+    EXPECT_EQ(Patch("old cut kept"), 4);
+    EXPECT_EQ(folder.Read("kept"), "as it was");
+}
+
+TEST_F(PatchPrograms, AFullDiskLeavesNothing) {
+    Write("new", Noise(300'000, 1));
+    EXPECT_EQ(Run("ulimit -f 8; '" DIFF_PROGRAM "' old new out"), 3);
+    EXPECT_THAT(folder.Read("stderr"), EndsWith("cannot write out: File too large\n"));
+    EXPECT_FALSE(folder.Has("out") || LeftUnfinished());
+
+    if (Run("mkdir tiny && mount -t tmpfs -o size=64k none tiny") != 0) {
+        GTEST_SKIP() << "mounting is not permitted";
+    }
+    EXPECT_EQ(Diff("old new tiny/out"), 3);
+    EXPECT_THAT(folder.Read("stderr"), HasSubstr("No space left"));
+    const bool left = folder.Has("tiny/out") || LeftUnfinished();
+    EXPECT_EQ(Run("umount tiny"), 0);
+    EXPECT_FALSE(left);
+}
+
+TEST_F(PatchPrograms, HostileSizesTakeNoMemory) {
+    if (VORN_SANITIZED) GTEST_SKIP() << "sanitizers need the address space";
+    // A packed stream of 2^40 bytes with a dictionary as large as it may be.
+    Write("old", FromText("abcdefgh"));
+    const ByteBuffer stream{0x81, 0x80, 0x80, 0x80, 0x80, 0x40, 93, 4, 1, 2, 3, 4};
+    ByteBuffer streams;
+    for (int i = 0; i < 4; ++i) streams.insert(streams.end(), stream.begin(), stream.end());
+    Write("diff", WithPayload(FromText("abcdefgh"), 8, Method::Streams, streams));
+    const char* limited = "ulimit -v 100000; '" PATCH_PROGRAM "' old diff out";
+    EXPECT_EQ(Run(limited), 4) << folder.Read("stderr");
+
+    Write("diff", Declaring4GiB(FromText("abcdefgh"), Method::Modelled, Noise(20, 1)));
+    EXPECT_EQ(Run(limited), 6);
+    ExpectOneLine("vpatchl-w32.exe");
+}
+
+TEST_F(PatchPrograms, AnInputThatShrinksWhileMappedIsAnError) {
+    Write("new", Noise(70U << 20, 1));
+    const int code = Run("'" DIFF_PROGRAM "' new new out & sleep 0.05; : >new; wait $!");
+    // Whether the program was still reading is a matter of time; that it does not crash is not.
+    EXPECT_TRUE(code == 0 || code == 2) << code;
+    EXPECT_EQ(code == 0, folder.Has("out"));
+    EXPECT_FALSE(LeftUnfinished());
+}
+
+}  // namespace
+}  // namespace vdiff::test

@@ -1,0 +1,94 @@
+#include "tests/delta/Samples.h"
+
+#include <algorithm>
+#include <random>
+#include <string>
+
+#include "delta/Apply.h"
+#include "delta/MakeDiff.h"
+#include "delta/SpanCodec.h"
+#include "delta/Streams.h"
+#include "delta/Zstd.h"
+
+namespace vdiff::test {
+
+ByteBuffer Join(ByteBuffer first, ByteView second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+ByteBuffer FromText(std::string_view text) { return {text.begin(), text.end()}; }
+
+ByteBuffer Noise(std::size_t size, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    ByteBuffer bytes(size);
+    std::ranges::generate(bytes, [&] { return static_cast<std::uint8_t>(random() >> 11); });
+    return bytes;
+}
+
+ByteBuffer Config(std::size_t size, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    std::string text;
+    while (text.size() < size) {
+        text += "  entry-" + std::to_string(random() % 50) + "   \"" + std::to_string(random()) +
+                ".texture\"\n";
+    }
+    return FromText(text);
+}
+
+ByteBuffer DiffOf(ByteView oldFile, ByteView newFile) {
+    const Diff diff = MakeDiff(oldFile, newFile);
+    return Join(diff.head, diff.payload);
+}
+
+ByteBuffer DiffBy(Method method, ByteView oldFile, ByteView newFile) {
+    ByteBuffer payload(newFile.size() + 1000);
+    const std::vector<Span> spans = FindSpans(oldFile, newFile);
+    RangeEncoder encoder(payload);
+    SpanCodec<RangeEncoder> codec(encoder, oldFile, newFile);
+    switch (method) {
+        case Method::Stored:
+            payload.assign(newFile.begin(), newFile.end());
+            break;
+        case Method::Modelled:
+            for (const Span& span : spans) codec.Code(span);
+            payload.resize(encoder.Finish());
+            break;
+        case Method::Streams:
+            payload.resize(WriteStreams(SpanStreams(oldFile, newFile, spans), payload).value());
+            break;
+        case Method::ZstdAfter:
+            payload.resize(PackZstd(newFile, oldFile, 3, payload).value());
+            break;
+    }
+    return Join(MakeHead(method, oldFile, newFile, payload), payload);
+}
+
+bool Makes(ByteView oldFile, ByteView diff, ByteView newFile) {
+    return std::ranges::equal(ApplyDiff(oldFile, diff).View(), newFile);
+}
+
+bool Refused(ByteView oldFile, ByteView diff) {
+    try {
+        static_cast<void>(ApplyDiff(oldFile, diff));
+        return false;
+    } catch (const PatchError&) {
+        return true;
+    }
+}
+
+ByteBuffer WithPayload(ByteView oldFile, std::size_t newSize, Method method, ByteView payload) {
+    const ByteBuffer zeros(newSize);
+    return Join(MakeHead(method, oldFile, zeros, payload), payload);
+}
+
+ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload) {
+    ByteBuffer diff = WithPayload(oldFile, 0, method, payload);
+    // The size, in one byte here, stands between the magic with the old size and the checks.
+    const ByteBuffer size{0xee, 0xff, 0xff, 0xff, 0x1f};
+    diff.erase(diff.begin() + 3);
+    diff.insert(diff.begin() + 3, size.begin(), size.end());
+    return diff;
+}
+
+}  // namespace vdiff::test

@@ -1,0 +1,187 @@
+#include "tools/delta/Files.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "delta/DiffFormat.h"
+
+namespace vdiff {
+namespace {
+
+constexpr std::uint64_t kMapFrom = 64U << 20;
+
+// The unfinished output, for the signal handlers; empty when there is none.
+std::array<char, 4096> unfinishedPath{};
+const char* lineOnFault = "";
+
+[[noreturn]] void ThrowSystem(ExitCode code, const char* what, const std::string& path, int error) {
+    throw PatchError(code, std::string(what) + " " + path + ": " + std::strerror(error));
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() {
+        if (number_ >= 0) close(number_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int Get() const noexcept { return number_; }
+    [[nodiscard]] bool Valid() const noexcept { return number_ >= 0; }
+
+    // False when the system reports what an earlier write could not do.
+    [[nodiscard]] bool Close() {
+        const int number = number_;
+        number_ = -1;
+        return close(number) == 0;
+    }
+
+private:
+    int number_;
+};
+
+// An output under a name of its own in the folder of the final one; removed unless it was renamed.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(const std::string& finalPath)
+        : finalPath_(finalPath), path_(Beside(finalPath)), descriptor_(Create()) {}
+
+    ~UnfinishedFile() {
+        if (unfinishedPath[0] == '\0') return;
+        unlink(path_.c_str());
+        unfinishedPath[0] = '\0';
+    }
+    UnfinishedFile(const UnfinishedFile&) = delete;
+    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+
+    void Write(ByteView bytes) {
+        while (!bytes.empty()) {
+            const ssize_t count = write(descriptor_.Get(), bytes.data(), bytes.size());
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0) Fail(errno);
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        }
+    }
+
+    void Finish() {
+        if (!descriptor_.Close()) Fail(errno);
+        if (rename(path_.c_str(), finalPath_.c_str()) != 0) Fail(errno);
+        unfinishedPath[0] = '\0';
+    }
+
+private:
+    static std::string Beside(const std::string& path) {
+        const std::string folder = path.substr(0, path.find_last_of('/') + 1);
+        return folder + ".vpatch-" + std::to_string(getpid()) + ".tmp";
+    }
+
+    int Create() {
+        if (path_.size() >= unfinishedPath.size()) Fail(ENAMETOOLONG);
+        unlink(path_.c_str());  // a leftover of a killed process that had our number
+        const int number = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (number < 0) Fail(errno);
+        std::ranges::copy(path_, unfinishedPath.begin());
+        return number;
+    }
+
+    [[noreturn]] void Fail(int error) const {
+        ThrowSystem(ExitCode::CannotWrite, "cannot write", finalPath_, error);
+    }
+
+    const std::string finalPath_;
+    const std::string path_;
+    Descriptor descriptor_;
+};
+
+void RemoveUnfinished() {
+    if (unfinishedPath[0] != '\0') unlink(unfinishedPath.data());
+}
+
+extern "C" void OnFault(int /*signal*/) {
+    RemoveUnfinished();
+    const ssize_t written = write(STDERR_FILENO, lineOnFault, std::strlen(lineOnFault));
+    static_cast<void>(written);
+    _exit(static_cast<int>(ExitCode::CannotRead));
+}
+
+extern "C" void OnEnd(int number) {
+    RemoveUnfinished();
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.Valid()) ThrowSystem(ExitCode::CannotRead, "cannot read", path, errno);
+    struct stat status {};
+    if (fstat(file.Get(), &status) != 0) {
+        ThrowSystem(ExitCode::CannotRead, "cannot read", path, errno);
+    }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    if (size > kMaxFileSize) throw PatchError(ExitCode::TooLarge, path + " has 4 GiB or more");
+    if (S_ISREG(status.st_mode) && size >= kMapFrom) {
+        Map(file.Get(), size, path);
+    } else {
+        ReadAll(file.Get(), size, path);
+    }
+}
+
+InputFile::~InputFile() {
+    if (mapping_ != nullptr) munmap(mapping_, bytes_.size());
+}
+
+void InputFile::Map(int descriptor, std::size_t size, const std::string& path) {
+    void* mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
+    if (mapping == MAP_FAILED) ThrowSystem(ExitCode::CannotRead, "cannot map", path, errno);
+    mapping_ = mapping;
+    bytes_ = {static_cast<const std::uint8_t*>(mapping), size};
+}
+
+// Reads to the end, wherever it turns out to be: pipes have no size, and files may change theirs.
+void InputFile::ReadAll(int descriptor, std::size_t expectedSize, const std::string& path) {
+    buffer_.resize(expectedSize + 1);
+    std::size_t done = 0;
+    for (;;) {
+        if (done == buffer_.size()) buffer_.resize(2 * done);
+        const ssize_t count = read(descriptor, buffer_.data() + done, buffer_.size() - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) ThrowSystem(ExitCode::CannotRead, "cannot read", path, errno);
+        if (count == 0) break;
+        done += static_cast<std::size_t>(count);
+        if (done > kMaxFileSize) throw PatchError(ExitCode::TooLarge, path + " has 4 GiB or more");
+    }
+    bytes_ = ByteView(buffer_).first(done);
+}
+
+void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw PatchError(ExitCode::CannotWrite, "cannot write " + path + ": not a regular file");
+    }
+    UnfinishedFile file(path);
+    for (const ByteView piece : pieces) file.Write(piece);
+    file.Finish();
+}
+
+void HandleSignals(const char* faultLine) {
+    lineOnFault = faultLine;
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGBUS, OnFault);
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        if (std::signal(number, OnEnd) == SIG_IGN) std::signal(number, SIG_IGN);
+    }
+}
+
+}  // namespace vdiff

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+#include "delta/Bytes.h"
+
+namespace vdiff {
+
+// The bytes of an input file: read into memory, or mapped when it is large.
+class InputFile {
+public:
+    // Throws PatchError (CannotRead, TooLarge).
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    [[nodiscard]] ByteView Bytes() const noexcept { return bytes_; }
+
+private:
+    void Map(int descriptor, std::size_t size, const std::string& path);
+    void ReadAll(int descriptor, std::size_t expectedSize, const std::string& path);
+
+    ByteBuffer buffer_;
+    void* mapping_ = nullptr;
+    ByteView bytes_;
+};
+
+// Makes `path` hold `pieces`, one after another: they are written to a file beside it, which takes
+// the name when all is well. Throws PatchError (CannotWrite), and then `path` is what it was.
+void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces);
+
+// From here on a signal that ends the program removes the unfinished output first, a mapped input
+// that shrinks ends it with `faultLine` on standard error and exit code CannotRead, and a
+// file-size limit is an error of writing. `faultLine` must live as long as the program.
+void HandleSignals(const char* faultLine);
+
+}  // namespace vdiff
