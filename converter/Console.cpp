@@ -16,6 +16,12 @@ void PrintLine(std::string_view text) {
     std::fflush(stdout);
 }
 
+bool AllLinesPrinted() {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
+    PrintProblem("cannot print all lines; do not rely on the result");
+    return false;
+}
+
 void PrintProblem(std::string_view text) {
     WriteText(stderr, "VAConverter: ");
     WriteText(stderr, text);

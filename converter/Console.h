@@ -7,6 +7,9 @@
 // A line of standard output.
 void PrintLine(std::string_view text);
 
+// False, after a line on standard error, if any line of standard output could not be printed.
+[[nodiscard]] bool AllLinesPrinted();
+
 // A line of standard error, after "VAConverter: ".
 void PrintProblem(std::string_view text);
 

@@ -28,7 +28,11 @@ int main(int argc, char** argv) {
         return 1;
     }
     const std::unique_ptr<ConvertBase> converter = std::make_unique<PatchConverter>();
-    if (converter->Prepare(argc, argv)) return converter->Run();
-    converter->PrintUsage();
-    return 1;
+    int result = 1;
+    if (converter->Prepare(argc, argv)) {
+        result = converter->Run();
+    } else {
+        converter->PrintUsage();
+    }
+    return AllLinesPrinted() ? result : 1;
 }

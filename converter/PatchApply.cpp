@@ -119,8 +119,9 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
 
 bool PatchConverter::RebuildMember(const char* member) {
     const std::string outFile = WorkingFile(kOutFile);
-    // What an earlier run left must not pass for this one's output.
-    File::Delete(outFile.c_str());
+    if (!DeleteEarlierOutput(outFile)) {
+        return Fail("ERROR> Failed to add patched file " + outFile);
+    }
     std::uint32_t exitCode = 0;
     const bool started = RunPatchProgram(programDir_.View(), WorkingFile(kSourceFile),
                                          WorkingFile(kDiffFile), outFile, exitCode);

@@ -118,8 +118,10 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
                      diffFile + "\"");
         return false;
     }
-    // What an earlier run left must not pass for this diff.
-    File::Delete(diffFile.c_str());
+    if (!DeleteEarlierOutput(diffFile)) {
+        PrintLine("ERROR> Failed to add " + diffFile);
+        return false;
+    }
     if (!RunDiffProgram(programDir_.View(), WorkingFile(kSourceFile), WorkingFile(kTargetFile),
                         diffFile)) {
         PrintProblem("cannot start the diff program that belongs two folders above \"" +

@@ -4,7 +4,9 @@
 #include <iterator>
 #include <string>
 
+#include "converter/Console.h"
 #include "platform/Clock.h"
+#include "platform/Directories.h"
 #include "platform/Processes.h"
 #include "platform/Threads.h"
 
@@ -27,6 +29,16 @@ constexpr std::uint32_t kPollMilliseconds = 200;
 }
 
 }  // namespace
+
+bool DeleteEarlierOutput(const std::string& path) {
+    const char* const name = path.c_str();
+    const bool deleted =
+        platform::RemoveFile(name) || platform::GetEntryKind(name) == platform::EntryKind::None;
+    // A name that differs in letter case only would be opened in place of a missing output.
+    if (deleted && !platform::Exists(name)) return true;
+    PrintProblem("cannot delete \"" + path + "\", which an earlier run left; delete it");
+    return false;
+}
 
 bool FitsCommandLine(std::string_view path) { return path.find('"') == std::string_view::npos; }
 

@@ -6,7 +6,12 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+
+// Deletes what an earlier run left at the path of a program's output, so that it is not mistaken
+// for the output when the program writes none. False, after a line on standard error, if it stays.
+[[nodiscard]] bool DeleteEarlierOutput(const std::string& path);
 
 // Whether a path can stand between double quotes on a command line.
 [[nodiscard]] bool FitsCommandLine(std::string_view path);

@@ -65,6 +65,17 @@ TEST_F(CommandLine, NamesOfTheOutputsComeFromTheOldArchive) {
     ExpectSameContent("game/my.data-tmp.va", "new.va");
 }
 
+TEST_F(CommandLine, LinesThatCannotBePrintedAreAFailure) {
+    Pack("old.va", {{"a", "a"}});
+    Pack("new.va", {{"a", "a"}});
+    for (const char* words : {"patchdiff old.va new.va out", "patchapply old.va new.va x"}) {
+        SCOPED_TRACE(words);
+        const std::string run = "cd '" + folder_.Path() + "' && " + bin_ + "/VAConverter " + words;
+        EXPECT_EQ(Shell(run + " >/dev/full 2>problem"), 1);
+        EXPECT_THAT(folder_.Read("problem"), HasSubstr("cannot print all lines"));
+    }
+}
+
 TEST_F(CommandLine, OnlyTheNamedArchiveIsTheInput) {
     Pack("old.pbk", {{"a.txt", "a"}});
     Pack("new.va", {{"a.txt", "a"}});

@@ -71,6 +71,28 @@ TEST_F(PatchPrograms, PatchProgramIsJudgedByItsExitCode) {
     ExpectSameContent("old-tmp.va", "new.va");
 }
 
+TEST_F(PatchPrograms, AnEarlierOutputThatCannotBeDeletedIsNotTakenForThisOne) {
+    ASSERT_EQ(Diff().exitCode, 0);
+    const auto readOnly = fs::perms::owner_read;
+    Replace("out/old-diff.va", "");
+    Replace(diff_, "exit 5");
+    folder_.Write("out/old/dir/b.diff", "stale", readOnly);
+    Outcome outcome = Diff();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.lines.back(), "ERROR> Failed to add out/old/dir/b.diff");
+    EXPECT_THAT(outcome.problems, HasSubstr("cannot delete \"out/old/dir/b.diff\""));
+    EXPECT_FALSE(folder_.Has("out/old-diff.va"));
+
+    Replace(bin_ + "/vpatchl-w32.exe", "exit 0");
+    folder_.Write(bin_ + "/outFile", "stale", readOnly);
+    Pack("patch.va",
+         {{"patchedFiles.txt", "dir/b\n149603e6c03516362a8da23f624db945\nx\n"}, {"dir/b", "diff"}});
+    outcome = Apply("patch.va");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.problems, HasSubstr("cannot delete"));
+    EXPECT_FALSE(folder_.Has("old-tmp.va"));
+}
+
 TEST_F(PatchPrograms, RunsThatShareTheProgramFolderWaitForEachOther) {
     Pack("other.va", {{"a", "1"}, {"dir/b", "2"}});
     // Long enough for the other run to come in between.
