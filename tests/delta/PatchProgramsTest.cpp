@@ -50,6 +50,38 @@ TEST_F(PatchPrograms, MakeAndApplyADiffInSilence) {
     EXPECT_FALSE(LeftUnfinished());
 }
 
+TEST_F(PatchPrograms, ReplaceAFileWholeAndKeepItsMode) {
+    ASSERT_EQ(Run("umask 022; echo x >out; chmod 640 out; ln out other; ln -s other link"), 0);
+    EXPECT_EQ(Diff("old new out"), 0);
+    EXPECT_EQ(Run("stat -c %a out other && cat other"), 0);
+    EXPECT_EQ(folder.Read("stdout"), "640\n640\nx\n");
+
+    // Another name of the old file, and a link to it, lose their tie instead of its content.
+    EXPECT_EQ(Diff("old new link"), 0);
+    EXPECT_EQ(Run("cmp out link && cat other"), 0);
+    EXPECT_EQ(folder.Read("stdout"), "x\n");
+
+    EXPECT_EQ(Run("umask 027; '" DIFF_PROGRAM "' old new fresh; stat -c %a fresh"), 0);
+    EXPECT_EQ(folder.Read("stdout"), "640\n");
+}
+
+TEST_F(PatchPrograms, SyncTheFileBeforeItTakesTheNameAndTheFolderAfterwards) {
+    if (VORN_SANITIZED) GTEST_SKIP() << "leak checks do not run under strace";
+    if (Run("strace -o trace -e trace=fsync,rename,close '" DIFF_PROGRAM "' old new out") != 0) {
+        GTEST_SKIP() << "strace is not permitted";
+    }
+    const std::string trace = folder.Read("trace");
+    const std::size_t rename = trace.find("rename(");
+    EXPECT_LT(trace.find("fsync("), rename);
+    EXPECT_NE(trace.find("fsync(", rename), std::string::npos) << trace;
+
+    EXPECT_EQ(Run("strace -e trace=fsync --inject=fsync:error=EIO:when=1 '" DIFF_PROGRAM
+                  "' old new other"),
+              3);
+    EXPECT_THAT(folder.Read("stderr"), HasSubstr("cannot write other: Input/output error\n"));
+    EXPECT_FALSE(folder.Has("other") || LeftUnfinished());
+}
+
 TEST_F(PatchPrograms, MappedFilesMakeTheRoundTrip) {
     ByteBuffer large = Noise(65U << 20, 1);
     Write("old", large);
@@ -73,13 +105,13 @@ TEST_F(PatchPrograms, ExplainThemselves) {
 
 TEST_F(PatchPrograms, FailWithACodeALineAndNoOutput) {
     ASSERT_EQ(Diff("old new diff"), 0);
-    ASSERT_EQ(Run("head -c 40 diff >cut; : >empty; mkdir dir"), 0);
+    ASSERT_EQ(Run("head -c 40 diff >cut; : >empty; mkdir dir; mkfifo fifo"), 0);
     for (const char* row :
          {"diff||1", "diff|old new|1", "patch|old diff out more|1", "diff|missing new out|2",
           "diff|old dir out|2", "patch|old missing out|2", "diff|old new missing/out|3",
-          "diff|old new dir|3", "patch|old diff /dev/null|3", "patch|old cut out|4",
-          "patch|old empty out|4", "patch|old new out|4", "patch|new diff out|5",
-          "diff|old \"$(printf 'two\\nlines')\" out|2"}) {
+          "diff|old new dir|3", "patch|old diff /dev/null|3", "diff|old new fifo|3",
+          "patch|old cut out|4", "patch|old empty out|4", "patch|old new out|4",
+          "patch|new diff out|5", "diff|old \"$(printf 'two\\nlines')\" out|2"}) {
         SCOPED_TRACE(row);
         const auto cells = Cells(row);
         const bool patch = cells[0] == "patch";
@@ -116,7 +148,7 @@ TEST_F(PatchPrograms, HostileSizesTakeNoMemory) {
     ByteBuffer streams;
     for (int i = 0; i < 4; ++i) streams.insert(streams.end(), stream.begin(), stream.end());
     Write("diff", WithPayload(FromText("abcdefgh"), 8, Method::Streams, streams));
-    const char* limited = "ulimit -v 100000; '" PATCH_PROGRAM "' old diff out";
+    const char* limited = "ulimit -v 72000; '" PATCH_PROGRAM "' old diff out";
     EXPECT_EQ(Run(limited), 4) << folder.Read("stderr");
 
     Write("diff", Declaring4GiB(FromText("abcdefgh"), Method::Modelled, Noise(20, 1)));

@@ -53,8 +53,16 @@ private:
 // An output under a name of its own in the folder of the final one; removed unless it was renamed.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(const std::string& finalPath)
-        : finalPath_(finalPath), path_(Beside(finalPath)), descriptor_(Create()) {}
+    // `replaced` describes the file that has the final name; null if there is none.
+    UnfinishedFile(const std::string& finalPath, const struct stat* replaced)
+        : finalPath_(finalPath),
+          folder_(FolderOf(finalPath)),
+          path_(folder_ + ".vpatch-" + std::to_string(getpid()) + ".tmp"),
+          // Private at first: what only some may read stays so while it is written.
+          descriptor_(Create(replaced != nullptr ? 0600 : 0666)) {
+        // A file system without modes refuses this, and then there is none to keep.
+        if (replaced != nullptr) fchmod(descriptor_.Get(), replaced->st_mode & 0777U);
+    }
 
     ~UnfinishedFile() {
         if (unfinishedPath[0] == '\0') return;
@@ -73,22 +81,30 @@ public:
         }
     }
 
+    // The file is on the disk before it takes the name, so that after a crash of the machine the
+    // name has the old content or the new one, and the folder is before success is reported.
     void Finish() {
-        if (!descriptor_.Close()) Fail(errno);
+        if (!Synced(descriptor_.Get()) || !descriptor_.Close()) Fail(errno);
         if (rename(path_.c_str(), finalPath_.c_str()) != 0) Fail(errno);
         unfinishedPath[0] = '\0';
+        const Descriptor folder(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        // A folder that may be written but not read cannot be opened; the file itself is safe.
+        if (folder.Valid() && !Synced(folder.Get())) Fail(errno);
     }
 
 private:
-    static std::string Beside(const std::string& path) {
-        const std::string folder = path.substr(0, path.find_last_of('/') + 1);
-        return folder + ".vpatch-" + std::to_string(getpid()) + ".tmp";
+    static std::string FolderOf(const std::string& path) {
+        const std::size_t slash = path.find_last_of('/');
+        return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
     }
 
-    int Create() {
+    // Some file systems cannot synchronise what they hold and say so with EINVAL.
+    static bool Synced(int descriptor) { return fsync(descriptor) == 0 || errno == EINVAL; }
+
+    int Create(mode_t mode) {
         if (path_.size() >= unfinishedPath.size()) Fail(ENAMETOOLONG);
         unlink(path_.c_str());  // a leftover of a killed process that had our number
-        const int number = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        const int number = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (number < 0) Fail(errno);
         std::ranges::copy(path_, unfinishedPath.begin());
         return number;
@@ -99,6 +115,7 @@ private:
     }
 
     const std::string finalPath_;
+    const std::string folder_;  // with a '/' at its end
     const std::string path_;
     Descriptor descriptor_;
 };
@@ -167,10 +184,11 @@ void InputFile::ReadAll(int descriptor, std::size_t expectedSize, const std::str
 
 void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces) {
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && !S_ISREG(status.st_mode)) {
         throw PatchError(ExitCode::CannotWrite, "cannot write " + path + ": not a regular file");
     }
-    UnfinishedFile file(path);
+    UnfinishedFile file(path, exists ? &status : nullptr);
     for (const ByteView piece : pieces) file.Write(piece);
     file.Finish();
 }

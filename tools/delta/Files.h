@@ -27,8 +27,10 @@ private:
     ByteView bytes_;
 };
 
-// Makes `path` hold `pieces`, one after another: they are written to a file beside it, which takes
-// the name when all is well. Throws PatchError (CannotWrite), and then `path` is what it was.
+// Makes `path` hold `pieces`, one after another. They are written to a file beside it, which takes
+// the name once it is whole and on the disk; so whatever file had the name is replaced, never
+// written into, and only its permissions are kept. Refuses a folder, a device and a pipe.
+// Throws PatchError (CannotWrite), and then `path` is what it was.
 void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces);
 
 // From here on a signal that ends the program removes the unfinished output first, a mapped input
