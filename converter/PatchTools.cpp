@@ -16,16 +16,18 @@ constexpr std::string_view kDiffProgram = "\\..\\..\\tools\\NorvanePatch\\bin\\v
 constexpr std::string_view kPatchProgram = "\\vpatchl-w32.exe";
 constexpr std::uint32_t kPollMilliseconds = 200;
 
-[[nodiscard]] std::string CommandLine(std::string_view programDir, std::string_view program,
-                                      std::initializer_list<std::string_view> arguments) {
-    std::string line(programDir);
-    line += program;
+// Starts a program with arguments in quotes. The format of the command line is fixed.
+[[nodiscard]] bool StartProgram(platform::Process& process, std::string line,
+                                std::initializer_list<std::string_view> arguments,
+                                platform::Console console) {
+    // Its path has no quotes: without the program, one whose name ends at a blank would be run.
+    if (!platform::Exists(line.c_str())) return false;
     for (const std::string_view argument : arguments) {
         line += " \"";
         std::ranges::replace_copy(argument, std::back_inserter(line), '\\', '/');
         line += '"';
     }
-    return line;
+    return process.Start(line.c_str(), console);
 }
 
 }  // namespace
@@ -45,8 +47,10 @@ bool FitsCommandLine(std::string_view path) { return path.find('"') == std::stri
 bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::string_view newFile,
                     std::string_view diffFile) {
     platform::Process process;
-    const std::string line = CommandLine(programDir, kDiffProgram, {oldFile, newFile, diffFile});
-    if (!process.Start(line.c_str(), platform::Console::None)) return false;
+    if (!StartProgram(process, std::string(programDir).append(kDiffProgram),
+                      {oldFile, newFile, diffFile}, platform::Console::None)) {
+        return false;
+    }
     (void)process.Wait(platform::kWaitForever);
     return true;
 }
@@ -54,8 +58,10 @@ bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::
 bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
                      std::string_view diffFile, std::string_view outFile, std::uint32_t& exitCode) {
     platform::Process process;
-    const std::string line = CommandLine(programDir, kPatchProgram, {oldFile, diffFile, outFile});
-    if (!process.Start(line.c_str(), platform::Console::Shared)) return false;
+    if (!StartProgram(process, std::string(programDir).append(kPatchProgram),
+                      {oldFile, diffFile, outFile}, platform::Console::Shared)) {
+        return false;
+    }
     (void)process.Wait(platform::kWaitForever);
     exitCode = 0;
     while (process.GetExitCode(exitCode) && exitCode == platform::Process::kStillRunning) {

@@ -64,6 +64,13 @@ struct FileIdentity {
 [[nodiscard]] bool MakeDirectory(const char* path);    // one level; false when it exists
 [[nodiscard]] bool RemoveDirectory(const char* path);  // must be empty
 
+// Creates a folder that only this user can open, under a name that begins with `prefix` and that
+// nothing had. Its path; empty when it cannot be created.
+[[nodiscard]] std::string MakePrivateDirectory(const std::string& prefix);
+
+// Forces the names in a folder to the storage device. True where the system cannot do that.
+[[nodiscard]] bool CommitDirectory(const char* path);
+
 // Takes away the write permission of every class of user, or gives it back to the owner.
 bool SetReadOnly(const char* path, bool readOnly);
 

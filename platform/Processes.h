@@ -39,10 +39,11 @@ public:
     // and current directory; descriptors other than the standard streams are not inherited.
     //
     // The program's name is the text in quotes when the line begins with a double quote. Else it
-    // is tried at each blank in turn: the shortest leading text that names an existing program
-    // file wins. The rest is split by the usual rules: blanks separate, double quotes group, 2n
-    // backslashes before a quote stand for n, 2n + 1 for n and a literal quote. False when no
-    // program is found or it cannot be started.
+    // is the longest leading text, up to a blank or the line's end, that names an existing program
+    // file; it ends at the latest before an argument that begins with a quote. The rest is split by
+    // the usual rules: blanks separate, double quotes group, 2n backslashes before a quote stand
+    // for n, 2n + 1 for n and a literal quote. False when no program is found or it cannot be
+    // started.
     [[nodiscard]] bool Start(const char* commandLine, Console console);
 
     // Waits until the child has ended; -1 waits for ever. False on a time-out, or with no child.

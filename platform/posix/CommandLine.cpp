@@ -54,8 +54,17 @@ CommandLine SplitProgram(std::string_view line,
         return {.program = std::string(line.substr(0, end)),
                 .arguments = line.substr(std::min(end + 1, line.size()))};
     }
-    for (std::size_t end = 0; end < line.size();) {
-        end = std::min(line.find_first_of(kBlanks, end + 1), line.size());
+    // A quote after a blank begins an argument: no program's name reaches beyond it.
+    std::size_t end = line.size();
+    for (std::size_t blank = line.find_first_of(kBlanks); blank != std::string_view::npos;
+         blank = line.find_first_of(kBlanks, blank + 1)) {
+        if (!line.substr(blank + 1).starts_with('"')) continue;
+        end = blank;
+        break;
+    }
+    // The longest first: the shortest would run another program whose name is the beginning of a
+    // folder's on the way.
+    for (; end != 0 && end != std::string_view::npos; end = line.find_last_of(kBlanks, end - 1)) {
         std::string program(line.substr(0, end));
         if (isProgram(program)) {
             return {.program = std::move(program), .arguments = line.substr(end)};

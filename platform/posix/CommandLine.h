@@ -18,7 +18,8 @@ struct CommandLine {
 };
 
 // Takes the program from the front of `line`: the text in quotes when it begins with one, else the
-// shortest text that ends at a blank or the line's end and for which `isProgram` is true.
+// longest text that ends at a blank or the line's end, holds no argument that begins with a quote,
+// and for which `isProgram` is true.
 [[nodiscard]] CommandLine SplitProgram(std::string_view line,
                                        const std::function<bool(const std::string&)>& isProgram);
 

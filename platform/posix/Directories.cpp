@@ -183,6 +183,21 @@ bool MakeDirectory(const char* path) {
 
 bool RemoveDirectory(const char* path) { return rmdir(ToSystemPath(path).c_str()) == 0; }
 
+std::string MakePrivateDirectory(const std::string& prefix) {
+    std::string path = ToSystemPath(prefix.c_str()) + "XXXXXX";
+    return mkdtemp(path.data()) != nullptr ? path : "";
+}
+
+bool CommitDirectory(const char* path) {
+    const int descriptor = open(FindExistingPath(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool committed = fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+    close(descriptor);
+    return committed;
+}
+
 bool SetReadOnly(const char* path, bool readOnly) {
     constexpr mode_t kAllModeBits = 07777;
     const std::string name = FindExistingPath(path);

@@ -60,6 +60,19 @@ TEST_F(PatchApplying, NewArchiveIsRebuiltBesideTheOldOne) {
     EXPECT_FALSE(folder_.Has("old-tmp-tmp.va"));
 }
 
+TEST_F(PatchApplying, ProgramNamedLikeTheBeginningOfTheFolderIsNotRun) {
+    folder_.Write("my", "#!/bin/sh\ntouch ran\n", fs::perms::owner_all);
+    PackPair({{"a", "old"}}, {{"a", "new"}});
+    EXPECT_EQ(Diff().exitCode, 0);
+    EXPECT_EQ(Apply().exitCode, 0);
+    ExpectSameContent("old-tmp.va", "new.va");
+    for (const std::string& program : {bin_ + "/vpatchl-w32.exe", diff_}) Replace(program, "");
+    EXPECT_THAT(Apply().problems, HasSubstr("cannot start the patch program"));
+    Replace("out/old-diff.va", "");
+    EXPECT_THAT(Diff().problems, HasSubstr("cannot start the diff program"));
+    EXPECT_FALSE(folder_.Has("ran"));
+}
+
 using HandWrittenPatch = Workbench;
 
 TEST_F(HandWrittenPatch, ListsAreTakenAsTheyAre) {

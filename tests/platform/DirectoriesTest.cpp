@@ -145,5 +145,19 @@ TEST_F(Directories, AreLookedUpByExactNameThenByLetterCase) {
     EXPECT_TRUE(CurrentDirectory().ends_with("/Data"));
 }
 
+TEST_F(Directories, PrivateOnesAreNewAndClosedToOthers) {
+    const std::string prefix = folder.Path("private-");
+    const std::string first = MakePrivateDirectory(prefix);
+    const std::string second = MakePrivateDirectory(prefix);
+    EXPECT_NE(first, second);
+    for (const std::string& path : {first, second}) {
+        EXPECT_TRUE(path.starts_with(prefix)) << path;
+        EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_all);
+        EXPECT_TRUE(CommitDirectory(path.c_str()));
+    }
+    EXPECT_EQ(MakePrivateDirectory(folder.Path("absent/private-")), "");
+    EXPECT_FALSE(CommitDirectory("absent"));
+}
+
 }  // namespace
 }  // namespace platform

@@ -40,7 +40,7 @@ TEST(CommandLine, QuotesAndBackslashes) {
     }
 }
 
-TEST_F(Processes, ProgramIsFoundInQuotesOrAtTheFirstBlankThatFits) {
+TEST_F(Processes, ProgramIsFoundInQuotesOrAtTheLastBlankThatFits) {
     folder.Write("my folder/a tool",
                  "#!/bin/sh\nfor a; do printf '[%s]' \"$a\"; done > \"${0%/*}/out\"\n",
                  fs::perms::owner_all);
@@ -49,9 +49,18 @@ TEST_F(Processes, ProgramIsFoundInQuotesOrAtTheFirstBlankThatFits) {
     EXPECT_EQ(folder.Read("my folder/out"), R"([one][two  2][3"4])");
     EXPECT_EQ(ExitCodeOf('"' + folder.Path() + "\\MY Folder\\A tool\"\tx"), 0);
     EXPECT_EQ(folder.Read("my folder/out"), "[x]");
-    folder.Write("my folder/a", "#!/bin/sh\nexit 9\n", fs::perms::owner_all);
+    // Programs whose names are beginnings of the one that is meant.
+    for (const char* other : {"my", "my folder/a"}) {
+        fs::remove(folder.Path(other));
+        folder.Write(other, "#!/bin/sh\nexit 9\n", fs::perms::owner_all);
+    }
+    EXPECT_EQ(ExitCodeOf(folder.Path("my folder/a tool") + R"( "x y" z)"), 0);
+    EXPECT_EQ(folder.Read("my folder/out"), "[x y][z]");
+    EXPECT_EQ(ExitCodeOf(folder.Path("my folder/a") + R"( "tool")"), 9);
+    EXPECT_EQ(ExitCodeOf(folder.Path("my folder/a") + " cap"), 9);
+    fs::remove(folder.Path("my"));
+    folder.Write("my", "not a program");
     folder.Write("broken", "#!/absent/interpreter\n", fs::perms::owner_all);
-    EXPECT_EQ(ExitCodeOf(folder.Path("my folder/a tool")), 9);  // the shorter one
     for (const std::string& line : {folder.Path("my folder"), folder.Path("absent") + " x",
                                     '"' + folder.Path("my") + '"', folder.Path("broken"), ""s}) {
         EXPECT_EQ(ExitCodeOf(line), -1) << line;
