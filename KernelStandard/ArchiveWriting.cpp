@@ -43,9 +43,15 @@ void FileSubArchive::BeginArchive() {
 
 void FileSubArchive::CreateArchive() {
     using namespace platform;
-    BeginArchive();
     const bool created =
         handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
+    // Another process may have been quicker to create it, or to change what was created here.
+    changing_ = created && handle_.LockChanges(0);
+    if (!changing_ && (created || handle_.Open(path_.c_str(), Access::ReadWrite,
+                                               Creation::OpenExisting, Share::DenyNone))) {
+        return ReadArchive();
+    }
+    BeginArchive();
     if (!created || !WriteAt(0, EncodePreamble(header_))) {
         handle_.Close();
         if (created) (void)RemoveFile(path_.c_str());
@@ -53,6 +59,31 @@ void FileSubArchive::CreateArchive() {
                      "Substitute() Open new archive failed");
     }
     indexDirty_ = true;
+}
+
+bool FileSubArchive::BeginChanges() {
+    WaitForOtherChanges();
+    const ScopedLock hold(lock_);
+    return EnterChanges();
+}
+
+void FileSubArchive::WaitForOtherChanges() {
+    int patience = 30'000;  // milliseconds
+    {
+        const ScopedLock hold(lock_);
+        if (changing_ || !IsAvailable()) return;
+        if (waitedInVain_) patience = 0;
+    }
+    const bool locked = handle_.LockChanges(patience);
+    const ScopedLock hold(lock_);
+    waitedInVain_ = !locked;
+}
+
+bool FileSubArchive::EnterChanges() {
+    if (changing_ || readOnly_ || !IsAvailable()) return true;
+    changing_ = handle_.LockChanges(0);
+    if (changing_ && TakeFootprint() != footprint_) ReadAnew();
+    return changing_;
 }
 
 bool FileSubArchive::CanAddMembers() const {
@@ -94,8 +125,10 @@ bool FileSubArchive::CloseFile(File& file) {
     constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; more of them give their room back
     const std::uint32_t size = file.Size();
     platform::FileHandle content = std::move(file.OwnHandle());
+    if (!file.WriteFailed()) WaitForOtherChanges();
     const ScopedLock hold(lock_);
-    const bool added = !file.WriteFailed() && AddMember(file, content, size);
+    const bool added =
+        !file.WriteFailed() && EnterChanges() && CanAddMembers() && AddMember(file, content, size);
     if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
         spareTemporary_ = std::move(content);
     }
@@ -193,7 +226,13 @@ bool FileSubArchive::WriteAt(std::uint64_t offset, std::span<const std::byte> by
 
 bool FileSubArchive::Delete(const char* name) {
     if (readOnly_ || !headerInPlace_) return false;
+    {
+        const ScopedLock hold(lock_);
+        if (!LookUpOrdinal(name)) return false;  // nothing to wait for
+    }
+    WaitForOtherChanges();
     const ScopedLock hold(lock_);
+    if (!EnterChanges() || !headerInPlace_) return false;
     const auto ordinal = LookUpOrdinal(name);
     return ordinal && DeleteMember(*ordinal);
 }
@@ -202,10 +241,14 @@ bool FileSubArchive::DeleteMember(Ordinal ordinal) {
     const std::uint32_t dataOffset = index_[ordinal].dataOffset;
     std::array<std::byte, 4> mark{};
     if (!LeaveIndex()) return false;
-    // An index that points elsewhere must not make us write there.
-    if (dataOffset < kMemberPrefixSize || !ReadExactly(dataOffset - kMemberPrefixSize, mark) ||
-        !MarkEquals(mark, kMemberChunk) ||
-        !WriteAt(dataOffset - kMemberPrefixSize, std::as_bytes(std::span(kDeletedChunk)))) {
+    if (dataOffset < kMemberPrefixSize || !ReadExactly(dataOffset - kMemberPrefixSize, mark)) {
+        return false;
+    }
+    // Another process may have deleted it already. An index that points elsewhere must not make us
+    // write there.
+    if (!MarkEquals(mark, kDeletedChunk) &&
+        (!MarkEquals(mark, kMemberChunk) ||
+         !WriteAt(dataOffset - kMemberPrefixSize, std::as_bytes(std::span(kDeletedChunk))))) {
         return false;
     }
     index_.Remove(ordinal);
@@ -215,9 +258,13 @@ bool FileSubArchive::DeleteMember(Ordinal ordinal) {
 
 bool FileSubArchive::Complete() {
     const ScopedLock hold(lock_);
-    if (readOnly_ || !IsAvailable() || !indexValid_ || !indexDirty_) return true;
-    indexDirty_ = !WriteIndex();
-    return !indexDirty_;
+    if (!changing_ || !IsAvailable()) return true;
+    if (indexValid_ && indexDirty_) indexDirty_ = !WriteIndex();
+    if (indexDirty_) return false;
+    footprint_ = TakeFootprint();
+    changing_ = false;
+    handle_.UnlockChanges();
+    return true;
 }
 
 bool FileSubArchive::WriteIndex() {
@@ -226,15 +273,18 @@ bool FileSubArchive::WriteIndex() {
     if (!WriteIndexChunk(*offset)) return false;
     header_.memberCount = index_.Count();
     header_.indexOffset = static_cast<std::uint32_t>(*offset);
-    return WriteAt(0, EncodePreamble(header_));
+    // The index is none before the header has its count.
+    return WriteAt(0, EncodePreamble(header_)) &&
+           WriteAt(*offset, std::as_bytes(std::span(kIndexChunk)));
 }
 
-// The length is right from the start: whoever walks over the chunks of a file whose index was never
-// finished must not take its records for chunks.
+// A deleted chunk first, for readers that come while it is written. The length is right from the
+// start: a walk over the chunks of a file whose index was never finished must not take its records
+// for chunks.
 bool FileSubArchive::WriteIndexChunk(std::uint64_t offset) {
     std::vector<std::byte> batch(kChunkHeaderSize);
     batch.reserve(kChunkHeaderSize + std::size_t{kIndexBatch} * kIndexRecordSize);
-    EncodeChunkHeader(std::span(batch).first<kChunkHeaderSize>(), kIndexChunk,
+    EncodeChunkHeader(std::span(batch).first<kChunkHeaderSize>(), kDeletedChunk,
                       static_cast<std::uint32_t>(index_.Count() * kIndexRecordSize));
     for (Ordinal ordinal = 0; ordinal < index_.End(); ++ordinal) {
         const MemberRecord& member = index_[ordinal];

@@ -41,7 +41,31 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
     }
 }
 
+FileSubArchive::Footprint FileSubArchive::TakeFootprint() {
+    Footprint footprint;
+    footprint.length = handle_.Length();
+    if (!ReadExactly(0, footprint.header)) return footprint;
+    const auto fields = std::span(footprint.header).last<kArchiveHeaderSize>();
+    const std::uint32_t indexOffset = DecodeHeader(fields).indexOffset;
+    if (indexOffset != 0) (void)handle_.ReadAt(indexOffset, footprint.index);
+    return footprint;
+}
+
+void FileSubArchive::ReadAnew() {
+    headerInPlace_ = indexValid_ = indexDirty_ = indexLeft_ = false;
+    index_ = ArchiveIndex();
+    walkedFrom_ = walkedSize_ = 0;
+    ReadArchive();
+    for (Search& search : searches_) {
+        search.candidates.clear();
+        search.prepared = true;
+        search.next = index_.End();
+        search.position = kMaxArchiveSize;
+    }
+}
+
 void FileSubArchive::ReadArchive() {
+    footprint_ = TakeFootprint();
     std::array<std::byte, 4> mark{};
     const std::int64_t got = handle_.ReadAt(0, mark);
     readFailed_ = got < 0;
@@ -50,6 +74,11 @@ void FileSubArchive::ReadArchive() {
     if (readFailed_ || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
     if (!header_.IsValid()) return CloseArchive();
     indexValid_ = LoadIndex();
+    if (indexValid_ && TakeFootprint() != footprint_) {
+        index_ = ArchiveIndex();
+        indexValid_ = false;
+        indexLeft_ = true;
+    }
     if (!indexValid_) header_.indexOffset = 0;
 }
 

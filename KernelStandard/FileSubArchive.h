@@ -21,10 +21,19 @@
 // - A new member is complete on disk before the one it replaces is marked deleted. A process that
 //   is killed while it adds leaves an archive without an index, in which every member that was
 //   complete is found by walking.
+// - One process at a time changes an archive: from the creation of the file, or the first member
+//   that is added or deleted, to Complete, it holds the file's change lock. Another one waits for
+//   it for 30 seconds; then its changes fail, the next ones at once. Whoever gets the lock reads
+//   the archive anew if it has changed since it was read; searches under way end then. Two mounts
+//   of one archive in one process count as two.
+// - Readers take no lock. The mark that makes a member one is written last, and so is the mark of
+//   the index; an index that changed while it was read is not used. A reader so finds whole members
+//   only, as they were before or after a change.
 // - Deleting removes exactly the member that the lookup found, also when its name holds wildcards.
 // - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -82,8 +91,14 @@ public:
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
     [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
-    // Writes index and header if they must be written. False when they could not be: the header
-    // then is as it was, and readers walk the chunks. The destructor does the same and cannot say.
+    // Makes this the one that changes the archive, until Complete: waits for another one, then
+    // reads the archive anew if that changed it. False when the other one still works after 30
+    // seconds. Adding and deleting call it themselves.
+    [[nodiscard]] bool BeginChanges();
+
+    // Writes index and header if they must be written, and lets others change the archive. False
+    // when they could not be: the header then is as it was, and readers walk the chunks. The
+    // destructor does the same and cannot say.
     [[nodiscard]] bool Complete();
 
     // Whether the last member that was not added had no room: the archive would pass 4 GiB.
@@ -101,6 +116,16 @@ public:
 private:
     using Ordinal = ArchiveIndex::Ordinal;
 
+    // What no change leaves as it was: the file's length, the header at its front, and what is
+    // where that says the index is. Members that are only marked as deleted do not show; writing
+    // copes with them.
+    struct Footprint {
+        std::int64_t length = -1;
+        std::array<std::byte, kArchivePreambleSize> header{};
+        std::array<std::byte, kChunkHeaderSize> index{};
+        bool operator==(const Footprint&) const = default;
+    };
+
     struct Search {
         bool used = false;
         std::uint64_t position = 0;  // in the file; a walk over the chunks goes on from here
@@ -117,6 +142,9 @@ private:
     void ReadArchive() VORN_REQUIRES(lock_);
     [[nodiscard]] bool ReadHeader() VORN_REQUIRES(lock_);
     [[nodiscard]] bool LoadIndex() VORN_REQUIRES(lock_);
+    [[nodiscard]] Footprint TakeFootprint() VORN_REQUIRES(lock_);
+    // Forgets what was read, and reads again.
+    void ReadAnew() VORN_REQUIRES(lock_);
     void CloseArchive() VORN_REQUIRES(lock_);
     [[nodiscard]] bool ReadExactly(std::uint64_t offset, std::span<std::byte> into)
         VORN_REQUIRES(lock_);
@@ -136,6 +164,9 @@ private:
     [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
 
     // Writing.
+    // Both are needed before a change: the first waits, and leaves the archive readable meanwhile.
+    void WaitForOtherChanges();
+    [[nodiscard]] bool EnterChanges() VORN_REQUIRES(lock_);
     [[nodiscard]] bool CanAddMembers() const;
     // Whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
@@ -171,6 +202,9 @@ private:
     bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
     bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
     bool indexLeft_ VORN_GUARDED_BY(lock_) = false;  // the file's header names one that is not used
+    Footprint footprint_ VORN_GUARDED_BY(lock_);     // of the archive as last read or written
+    bool changing_ VORN_GUARDED_BY(lock_) = false;   // holds the change lock
+    bool waitedInVain_ VORN_GUARDED_BY(lock_) = false;
     bool wasFull_ = false;
     bool readFailed_ = false;
     std::vector<std::byte> writeBuffer_ VORN_GUARDED_BY(lock_);

@@ -80,6 +80,16 @@ public:
     // Sets the length; bytes after it are gone, bytes before it stay.
     [[nodiscard]] bool Truncate(std::uint64_t length);
 
+    // The file's one change lock, which whoever changes a shared file in several steps holds
+    // meanwhile. It is advisory, belongs to this handle, and ends with UnlockChanges, with Close,
+    // and with the process. It denies nobody anything else: readers need no lock.
+    // Waits for another holder, of this or of another process, for about `milliseconds`; false when
+    // it still holds the lock then. True at once when this handle has it already, and on a file
+    // system without locks. The handle must be open for writing. May be called while other threads
+    // use the handle.
+    [[nodiscard]] bool LockChanges(int milliseconds) const;
+    void UnlockChanges() const;
+
     // Forces what was written to the storage device.
     bool Commit();
 

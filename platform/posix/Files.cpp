@@ -5,9 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <limits>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "platform/posix/PathLookup.h"
@@ -267,6 +269,20 @@ bool FileHandle::Truncate(std::uint64_t length) {
     } while (result != 0 && errno == EINTR);
     return result == 0;
 }
+
+// Asks again and again: a wait in the system could not be ended after a time.
+bool FileHandle::LockChanges(int milliseconds) const {
+    constexpr int kPause = 10;
+    for (int waited = 0; !posix::TakeChangeLock(descriptor_); waited += kPause) {
+        if (waited >= milliseconds) {
+            return Refuse(EBUSY);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(kPause));
+    }
+    return true;
+}
+
+void FileHandle::UnlockChanges() const { posix::DropChangeLock(descriptor_); }
 
 bool FileHandle::Commit() { return fsync(descriptor_) == 0; }
 

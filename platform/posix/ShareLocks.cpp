@@ -19,6 +19,9 @@ constexpr off_t kFirstLockByte = off_t{1} << 62;
 // In an order in which the usual openers need neighbouring bytes: one call serves them.
 enum LockByte : unsigned { kDeniesReading, kWrites, kReads, kDeniesWriting, kLockByteCount };
 
+// The change lock's byte: behind those that openers hold.
+constexpr unsigned kChanges = kLockByteCount;
+
 // Bits 1 << LockByte.
 using LockSet = unsigned;
 
@@ -84,6 +87,11 @@ bool HeldByAnother(int descriptor, LockSet set) {
     });
 }
 
+// A file system without lock support.
+bool LacksLocks() {
+    return errno == EINVAL || errno == ENOLCK || errno == ENOTSUP || errno == ENOSYS;
+}
+
 // Long enough for another opener to finish or withdraw, of random length so that two that met do
 // not meet again.
 void PauseBriefly() {
@@ -104,7 +112,7 @@ bool PlaceShareLocks(int descriptor, Access access, Share share) {
         }
         // Placed first and tested after: of two racing openers at least one sees the other.
         if (!Place(descriptor, own)) {
-            return errno == EINVAL || errno == ENOLCK || errno == ENOTSUP || errno == ENOSYS;
+            return LacksLocks();
         }
         if (!HeldByAnother(descriptor, ConflictsOf(own))) {
             return true;
@@ -113,6 +121,16 @@ bool PlaceShareLocks(int descriptor, Access access, Share share) {
     }
     errno = EBUSY;
     return false;
+}
+
+bool TakeChangeLock(int descriptor) {
+    struct flock lock = LockOn(kChanges, 1, F_WRLCK);
+    return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || LacksLocks();
+}
+
+void DropChangeLock(int descriptor) {
+    struct flock lock = LockOn(kChanges, 1, F_UNLCK);
+    fcntl(descriptor, F_OFD_SETLK, &lock);
 }
 
 }  // namespace platform::posix

@@ -1,4 +1,4 @@
-// Share modes as advisory locks on four bytes far behind the end of any file.
+// Share modes and the change lock, as advisory locks on bytes far behind the end of any file.
 //
 // Every opener holds shared locks on the bytes that say what it does and what it denies: "reads",
 // "writes", "denies reading", "denies writing". The locks belong to the open descriptor, so they
@@ -14,5 +14,10 @@ namespace platform::posix {
 // with errno EBUSY when another opener's share mode and access do not agree with these; then
 // nothing stays locked. A file system without lock support agrees to everything.
 [[nodiscard]] bool PlaceShareLocks(int descriptor, Access access, Share share);
+
+// The change lock (see FileHandle) on a byte beside those four. False when another descriptor holds
+// it.
+[[nodiscard]] bool TakeChangeLock(int descriptor);
+void DropChangeLock(int descriptor);
 
 }  // namespace platform::posix

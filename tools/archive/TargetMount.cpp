@@ -41,6 +41,11 @@ bool TargetMount::IsReadable() const {
     return archive == nullptr || archive->IsAvailable();
 }
 
+bool TargetMount::BeginChanges() {
+    FileSubArchive* archive = ArchiveOf(name_);
+    return archive == nullptr || archive->BeginChanges();
+}
+
 bool TargetMount::Complete() {
     FileSubArchive* archive = ArchiveOf(name_);
     return archive == nullptr || archive->Complete();

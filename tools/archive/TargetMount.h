@@ -25,6 +25,10 @@ public:
     // False for a file that is not an archive or cannot be read.
     [[nodiscard]] bool IsReadable() const;
 
+    // Waits until no other process changes the archive. False when one still does after a while;
+    // see FileSubArchive.
+    [[nodiscard]] bool BeginChanges();
+
     // Writes the index of an archive that has changed. False when that failed: readers then walk
     // the archive.
     [[nodiscard]] bool Complete();

@@ -101,6 +101,11 @@ bool VArchive::Execute(ToolCommand& command) {
     if (adds) {
         progress.emplace(*this);
         CheckReadable(mount, command.target);
+        if (!mount.BeginChanges()) {
+            ReportProblem(std::string("cannot change ") + command.target.Text() +
+                          ": another process is changing it; try again when that has ended");
+            return false;
+        }
     }
     mount_ = &mount;
     const bool result = Tool::Execute(command);

@@ -15,6 +15,8 @@
 //   some writers make none.
 // - e writes below the current folder or the one that -p and -n name, and nowhere else. It makes a
 //   folder only for a member that it can read.
+// - One process at a time adds to an archive: another one waits for it for 30 seconds, and then
+//   fails before it adds anything.
 // - An archive that cannot be written to is read all the same; only a needs to write it.
 //
 // One thread, and one tool that runs at a time in a process.

@@ -96,7 +96,7 @@ TEST_F(Faults, AFailedCallIsNeverASuccessWithAWrongResult) {
     const Table<std::string, std::string, std::string, std::string, int> rows = {
         {add, "write,pwrite64", ":error=ENOSPC", "", 8},
         {add, "write,pwrite64", ":error=ENOSPC", "+", 8},
-        {add, "openat,/^rename", ":error=EACCES", "", 5},
+        {add, "openat,/^rename", ":error=EACCES", "", 4},
         {add, "openat,/^rename", ":error=EACCES", "+", 20},
         {add, "read,pread64", ":error=EIO", "", 5},
         {add, "read,pread64", ":retval=0", "", 5},  // a source that shrinks
