@@ -13,10 +13,6 @@ using namespace Vorn;
 
 namespace {
 
-constexpr const char* kSourceFile = "srcFile";
-constexpr const char* kDiffFile = "difFile";
-constexpr const char* kOutFile = "outFile";
-
 [[nodiscard]] bool Fail(const std::string& line) {
     PrintLine(line);
     return false;
@@ -25,17 +21,15 @@ constexpr const char* kOutFile = "outFile";
 }  // namespace
 
 int PatchConverter::RunApply() {
-    const bool haveLists = ReadLists();
-    if (haveLists && !AddNewMembers()) return 1;
-
-    const int result = haveLists ? ConvertBase::Run() : 1;
+    const int result = ReadLists() && AddNewMembers() ? ConvertBase::Run() : 1;
     Subst(otherName_, nullptr);
-    if (result == 0) {
-        ReleaseArchiveDatabase(std::exchange(database_, nullptr));
-        Subst(inputName_, nullptr);
-    }
-    if (CloseOutput() && result == 0) return 0;
-    File::Delete(outputArchivePath_.c_str());
+    if (result != 0) return result;
+    ReleaseArchiveDatabase(std::exchange(database_, nullptr));
+    Subst(inputName_, nullptr);
+    if (!CompleteOutput()) return 1;
+    if (output_.MoveOver(std::string(outputArchivePath_.View())) && output_.CommitName()) return 0;
+    PrintProblem("cannot put the new archive in place as \"" +
+                 std::string(outputArchivePath_.View()) + "\"");
     return 1;
 }
 
@@ -112,19 +106,19 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         if (!Stage(diff, kDiffFile)) return false;
     }
     if (!RebuildMember(member)) return false;
-    DeleteWorkingFiles({kDiffFile, kSourceFile, kOutFile});
+    workFiles_.Delete({kDiffFile, kSourceFile, kOutFile});
     PrintLine("Patched " + std::string(member));
     return true;
 }
 
 bool PatchConverter::RebuildMember(const char* member) {
-    const std::string outFile = WorkingFile(kOutFile);
+    const std::string outFile = workFiles_.Path(kOutFile);
     if (!DeleteEarlierOutput(outFile)) {
         return Fail("ERROR> Failed to add patched file " + outFile);
     }
     std::uint32_t exitCode = 0;
-    const bool started = RunPatchProgram(programDir_.View(), WorkingFile(kSourceFile),
-                                         WorkingFile(kDiffFile), outFile, exitCode);
+    const bool started = RunPatchProgram(programDir_.View(), workFiles_.Path(kSourceFile),
+                                         workFiles_.Path(kDiffFile), outFile, exitCode);
     if (!started || exitCode != 0) PrintLine(">>>> PATCH ERROR " + std::string(member));
     if (!started) {
         PrintProblem("cannot start the patch program that belongs in \"" +

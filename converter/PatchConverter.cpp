@@ -10,12 +10,11 @@
 #include "converter/Console.h"
 #include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
-#include "converter/WorkFolder.h"
+#include "converter/RunLock.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 #include "kernel/String.h"
 #include "platform/Directories.h"
-#include "platform/Processes.h"
 
 using namespace Vorn;
 
@@ -79,8 +78,7 @@ bool PatchConverter::PrepareArchives(int argc, char** argv) {
         return false;
     }
     Subst(otherName_, argv[3]);
-    lock_.Acquire(platform::ProgramPath().c_str());
-    return true;
+    return workFiles_.Open(programDir_.View());
 }
 
 bool PatchConverter::PrepareDiff(const char* outputFolder) {
@@ -93,16 +91,21 @@ bool PatchConverter::PrepareDiff(const char* outputFolder) {
     SetPath(workDir_, folder.Text());
     AppendPathComponent(workDir_, inputName_.View());
     FormatInto(outputName_, "%s-diff", inputName_.Text());
-    if (!HoldsOnlyLeftovers(workDir_.View(), std::string(outputName_.View()) + ".va")) {
-        PrintProblem("the working folder \"" + std::string(workDir_.View()) +
-                     "\" holds other files and would be deleted; name another output folder");
+    SetPath(outputArchivePath_, folder.Text());
+    AppendPathComponent(outputArchivePath_, std::string(outputName_.View()) + ".va");
+
+    const std::string place(folder.Text());
+    if (!place.empty() && !outputFolders_.Make(place)) {
+        PrintProblem("cannot create the folder \"" + place + "\"");
         return false;
     }
-    if (!File::MakePath(workDir_.c_str())) {
-        PrintProblem("cannot create the working folder \"" + std::string(workDir_.View()) + "\"");
+    if (!LockOutput()) return false;
+    if (platform::GetEntryKind(outputArchivePath_.c_str()) != platform::EntryKind::None) {
+        PrintProblem("\"" + std::string(outputArchivePath_.View()) +
+                     "\" exists; move it away or name another output folder");
         return false;
     }
-    return CreateOutput();
+    return ClearWorkFolder() && MakeWorkingFolder("") && CreateOutput(workDir_);
 }
 
 bool PatchConverter::PrepareApply() {
@@ -111,10 +114,6 @@ bool PatchConverter::PrepareApply() {
     FileSubArchive::SetDefaultBuildVersion(File::GetArchiveBuildVersion(inputName_));
     FileSubArchive::SetDefaultProductCode(File::GetArchiveProductCode(inputName_));
     FormatInto(outputName_, "%s-tmp", inputName_.Text());
-    return CreateOutput();
-}
-
-bool PatchConverter::CreateOutput() {
     outputArchivePath_ = workDir_;
     AppendPathComponent(outputArchivePath_, std::string(outputName_.View()) + ".va");
     const char* path = outputArchivePath_.c_str();
@@ -123,17 +122,32 @@ bool PatchConverter::CreateOutput() {
         PrintProblem("the output \"" + std::string(path) + "\" is one of the inputs");
         return false;
     }
-    if (!File::Delete(path) && File::Exists(path) == RES_OK) {
+    if (!LockOutput()) return false;
+    platform::FileStatus status;
+    if (platform::GetStatus(path, status) && status.attributes != 0) {
         PrintProblem("cannot replace \"" + std::string(path) + "\"; move it away first");
         return false;
     }
-    try {
-        Subst(outputName_, path, true);
-    } catch (const FileEx&) {
-        PrintProblem("cannot create \"" + std::string(path) + "\"");
-        return false;
+    return CreateOutput(workDir_);
+}
+
+bool PatchConverter::LockOutput() {
+    const std::string path(outputArchivePath_.View());
+    const std::string lock = path + ".lock";
+    if (WaitForLock(outputLock_, lock,
+                    "another run is writing \"" + path + "\"; waiting for it to end")) {
+        return true;
     }
-    return true;
+    PrintProblem("cannot create \"" + path + "\": cannot create \"" + lock + "\" beside it");
+    return false;
+}
+
+bool PatchConverter::CreateOutput(const PathBuffer& folder) {
+    PathBuffer path = folder;
+    AppendPathComponent(path, FileNamePart(outputArchivePath_.c_str()) + std::string(kPartEnding));
+    if (output_.Create(outputName_, std::string(path.View()))) return true;
+    PrintProblem("cannot create \"" + std::string(path.View()) + "\"");
+    return false;
 }
 
 int PatchConverter::Run() {
@@ -145,14 +159,6 @@ int PatchConverter::ProcessFolder(const char* folder) {
         const bool ready = operation_ != OpDiff || MakeWorkingFolder(folder);
         return ready ? ConvertBase::ProcessFolder(folder) : 1;
     });
-}
-
-bool PatchConverter::MakeWorkingFolder(const char* folder) const {
-    PathBuffer path = workDir_;
-    AppendPathComponent(path, folder);
-    if (File::MakePath(path.c_str())) return true;
-    PrintProblem("cannot create the folder \"" + std::string(path.View()) + "\"");
-    return false;
 }
 
 int PatchConverter::ProcessFile(const char* member) {
@@ -167,39 +173,20 @@ int PatchConverter::ProcessFile(const char* member) {
     }
 }
 
-std::string PatchConverter::WorkingFile(const char* name) const {
-    PathBuffer path = programDir_;
-    AppendPathComponent(path, name);
-    return std::string(path.View());
-}
-
 bool PatchConverter::Stage(File& member, const char* workingFile) {
-    constexpr FileMode kWriteWorkingFile = kCreateOrTruncate | kWritePlain;
     MemberContent content;
-    return content.ReadAll(member) && WriteWhole(InternedString(), WorkingFile(workingFile).c_str(),
-                                                 kWriteWorkingFile, content.Bytes());
+    return content.ReadAll(member) && workFiles_.Write(workingFile, content.Bytes());
 }
 
 InternedString PatchConverter::DigestOf(const char* workingFile) const {
-    const std::string path = WorkingFile(workingFile);
+    const std::string path = workFiles_.Path(workingFile);
     InternedString digest = FileDigest(path.c_str());
     if (!digest) PrintProblem("cannot read the working file \"" + path + "\"");
     return digest;
 }
 
-void PatchConverter::DeleteWorkingFiles(std::initializer_list<const char*> names) const {
-    for (const char* name : names) File::Delete(WorkingFile(name).c_str());
-}
-
-bool PatchConverter::CloseOutput() {
-    FileSubstList& list = FileSubstList::Instance();
-    bool complete = true;
-    for (FileSub* backend : list.Collect(*list.FindSubst(outputName_))) {
-        complete = static_cast<FileSubArchive*>(backend)->Complete() && complete;
-    }
-    Subst(outputName_, nullptr);
-    if (!complete) {
-        PrintProblem("cannot complete \"" + std::string(outputArchivePath_.View()) + "\"");
-    }
-    return complete;
+bool PatchConverter::CompleteOutput() {
+    if (output_.Complete()) return true;
+    PrintProblem("cannot complete \"" + std::string(outputArchivePath_.View()) + "\"");
+    return false;
 }

@@ -14,11 +14,17 @@
 // - A member name with a line feed has no place in the lists, one with a double quote none on the
 //   diff program's command line: such a changed member ends the run with 1.
 // - An output that is one of the inputs, or that cannot be deleted, is refused.
-// - patchdiff deletes its working folder at the end, so it refuses one that holds anything but what
-//   an earlier run left there: folders, diff files and the unfinished patch.
-// - When the finished patch cannot be moved because its name is taken, it stays in the working
-//   folder, a line says where, and the result is 1.
-// - Runs that share a program folder wait for each other, for they share the working files.
+// - patchdiff deletes its working folder at the end, also after a failure. It refuses one that
+//   holds anything but leftovers of a killed run: folders, diff files of members of the two
+//   archives, the unfinished patch and the diff program's temporary files.
+// - patchdiff refuses to start when its result's name is taken. When something takes that name
+//   during the run, the patch stays in the working folder, a line says where, and the result is 1.
+// - Both operations write their result under a name of its own ("...va.part"), and rename it when
+// it
+//   is whole and on the storage device. After a failure there is no new archive, and an earlier
+//   run's stays: only what this run made is deleted.
+// - Runs that share a program folder wait for each other, for they share the working files (see
+//   WorkFiles.h); so do runs that write the same result.
 #pragma once
 
 #include <memory>
@@ -27,11 +33,17 @@
 
 #include "converter/ConvertBase.h"
 #include "converter/MemberCopy.h"
+#include "converter/OutputArchive.h"
 #include "converter/PatchLists.h"
 #include "converter/Progress.h"
-#include "converter/WorkFolderLock.h"
+#include "converter/WorkFiles.h"
+#include "converter/WorkFolder.h"
+#include "platform/PathLock.h"
 
 enum PatchOperation : int { OpNone = 0, OpDiff = 1, OpApply = 2 };
+
+// After the name of an archive that is not whole yet.
+inline constexpr const char* kPartEnding = ".part";
 
 class PatchConverter final : public ConvertBase {
 public:
@@ -46,12 +58,19 @@ private:
     [[nodiscard]] bool PrepareArchives(int argc, char** argv);
     [[nodiscard]] bool PrepareDiff(const char* outputFolder);
     [[nodiscard]] bool PrepareApply();
-    [[nodiscard]] bool CreateOutput();
+    // Waits until no other run writes the result.
+    [[nodiscard]] bool LockOutput();
+    // Creates the archive that becomes the result in `folder`.
+    [[nodiscard]] bool CreateOutput(const Vorn::PathBuffer& folder);
 
     // patchdiff.
     [[nodiscard]] int RunDiff();
+    // Deletes what a killed run left in the working folder. False when it holds something else.
+    [[nodiscard]] bool ClearWorkFolder() const;
+    // Whether a file of the working folder is what a run with these archives writes there.
+    [[nodiscard]] bool IsRunsOwn(std::string_view file) const;
     // Mirrors a folder of the archives below the working folder.
-    [[nodiscard]] bool MakeWorkingFolder(const char* folder) const;
+    [[nodiscard]] bool MakeWorkingFolder(const char* folder);
     [[nodiscard]] bool DiffMember(const char* member);
     [[nodiscard]] bool DiffStaged(const char* member, const Vorn::InternedString& oldDigest,
                                   const Vorn::InternedString& newDigest);
@@ -60,6 +79,8 @@ private:
                                    const Vorn::InternedString& digest);
     [[nodiscard]] bool WriteLists();
     [[nodiscard]] int MoveOutOfWorkFolder();
+    [[nodiscard]] int KeepInWorkFolder();
+    void DeleteWorkFolder();
     [[nodiscard]] std::string DiffPathOf(const char* member) const;
 
     // patchapply.
@@ -73,14 +94,12 @@ private:
     [[nodiscard]] bool RebuildMember(const char* member);
 
     // Both.
-    [[nodiscard]] std::string WorkingFile(const char* name) const;
     // Writes an open member's content to a working file.
     [[nodiscard]] bool Stage(Vorn::File& member, const char* workingFile);
     // FileDigest of a working file; null, and said so, when it cannot be read.
     [[nodiscard]] Vorn::InternedString DigestOf(const char* workingFile) const;
-    void DeleteWorkingFiles(std::initializer_list<const char*> names) const;
     // Completes the output archive on disk; its mount is closed in any case.
-    [[nodiscard]] bool CloseOutput();
+    [[nodiscard]] bool CompleteOutput();
 
     PatchOperation operation_ = OpNone;
     Vorn::PathBuffer sourceArchivePath_;
@@ -88,11 +107,16 @@ private:
     Vorn::PathBuffer otherArchivePath_;
     Vorn::PathBuffer workDir_;
     Vorn::InternedString outputName_;
-    Vorn::PathBuffer outputArchivePath_;
+    Vorn::PathBuffer outputArchivePath_;  // of the result
     bool secondPass_ = false;
     MemberMap addedFiles_;
     MemberMap patchedFiles_;
     MemberMap deletedFiles_;
-    WorkFolderLock lock_;
+    WorkFiles workFiles_;
+    // From here on the order counts: what a failed run made is deleted from the last to the first.
+    MadeFolders outputFolders_;
+    platform::PathLock outputLock_;
+    MadeFolders workFolders_;
+    OutputArchive output_;
     Progress progress_;
 };

@@ -1,4 +1,6 @@
 // patchdiff: compares two archives member by member and writes the patch.
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "KernelStandard/CompressedStream.h"
@@ -7,13 +9,11 @@
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 
 using namespace Vorn;
 
 namespace {
-
-constexpr const char* kSourceFile = "srcFile";
-constexpr const char* kTargetFile = "dstFile";
 
 // A name that the lists can hold: one line.
 [[nodiscard]] bool FitsLists(std::string_view member) {
@@ -48,10 +48,43 @@ int PatchConverter::RunDiff() {
         std::swap(inputName_, otherName_);
     }
     Subst(otherName_, nullptr);
-    if (result != 0) return result;
-    const bool listed = WriteLists();
-    if (!CloseOutput() || !listed) return 1;
-    return MoveOutOfWorkFolder();
+    if (result == 0) result = WriteLists() && CompleteOutput() ? MoveOutOfWorkFolder() : 1;
+    DeleteWorkFolder();
+    return result;
+}
+
+bool PatchConverter::ClearWorkFolder() const {
+    const FolderContent content =
+        SearchFolder(std::string(workDir_.View()), [this](auto file) { return IsRunsOwn(file); });
+    if (content.foreign.empty()) {
+        DeleteLeftovers(content);
+        return true;
+    }
+    PrintProblem("the working folder \"" + std::string(workDir_.View()) +
+                 "\" would be deleted and holds other files: \"" + content.foreign +
+                 "\"; move them away or name another output folder");
+    return false;
+}
+
+bool PatchConverter::IsRunsOwn(std::string_view file) const {
+    constexpr std::string_view kDiffEnding = ".diff";
+    if (file == FileNamePart(outputArchivePath_.c_str()) + std::string(kPartEnding)) return true;
+    if (IsDiffProgramTemporary(file.substr(file.rfind('/') + 1))) return true;
+    if (!file.ends_with(kDiffEnding)) return false;
+    const std::string member(file.substr(0, file.size() - kDiffEnding.size()));
+    return std::ranges::any_of(std::array{inputName_, otherName_}, [&](const auto& mount) {
+        File found;
+        return FileSubstList::Instance().FindSubst(mount) &&
+               found.Open(mount, member.c_str(), kReadPlain) == RES_OK;
+    });
+}
+
+bool PatchConverter::MakeWorkingFolder(const char* folder) {
+    PathBuffer path = workDir_;
+    AppendPathComponent(path, folder);
+    if (workFolders_.Make(std::string(path.View()))) return true;
+    PrintProblem("cannot create the folder \"" + std::string(path.View()) + "\"");
+    return false;
 }
 
 bool PatchConverter::DiffMember(const char* member) {
@@ -83,7 +116,7 @@ bool PatchConverter::DiffMember(const char* member) {
         done = secondPass_ ? RecordAdded(member, walked, walkedDigest)
                            : RecordRemoved(member, walkedDigest);
     }
-    if (done) DeleteWorkingFiles({kSourceFile, kTargetFile});
+    if (done) workFiles_.Delete({kSourceFile, kTargetFile});
     return done;
 }
 
@@ -122,8 +155,8 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
         PrintLine("ERROR> Failed to add " + diffFile);
         return false;
     }
-    if (!RunDiffProgram(programDir_.View(), WorkingFile(kSourceFile), WorkingFile(kTargetFile),
-                        diffFile)) {
+    if (!RunDiffProgram(programDir_.View(), workFiles_.Path(kSourceFile),
+                        workFiles_.Path(kTargetFile), diffFile)) {
         PrintProblem("cannot start the diff program that belongs two folders above \"" +
                      std::string(programDir_.View()) + "\"");
         return false;
@@ -132,7 +165,7 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
         PrintLine("ERROR> Failed to add " + diffFile);
         return false;
     }
-    File::Delete(diffFile.c_str());
+    (void)platform::RemoveFile(diffFile.c_str());
     FormatInto(patchedFiles_[Intern(member)], "%s\n%s", oldDigest.Text(), newDigest.Text());
     PrintLine("Diffed " + std::string(member));
     return true;
@@ -161,15 +194,30 @@ bool PatchConverter::WriteLists() {
 }
 
 int PatchConverter::MoveOutOfWorkFolder() {
-    PathBuffer target = outputArchivePath_;
-    RemoveLastComponent(target);
-    if (!File::Rename(outputArchivePath_.c_str(), target.c_str())) {
-        PrintProblem("cannot move the patch to \"" + std::string(target.View()) +
-                     "\"; it is kept as \"" + std::string(outputArchivePath_.View()) + "\"");
-        return 1;
+    if (!output_.MoveTo(std::string(outputArchivePath_.View()))) return KeepInWorkFolder();
+    if (output_.CommitName()) return 0;
+    PrintProblem("cannot write \"" + std::string(outputArchivePath_.View()) +
+                 "\" to the storage device");
+    return 1;
+}
+
+int PatchConverter::KeepInWorkFolder() {
+    PathBuffer kept = workDir_;
+    AppendPathComponent(kept, FileNamePart(outputArchivePath_.c_str()));
+    const bool isKept = output_.MoveTo(std::string(kept.View()));
+    PrintProblem("cannot move the patch to \"" + std::string(outputArchivePath_.View()) +
+                 (isKept ? "\"; it is kept as \"" + std::string(kept.View()) + "\"" : "\""));
+    return 1;
+}
+
+void PatchConverter::DeleteWorkFolder() {
+    output_.Discard();
+    workFolders_.DeleteEmpty();
+    const std::string folder(workDir_.View());
+    if (!platform::Exists(folder.c_str())) return;
+    // A diff program that was killed left something.
+    DeleteLeftovers(SearchFolder(folder, [this](auto file) { return IsRunsOwn(file); }));
+    if (platform::Exists(folder.c_str())) {
+        PrintProblem("the working folder \"" + folder + "\" is not empty and stays");
     }
-    if (!File::DeleteDirectory(workDir_.c_str())) {
-        PrintProblem("cannot delete the working folder \"" + std::string(workDir_.View()) + "\"");
-    }
-    return 0;
 }

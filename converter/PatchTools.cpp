@@ -42,6 +42,14 @@ bool DeleteEarlierOutput(const std::string& path) {
     return false;
 }
 
+bool IsDiffProgramTemporary(std::string_view fileName) {
+    constexpr std::string_view kStart = ".vpatch-";
+    constexpr std::string_view kEnd = ".tmp";
+    if (!fileName.starts_with(kStart) || !fileName.ends_with(kEnd)) return false;
+    fileName.remove_prefix(kStart.size());
+    return fileName.find_first_not_of("0123456789") == fileName.size() - kEnd.size();
+}
+
 bool FitsCommandLine(std::string_view path) { return path.find('"') == std::string_view::npos; }
 
 bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::string_view newFile,

@@ -13,6 +13,9 @@
 // for the output when the program writes none. False, after a line on standard error, if it stays.
 [[nodiscard]] bool DeleteEarlierOutput(const std::string& path);
 
+// Whether a file is what a diff program that was killed leaves beside its output.
+[[nodiscard]] bool IsDiffProgramTemporary(std::string_view fileName);
+
 // Whether a path can stand between double quotes on a command line.
 [[nodiscard]] bool FitsCommandLine(std::string_view path);
 

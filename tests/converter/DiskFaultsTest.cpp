@@ -31,7 +31,10 @@ protected:
         return diff == 0 && apply == 0;
     }
     void RemoveResults() const {
-        for (const char* result : {"out/old-diff.va", "old-tmp.va"}) Replace(result, "");
+        // The second is where a patch is kept that could not be moved.
+        for (const char* result : {"out/old-diff.va", "out/old/old-diff.va", "old-tmp.va"}) {
+            Replace(result, "");
+        }
     }
 
     std::string inputs_;

@@ -1,0 +1,75 @@
+#include "converter/OutputArchive.h"
+
+#include <utility>
+
+#include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/FileSubstList.h"
+#include "kernel/Exceptions.h"
+#include "platform/Directories.h"
+#include "platform/Files.h"
+
+using namespace Vorn;
+
+namespace {
+
+[[nodiscard]] bool CommitFile(const std::string& path) {
+    using namespace platform;
+    FileHandle file;
+    return file.Open(path.c_str(), Access::Read, Creation::OpenExisting, Share::DenyNone) &&
+           file.Commit();
+}
+
+}  // namespace
+
+bool OutputArchive::Create(const InternedString& mount, const std::string& path) {
+    const bool removed = platform::RemoveFile(path.c_str());
+    if (!removed && platform::GetEntryKind(path.c_str()) != platform::EntryKind::None) return false;
+    try {
+        Subst(mount, path.c_str(), true);
+    } catch (const FileEx&) {
+        return false;
+    }
+    mount_ = mount;
+    path_ = path;
+    unfinished_ = true;
+    return true;
+}
+
+bool OutputArchive::Complete() {
+    FileSubstList& list = FileSubstList::Instance();
+    bool complete = true;
+    for (FileSub* backend : list.Collect(*list.FindSubst(mount_))) {
+        complete = static_cast<FileSubArchive*>(backend)->Complete() && complete;
+    }
+    CloseMount();
+    return complete && CommitFile(path_);
+}
+
+bool OutputArchive::MoveTo(const std::string& path) {
+    return TakeName(path, platform::Rename(path_.c_str(), path.c_str()));
+}
+
+bool OutputArchive::MoveOver(const std::string& path) {
+    return TakeName(path, platform::ReplaceFile(path_.c_str(), path.c_str()));
+}
+
+bool OutputArchive::TakeName(const std::string& path, bool moved) {
+    if (!moved) return false;
+    path_ = path;
+    unfinished_ = false;
+    return true;
+}
+
+bool OutputArchive::CommitName() const {
+    const std::size_t name = path_.find_last_of("/\\") + 1;
+    return platform::CommitDirectory(name == 0 ? "." : path_.substr(0, name).c_str());
+}
+
+void OutputArchive::Discard() {
+    CloseMount();
+    if (std::exchange(unfinished_, false)) (void)platform::RemoveFile(path_.c_str());
+}
+
+void OutputArchive::CloseMount() {
+    if (mount_) Subst(std::exchange(mount_, InternedString()), nullptr);
+}

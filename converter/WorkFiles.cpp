@@ -1,0 +1,64 @@
+#include "converter/WorkFiles.h"
+
+#include <vector>
+
+#include "converter/Console.h"
+#include "converter/InputArchive.h"
+#include "converter/PatchTools.h"
+#include "converter/RunLock.h"
+#include "platform/Directories.h"
+#include "platform/Files.h"
+
+WorkFiles::~WorkFiles() {
+    if (!private_) return;
+    // The patch program may have left temporary files too.
+    std::vector<std::string> names;
+    (void)platform::ListDirectory(folder_.c_str(), [&](const platform::DirectoryEntry& entry) {
+        names.push_back(entry.name);
+        return true;
+    });
+    for (const std::string& name : names) (void)platform::RemoveFile(Path(name.c_str()).c_str());
+    (void)platform::RemoveDirectory(folder_.c_str());
+}
+
+bool WorkFiles::Open(std::string_view programDir) {
+    folder_ = programDir;
+    if (WaitForLock(lock_, Path("VAConverter.lock"),
+                    "another run is using the program folder; waiting for it to end")) {
+        return true;
+    }
+    const std::string temporary = platform::TemporaryDirectory();
+    folder_ = platform::MakePrivateDirectory(temporary + "VAConverter-");
+    private_ = !folder_.empty();
+    if (!private_) {
+        PrintProblem("cannot write to the program folder \"" + std::string(programDir) +
+                     "\" and cannot create a folder in \"" + temporary +
+                     "\" either; let TMPDIR name a folder with room for working files");
+        return false;
+    }
+    if (FitsPath(Path(kSourceFile)) && FitsCommandLine(folder_)) return true;
+    PrintProblem("the folder for temporary files \"" + temporary +
+                 "\" has a path that is too long or holds a double quote; let TMPDIR name another");
+    return false;
+}
+
+std::string WorkFiles::Path(const char* name) const { return folder_ + "/" + name; }
+
+bool WorkFiles::Write(const char* name, std::span<const std::byte> content) const {
+    using namespace platform;
+    const std::string path = Path(name);
+    (void)RemoveFile(path.c_str());
+    FileHandle file;
+    if (!file.Open(path.c_str(), Access::Write, Creation::CreateNew, Share::DenyNone)) {
+        PrintProblem("cannot create \"" + path + "\"");
+        return false;
+    }
+    const bool written = file.Write(content) == content.size();
+    if (file.Close() && written) return true;
+    PrintProblem("cannot write \"" + path + "\"");
+    return false;
+}
+
+void WorkFiles::Delete(std::initializer_list<const char*> names) const {
+    for (const char* name : names) (void)platform::RemoveFile(Path(name).c_str());
+}

@@ -1,0 +1,45 @@
+// The working files, through which the converter and the diff and patch programs exchange content.
+//
+// Their names are fixed, and so is their place: the program folder. Runs that share it wait for
+// each other. Where the program folder cannot be written (an installed copy, another user's), a
+// run has a private folder for temporary files, which it deletes at the end, and waits for no
+// other.
+//
+// A working file is always created anew, so that a link under its name is not followed.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/PathLock.h"
+
+inline constexpr const char* kSourceFile = "srcFile";
+inline constexpr const char* kTargetFile = "dstFile";
+inline constexpr const char* kDiffFile = "difFile";
+inline constexpr const char* kOutFile = "outFile";
+
+class WorkFiles {
+public:
+    WorkFiles() = default;
+    WorkFiles(const WorkFiles&) = delete;
+    WorkFiles& operator=(const WorkFiles&) = delete;
+    ~WorkFiles();
+
+    // Chooses the folder, and waits until no other run uses it. False when there is none; a line on
+    // standard error names the reason.
+    [[nodiscard]] bool Open(std::string_view programDir);
+
+    [[nodiscard]] std::string Path(const char* name) const;
+
+    // Writes a working file in place of an earlier one. False when it is not whole; a line on
+    // standard error names it.
+    [[nodiscard]] bool Write(const char* name, std::span<const std::byte> content) const;
+    void Delete(std::initializer_list<const char*> names) const;
+
+private:
+    std::string folder_;
+    bool private_ = false;
+    platform::PathLock lock_;  // of a folder that is not private
+};
