@@ -46,6 +46,7 @@ public:
     // False, and nothing released, when the count would pass its maximum or `units` < 1.
     [[nodiscard]] virtual bool Release(int units) = 0;
 };
+// When its owner's thread ends, the next waiter gets it, as if it had been released.
 class Mutex : public Waitable {
 public:
     // False when the calling thread does not own it. Owned n times, released n times.

@@ -37,6 +37,7 @@ bool AwaitOrderToRun(ThreadState& state) {
 void ThreadBody(ThreadState& state, std::function<std::uint32_t()> function) {
     const std::uint32_t code = AwaitOrderToRun(state) ? function() : 0;
     function = nullptr;  // what it owns is gone before anybody sees the end
+    posix::AbandonMutexes();
     const GateLock lock(TheWaitGate().lock);
     state.exitCode = code;
     state.ended = true;

@@ -30,4 +30,8 @@ struct WaitGate {
 // Never destroyed: threads may still wait while the process ends.
 [[nodiscard]] WaitGate& TheWaitGate();
 
+// Gives up the mutexes that the calling thread still owns. Every thread does so when it ends; one
+// of ours does it before its end can be seen, so that its waiters find them free.
+void AbandonMutexes();
+
 }  // namespace platform::posix

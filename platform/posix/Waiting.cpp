@@ -109,13 +109,49 @@ private:
     const int maximum_;
 };
 
+// Guarded by the gate's lock.
+struct MutexOwner {
+    bool ended = false;
+};
+
+// Who the calling thread is to its mutexes. A thread's number would not do: the system gives it to
+// another thread later.
+class ThisMutexOwner {
+public:
+    ThisMutexOwner() = default;
+    ThisMutexOwner(const ThisMutexOwner&) = delete;
+    ThisMutexOwner& operator=(const ThisMutexOwner&) = delete;
+    ~ThisMutexOwner() { End(); }
+
+    [[nodiscard]] bool Is(const std::shared_ptr<MutexOwner>& owner) const {
+        return owner && owner == owner_;
+    }
+    [[nodiscard]] const std::shared_ptr<MutexOwner>& Get() {
+        if (!owner_) owner_ = std::make_shared<MutexOwner>();
+        return owner_;
+    }
+    void End() {
+        if (!owner_) return;
+        const GateLock lock(TheWaitGate().lock);
+        owner_->ended = true;
+        owner_.reset();
+        TheWaitGate().changed.notify_all();
+    }
+
+private:
+    std::shared_ptr<MutexOwner> owner_;
+};
+thread_local ThisMutexOwner thisOwner;
+
 class SharedMutex final : public Mutex {
 public:
-    explicit SharedMutex(bool owned) : count_(owned ? 1 : 0), owner_(CurrentThreadId()) {}
+    explicit SharedMutex(bool owned) {
+        if (owned) TakeNew();
+    }
 
     bool Release() override {
         const GateLock lock(TheWaitGate().lock);
-        if (count_ == 0 || owner_ != CurrentThreadId()) {
+        if (count_ == 0 || !thisOwner.Is(owner_)) {
             return false;
         }
         if (--count_ == 0) {
@@ -126,16 +162,24 @@ public:
 
 private:
     bool TryTake() override {
-        if (count_ != 0 && owner_ != CurrentThreadId()) {
+        if (count_ == 0 || owner_->ended) {
+            TakeNew();
+            return true;
+        }
+        if (!thisOwner.Is(owner_)) {
             return false;
         }
-        owner_ = CurrentThreadId();
         ++count_;
         return true;
     }
 
-    std::uint64_t count_;  // how often the owner took it
-    std::uint32_t owner_;
+    void TakeNew() {
+        owner_ = thisOwner.Get();
+        count_ = 1;
+    }
+
+    std::uint64_t count_ = 0;            // how often the owner took it
+    std::shared_ptr<MutexOwner> owner_;  // not null once it was taken
 };
 
 // The open object named `name`, or a new one from `arguments` that gets the name.
@@ -158,6 +202,8 @@ std::shared_ptr<Object> OpenOrCreate(const char* name, Arguments... arguments) {
 }
 
 }  // namespace
+
+void posix::AbandonMutexes() { thisOwner.End(); }
 
 int WaitForAny(std::span<Waitable* const> objects, int milliseconds) {
     WaitGate& gate = TheWaitGate();

@@ -78,6 +78,31 @@ TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
     EXPECT_FALSE(taken || released || mutex->Release());
 }
 
+TEST(Waiting, AMutexOfAnEndedThreadGoesToTheNextWaiter) {
+    const auto mutex = CreateMutex(false, nullptr);
+    {
+        const auto owner =
+            CreateThread([&] { return mutex->Wait(0) && mutex->Wait(0) ? 1U : 0U; }, false);
+        EXPECT_TRUE(owner->Wait(kWaitForever) && mutex->Wait(0))
+            << "free as soon as the end is seen";
+    }
+    EXPECT_TRUE(mutex->Release() && !mutex->Release()) << "owned once";
+
+    // A waiter is woken, also by the end of a thread that this layer did not start.
+    const auto taken = CreateEvent(true, false, nullptr);
+    const auto end = CreateEvent(true, false, nullptr);
+    std::thread foreign([&] {
+        EXPECT_TRUE(mutex->Wait(0));
+        taken->Set();
+        EXPECT_TRUE(end->Wait(kWaitForever));
+    });
+    EXPECT_TRUE(taken->Wait(kWaitForever) && !mutex->Wait(0) && !mutex->Release());
+    const auto waiter = CreateThread([&] { return mutex->Wait(kWaitForever) ? 1U : 0U; }, false);
+    end->Set();
+    foreign.join();
+    EXPECT_TRUE(waiter->Wait(20'000));
+}
+
 TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
     const auto a = CreateEvent(false, false, nullptr);
     const auto b = CreateSemaphore(1, 1, nullptr);
