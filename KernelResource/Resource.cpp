@@ -89,8 +89,18 @@ ResourceResult Resource::LoadAndUse() {
             system.ForgetRead(*this);
             return Finish(1, 1) ? RES_RESOURCEOK : RES_INVALID;
         default:
-            ChangeState(ResourceState::Loading);
+            if (!BeginLoading()) return RES_NOT_AVAILABLE;
             return LoadFromFile() && Finish(1, 0) ? RES_RESOURCEOK : RES_FAILED_TO_LOAD;
+    }
+}
+
+// The queue may take the resource meanwhile, which the caller's claim outdoes; or the bin, for
+// good.
+bool Resource::BeginLoading() {
+    for (;;) {
+        const ResourceState from = State();
+        if (from == ResourceState::Delete) return false;
+        if (TryChangeState(from, ResourceState::Loading)) return true;
     }
 }
 
@@ -235,7 +245,7 @@ void Resource::FinishLoad(ResourceResult& result) { result = RES_RESOURCEOK; }
 bool Resource::AddReference() {
     ResourceSystem& system = ResourceSystem::Instance();
     const ScopedLock hold(system.LockOf(*this));
-    if (State() == ResourceState::Inactive) system.Revalidate(*this);
+    if (references_ == 0) system.Revalidate(*this);
     if (State() == ResourceState::Delete) return false;
     if (++references_ == 1 && !Home()) AddRef();
     return true;

@@ -95,13 +95,15 @@ public:
     [[nodiscard]] virtual int GetSecondSize() { return 0; }
     // The resource for which this one stands, or null.
     [[nodiscard]] virtual Resource* GetTarget() const { return nullptr; }
-    // Frees what loading made; the destructor follows soon. Must not wait for other threads.
+    // Frees what loading made, if a load was tried; the destructor follows soon. Must not wait for
+    // other threads.
     virtual void ReleaseData() {}
 
     // One reference more. False for a resource that the bin is destroying.
     [[nodiscard]] bool AddReference();
     // One less; false when there was none. Without the last one, a resource with a home passes to
-    // the bin as soon as it is not in use. Where there is no home, the references are a holder.
+    // the bin as soon as it is not in use, whether or not it was ever loaded. Where there is no
+    // home, the references are a holder.
     bool ReleaseReference();
 
     // Holders, for RefPtr.
@@ -139,6 +141,8 @@ private:
 
     // Loading, with the resource claimed.
     [[nodiscard]] ResourceResult LoadAndUse();
+    // False for a resource that the bin is destroying.
+    [[nodiscard]] bool BeginLoading();
     [[nodiscard]] bool LoadFromFile();
     // Finishes a load whose file was read; on success the caller has acquired the resource
     // `acquires` times and used it `uses` times.

@@ -26,8 +26,9 @@ public:
     [[nodiscard]] virtual bool Reclaim(Resource& resource) = 0;
     // Takes a resource out of the memory accounting.
     virtual void Remove(Resource& resource);
-    // Receives an available resource without references. True when the bin does not keep it: it is
-    // in state Delete and the caller destroys it. Called under the lock of the resource's home.
+    // Receives a resource without references that is available or was not loaded yet; it may hold
+    // it already. True when the bin does not keep it: it is in state Delete and the caller destroys
+    // it. Called under the lock of the resource's home.
     [[nodiscard]] virtual bool Add(Resource& resource) = 0;
     // Time has passed: unloads what is due. Called without locks.
     virtual void Process(float elapsedSeconds) = 0;
@@ -37,6 +38,9 @@ public:
 protected:
     [[nodiscard]] ResourceSystem& System() const { return system_; }
     static void SetState(Resource& resource, ResourceState state) { resource.ChangeState(state); }
+    // Puts a resource into state Delete, from which no load brings it back. False, and nothing
+    // done, for one that is in use, queued or being loaded.
+    [[nodiscard]] static bool Retire(Resource& resource);
 
 private:
     ResourceSystem& system_;

@@ -48,12 +48,15 @@ ResourceBinCache::~ResourceBinCache() {
         places_.clear();
     }
     for (const auto& [expiry, resource] : held) {
+        bool retired = false;
         {
             const ScopedLock hold(System().LockOf(*resource));
-            SetState(*resource,
-                     resource->IsInUse() ? ResourceState::Available : ResourceState::Delete);
+            retired = Retire(*resource);
+            if (!retired && resource->State() == ResourceState::Inactive) {
+                SetState(*resource, ResourceState::Available);
+            }
         }
-        if (!resource->IsInUse()) System().Destroy(*resource);
+        if (retired) System().Destroy(*resource);
     }
 }
 
@@ -72,7 +75,11 @@ void ResourceBinCache::Configure(const OptionList* options) {
 }
 
 bool ResourceBinCache::Add(Resource& resource) {
-    SetState(resource, ResourceState::Inactive);  // accounted since it became available
+    // Accounted since it became available. One that was not loaded keeps its state, by which a
+    // load or a lookup finds it as it was.
+    if (resource.State() == ResourceState::Available) SetState(resource, ResourceState::Inactive);
+    const RefPtr<Resource> holder(&resource);
+    [[maybe_unused]] const bool wasHeld = Reclaim(resource);
     const ScopedLock hold(lock_);
     const double expiry = clock_ + age_ + NextRandom() * kJitter;
     resource.SetExpiry(static_cast<float>(expiry));
@@ -93,12 +100,13 @@ bool ResourceBinCache::Reclaim(Resource& resource) {
 
 void ResourceBinCache::Process(float elapsedSeconds) {
     std::vector<RefPtr<Resource>> due;
+    std::vector<RefPtr<Resource>> spared;  // let go of outside of the lock
     {
         const ScopedLock hold(lock_);
         clock_ += elapsedSeconds;
         if (!(clock_ - lastPass_ > passInterval_)) return;
         lastPass_ = clock_;
-        due = TakeDue();
+        due = TakeDue(spared);
     }
     for (const RefPtr<Resource>& resource : due) {
         Remove(*resource);
@@ -106,7 +114,7 @@ void ResourceBinCache::Process(float elapsedSeconds) {
     }
 }
 
-std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue() {
+std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue(std::vector<RefPtr<Resource>>& spared) {
     const int tenth = static_cast<int>(static_cast<double>(held_.size()) * kPassFraction);
     const bool many = tenth > mostPerPass_;
     double lead = many ? static_cast<double>(tenth) / mostPerPass_ : 1.0;  // seconds before expiry
@@ -122,8 +130,7 @@ std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue() {
             ++place;
             continue;
         }
-        SetState(resource, ResourceState::Delete);
-        due.push_back(std::move(place->second));
+        (Retire(resource) ? due : spared).push_back(std::move(place->second));
         places_.erase(&resource);
         place = held_.erase(place);
     }

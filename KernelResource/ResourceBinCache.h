@@ -43,7 +43,9 @@ public:
 private:
     using Held = std::multimap<double, RefPtr<Resource>>;  // by expiry
 
-    [[nodiscard]] std::vector<RefPtr<Resource>> TakeDue() VORN_REQUIRES(lock_);
+    // What is to be unloaded now, and what leaves the bin because it is being loaded after all.
+    [[nodiscard]] std::vector<RefPtr<Resource>> TakeDue(std::vector<RefPtr<Resource>>& spared)
+        VORN_REQUIRES(lock_);
     // A number in [0, 1).
     [[nodiscard]] double NextRandom() VORN_REQUIRES(lock_);
 

@@ -3,9 +3,8 @@
 namespace Vorn {
 
 bool ResourceBinInstant::Add(Resource& resource) {
-    if (resource.IsInUse()) return false;
+    if (!Retire(resource)) return false;
     Remove(resource);
-    SetState(resource, ResourceState::Delete);
     return true;
 }
 

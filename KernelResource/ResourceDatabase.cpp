@@ -52,7 +52,7 @@ ResourceDatabase::~ResourceDatabase() {
         {
             const ScopedLock hold(lock_);
             for (const RefPtr<Resource>& resource : resources) {
-                if (resource->State() == ResourceState::Inactive) system.Revalidate(*resource);
+                system.Revalidate(*resource);
                 resource->ChangeState(ResourceState::Delete);
                 resource->references_ = 0;
             }

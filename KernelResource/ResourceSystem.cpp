@@ -145,7 +145,10 @@ void ResourceSystem::ForgetRead(Resource& resource) {
 }
 
 void ResourceSystem::Revalidate(Resource& resource) {
-    if (bin_->Reclaim(resource)) resource.ChangeState(ResourceState::Available);
+    if (!bin_->Reclaim(resource)) return;
+    if (resource.State() == ResourceState::Inactive) {
+        resource.ChangeState(ResourceState::Available);
+    }
 }
 
 void ResourceSystem::OfferToBin(Resource& resource) {
@@ -153,15 +156,16 @@ void ResourceSystem::OfferToBin(Resource& resource) {
     {
         const ScopedLock hold(LockOf(resource));
         const bool isUnused = resource.ReferenceCount() == 0 && !resource.IsInUse();
-        if (resource.State() == ResourceState::Available && isUnused && !resource.StaysLoaded()) {
-            unload = bin_->Add(resource);
-        }
+        // A queued load offers its resource again when it has ended.
+        const bool isIdle = resource.State() == ResourceState::Available ||
+                            (resource.State() == ResourceState::Ready && !resource.isQueued_);
+        if (isIdle && isUnused && !resource.StaysLoaded()) unload = bin_->Add(resource);
     }
     if (unload) Destroy(resource);
 }
 
 void ResourceSystem::Destroy(Resource& resource) {
-    resource.ReleaseData();
+    if (resource.RequestCount() != 0) resource.ReleaseData();
     std::vector<RefPtr<Resource>> detached;  // let go of outside of the lock
     const ScopedLock detaching(detachingLock_);
     if (ResourceDatabase* home = resource.Home()) home->Detach(resource.Name(), resource, detached);

@@ -78,6 +78,46 @@ TEST_F(ResourceAgeing, WhatIsLoadedUnreferencedGoesStraightToTheBin) {
     EXPECT_EQ(HeldAfter(13), 0u);
 }
 
+TEST_F(ResourceAgeing, WhatWasNeverLoadedAgesToo) {
+    OpenBase({{"a.text", "hello"}, {"alias.text.txt", "Redirect=a.text"}, {"plain", "x"}});
+    const ResourceAccounts& accounts = system->Accounts();
+    Resource* const resource = Get("alias.text");
+    EXPECT_NE(Get("plain"), nullptr);
+    EXPECT_TRUE(Release("alias.text") && Release("plain"));
+    EXPECT_EQ(HeldAfter(9), 2u);
+    // A lookup takes it out again, and a load finds it as it was.
+    EXPECT_EQ(Get("a.text"), resource);
+    EXPECT_EQ(resource->State(), ResourceState::Ready);
+    EXPECT_EQ(HeldAfter(9), 0u);
+    EXPECT_EQ(texts.alive, 1);
+    EXPECT_TRUE(Release("a.text"));
+    EXPECT_EQ(Acquire(*resource), RES_RESOURCEOK) << "from the bin";
+    resource->ReleaseUse();
+    EXPECT_EQ(HeldAfter(9), 1u);
+    EXPECT_EQ(HeldAfter(4), 0u);
+    EXPECT_EQ(texts.unloads, 1);
+
+    EXPECT_NE(Get("a.text"), nullptr);
+    EXPECT_TRUE(Release("a.text"));
+    EXPECT_EQ(HeldAfter(13), 0u);
+    EXPECT_EQ(texts.alive, 0);
+    EXPECT_EQ(texts.unloads, 1) << "there was nothing to free";
+    EXPECT_EQ(base->EntryCount(), 0u);
+    EXPECT_EQ(accounts.Count() + accounts.loaded + accounts.resources, 0u);
+
+    // One that waits for its load is kept, and ages when it is there.
+    EXPECT_TRUE(system->QueueLoad(*Get("a.text")));
+    EXPECT_TRUE(Release("a.text"));
+    EXPECT_EQ(HeldAfter(13), 0u);
+    while (texts.alive != 0) system->Process(13);
+
+    Start("-ResourceInstantBin");
+    OpenNumbered(1);
+    EXPECT_NE(Get("0.text"), nullptr);
+    EXPECT_TRUE(Release("0.text"));
+    EXPECT_EQ(base->EntryCount(), 0u);
+}
+
 // Expiries are 10 to 12 seconds after entry. With many, a pass looks up to four seconds ahead.
 TEST_F(ResourceAgeing, APassUnloadsMoreAndSoonerWhenThereAreMany) {
     using Steps = std::vector<std::pair<float, std::size_t>>;  // seconds, and what is held then
