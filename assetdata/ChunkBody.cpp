@@ -93,8 +93,9 @@ OCSChunkRef ChunkBody::FromKept(const OCSChunkRef& kept) {
 std::optional<std::uint64_t> ChunkFileOffset(const OCSChunk& tag) {
     const auto* chunk = dynamic_cast<const ChunkTag*>(&tag);
     if (!chunk) return std::nullopt;
-    return chunk->Record() == ChunkBody::kRoot ? 0
-                                               : std::uint64_t{kChunkHeaderSize} + chunk->Record();
+    return chunk->Record() == ChunkBody::kRoot
+               ? 0
+               : std::uint64_t{kChunkFileHeaderSize} + chunk->Record();
 }
 
 }  // namespace Vorn

@@ -17,7 +17,8 @@ public:
     }
 
     void Tell(TagFault fault, std::uint32_t offset, std::string_view name = {}) {
-        observer_.OnFinding({fault, {kChunkHeaderSize + std::uint64_t{offset}}, Printable(name)});
+        observer_.OnFinding(
+            {fault, {kChunkFileHeaderSize + std::uint64_t{offset}}, Printable(name)});
     }
 
 private:

@@ -17,7 +17,7 @@
 namespace Vorn {
 
 inline constexpr std::uint32_t kChunkMagic = 0x2453434F;  // "OCS$"
-inline constexpr std::uint32_t kChunkHeaderSize = 16;
+inline constexpr std::uint32_t kChunkFileHeaderSize = 16;
 inline constexpr std::uint32_t kChunkVersionAnsi = 0;
 inline constexpr std::uint32_t kChunkVersionUtf8 = 1;
 inline constexpr std::uint32_t kLeastRecord = 6;  // bytes of a record without name and payload

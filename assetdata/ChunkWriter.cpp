@@ -20,7 +20,8 @@
 namespace Vorn {
 namespace {
 
-constexpr std::uint64_t kMostBody = std::numeric_limits<std::uint32_t>::max() - kChunkHeaderSize;
+constexpr std::uint64_t kMostBody =
+    std::numeric_limits<std::uint32_t>::max() - kChunkFileHeaderSize;
 
 std::uint8_t RecordTypeOf(std::uint32_t tagType) {
     switch (tagType) {

@@ -44,11 +44,11 @@ void Tell(TagObserver* observer, TagFault fault, std::uint64_t offset) {
 bool TDBBinaryFile::Read(TStream& stream, TagObserver* observer) {
     body_ = {};
     version_ = 0;
-    std::array<std::byte, kChunkHeaderSize> header{};
-    const std::uint32_t got = stream.Read(header.data(), kChunkHeaderSize);
+    std::array<std::byte, kChunkFileHeaderSize> header{};
+    const std::uint32_t got = stream.Read(header.data(), kChunkFileHeaderSize);
     const std::span fields(std::as_const(header));
     const std::uint32_t size = LoadU32<12>(fields);
-    if (got != kChunkHeaderSize || LoadU32<0>(fields) != kChunkMagic) {
+    if (got != kChunkFileHeaderSize || LoadU32<0>(fields) != kChunkMagic) {
         Tell(observer, TagFault::NotAChunkFile, 0);
         return false;
     }
@@ -64,12 +64,12 @@ bool TDBBinaryFile::Read(TStream& stream, TagObserver* observer) {
     }
     Bytes bytes = ReadBytes(stream, size);
     if (!bytes) {
-        Tell(observer, TagFault::BodyCutShort, kChunkHeaderSize);
+        Tell(observer, TagFault::BodyCutShort, kChunkFileHeaderSize);
         return false;
     }
     ChunkFault fault{};
     if (!CheckChunkRecords({bytes.get(), size}, fault)) {
-        Tell(observer, fault.fault, kChunkHeaderSize + std::uint64_t{fault.offset});
+        Tell(observer, fault.fault, kChunkFileHeaderSize + std::uint64_t{fault.offset});
         return false;
     }
     version_ = LoadU32<4>(fields);
@@ -78,7 +78,7 @@ bool TDBBinaryFile::Read(TStream& stream, TagObserver* observer) {
     if (version_ > kChunkVersionUtf8) Tell(observer, TagFault::UnknownVersion, 4);
     FindChunkOddities(body_->Bytes(), *observer);
     if (end < length) {
-        Tell(observer, TagFault::BytesBehindBody, kChunkHeaderSize + std::uint64_t{size});
+        Tell(observer, TagFault::BytesBehindBody, kChunkFileHeaderSize + std::uint64_t{size});
     }
     return true;
 }

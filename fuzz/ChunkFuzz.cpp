@@ -57,8 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(!findings.list.empty());
         return 0;
     }
-    const std::string_view body = std::string_view(bytes).substr(kChunkHeaderSize);
-    const auto claimed = LoadU32<12>(std::as_bytes(std::span(bytes)).first<kChunkHeaderSize>());
+    const std::string_view body = std::string_view(bytes).substr(kChunkFileHeaderSize);
+    const auto claimed = LoadU32<12>(std::as_bytes(std::span(bytes)).first<kChunkFileHeaderSize>());
     Require(Testing::LiteralCheck(body.substr(0, claimed)));
     (void)Walk(*root);
     Change(*root);

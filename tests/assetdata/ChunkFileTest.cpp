@@ -147,7 +147,7 @@ TEST(ChunkFiles, DamagedBodiesAreRefusedAsTheLiteralCheckRefusesThem) {
     std::mt19937 random(3);
     int accepted = 0;
     for (int round = 0; round < 4000; ++round) {
-        std::string body = WriteChunks(*RandomTree(random, false)).substr(kChunkHeaderSize);
+        std::string body = WriteChunks(*RandomTree(random, false)).substr(kChunkFileHeaderSize);
         if (body.empty()) continue;
         if (round % 4 == 0) body.resize(1 + random() % body.size());
         for (auto left = random() % 4; left > 0; --left) {
