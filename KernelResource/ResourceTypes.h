@@ -30,7 +30,10 @@ public:
     [[nodiscard]] virtual bool TakesFile(std::string_view name) const = 0;
     // Whether a resource of that name needs no file.
     [[nodiscard]] virtual bool TakesName(std::string_view /*name*/) const { return false; }
-    // A new one, not loaded.
+    // A new one, not loaded. Any thread that looks a resource up or duplicates one calls this, and
+    // several may at once, outside of all locks of this layer. It may be called more often than
+    // resources are listed: of several threads that look for one missing name each makes one, and
+    // the first to be listed stays. So it must not register what it makes.
     [[nodiscard]] virtual RefPtr<Resource> Create(ResourceDatabase* home,
                                                   const InternedString& name) = 0;
 };

@@ -2,7 +2,9 @@
 //
 // A backend serves the names below one mounted root: a directory (FileSubPath) or an archive
 // (FileSubArchive). The substitution list owns backends and calls them under its lock; names come
-// relative to the root, without a leading separator. A failure is a result, never an exception.
+// relative to the root, without a leading separator. A failure is a result and not an exception,
+// but for the base's CloseFile. An operation that a backend does not override fails, except
+// MakeDirectory, which succeeds and does nothing.
 #pragma once
 
 #include <atomic>
@@ -37,7 +39,9 @@ public:
     virtual ~FileSub() = default;
     // A substitution with this name is being closed.
     virtual void OnSubstClosed(const InternedString& /*name*/) {}
-    // Refuses every operation that modifies.
+    // Asked by the list, which passes read-only backends over when it opens to write, deletes,
+    // renames or makes folders; a backend need not check it there. OpenRead and SetReadOnly reach
+    // read-only backends too.
     [[nodiscard]] virtual bool IsReadOnly() const { return true; }
     // The storage exists and can be read.
     [[nodiscard]] virtual bool IsAvailable() const { return false; }

@@ -16,9 +16,13 @@ inline constexpr FileMode kWritePlain = 0x001;
 inline constexpr FileMode kWriteCompressed = 0x002;  // compressed when the file is closed
 
 inline constexpr FileMode kReadKindMask = 0x0F0;
-inline constexpr FileMode kReadDetect = 0x010;      // a compressed stream reads as its content
-inline constexpr FileMode kReadPlain = 0x020;       // the bytes as they are stored
-inline constexpr FileMode kReadCompressed = 0x030;  // refuses what is not a compressed stream
+// A file that begins like a compressed stream reads as its content, any other one as its bytes. A
+// file that is created or truncated is not looked at, and reads as its bytes.
+inline constexpr FileMode kReadDetect = 0x010;
+inline constexpr FileMode kReadPlain = 0x020;  // the bytes as they are stored
+// As kReadDetect, but gives RES_NOTCOMPRESSED for a file that is at least as long as a stream's
+// header and does not begin with one. A shorter one reads as its bytes.
+inline constexpr FileMode kReadCompressed = 0x030;
 
 inline constexpr FileMode kCreationMask = 0xF00;
 inline constexpr FileMode kOpenExisting = 0x000;

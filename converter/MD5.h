@@ -8,7 +8,9 @@
 #include <memory>
 
 // Collects bytes until finalize, and holds the digest from then on; it is not used again. A call in
-// the wrong state does nothing but write a line to standard error.
+// the wrong state changes nothing and writes a fixed line to standard error: update and finalize
+// after finalize, hex_digest before it. A file given too late is read and closed all the same, with
+// a line for each piece of 1024 bytes.
 class MD5 {
 public:
     MD5() = default;

@@ -31,8 +31,9 @@ namespace Vorn {
 [[nodiscard]] bool MatchWildcards(std::string_view name, std::string_view patterns,
                                   std::size_t* dirEnd = nullptr);
 
-// Folds ".", ".." and repeated separators; the result has '/' only. ".." that cannot be folded
-// stays at the front.
+// Folds ".", ".." and repeated separators; the result has '/' only. A ".." at the front stays; the
+// next one folds it like any component, so that "../../x" becomes "x". A caller that refuses paths
+// which lead upwards must look at them before.
 void NormalisePath(PathSpan buffer);
 
 // `result` = `base` up to its last separator, then `name` without a leading separator. A base

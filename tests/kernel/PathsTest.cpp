@@ -13,10 +13,10 @@ std::string After(std::string_view path, const std::function<void(PathSpan)>& ed
 }
 
 TEST(Paths, NormaliseFoldsDotsAndSeparators) {
-    for (const char* row :
-         {"./a\\b\\..\\c\\.\\d|a/c/d", "\\x\\..\\..\\y|/../y", "a//b/|a/b", "|", ".|", "..|..",
-          "../x|../x", "a/..|", "a/../b|b", "/|/", "a/b/..|a/", "c:\\a\\..\\b|c:/b",
-          "c:a\\..\\b|c:/b", "c:\\..\\b|c:/../b", "tex:/a/../b|tex:/b", "...|..."}) {
+    for (const char* row : {"./a\\b\\..\\c\\.\\d|a/c/d", "\\x\\..\\..\\y|/../y", "a//b/|a/b", "|",
+                            ".|", "..|..", "../x|../x", "../../x|x", "../../../x|../x", "a/..|",
+                            "a/../b|b", "/|/", "a/b/..|a/", "c:\\a\\..\\b|c:/b", "c:a\\..\\b|c:/b",
+                            "c:\\..\\b|c:/../b", "tex:/a/../b|tex:/b", "...|..."}) {
         EXPECT_EQ(After(Cells(row)[0], NormalisePath), Cells(row)[1]) << row;
     }
 }
