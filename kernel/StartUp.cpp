@@ -3,8 +3,11 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <mutex>
+#include <new>
 
 #include "kernel/Exceptions.h"
 #include "kernel/StringPool.h"
@@ -61,12 +64,43 @@ std::uint64_t ClockFrequency() {
     return frequency;
 }
 
+std::terminate_handler g_otherTerminate = nullptr;
+
+[[noreturn]] void OnTerminate() {
+    const std::exception_ptr exception = std::current_exception();
+    try {
+        if (exception) std::rethrow_exception(exception);
+    } catch (const std::bad_alloc&) {
+        EndWithoutMemory();
+    } catch (...) {
+        // Somebody else's, below.
+    }
+    g_otherTerminate();
+    std::abort();
+}
+
+// The runtime sets memory aside for exceptions that are thrown when there is none, and ends without
+// an exception if it could not get that at its start. This is more than it asks for.
+void RequireMemoryToThrow() {
+    constexpr std::size_t kMemory = std::size_t{128} << 10U;
+    void* volatile const memory = std::malloc(kMemory);
+    if (memory == nullptr) EndWithoutMemory();
+    std::free(memory);
+}
+
 // Brings the kernel up before main in every program that links it.
-const bool g_startedBeforeMain = [] {
-    static_cast<void>(ClockFrequency());
-    EarlyInitialise();
-    return true;
-}();
+struct StartUp {
+    StartUp() {
+        RequireMemoryToThrow();
+        g_otherTerminate = std::set_terminate(OnTerminate);
+        static_cast<void>(ClockFrequency());
+        EarlyInitialise();
+    }
+};
+
+// Before every static object of the program, so that the teardown follows the last of their
+// destructors: what they log while they end still finds the log.
+[[gnu::init_priority(101)]] const StartUp g_startUp;
 
 }  // namespace
 
@@ -78,6 +112,12 @@ void EarlyInitialise() {
     RecordMainThread();
     static_cast<void>(GetStringPool());
     RegisterTeardown(EndPoolAndRest);
+}
+
+void EndWithoutMemory() noexcept {
+    std::fputs("out of memory; close other programs or raise the memory limit, then try again\n",
+               stderr);
+    std::_Exit(EXIT_FAILURE);
 }
 
 void RegisterTeardown(void (*function)()) {

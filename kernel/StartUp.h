@@ -1,9 +1,12 @@
 // The kernel's life before main and after it.
 //
-// Order of birth: the allocator (constant-initialised), the teardown runner, the program's other
-// static objects, the clock, the early initialisation, then what higher floors register at their
+// Order of birth: the allocator (constant-initialised), the clock, the early initialisation with
+// the teardown runner, the program's static objects, then what higher floors register at their
 // first use. Order of teardown, the reverse: what higher floors registered, static objects, the
 // teardown list last registered first, and at its very end the string pool and the final function.
+//
+// A std::bad_alloc that nobody catches, before main or on any thread, ends the process by
+// EndWithoutMemory.
 #pragma once
 
 #include <cstdint>
@@ -12,12 +15,15 @@ namespace Vorn {
 
 // Once per process, later calls do nothing: registers the teardown runner with the runtime's exit
 // list, records the main thread, creates the string pool and registers its destruction as the
-// first teardown entry. Runs before main, or at the first interned text of an earlier static
-// object; static initialisers that need the order call it themselves.
+// first teardown entry. Runs before every static object of the program.
 //
 // Character rules need no setting up: letter case comes from platform/CodePage.h, which is always
 // the ANSI code page. The C library's locale is process wide and stays as the program has it.
 void EarlyInitialise();
+
+// Ends the process with exit code 1 after a line on standard error; nothing is cleaned up. Any
+// thread.
+[[noreturn]] void EndWithoutMemory() noexcept;
 
 // Functions to run at process exit, last registered first. Any thread. At most 1024; one more
 // throws Exception, for it is a programming error.

@@ -1,6 +1,9 @@
 #include "services/ThreadEntry.h"
 
+#include <new>
+
 #include "kernel/Exceptions.h"
+#include "kernel/StartUp.h"
 #include "services/CrashReport.h"
 #include "services/FatalError.h"
 #include "services/Thread.h"
@@ -21,11 +24,13 @@ std::uint32_t CallFunction(Thread& thread) {
 
 }  // namespace
 
-std::uint32_t ThreadEntry(Thread& thread) {
+std::uint32_t ThreadEntry(Thread& thread) try {
     if (IsTerminating()) return 0;
     const FatalErrorUser user;
     PrepareCrashReport();
     return platform::CallGuarded(WriteCrashReport, [&thread] { return CallFunction(thread); });
+} catch (const std::bad_alloc&) {
+    EndWithoutMemory();
 }
 
 }  // namespace Vorn

@@ -64,5 +64,18 @@ TEST(Threads, FindACompleteObjectFromTheFirstLineOn) {
     }
 }
 
+TEST(Threads, WithoutMemoryEndTheProcessWith1AndALine) {
+    if (VORN_SANITIZED) GTEST_SKIP() << "the sanitizer takes such requests for errors";
+    const auto run = [] {
+        const auto take = [](void*) -> std::uint32_t {
+            std::vector<char> most;
+            return most.resize(most.max_size()), 0;
+        };
+        Thread thread(take, nullptr, true);
+        std::exit(thread.Wait(20'000) ? 7 : 8);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(1), "^out of memory; [^\n]+\n$");
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
