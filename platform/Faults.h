@@ -2,6 +2,8 @@
 //
 // Only the faults of a thread inside CallGuarded are looked at; all others reach the system, or
 // whoever was called for them before, as if this were not here. So do signals that somebody sends.
+// A thread that calls abort has a fault too: so end a failed assertion of the runtime and a heap
+// that the runtime finds damaged.
 #pragma once
 
 #include <array>
@@ -13,6 +15,7 @@ namespace platform {
 struct SystemFault;
 
 enum FaultCode : std::uint32_t {
+    kFaultAbort = 0x40000015,
     kFaultMisalignment = 0x80000002,
     kFaultBreakpoint = 0x80000003,
     kFaultSingleStep = 0x80000004,

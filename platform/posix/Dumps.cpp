@@ -16,11 +16,14 @@
 #include "platform/Modules.h"
 #include "platform/SystemInfo.h"
 #include "platform/posix/FaultContext.h"
+#include "platform/posix/Mappings.h"
+#include "platform/posix/OtherThreads.h"
 #include "platform/posix/Record.h"
 
 namespace platform {
 namespace {
 
+using posix::OtherThread;
 using posix::Record;
 
 enum StreamType : std::uint32_t {
@@ -191,17 +194,83 @@ Place MiscRecord(DumpWriter& dump) {
     return dump.Append(record.Bytes());
 }
 
-Place ThreadRecords(DumpWriter& dump, const Fault& fault, Place context, const Memory& stack) {
-    Record<52> record;
-    record.U32(1)
-        .U32(fault.threadId)
-        .Zeros(20)  // suspensions, priorities, environment block
-        .U64(stack.address)
-        .U32(stack.place.size)
-        .U32(stack.place.offset)
-        .U32(context.size)
-        .U32(context.offset);
-    return dump.Append(record.Bytes());
+// Collects the lists of threads and of memory, which grow together.
+class ThreadsAndMemory {
+public:
+    ThreadsAndMemory(DumpWriter& dump, std::size_t mostThreads)
+        : dump_(dump),
+          threads_(dump.Reserve(4 + mostThreads * kThreadSize)),
+          memory_(dump.Reserve(4 + (mostThreads + 1) * kMemorySize)) {}
+
+    void AddMemory(const Memory& memory) {
+        Record<kMemorySize> record;
+        record.U64(memory.address).U32(memory.place.size).U32(memory.place.offset);
+        dump_.Write(memory_.offset + 4 + memoryCount_ * kMemorySize, record.Bytes());
+        ++memoryCount_;
+    }
+    void AddThread(std::uint32_t id, Place context, const Memory& stack) {
+        Record<kThreadSize> record;
+        record.U32(id)
+            .Zeros(20)  // suspensions, priorities, environment block
+            .U64(stack.address)
+            .U32(stack.place.size)
+            .U32(stack.place.offset)
+            .U32(context.size)
+            .U32(context.offset);
+        dump_.Write(threads_.offset + 4 + threadCount_ * kThreadSize, record.Bytes());
+        ++threadCount_;
+        if (stack.place.size != 0) AddMemory(stack);
+    }
+    void Finish() {
+        Record<4> threads;
+        Record<4> memory;
+        dump_.Write(threads_.offset, threads.U32(threadCount_).Bytes());
+        dump_.Write(memory_.offset, memory.U32(memoryCount_).Bytes());
+        dump_.AddStream(kThreadList, {Size(threadCount_ * kThreadSize), threads_.offset});
+        dump_.AddStream(kMemoryList, {Size(memoryCount_ * kMemorySize), memory_.offset});
+    }
+
+private:
+    static constexpr std::size_t kThreadSize = 48;
+    static constexpr std::size_t kMemorySize = 16;
+    [[nodiscard]] static std::uint32_t Size(std::size_t records) {
+        return static_cast<std::uint32_t>(4 + records);
+    }
+
+    DumpWriter& dump_;
+    const Place threads_;
+    const Place memory_;
+    std::size_t threadCount_ = 0;
+    std::size_t memoryCount_ = 0;
+};
+
+// Where the memory ends in which each thread's stack pointer is; 0 where there is none.
+std::span<const std::uint64_t> FindStackEnds(std::span<const OtherThread> threads) {
+    static std::array<std::uint64_t, posix::OtherThreads::kMost> ends;
+    std::ranges::fill(ends, 0);
+    posix::MappingList mappings;
+    for (posix::Mapping mapping; mappings.Next(mapping);) {
+        for (std::size_t i = 0; i < threads.size(); ++i) {
+            const std::uint64_t pointer = threads[i].stackPointer;
+            if (pointer >= mapping.start && pointer < mapping.end) ends[i] = mapping.end;
+        }
+    }
+    return std::span(ends).first(threads.size());
+}
+
+void AddOtherThreads(DumpWriter& dump, ThreadsAndMemory& lists,
+                     std::span<const OtherThread> threads) {
+    constexpr std::uint64_t kMostStack = std::uint64_t{1} << 20U;
+    const std::span<const std::uint64_t> ends = FindStackEnds(threads);
+    for (std::size_t i = 0; i < threads.size(); ++i) {
+        const OtherThread& thread = threads[i];
+        const Place context =
+            dump.Append(thread.context != nullptr
+                            ? posix::ThreadContext(thread.context)
+                            : posix::ThreadContext(thread.stackPointer, thread.instruction));
+        const std::uint64_t end = std::min(ends[i], thread.stackPointer + kMostStack);
+        lists.AddThread(thread.id, context, dump.AppendMemory(thread.stackPointer, end));
+    }
 }
 
 Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
@@ -224,15 +293,6 @@ Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
     record.Zeros((kMostParameters - 1 - fault.parameters.size()) * 8)
         .U32(context.size)
         .U32(context.offset);
-    return dump.Append(record.Bytes());
-}
-
-Place MemoryRecords(DumpWriter& dump, const Memory& stack, const Memory& code) {
-    Record<36> record;
-    record.U32(2);
-    for (const Memory& memory : {stack, code}) {
-        record.U64(memory.address).U32(memory.place.size).U32(memory.place.offset);
-    }
     return dump.Append(record.Bytes());
 }
 
@@ -290,16 +350,20 @@ Place ModuleRecords(DumpWriter& dump) {
 bool WriteMiniDump(FaultFile& file, const Fault& fault) {
     constexpr std::uint64_t kCodeAround = 128;
     DumpWriter dump(file);
+    const posix::OtherThreads others;  // stopped until the dump is written
+    ThreadsAndMemory lists(dump, 1 + others.All().size());
     const Place context = dump.Append(posix::ThreadContext(fault.system->context));
     const Memory stack = dump.AppendMemory(fault.stackBegin, fault.stackEnd);
     const std::uint64_t instruction = fault.registers.rip;
     const Memory code = dump.AppendMemory(instruction - std::min(instruction, kCodeAround),
                                           instruction + kCodeAround);
+    lists.AddThread(fault.threadId, context, stack);
+    lists.AddMemory(code);
+    AddOtherThreads(dump, lists, others.All());
+    lists.Finish();
     dump.AddStream(kSystemInfo, SystemRecord(dump));
     dump.AddStream(kMiscInfo, MiscRecord(dump));
-    dump.AddStream(kThreadList, ThreadRecords(dump, fault, context, stack));
     dump.AddStream(kException, ExceptionRecord(dump, fault, context));
-    dump.AddStream(kMemoryList, MemoryRecords(dump, stack, code));
     dump.AddStream(kModuleList, ModuleRecords(dump));
     return dump.Finish();
 }

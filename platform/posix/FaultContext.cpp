@@ -22,6 +22,9 @@ const gregset_t& General(const void* systemContext) {
     return static_cast<const ucontext_t*>(systemContext)->uc_mcontext.gregs;
 }
 
+constexpr std::size_t kContextSize = 1232;
+constexpr std::uint32_t kControl = 0x100001;  // the context tells stack pointer and instruction
+
 // The register set keeps four segment registers in one number.
 enum class Segment { Cs, Gs, Fs, Ss };
 
@@ -73,13 +76,25 @@ bool IsAtPrivilegedInstruction(const void* systemContext) noexcept {
             (code[0] == '\x0F' && kBehind0F.find(code[1]) != kBehind0F.npos));
 }
 
+std::span<const std::byte> ThreadContext(std::uint64_t stackPointer,
+                                         std::uint64_t instruction) noexcept {
+    static Record<kContextSize> record;
+    record = {};
+    return record.Zeros(48)
+        .U32(kControl)
+        .Zeros(100)  // other registers
+        .U64(stackPointer)
+        .Zeros(88)
+        .U64(instruction)
+        .Zeros(976)
+        .Bytes();
+}
+
 std::span<const std::byte> ThreadContext(const void* systemContext) noexcept {
-    constexpr std::size_t kSize = 1232;
-    constexpr std::uint32_t kControl = 0x100001;
     constexpr std::uint32_t kInteger = 0x100002;
     constexpr std::uint32_t kSegments = 0x100004;
     constexpr std::uint32_t kFloats = 0x100008;
-    static Record<kSize> record;
+    static Record<kContextSize> record;
 
     const gregset_t& saved = General(systemContext);
     const auto* floats = static_cast<const ucontext_t*>(systemContext)->uc_mcontext.fpregs;
@@ -152,6 +167,8 @@ MemoryUse MemoryUseOf(const siginfo_t& signal, const void*) noexcept {
 bool IsAtPrivilegedInstruction(const void*) noexcept { return false; }
 
 std::span<const std::byte> ThreadContext(const void*) noexcept { return {}; }
+
+std::span<const std::byte> ThreadContext(std::uint64_t, std::uint64_t) noexcept { return {}; }
 
 Processor ThisProcessor() noexcept { return {}; }
 

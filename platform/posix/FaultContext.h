@@ -12,7 +12,7 @@
 #include "platform/Faults.h"
 
 struct platform::SystemFault {
-    int number;  // of the signal; what ends a process whose thread raises its fault itself: SIGABRT
+    int number;  // of the signal; for a fault that its thread raises itself SIGABRT, the end of it
     const siginfo_t& signal;
     const void* context;  // of the signal
 };
@@ -34,6 +34,9 @@ struct MemoryUse {
 // The registers in the layout of a minidump's thread context; empty when there is none. Good until
 // the next call.
 [[nodiscard]] std::span<const std::byte> ThreadContext(const void* systemContext) noexcept;
+// The same where nothing else is known.
+[[nodiscard]] std::span<const std::byte> ThreadContext(std::uint64_t stackPointer,
+                                                       std::uint64_t instruction) noexcept;
 
 // The processor part of a minidump's system record.
 struct Processor {

@@ -16,7 +16,8 @@
 namespace platform {
 namespace {
 
-constexpr std::array kFaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
+// SIGABRT is how the runtime ends a thread that it cannot let go on, be it for a damaged heap.
+constexpr std::array kFaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
 constexpr int kRaiseSignal = SIGILL;
 constexpr int kExitCode = 1;
 
@@ -125,6 +126,8 @@ std::uint32_t BusCode(int reason) {
 
 std::uint32_t CodeOf(const siginfo_t& signal, const void* context) {
     switch (signal.si_signo) {
+        case SIGABRT:
+            return kFaultAbort;
         case SIGBUS:
             return BusCode(signal.si_code);
         case SIGFPE:
@@ -181,8 +184,9 @@ void PassOn(int number, siginfo_t* signal, void* context) {
     }
 }
 
-// Signals that the system made, and the one that RaiseFault sends.
+// Signals that the system made, and those that abort and RaiseFault send.
 bool IsFault(const Guard& guard, const siginfo_t& signal) {
+    if (signal.si_signo == SIGABRT) return signal.si_code == SI_TKILL && signal.si_pid == getpid();
     return signal.si_code > 0 || (guard.raised != 0 && signal.si_signo == kRaiseSignal);
 }
 

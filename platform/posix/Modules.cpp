@@ -2,100 +2,26 @@
 #include "platform/Modules.h"
 
 #include <elf.h>
-#include <fcntl.h>
 #include <link.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <charconv>
+#include <array>
 #include <cstring>
 
 #include "platform/FaultTools.h"
+#include "platform/posix/Mappings.h"
 
 namespace platform {
 namespace {
+
+using posix::Mapping;
 
 constexpr std::uint64_t kPage = 4096;
 
 template <typename T>
 bool ReadObject(std::uint64_t address, T& object) {
     return ReadMemory(address, std::as_writable_bytes(std::span(&object, 1))) == sizeof(T);
-}
-
-// The system's list of this process's mappings, by rising address.
-class MappingList {
-public:
-    MappingList() noexcept : descriptor_(open("/proc/self/maps", O_RDONLY | O_CLOEXEC)) {}
-    MappingList(const MappingList&) = delete;
-    MappingList& operator=(const MappingList&) = delete;
-    ~MappingList() {
-        if (descriptor_ >= 0) close(descriptor_);
-    }
-
-    // False behind the last line, which stands without its end.
-    bool NextLine(std::string_view& line) {
-        for (;;) {
-            const std::string_view left(text_.data() + begin_, end_ - begin_);
-            const std::size_t length = left.find('\n');
-            if (length != std::string_view::npos) {
-                line = left.substr(0, length);
-                begin_ += length + 1;
-                return true;
-            }
-            if (!Fill()) return false;
-        }
-    }
-
-private:
-    bool Fill() {
-        std::memmove(text_.data(), text_.data() + begin_, end_ - begin_);
-        end_ -= begin_;
-        begin_ = 0;
-        ssize_t count = 0;
-        do {
-            count = read(descriptor_, text_.data() + end_, text_.size() - end_);
-        } while (count < 0 && errno == EINTR);
-        end_ += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        return count > 0;
-    }
-
-    int descriptor_;
-    std::array<char, 8192> text_;  // longer than a line with the longest path
-    std::size_t begin_ = 0;        // of what is left in text_
-    std::size_t end_ = 0;
-};
-
-// "start-end access offset device inode path", the path behind blanks and perhaps missing.
-struct Mapping {
-    std::uint64_t start = 0;
-    bool isShared = false;     // with others, as devices are; programs are not
-    std::uint64_t offset = 0;  // in the file
-    std::string_view path;
-};
-
-Mapping ParseMapping(std::string_view line) {
-    const auto takeField = [&line] {
-        const std::string_view field = line.substr(0, line.find(' '));
-        line.remove_prefix(field.size());
-        line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
-        return field;
-    };
-    const auto number = [](std::string_view digits) {
-        constexpr int kHexadecimal = 16;
-        std::uint64_t value = 0;
-        std::from_chars(digits.data(), digits.data() + digits.size(), value, kHexadecimal);
-        return value;
-    };
-    Mapping mapping;
-    mapping.start = number(takeField());
-    mapping.isShared = takeField().ends_with('s');
-    mapping.offset = number(takeField());
-    takeField();
-    takeField();
-    mapping.path = line;
-    return mapping;
 }
 
 // What a file's headers, as loaded, say of it. They are believed as far as memory can be read.
@@ -191,12 +117,11 @@ Module Describe(const Mapping& mapping, std::span<char, 4097> path, std::span<st
 }  // namespace
 
 void ForEachModule(const std::function<bool(const Module&)>& visit) {
-    MappingList mappings;
+    posix::MappingList mappings;
     std::array<char, 4097> path;
     std::array<std::byte, 64> buildId;
     std::uint64_t end = 0;  // of the last module
-    for (std::string_view line; mappings.NextLine(line);) {
-        const Mapping mapping = ParseMapping(line);
+    for (Mapping mapping; mappings.Next(mapping);) {
         const bool isFileBegin = !mapping.path.empty() && mapping.offset == 0 && !mapping.isShared;
         if (!isFileBegin || mapping.start < end) continue;
         const Module module = Describe(mapping, path, buildId);

@@ -1,5 +1,6 @@
 // Faults in the way that its first argument names: in a kernel thread, or where its second argument
-// says. Each thread that is about to fault prints its id and where on its stack a marked text is.
+// says; with "bystanders", while other threads do something else. Each thread that is about to
+// fault or stands by prints its id and where on its stack a marked text is.
 //
 // Nothing may be allocated while a fault is handled, and what other threads lock is locked: malloc
 // ends the process with 77, and the main thread holds the loader's lock and those of the standard
@@ -11,10 +12,12 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/Directories.h"
@@ -63,6 +66,11 @@ struct Uncaught {
     Uncaught() { mayAllocate = false; }
 };
 
+// Of the main thread's heap, and too large for the caches before it: who frees it twice is stopped
+// while it holds the heap's lock.
+void* volatile damaged = nullptr;
+void* volatile behind = nullptr;  // keeps it off the heap's end
+
 const std::map<std::string, void (*)()> kFaults = {
     {"read", [] { sink = At(0x1234); }},
     {"write", [] { At(0xC) = 1; }},
@@ -74,20 +82,56 @@ const std::map<std::string, void (*)()> kFaults = {
          mayAllocate = true;
          throw Uncaught();
      }},
+    {"abort", [] { std::abort(); }},
+    {"heap",
+     [] {
+         std::free(damaged);
+         std::free(damaged);
+     }},
     {"sent", [] { tgkill(getpid(), gettid(), SIGSEGV); }},
 };
 
 void (*fault)() = nullptr;
 std::atomic<int> toCome = 1;  // threads that are not about to fault yet
 
+// A text on the stack of a thread, printed with the thread's id.
+struct Marked {
+    Marked() {
+        std::printf("%u %p\n", Vorn::Thread::CurrentThreadId(), static_cast<void*>(text));
+        std::fflush(stdout);
+    }
+    char text[34] = "a text on the stack of the thread";
+};
+
+// One waits, one does that and takes no signals, one never waits, and one is at the heap.
+void StartBystanders() {
+    static std::atomic<int> standing = 0;
+    static void (*const kBystanders[])() = {
+        [] { pause(); },
+        [] {
+            sigset_t all;
+            sigfillset(&all);
+            sigprocmask(SIG_SETMASK, &all, nullptr);
+            pause();
+        },
+        [] { sink = At(reinterpret_cast<std::uintptr_t>(&sink)); },
+        [] { std::free(std::malloc(100'000)); },
+    };
+    for (void (*const work)() : kBystanders) {
+        std::thread([work] {
+            const Marked marked;
+            for (++standing;;) work();
+        }).detach();
+    }
+    while (standing < 4) sched_yield();
+}
+
 std::uint32_t Fault(void*) {
-    char marked[] = "a text on the stack of the thread";
-    std::printf("%u %p\n", Vorn::Thread::CurrentThreadId(), static_cast<void*>(marked));
-    std::fflush(stdout);
+    const Marked marked;
     for (--toCome; toCome > 0;) sched_yield();
     mayAllocate = false;
     fault();
-    return static_cast<std::uint32_t>(sink + marked[0]);
+    return static_cast<std::uint32_t>(sink + marked.text[0]);
 }
 
 int RunThreads(dl_phdr_info*, size_t, void*) {
@@ -137,5 +181,8 @@ int main(int argumentCount, char** arguments) {
     }
     if (place == "taken") signal(SIGSEGV, [](int) { _exit(9); });
     if (place == "crowd") toCome = 8;
+    damaged = std::malloc(100'000);
+    behind = std::malloc(100'000);
+    if (place == "bystanders") StartBystanders();
     return dl_iterate_phdr(RunThreads, nullptr);
 }

@@ -1,5 +1,6 @@
 // Crash reports, left by a program that faults as it is told.
 #include <csignal>
+#include <sstream>
 
 #include "services/CrashTexts.h"
 #include "tests/support/Tests.h"
@@ -32,6 +33,17 @@ public:
     }
     [[nodiscard]] std::size_t Context() const { return Number(Stream(6) + 164); }
 
+    // Where a thread's record begins; the stack that it names must be in the memory list.
+    [[nodiscard]] std::size_t Thread(std::uint64_t id) const {
+        const std::size_t list = Stream(3);
+        for (std::size_t at = list + 4; at < list + 4 + Number(list) * 48; at += 48) {
+            if (Number(at) != id) continue;
+            EXPECT_EQ(Memory(Number(at + 24, 8), Number(at + 32)),
+                      bytes_.substr(Number(at + 36), Number(at + 32)));
+            return at;
+        }
+        throw std::runtime_error("no thread " + std::to_string(id));
+    }
     // The path of the module that holds an address and tells its build; empty without one.
     [[nodiscard]] std::string ModuleAt(std::uint64_t address) const {
         const std::size_t list = Stream(4);
@@ -103,6 +115,8 @@ TEST_F(CrashReports, NameEveryFaultOfAKernelThread) {
         {"divide", SIGFPE, 0xC0000094, "an Integer Divide by Zero (0xc0000094) ", unknown},
         {"illegal", SIGILL, 0xC000001D, "an Illegal Instruction (0xc000001d) ", unknown},
         {"overflow", SIGSEGV, 0xC00000FD, "a Stack Overflow (0xc00000fd) ", unknown},
+        {"abort", SIGABRT, 0x40000015, "an Unknown exception type (0x40000015) ", unknown},
+        {"heap", SIGABRT, 0x40000015, "an Unknown exception type (0x40000015) ", unknown},
         {"throw", SIGABRT, 0xE06D7363, "a Microsoft C++ Exception (0xe06d7363) ", unknown}};
     for (const auto& [how, signal, code, name, place] : faults) {
         SCOPED_TRACE(how);
@@ -113,7 +127,7 @@ TEST_F(CrashReports, NameEveryFaultOfAKernelThread) {
 
         const Dump dump(folder_.Read(kDump));
         ASSERT_EQ(dump.Number(0), 0x504D444Du);
-        const std::size_t thread = dump.Stream(3) + 4;
+        const std::size_t thread = dump.Thread(threadId);
         const std::size_t exception = dump.Stream(6);
         const std::uint64_t rsp = dump.Number(dump.Context() + 152, 8);
         const std::uint64_t rip = dump.Number(dump.Context() + 248, 8);
@@ -132,7 +146,7 @@ TEST_F(CrashReports, NameEveryFaultOfAKernelThread) {
         }
         EXPECT_EQ(dump.Memory(marked, 33), "a text on the stack of the thread");
         EXPECT_EQ(dump.Memory(rip - 100, 200).size(), 200u);
-        const std::string file = how == "throw"sv ? "libc.so.6" : "kernel_crash";
+        const std::string file = signal == SIGABRT ? "libc.so.6" : "kernel_crash";
         EXPECT_THAT(dump.ModuleAt(rip), testing::EndsWith("/" + file));
 
         const std::vector<std::string> lines = Report();
@@ -142,6 +156,28 @@ TEST_F(CrashReports, NameEveryFaultOfAKernelThread) {
         EXPECT_EQ(lines.at(1), "in module " + file + " at " + where);
         EXPECT_EQ(lines.back(), kEnd);
         EXPECT_TRUE(folder_.Read("log.txt").ends_with("Begin:\r\nShutdown.\r\n"));
+    }
+}
+
+TEST_F(CrashReports, DumpEveryThreadWithItsStack) {
+    for (const char* how : {"write", "heap"}) {
+        SCOPED_TRACE(how);
+        EXPECT_THAT(Run(how + " bystanders"s), testing::AnyOf(SIGSEGV, SIGABRT));
+        const Dump dump(folder_.Read(kDump));
+        EXPECT_EQ(dump.Number(dump.Stream(3)), 6u);  // and the main thread
+        std::istringstream out(folder_.Read("out"));
+        std::uint64_t threadId = 0;
+        std::uint64_t marked = 0;
+        int threads = 0;
+        for (; out >> std::dec >> threadId >> std::hex >> marked; ++threads) {
+            SCOPED_TRACE(threadId);
+            const std::size_t thread = dump.Thread(threadId);
+            const std::size_t context = dump.Number(thread + 44);
+            EXPECT_EQ(dump.Number(context + 152, 8), dump.Number(thread + 24, 8)) << "its stack";
+            EXPECT_NE(dump.ModuleAt(dump.Number(context + 248, 8)), "") << "its instruction";
+            EXPECT_EQ(dump.Memory(marked, 33), "a text on the stack of the thread");
+        }
+        EXPECT_EQ(threads, 5);
     }
 }
 
@@ -251,8 +287,9 @@ TEST_F(CrashReports, TellTheDebuggerWhatTheyDo) {
 TEST_F(CrashReports, AreLeftByKernelThreadsAndFaultsOnly) {
     const Table<const char*, int, bool> runs = {
         {"write main", SIGSEGV, false}, {"divide main", SIGFPE, false},
-        {"throw main", SIGABRT, false}, {"sent", SIGSEGV, false},
-        {"sent taken", 1009, false},    {"write taken", 1009, true}};
+        {"throw main", SIGABRT, false}, {"abort main", SIGABRT, false},
+        {"sent", SIGSEGV, false},       {"sent taken", 1009, false},
+        {"write taken", 1009, true}};
     for (const auto& [arguments, end, isReported] : runs) {
         SCOPED_TRACE(arguments);
         EXPECT_EQ(Run(arguments), end);
