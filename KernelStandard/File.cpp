@@ -79,6 +79,7 @@ void File::Reset(FileMode mode) {
     rawPosition_ = 0;
     rawEnd_ = kNoRawEnd;
     writeFailed_ = false;
+    readFailed_ = false;
     newMember_ = false;
     owner_ = nullptr;
 }

@@ -10,7 +10,8 @@
 //
 // Reading and writing throw FileEx for misuse (a closed file, the wrong mode) and return outcomes.
 // A damaged stream, a block that claims more than 16,384 bytes or expands to the wrong length, and
-// a failed read all look like the end of the file: Read returns what came before.
+// a failed read all look like the end of the file: Read returns what came before, and Size is 0
+// from then on. ReadFailed tells them from a real end.
 //
 // Threads: a File is used by one thread at a time. Members of one archive share its descriptor;
 // each raw read takes the archive's lock.
@@ -76,6 +77,10 @@ public:
     [[nodiscard]] std::uint32_t Size();
     [[nodiscard]] std::uint32_t Tell() const { return position_; }
     void Flush();
+
+    // Returns whether a read or seek since Open met damage or an error instead of content.
+    // WholeFile.h reads a whole file and checks this.
+    [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
     // Reads up to and including the next line feed, stores at most `size` - 2 bytes of it and a
     // NUL, and discards the rest of the line. `textMode` 0 means the file's own; UTF-16 text is
@@ -192,6 +197,7 @@ private:
     std::uint32_t nextBlock_ = 0;  // content offset of the stream's block at rawPosition_
     std::uint32_t unwritten_ = 0;
     bool writeFailed_ = false;
+    bool readFailed_ = false;
     bool counted_ = false;
     FileSub* owner_ = nullptr;
     int textMode_ = kTextAnsi;

@@ -115,6 +115,7 @@ std::uint32_t File::ReadBlockContent(BlockHeader header, std::span<std::byte, kB
 }
 
 void File::EndAtDamage() {
+    readFailed_ = true;
     size_ = 0;
     cursor_ = buffered_ = 0;
 }

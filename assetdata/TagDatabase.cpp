@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string_view>
 
 #include "KernelStandard/File.h"
+#include "KernelStandard/WholeFile.h"
+#include "assetdata/TBuffer.h"
 #include "assetdata/TDBBinaryFile.h"
 #include "assetdata/TDBContainerTag.h"
-#include "assetdata/TFile.h"
 #include "assetdata/TagText.h"
 #include "kernel/Paths.h"
 
@@ -36,7 +38,10 @@ bool LoadTagDatabase(OCSChunkRef& container, const InternedString& substName, co
     const Form form = FormOf(path);
     File file;
     if (form == Form::None || Open(file, substName, path) != RES_OK) return false;
-    TFile stream(file);
+    const auto bytes = ReadToEnd(file);
+    if (!bytes) return false;
+    TBufferBlock block{std::span(*bytes)};
+    TBuffer stream(block);
     if (form == Form::Chunk) {
         const auto chunks = MakeRef<TDBBinaryFile>();
         (void)chunks->Read(stream, observer);

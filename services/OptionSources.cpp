@@ -5,6 +5,7 @@
 #include <span>
 
 #include "KernelStandard/File.h"
+#include "KernelStandard/WholeFile.h"
 #include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
@@ -51,10 +52,10 @@ std::optional<std::string> ReadOptionFile(const std::string& path) try {
     if (file.Open(path.c_str(), kReadDetect) != RES_OK) return {};
     if (file.Size() > kMaxOptionFile) return {};
     file.DetectTextEncoding();
-    std::string text(file.Size(), '\0');
-    text.resize(file.Read(text.data(), static_cast<std::uint32_t>(text.size())));
-    if (file.TextMode() == kTextAnsi) return text;
-    return FromUtf16(std::as_bytes(std::span(text)));
+    const auto bytes = ReadToEnd(file);
+    if (!bytes) return {};
+    if (file.TextMode() == kTextUtf16) return FromUtf16(*bytes);
+    return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
 } catch (const FileEx&) {
     return {};
 }

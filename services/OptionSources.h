@@ -10,8 +10,8 @@
 namespace Vorn {
 
 // Parses an option file: 8-bit text, or UTF-16 little-endian with a byte order mark, which is
-// converted to the ANSI code page. False when it is missing, cannot be read, or holds more than
-// 16 MiB, which no option file does.
+// converted to the ANSI code page. False, and nothing parsed, when it is missing, damaged, cannot
+// be read to its end, or holds more than 16 MiB, which no option file does.
 bool ParseOptionFile(OptionList& list, const char* path);
 
 // Parses every source of option text that exists, later ones overriding earlier ones; at last

@@ -241,6 +241,19 @@ TEST_F(TagLoading, TheExtensionChoosesTheForm) {
         EXPECT_EQ(LoadTagDatabase(tree, Intern(subst), path), outcome != "left alone"s);
         EXPECT_EQ(tree ? Describe(*tree) : "none", trees.at(outcome));
     }
+    // Compressed, then cut: neither the first half nor nothing is the tags.
+    for (const char* path : {"torn.txt", "torn.chump"}) {
+        for (const std::size_t kept : {14u, 3000u}) {
+            SCOPED_TRACE(path);
+            const bool isText = path == "torn.txt"s;
+            ASSERT_TRUE(Store(path, isText ? "a 7\nb \"" + Noise(30000) : chunks + Noise(30000),
+                              kWriteCompressed));
+            fs::resize_file(path, kept);
+            OCSChunkRef tree = ReadText("old 1");
+            EXPECT_FALSE(LoadTagDatabase(tree, Intern("data"), path));
+            EXPECT_EQ(Describe(*tree), old);
+        }
+    }
     OCSChunkRef none;
     EXPECT_TRUE(LoadTagDatabase(none, InternedString(), "f.txt") && none);
 }

@@ -116,7 +116,9 @@ TEST_F(InterfaceTexts, TheTextFormStandsInForTheCompiledOne) {
     WriteCompiled("interfaceGerman.chump", "$ok compiled");
     expect("compiled", "");
     folder_.Write("interfaceGerman.chump", "damaged");
-    expect("", "");  // one that opens is the one
+    expect("", "");  // one that can be read is the one
+    folder_.Write("interfaceGerman.chump", "CFIL\x02\x01\0\0\x40\0\0\0\x20"s);
+    expect("gut \xC3\xA4", kNotCompiled);
     fs::remove(folder_.Path("interfaceGerman.chump"));
     fs::remove(folder_.Path("interfaceGerman.txt"));
     expect("", unreadable);

@@ -1,6 +1,7 @@
 // Where option texts come from, and which of them wins.
 #include "services/OptionSources.h"
 
+#include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
 #include "platform/Processes.h"
 #include "tests/support/Tests.h"
@@ -78,6 +79,14 @@ TEST_F(OptionLoading, SkipsWhatIsMissingOrNotAnOptionFile) {
     EXPECT_EQ(Load("v", nullptr), "file");
     fs::resize_file("LoadTestOptions.txt", 16 * 1024 * 1024 + 1);
     EXPECT_EQ(Load("v", nullptr), "none");
+
+    File compressed;
+    ASSERT_EQ(compressed.Open("LoadTestOptions.txt", kCreateOrTruncate | kWriteCompressed), RES_OK);
+    EXPECT_EQ(compressed.Write(("-v=start -w=" + Noise(20000)).data(), 20000), 20000u);
+    ASSERT_TRUE(compressed.Close());
+    EXPECT_EQ(Load("v", nullptr), "start");
+    fs::resize_file("LoadTestOptions.txt", fs::file_size("LoadTestOptions.txt") - 1);
+    EXPECT_EQ(Load("v", nullptr), "none") << "half a file of options is none";
 }
 
 TEST_F(OptionLoading, ConvertsUtf16AndKeeps8BitText) {

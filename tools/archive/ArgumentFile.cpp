@@ -9,7 +9,7 @@ namespace Vorn {
 
 bool ArgumentFile::Open(const char* name) try {
     if (file_.Open(name, kReadDetect) != RES_OK) return false;
-    size_ = file_.Size();
+    (void)file_.Size();  // throws for a file of 4 GiB or more
     DetectEncoding();
     return true;
 } catch (const FileEx&) {

@@ -20,7 +20,7 @@ public:
     // Whether the line had more bytes than the 1,022 that are kept.
     [[nodiscard]] bool LineWasCut() const { return cut_; }
     // At the end: whether it was the file's, and not where reading failed.
-    [[nodiscard]] bool WasReadWhole() { return file_.Size() == size_; }
+    [[nodiscard]] bool WasReadWhole() const { return !file_.ReadFailed(); }
 
 private:
     static constexpr std::uint32_t kLineSize = 1024;
@@ -29,7 +29,6 @@ private:
     std::uint32_t ReadSwappedLine();
 
     File file_;
-    std::uint32_t size_ = 0;
     std::array<char, kLineSize> line_{};
     bool swapped_ = false;  // UTF-16, the high byte of each unit first
     bool cut_ = false;

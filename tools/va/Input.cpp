@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
+#include "KernelStandard/WholeFile.h"
 #include "kernel/Paths.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
@@ -33,19 +35,6 @@ private:
     const Vorn::InternedString name_ = Vorn::Intern("va-input");
 };
 
-// All that can be read. Room is made as bytes come: a damaged member may claim any size.
-Bytes ReadWhole(Vorn::File& file) {
-    constexpr std::uint32_t kPiece = 1U << 20;
-    Bytes bytes;
-    for (std::uint32_t got = kPiece; got == kPiece;) {
-        const std::size_t before = bytes.size();
-        bytes.resize(before + kPiece);
-        got = file.Read(bytes.data() + before, kPiece);
-        bytes.resize(before + got);
-    }
-    return bytes;
-}
-
 Bytes ReadMember(const std::string& archive, const std::string& member) {
     if (!platform::Exists(archive.c_str())) {
         throw Failure{ExitCode::NotFound, "there is no archive '" + archive + "'"};
@@ -62,11 +51,9 @@ Bytes ReadMember(const std::string& archive, const std::string& member) {
         Refuse("cannot read '" + member + "' in '" + archive +
                "': " + Vorn::DescribeFileResult(opened).text);
     }
-    Bytes bytes = ReadWhole(file);
-    if (bytes.size() != file.Size()) {
-        Refuse("the member '" + member + "' in '" + archive + "' is damaged");
-    }
-    return bytes;
+    auto bytes = Vorn::ReadToEnd(file);
+    if (!bytes) Refuse("the member '" + member + "' in '" + archive + "' is damaged");
+    return *std::move(bytes);
 }
 
 Bytes ReadFile(const std::string& path) {

@@ -29,6 +29,10 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
     Pack("Torn.va", "a.txt", Prose(40000));
     std::string torn = folder_.Read("Torn.va");
     folder_.Write("Torn.va", torn.replace(2000, 4000, 4000, '\xFF'));
+    Pack("Lost.va", "a.txt", Prose(40000));
+    std::string lost = folder_.Read("Lost.va");
+    folder_.Write("Lost.va", lost.replace(lost.find("CFIL") + 12, 40, 40, '\xFF'));
+    folder_.Write("mine.chump", "mine");
     folder_.Write("odd.va:name.txt", "n 5");
     folder_.Write("none.va", "not an archive");
     const std::string before = folder_.Read("Town.va");
@@ -43,9 +47,11 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
         {"tag check none.txt", 9, "there is no file 'none.txt'"},
         {"tag check .", 2, "cannot read '.'"},
         {"tag to-binary Torn.va:a.txt a.chump", 2, "the member 'a.txt' in 'Torn.va' is damaged"},
+        {"tag to-binary --force Lost.va:a.txt mine.chump", 2, "'Lost.va' is damaged"},
     });
+    EXPECT_EQ(folder_.Read("mine.chump"), "mine");
     EXPECT_EQ(folder_.Read("Town.va"), before);
-    EXPECT_EQ(Names(), "Torn.va Town.va engine.txt none.va odd.va:name.txt ");
+    EXPECT_EQ(Names(), "Lost.va Torn.va Town.va engine.txt mine.chump none.va odd.va:name.txt ");
 }
 
 TEST_F(VaConversion, OnlyForceReplacesAFile) {

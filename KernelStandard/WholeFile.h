@@ -1,0 +1,17 @@
+// Reading a whole file.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "KernelStandard/File.h"
+
+namespace Vorn {
+
+// Returns everything from the position of an open file to its end, or nullopt if that cannot be
+// read or is damaged: half a content never passes for a short file. Memory grows with the bytes
+// that arrive, whatever size a damaged file claims. Throws FileEx as File::Read and File::Size do.
+[[nodiscard]] std::optional<std::vector<std::byte>> ReadToEnd(File& file);
+
+}  // namespace Vorn
