@@ -58,7 +58,7 @@ constexpr TagFaultText kTexts[] = {
     {TagWeight::Loss, "a chunk file without records reads back as none"},
     {TagWeight::Loss, "the tree takes more than 4 GiB"},
 };
-static_assert(std::size(kTexts) == static_cast<std::size_t>(TagFault::TooLarge) + 1);
+static_assert(std::size(kTexts) == kTagFaultCount);
 
 }  // namespace
 

@@ -65,6 +65,7 @@ enum class TagFault : std::uint8_t {
     EmptyTree,
     TooLarge,
 };
+inline constexpr std::size_t kTagFaultCount = static_cast<std::size_t>(TagFault::TooLarge) + 1;
 
 enum class TagWeight : std::uint8_t {
     Warning,  // programs read something otherwise than it stands there

@@ -74,6 +74,10 @@ struct FileIdentity {
 // Takes away the write permission of every class of user, or gives it back to the owner.
 bool SetReadOnly(const char* path, bool readOnly);
 
+// Gives `to` the permissions of the exact name `from`: who may read, write and run it, for every
+// class of user. Owners stay as they are.
+[[nodiscard]] bool CopyPermissions(const char* from, const char* to);
+
 // Marks a file as hidden, or gives it back its normal attributes. Without such an attribute in
 // the system this changes nothing and answers whether the file exists.
 bool SetHidden(const char* path, bool hidden);

@@ -15,6 +15,11 @@ namespace {
     Refuse("'" + path + "' exists and stays as it is; --force replaces it");
 }
 
+// A link in that place is replaced, so only a file's own permissions are kept.
+[[nodiscard]] bool IsReplacedFile(const std::string& path) {
+    return platform::GetEntryKind(path.c_str()) == platform::EntryKind::File;
+}
+
 [[noreturn]] void RefusePlace(const std::string& path) {
     if (errno == ENOENT) Refuse("cannot write '" + path + "': its folder does not exist");
     Refuse("cannot write beside '" + path + "': " + SystemReason());
@@ -28,10 +33,16 @@ void OutputFile::Check(const std::string& path, bool replace) {
                                            "' names a member, and archives are only read here; "
                                            "write a file and add it with VArchive"};
     }
+    if (platform::GetEntryKind(path.c_str()) == platform::EntryKind::Other) {
+        Refuse("'" + path + "' is a device or a pipe, which a file cannot replace; name a file");
+    }
     platform::FileStatus status;
     if (!platform::GetStatus(path.c_str(), status)) return;
     if (status.IsDirectory()) Refuse("'" + path + "' is a folder; name a file in it");
     if (!replace) RefuseExisting(path);
+    if (IsReplacedFile(path) && (status.attributes & platform::kAttributeReadOnly) != 0) {
+        Refuse("'" + path + "' is read-only and stays as it is; make it writable to replace it");
+    }
 }
 
 OutputFile::OutputFile(const std::string& path, bool replace) : path_(path), replace_(replace) {
@@ -43,6 +54,12 @@ OutputFile::OutputFile(const std::string& path, bool replace) : path_(path), rep
         guard_.emplace(temporary_);
         if (handle_.Open(temporary_.c_str(), platform::Access::Write, platform::Creation::CreateNew,
                          platform::Share::DenyAll)) {
+            // Before anything is written: what replaces a private file is private from the start.
+            if (replace && IsReplacedFile(path) &&
+                !platform::CopyPermissions(path.c_str(), temporary_.c_str())) {
+                problem_ =
+                    "it cannot get the permissions of the file that it replaces: " + SystemReason();
+            }
             return;
         }
         if (errno != EEXIST) break;

@@ -15,14 +15,14 @@ namespace va {
 
 // A stream into a new file beside `path`, which takes its place in one step when it is complete.
 // What is not placed leaves nothing behind, also when the run is ended from outside. A link in that
-// place is replaced, not what it leads to.
+// place is replaced, not what it leads to. What replaces a file gets its permissions.
 //
 // Writes are collected; one that the system refuses gives 0, as does everything after it. The
 // stream cannot be read or moved.
 class OutputFile final : public Vorn::TStream {
 public:
-    // Throws Failure (Usage, Refused) for a path that is plain to be refused, before work is done
-    // in vain.
+    // Throws Failure (Usage, Refused) for a path that is certain to be refused, so that no work is
+    // wasted: a member, a folder, a device or a pipe, a read-only file, without `replace` any file.
     static void Check(const std::string& path, bool replace);
 
     // Without `replace` nothing that exists is replaced, also not what comes while this is written.

@@ -60,7 +60,7 @@ std::size_t CountTags(const Vorn::OCSChunk& root) {
 
 std::string Counted(std::size_t count, const std::string& what) {
     const std::string plural = what.ends_with("s") ? "es" : "s";
-    return (count == 0 ? "no" : std::to_string(count)) + " " + what + (count == 1 ? "" : plural);
+    return (count == 0 ? "no" : GroupedDigits(count)) + " " + what + (count == 1 ? "" : plural);
 }
 
 bool SameInAnyCase(std::string_view a, std::string_view b) {
@@ -148,6 +148,7 @@ ExitCode TagCheck(const Invocation& invocation) {
         Vorn::TBuffer nowhere(block);
         (void)Vorn::WriteChunkFile(*file.root, nowhere, &report);
     }
+    report.Finish();
     std::cout << input << ": " << (isText ? "text form, " : "binary form, ")
               << Counted(CountTags(*file.root), "tag") << ", "
               << Counted(report.Problems(), "warning") << ", " << Counted(report.Losses(), "loss")

@@ -31,6 +31,19 @@ TagForm FormOfContent(const Bytes& bytes) {
     return binary ? TagForm::Binary : TagForm::Text;
 }
 
+// An archive begins with the mark and its first chunk. Read as text it would be one long riddle.
+void RefuseArchive(const std::string& name, const Bytes& bytes) {
+    constexpr std::string_view kStart = "ARCHINFO";
+    const auto byteOf = [](char c) { return static_cast<std::byte>(c); };
+    if (bytes.size() < kStart.size() ||
+        !std::equal(kStart.begin(), kStart.end(), bytes.begin(),
+                    [&](char c, std::byte byte) { return byteOf(c) == byte; })) {
+        return;
+    }
+    Refuse("'" + name + "' is an archive; name one of its members" +
+           (Vorn::HasExtension(name, "va") ? ": " + name + ":member/path" : ""));
+}
+
 Vorn::OCSChunkRef ReadText(Vorn::TStream& stream, Vorn::TagObserver& observer) {
     Vorn::OCSChunkRef root = Vorn::NewTag(Vorn::kTagContainer);
     observer.OnTag(*root, {.offset = 0, .line = 1, .column = 1});
@@ -48,6 +61,7 @@ Vorn::OCSChunkRef ReadBinary(Vorn::TStream& stream, Vorn::TagObserver& observer)
 
 TagFile ReadTagFile(const std::string& name, Vorn::TagObserver& observer) {
     const Bytes bytes = ReadInput(name);
+    RefuseArchive(name, bytes);
     Vorn::TBufferBlock block{std::span(bytes)};
     Vorn::TBuffer stream(block);
     const TagForm form = FormOfEnding(name).value_or(FormOfContent(bytes));

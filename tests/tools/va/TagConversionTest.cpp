@@ -44,6 +44,8 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
         {"tag check Town.va:trains", 9, "has no member"},
         {"tag check Village.va:a.txt", 9, "there is no archive 'Village.va'"},
         {"tag check none.va:a.txt", 2, "'none.va' is not an archive"},
+        {"tag check Town.va", 2,
+         "'Town.va' is an archive; name one of its members: Town.va:member/path"},
         {"tag check none.txt", 9, "there is no file 'none.txt'"},
         {"tag check .", 2, "cannot read '.'"},
         {"tag to-binary Torn.va:a.txt a.chump", 2, "the member 'a.txt' in 'Torn.va' is damaged"},
@@ -71,6 +73,51 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
     EXPECT_EQ(folder_.Read("target.txt"), "theirs");
     EXPECT_EQ(folder_.Read("in.chump"), kSeven);
     EXPECT_EQ(Names(), "folder.txt in.chump link.txt out.txt target.txt ");
+}
+
+TEST_F(VaConversion, WhatReplacesAFileKeepsItsPermissions) {
+    const auto modeOf = [&](const char* name) {
+        return static_cast<unsigned>(fs::status(folder_.Path(name)).permissions());
+    };
+    folder_.Write("in.txt", "a 7\n");
+    folder_.Write("private.chump", "mine", fs::perms{0600});
+    folder_.Write("shared.chump", "ours", fs::perms{0664});
+    folder_.Write("fixed.chump", "theirs", fs::perms{0444});
+    ASSERT_EQ(Shell("mkfifo " + folder_.Path("pipe.chump")), 0);
+    fs::create_symlink("private.chump", folder_.Path("link.chump"));
+    for (const auto& [name, code, mode, told] : Table<std::string, int, unsigned, const char*>{
+             {"private.chump", 0, 0600, ""},
+             {"shared.chump", 0, 0664, ""},
+             {"new.chump", 0, 0640, ""},
+             {"link.chump", 0, 0640, ""},  // the link goes, what it leads to stays
+             {"fixed.chump", 2, 0444, "'fixed.chump' is read-only and stays as it is"},
+             {"pipe.chump", 2, 0644, "'pipe.chump' is a device or a pipe"}}) {
+        SCOPED_TRACE(name);
+        const Outcome run = Va("tag to-binary --force in.txt " + name, "umask 027;");
+        EXPECT_EQ(run.exitCode, code);
+        EXPECT_THAT(run.err, HasSubstr(told));
+        EXPECT_EQ(modeOf(name.c_str()), mode);
+        EXPECT_EQ(folder_.Read(code == 0 ? name : "in.txt"), code == 0 ? kSeven : "a 7\n");
+    }
+    EXPECT_EQ(folder_.Read("fixed.chump"), "theirs");
+    EXPECT_TRUE(fs::is_fifo(folder_.Path("pipe.chump")));
+}
+
+// Read by anybody, even for a moment, it would be no secret.
+TEST_F(VaConversion, APrivateFileIsReplacedByOneThatWasNeverReadable) {
+    folder_.Write("in.txt", "a 7\n");
+    folder_.Write("out.chump", "mine", fs::perms{0600});
+    const std::string trace = folder_.Path("trace");
+    if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
+        GTEST_SKIP() << "a traced run is needed";
+    }
+    ASSERT_EQ(Shell("cd " + folder_.Path() + "; strace -o " + trace +
+                    " -e chmod,fchmod,fchmodat,write,pwrite64 " VA
+                    " tag to-binary --force in.txt out.chump"),
+              0);
+    const std::string calls = folder_.Read("trace");
+    EXPECT_THAT(calls, HasSubstr("OCS$"));
+    EXPECT_LT(calls.find("0600"), calls.find("OCS$")) << calls;
 }
 
 TEST_F(VaConversion, AFileThatCannotBeWrittenToItsEndIsNotThere) {

@@ -28,6 +28,51 @@ TEST_F(VaReading, CheckNamesThePlaceOfWhatItFinds) {
     }
 }
 
+TEST_F(VaReading, TwentyFindingsOfAKindAreShownAndTheOthersCounted) {
+    std::string text = "Pi 3\n";
+    for (int i = 0; i < 5000; ++i) text += "mass 99999999999\n";
+    const std::string fault = "the number does not fit; the nearest one is taken: ";
+    std::string expected = "a.txt:1:1: loss: capital letters of the name become small ones: Pi\n";
+    for (int i = 2; i < 22; ++i) {
+        expected += "a.txt:" + std::to_string(i) + ":6: warning: " + fault + "mass\n";
+    }
+    expected += "a.txt: warning: " + fault + "and 4,980 more\n";
+    folder_.Write("a.txt", text);
+    EXPECT_EQ(
+        Va("tag check a.txt").out,
+        expected + "a.txt: text form, 5,001 tags, 5,000 warnings, 1 loss in the binary form\n");
+    EXPECT_EQ(Va("tag to-binary a.txt a.chump").err, expected);
+
+    // What ends the run comes last.
+    text.clear();
+    for (int i = 0; i < 1021; ++i) text += std::string(300, 'n') + " 1\n";
+    folder_.Write("b.txt", text);
+    const std::string err = Va("tag to-binary b.txt b.chump").err;
+    EXPECT_THAT(err, HasSubstr("\nb.txt: loss: the name has more than 254 bytes: and 1,001 more\n"
+                               "va: 'b.chump' is not written"));
+}
+
+// Lines of several runs into one log do not mix: each is one write.
+TEST_F(VaReading, AFindingIsOneWrite) {
+    if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
+        GTEST_SKIP() << "a traced run is needed";
+    }
+    folder_.Write("a.txt", "Pi 3.14159265\nmass 99999999999\nTwo 2\n");
+    for (const char* words : {"check a.txt", "to-binary a.txt a.chump"}) {
+        SCOPED_TRACE(words);
+        EXPECT_EQ(Shell("cd " + folder_.Path() + "; strace -o trace -e write -s 1000 " VA " tag " +
+                        words + " >log 2>&1"),
+                  1);
+        const std::string trace = folder_.Read("trace");
+        int lines = 0;
+        for (std::size_t at = 0; (at = trace.find(", \"a.txt:", at)) != trace.npos; ++at) {
+            EXPECT_EQ(trace.find("\\n", at), trace.find("\", ", at + 3) - 2) << trace;
+            ++lines;
+        }
+        EXPECT_EQ(lines, words == "check a.txt"s ? 5 : 4) << trace;
+    }
+}
+
 TEST_F(VaReading, PrintShowsEveryValueExactly) {
     folder_.Write("a.chump",
                   ChunkFile(Record("Int", 1, "\1\0\0\0\xFE\xFF\xFF\xFF"s) +
