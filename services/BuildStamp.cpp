@@ -1,7 +1,10 @@
 #include "services/BuildStamp.h"
 
 // What a build without a stamp says.
-#ifndef VORN_STAMP_VERSION
+#ifdef VORN_STAMP_VERSION
+#define VORN_HAS_STAMP true
+#else
+#define VORN_HAS_STAMP false
 #define VORN_STAMP_VERSION "RRRRR.RR"
 #endif
 #ifndef VORN_STAMP_NUMBER
@@ -16,6 +19,8 @@ namespace Vorn {
 std::string BuildStamp() {
     return "Vorn v" VORN_STAMP_VERSION " Build " VORN_STAMP_NUMBER "." VORN_STAMP_SUFFIX;
 }
+
+bool HasBuildStamp() { return VORN_HAS_STAMP; }
 
 const char* BuildDate() { return __DATE__; }
 

@@ -9,6 +9,9 @@ namespace Vorn {
 // "Vorn v<version> Build <number>.<suffix>".
 [[nodiscard]] std::string BuildStamp();
 
+// False in a build without a stamp, whose texts are fixed placeholders.
+[[nodiscard]] bool HasBuildStamp();
+
 // When the program was built: "Jul 14 2026" and "09:30:00".
 [[nodiscard]] const char* BuildDate();
 [[nodiscard]] const char* BuildTime();

@@ -90,7 +90,9 @@ ExitCode RunHelp(const Invocation& invocation) {
 }
 
 ExitCode RunVersion(const Invocation&) {
-    std::cout << "va " VA_VERSION " (" << Vorn::BuildStamp() << ")\n";
+    std::cout << "va " VA_VERSION " (";
+    if (Vorn::HasBuildStamp()) std::cout << Vorn::BuildStamp() << ", ";
+    std::cout << "built " << Vorn::BuildDate() << ' ' << Vorn::BuildTime() << ")\n";
     return ExitCode::Done;
 }
 

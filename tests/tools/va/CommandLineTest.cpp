@@ -40,7 +40,7 @@ TEST_F(VaCommandLine, HelpExplainsEveryCommand) {
     ExpectAnswers({{"help tag", 0, "tag: asset"},
                    {"tag --help", 0, "tag: asset"},
                    {"frobnicate --help", 7, "there is no command 'frobnicate'"},
-                   {"--version", 0, "va 1."}});
+                   {"--version", 0, "va " VA_VERSION " (built "}});
     const Outcome full = Va("help >/dev/full");
     EXPECT_EQ(full.exitCode, 2);
     EXPECT_THAT(full.err, HasSubstr("standard output cannot be written"));
