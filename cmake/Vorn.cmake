@@ -6,8 +6,10 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+option(VORN_WARNINGS "Compile with many warnings, as errors" ${PROJECT_IS_TOP_LEVEL})
+
 find_program(VORN_CCACHE ccache)
-if(VORN_CCACHE)
+if(VORN_CCACHE AND PROJECT_IS_TOP_LEVEL)
   # Without this a source that uses the tests' precompiled header is never cached.
   set(CMAKE_CXX_COMPILER_LAUNCHER
     "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${VORN_CCACHE}")
@@ -19,19 +21,27 @@ set(VORN_DIST_DIR "${PROJECT_BINARY_DIR}/dist")
 set(VORN_PROGRAM_SUBDIR "VAConverter/bin")
 set(VORN_DIFF_TOOL_SUBDIR "tools/NorvanePatch/bin")
 
+# What a target that includes our headers needs.
+add_library(vorn_headers INTERFACE)
+target_include_directories(vorn_headers INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_features(vorn_headers INTERFACE cxx_std_20)
+
+# What our own sources are compiled with: linked PRIVATE, so that it reaches nobody else.
 add_library(vorn_flags INTERFACE)
-target_include_directories(vorn_flags INTERFACE "${PROJECT_SOURCE_DIR}")
-# GCC 12 sees overlapping copies in the joining of two std::strings where there are none.
-target_compile_options(vorn_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
-  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+target_link_libraries(vorn_flags INTERFACE vorn_headers)
+if(VORN_WARNINGS)
+  # GCC 12 gives false -Wrestrict warnings for the concatenation of std::strings.
+  target_compile_options(vorn_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+endif()
 
 # vorn_library(name SOURCES a.cpp ... LINKS lower ...)
 function(vorn_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  target_link_libraries(${name} PUBLIC vorn_flags ${ARG_LINKS})
+  target_link_libraries(${name} PUBLIC vorn_headers ${ARG_LINKS} PRIVATE vorn_flags)
 endfunction()
 
 # vorn_program(name SUBDIR place SOURCES a.cpp ... LINKS lower ...)

@@ -1,0 +1,3 @@
+#include "assetdata/KUID.h"
+
+int main() { return Vorn::KUID().IsNull() ? 0 : 1; }
