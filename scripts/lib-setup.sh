@@ -42,6 +42,18 @@ install_missing() {
         fail "Could not install ${missing[*]}"
 }
 
+# write_log LOG: copies standard input there, and shows its last line once a minute, so that a person
+# sees that the work goes on, and how far it is.
+write_log() {
+    local line next=$((SECONDS + 60))
+    while IFS= read -r line; do
+        printf '%s\n' "$line"
+        ((SECONDS < next)) && continue
+        next=$((SECONDS + 60))
+        printf '  %s\n' "${line:0:110}" >&2
+    done >"$1"
+}
+
 # build_preset PRESET [TARGET...]: configures and builds, and shows the log only when that fails.
 build_preset() {
     local preset=$1 log=build/$1/build.log
@@ -49,7 +61,7 @@ build_preset() {
     mkdir -p "build/$preset"
     echo "Building ($preset); the log is $log"
     if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${1:+--target "$@"}; } \
-        >"$log" 2>&1 </dev/null; then
+        2>&1 </dev/null | write_log "$log"; then
         tail -n 60 "$log" >&2
         fail "The build failed; all of its log is in $log"
     fi

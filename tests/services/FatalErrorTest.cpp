@@ -47,6 +47,9 @@ const Exception kError("kernel/Some", 12, "It broke");
 class FatalError : public LogFixture {
 protected:
     void TearDown() override { dialogs.answer = nullptr; }
+
+    [[noreturn]] void ExpectTerminating(const std::function<DialogResult()>& answer,
+                                        const char* box);
 };
 
 TEST_F(FatalError, SaysWhereWhatAndWhyAndEndsTheLogWithIt) {
@@ -109,7 +112,7 @@ TEST_F(FatalError, OfAThreadIsAKernelExceptionOnly) {
 
 // Ends the process with 0 when the process counts as terminating after such an answer: a new
 // thread's function is not called and no other window shows.
-[[noreturn]] void ExpectTerminating(const std::function<DialogResult()>& answer, const char* box) {
+void FatalError::ExpectTerminating(const std::function<DialogResult()>& answer, const char* box) {
     dialogs.answer = answer;
     ShowFatalError(kError);
     const int shown = dialogs.calls;
@@ -120,6 +123,8 @@ TEST_F(FatalError, OfAThreadIsAKernelExceptionOnly) {
     const bool ended = thread.Wait(-1) && thread.GetExitCode(code) && !thread.IsRunning();
     ShowFatalError(kError);
     const bool quiet = ended && code == 0 && !called && dialogs.calls == shown;
+    // The fixture's destructor does not run, and this process has a folder of its own.
+    fs::remove_all(folder_.Path());
     std::_Exit(quiet && IsTerminating() && dialogs.errorBox == box ? 0 : 1);
 }
 
