@@ -41,23 +41,15 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
     return true;
 }
 
-[[nodiscard]] bool WriteCompressedCopy(const char* path, const char* copy) {
+[[nodiscard]] bool WriteStreamOf(const char* path, platform::FileHandle& out) {
     platform::FileHandle plain;
     if (!plain.Open(path, platform::Access::Read, platform::Creation::OpenExisting,
                     platform::Share::DenyWrite)) {
         return false;
     }
     const std::int64_t length = plain.Length();
-    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) return false;
-
-    platform::FileHandle out;
-    if (!out.Open(copy, platform::Access::Write, platform::Creation::CreateOrTruncate,
-                  platform::Share::DenyAll)) {
-        return false;
-    }
-    platform::SetHidden(copy, true);
-    const bool written = WriteStream(plain, static_cast<std::uint32_t>(length), out);
-    return out.Close() && written;
+    return length >= 0 && static_cast<std::uint64_t>(length) <= kMaxArchiveSize &&
+           WriteStream(plain, static_cast<std::uint32_t>(length), out);
 }
 
 [[nodiscard]] bool CopyFile(const char* from, const char* to) {
@@ -114,16 +106,16 @@ std::span<const std::byte> EncodeBlock(BlockBuffer& block, std::span<const std::
 }
 
 bool CompressFileInPlace(const char* path) {
-    const TemporaryName temporary = MakeTemporaryName();
-    if (!WriteCompressedCopy(path, temporary.data())) {
-        (void)platform::RemoveFile(temporary.data());
+    platform::FileHandle out;
+    const std::string temporary = CreateTemporaryFile("", out);
+    if (temporary.empty()) return false;
+    platform::SetHidden(temporary.c_str(), true);
+    const bool written = WriteStreamOf(path, out);
+    if (!out.Close() || !written || !platform::RemoveFile(path)) {
+        (void)platform::RemoveFile(temporary.c_str());
         return false;
     }
-    if (!platform::RemoveFile(path)) {
-        (void)platform::RemoveFile(temporary.data());
-        return false;
-    }
-    if (!MoveFile(temporary.data(), path)) return false;
+    if (!MoveFile(temporary.c_str(), path)) return false;
     platform::SetHidden(path, false);
     return true;
 }
@@ -133,6 +125,20 @@ TemporaryName MakeTemporaryName() {
     std::snprintf(name.data(), name.size(), "%08X.T%08X", platform::CurrentProcessId(),
                   temporaryNameCounter.fetch_add(1));
     return name;
+}
+
+// The names can be guessed: nothing that is there already, a link least of all, is written to.
+std::string CreateTemporaryFile(const std::string& folder, platform::FileHandle& file) {
+    constexpr int kMostTries = 100;
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        std::string path = folder + MakeTemporaryName().data();
+        if (file.Open(path.c_str(), platform::Access::Write, platform::Creation::CreateNew,
+                      platform::Share::DenyAll)) {
+            return path;
+        }
+        if (platform::GetEntryKind(path.c_str()) == platform::EntryKind::None) break;
+    }
+    return {};
 }
 
 }  // namespace Vorn

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
+
+#include "platform/Files.h"
 
 namespace Vorn {
 
@@ -48,5 +51,10 @@ struct BlockHeader {
 // identifier and a counter that starts at 0. Any thread.
 using TemporaryName = std::array<char, 20>;
 [[nodiscard]] TemporaryName MakeTemporaryName();
+
+// Creates a file of such a name, which nothing had, in `folder` ("" or ending in a separator), and
+// opens it for writing. Its path; empty when that cannot be done.
+[[nodiscard]] std::string CreateTemporaryFile(const std::string& folder,
+                                              platform::FileHandle& file);
 
 }  // namespace Vorn

@@ -1,4 +1,7 @@
+#include <cstdio>
 #include "KernelStandard/WholeFile.h"
+
+#include "KernelStandard/CompressedStream.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -152,6 +155,22 @@ TEST_F(FileReadWrite, DamageIsToldFromTheEnd) {
             EXPECT_TRUE(file_.Close());
         }
     }
+}
+
+TEST_F(FileReadWrite, CompressedWritingFollowsNoLinkUnderItsTemporaryName) {
+    folder.Write("victim", "kept");
+    const std::string used = MakeTemporaryName().data();
+    const std::size_t mark = used.find('T') + 1;
+    const unsigned long next = std::stoul(used.substr(mark), nullptr, 16) + 1;
+    for (unsigned long n = next; n < next + 5; ++n) {
+        std::array<char, 9> digits{};
+        std::snprintf(digits.data(), digits.size(), "%08lX", n);
+        fs::create_symlink("victim", used.substr(0, mark) + digits.data());
+    }
+    EXPECT_TRUE(Store("f", Prose(30000), kWriteCompressed));
+    EXPECT_EQ(Contents("f", kReadCompressed), Prose(30000));
+    EXPECT_EQ(folder.Read("victim"), "kept");
+    EXPECT_EQ(NamesOf("*.T????????").size(), 5U);
 }
 
 TEST_F(FileReadWrite, CompressedWritingKeepsTheContent) {
