@@ -1,7 +1,7 @@
 #include <cstdio>
-#include "KernelStandard/WholeFile.h"
 
 #include "KernelStandard/CompressedStream.h"
+#include "KernelStandard/WholeFile.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {

@@ -8,7 +8,7 @@
 namespace Vorn {
 
 bool ArgumentFile::Open(const char* name) try {
-    if (file_.Open(name, kReadDetect) != RES_OK) return false;
+    if (file_.Open(InternedString(), name, kReadDetect) != RES_OK) return false;
     (void)file_.Size();  // throws for a file of 4 GiB or more
     DetectEncoding();
     return true;

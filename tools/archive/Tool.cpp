@@ -16,7 +16,7 @@ const InternedString searchMount = Intern(kTargetMountName);
 
 }  // namespace
 
-Tool::Tool() = default;
+Tool::Tool(std::string_view switches) : switches_("krvpxs" + std::string(switches)) {}
 
 Tool::~Tool() = default;
 
@@ -112,6 +112,10 @@ void Tool::ParseSwitches(ToolCommand& command) {
 
 void Tool::ReportProblem(const std::string& text) {
     NoteFailure();
+    Warn(text);
+}
+
+void Tool::Warn(const std::string& text) const {
     std::fflush(stdout);
     std::fprintf(stderr, "%s: %s\n", appName_.Text(), text.c_str());
 }

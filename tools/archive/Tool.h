@@ -47,7 +47,9 @@ public:
     static constexpr std::uint32_t kExpectTarget = 2;
     static constexpr std::uint32_t kSearchTarget = 4;  // not for the command word "a"
 
-    Tool();
+    // `switches`: the letters that the derived tool takes beside those of this class. Others are
+    // named on standard error and change nothing.
+    explicit Tool(std::string_view switches = {});
     Tool(const Tool&) = delete;
     Tool& operator=(const Tool&) = delete;
 
@@ -74,6 +76,8 @@ protected:
     void NoteFailure() { anyFailed_ = true; }
     // The same, with a line on standard error.
     void ReportProblem(const std::string& text);
+    // A line on standard error alone.
+    void Warn(const std::string& text) const;
     void CheckReadable(const TargetMount& mount, const String& target);
 
 private:
@@ -101,6 +105,9 @@ private:
     void ReportLeftOut(const std::string& path, const std::string& why);
     void ReportPassedOver(const Wanted& wanted, const Listing& listing);
 
+    [[nodiscard]] bool KnowsSwitch(std::string_view token) const;
+
+    const std::string switches_;
     const char* commandLine_ = nullptr;
     bool usageShown_ = false;
     std::unique_ptr<KernelOptions> options_;

@@ -1,9 +1,10 @@
 // Taking a command line apart, and running the lines of argument files.
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <iterator>
 #include <string_view>
 
+#include "services/OptionList.h"
 #include "tools/archive/ArgumentFile.h"
 #include "tools/archive/SplitQuoted.h"
 #include "tools/archive/Tool.h"
@@ -13,11 +14,10 @@ namespace {
 
 constexpr std::size_t kMostNestedFiles = 64;
 
-// What File::Open makes of a path when nothing is mounted: a prefix is dropped.
-[[nodiscard]] const char* PlainPath(const char* path) {
-    const char* colon = std::strchr(path, ':');
-    return colon == nullptr || colon - path < 2 ? path : colon + 1;
-}
+// The options of the kernel, which come in the same line.
+constexpr std::string_view kKernelOptions[] = {
+    "logfile",  "logflush",   "logdisplaymodulename", "redirect",       "render",
+    "windowed", "hidewindow", "resourcecaching",      "resourcememory", "resourcebinmaxdeleted"};
 
 }  // namespace
 
@@ -28,7 +28,11 @@ bool Tool::ParseCommandLine(ToolCommand& command, const char* line) {
     for (; next < command.tokens.size(); ++next) {
         const String token = command.tokens[next];
         if (token.Text()[0] == '-') {
-            if (token.Length() > 1) command.TakeSwitch(token.View());
+            if (token.Length() == 1) continue;
+            if (!KnowsSwitch(token.View())) {
+                Warn(std::string("there is no switch ") + token.Text() + "; --help shows them");
+            }
+            command.TakeSwitch(token.View());
         } else if (token.Text()[0] == '@') {
             result = ProcessArgumentFile(command, token.Text() + 1) && result;
         } else if (command.expectCommand) {
@@ -48,6 +52,15 @@ bool Tool::ParseCommandLine(ToolCommand& command, const char* line) {
     return result;
 }
 
+bool Tool::KnowsSwitch(std::string_view token) const {
+    if (switches_.find(token[1]) != std::string::npos) return true;
+    OptionList options;
+    ParseOptions(options, token);
+    return std::ranges::all_of(options, [&](const Option& option) {
+        return std::ranges::find(kKernelOptions, option.name.View()) != std::end(kKernelOptions);
+    });
+}
+
 bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
     const auto file = std::make_unique<ArgumentFile>();  // many may be nested
     if (!MayNest(fileName) || !file->Open(fileName)) {
@@ -55,7 +68,7 @@ bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
         NoteFailure();
         return true;
     }
-    argumentFiles_.emplace_back(PlainPath(fileName));
+    argumentFiles_.emplace_back(fileName);
     const bool result = RunLines(command, *file, fileName);
     argumentFiles_.pop_back();
     return result;
@@ -64,7 +77,7 @@ bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
 bool Tool::MayNest(const char* fileName) const {
     return argumentFiles_.size() < kMostNestedFiles &&
            std::ranges::none_of(argumentFiles_, [&](const std::string& open) {
-               return platform::IsSameFile(open.c_str(), PlainPath(fileName));
+               return platform::IsSameFile(open.c_str(), fileName);
            });
 }
 

@@ -43,7 +43,7 @@ private:
 
 VArchive* VArchive::ProgressScope::reporting_ = nullptr;
 
-VArchive::VArchive() = default;
+VArchive::VArchive() : Tool("cnP") {}
 
 VArchive::~VArchive() = default;
 

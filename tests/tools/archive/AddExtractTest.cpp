@@ -82,6 +82,16 @@ TEST_F(AddExtract, SwitchesDecideWhereMembersGo) {
     fs::current_path("..");
 }
 
+TEST_F(AddExtract, AnUnknownSwitchIsNamedAndChangesNothing) {
+    folder.Write("a.txt", "1");
+    const Outcome outcome = Run("-z -P -quick -LogFlush -k a x.va a.txt");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.problems,
+              "VArchive: there is no switch -z; --help shows them\n"
+              "VArchive: there is no switch -quick; --help shows them\n");
+    EXPECT_EQ(Run("-k a y.va a.txt").printed, outcome.printed);
+}
+
 TEST_F(AddExtract, CompressionStartsAbove1024Bytes) {
     Write({{"1024", Prose(1'024)}, {"1025", Prose(1'025)}});
     Do("-c -sbuildversion=12x -sproductcode=34 a x.va 1024 1025");
