@@ -216,6 +216,11 @@ bool File::Close() {
     return good;
 }
 
+void File::Abandon() {
+    writeFailed_ = true;
+    (void)Close();
+}
+
 std::uint32_t File::Size() {
     if (!size_) {
         const std::int64_t length = IsOpen() ? handle_->Length() : -1;

@@ -65,6 +65,10 @@ public:
     // file then stays uncompressed, and an archive keeps no half-written member.
     bool Close();
 
+    // Closes a new member without adding it to its archive: what had its name stays. Another file
+    // is closed as it is.
+    void Abandon();
+
     [[nodiscard]] bool IsOpen() const { return handle_ != nullptr; }
 
     // Whole elements read or written; `count` of them, `elementSize` bytes each.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "KernelStandard/File.h"
 #include "kernel/Paths.h"
 #include "platform/Directories.h"
 
@@ -15,6 +14,15 @@ constexpr const char* kCannotWrite = "Cannot open output file";
 [[nodiscard]] bool IsFolder(const char* path) {
     platform::FileStatus status;
     return platform::GetStatus(path, status) && status.IsDirectory();
+}
+
+// Makes the folder and those above it that are missing.
+[[nodiscard]] bool MakeFolders(const std::string& path) {
+    if (IsFolder(path.c_str())) return true;
+    const std::size_t above = path.rfind('/');
+    if (above != std::string::npos && above > 0 && !MakeFolders(path.substr(0, above)))
+        return false;
+    return platform::MakeDirectory(path.c_str()) || IsFolder(path.c_str());
 }
 
 }  // namespace
@@ -72,7 +80,6 @@ const char* Destination::Prepare(std::string_view path, std::string& prepared) {
 
     const std::size_t length = folded.components.size();
     prepared = folded.Text(length);
-    if (prepared.find(':', 2) != std::string::npos) return kCannotWrite;  // a mount's name
     if (entered_.contains(folded.Text(length - 1))) return nullptr;
     const std::size_t start = above->components.size();
     const std::string named = above->Text(start);
@@ -83,8 +90,11 @@ const char* Destination::Prepare(std::string_view path, std::string& prepared) {
 }
 
 const char* Destination::CheckExisting(const std::string& prepared) const {
+    using platform::EntryKind;
     const Folded* above = NamedAbove(Folded(prepared));
-    const bool link = platform::GetEntryKind(prepared.c_str()) == platform::EntryKind::Link;
+    const EntryKind kind = platform::GetEntryKind(prepared.c_str());
+    if (kind == EntryKind::Directory || kind == EntryKind::Other) return kCannotWrite;
+    const bool link = kind == EntryKind::Link;
     if (above == nullptr || (link && LeadsOut(above->Text(above->components.size()), prepared))) {
         return kLeavesFolder;
     }
@@ -97,7 +107,7 @@ const char* Destination::CheckExisting(const std::string& prepared) const {
 const char* Destination::EnterFolder(const std::string& named, const std::string& folder) {
     if (entered_.contains(folder)) return nullptr;
     if (folder == named) {
-        if (!IsFolder(folder.c_str()) && !File::MakePath(folder.c_str())) return kCannotWrite;
+        if (!MakeFolders(folder)) return kCannotWrite;
     } else if (platform::GetEntryKind(folder.c_str()) == platform::EntryKind::Link) {
         if (LeadsOut(named, folder)) return kLeavesFolder;
     } else if (!platform::MakeDirectory(folder.c_str()) && !IsFolder(folder.c_str())) {

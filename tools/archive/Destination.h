@@ -20,8 +20,9 @@ public:
     // drive or mount prefix, or through a link on the way; nothing is made for it then.
     [[nodiscard]] const char* Prepare(std::string_view path, std::string& prepared);
 
-    // Whether what stands at a prepared path may be written over. Null, or why not: it is a link
-    // that leads out, or the source. A path at which nothing stands needs no such question.
+    // Whether what stands at a prepared path may be replaced. Null, or why not: it is a folder, a
+    // device, a link that leads out, or the source. A path at which nothing stands needs no such
+    // question.
     [[nodiscard]] const char* CheckExisting(const std::string& prepared) const;
 
 private:

@@ -9,10 +9,12 @@
 // - A member without content has the ratio 100.
 // - A file that begins like a compressed stream is added byte for byte, compressed also without -c:
 //   stored plain it would be read as what the stream holds.
-// - A file that gives less than its size is added as far as it goes, and reported; one of 4 GiB is
-//   refused before the archive is touched.
+// - A file that gives less than its size is reported and not added: a member of its name stays. One
+//   of 4 GiB is refused before the archive is touched.
 // - e reports content whose check sum is not the member's; the file stays. A sum of 0 is none, for
 //   some writers make none.
+// - e writes a file beside its place and then renames it: what cannot be written whole leaves what
+//   was there, or nothing. Neither a link nor another name of what was there is written through.
 // - e writes below the current folder or the one that -p and -n name, and nowhere else. It makes a
 //   folder only for a member that it can read.
 // - One process at a time adds to an archive: another one waits for it for 30 seconds, and then
@@ -72,11 +74,11 @@ private:
     [[nodiscard]] const char* CopyIn(const ToolFileRecord& record, bool keepPaths, File& source,
                                      File& member);
     [[nodiscard]] const char* CopyOut(const ToolCommand& command, const ToolFileRecord& record,
-                                      File& member, File& file);
+                                      File& member);
     [[nodiscard]] const char* PrintBlocks(File& file, const char* path);
     // Through the buffer; `report` shows the bytes done.
-    template <typename Report>
-    [[nodiscard]] const char* Copy(File& from, File& to, std::uint32_t size, Crc32* sum,
+    template <typename Output, typename Report>
+    [[nodiscard]] const char* Copy(File& from, Output& to, std::uint32_t size, Crc32* sum,
                                    const Report& report);
 
     // Runs `work` and prints as the file's error what it gives or throws. Whether all went well.

@@ -8,6 +8,7 @@
 #include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
+#include "tools/archive/OutputFile.h"
 #include "tools/archive/TargetMount.h"
 #include "tools/archive/VArchive.h"
 
@@ -59,8 +60,8 @@ const InternedString toolMount = Intern(kTargetMountName);
 
 }  // namespace
 
-template <typename Report>
-const char* VArchive::Copy(File& from, File& to, std::uint32_t size, Crc32* sum,
+template <typename Output, typename Report>
+const char* VArchive::Copy(File& from, Output& to, std::uint32_t size, Crc32* sum,
                            const Report& report) {
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t wanted = std::min(size - done, kCopyBuffer);
@@ -98,7 +99,9 @@ void VArchive::AddFile(const ToolCommand& command, const ToolFileRecord& record)
     const bool copied =
         Attempt("\n", [&] { return CopyIn(record, command.keepPaths, source, member); });
     source.Close();
-    if (!member.Close() && copied) {
+    if (!copied) {
+        member.Abandon();
+    } else if (!member.Close()) {
         PrintError(mount_->WasFull() ? "Archive would pass 4 GiB" : kCannotWriteOutput, "\n");
     }
     FinishFile();
@@ -111,11 +114,13 @@ const char* VArchive::CopyIn(const ToolFileRecord& record, bool keepPaths, File&
     const std::uint32_t size = record.entry.size;
     std::printf("Add: %5uk      /%5uk .. %-50.50s ", 0U, record.entry.storedSize >> 10,
                 name.c_str());
-    if (source.Open(path.c_str(), kReadDetect) != RES_OK) return kCannotOpenInput;
+    // A path of the file system, whatever it holds.
+    const InternedString noMount;
+    if (source.Open(noMount, path.c_str(), kReadDetect) != RES_OK) return kCannotOpenInput;
     const bool isStream = source.ReadKind() == kReadCompressed;
     if (isStream) {
         source.Close();
-        if (source.Open(path.c_str(), kReadPlain) != RES_OK) return kCannotOpenInput;
+        if (source.Open(noMount, path.c_str(), kReadPlain) != RES_OK) return kCannotOpenInput;
     }
     if (!HasSize(source)) return "Input file has 4 GiB or more";
     const bool compress = isStream || (compress_ && size > kLargestPlainMember);
@@ -132,15 +137,13 @@ const char* VArchive::CopyIn(const ToolFileRecord& record, bool keepPaths, File&
 
 void VArchive::ExtractFile(const ToolCommand& command, const ToolFileRecord& record) {
     File member;
-    File file;
-    const bool copied = Attempt("", [&] { return CopyOut(command, record, member, file); });
+    Attempt("", [&] { return CopyOut(command, record, member); });
     member.Close();
-    if (!file.Close() && copied) PrintError(kCannotWriteOutput, "");
     FinishFile();
 }
 
 const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& record,
-                              File& member, File& file) {
+                              File& member) {
     const FindEntry& entry = record.entry;
     PathBuffer path;
     if (prefixGiven_) {
@@ -161,13 +164,8 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     std::string prepared;
     if (!destination_) destination_.emplace(NamedFolders(command), command.target.Text());
     if (const char* problem = destination_->Prepare(path.View(), prepared)) return problem;
-    // A file that was not there needs no look at what it would replace.
-    if (file.Open(prepared.c_str(), kCreateNew | kWritePlain) != RES_OK) {
-        if (const char* problem = destination_->CheckExisting(prepared)) return problem;
-        if (file.Open(prepared.c_str(), kCreateOrTruncate | kWritePlain) != RES_OK) {
-            return kCannotOpenOutput;
-        }
-    }
+    OutputFile file;
+    if (!file.Open(prepared)) return kCannotOpenOutput;
     if (member.Size() != entry.size) {
         ReportProblem(std::string("not the size that is listed: ") + memberPath.c_str());
     }
@@ -179,7 +177,12 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     if (problem == nullptr && entry.crc != 0 && sum.Value() != entry.crc) {
         ReportProblem(std::string("damaged, its check sum is another one: ") + memberPath.c_str());
     }
-    return problem;
+    if (problem != nullptr) return problem;
+    if (!file.Finish()) return kCannotWriteOutput;
+    // Where nothing was, there is no need to look at what would be replaced.
+    if (file.Place()) return nullptr;
+    problem = destination_->CheckExisting(prepared);
+    return problem != nullptr || file.Replace() ? problem : kCannotOpenOutput;
 }
 
 // -p takes part twice in a destination; with ".." in it the two may be different folders.

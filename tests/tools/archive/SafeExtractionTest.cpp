@@ -75,6 +75,37 @@ TEST_F(SafeExtraction, LinksThatStayInsideAreFollowedAndANamedFolderMayBeAnywher
     EXPECT_EQ(Outside().size(), outside_.size() + 1);
 }
 
+TEST_F(SafeExtraction, WhatIsThereIsReplacedAndNotWrittenThrough) {
+    fs::create_hard_link("away/kept", "work/twin");
+    fs::create_symlink("here/kept", "work/near");
+    folder.Write("work/x.va", RawArchive({{"twin", "1"}, {"near", "2"}}));
+    outside_ = Outside();
+    EXPECT_EQ(RunAtWork("e x.va").exitCode, 0);
+    EXPECT_TRUE(Outside() == outside_);
+    EXPECT_EQ(folder.Read("work/twin") + folder.Read("work/near"), "12");
+    EXPECT_EQ(folder.Read("work/here/kept"), "kept");
+    fs::permissions("work/twin", fs::perms::owner_all);
+    EXPECT_EQ(RunAtWork("e x.va").exitCode, 0);
+    EXPECT_EQ(fs::status("work/twin").permissions(), fs::perms::owner_all);
+
+    // A stream that ends too soon.
+    folder.Write("work/x.va",
+                 RawArchive({{"twin", "CFIL\1\1\0\0\xFF\xFF\0\0"s + Noise(9), 65535},
+                             {"none", "CFIL\1\1\0\0\xFF\xFF\0\0"s + Noise(9), 65535}}));
+    EXPECT_EQ(RunAtWork("e x.va").exitCode, 1);
+    EXPECT_EQ(folder.Read("work/twin"), "1");
+    EXPECT_FALSE(folder.Has("work/none"));
+}
+
+TEST_F(SafeExtraction, FoldersMayHaveAColonInTheirNames) {
+    Write({{"ww:x/in/f", "right"}, {"x/in/f", "wrong"}, {"ww:x/list", "l ww:x/t.va\n"}});
+    Do("a ww:x/t.va ww:x/in/f");
+    EXPECT_EQ(Unpack("ww:x/t.va"), (Files{{"f", "right"}}));
+    EXPECT_THAT(Do("@ww:x/list l ww:x/t.va"), HasSubstr(" .. .\\f\n"));
+    Do("-pto:1/be e ww:x/t.va");
+    EXPECT_EQ(folder.Read("to:1/be/to:1/be/f"), "right");
+}
+
 TEST_F(SafeExtraction, TheArchiveItselfIsNeitherAddedNorOverwritten) {
     Write({{"work/a.txt", "a"}});
     for (const std::string words : {"a x.va a.txt x.va", "a x.va ./x.va", "a x.va a.txt"}) {
