@@ -40,7 +40,7 @@ public:
             return platform::IsSameFile(read.c_str(), path.c_str());
         };
         if (std::ranges::any_of(files_, isRead)) return;
-        if (ParseOptionFile(list_, path.c_str())) files_.push_back(path);
+        if (ParseOptionFile(list_, InternedString(), path.c_str())) files_.push_back(path);
     }
 
     void AddFolder(const std::string& folder) {
@@ -49,42 +49,46 @@ public:
         }
     }
 
-    void ScanFolder(std::string folder) {
-        if (!folder.empty()) folder += '/';
+    // A folder of the file system.
+    void ScanDisk(const std::string& folder) {
+        const std::string start = folder.empty() ? folder : folder + '/';
         File::Find find;
-        if (!find.Open(std::string(folder).append(kLibraries).c_str())) return;
-        do {
-            ScanLibrary(std::string(folder).append(find.Entry().Name()));
-        } while (find.Next());
+        bool more = find.OpenOnDisk(std::string(start).append(kLibraries).c_str());
+        for (; more; more = find.Next()) ReadLibrary(start + std::string(find.Entry().Name()));
+    }
+
+    // The same, or a folder of a mount.
+    void ScanFolder(const std::string& folder) {
+        if (!FileSubstList::Instance().NamesMount(folder.c_str())) return ScanDisk(folder);
+        File::Find find;
+        bool more = find.Open(std::string(folder).append("/").append(kLibraries).c_str());
+        for (; more; more = find.Next())
+            ReadMounted(folder + '/' + std::string(find.Entry().Name()));
     }
 
     std::vector<std::string> TakeFolders() { return std::move(folders_); }
 
 private:
-    void ScanLibrary(std::string_view found) try {
-        PathBuffer path(found);
+    void ReadLibrary(const std::string& path) {
         DynamicLibrary library;
         void* symbol = nullptr;
-        if (!MakeReal(path) || !library.Load(path.c_str())) return;
-        if (!library.GetSymbol("PluginList", symbol)) return;
+        if (!library.Load(path.c_str()) || !library.GetSymbol("PluginList", symbol)) return;
         const char* text = reinterpret_cast<decltype(&PluginList)>(symbol)();
         if (!text) return;
         ParseOptions(list_, text);
-        AddFolder(FolderOf(path.View()));
-    } catch (const FileEx&) {
-        // The name, or what it stands for, does not fit a path.
+        AddFolder(FolderOf(path));
     }
 
-    // Leads out of a mounted directory; false for a member of an archive.
-    static bool MakeReal(PathBuffer& path) {
+    // Leads out of a mounted directory; a member of an archive is no library.
+    void ReadMounted(const std::string& path) try {
         FileSubstList& substs = FileSubstList::Instance();
         const char* rest = nullptr;
         SubstEntry* const subst = substs.GetSubstOfPath(path.c_str(), rest);
-        if (!subst) return true;
+        if (!subst) return;
         PathBuffer real{std::string_view(rest)};
-        if (!substs.GetRealPath(*subst, real)) return false;
-        path = real;
-        return true;
+        if (substs.GetRealPath(*subst, real)) ReadLibrary(std::string(real.View()));
+    } catch (const FileEx&) {
+        // The name, or what it stands for, does not fit a path.
     }
 
     OptionList& list_;
@@ -114,7 +118,7 @@ std::vector<std::string> LoadPluginOptions(OptionList& list, const PluginPlaces&
     loader.AddFolder(places.program);
     loader.AddFolder(places.kernel);
     if (!kernelOptions) return loader.TakeFolders();
-    if (FindOption(*kernelOptions, "AutoPlugin")) loader.ScanFolder(places.kernel);
+    if (FindOption(*kernelOptions, "AutoPlugin")) loader.ScanDisk(places.kernel);
     if (Option* folders = FindOption(*kernelOptions, "PluginDir")) {
         BeginOptionValues(*folders, ",");
         for (String folder; NextOptionValue(*kernelOptions, "PluginDir", folder);) {

@@ -56,7 +56,9 @@ public:
     // mounted is dropped and the rest opened as a plain path. A substitution name that does not
     // fit a path buffer gives RES_FILENOTFOUND. `textMode` 0 means 8-bit.
     [[nodiscard]] FileResult Open(const char* path, FileMode mode, int textMode = 0);
-    // The same with the substitution named apart; a null or empty name means the file system.
+    // The same with the substitution named apart. A name that is null, empty or not mounted means
+    // the file system, where ':' is a letter like any other: paths that are known to be the
+    // system's are opened so.
     [[nodiscard]] FileResult Open(const InternedString& substName, const char* path, FileMode mode,
                                   int textMode = 0);
 
@@ -101,6 +103,7 @@ public:
     // Operations on paths. A substitution prefix is any text before ':' except a drive letter
     // followed by a separator; a name that is not mounted leaves the path to the file system.
     [[nodiscard]] static FileResult Exists(const char* path);
+    // The same with the substitution named apart, as in Open.
     [[nodiscard]] static FileResult Exists(const InternedString& substName, const char* path);
     static bool Delete(const char* path);
     // Never replaces an existing target.

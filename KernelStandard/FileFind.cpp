@@ -70,6 +70,13 @@ bool File::Find::Open(const char* path, const InternedString& substName) {
     return Next();
 }
 
+bool File::Find::OpenOnDisk(const char* path) {
+    Close();
+    if (!SplitPattern(path)) return false;
+    SearchDirectory(FolderPath(directory_.View()));
+    return Next();
+}
+
 bool File::Find::SplitPattern(const char* path) {
     if (std::string_view(path).size() >= kMaxPath) return false;
     SetPath(directory_, path);

@@ -36,6 +36,9 @@ public:
     // The same within a substitution. Throws FileEx when it is not mounted.
     [[nodiscard]] bool Open(const char* path, const InternedString& substName);
 
+    // The same in the file system, where a ':' names no substitution.
+    [[nodiscard]] bool OpenOnDisk(const char* path);
+
     // The next entry; false at the end.
     [[nodiscard]] bool Next();
 

@@ -1,8 +1,5 @@
 // The operations of File that work on paths: each goes to the substitution that the path names, or
 // to the file system.
-#include <string>
-#include <vector>
-
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
@@ -23,62 +20,6 @@ struct Target {
     Target target;
     target.entry = FileSubstList::Instance().GetSubstOfPath(path, target.rest);
     return target;
-}
-
-// The part of a path that its components hang on: drive and separators, or leading separators.
-[[nodiscard]] std::string_view RootOf(std::string_view path) {
-    std::size_t length = path.find(':');
-    length = length == std::string_view::npos ? 0 : length + 1;
-    while (length < path.size() && IsSeparator(path[length])) ++length;
-    return path.substr(0, length);
-}
-
-[[nodiscard]] bool IsDirectory(const char* path) {
-    platform::FileStatus status;
-    return platform::GetStatus(path, status) && status.IsDirectory();
-}
-
-[[nodiscard]] bool MakeLevels(const char* path) {
-    PathBuffer built(RootOf(path));
-    PathBuffer rest{std::string_view(path)};
-    for (;;) {
-        PathBuffer component;
-        NextPathComponent(rest, component);
-        if (component.Empty()) return true;
-        AppendPathComponent(built, component.View());
-        if (!platform::MakeDirectory(built.c_str()) && !IsDirectory(built.c_str())) return false;
-    }
-}
-
-[[nodiscard]] bool DeleteTree(const std::string& path);
-
-[[nodiscard]] bool DeleteEntry(const std::string& folder, const platform::DirectoryEntry& entry) {
-    const std::string path = folder + "/" + entry.name;
-    if (entry.status.IsDirectory() && !entry.isLink) return DeleteTree(path);
-    if (!entry.isLink) platform::SetReadOnly(path.c_str(), false);
-    return platform::RemoveFile(path.c_str());
-}
-
-[[nodiscard]] bool DeleteTree(const std::string& path) {
-    std::vector<platform::DirectoryEntry> entries;
-    if (!platform::ListDirectory(path.c_str(), [&](const platform::DirectoryEntry& entry) {
-            entries.push_back(entry);
-            return true;
-        })) {
-        return false;
-    }
-    for (const platform::DirectoryEntry& entry : entries) {
-        if (entry.name == "." || entry.name == "..") continue;
-        if (!DeleteEntry(path, entry)) return false;
-    }
-    return platform::RemoveDirectory(path.c_str());
-}
-
-[[nodiscard]] bool DeleteTreeOrLink(std::string path) {
-    while (path.size() > 1 && IsSeparator(path.back())) path.pop_back();
-    // A directory that can be removed like a file is a link to one.
-    if (IsDirectory(path.c_str()) && platform::RemoveFile(path.c_str())) return true;
-    return DeleteTree(path);
 }
 
 template <typename Value>
@@ -107,7 +48,7 @@ FileResult File::Exists(const char* path) {
 FileResult File::Exists(const InternedString& substName, const char* path) {
     FileSubstList& list = FileSubstList::Instance();
     SubstEntry* entry = list.FindSubst(substName);
-    if (entry == nullptr) return Exists(path);
+    if (entry == nullptr) return platform::Exists(path) ? RES_OK : RES_FILENOTFOUND;
     const char* rest = IsSeparator(*path) ? path + 1 : path;
     return list.Exists(*entry, rest) ? RES_OK : RES_FILENOTFOUND;
 }
@@ -133,12 +74,12 @@ bool File::MakePath(const char* path) {
     const Target target = TargetOf(path);
     return target.entry != nullptr
                ? FileSubstList::Instance().MakeDirectory(*target.entry, target.rest)
-               : MakeLevels(path);
+               : platform::MakeDirectories(path);
 }
 
 bool File::DeleteDirectory(const char* path) {
     const Target target = TargetOf(path);
-    if (target.entry == nullptr) return DeleteTreeOrLink(path);
+    if (target.entry == nullptr) return platform::RemoveTree(path);
     if (std::string_view(target.rest).size() >= kMaxPath) return false;
     PathBuffer real{std::string_view(target.rest)};
     return FileSubstList::Instance().GetWritablePath(*target.entry, real) &&

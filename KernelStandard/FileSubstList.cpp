@@ -107,6 +107,11 @@ SubstEntry* FileSubstList::GetSubstOfPath(const char* path, const char*& rest) {
     return FindSubst(Intern(whole.substr(0, colon)));
 }
 
+bool FileSubstList::NamesMount(const char* path) {
+    const char* rest = nullptr;
+    return GetSubstOfPath(path, rest) != nullptr;
+}
+
 bool FileSubstList::OpenWrite(SubstEntry& entry, File& file, const char* name, OpenFlags flags) {
     const ScopedLock hold(lock_);
     return AskInTurn(entry, May::Write,

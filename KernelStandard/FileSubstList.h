@@ -47,6 +47,9 @@ public:
     // separator. "C:\x" and "C:/x" are drive paths.
     [[nodiscard]] SubstEntry* GetSubstOfPath(const char* path, const char*& rest);
 
+    // Whether a path begins with the name of a mount.
+    [[nodiscard]] bool NamesMount(const char* path);
+
     // Each asks the backends of an entry from the most recent mount down.
     [[nodiscard]] bool OpenWrite(SubstEntry& entry, File& file, const char* name, OpenFlags flags);
     [[nodiscard]] bool OpenRead(SubstEntry& entry, File& file, const char* name, OpenFlags flags);

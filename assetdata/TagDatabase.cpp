@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "KernelStandard/File.h"
+#include "KernelStandard/FileSubstList.h"
 #include "KernelStandard/WholeFile.h"
 #include "assetdata/TBuffer.h"
 #include "assetdata/TDBBinaryFile.h"
@@ -27,8 +28,11 @@ Form FormOf(const char* path) {
 }
 
 FileResult Open(File& file, const InternedString& substName, const char* path) {
-    return substName.Length() == 0 ? file.Open(path, kReadPlain)
-                                   : file.Open(substName, path, kReadDetect);
+    if (substName.Length() != 0) return file.Open(substName, path, kReadDetect);
+    // File would drop a name that is not mounted and open another file.
+    return FileSubstList::Instance().NamesMount(path)
+               ? file.Open(path, kReadPlain)
+               : file.Open(InternedString(), path, kReadPlain);
 }
 
 }  // namespace

@@ -71,6 +71,16 @@ struct FileIdentity {
 // Forces the names in a folder to the storage device. True where the system cannot do that.
 [[nodiscard]] bool CommitDirectory(const char* path);
 
+// Creates every missing level. True when all of them are directories at the end; the empty path has
+// no level.
+[[nodiscard]] bool MakeDirectories(const char* path);
+
+// Removes a directory and all below it, read-only files included. Links are removed and never
+// followed: a link at `path` itself goes and its target stays. It works on open directories, so
+// that no name of an entry, and nobody who moves a directory meanwhile, leads it elsewhere. Stops
+// at the first failure; true when `path` is gone. One file descriptor for each level.
+[[nodiscard]] bool RemoveTree(const char* path);
+
 // Takes away the write permission of every class of user, or gives it back to the owner.
 bool SetReadOnly(const char* path, bool readOnly);
 

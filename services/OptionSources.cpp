@@ -47,9 +47,7 @@ std::string FromUtf16(std::span<const std::byte> bytes) {
     return platform::Utf16ToAnsi(text);
 }
 
-std::optional<std::string> ReadOptionFile(const std::string& path) try {
-    File file;
-    if (file.Open(path.c_str(), kReadDetect) != RES_OK) return {};
+std::optional<std::string> ReadText(File& file) try {
     if (file.Size() > kMaxOptionFile) return {};
     file.DetectTextEncoding();
     const auto bytes = ReadToEnd(file);
@@ -60,19 +58,23 @@ std::optional<std::string> ReadOptionFile(const std::string& path) try {
     return {};
 }
 
-std::optional<std::string> ReadSource(const OptionSource& source) {
-    if (source.kind == OptionSource::Kind::File) return ReadOptionFile(source.name);
-    std::string value;
-    if (!platform::GetEnvironment(source.name.c_str(), value)) return {};
-    return value;
+bool ParseOpened(OptionList& list, File& file, FileResult opened) {
+    if (opened != RES_OK) return false;
+    const auto text = ReadText(file);
+    if (text) ParseOptions(list, *text);
+    return text.has_value();
 }
 
 }  // namespace
 
 bool ParseOptionFile(OptionList& list, const char* path) {
-    const auto text = ReadOptionFile(path);
-    if (text) ParseOptions(list, *text);
-    return text.has_value();
+    File file;
+    return ParseOpened(list, file, file.Open(path, kReadDetect));
+}
+
+bool ParseOptionFile(OptionList& list, const InternedString& substName, const char* path) {
+    File file;
+    return ParseOpened(list, file, file.Open(substName, path, kReadDetect));
 }
 
 std::vector<OptionSource> ListOptionSources(std::string_view appName, std::string_view programPath,
@@ -106,7 +108,12 @@ std::vector<OptionSource> ListOptionSources(std::string_view appName, std::strin
 void LoadOptions(OptionList& list, const char* appName, const char* commandText) {
     for (const OptionSource& source :
          ListOptionSources(appName, platform::ProgramPath(), platform::CurrentDirectory())) {
-        if (const auto text = ReadSource(source)) ParseOptions(list, *text);
+        std::string value;
+        if (source.kind == OptionSource::Kind::File) {
+            (void)ParseOptionFile(list, InternedString(), source.name.c_str());
+        } else if (platform::GetEnvironment(source.name.c_str(), value)) {
+            ParseOptions(list, value);
+        }
     }
     ParseOptions(list, commandText ? commandText : "");
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kernel/InternedString.h"
 #include "services/OptionList.h"
 
 namespace Vorn {
@@ -13,6 +14,9 @@ namespace Vorn {
 // converted to the ANSI code page. False, and nothing parsed, when it is missing, damaged, cannot
 // be read to its end, or holds more than 16 MiB, which no option file does.
 bool ParseOptionFile(OptionList& list, const char* path);
+// The same with the substitution named apart, as in File::Open: a null name for a path of the file
+// system, whose folders may have a ':' in their names.
+bool ParseOptionFile(OptionList& list, const InternedString& substName, const char* path);
 
 // Parses every source of option text that exists, later ones overriding earlier ones; at last
 // `commandText`, which may be null. A missing variable and what is not an option file are skipped

@@ -74,6 +74,32 @@ bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
     return true;
 }
 
+bool RemoveEntry(int folder, const char* name);
+
+// Takes `directory` over.
+bool RemoveEntries(int directory) {
+    const DirectoryStream stream(fdopendir(directory));
+    if (!stream) {
+        close(directory);
+        return false;
+    }
+    const auto names = SortedNames(stream.get());
+    return names && std::ranges::all_of(*names, [&](const std::string& name) {
+               return name == "." || name == ".." || RemoveEntry(dirfd(stream.get()), name.c_str());
+           });
+}
+
+bool RemoveEntry(int folder, const char* name) {
+    constexpr int kOnlyDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const int directory = openat(folder, name, kOnlyDirectory);
+    if (directory >= 0) {
+        return RemoveEntries(directory) && unlinkat(folder, name, AT_REMOVEDIR) == 0;
+    }
+    // A link or a file; a directory that does not open goes only when it is empty.
+    const int flags = errno == ENOTDIR || errno == ELOOP ? 0 : AT_REMOVEDIR;
+    return unlinkat(folder, name, flags) == 0;
+}
+
 // For file systems that cannot rename without replacing: a hard link never replaces.
 bool RenameByLink(const std::string& from, const std::string& to) {
     struct stat status {};
@@ -196,6 +222,36 @@ bool CommitDirectory(const char* path) {
     const bool committed = fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
     close(descriptor);
     return committed;
+}
+
+bool MakeDirectories(const char* path) {
+    const std::string whole = ToSystemPath(path);
+    for (std::size_t end = 0; end < whole.size();) {
+        end = std::min(whole.find('/', whole.find_first_not_of('/', end)), whole.size());
+        const std::string level = whole.substr(0, end);
+        if (MakeDirectory(level.c_str())) {
+            continue;
+        }
+        const int reason = errno;
+        FileStatus status;
+        if (!GetStatus(level.c_str(), status) || !status.IsDirectory()) {
+            errno = reason;
+            return false;
+        }
+    }
+    return true;
+}
+
+bool RemoveTree(const char* path) {
+    std::string name = ToSystemPath(path);
+    // A link with a separator after it would be followed.
+    while (name.size() > 1 && name.back() == '/') {
+        name.pop_back();
+    }
+    struct stat status {};
+    // A file is not a directory; a link to one is not either.
+    const bool isTree = stat(name.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return isTree && RemoveEntry(AT_FDCWD, name.c_str());
 }
 
 bool SetReadOnly(const char* path, bool readOnly) {

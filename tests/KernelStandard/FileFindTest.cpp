@@ -35,6 +35,26 @@ TEST_F(FileFind, AFolderIsListedInByteOrder) {
     EXPECT_FALSE(find.Next());
 }
 
+TEST_F(FileFind, APathOfTheSystemIsOneAlsoWithAColon) {
+    folder.Write("mnt:x/in/on-disk", "right");
+    folder.Write("other/in/mounted", "wrong");
+    fs::create_directory_symlink("other", "x");
+    Mount("mnt", "./");
+    EXPECT_THAT(NamesOf("mnt:x/in/*d*"), ElementsAre("mounted"));
+    File::Find find;
+    ASSERT_TRUE(find.OpenOnDisk("mnt:x/in/*d*"));
+    PathBuffer path;
+    find.GetPath(path);
+    EXPECT_EQ(path.View(), "mnt:x/in/on-disk");
+    EXPECT_EQ(File::Exists(InternedString(), path.c_str()), RES_OK);
+    EXPECT_EQ(File::Exists(InternedString(), "mnt:x/in/mounted"), RES_FILENOTFOUND);
+    File file;
+    ASSERT_EQ(file.Open(InternedString(), path.c_str(), kReadDetect), RES_OK);
+    EXPECT_EQ(file.Size(), 5u);
+    EXPECT_FALSE(find.Next());
+    EXPECT_FALSE(find.OpenOnDisk("mnt:*/*"));
+}
+
 TEST_F(FileFind, BackendsMergeTheMostRecentFirst) {
     folder.Write("old/a.txt", "old");
     folder.Write("old/b.txt", "b");

@@ -34,10 +34,11 @@ TEST_F(FilePaths, TheFileSystemAndAMountServeTheirPaths) {
 TEST_F(FilePaths, MakePathCreatesEveryLevel) {
     folder.Write("file", "x");
     const std::string full = folder.Path("x/y/z");
-    for (const char* path : {"a", "a/b\\c//d", "a/b", "./p/../q", full.c_str()}) {
+    for (const char* path : {"a", "a/b\\c//d", "a/b", "./p/../q", "ww:x/in", full.c_str()}) {
         EXPECT_TRUE(File::MakePath(path)) << path;
     }
-    EXPECT_TRUE(fs::is_directory("a/b/c/d") && fs::is_directory("q") && fs::is_directory(full));
+    EXPECT_TRUE(fs::is_directory("ww:x/in") && fs::is_directory("a/b/c/d") &&
+                fs::is_directory("q") && fs::is_directory(full));
     for (const std::string& path : {"file"s, "file/below"s, std::string(300, 'l')}) {
         EXPECT_FALSE(File::MakePath(path.c_str())) << path;
     }
@@ -46,6 +47,8 @@ TEST_F(FilePaths, MakePathCreatesEveryLevel) {
 TEST_F(FilePaths, DeleteDirectoryTakesTheTreeAndNothingElse) {
     folder.Write("keep/f", "x");
     for (const std::string& tree : {"d"s, "ro/d"s, "rw/d"s}) folder.Write(tree + "/sub/f", "1");
+    folder.Write("d/..\\victim", "2");
+    folder.Write("victim", "2");
     folder.Write("d/locked", "2", fs::perms::owner_read);
     fs::create_symlink("../keep", "d/link");
     fs::create_symlink("nowhere", "d/broken");
@@ -65,7 +68,7 @@ TEST_F(FilePaths, DeleteDirectoryTakesTheTreeAndNothingElse) {
         EXPECT_EQ(File::DeleteDirectory(path), deleted) << path;
         EXPECT_TRUE(*gone == '\0' || !fs::exists(fs::symlink_status(gone))) << path;
     }
-    ExpectContents({{"keep/f", "x"}, {"ro/d/sub/f", "1"}, {"arc:d/f", "3"}});
+    ExpectContents({{"keep/f", "x"}, {"victim", "2"}, {"ro/d/sub/f", "1"}, {"arc:d/f", "3"}});
 }
 
 }  // namespace

@@ -255,6 +255,11 @@ TEST_F(TagLoading, TheExtensionChoosesTheForm) {
         }
     }
     OCSChunkRef none;
+    folder.Write("ww:x/f.txt", "a 8");
+    folder.Write("x/f.txt", "a 7");
+    ASSERT_TRUE(LoadTagDatabase(none, InternedString(), "ww:x/f.txt")) << "a folder, not a mount";
+    EXPECT_EQ(Describe(*none), Describe(*ReadText("a 8")));
+    none = OCSChunkRef();
     EXPECT_TRUE(LoadTagDatabase(none, InternedString(), "f.txt") && none);
 }
 

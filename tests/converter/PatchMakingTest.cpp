@@ -78,6 +78,17 @@ TEST_F(PatchMaking, NamesThatDifferOnlyInLetterCaseAreOneMember) {
         (Content{{"addedFiles.txt", ""}, {"deletedFiles.txt", ""}, {"patchedFiles.txt", ""}}));
 }
 
+// One name of this system; a path elsewhere for whoever reads '\\' as a separator.
+TEST_F(PatchMaking, AFileWithABackslashInItsNameLeadsNowhere) {
+    PackPair({{"a", "old"}}, {{"a", "new"}});
+    folder_.Write("out/old/..\\victim.diff", "");
+    folder_.Write("out/victim.diff", "precious");
+    const auto before = Tree("out");
+    EXPECT_EQ(Diff().exitCode, 1);
+    EXPECT_EQ(Tree("out"), before);
+    EXPECT_EQ(folder_.Read("out/victim.diff"), "precious");
+}
+
 TEST_F(PatchMaking, EmptyArchivesAndUnusableOutputsAreRefused) {
     for (const char* archive : {"old.va", "out/old/old-diff.va", "old-tmp.va"}) {
         Pack(archive, {{"a", "old"}});

@@ -108,6 +108,46 @@ TEST_F(Directories, LinksAreSeenAndFollowed) {
     EXPECT_FALSE(IsSameFile("link", "Sub/file") || IsSameFile("absent", "absent"));
 }
 
+TEST_F(Directories, EveryLevelIsMadeWhateverItsName) {
+    folder.Write("file", "");
+    for (const char* path : {"ww:x\\y", "ww:", "c:/d", "e//f/", ".", "", "./p/../q"}) {
+        EXPECT_TRUE(MakeDirectories(path)) << path;
+    }
+    for (const char* path : {"ww:x/y", "ww:", "c:/d", "e/f", "p", "q"}) {
+        EXPECT_TRUE(fs::is_directory(path)) << path;
+    }
+    EXPECT_FALSE(MakeDirectories("file") || MakeDirectories("file/below"));
+}
+
+TEST_F(Directories, ATreeGoesWithWhatItsEntriesNameAndNothingElse) {
+    // One file name each here, a path where the separators are both taken for one.
+    for (const char* name : {"t/..\\victim", "t/sub/..\\..\\victim", "t/a:b", "victim", "keep/f"}) {
+        folder.Write(name, "");
+    }
+    folder.Write("t/locked", "", kReadOnly);
+    folder.Write("..\\keep/f", "");
+    fs::rename("..\\keep", "t/..\\keep");
+    fs::create_symlink("../keep", "t/link");
+    fs::create_symlink("nowhere", "t/broken");
+    fs::create_hard_link("t/locked", "shared");
+    fs::create_symlink("keep", "link");
+    EXPECT_FALSE(RemoveTree("victim") || RemoveTree("missing") || RemoveTree("T"));
+    EXPECT_TRUE(RemoveTree("t\\") && RemoveTree("link/"));
+    EXPECT_FALSE(fs::exists("t") || fs::is_symlink("link"));
+    EXPECT_TRUE(folder.Has("victim") && folder.Has("keep/f"));
+    EXPECT_EQ(fs::status("shared").permissions(), kReadOnly) << "it is a file of others too";
+
+    // Root may do all.
+    const auto removesOpen = [] {
+        return setuid(65534) == 0 && !RemoveTree("closed") && errno == EACCES ? 0 : 1;
+    };
+    folder.Write("closed/in/f", "");
+    fs::permissions(".", fs::perms::all);
+    fs::permissions("closed/in", fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_EQ(geteuid() == 0 ? InChild(removesOpen) : 0, 0);
+    EXPECT_TRUE(folder.Has("closed/in/f"));
+}
+
 TEST_F(Directories, TemporaryDirectoryEndsInASeparator) {
     std::string before;
     const bool wasSet = GetEnvironment("TMPDIR", before);

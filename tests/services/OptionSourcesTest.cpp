@@ -100,6 +100,16 @@ TEST_F(OptionLoading, ConvertsUtf16AndKeeps8BitText) {
     }
 }
 
+TEST_F(OptionLoading, AFolderWithAColonIsNoMount) {
+    folder.Write("ww:x/LoadTestOptions.txt", "-v=right");
+    folder.Write("x/LoadTestOptions.txt", "-v=wrong");
+    OptionList list;
+    ASSERT_TRUE(ParseOptionFile(list, InternedString(), "ww:x/LoadTestOptions.txt"));
+    String value;
+    GetOptionString(list, "v", value, "none");
+    EXPECT_STREQ(value.Text(), "right");
+}
+
 TEST_F(OptionLoading, ReadsMountedFilesWithTheLongestNames) {
     const InternedString mount = Intern("options");
     const std::string name(255, 'x');
