@@ -4,19 +4,19 @@
 #include <limits>
 
 #include "delta/DiffFormat.h"
-#include "delta/SpanCodec.h"
+#include "delta/SegmentCodec.h"
 #include "delta/Streams.h"
 #include "delta/Zstd.h"
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 using Output = std::span<std::uint8_t>;
 
-// Follows the streams of a Streams payload (see SpanStreams).
-class SpanPlayer {
+// Follows the streams of a Streams payload (see SegmentStreams).
+class SegmentPlayer {
 public:
-    SpanPlayer(ByteView oldFile, ByteReader payload)
+    SegmentPlayer(ByteView oldFile, ByteReader payload)
         : old_(oldFile), control_(payload), gaps_(payload), values_(payload), fresh_(payload) {
         if (!payload.Rest().empty()) ThrowDamaged("bytes follow its streams");
         NextGap();
@@ -40,14 +40,14 @@ private:
     std::uint64_t gap_ = 0;  // unchanged bytes before the next difference
 };
 
-ByteView SpanPlayer::TakeOld(std::int64_t distance, std::uint64_t count) {
+ByteView SegmentPlayer::TakeOld(std::int64_t distance, std::uint64_t count) {
     const std::uint64_t from = oldAt_ + static_cast<std::uint64_t>(distance);
     if (from > old_.size() || count > old_.size() - from) ThrowDamaged("it leaves the old file");
     oldAt_ = from + count;
     return old_.subspan(from, count);
 }
 
-void SpanPlayer::AddDifferences(Output copied) {
+void SegmentPlayer::AddDifferences(Output copied) {
     while (gap_ < copied.size()) {
         copied[gap_] = static_cast<std::uint8_t>(copied[gap_] + values_.Byte());
         copied = copied.subspan(gap_ + 1);
@@ -56,7 +56,7 @@ void SpanPlayer::AddDifferences(Output copied) {
     gap_ -= copied.size();
 }
 
-void SpanPlayer::Play(Output out) {
+void SegmentPlayer::Play(Output out) {
     while (!out.empty()) {
         const std::int64_t distance = UnfoldSign(control_.Number());
         const std::uint64_t copyCount = control_.Number();
@@ -75,19 +75,18 @@ void SpanPlayer::Play(Output out) {
     }
 }
 
-void DecodeModelled(ByteView oldFile, ByteView payload, Output out) {
+void DecodeModelled(ByteView oldFile, ByteView payload, SegmentModels& models, Output out) {
     RangeDecoder decoder(payload);
-    SpanCodec<RangeDecoder> codec(decoder, oldFile, out);
+    SegmentCodec<RangeDecoder> codec(decoder, models, oldFile, out);
     while (!codec.AtEnd()) codec.Code({});
 }
 
 void CheckOldFile(const Header& header, ByteView oldFile) {
     if (oldFile.size() == header.oldSize && OldCheck(oldFile) == header.oldCheck) return;
-    throw PatchError(ExitCode::WrongOldFile,
-                     "the old file is not the one that the diff was made from");
+    throw Error(ErrorKind::WrongOld, "the old file is not the one that the diff was made from");
 }
 
-void Unpack(const ParsedDiff& parsed, ByteView oldFile, Output out) {
+void Unpack(const ParsedDiff& parsed, ByteView oldFile, Workspace::Parts& parts, Output out) {
     switch (parsed.header.method) {
         case Method::Stored:
             if (parsed.payload.size() != out.size())
@@ -95,26 +94,43 @@ void Unpack(const ParsedDiff& parsed, ByteView oldFile, Output out) {
             std::ranges::copy(parsed.payload, out.begin());
             break;
         case Method::Modelled:
-            DecodeModelled(oldFile, parsed.payload, out);
+            DecodeModelled(oldFile, parsed.payload, parts.models, out);
             break;
         case Method::Streams:
-            SpanPlayer(oldFile, ByteReader(parsed.payload)).Play(out);
+            SegmentPlayer(oldFile, ByteReader(parsed.payload)).Play(out);
             break;
         case Method::ZstdAfter:
-            UnpackZstd(parsed.payload, oldFile, out);
+            parts.zstd.Unpack(parsed.payload, oldFile, out);
             break;
     }
 }
 
 }  // namespace
 
-Buffer ApplyDiff(ByteView oldFile, ByteView diff) {
+std::uint64_t MemoryToApply(const Header& header) {
+    // A context of libzstd that decodes into its output at once.
+    constexpr std::uint64_t kUnpackZstd = 256U << 10;
+    std::uint64_t memory = sizeof(Workspace::Parts) + header.newSize;
+    if (header.method == Method::Modelled) {
+        memory += SegmentModels::Memory(header.oldSize, header.newSize);
+    } else if (header.method == Method::Streams) {
+        memory += StreamReadersMemory();
+    } else if (header.method == Method::ZstdAfter) {
+        memory += kUnpackZstd;
+    }
+    return memory;
+}
+
+ByteView Apply(ByteView oldFile, ByteView diff, Workspace::Parts& parts, std::uint64_t sizeLimit) {
     const ParsedDiff parsed = Parse(diff);
     CheckOldFile(parsed.header, oldFile);
-    Buffer made(parsed.header.newSize);
-    Unpack(parsed, oldFile, {made.bytes.get(), made.size});
-    if (!CheckHolds(parsed, diff, made.View())) ThrowDamaged("its check does not hold");
+    if (parsed.header.newSize > sizeLimit) {
+        throw Error(ErrorKind::TooLarge, "the diff makes more than the limit allows");
+    }
+    const Output made = parts.applied.Take(parsed.header.newSize);
+    Unpack(parsed, oldFile, parts, made);
+    if (!CheckHolds(parsed, diff, made)) ThrowDamaged("its check does not hold");
     return made;
 }
 
-}  // namespace vdiff
+}  // namespace delta

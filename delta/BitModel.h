@@ -4,32 +4,28 @@
 #include <bit>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "delta/Bytes.h"
+#include "delta/ModelConstants.h"
 
 // Models that learn how likely the next bit is. All arithmetic is in integers, so that the encoder
-// and the decoder agree on every machine.
-namespace vdiff {
-
-// What one context has seen: a probability that moves fast at first and slower as it gets used.
-class BitHistory {
-public:
-    BitHistory() = default;
-    explicit BitHistory(std::uint32_t probability) : state_(probability << 16) {}
-
-    // Of a 1, in 1/65536.
-    [[nodiscard]] std::uint32_t Probability() const noexcept { return state_ >> 16; }
-    [[nodiscard]] std::uint32_t Count() const noexcept { return state_ & 0x3ffU; }
-
-    void Learn(bool bit, std::uint32_t maxCount);
-
-private:
-    // Probability in the upper 22 bits, times seen in the lower 10.
-    std::uint32_t state_ = 1U << 31;
-};
+// and the decoder agree on every machine. Everything is inline: a byte takes eight predictions from
+// up to nine histories each, and calls would cost as much as the work.
+namespace delta {
 
 namespace detail {
+
+// 65536 / (n + 1.5): how far the n-th bit moves a probability.
+constexpr std::array<std::uint32_t, 1024> MakeRates() {
+    std::array<std::uint32_t, 1024> rates{};
+    for (std::uint32_t n = 0; n < rates.size(); ++n) rates.at(n) = 131072 / (2 * n + 3);
+    return rates;
+}
+
+constexpr auto kRates = MakeRates();
 
 constexpr int kStretchLimit = 2047;  // ln(p / (1 - p)) in 1/256
 
@@ -65,6 +61,41 @@ constexpr auto kStretch = MakeStretch();
 
 }  // namespace detail
 
+// What one context has seen: a probability that moves fast at first and slower as it gets used.
+// Left unset by default, for tables that make their histories when they are first used.
+class BitHistory {
+public:
+    BitHistory() = default;
+    // `probability` of a 1, in 1/65536.
+    constexpr explicit BitHistory(std::uint32_t probability) : state_(probability << 16) {}
+
+    // A history that has seen nothing.
+    static constexpr BitHistory Even() { return BitHistory(1U << 15); }
+
+    // Of a 1, in 1/65536.
+    [[nodiscard]] std::uint32_t Probability() const noexcept { return state_ >> 16; }
+
+    // ln(p / (1 - p)) in 1/256, and 0 as long as it has seen nothing. Without a branch, which the
+    // processor would guess wrong and wait for the memory each time.
+    [[nodiscard]] std::int32_t Stretched() const noexcept {
+        const std::int32_t seen = (state_ & 0x3ffU) != 0 ? -1 : 0;
+        return detail::kStretch[state_ >> 20] & seen;
+    }
+
+    void Learn(bool bit, std::uint32_t maxCount) {
+        const std::uint32_t count = state_ & 0x3ffU;
+        const std::int64_t target = bit ? (1 << 22) - 1 : 0;
+        // Shifted, not divided: however small, a probability that is never right keeps falling.
+        const std::int64_t step =
+            ((target - std::int64_t{state_ >> 10}) * std::int64_t{detail::kRates[count]}) >> 16;
+        state_ += (static_cast<std::uint32_t>(step) << 10) + (count < maxCount ? 1U : 0U);
+    }
+
+private:
+    // Probability in the upper 22 bits, times seen in the lower 10.
+    std::uint32_t state_;
+};
+
 // One number for the values that make up a context.
 inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     std::uint32_t hash = 0;
@@ -75,41 +106,146 @@ inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     return hash;
 }
 
-// Predicts bits from several contexts at once, and learns which of them to trust.
-class MixedModel {
+// Histories by hash, in lines of 16 that fill a line of the processor's cache. Clearing forgets all
+// at the price of a bit a line: a line is made when it is first used, so that a small file does not
+// pay for a table that was sized for its contexts not to collide.
+class HistoryTable {
 public:
-    // `tableBits`: binary logarithm of the number of histories that the contexts share. They are
-    // made when the first context is set.
-    MixedModel(std::size_t inputs, std::size_t weightSets, int tableBits);
+    static constexpr std::size_t kLine = 16;
 
-    // The contexts of up to four bits to come, one an input, well mixed; and which weights to use.
-    void SetContexts(const std::uint32_t* hashes, std::size_t weightSet);
-    // The same contexts for up to four bits more, after `bits`.
-    void Continue(std::uint32_t bits);
+    // Forgets everything; from now on there are 2^`bits` histories.
+    void Clear(int bits) {
+        const std::size_t size = std::size_t{1} << bits;
+        if (size > capacity_) {
+            histories_.reset(static_cast<BitHistory*>(
+                ::operator new[](size * sizeof(BitHistory), std::align_val_t{kAlignment})));
+            capacity_ = size;
+        }
+        shift_ = 32 - bits;
+        made_.assign(size / kLine / 64 + 1, 0);
+    }
 
-    // The probability of a 1 as the next bit. `node`, 1 to 15, tells the bits since apart.
-    std::uint32_t Predict(std::uint32_t node);
-    void Learn(bool bit);
+    // The number of the history that `hash` selects; its line is ready for use.
+    std::uint32_t Find(std::uint32_t hash) {
+        const std::uint32_t at = hash >> shift_;
+        std::uint64_t& word = made_[at / kLine / 64];
+        const std::uint64_t bit = std::uint64_t{1} << (at / kLine % 64);
+        if ((word & bit) == 0) {
+            word |= bit;
+            const std::size_t first = at / kLine * kLine;
+            for (std::size_t i = 0; i < kLine; ++i) histories_[first + i] = BitHistory::Even();
+        } else {
+            __builtin_prefetch(&histories_[at]);
+        }
+        return at;
+    }
+
+    BitHistory& operator[](std::uint32_t at) { return histories_[at]; }
+
+    [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
+        return capacity_ * sizeof(BitHistory) + made_.capacity() * sizeof(std::uint64_t);
+    }
+
+    // Bytes that a table of 2^`bits` histories takes.
+    static constexpr std::uint64_t Memory(int bits) {
+        const std::uint64_t size = std::uint64_t{1} << bits;
+        return size * sizeof(BitHistory) + (size / kLine / 64 + 1) * sizeof(std::uint64_t);
+    }
 
 private:
-    static constexpr std::size_t kMaxInputs = 12;
+    static constexpr std::size_t kAlignment = kLine * sizeof(BitHistory);
 
-    std::size_t inputs_;
-    int tableBits_;
-    std::vector<BitHistory> histories_;
-    std::vector<std::int32_t> weights_;  // one a set and input, 65536 is 1
-    std::array<std::uint32_t, kMaxInputs> contexts_{};
-    // Nodes of one context share a line of the processor's cache.
-    std::array<std::uint32_t, kMaxInputs> lines_{};
-    std::int32_t* currentWeights_;
-    std::array<BitHistory*, kMaxInputs> current_{};
-    std::array<std::int32_t, kMaxInputs> stretched_{};
+    struct Free {
+        void operator()(BitHistory* histories) const {
+            ::operator delete[](histories, std::align_val_t{kAlignment});
+        }
+    };
+
+    std::unique_ptr<BitHistory[], Free> histories_;
+    std::size_t capacity_ = 0;
+    int shift_ = 0;
+    std::vector<std::uint64_t> made_;  // a bit a line
+};
+
+// Predicts bits from several contexts at once, and learns which of them to trust.
+template <std::size_t kInputs, std::size_t kWeightSets>
+class MixedModel {
+public:
+    using Contexts = std::array<std::uint32_t, kInputs>;
+
+    // Forgets everything. `tableBits`: binary logarithm of the number of histories that the
+    // contexts share.
+    void Clear(int tableBits) {
+        // More than an equal share, see kWeightShare.
+        constexpr auto kInitial =
+            static_cast<std::int32_t>(std::size_t{models::kWeightOne} * models::kWeightShare /
+                                      models::kWeightShareOf / (kInputs + 1));
+        histories_.Clear(tableBits);
+        for (auto& set : weights_) set.fill(kInitial);
+    }
+
+    [[nodiscard]] std::uint64_t MemoryHeld() const noexcept { return histories_.MemoryHeld(); }
+
+    // The contexts of up to four bits to come, well mixed; and which weights to use.
+    void SetContexts(const Contexts& hashes, std::size_t weightSet) {
+        contexts_ = hashes;
+        set_ = weightSet;
+        Continue(0);
+    }
+
+    // The same contexts for up to four bits more, after `bits`.
+    void Continue(std::uint32_t bits) {
+        for (std::size_t i = 0; i < kInputs; ++i) {
+            lines_[i] = histories_.Find((contexts_[i] + bits * 0x9e3779b1U) * 0x85ebca6bU);
+        }
+    }
+
+    // The probability of a 1 as the next bit. `node`, 1 to 15, tells the bits since apart.
+    std::uint32_t Predict(std::uint32_t node) {
+        node_ = node;
+        const std::array<std::int32_t, kInputs>& weights = weights_[set_];
+        std::int64_t sum = 0;
+        for (std::size_t i = 0; i < kInputs; ++i) {
+            stretched_[i] = histories_[lines_[i] ^ node].Stretched();
+            sum += std::int64_t{weights[i]} * stretched_[i];
+        }
+        constexpr std::int64_t kLimit = detail::kStretchLimit;
+        std::int64_t mixed = sum / models::kWeightOne;
+        mixed = mixed < -kLimit ? -kLimit : mixed > kLimit ? kLimit : mixed;
+        predicted_ = detail::kSquash[static_cast<std::size_t>(mixed + kLimit)];
+        return predicted_;
+    }
+
+    void Learn(bool bit) {
+        const std::int32_t error = (bit ? 65535 : 0) - static_cast<std::int32_t>(predicted_);
+        std::array<std::int32_t, kInputs>& weights = weights_[set_];
+        for (std::size_t i = 0; i < kInputs; ++i) {
+            const std::int32_t moved =
+                weights[i] + ((stretched_[i] * error) >> models::kLearningShift);
+            weights[i] = moved < -models::kMaxWeight  ? -models::kMaxWeight
+                         : moved > models::kMaxWeight ? models::kMaxWeight
+                                                      : moved;
+        }
+        // Two contexts may share a history, which then learns twice.
+        for (std::size_t i = 0; i < kInputs; ++i) {
+            histories_[lines_[i] ^ node_].Learn(bit, models::kMixedLimit);
+        }
+    }
+
+private:
+    HistoryTable histories_;
+    std::array<std::array<std::int32_t, kInputs>, kWeightSets> weights_{};
+    Contexts contexts_{};
+    std::array<std::uint32_t, kInputs> lines_{};
+    std::array<std::int32_t, kInputs> stretched_{};
+    std::size_t set_ = 0;
+    std::uint32_t node_ = 0;
     std::uint32_t predicted_ = 0;
 };
 
 // Codes eight bits with `model`, most significant first, four in a line.
-template <typename Coder>
-std::uint8_t CodeByte(Coder& coder, MixedModel& model, std::uint8_t value) {
+template <typename Coder, typename Model>
+std::uint8_t CodeByte(Coder& coder, Model& model, std::uint8_t value) {
     std::uint32_t coded = 1;
     for (int i = 7; i >= 0; --i) {
         if (i == 3) model.Continue(coded);
@@ -126,9 +262,10 @@ std::uint8_t CodeByte(Coder& coder, MixedModel& model, std::uint8_t value) {
 class NumberModel {
 public:
     NumberModel() {
-        // Sizes of 2^16 and 2^32 and more are rare.
-        width_[1] = BitHistory(1U << 10);
-        width_[2] = BitHistory(1U << 13);
+        width_.fill(BitHistory::Even());
+        for (auto& histories : lower_) histories.fill(BitHistory::Even());
+        width_[1] = BitHistory(models::kRareWidth32);
+        width_[2] = BitHistory(models::kRareWidth16);
     }
 
     template <typename Coder>
@@ -137,7 +274,7 @@ public:
         std::uint64_t coded = width == 0 ? 0 : 1;
         for (int i = width - 2; i >= 0; --i) {
             const bool bit = (value >> i & 1) != 0;
-            BitHistory even;
+            BitHistory even = BitHistory::Even();
             BitHistory& history =
                 coded < 4 ? lower_.at(static_cast<std::size_t>(width)).at(coded) : even;
             coded = coded << 1 | (CodeBit(coder, history, bit) ? 1U : 0U);
@@ -146,13 +283,11 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kMaxCount = 60;
-
     template <typename Coder>
     static bool CodeBit(Coder& coder, BitHistory& history, bool bit) {
         const std::uint32_t p = history.Probability();
-        bit = coder.Code(bit, p < 32 ? 32 : p);
-        history.Learn(bit, kMaxCount);
+        bit = coder.Code(bit, p < models::kMinNumberBit ? models::kMinNumberBit : p);
+        history.Learn(bit, models::kNumberLimit);
         return bit;
     }
 
@@ -169,4 +304,4 @@ private:
     std::array<std::array<BitHistory, 4>, 64> lower_{};  // by width and bits so far
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -3,21 +3,33 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "delta/Bytes.h"
 
-namespace vdiff {
+namespace delta {
 
 // Bytes that start out unset, so that the part of a large buffer that is never written takes no
-// memory. `size` may be lowered.
-struct Buffer {
-    explicit Buffer(std::uint64_t count)
-        : bytes(std::make_unique_for_overwrite<std::uint8_t[]>(count)), size(count) {}
+// memory. Grows without keeping its content, and never shrinks.
+class Buffer {
+public:
+    // The first `size` bytes, whose content is whatever they held. Invalidates earlier results if
+    // the buffer has to grow.
+    [[nodiscard]] std::span<std::uint8_t> Take(std::uint64_t size) {
+        if (size > capacity_) {
+            bytes_.reset();  // first, so that never both are held
+            capacity_ = 0;
+            bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(size);
+            capacity_ = size;
+        }
+        return {bytes_.get(), static_cast<std::size_t>(size)};
+    }
 
-    [[nodiscard]] ByteView View() const { return {bytes.get(), size}; }
+    [[nodiscard]] std::uint64_t Capacity() const noexcept { return capacity_; }
 
-    std::unique_ptr<std::uint8_t[]> bytes;
-    std::size_t size;
+private:
+    std::unique_ptr<std::uint8_t[]> bytes_;
+    std::uint64_t capacity_ = 0;
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,6 +1,6 @@
 #include "delta/Bytes.h"
 
-namespace vdiff {
+namespace delta {
 
 void ByteWriter::Number(std::uint64_t value) {
     for (; value >= 0x80; value >>= 7) Byte(static_cast<std::uint8_t>(value | 0x80U));
@@ -28,4 +28,4 @@ std::uint64_t ByteReader::Fixed(int byteCount) {
     return value;
 }
 
-}  // namespace vdiff
+}  // namespace delta

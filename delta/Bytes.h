@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
-#include "delta/PatchError.h"
+#include "delta/Error.h"
 
-namespace vdiff {
+namespace delta {
 
 using ByteView = std::span<const std::uint8_t>;
 using ByteBuffer = std::vector<std::uint8_t>;
@@ -30,7 +30,7 @@ private:
     ByteBuffer& out_;
 };
 
-// Takes numbers and bytes off the front of a view. Throws PatchError (DamagedDiff) when the view
+// Takes numbers and bytes off the front of a view. Throws Error (Damaged) when the view
 // ends too early or a number is longer than it need be.
 class ByteReader {
 public:
@@ -75,4 +75,4 @@ std::uint64_t DecodeNumber(NextByte next) {
     ThrowDamaged("a number is too long");
 }
 
-}  // namespace vdiff
+}  // namespace delta

@@ -2,7 +2,9 @@
 
 #include <lzma.h>
 
-namespace vdiff {
+#include "delta/Delta.h"
+
+namespace delta {
 namespace {
 
 constexpr std::uint8_t kMagic = 'V';
@@ -23,7 +25,7 @@ Method DecodeMethod(std::uint8_t byte) {
 }
 
 std::uint64_t CheckedSize(std::uint64_t size) {
-    if (size > kMaxFileSize) ThrowDamaged("it declares a file of 4 GiB or more");
+    if (size > kMaxSize) ThrowDamaged("it declares a file of 4 GiB or more");
     return size;
 }
 
@@ -64,4 +66,4 @@ bool CheckHolds(const ParsedDiff& parsed, ByteView diff, ByteView newFile) {
     return DiffCheck(newFile, beforeCheck, parsed.payload) == parsed.header.check;
 }
 
-}  // namespace vdiff
+}  // namespace delta

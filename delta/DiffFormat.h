@@ -5,17 +5,14 @@
 #include "delta/Bytes.h"
 
 // Layout of a diff, with a worked example: docs/formats/diff.md.
-namespace vdiff {
+namespace delta {
 
 enum class Method : std::uint8_t {
     Stored = 0,    // the payload is the new file
-    Modelled = 1,  // spans, coded with models that learn (SpanCodec)
-    Streams = 2,   // spans, as streams packed with LZMA (SpanStreams)
+    Modelled = 1,  // segments, coded with models that learn (SegmentCodec)
+    Streams = 2,   // segments, as streams packed with LZMA (SegmentStreams)
     ZstdAfter = 3  // one zstd frame with the old file as its prefix
 };
-
-// Files of 4 GiB and more are refused.
-constexpr std::uint64_t kMaxFileSize = 0xffffffffU;
 
 // Largest LZMA dictionary of a stream.
 constexpr std::uint64_t kMaxStreamDictionary = 16U << 20;
@@ -40,10 +37,10 @@ struct ParsedDiff {
 [[nodiscard]] ByteBuffer MakeHead(Method method, ByteView oldFile, ByteView newFile,
                                   ByteView payload);
 
-// Throws PatchError (DamagedDiff) for anything but a diff whose header is sound.
+// Throws Error (Damaged) for anything but a diff whose header is sound.
 [[nodiscard]] ParsedDiff Parse(ByteView diff);
 
 // True when `newFile` and every byte of `diff` are what the diff's check was made from.
 [[nodiscard]] bool CheckHolds(const ParsedDiff& parsed, ByteView diff, ByteView newFile);
 
-}  // namespace vdiff
+}  // namespace delta

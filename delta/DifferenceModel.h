@@ -1,28 +1,40 @@
 #pragma once
 
+#include <algorithm>
+
 #include "delta/BitModel.h"
 
-namespace vdiff {
+namespace delta {
 
-// Predicts which bytes of a copied span differ, and what has to be added to them. Programs are what
-// it looks for most: after a rebuild, distances and addresses differ by how far their target moved.
+// Predicts which bytes of a copied segment differ, and what has to be added to them. Programs are
+// what it looks for most: after a rebuild, distances and addresses differ by how far their target
+// moved. Keeps its tables from one pair of files to the next; Begin forgets what they hold.
 class DifferenceModel {
 public:
-    explicit DifferenceModel(ByteView oldFile);
+    // Starts anew for this old file, which stays borrowed.
+    void Begin(ByteView oldFile);
+
+    // Binary logarithm of the length of each of the two tables.
+    static int TableBits(std::uint64_t oldSize);
+
+    [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
+        return flags_.MemoryHeld() + deltas_.MemoryHeld();
+    }
 
     // Codes whether the copy of the old file's byte `at` differs.
     template <typename Coder>
     bool CodeFlag(Coder& coder, std::uint64_t at, bool differs) {
-        BitHistory& quick = BeginFlag(at);
+        BitHistory& quick =
+            quick_[(at == 0 ? 0 : OldByte(at - 1)) * models::kDistances + Distance()];
         const std::uint32_t p = quick.Probability();
-        if (p < kUnlikely) {
+        if (p < models::kUnlikely) {
             differs = coder.Code(differs, p == 0 ? 1 : p);
         } else {
             SetFlagContexts(at);
             differs = coder.Code(differs, flags_.Predict(1));
             flags_.Learn(differs);
         }
-        quick.Learn(differs, kQuickLimit);
+        quick.Learn(differs, models::kQuickLimit);
         ++sinceDifference_;
         if (!differs) run_ = 0;
         return differs;
@@ -38,26 +50,38 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t kUnlikely = 160;
-    static constexpr std::uint32_t kQuickLimit = 1000;
+    using Flags = MixedModel<models::kFlagInputs, models::kDifferenceSets>;
+    using Deltas = MixedModel<models::kDeltaInputs, models::kDifferenceSets>;
 
     [[nodiscard]] std::uint32_t OldByte(std::uint64_t at) const {
         return at < old_.size() ? old_[at] : 0U;
     }
-    [[nodiscard]] std::uint32_t OldWord(std::uint64_t at) const;
-    [[nodiscard]] std::uint32_t Distance() const;
-    BitHistory& BeginFlag(std::uint64_t at);
+    [[nodiscard]] std::uint32_t OldWord(std::uint64_t at) const {
+        return OldByte(at) | OldByte(at + 1) << 8 | OldByte(at + 2) << 16 | OldByte(at + 3) << 24;
+    }
+
+    // Bytes since the last difference, in classes: exact at first, then wider.
+    [[nodiscard]] std::uint32_t Distance() const {
+        if (sinceDifference_ <= models::kExactDistances) {
+            return static_cast<std::uint32_t>(sinceDifference_);
+        }
+        return std::min<std::uint32_t>(
+            models::kDistances - 1,
+            models::kDistanceOffset + static_cast<std::uint32_t>(std::bit_width(sinceDifference_)));
+    }
+
     void SetFlagContexts(std::uint64_t at);
     void SetDeltaContexts(std::uint64_t at);
     void Note(std::uint8_t delta);
 
     ByteView old_;
-    std::vector<BitHistory> quick_;
-    MixedModel flags_;
-    MixedModel deltas_;
+    // By the byte before and the distance; decides alone where a difference is unlikely.
+    std::array<BitHistory, std::size_t{256} * models::kDistances> quick_;
+    Flags flags_;
+    Deltas deltas_;
 
-    std::uint64_t sinceDifference_ = 64;
-    std::uint64_t lastGap_ = 64;
+    std::uint64_t sinceDifference_ = 0;
+    std::uint64_t lastGap_ = 0;
     std::uint64_t run_ = 0;                     // differing bytes right before this one
     std::array<std::uint8_t, 8> deltaInRun_{};  // by place in its run: the last delta there
     std::uint32_t lastDelta_ = 0;
@@ -65,4 +89,4 @@ private:
     std::uint32_t word_ = 0;
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,47 +1,63 @@
 #include "delta/FreshModel.h"
 
 #include <algorithm>
+#include <cstring>
 
-namespace vdiff {
+namespace delta {
 namespace {
-
-constexpr std::size_t kInputs = 9;
-constexpr int kPlaceBits = 13;
-constexpr std::uint64_t kKeyLength = 4;
-constexpr std::uint64_t kIndexedWhole = 1U << 16;
-constexpr std::uint64_t kLessonBefore = 256;
-constexpr std::uint64_t kLessonAfter = 256;
-constexpr std::uint64_t kMaxLessons = 1U << 15;
 
 // Stands in for a coder where both sides know the bits.
 struct NoCoder {
     static bool Code(bool bit, std::uint32_t /*probability*/) { return bit; }
 };
 
-// The last `count` bytes before a place as one number, zeros in front of the first.
-std::uint32_t Last(ByteView before, std::size_t count, std::size_t skip = 0) {
-    std::uint32_t value = 0;
-    for (std::size_t i = count + skip; i > skip; --i) {
-        value = value << 8 | (i <= before.size() ? before[before.size() - i] : 0U);
-    }
-    return value;
+// The last eight bytes, the very last one lowest; zeros in front of the first.
+std::uint64_t Tail(ByteView before) {
+    std::uint64_t tail = 0;
+    const std::size_t count = std::min<std::size_t>(before.size(), sizeof tail);
+    for (const std::uint8_t byte : before.last(count)) tail = tail << 8 | byte;
+    return tail;
 }
 
-std::size_t PlaceSlot(ByteView before) {
-    return HashContext({Last(before, kKeyLength)}) >> (32 - kPlaceBits);
+// `count` bytes before a place, without the last `skip` ones.
+std::uint32_t Last(std::uint64_t tail, int count, int skip = 0) {
+    return static_cast<std::uint32_t>(tail >> (8 * skip) & ((std::uint64_t{1} << (8 * count)) - 1));
+}
+
+std::size_t PlaceSlot(std::uint32_t key) {
+    static_assert(models::kKeyLength == sizeof key);
+    return HashContext({key}) >> (32 - models::kPlaceBits);
 }
 
 }  // namespace
 
-FreshModel::FreshModel(ByteView oldFile, std::uint64_t newSize)
-    : old_(oldFile),
-      model_(kInputs, 4,
-             std::clamp(static_cast<int>(std::bit_width(oldFile.size() + newSize)) + 2, 12, 19)),
-      places_(std::size_t{1} << kPlaceBits),
-      lessonsLeft_(kMaxLessons) {
-    if (oldFile.size() > kIndexedWhole) return;
-    for (std::size_t at = kKeyLength; at < oldFile.size(); ++at) {
-        places_[PlaceSlot(oldFile.first(at))] = static_cast<std::uint32_t>(at);
+int FreshModel::TableBits(std::uint64_t oldSize, std::uint64_t newSize) {
+    return std::clamp(
+        static_cast<int>(std::bit_width(oldSize + newSize)) + models::kFreshBitsPerSize,
+        models::kMinTableBits, models::kMaxFreshBits);
+}
+
+void FreshModel::Begin(ByteView oldFile, std::uint64_t newSize) {
+    old_ = oldFile;
+    tableBits_ = TableBits(oldFile.size(), newSize);
+    tablesMade_ = false;
+    match_ = 0;
+    matchLength_ = 0;
+    expected_ = 0;
+    matchContinues_ = false;
+    learntTo_ = 0;
+    lessonsLeft_ = models::kMaxLessons;
+}
+
+void FreshModel::MakeTables() {
+    tablesMade_ = true;
+    model_.Clear(tableBits_);
+    places_.fill(0);
+    if (old_.size() > models::kIndexedWhole) return;
+    std::uint32_t key = 0;
+    for (std::size_t at = 0; at < old_.size(); ++at) {
+        if (at >= models::kKeyLength) places_[PlaceSlot(key)] = static_cast<std::uint32_t>(at);
+        key = key << 8 | old_[at];
     }
 }
 
@@ -51,19 +67,19 @@ int FreshModel::ByteAt(std::uint64_t place, ByteView before) const {
     return place < before.size() ? before[place] : -1;
 }
 
-void FreshModel::FindMatch(ByteView before, std::uint64_t base) {
-    if (matchLength_ != 0 && matchGoesOn_) {
+void FreshModel::FindMatch(ByteView before, std::size_t slot, std::uint64_t base) {
+    if (matchLength_ != 0 && matchContinues_) {
         ++match_;
         ++matchLength_;
     } else {
         matchLength_ = 0;
     }
-    const std::size_t slot = PlaceSlot(before);
     if (matchLength_ == 0 && places_[slot] != 0) {
         match_ = places_[slot];
-        while (matchLength_ < 24 && matchLength_ < std::min<std::uint64_t>(match_, before.size()) &&
-               ByteAt(match_ - matchLength_ - 1, before) ==
-                   before[before.size() - matchLength_ - 1]) {
+        const std::uint64_t limit =
+            std::min({models::kMaxMatch, match_, std::uint64_t{before.size()}});
+        while (matchLength_ < limit && ByteAt(match_ - matchLength_ - 1, before) ==
+                                           before[before.size() - matchLength_ - 1]) {
             ++matchLength_;
         }
     }
@@ -74,36 +90,36 @@ void FreshModel::FindMatch(ByteView before, std::uint64_t base) {
 }
 
 void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldAt) {
-    FindMatch(before, base);
-    const auto length = static_cast<std::uint32_t>(std::min<std::uint64_t>(matchLength_, 15));
+    if (!tablesMade_) MakeTables();
+    const std::uint64_t tail = Tail(before);
+    FindMatch(before, PlaceSlot(Last(tail, models::kKeyLength)), base);
+    const auto length =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(matchLength_, models::kMatchClasses));
     const std::uint32_t expected = length == 0 ? 256U : expected_;
     const std::uint32_t aligned = oldAt < old_.size() ? old_[oldAt] : 256U;
-    const std::uint32_t last = Last(before, 1);
-    const std::array<std::uint32_t, kInputs> contexts{
-        HashContext({1}),
-        HashContext({2, last}),
-        HashContext({3, Last(before, 2)}),
-        HashContext({4, Last(before, 3)}),
-        HashContext({5, Last(before, 4)}),
-        HashContext({6, Last(before, 4), Last(before, 2, 4)}),
-        HashContext({7, Last(before, 1, 1), Last(before, 1, 3)}),
-        HashContext({8, expected, length}),
-        HashContext({9, aligned, last}),
-    };
-    model_.SetContexts(contexts.data(), length == 0 ? 0 : length < 6 ? 1 : length < 12 ? 2 : 3);
+    const std::uint32_t last = Last(tail, 1);
+    model_.SetContexts({HashContext({1}), HashContext({2, last}), HashContext({3, Last(tail, 2)}),
+                        HashContext({4, Last(tail, 3)}), HashContext({5, Last(tail, 4)}),
+                        HashContext({6, Last(tail, 4), Last(tail, 2, 4)}),
+                        HashContext({7, Last(tail, 1, 1), Last(tail, 1, 3)}),
+                        HashContext({8, expected, length}), HashContext({9, aligned, last})},
+                       length == 0   ? 0
+                       : length < 6  ? 1
+                       : length < 12 ? 2
+                                     : 3);
 }
 
 void FreshModel::LearnAround(std::uint64_t at) {
-    const std::uint64_t from = std::max(learntTo_, at - std::min(at, kLessonBefore));
-    const std::uint64_t to = std::min<std::uint64_t>(old_.size(), at + kLessonAfter);
+    const std::uint64_t from = std::max(learntTo_, at - std::min(at, models::kLessonBefore));
+    const std::uint64_t to = std::min<std::uint64_t>(old_.size(), at + models::kLessonAfter);
     NoCoder coder;
     matchLength_ = 0;
     for (std::uint64_t i = from; i < to && lessonsLeft_ > 0; ++i, --lessonsLeft_) {
         Prepare(old_.first(i), 0, old_.size());
-        matchGoesOn_ = CodeByte(coder, model_, old_[i]) == expected_;
+        matchContinues_ = CodeByte(coder, model_, old_[i]) == expected_;
         learntTo_ = i + 1;
     }
     matchLength_ = 0;
 }
 
-}  // namespace vdiff
+}  // namespace delta

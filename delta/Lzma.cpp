@@ -6,7 +6,7 @@
 #include <array>
 #include <new>
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 lzma_options_lzma Options(LzmaShape shape, std::uint64_t dictionarySize) {
@@ -22,7 +22,7 @@ lzma_options_lzma Options(LzmaShape shape, std::uint64_t dictionarySize) {
 
 void ThrowIfFailed(lzma_ret result) {
     if (result == LZMA_MEM_ERROR) throw std::bad_alloc();
-    if (result != LZMA_OK) throw PatchError(ExitCode::OutOfMemory, "liblzma cannot be set up");
+    if (result != LZMA_OK) throw Error(ErrorKind::OutOfMemory, "liblzma cannot be set up");
 }
 
 // Ends a liblzma coder with its scope.
@@ -72,6 +72,13 @@ std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
     return std::nullopt;
 }
 
+std::uint64_t PackLzmaMemory(std::uint64_t dictionarySize) {
+    lzma_options_lzma options = Options({}, dictionarySize);
+    const std::array<lzma_filter, 2> filters{
+        {{LZMA_FILTER_LZMA1EXT, &options}, {LZMA_VLI_UNKNOWN, nullptr}}};
+    return lzma_raw_encoder_memusage(filters.data());
+}
+
 struct LzmaReader::State {
     Coder coder;
 };
@@ -89,6 +96,13 @@ LzmaReader::LzmaReader(ByteView packed, LzmaShape shape, std::uint64_t dictionar
 
 LzmaReader::~LzmaReader() = default;
 
+std::uint64_t LzmaReader::Memory(std::uint64_t dictionarySize) {
+    lzma_options_lzma options = Options({.lc = LZMA_LCLP_MAX, .lp = 0, .pb = 0}, dictionarySize);
+    const std::array<lzma_filter, 2> filters{
+        {{LZMA_FILTER_LZMA1, &options}, {LZMA_VLI_UNKNOWN, nullptr}}};
+    return lzma_raw_decoder_memusage(filters.data());
+}
+
 void LzmaReader::Read(std::span<std::uint8_t> out) {
     lzma_stream& stream = state_->coder.stream;
     stream.next_out = out.data();
@@ -100,4 +114,4 @@ void LzmaReader::Read(std::span<std::uint8_t> out) {
     }
 }
 
-}  // namespace vdiff
+}  // namespace delta

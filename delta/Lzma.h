@@ -7,7 +7,7 @@
 
 #include "delta/Bytes.h"
 
-namespace vdiff {
+namespace delta {
 
 // Literal context bits, literal position bits, position bits of one LZMA stream.
 struct LzmaShape {
@@ -18,7 +18,7 @@ struct LzmaShape {
 
 // The usual one-byte form, (pb * 5 + lp) * 9 + lc.
 [[nodiscard]] std::uint8_t EncodeShape(LzmaShape shape);
-// Throws PatchError (DamagedDiff) for a byte that is no shape.
+// Throws Error (Damaged) for a byte that is no shape.
 [[nodiscard]] LzmaShape DecodeShape(std::uint8_t byte);
 
 // The bytes of one stream, in pieces that are borrowed.
@@ -38,6 +38,9 @@ struct Pieces {
                                                   std::uint64_t dictionarySize,
                                                   std::span<std::uint8_t> room);
 
+// Bytes that PackLzma takes.
+[[nodiscard]] std::uint64_t PackLzmaMemory(std::uint64_t dictionarySize);
+
 // Decodes what PackLzma made, piece by piece. Borrows `packed`.
 // Takes `dictionarySize` bytes and a fixed amount of memory.
 class LzmaReader {
@@ -47,7 +50,10 @@ public:
     LzmaReader(const LzmaReader&) = delete;
     LzmaReader& operator=(const LzmaReader&) = delete;
 
-    // Fills `out`. Throws PatchError (DamagedDiff) when the stream cannot.
+    // Bytes that a reader takes.
+    static std::uint64_t Memory(std::uint64_t dictionarySize);
+
+    // Fills `out`. Throws Error (Damaged) when the stream cannot.
     void Read(std::span<std::uint8_t> out);
 
 private:
@@ -56,4 +62,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-}  // namespace vdiff
+}  // namespace delta

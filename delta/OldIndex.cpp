@@ -4,7 +4,7 @@
 #include <bit>
 #include <cstring>
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 constexpr std::uint64_t kMegabyte = 1U << 20;
@@ -16,13 +16,36 @@ std::uint64_t Load64(const std::uint8_t* at) {
     return value;
 }
 
-}  // namespace
-
-OldIndex::Shape OldIndex::ShapeFor(std::uint64_t oldSize) {
+OldIndex::Shape UsualShape(std::uint64_t oldSize) {
     if (oldSize <= kMegabyte) return {12, 1};
     if (oldSize <= 64 * kMegabyte) return {24, 8};
     if (oldSize <= 1024 * kMegabyte) return {32, 32};
     return {64, 64};
+}
+
+std::size_t KeyCount(std::uint64_t oldSize, OldIndex::Shape shape) {
+    return oldSize < shape.keySize ? 0 : (oldSize - shape.keySize) / shape.step + 1;
+}
+
+int HashBits(std::size_t keyCount) {
+    return std::max(4, static_cast<int>(std::bit_width(keyCount)));
+}
+
+}  // namespace
+
+std::uint64_t OldIndex::Memory(std::uint64_t oldSize, Shape shape) {
+    const std::size_t count = KeyCount(oldSize, shape);
+    return ((std::uint64_t{1} << HashBits(count)) + count) * sizeof(std::uint32_t);
+}
+
+std::optional<OldIndex::Shape> OldIndex::ShapeFor(std::uint64_t oldSize,
+                                                  std::uint64_t memoryLimit) {
+    // Matches shorter than a step are found by chance only; past this hardly any would be.
+    constexpr std::size_t kMaxStep = 4096;
+    for (Shape shape = UsualShape(oldSize); shape.step <= kMaxStep; shape.step *= 2) {
+        if (Memory(oldSize, shape) <= memoryLimit) return shape;
+    }
+    return std::nullopt;
 }
 
 // Both branches take whole words, the last one overlapping: keys are 12 bytes or a multiple of 8.
@@ -36,12 +59,11 @@ std::size_t OldIndex::Slot(const std::uint8_t* key) const {
     return static_cast<std::size_t>(hash >> hashShift_);
 }
 
-OldIndex::OldIndex(ByteView oldFile) : shape_(ShapeFor(oldFile.size())) {
-    const std::size_t count =
-        oldFile.size() < shape_.keySize ? 0 : (oldFile.size() - shape_.keySize) / shape_.step + 1;
-    const int hashBits = std::max(4, static_cast<int>(std::bit_width(count)));
-    hashShift_ = 64 - hashBits;
-    heads_.assign(std::size_t{1} << hashBits, kNone);
+void OldIndex::Build(ByteView oldFile, Shape shape) {
+    shape_ = shape;
+    const std::size_t count = KeyCount(oldFile.size(), shape);
+    hashShift_ = 64 - HashBits(count);
+    heads_.assign(std::size_t{1} << HashBits(count), kNone);
     previous_.resize(count);
     std::size_t lastSlot = heads_.size();
     for (std::size_t number = 0; number < count; ++number) {
@@ -54,4 +76,4 @@ OldIndex::OldIndex(ByteView oldFile) : shape_(ShapeFor(oldFile.size())) {
     }
 }
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,21 +1,38 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "delta/Bytes.h"
 
-namespace vdiff {
+namespace delta {
 
-// Finds places of the old file by the bytes that stand there: a hash table over keys of
-// KeySize() bytes, taken at every Step()th byte. Both grow with the file, so that memory stays near
-// a quarter of its size. Borrows the file, which is below 4 GiB.
+// Finds places of the old file by the bytes there: a hash table over keys of KeySize() bytes, taken
+// at every Step()th byte. Both grow with the file, so that memory stays near a quarter of its size.
+// Keeps its tables from one file to the next.
 class OldIndex {
 public:
-    explicit OldIndex(ByteView oldFile);
+    struct Shape {
+        std::size_t keySize;
+        std::size_t step;
+    };
+
+    // The shape for an old file of this size whose index takes at most `memoryLimit` bytes: the
+    // usual one, or else one with longer steps, which misses short matches. Nothing if none fits.
+    static std::optional<Shape> ShapeFor(std::uint64_t oldSize, std::uint64_t memoryLimit);
+
+    // Bytes that the index of such a file takes.
+    static std::uint64_t Memory(std::uint64_t oldSize, Shape shape);
+
+    // Indexes `oldFile`, which is below 4 GiB and need not live on, in place of the one before.
+    void Build(ByteView oldFile, Shape shape);
 
     [[nodiscard]] std::size_t KeySize() const noexcept { return shape_.keySize; }
     [[nodiscard]] std::size_t Step() const noexcept { return shape_.step; }
+    [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
+        return (heads_.capacity() + previous_.capacity()) * sizeof(std::uint32_t);
+    }
 
     // Calls visit(position) for places that may hold the KeySize() bytes at `key`, latest first;
     // at most kMaxCandidates of them.
@@ -29,21 +46,15 @@ public:
     }
 
 private:
-    struct Shape {
-        std::size_t keySize;
-        std::size_t step;
-    };
-
     static constexpr std::uint32_t kNone = 0xffffffffU;
     static constexpr int kMaxCandidates = 16;
 
-    static Shape ShapeFor(std::uint64_t oldSize);
     [[nodiscard]] std::size_t Slot(const std::uint8_t* key) const;
 
-    Shape shape_;
+    Shape shape_{};
     int hashShift_ = 0;
     std::vector<std::uint32_t> heads_;     // by hash: number of the latest key
     std::vector<std::uint32_t> previous_;  // by number: the key before it with the same hash
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,6 +1,6 @@
 #include "delta/RangeCoder.h"
 
-namespace vdiff {
+namespace delta {
 
 std::size_t RangeEncoder::Finish() {
     // With k bytes kept, the largest number not above `high_` has zeros below them.
@@ -15,4 +15,4 @@ std::size_t RangeEncoder::Finish() {
     return used_;
 }
 
-}  // namespace vdiff
+}  // namespace delta

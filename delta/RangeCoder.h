@@ -5,7 +5,7 @@
 
 #include "delta/Bytes.h"
 
-namespace vdiff {
+namespace delta {
 
 // The pair codes yes-or-no decisions into as many bits as they are surprising. Both are driven by
 // the same code: Code(bit, probability) takes the bit to write or ignores it, and returns the bit.
@@ -41,7 +41,7 @@ private:
     std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
 };
 
-// Reads zeros behind the end of its input, as Finish expects, but throws PatchError (DamagedDiff)
+// Reads zeros behind the end of its input, as Finish expects, but throws Error (Damaged)
 // when it has to go on and on with them.
 class RangeDecoder {
 public:
@@ -79,4 +79,4 @@ private:
     std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -5,7 +5,7 @@
 
 #include "delta/DiffFormat.h"
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 using Output = std::span<std::uint8_t>;
@@ -45,18 +45,19 @@ std::optional<std::size_t> WriteStream(const Pieces& stream, LzmaShape shape, Ou
 
 }  // namespace
 
-SpanStreams::SpanStreams(ByteView oldFile, ByteView newFile, std::span<const Span> spans) {
+SegmentStreams::SegmentStreams(ByteView oldFile, ByteView newFile,
+                               std::span<const Segment> segments) {
     ByteWriter controlOut(control);
     ByteWriter gapsOut(gaps);
     std::uint64_t oldEnd = 0;
     std::uint64_t newAt = 0;
     std::uint64_t gap = 0;
-    for (const Span& span : spans) {
-        controlOut.Number(FoldSign(static_cast<std::int64_t>(span.oldAt - oldEnd)));
-        controlOut.Number(span.copied);
-        controlOut.Number(span.fresh);
-        oldEnd = span.oldAt + span.copied;
-        for (std::uint64_t at = span.oldAt; at < oldEnd; ++at, ++newAt) {
+    for (const Segment& segment : segments) {
+        controlOut.Number(FoldSign(static_cast<std::int64_t>(segment.oldAt - oldEnd)));
+        controlOut.Number(segment.copied);
+        controlOut.Number(segment.fresh);
+        oldEnd = std::uint64_t{segment.oldAt} + segment.copied;
+        for (std::uint64_t at = segment.oldAt; at < oldEnd; ++at, ++newAt) {
             if (oldFile[at] == newFile[newAt]) {
                 ++gap;
                 continue;
@@ -65,12 +66,20 @@ SpanStreams::SpanStreams(ByteView oldFile, ByteView newFile, std::span<const Spa
             values.push_back(static_cast<std::uint8_t>(newFile[newAt] - oldFile[at]));
             gap = 0;
         }
-        if (span.fresh != 0) fresh.Add(newFile.subspan(newAt, span.fresh));
-        newAt += span.fresh;
+        if (segment.fresh != 0) fresh.Add(newFile.subspan(newAt, segment.fresh));
+        newAt += segment.fresh;
     }
 }
 
-std::optional<std::size_t> WriteStreams(const SpanStreams& streams, Output room) {
+std::uint64_t SegmentStreams::Memory(std::uint64_t newSize, std::size_t keySize) {
+    // Three numbers and a view a segment, and room to grow by doubling.
+    constexpr std::uint64_t kPerSegment = 2 * (3 * 5 + sizeof(ByteView));
+    // At most a third of the copied bytes differ, or a copy would have ended; each takes two bytes.
+    return 2 * newSize + MostSegments(newSize, keySize) * kPerSegment +
+           PackLzmaMemory(DictionarySize(newSize));
+}
+
+std::optional<std::size_t> WriteStreams(const SegmentStreams& streams, Output room) {
     constexpr LzmaShape kNumbers{.lc = 3, .lp = 0, .pb = 0};
     constexpr LzmaShape kContent{.lc = 3, .lp = 0, .pb = 2};
     std::size_t used = 0;
@@ -84,6 +93,10 @@ std::optional<std::size_t> WriteStreams(const SpanStreams& streams, Output room)
     const auto size = WriteStream(streams.fresh, kContent, room.subspan(used));
     if (!size) return std::nullopt;
     return used + *size;
+}
+
+std::uint64_t StreamReadersMemory() {
+    return 4 * (LzmaReader::Memory(kMaxStreamDictionary) + kPieceSize);
 }
 
 StreamReader::StreamReader(ByteReader& payload) {
@@ -131,4 +144,4 @@ void StreamReader::Read(std::span<std::uint8_t> out) {
     }
 }
 
-}  // namespace vdiff
+}  // namespace delta

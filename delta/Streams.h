@@ -3,16 +3,19 @@
 #include <optional>
 
 #include "delta/Lzma.h"
-#include "delta/Span.h"
+#include "delta/Segment.h"
 
-namespace vdiff {
+namespace delta {
 
-// Spans as bytes, for a general packer. The files stay borrowed.
-struct SpanStreams {
-    SpanStreams(ByteView oldFile, ByteView newFile, std::span<const Span> spans);
+// Segments as bytes, for a general packer. The files stay borrowed.
+struct SegmentStreams {
+    SegmentStreams(ByteView oldFile, ByteView newFile, std::span<const Segment> segments);
 
-    ByteBuffer control;  // a span: distance from the last copy's end in the old file, sign folded;
-                         // bytes to copy; fresh bytes
+    // Upper bound of the bytes that these streams, and packing them, take.
+    static std::uint64_t Memory(std::uint64_t newSize, std::size_t keySize);
+
+    ByteBuffer control;  // a segment: distance from the last copy's end in the old file, sign
+                         // folded; bytes to copy; fresh bytes
     ByteBuffer gaps;     // for each differing byte: bytes copied unchanged since the one before
     ByteBuffer values;   // for each differing byte: new minus old, modulo 256
     Pieces fresh;        // as views of the new file
@@ -21,11 +24,14 @@ struct SpanStreams {
 // Writes the streams to the front of `room`, one after another: each its size, and either its bytes
 // or an LZMA stream of them, whichever is shorter. The bytes written, or nothing when they do not
 // fit.
-[[nodiscard]] std::optional<std::size_t> WriteStreams(const SpanStreams& streams,
+[[nodiscard]] std::optional<std::size_t> WriteStreams(const SegmentStreams& streams,
                                                       std::span<std::uint8_t> room);
 
+// Upper bound of the bytes that readers of a diff's four streams take, whatever the diff declares.
+[[nodiscard]] std::uint64_t StreamReadersMemory();
+
 // Reads one of these streams from front to back without holding more of it than a dictionary.
-// Throws PatchError (DamagedDiff) when it ends too early or does not decode.
+// Throws Error (Damaged) when it ends too early or does not decode.
 class StreamReader {
 public:
     // Takes the stream off the front of `payload`, which stays borrowed.
@@ -47,4 +53,4 @@ private:
     ByteView piece_;
 };
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,25 +1,22 @@
 #include "delta/Zstd.h"
 
-#define ZSTD_STATIC_LINKING_ONLY  // for frames without magic
+#define ZSTD_STATIC_LINKING_ONLY  // for frames without magic, and sizes of contexts
 #include <zstd.h>
 #include <zstd_errors.h>
 
 #include <algorithm>
 #include <bit>
-#include <memory>
 #include <new>
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 // Long-distance matching pays from here on; below, the plain match finder sees the whole window.
 constexpr int kLongDistanceLog = 24;
 
-using Compressor = std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)>;
-using Decompressor = std::unique_ptr<ZSTD_DCtx, decltype(&ZSTD_freeDCtx)>;
-
-void ThrowIfFailed(std::size_t result) {
+std::size_t Checked(std::size_t result) {
     if (ZSTD_isError(result) != 0) throw std::bad_alloc();
+    return result;
 }
 
 int WindowLog(std::uint64_t size) {
@@ -29,20 +26,27 @@ int WindowLog(std::uint64_t size) {
 
 }  // namespace
 
-std::optional<std::size_t> PackZstd(ByteView input, ByteView prefix, int level,
-                                    std::span<std::uint8_t> room) {
-    const Compressor compressor(ZSTD_createCCtx(), &ZSTD_freeCCtx);
-    if (compressor == nullptr) throw std::bad_alloc();
-    ZSTD_CCtx* context = compressor.get();
+Zstd::Zstd() = default;
+Zstd::~Zstd() = default;
+
+void Zstd::Free::operator()(ZSTD_CCtx_s* context) const noexcept { ZSTD_freeCCtx(context); }
+void Zstd::Free::operator()(ZSTD_DCtx_s* context) const noexcept { ZSTD_freeDCtx(context); }
+
+std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level,
+                                      std::span<std::uint8_t> room) {
+    if (packer_ == nullptr) packer_.reset(ZSTD_createCCtx());
+    ZSTD_CCtx* context = packer_.get();
+    if (context == nullptr) throw std::bad_alloc();
     const int windowLog = WindowLog(std::uint64_t{input.size()} + prefix.size());
-    ThrowIfFailed(ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, level));
-    ThrowIfFailed(ZSTD_CCtx_setParameter(context, ZSTD_c_format, ZSTD_f_zstd1_magicless));
-    ThrowIfFailed(ZSTD_CCtx_setParameter(context, ZSTD_c_contentSizeFlag, 0));
-    ThrowIfFailed(ZSTD_CCtx_setParameter(context, ZSTD_c_windowLog, windowLog));
+    Checked(ZSTD_CCtx_reset(context, ZSTD_reset_session_and_parameters));
+    Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, level));
+    Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_format, ZSTD_f_zstd1_magicless));
+    Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_contentSizeFlag, 0));
+    Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_windowLog, windowLog));
     if (windowLog >= kLongDistanceLog) {
-        ThrowIfFailed(ZSTD_CCtx_setParameter(context, ZSTD_c_enableLongDistanceMatching, 1));
+        Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_enableLongDistanceMatching, 1));
     }
-    ThrowIfFailed(ZSTD_CCtx_refPrefix(context, prefix.data(), prefix.size()));
+    Checked(ZSTD_CCtx_refPrefix(context, prefix.data(), prefix.size()));
 
     const std::size_t size =
         ZSTD_compress2(context, room.data(), room.size(), input.data(), input.size());
@@ -51,17 +55,40 @@ std::optional<std::size_t> PackZstd(ByteView input, ByteView prefix, int level,
     return size;
 }
 
-void UnpackZstd(ByteView packed, ByteView prefix, std::span<std::uint8_t> out) {
-    const Decompressor decompressor(ZSTD_createDCtx(), &ZSTD_freeDCtx);
-    if (decompressor == nullptr) throw std::bad_alloc();
-    ZSTD_DCtx* context = decompressor.get();
-    ThrowIfFailed(ZSTD_DCtx_setParameter(context, ZSTD_d_format, ZSTD_f_zstd1_magicless));
-    ThrowIfFailed(ZSTD_DCtx_setParameter(context, ZSTD_d_windowLogMax, ZSTD_WINDOWLOG_MAX_64));
-    ThrowIfFailed(ZSTD_DCtx_refPrefix(context, prefix.data(), prefix.size()));
+std::uint64_t Zstd::PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize, int level) {
+    // What libzstd adds for block buffers and its own needs; more than it was seen to take.
+    constexpr std::uint64_t kSlack = 1U << 19;
+    const int windowLog = WindowLog(inputSize + prefixSize);
+    ZSTD_compressionParameters parameters =
+        ZSTD_getCParams(level, std::max<std::uint64_t>(inputSize, 1), prefixSize);
+    parameters.windowLog = static_cast<unsigned>(windowLog);
+    std::uint64_t size = kSlack + Checked(ZSTD_estimateCCtxSize_usingCParams(parameters));
+    // Its table has 8 bytes for each 128 of the window, and a byte for each 8 of those entries.
+    if (windowLog >= kLongDistanceLog) size += std::uint64_t{9} << (windowLog - 7);
+    return size;
+}
+
+void Zstd::Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out) {
+    if (unpacker_ == nullptr) unpacker_.reset(ZSTD_createDCtx());
+    ZSTD_DCtx* context = unpacker_.get();
+    if (context == nullptr) throw std::bad_alloc();
+    Checked(ZSTD_DCtx_reset(context, ZSTD_reset_session_and_parameters));
+    Checked(ZSTD_DCtx_setParameter(context, ZSTD_d_format, ZSTD_f_zstd1_magicless));
+    Checked(ZSTD_DCtx_setParameter(context, ZSTD_d_windowLogMax, ZSTD_WINDOWLOG_MAX_64));
+    Checked(ZSTD_DCtx_refPrefix(context, prefix.data(), prefix.size()));
     const std::size_t size =
         ZSTD_decompressDCtx(context, out.data(), out.size(), packed.data(), packed.size());
     if (ZSTD_isError(size) != 0 || size != out.size())
         ThrowDamaged("its zstd frame does not decode");
 }
 
-}  // namespace vdiff
+std::uint64_t Zstd::MemoryHeld() const noexcept {
+    return ZSTD_sizeof_CCtx(packer_.get()) + ZSTD_sizeof_DCtx(unpacker_.get());
+}
+
+void Zstd::Release() noexcept {
+    packer_.reset();
+    unpacker_.reset();
+}
+
+}  // namespace delta

@@ -3,7 +3,7 @@
 #include "tests/delta/Samples.h"
 #include "tests/support/Tests.h"
 
-namespace vdiff::test {
+namespace delta::test {
 namespace {
 
 // The example of docs/formats/diff.md.
@@ -46,7 +46,7 @@ TEST(DiffFormat, NumbersHaveOneForm) {
     for (const ByteBuffer& bad :
          {ByteBuffer{0x80, 0}, ByteBuffer{0x80},
           ByteBuffer{255, 255, 255, 255, 255, 255, 255, 255, 255, 2}, ByteBuffer(11, 0x80)}) {
-        EXPECT_THROW(static_cast<void>(ByteReader(bad).Number()), PatchError);
+        EXPECT_THROW(static_cast<void>(ByteReader(bad).Number()), Error);
     }
     for (const std::int64_t value : {0L, -1L, 1L, 1L << 40, -(1L << 40)}) {
         EXPECT_EQ(UnfoldSign(FoldSign(value)), value);
@@ -54,4 +54,4 @@ TEST(DiffFormat, NumbersHaveOneForm) {
 }
 
 }  // namespace
-}  // namespace vdiff::test
+}  // namespace delta::test

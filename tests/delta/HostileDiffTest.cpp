@@ -2,7 +2,7 @@
 #include "tests/delta/Samples.h"
 #include "tests/support/Tests.h"
 
-namespace vdiff::test {
+namespace delta::test {
 namespace {
 
 constexpr Method kMethods[] = {Method::Stored, Method::Modelled, Method::Streams,
@@ -47,8 +47,8 @@ TEST_F(HostileDiff, AnotherOldFileIsRefused) {
         try {
             static_cast<void>(Makes(wrong, diff, {}));
             FAIL() << "applied to another file";
-        } catch (const PatchError& error) {
-            EXPECT_EQ(error.Code(), ExitCode::WrongOldFile);
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Kind(), ErrorKind::WrongOld);
         }
     }
 }
@@ -76,7 +76,7 @@ TEST_F(HostileDiff, StreamsThatLeaveAFileAreRefused) {
         try {
             static_cast<void>(Makes(before, diff, {}));
             FAIL() << "accepted";
-        } catch (const PatchError& error) {
+        } catch (const Error& error) {
             EXPECT_STRNE(error.what(), "the diff is damaged: its check does not hold");
         }
     }
@@ -93,4 +93,4 @@ TEST_F(HostileDiff, EndlessOutputStopsWithItsInput) {
 }
 
 }  // namespace
-}  // namespace vdiff::test
+}  // namespace delta::test

@@ -2,7 +2,7 @@
 #include "tests/delta/Samples.h"
 #include "tests/support/Tests.h"
 
-namespace vdiff::test {
+namespace delta::test {
 namespace {
 
 constexpr std::size_t kOverhead = 20;
@@ -75,4 +75,4 @@ TEST(RoundTrip, EveryMethodWinsSomewhere) {
 }
 
 }  // namespace
-}  // namespace vdiff::test
+}  // namespace delta::test

@@ -4,17 +4,21 @@
 #include <random>
 #include <string>
 
-#include "delta/Apply.h"
-#include "delta/MakeDiff.h"
-#include "delta/SpanCodec.h"
 #include "delta/Streams.h"
-#include "delta/Zstd.h"
+#include "delta/Workspace.h"
 
-namespace vdiff::test {
+namespace delta::test {
 
 ByteBuffer Join(ByteBuffer first, ByteView second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
+}
+
+Bytes AsBytes(ByteView bytes) { return std::as_bytes(bytes); }
+
+ByteBuffer FromBytes(Bytes bytes) {
+    const auto* first = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    return {first, first + bytes.size()};
 }
 
 ByteBuffer FromText(std::string_view text) { return {text.begin(), text.end()}; }
@@ -37,42 +41,47 @@ ByteBuffer Config(std::size_t size, std::uint32_t seed) {
 }
 
 ByteBuffer DiffOf(ByteView oldFile, ByteView newFile) {
-    const Diff diff = MakeDiff(oldFile, newFile);
-    return Join(diff.head, diff.payload);
+    Workspace workspace;
+    return FromBytes(MakeDelta(AsBytes(oldFile), AsBytes(newFile), workspace));
 }
 
 ByteBuffer DiffBy(Method method, ByteView oldFile, ByteView newFile) {
     ByteBuffer payload(newFile.size() + 1000);
-    const std::vector<Span> spans = FindSpans(oldFile, newFile);
+    Workspace::Parts parts;
+    parts.index.Build(oldFile, OldIndex::ShapeFor(oldFile.size(), kNoLimit).value());
+    FindSegments(oldFile, newFile, parts.index, parts.segments);
     RangeEncoder encoder(payload);
-    SpanCodec<RangeEncoder> codec(encoder, oldFile, newFile);
+    SegmentCodec<RangeEncoder> codec(encoder, parts.models, oldFile, newFile);
     switch (method) {
         case Method::Stored:
             payload.assign(newFile.begin(), newFile.end());
             break;
         case Method::Modelled:
-            for (const Span& span : spans) codec.Code(span);
+            for (const Segment& segment : parts.segments) codec.Code(segment);
             payload.resize(encoder.Finish());
             break;
         case Method::Streams:
-            payload.resize(WriteStreams(SpanStreams(oldFile, newFile, spans), payload).value());
+            payload.resize(
+                WriteStreams(SegmentStreams(oldFile, newFile, parts.segments), payload).value());
             break;
         case Method::ZstdAfter:
-            payload.resize(PackZstd(newFile, oldFile, 3, payload).value());
+            payload.resize(parts.zstd.Pack(newFile, oldFile, 3, payload).value());
             break;
     }
     return Join(MakeHead(method, oldFile, newFile, payload), payload);
 }
 
 bool Makes(ByteView oldFile, ByteView diff, ByteView newFile) {
-    return std::ranges::equal(ApplyDiff(oldFile, diff).View(), newFile);
+    Workspace workspace;
+    return std::ranges::equal(ApplyDelta(AsBytes(oldFile), AsBytes(diff), workspace),
+                              AsBytes(newFile));
 }
 
 bool Refused(ByteView oldFile, ByteView diff) {
     try {
-        static_cast<void>(ApplyDiff(oldFile, diff));
+        static_cast<void>(Makes(oldFile, diff, {}));
         return false;
-    } catch (const PatchError&) {
+    } catch (const Error&) {
         return true;
     }
 }
@@ -91,4 +100,4 @@ ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload) {
     return diff;
 }
 
-}  // namespace vdiff::test
+}  // namespace delta::test

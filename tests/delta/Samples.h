@@ -2,12 +2,15 @@
 
 #include <string_view>
 
+#include "delta/Delta.h"
 #include "delta/DiffFormat.h"
 
-namespace vdiff::test {
+namespace delta::test {
 
 ByteBuffer Join(ByteBuffer first, ByteView second);
 ByteBuffer FromText(std::string_view text);
+ByteBuffer FromBytes(Bytes bytes);
+Bytes AsBytes(ByteView bytes);
 
 // The same pseudo-random bytes for the same seed.
 ByteBuffer Noise(std::size_t size, std::uint32_t seed);
@@ -15,7 +18,7 @@ ByteBuffer Noise(std::size_t size, std::uint32_t seed);
 // Lines of a configuration, about `size` bytes.
 ByteBuffer Config(std::size_t size, std::uint32_t seed);
 
-// MakeDiff's result in one piece.
+// MakeDelta's result in a workspace of its own.
 ByteBuffer DiffOf(ByteView oldFile, ByteView newFile);
 
 // A diff by this method, whichever would be the smallest.
@@ -24,7 +27,7 @@ ByteBuffer DiffBy(Method method, ByteView oldFile, ByteView newFile);
 // True when the diff makes `newFile` again.
 bool Makes(ByteView oldFile, ByteView diff, ByteView newFile);
 
-// True when ApplyDiff throws PatchError.
+// True when ApplyDelta throws Error.
 bool Refused(ByteView oldFile, ByteView diff);
 
 // A diff with a sound header for `newSize` zeros, and any payload.
@@ -33,4 +36,4 @@ ByteBuffer WithPayload(ByteView oldFile, std::size_t newSize, Method method, Byt
 // The same with a header that declares nearly 4 GiB.
 ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload);
 
-}  // namespace vdiff::test
+}  // namespace delta::test

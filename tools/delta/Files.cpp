@@ -12,9 +12,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "delta/DiffFormat.h"
+#include "tools/delta/ProgramError.h"
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 constexpr std::uint64_t kMapFrom = 64U << 20;
@@ -24,7 +24,7 @@ std::array<char, 4096> unfinishedPath{};
 const char* lineOnFault = "";
 
 [[noreturn]] void ThrowSystem(ExitCode code, const char* what, const std::string& path, int error) {
-    throw PatchError(code, std::string(what) + " " + path + ": " + std::strerror(error));
+    throw ProgramError(code, std::string(what) + " " + path + ": " + std::strerror(error));
 }
 
 class Descriptor {
@@ -72,7 +72,7 @@ public:
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-    void Write(ByteView bytes) {
+    void Write(Bytes bytes) {
         while (!bytes.empty()) {
             const ssize_t count = write(descriptor_.Get(), bytes.data(), bytes.size());
             if (count < 0 && errno == EINTR) continue;
@@ -147,7 +147,7 @@ InputFile::InputFile(const std::string& path) {
         ThrowSystem(ExitCode::CannotRead, "cannot read", path, errno);
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
-    if (size > kMaxFileSize) throw PatchError(ExitCode::TooLarge, path + " has 4 GiB or more");
+    if (size > kMaxSize) throw ProgramError(ExitCode::TooLarge, path + " has 4 GiB or more");
     if (S_ISREG(status.st_mode) && size >= kMapFrom) {
         Map(file.Get(), size, path);
     } else {
@@ -163,7 +163,7 @@ void InputFile::Map(int descriptor, std::size_t size, const std::string& path) {
     void* mapping = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor, 0);
     if (mapping == MAP_FAILED) ThrowSystem(ExitCode::CannotRead, "cannot map", path, errno);
     mapping_ = mapping;
-    bytes_ = {static_cast<const std::uint8_t*>(mapping), size};
+    bytes_ = {static_cast<const std::byte*>(mapping), size};
 }
 
 // Reads to the end, wherever it turns out to be: pipes have no size, and files may change theirs.
@@ -177,19 +177,19 @@ void InputFile::ReadAll(int descriptor, std::size_t expectedSize, const std::str
         if (count < 0) ThrowSystem(ExitCode::CannotRead, "cannot read", path, errno);
         if (count == 0) break;
         done += static_cast<std::size_t>(count);
-        if (done > kMaxFileSize) throw PatchError(ExitCode::TooLarge, path + " has 4 GiB or more");
+        if (done > kMaxSize) throw ProgramError(ExitCode::TooLarge, path + " has 4 GiB or more");
     }
-    bytes_ = ByteView(buffer_).first(done);
+    bytes_ = Bytes(buffer_).first(done);
 }
 
-void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces) {
+void WriteOutput(const std::string& path, Bytes content) {
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && !S_ISREG(status.st_mode)) {
-        throw PatchError(ExitCode::CannotWrite, "cannot write " + path + ": not a regular file");
+        throw ProgramError(ExitCode::CannotWrite, "cannot write " + path + ": not a regular file");
     }
     UnfinishedFile file(path, exists ? &status : nullptr);
-    for (const ByteView piece : pieces) file.Write(piece);
+    file.Write(content);
     file.Finish();
 }
 
@@ -202,4 +202,4 @@ void HandleSignals(const char* faultLine) {
     }
 }
 
-}  // namespace vdiff
+}  // namespace delta

@@ -1,41 +1,41 @@
 #pragma once
 
-#include <initializer_list>
 #include <string>
+#include <vector>
 
-#include "delta/Bytes.h"
+#include "delta/Delta.h"
 
-namespace vdiff {
+namespace delta {
 
 // The bytes of an input file: read into memory, or mapped when it is large.
 class InputFile {
 public:
-    // Throws PatchError (CannotRead, TooLarge).
+    // Throws ProgramError (CannotRead, TooLarge).
     explicit InputFile(const std::string& path);
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
-    [[nodiscard]] ByteView Bytes() const noexcept { return bytes_; }
+    [[nodiscard]] Bytes Content() const noexcept { return bytes_; }
 
 private:
     void Map(int descriptor, std::size_t size, const std::string& path);
     void ReadAll(int descriptor, std::size_t expectedSize, const std::string& path);
 
-    ByteBuffer buffer_;
+    std::vector<std::byte> buffer_;
     void* mapping_ = nullptr;
-    ByteView bytes_;
+    Bytes bytes_;
 };
 
-// Makes `path` hold `pieces`, one after another. They are written to a file beside it, which takes
-// the name once it is whole and on the disk; so whatever file had the name is replaced, never
+// Makes `path` hold `content`. It is written to a file beside it, which takes the name once it is
+// whole and on the disk; so whatever file had the name is replaced, never
 // written into, and only its permissions are kept. Refuses a folder, a device and a pipe.
-// Throws PatchError (CannotWrite), and then `path` is what it was.
-void WriteOutput(const std::string& path, std::initializer_list<ByteView> pieces);
+// Throws ProgramError (CannotWrite), and then `path` is what it was.
+void WriteOutput(const std::string& path, Bytes content);
 
 // From here on a signal that ends the program removes the unfinished output first, a mapped input
 // that shrinks ends it with `faultLine` on standard error and exit code CannotRead, and a
 // file-size limit is an error of writing. `faultLine` must live as long as the program.
 void HandleSignals(const char* faultLine);
 
-}  // namespace vdiff
+}  // namespace delta

@@ -6,10 +6,11 @@
 #include <new>
 #include <string_view>
 
-#include "delta/PatchError.h"
+#include "delta/Error.h"
 #include "tools/delta/Files.h"
+#include "tools/delta/ProgramError.h"
 
-namespace vdiff {
+namespace delta {
 namespace {
 
 void PrintHelp(const Program& program) {
@@ -45,7 +46,7 @@ int RunProgram(const Program& program, int argc, char** argv) {
         return 0;
     }
     if (option == "--version") {
-        std::printf("%s %s\n", program.name, VDIFF_VERSION);
+        std::printf("%s %s\n", program.name, DELTA_VERSION);
         return 0;
     }
     if (argc != 4) {
@@ -56,11 +57,13 @@ int RunProgram(const Program& program, int argc, char** argv) {
         HandleSignals(program.faultLine);
         program.action(argv[1], argv[2], argv[3]);
         return 0;
-    } catch (const PatchError& error) {
+    } catch (const ProgramError& error) {
         return Fail(program, error.Code(), error.what());
+    } catch (const Error& error) {
+        return Fail(program, ExitCodeOf(error.Kind()), error.what());
     } catch (const std::bad_alloc&) {
         return Fail(program, ExitCode::OutOfMemory, "out of memory");
     }
 }
 
-}  // namespace vdiff
+}  // namespace delta

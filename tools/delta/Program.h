@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace vdiff {
+namespace delta {
 
 // What sets one of the two programs apart.
 struct Program {
@@ -17,4 +17,4 @@ struct Program {
 // The main function of `program`: its exit code. Failures are one line on standard error.
 int RunProgram(const Program& program, int argc, char** argv);
 
-}  // namespace vdiff
+}  // namespace delta

@@ -6,14 +6,14 @@
 #include <exception>
 #include <fstream>
 
-#include "bench/patch/Corpora.h"
-#include "bench/patch/Random.h"
+#include "bench/delta/Corpora.h"
+#include "bench/delta/Random.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using vdiff::ByteBuffer;
-using vdiff::bench::Pair;
+using delta::ByteBuffer;
+using delta::bench::Pair;
 
 void Write(const fs::path& path, const ByteBuffer& bytes) {
     std::ofstream out(path, std::ios::binary);
@@ -35,7 +35,7 @@ void WriteAll(const fs::path& folder, const std::vector<Pair>& pairs) {
 // Half noise, half text-like bytes; pieces moved, inserted and sprinkled with changes.
 void WriteHuge(const fs::path& folder) {
     constexpr std::size_t kSize = 500'000'000;
-    vdiff::bench::Random random(4);
+    delta::bench::Random random(4);
     ByteBuffer bytes(kSize);
     for (std::size_t i = 0; i < kSize; ++i) {
         const bool noise = i / 1'000'000 % 2 == 0;
@@ -67,9 +67,9 @@ int main(int argc, char** argv) try {
     }
     const double scale = std::atof(argv[2]);
     const auto scaled = [&](double count) { return static_cast<std::size_t>(count * scale) + 1; };
-    WriteAll(folder / "assets", vdiff::bench::MakeAssets(scaled(35)));
-    WriteAll(folder / "small", vdiff::bench::MakeSmallFiles(scaled(299)));
-    WriteAll(folder / "large", vdiff::bench::MakeLarge(scaled(4), scaled(8'000'000)));
+    WriteAll(folder / "assets", delta::bench::MakeAssets(scaled(35)));
+    WriteAll(folder / "small", delta::bench::MakeSmallFiles(scaled(299)));
+    WriteAll(folder / "large", delta::bench::MakeLarge(scaled(4), scaled(8'000'000)));
     return 0;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "make_corpora: %s\n", error.what());

@@ -6,7 +6,7 @@
 
 #include "delta/Bytes.h"
 
-namespace vdiff::bench {
+namespace delta::bench {
 
 struct Pair {
     std::string name;
@@ -24,4 +24,4 @@ std::vector<Pair> MakeSmallFiles(std::size_t count);
 // across them moved, as the next build would; and a bundle of headers with lines edited.
 std::vector<Pair> MakeLarge(std::size_t count, std::size_t maxSize);
 
-}  // namespace vdiff::bench
+}  // namespace delta::bench

@@ -1,15 +1,14 @@
-#include "delta/Span.h"
+#include "delta/Segment.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-#include "delta/OldIndex.h"
-
-namespace vdiff {
+namespace delta {
 namespace {
 
-// An exact match must beat the current alignment by more than this to be worth a span of its own.
+// An exact match must beat the current alignment by more than this to be worth a segment of its
+// own.
 constexpr std::uint64_t kMinGain = 12;
 
 // Matching bytes that make up for one that differs, when a copy is extended.
@@ -34,12 +33,13 @@ std::uint64_t EqualBytesBefore(const std::uint8_t* a, const std::uint8_t* b, std
     return count;
 }
 
-class SpanFinder {
+class SegmentFinder {
 public:
-    SpanFinder(ByteView oldFile, ByteView newFile)
-        : old_(oldFile), new_(newFile), index_(oldFile) {}
+    SegmentFinder(ByteView oldFile, ByteView newFile, const OldIndex& index,
+                  std::vector<Segment>& segments)
+        : old_(oldFile), new_(newFile), index_(index), segments_(segments) {}
 
-    std::vector<Span> Run();
+    void Run();
 
 private:
     // `length` equal bytes at these places of the two files.
@@ -56,29 +56,29 @@ private:
     [[nodiscard]] std::uint64_t BackwardLength(const Match& match) const;
     [[nodiscard]] std::uint64_t SplitOverlap(const Match& match, std::uint64_t forward,
                                              std::uint64_t overlap) const;
-    void CloseSpan(const Match& next);
-    void AddSpan(std::uint64_t copied, std::uint64_t fresh);
+    void CloseSegment(const Match& next);
+    void AddSegment(std::uint64_t copied, std::uint64_t fresh);
 
     ByteView old_;
     ByteView new_;
-    OldIndex index_;
-    std::vector<Span> spans_;
+    const OldIndex& index_;
+    std::vector<Segment>& segments_;
 
-    // The span being made: where it starts in both files.
+    // The segment being made: where it starts in both files.
     std::uint64_t oldStart_ = 0;
     std::uint64_t newStart_ = 0;
 };
 
-// Equal bytes at `newAt` when the current span goes on that far.
-std::uint64_t SpanFinder::AlignedRun(std::uint64_t newAt) const {
+// Equal bytes at `newAt` when the current segment continues that far.
+std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
     const std::uint64_t oldAt = oldStart_ + (newAt - newStart_);
     if (oldAt >= old_.size()) return 0;
     return EqualBytes(old_.data() + oldAt, new_.data() + newAt,
                       std::min(old_.size() - oldAt, new_.size() - newAt));
 }
 
-// How many of the bytes of `match` the current span would get right as well.
-std::uint64_t SpanFinder::AlignedMatches(const Match& match) const {
+// How many of the bytes of `match` the current segment would get right as well.
+std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
     const std::uint64_t oldAt = oldStart_ + (match.newAt - newStart_);
     if (oldAt >= old_.size()) return 0;
     const std::uint64_t limit = std::min<std::uint64_t>(match.length, old_.size() - oldAt);
@@ -89,7 +89,7 @@ std::uint64_t SpanFinder::AlignedMatches(const Match& match) const {
     return count;
 }
 
-SpanFinder::Match SpanFinder::LongestMatch(std::uint64_t newAt) const {
+SegmentFinder::Match SegmentFinder::LongestMatch(std::uint64_t newAt) const {
     Match best;
     const std::uint8_t* key = new_.data() + newAt;
     index_.ForCandidates(key, [&](std::uint64_t oldAt) {
@@ -104,8 +104,8 @@ SpanFinder::Match SpanFinder::LongestMatch(std::uint64_t newAt) const {
     return best;
 }
 
-// Bytes to copy from the start of the current span, up to `newEnd`: as long as matching pays.
-std::uint64_t SpanFinder::ForwardLength(std::uint64_t newEnd) const {
+// Bytes to copy from the start of the current segment, up to `newEnd`: as long as matching pays.
+std::uint64_t SegmentFinder::ForwardLength(std::uint64_t newEnd) const {
     const std::uint64_t limit = std::min(newEnd - newStart_, old_.size() - oldStart_);
     std::int64_t score = 0;
     std::int64_t bestScore = 0;
@@ -120,7 +120,7 @@ std::uint64_t SpanFinder::ForwardLength(std::uint64_t newEnd) const {
     return best;
 }
 
-std::uint64_t SpanFinder::BackwardLength(const Match& match) const {
+std::uint64_t SegmentFinder::BackwardLength(const Match& match) const {
     const std::uint64_t limit = std::min(match.newAt - newStart_, match.oldAt);
     std::int64_t score = 0;
     std::int64_t bestScore = 0;
@@ -135,9 +135,9 @@ std::uint64_t SpanFinder::BackwardLength(const Match& match) const {
     return best;
 }
 
-// How many of the `overlap` bytes that both spans could copy the current one should keep.
-std::uint64_t SpanFinder::SplitOverlap(const Match& match, std::uint64_t forward,
-                                       std::uint64_t overlap) const {
+// How many of the `overlap` bytes that both segments could copy the current one should keep.
+std::uint64_t SegmentFinder::SplitOverlap(const Match& match, std::uint64_t forward,
+                                          std::uint64_t overlap) const {
     const std::uint64_t from = newStart_ + forward - overlap;
     std::int64_t score = 0;
     std::int64_t bestScore = 0;
@@ -154,7 +154,7 @@ std::uint64_t SpanFinder::SplitOverlap(const Match& match, std::uint64_t forward
     return best;
 }
 
-void SpanFinder::CloseSpan(const Match& next) {
+void SegmentFinder::CloseSegment(const Match& next) {
     std::uint64_t forward = ForwardLength(next.newAt);
     std::uint64_t backward = BackwardLength(next);
     const std::uint64_t room = next.newAt - newStart_;
@@ -164,16 +164,20 @@ void SpanFinder::CloseSpan(const Match& next) {
         forward -= overlap - kept;
         backward -= kept;
     }
-    AddSpan(forward, room - forward - backward);
+    AddSegment(forward, room - forward - backward);
     oldStart_ = next.oldAt - backward;
     newStart_ = next.newAt - backward;
 }
 
-void SpanFinder::AddSpan(std::uint64_t copied, std::uint64_t fresh) {
-    if (copied + fresh != 0) spans_.push_back({oldStart_, copied, fresh});
+void SegmentFinder::AddSegment(std::uint64_t copied, std::uint64_t fresh) {
+    if (copied + fresh != 0) {
+        segments_.push_back({static_cast<std::uint32_t>(oldStart_),
+                             static_cast<std::uint32_t>(copied),
+                             static_cast<std::uint32_t>(fresh)});
+    }
 }
 
-std::vector<Span> SpanFinder::Run() {
+void SegmentFinder::Run() {
     const std::uint64_t goodRun = index_.KeySize() + index_.Step();
     std::uint64_t scan = 0;
     while (scan + index_.KeySize() <= new_.size()) {
@@ -184,21 +188,25 @@ std::vector<Span> SpanFinder::Run() {
         }
         const Match match = LongestMatch(scan);
         if (match.length > AlignedMatches(match) + kMinGain) {
-            CloseSpan(match);
+            CloseSegment(match);
             scan = match.newAt + match.length;
         } else {
             ++scan;
         }
     }
     const std::uint64_t copied = ForwardLength(new_.size());
-    AddSpan(copied, new_.size() - newStart_ - copied);
-    return std::move(spans_);
+    AddSegment(copied, new_.size() - newStart_ - copied);
 }
 
 }  // namespace
 
-std::vector<Span> FindSpans(ByteView oldFile, ByteView newFile) {
-    return SpanFinder(oldFile, newFile).Run();
+void FindSegments(ByteView oldFile, ByteView newFile, const OldIndex& index,
+                  std::vector<Segment>& segments) {
+    segments.clear();
+    // At once, because growing by doubling would hold up to half as much again. Pages that stay
+    // unused take no memory.
+    segments.reserve(MostSegments(newFile.size(), index.KeySize()));
+    SegmentFinder(oldFile, newFile, index, segments).Run();
 }
 
-}  // namespace vdiff
+}  // namespace delta

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace vdiff::bench {
+namespace delta::bench {
 
 // The same numbers in every run and on every machine (xorshift64*).
 class Random {
@@ -28,4 +28,4 @@ private:
     std::uint64_t state_;
 };
 
-}  // namespace vdiff::bench
+}  // namespace delta::bench

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "delta/Apply.h"
+#include "delta/Delta.h"
 #include "delta/DiffFormat.h"
 
 namespace {
 
-using vdiff::ByteBuffer;
-using vdiff::ByteView;
+using delta::ByteBuffer;
+using delta::ByteView;
 
 ByteBuffer OldFile() {
     ByteBuffer bytes(3000);
@@ -21,8 +21,11 @@ ByteBuffer OldFile() {
 
 void Apply(ByteView oldFile, ByteView diff) {
     try {
-        static_cast<void>(vdiff::ApplyDiff(oldFile, diff));
-    } catch (const vdiff::PatchError&) {
+        // One for all inputs: a diff must not depend on what its workspace was used for before.
+        static delta::Workspace workspace;
+        static_cast<void>(
+            delta::ApplyDelta(std::as_bytes(oldFile), std::as_bytes(diff), workspace));
+    } catch (const delta::Error&) {
         return;
     }
 }
@@ -36,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ByteView payload = input.subspan(3);
     const ByteBuffer newFile(static_cast<std::size_t>(data[1] << 6 | data[2]));
     ByteBuffer diff =
-        vdiff::MakeHead(static_cast<vdiff::Method>(data[0] % 4), oldFile, newFile, payload);
+        delta::MakeHead(static_cast<delta::Method>(data[0] % 4), oldFile, newFile, payload);
     diff.insert(diff.end(), payload.begin(), payload.end());
     Apply(oldFile, diff);
     Apply({}, payload);

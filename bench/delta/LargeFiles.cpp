@@ -5,10 +5,10 @@
 #include <map>
 #include <optional>
 
-#include "bench/patch/Corpora.h"
-#include "bench/patch/Random.h"
+#include "bench/delta/Corpora.h"
+#include "bench/delta/Random.h"
 
-namespace vdiff::bench {
+namespace delta::bench {
 namespace {
 
 namespace fs = std::filesystem;
@@ -192,4 +192,4 @@ std::vector<Pair> MakeLarge(std::size_t count, std::size_t maxSize) {
     return pairs;
 }
 
-}  // namespace vdiff::bench
+}  // namespace delta::bench

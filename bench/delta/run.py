@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Measures vdiffl-w32.exe against zstd --patch-from, bsdiff and xdelta3.
 
-usage: bench/patch/run.py BUILD_FOLDER [SCALE] [--huge]
+usage: bench/delta/run.py BUILD_FOLDER [SCALE] [--huge]
 
 Makes three corpora of changed files, diffs every pair with all four programs in turn, checks that
 vpatchl-w32.exe makes the new file again, and prints sums of sizes, the ratio of our sum to the sum of the
@@ -99,7 +99,7 @@ def main():
         sys.exit(__doc__)
     install_missing()
     build = pathlib.Path(arguments[0])
-    generator = build / "bench/patch/make_corpora"
+    generator = build / "bench/delta/make_corpora"
     programs = Programs(build)
     with tempfile.TemporaryDirectory() as folder:
         work = pathlib.Path(folder)

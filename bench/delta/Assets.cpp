@@ -2,10 +2,10 @@
 #include <cmath>
 #include <cstring>
 
-#include "bench/patch/Corpora.h"
-#include "bench/patch/Random.h"
+#include "bench/delta/Corpora.h"
+#include "bench/delta/Random.h"
 
-namespace vdiff::bench {
+namespace delta::bench {
 namespace {
 
 template <typename Number>
@@ -220,4 +220,4 @@ std::vector<Pair> MakeAssets(std::size_t count) {
     return pairs;
 }
 
-}  // namespace vdiff::bench
+}  // namespace delta::bench

@@ -2,10 +2,10 @@
 #include <array>
 #include <cstring>
 
-#include "bench/patch/Corpora.h"
-#include "bench/patch/Random.h"
+#include "bench/delta/Corpora.h"
+#include "bench/delta/Random.h"
 
-namespace vdiff::bench {
+namespace delta::bench {
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -144,4 +144,4 @@ std::vector<Pair> MakeSmallFiles(std::size_t count) {
     return pairs;
 }
 
-}  // namespace vdiff::bench
+}  // namespace delta::bench

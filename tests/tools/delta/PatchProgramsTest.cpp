@@ -1,7 +1,7 @@
 #include "tests/delta/Samples.h"
 #include "tests/support/Tests.h"
 
-namespace vdiff::test {
+namespace delta::test {
 namespace {
 
 using namespace Vorn::Testing;
@@ -166,4 +166,4 @@ TEST_F(PatchPrograms, AnInputThatShrinksWhileMappedIsAnError) {
 }
 
 }  // namespace
-}  // namespace vdiff::test
+}  // namespace delta::test

@@ -1,0 +1,150 @@
+#pragma once
+
+#include <algorithm>
+#include <type_traits>
+
+#include "delta/DifferenceModel.h"
+#include "delta/FreshModel.h"
+#include "delta/RangeCoder.h"
+#include "delta/Segment.h"
+
+namespace delta {
+
+// All that method 1 learns from one pair of files. Large, and kept from one pair to the next.
+struct SegmentModels {
+    // Forgets everything; `oldFile` stays borrowed.
+    void Begin(ByteView oldFile, std::uint64_t newSize) {
+        distance = NumberModel();
+        copied = NumberModel();
+        fresh = NumberModel();
+        differs = BitHistory::Even();
+        differences.Begin(oldFile);
+        freshBytes.Begin(oldFile, newSize);
+    }
+
+    // Bytes that the models of such a pair take beside this object.
+    static std::uint64_t Memory(std::uint64_t oldSize, std::uint64_t newSize) {
+        return 2 * HistoryTable::Memory(DifferenceModel::TableBits(oldSize)) +
+               HistoryTable::Memory(FreshModel::TableBits(oldSize, newSize));
+    }
+
+    [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
+        return differences.MemoryHeld() + freshBytes.MemoryHeld();
+    }
+
+    NumberModel distance;
+    NumberModel copied;
+    NumberModel fresh;
+    BitHistory differs = BitHistory::Even();
+    DifferenceModel differences;
+    FreshModel freshBytes;
+};
+
+// Writes or reads a new file as segments, depending on the coder: the same steps serve both, so
+// that the models see the same. As a decoder it throws Error (Damaged) for segments that leave a
+// file. Borrows everything, and starts the models anew.
+template <typename Coder>
+class SegmentCodec {
+public:
+    using NewFile = std::conditional_t<Coder::kDecodes, std::span<std::uint8_t>, ByteView>;
+
+    SegmentCodec(Coder& coder, SegmentModels& models, ByteView oldFile, NewFile newFile)
+        : coder_(coder), models_(models), old_(oldFile), new_(newFile) {
+        models_.Begin(oldFile, newFile.size());
+    }
+
+    [[nodiscard]] bool AtEnd() const noexcept { return newAt_ == new_.size(); }
+
+    // Codes the next segment. A decoder ignores `segment`.
+    void Code(const Segment& segment) {
+        Place place{segment.oldAt, segment.copied, segment.fresh};
+        CodePlace(place);
+        CodeCopy(place);
+        if (place.fresh != 0) models_.freshBytes.LearnAround(oldEnd_);
+        for (std::uint64_t i = 0; i < place.fresh; ++i, ++newAt_) CodeFresh(oldEnd_ + i);
+    }
+
+private:
+    // A segment as a diff may declare it, before it is checked.
+    struct Place {
+        std::uint64_t oldAt;
+        std::uint64_t copied;
+        std::uint64_t fresh;
+    };
+
+    [[nodiscard]] std::uint8_t Expected() const {
+        return Coder::kDecodes ? std::uint8_t{0} : new_[newAt_];
+    }
+
+    void Store(std::uint8_t byte) {
+        if constexpr (Coder::kDecodes) new_[newAt_] = byte;
+    }
+
+    // As a count of copied bytes, 0 stands for all that is left, and n + 1 for n.
+    void CodePlace(Place& place) {
+        const std::uint64_t left = new_.size() - newAt_;
+        const std::uint64_t distance = models_.distance.Code(
+            coder_, FoldSign(static_cast<std::int64_t>(place.oldAt - oldEnd_)));
+        place.oldAt = oldEnd_ + static_cast<std::uint64_t>(UnfoldSign(distance));
+        const std::uint64_t copied =
+            models_.copied.Code(coder_, place.copied == left ? 0 : place.copied + 1);
+        place.copied = copied == 0 ? left : copied - 1;
+        if (place.copied > left || place.oldAt > old_.size() ||
+            place.copied > old_.size() - place.oldAt) {
+            ThrowDamaged("a segment leaves its file");
+        }
+        if (place.copied == left) {
+            place.fresh = 0;
+            return;
+        }
+        place.fresh = models_.fresh.Code(coder_, place.fresh);
+        if (place.fresh > left - place.copied || place.copied + place.fresh == 0) {
+            ThrowDamaged("a segment leaves its file");
+        }
+    }
+
+    void CodeCopy(const Place& place) {
+        const ByteView source = old_.subspan(place.oldAt, place.copied);
+        oldEnd_ = place.oldAt + place.copied;
+        if (place.copied == 0) return;
+        bool differs = false;
+        if constexpr (!Coder::kDecodes)
+            differs = !std::ranges::equal(source, new_.subspan(newAt_, place.copied));
+        differs =
+            coder_.Code(differs, std::clamp(models_.differs.Probability(), models::kMinDiffers,
+                                            65535U - models::kMinDiffers));
+        models_.differs.Learn(differs, models::kDiffersLimit);
+        if (differs) {
+            for (std::uint64_t i = 0; i < place.copied; ++i, ++newAt_) CodeCopied(place.oldAt + i);
+        } else {
+            if constexpr (Coder::kDecodes) std::ranges::copy(source, new_.subspan(newAt_).begin());
+            newAt_ += place.copied;
+        }
+    }
+
+    void CodeCopied(std::uint64_t oldAt) {
+        const std::uint8_t before = old_[oldAt];
+        const std::uint8_t after = Expected();
+        if (!models_.differences.CodeFlag(coder_, oldAt, before != after)) {
+            Store(before);
+        } else {
+            const auto delta = static_cast<std::uint8_t>(after - before);
+            Store(static_cast<std::uint8_t>(before +
+                                            models_.differences.CodeDelta(coder_, oldAt, delta)));
+        }
+    }
+
+    void CodeFresh(std::uint64_t oldAt) {
+        Store(
+            models_.freshBytes.CodeFresh(coder_, ByteView(new_).first(newAt_), oldAt, Expected()));
+    }
+
+    Coder& coder_;
+    SegmentModels& models_;
+    ByteView old_;
+    NewFile new_;
+    std::uint64_t newAt_ = 0;
+    std::uint64_t oldEnd_ = 0;  // of the last copy
+};
+
+}  // namespace delta

@@ -1,0 +1,2 @@
+vorn_fuzz(delta_apply_fuzz SOURCES DeltaApplyFuzz.cpp LINKS delta)
+vorn_fuzz(delta_round_trip_fuzz SOURCES DeltaRoundTripFuzz.cpp LINKS delta)

@@ -1,1 +1,0 @@
-vorn_fuzz(patch_apply_fuzz SOURCES PatchApplyFuzz.cpp LINKS delta)
