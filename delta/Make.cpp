@@ -19,25 +19,34 @@ struct Inputs {
     ByteView newFile;
 };
 
-// Differing and fresh bytes, which cost time and room; copied ones cost neither.
-std::uint64_t CountCoded(const Inputs& files, std::span<const Segment> segments) {
-    std::uint64_t count = 0;
+// What costs time and room to code; copied bytes that are equal cost neither.
+struct CodedBytes {
+    std::uint64_t differing = 0;
+    std::uint64_t fresh = 0;
+
+    [[nodiscard]] std::uint64_t All() const { return differing + fresh; }
+};
+
+CodedBytes CountCoded(const Inputs& files, std::span<const Segment> segments) {
+    CodedBytes count;
     std::uint64_t newAt = 0;
     for (const Segment& segment : segments) {
         const ByteView before = files.oldFile.subspan(segment.oldAt, segment.copied);
         const ByteView after = files.newFile.subspan(newAt, segment.copied);
-        for (std::size_t i = 0; i < before.size(); ++i) count += before[i] != after[i] ? 1U : 0U;
-        count += segment.fresh;
+        for (std::size_t i = 0; i < before.size(); ++i) {
+            count.differing += before[i] != after[i] ? 1U : 0U;
+        }
+        count.fresh += segment.fresh;
         newAt += std::uint64_t{segment.copied} + segment.fresh;
     }
     return count;
 }
 
-std::optional<std::size_t> WriteModelled(const Inputs& files, const Workspace::Parts& found,
-                                         SegmentModels& models, Output room) {
+std::optional<std::size_t> WriteModelled(const Inputs& files, Workspace::Parts& parts,
+                                         Output room) {
     RangeEncoder encoder(room);
-    SegmentCodec<RangeEncoder> codec(encoder, models, files.oldFile, files.newFile);
-    for (const Segment& segment : found.segments) {
+    SegmentCodec<RangeEncoder> codec(encoder, parts.models, files.oldFile, files.newFile);
+    for (const Segment& segment : parts.segments) {
         codec.Code(segment);
         if (encoder.Full()) return std::nullopt;
     }
@@ -89,39 +98,96 @@ private:
     std::uint64_t size_;
 };
 
-void TrySegments(const Inputs& files, Workspace::Parts& parts, const MakePlan& plan,
-                 Contest& contest) {
-    parts.index.Build(files.oldFile, *plan.index);
-    FindSegments(files.oldFile, files.newFile, parts.index, parts.segments);
-    if (CountCoded(files, parts.segments) <= MostModelledBytes(files.newFile.size())) {
-        contest.Try(Method::Modelled,
-                    [&](Output room) { return WriteModelled(files, parts, parts.models, room); });
-    } else if (plan.streams) {
-        contest.Try(Method::Streams, [&](Output room) {
-            return WriteStreams(SegmentStreams(files.oldFile, files.newFile, parts.segments), room);
+// The attempts at one pair.
+class Maker {
+public:
+    Maker(const Inputs& files, Workspace::Parts& parts, const MakePlan& plan)
+        : files_(files), parts_(parts), plan_(plan), contest_(files, parts) {}
+
+    ByteView Run() {
+        if (plan_.index) TrySegments();
+        if (plan_.zstdLevel != 0) TryZstd();
+        return contest_.Finish();
+    }
+
+private:
+    void TrySegments();
+    void TryZstd();
+    [[nodiscard]] std::uint64_t QuickSize();
+    [[nodiscard]] bool ModelsAreInVain(const CodedBytes& coded);
+
+    std::optional<std::size_t> PackZstd(int level, Output room) {
+        return parts_.zstd.Pack(files_.newFile, files_.oldFile, level, room);
+    }
+
+    const Inputs& files_;
+    Workspace::Parts& parts_;
+    const MakePlan& plan_;
+    Contest contest_;
+    std::optional<std::uint64_t> quickSize_;
+    bool noise_ = false;
+};
+
+// What a quick level of zstd makes of the new file; at most its size.
+std::uint64_t Maker::QuickSize() {
+    if (!quickSize_) {
+        const std::size_t most = files_.newFile.size();
+        quickSize_ = PackZstd(plan_.quickLevel, parts_.trial.Take(most - 1)).value_or(most);
+    }
+    return *quickSize_;
+}
+
+// True if there are many fresh bytes and they are noise, such as packed or encrypted content: the
+// models would take a microsecond for each and save nothing. Both judges must agree, zstd about all
+// of them and the models about the first ones.
+bool Maker::ModelsAreInVain(const CodedBytes& coded) {
+    constexpr std::uint64_t kWorthAsking = 16U << 10;
+    constexpr std::size_t kSample = 4U << 10;
+    constexpr std::uint64_t kLongFresh = 256;  // below, places of copies cost more than is judged
+    if (plan_.zstdLevel == 0 || coded.fresh < kWorthAsking || coded.differing > coded.fresh / 10 ||
+        coded.fresh < kLongFresh * parts_.segments.size()) {
+        return false;
+    }
+    if (QuickSize() < coded.fresh - coded.fresh / 50) return false;
+    RangeEncoder encoder(parts_.trial.Take(kSample));
+    SegmentCodec<RangeEncoder> codec(encoder, parts_.models, files_.oldFile, files_.newFile);
+    for (const Segment& segment : parts_.segments) {
+        codec.Code(segment);
+        if (encoder.Full()) break;
+    }
+    return encoder.Full() && codec.Coded() <= kSample + kSample / 100;
+}
+
+void Maker::TrySegments() {
+    parts_.index.Build(files_.oldFile, *plan_.index);
+    FindSegments(files_.oldFile, files_.newFile, parts_.index, parts_.segments);
+    const CodedBytes coded = CountCoded(files_, parts_.segments);
+    if (coded.All() <= MostModelledBytes(files_.newFile.size())) {
+        noise_ = ModelsAreInVain(coded);
+        if (noise_) return;
+        contest_.Try(Method::Modelled,
+                     [&](Output room) { return WriteModelled(files_, parts_, room); });
+    } else if (plan_.streams) {
+        contest_.Try(Method::Streams, [&](Output room) {
+            return WriteStreams(SegmentStreams(files_.oldFile, files_.newFile, parts_.segments),
+                                room);
         });
     }
 }
 
 // A quick look first: a slow level seldom gains more than an eighth.
-void TryZstd(const Inputs& files, Workspace::Parts& parts, const MakePlan& plan, Contest& contest) {
-    if (contest.Size() <= kTinyPayload) return;
-    const auto pack = [&](int level, Output room) {
-        return parts.zstd.Pack(files.newFile, files.oldFile, level, room);
-    };
-    const auto quick = pack(plan.quickLevel, parts.trial.Take(files.newFile.size() - 1));
-    if (quick.value_or(files.newFile.size()) > contest.Size() + contest.Size() / 8) return;
-    contest.Try(Method::ZstdAfter, [&](Output room) { return pack(plan.zstdLevel, room); });
+void Maker::TryZstd() {
+    if (contest_.Size() <= kTinyPayload) return;
+    if (noise_ && QuickSize() == files_.newFile.size()) return;
+    if (QuickSize() > contest_.Size() + contest_.Size() / 8) return;
+    contest_.Try(Method::ZstdAfter, [&](Output room) { return PackZstd(plan_.zstdLevel, room); });
 }
 
 }  // namespace
 
 ByteView Make(ByteView oldFile, ByteView newFile, Workspace::Parts& parts, const MakePlan& plan) {
     const Inputs files{oldFile, newFile};
-    Contest contest(files, parts);
-    if (plan.index) TrySegments(files, parts, plan, contest);
-    if (plan.zstdLevel != 0) TryZstd(files, parts, plan, contest);
-    return contest.Finish();
+    return Maker(files, parts, plan).Run();
 }
 
 }  // namespace delta

@@ -61,8 +61,13 @@ public:
         CodePlace(place);
         CodeCopy(place);
         if (place.fresh != 0) models_.freshBytes.LearnAround(oldEnd_);
-        for (std::uint64_t i = 0; i < place.fresh; ++i, ++newAt_) CodeFresh(oldEnd_ + i);
+        for (std::uint64_t i = 0; i < place.fresh && !Stopped(); ++i, ++newAt_) {
+            CodeFresh(oldEnd_ + i);
+        }
     }
+
+    // Bytes coded so far that differ or are fresh.
+    [[nodiscard]] std::uint64_t Coded() const noexcept { return coded_; }
 
 private:
     // A segment as a diff may declare it, before it is checked.
@@ -71,6 +76,14 @@ private:
         std::uint64_t copied;
         std::uint64_t fresh;
     };
+
+    // An encoder without room need not finish a long segment.
+    [[nodiscard]] bool Stopped() const {
+        if constexpr (Coder::kDecodes)
+            return false;
+        else
+            return coder_.Full();
+    }
 
     [[nodiscard]] std::uint8_t Expected() const {
         return Coder::kDecodes ? std::uint8_t{0} : new_[newAt_];
@@ -115,7 +128,9 @@ private:
                                             65535U - models::kMinDiffers));
         models_.differs.Learn(differs, models::kDiffersLimit);
         if (differs) {
-            for (std::uint64_t i = 0; i < place.copied; ++i, ++newAt_) CodeCopied(place.oldAt + i);
+            for (std::uint64_t i = 0; i < place.copied && !Stopped(); ++i, ++newAt_) {
+                CodeCopied(place.oldAt + i);
+            }
         } else {
             if constexpr (Coder::kDecodes) std::ranges::copy(source, new_.subspan(newAt_).begin());
             newAt_ += place.copied;
@@ -128,6 +143,7 @@ private:
         if (!models_.differences.CodeFlag(coder_, oldAt, before != after)) {
             Store(before);
         } else {
+            ++coded_;
             const auto delta = static_cast<std::uint8_t>(after - before);
             Store(static_cast<std::uint8_t>(before +
                                             models_.differences.CodeDelta(coder_, oldAt, delta)));
@@ -135,6 +151,7 @@ private:
     }
 
     void CodeFresh(std::uint64_t oldAt) {
+        ++coded_;
         Store(
             models_.freshBytes.CodeFresh(coder_, ByteView(new_).first(newAt_), oldAt, Expected()));
     }
@@ -145,6 +162,7 @@ private:
     NewFile new_;
     std::uint64_t newAt_ = 0;
     std::uint64_t oldEnd_ = 0;  // of the last copy
+    std::uint64_t coded_ = 0;
 };
 
 }  // namespace delta

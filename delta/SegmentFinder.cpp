@@ -14,6 +14,11 @@ constexpr std::uint64_t kMinGain = 12;
 // Matching bytes that make up for one that differs, when a copy is extended.
 constexpr std::int64_t kMismatchCost = 2;
 
+// Rewritten content shorter than this is coded as differences, which costs less than a segment; and
+// it has less than one equal byte in so many.
+constexpr std::uint64_t kMinRewritten = 256;
+constexpr std::uint64_t kMaxEqualShare = 16;
+
 std::uint64_t EqualBytes(const std::uint8_t* a, const std::uint8_t* b, std::uint64_t limit) {
     std::uint64_t count = 0;
     for (; count + 8 <= limit; count += 8) {
@@ -50,6 +55,11 @@ private:
     };
 
     [[nodiscard]] std::uint64_t AlignedRun(std::uint64_t newAt) const;
+    // The place of the old file that the current segment aligns with `newAt`.
+    [[nodiscard]] std::uint64_t OldAt(std::uint64_t newAt) const {
+        return oldStart_ + (newAt - newStart_);
+    }
+    [[nodiscard]] bool IsRewritten(std::uint64_t from, std::uint64_t to) const;
     [[nodiscard]] std::uint64_t AlignedMatches(const Match& match) const;
     [[nodiscard]] Match LongestMatch(std::uint64_t newAt) const;
     [[nodiscard]] std::uint64_t ForwardLength(std::uint64_t newEnd) const;
@@ -71,15 +81,26 @@ private:
 
 // Equal bytes at `newAt` when the current segment continues that far.
 std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
-    const std::uint64_t oldAt = oldStart_ + (newAt - newStart_);
+    const std::uint64_t oldAt = OldAt(newAt);
     if (oldAt >= old_.size()) return 0;
     return EqualBytes(old_.data() + oldAt, new_.data() + newAt,
                       std::min(old_.size() - oldAt, new_.size() - newAt));
 }
 
+// True if new content of the same length took the place of the old one here, so that nearly all
+// bytes differ. The copy ends before them, and the next one starts after them at the same
+// alignment: extended over them, its score would fall so far that all that follows would count as
+// fresh.
+bool SegmentFinder::IsRewritten(std::uint64_t from, std::uint64_t to) const {
+    if (to - from < kMinRewritten) return false;
+    std::uint64_t equal = 0;
+    for (std::uint64_t at = from; at < to; ++at) equal += old_[OldAt(at)] == new_[at] ? 1U : 0U;
+    return equal < (to - from) / kMaxEqualShare;
+}
+
 // How many of the bytes of `match` the current segment would get right as well.
 std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
-    const std::uint64_t oldAt = oldStart_ + (match.newAt - newStart_);
+    const std::uint64_t oldAt = OldAt(match.newAt);
     if (oldAt >= old_.size()) return 0;
     const std::uint64_t limit = std::min<std::uint64_t>(match.length, old_.size() - oldAt);
     const std::uint8_t* a = old_.data() + oldAt;
@@ -180,16 +201,20 @@ void SegmentFinder::AddSegment(std::uint64_t copied, std::uint64_t fresh) {
 void SegmentFinder::Run() {
     const std::uint64_t goodRun = index_.KeySize() + index_.Step();
     std::uint64_t scan = 0;
+    std::uint64_t goodEnd = 0;  // where the last run of equal bytes ended
     while (scan + index_.KeySize() <= new_.size()) {
         const std::uint64_t run = AlignedRun(scan);
         if (run >= goodRun) {
+            if (IsRewritten(goodEnd, scan)) CloseSegment({OldAt(scan), scan, run});
             scan += run;
+            goodEnd = scan;
             continue;
         }
         const Match match = LongestMatch(scan);
         if (match.length > AlignedMatches(match) + kMinGain) {
             CloseSegment(match);
             scan = match.newAt + match.length;
+            goodEnd = scan;
         } else {
             ++scan;
         }

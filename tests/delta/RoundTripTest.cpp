@@ -18,6 +18,12 @@ ByteBuffer Insert(ByteBuffer bytes, std::size_t at, const ByteBuffer& piece) {
     return bytes;
 }
 
+// The same length, other bytes from `from` on.
+ByteBuffer Rewritten(ByteBuffer bytes, std::size_t from, std::size_t count) {
+    std::ranges::copy(Noise(count, 77), bytes.begin() + static_cast<std::ptrdiff_t>(from));
+    return bytes;
+}
+
 ByteBuffer Sprinkle(ByteBuffer bytes, std::size_t step) {
     for (std::size_t i = step / 2; i < bytes.size(); i += step) bytes[i] ^= 0x21U;
     return bytes;
@@ -39,6 +45,8 @@ TEST(RoundTrip, EveryShapeComesBackWithinItsSize) {
         {"a line removed", small, Cut(small, 1000, 30), 30},
         {"text to noise", small, Noise(3000, 5), 3000 + kOverhead},
         {"noise shifted", noise, Insert(noise, 77, Noise(10, 6)), 50},
+        {"the middle rewritten", noise, Rewritten(noise, 50'000, 60'000), 60'000 + 250},
+        {"noise to other noise", noise, Rewritten(noise, 0, 200'000), 200'000 + kOverhead},
         {"sparse changes", noise, Sprinkle(noise, 1000), 17 + 200 * 3},
         {"halves exchanged", large, turned, 40},
         {"from small to large", small, large, large.size() + kOverhead},
