@@ -1,10 +1,11 @@
 // The common ground of the file layer's tests: an empty current directory, mounts that end with
-// the test, whole files by path, and archives put together byte by byte.
+// the test, and whole files by path.
 #pragma once
 
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
+#include "tests/support/RawArchive.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
@@ -47,28 +48,5 @@ void ExpectContents(const PathsAndContents& rows);
 
 // The last modification of a file or member.
 [[nodiscard]] std::optional<std::uint32_t> TimeOf(const char* path);
-
-[[nodiscard]] std::uint32_t Get32(std::string_view bytes, std::size_t at);
-void Put32(std::string& bytes, std::size_t at, std::uint32_t value);
-[[nodiscard]] std::string U32(std::size_t value);
-
-// The bytes of the example that a page of docs/formats shows.
-[[nodiscard]] std::string ExampleOf(const std::string& page);
-
-// What goes into a hand-made archive; the numbers may lie.
-struct RawMember {
-    std::string name;
-    std::string data;
-    std::uint32_t size = static_cast<std::uint32_t>(data.size());
-    std::string chunkId = "FIL ";
-};
-inline constexpr std::size_t kFirstMember = 44;  // offset of the first chunk after the header
-inline constexpr std::size_t kVersionAt = 16;
-inline constexpr std::size_t kCountAt = 20;
-inline constexpr std::size_t kIndexOffsetAt = 24;
-
-[[nodiscard]] std::string RawEntry(const RawMember& member);
-[[nodiscard]] std::string RawChunk(const RawMember& member);
-[[nodiscard]] std::string RawArchive(const std::vector<RawMember>& members, bool withIndex = true);
 
 }  // namespace Vorn::Testing

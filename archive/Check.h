@@ -1,0 +1,64 @@
+// Judges a whole archive in one pass over its file: index against chunks, places, sizes, content
+// against check sums, names.
+//
+// Every byte is read once at most, whatever the members claim. Memory is that of the reader, a
+// window for each worker, and the findings that are kept.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "archive/Reader.h"
+
+namespace archive {
+
+enum class Fault {
+    // Damage: something that the archive promises is not there.
+    IndexMissing,    // the header promises an index that is not at its place
+    IndexDamaged,    // it is cut short, or its length is not that of its records
+    EntryDiffers,    // a member's record and its chunk disagree, or there is no live chunk
+    OutsideFile,     // a member does not lie in the file
+    Overlap,         // a member reaches into the header, the index or the next member
+    ContentDamaged,  // content that does not expand to its size
+    SumDiffers,      // content that disagrees with its check sum
+    CannotRead,      // the system failed to read it
+    // Oddities: everything that is promised can be read all the same.
+    Hidden,      // a live chunk that an index does not list
+    DoubleName,  // a name that an earlier member has; it cannot be reached by name
+    OddName,     // a name that not every reader finds (NameProblem)
+    StrayBytes,  // bytes between the members that are no chunks
+    Unfinished,  // a chunk that was begun by a writer and not finished
+};
+[[nodiscard]] constexpr bool IsDamage(Fault fault) { return fault < Fault::Hidden; }
+
+struct Finding {
+    Fault fault;
+    std::uint64_t offset = 0;  // in the file
+    std::string member;        // stored name; empty when no member is concerned
+    std::string text;          // a clause in English, without name and offset
+};
+
+struct Judgement {
+    std::vector<Finding> findings;  // the first ones, by offset
+    std::uint64_t damages = 0;      // counts of all, kept or not
+    std::uint64_t oddities = 0;
+
+    std::uint64_t members = 0;
+    std::uint64_t contentBytes = 0;  // as the entries say
+    std::uint64_t storedBytes = 0;
+    std::uint64_t deadBytes = 0;  // of the file that are not header, members or index
+
+    [[nodiscard]] bool Whole() const { return damages == 0; }
+};
+
+struct CheckOptions {
+    unsigned workers = 1;
+    std::size_t findings = 100;  // kept at most
+};
+
+// The result does not depend on the number of workers.
+[[nodiscard]] Judgement Check(const Reader& reader, const CheckOptions& options = {});
+
+}  // namespace archive

@@ -1,0 +1,63 @@
+// Reads the content of members, one after another, in pieces.
+//
+// A member's data is a compressed stream if its entry says so, or its sizes differ, and the data
+// begins with the stream's mark; else it is plain. Sizes are limits that the bytes must keep, never
+// allocations: memory is one window on the file and one block.
+//
+// Borrows the file. One thread at a time; any number of readers on one file.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "archive/Crc32.h"
+#include "archive/MemberTable.h"
+#include "archive/Stream.h"
+#include "archive/Window.h"
+
+namespace archive {
+
+class ContentReader {
+public:
+    static constexpr std::size_t kDefaultWindow = 65536;
+
+    // `version` is the archive's format version; `fileSize` bounds what members may claim.
+    ContentReader(const platform::FileHandle& file, std::uint64_t fileSize, std::uint32_t version,
+                  std::size_t window = kDefaultWindow);
+
+    // Goes to the start of a member, whose name must stay valid. Throws Error (Damaged) when the
+    // data does not lie in the file or cannot give `size` bytes of content.
+    void Begin(const Member& member);
+    // The next piece of content, at most a window long and valid until the next call; empty after
+    // the last one. Throws Error: Damaged, CannotRead, or SumDiffers after the last piece when the
+    // content disagrees with a recorded check sum.
+    [[nodiscard]] std::span<const std::byte> Next();
+
+    // Whether the member's data is a compressed stream.
+    [[nodiscard]] bool IsStream() const { return stream_; }
+    // Bytes of the file as they are.
+    [[nodiscard]] Window& Raw() { return window_; }
+
+private:
+    [[nodiscard]] bool BeginsStream();
+    [[nodiscard]] std::span<const std::byte> NextPlain();
+    [[nodiscard]] std::span<const std::byte> NextBlock();
+    void Finish();
+    [[noreturn]] void Fail(ErrorCode code, const char* reason) const;
+
+    Window window_;
+    std::uint64_t fileSize_;
+    std::uint32_t version_;
+    Member member_;
+    bool stream_ = false;
+    bool finished_ = true;
+    std::uint64_t position_ = 0;  // of the next byte of data
+    std::uint32_t left_ = 0;      // bytes of content
+    Vorn::Crc32 sum_;
+    std::unique_ptr<std::array<std::byte, kBlockSize>> block_;
+};
+
+}  // namespace archive

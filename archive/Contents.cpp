@@ -1,0 +1,120 @@
+#include "archive/Contents.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "archive/Cursor.h"
+#include "archive/Error.h"
+#include "archive/LittleEndian.h"
+#include "archive/Window.h"
+
+namespace archive {
+
+using namespace Vorn;
+
+namespace {
+
+constexpr std::size_t kHeaderWindow = 4096;
+constexpr std::size_t kRecordsAtOnce = 1024;
+
+[[nodiscard]] Error NoArchive(const char* reason, std::uint64_t offset) {
+    return {ErrorCode::NotAnArchive, reason, offset};
+}
+
+// The header is looked for in units of eight bytes after the mark.
+void ReadHeader(const platform::FileHandle& file, Contents& contents) {
+    Window window(file, kHeaderWindow);
+    const auto mark = window.At(0, kArchiveMark.size(), kArchivePreambleSize);
+    if (mark.size() < 4 || !MarkEquals(mark.first<4>(), kArchiveMark)) {
+        throw NoArchive("it does not begin with \"ARCH\"", 0);
+    }
+    std::uint64_t offset = kFirstChunkOffset;
+    ChunkHeader info;
+    do {
+        const auto unit = window.At(offset, kChunkHeaderSize);
+        if (unit.size() < kChunkHeaderSize) throw NoArchive("it has no header", 0);
+        info = DecodeChunkHeader(unit.first<kChunkHeaderSize>());
+        offset += kChunkHeaderSize;
+    } while (!info.Is(kInfoChunk));
+
+    std::array<std::byte, kArchiveHeaderSize> fields{};
+    const std::size_t held = std::min<std::size_t>(info.length, fields.size());
+    const auto bytes = window.At(offset, held);
+    if (bytes.size() < held) throw NoArchive("its header is cut short", offset);
+    std::ranges::copy(bytes, fields.begin());
+    contents.header = DecodeHeader(fields);
+    contents.headerEnd = offset + info.length;
+    contents.headerInPlace = contents.headerEnd == kArchivePreambleSize;
+    if (!contents.header.IsValid()) {
+        throw NoArchive("its header has another magic or format version", offset);
+    }
+}
+
+// The records that the file holds of those that the header promises.
+void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint64_t offset) {
+    const std::uint64_t held = (contents.fileSize - offset) / kIndexRecordSize;
+    auto left =
+        static_cast<std::size_t>(std::min<std::uint64_t>(held, contents.header.memberCount));
+    contents.members.Reserve(left);
+    const auto buffer = std::make_unique_for_overwrite<std::byte[]>(std::min(left, kRecordsAtOnce) *
+                                                                    kIndexRecordSize);
+    while (left > 0) {
+        const std::size_t count = std::min(left, kRecordsAtOnce);
+        const std::span bytes(buffer.get(), count * kIndexRecordSize);
+        const std::int64_t got = file.ReadAt(offset, bytes);
+        if (got != static_cast<std::int64_t>(bytes.size())) {
+            throw Error(ErrorCode::CannotRead, "the index cannot be read", offset);
+        }
+        for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
+            const auto record = bytes.subspan(at).first<kIndexRecordSize>();
+            const ChunkHeader front = DecodeChunkHeader(record.first<kChunkHeaderSize>());
+            contents.members.Add(LoadU32<0>(std::span<const std::byte, kIndexRecordSize>(record)),
+                                 front.length, record.last<kFindEntrySize>());
+        }
+        offset += bytes.size();
+        left -= count;
+    }
+}
+
+void ReadIndex(const platform::FileHandle& file, Contents& contents) {
+    const std::uint64_t promised = contents.header.indexOffset;
+    if (promised == 0) return;
+    contents.index = IndexState::Missing;
+    std::array<std::byte, kChunkHeaderSize> bytes{};
+    const std::int64_t got = file.ReadAt(promised, bytes);
+    if (got < 0) throw Error(ErrorCode::CannotRead, "the index cannot be read", promised);
+    const ChunkHeader chunk = DecodeChunkHeader(bytes);
+    if (static_cast<std::size_t>(got) < bytes.size() || !chunk.Is(kIndexChunk)) return;
+
+    const std::uint64_t records = std::uint64_t{contents.header.memberCount} * kIndexRecordSize;
+    const std::uint64_t first = promised + kChunkHeaderSize;
+    ReadRecords(file, contents, first);
+    contents.indexEnd = std::min(first + records, contents.fileSize);
+    const bool whole = contents.members.Count() == contents.header.memberCount;
+    contents.index = !whole                    ? IndexState::CutShort
+                     : chunk.length == records ? IndexState::Whole
+                                               : IndexState::OddLength;
+}
+
+}  // namespace
+
+Contents ReadContents(const platform::FileHandle& file) {
+    Contents contents;
+    const std::int64_t length = file.Length();
+    if (length < 0) throw Error(ErrorCode::CannotRead, "its length cannot be read");
+    contents.fileSize = static_cast<std::uint64_t>(length);
+    ReadHeader(file, contents);
+    ReadIndex(file, contents);
+    return contents;
+}
+
+void WalkRest(const platform::FileHandle& file, MemberTable& members) {
+    Cursor cursor(file, std::max<std::uint64_t>(members.EndOfData(), kFirstChunkOffset));
+    while (const auto chunk = cursor.NextMember()) {
+        members.Add(static_cast<std::uint32_t>(chunk->DataOffset()), chunk->StoredSize(),
+                    chunk->entry);
+    }
+}
+
+}  // namespace archive

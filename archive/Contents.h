@@ -1,0 +1,45 @@
+// What an archive file holds: its header, the state of its index, its members.
+#pragma once
+
+#include <cstdint>
+
+#include "archive/MemberTable.h"
+#include "platform/Files.h"
+
+namespace archive {
+
+enum class IndexState {
+    Whole,      // every record that the header promises was read
+    OddLength,  // the same, but the chunk's length is not that of its records
+    Absent,     // the header promises none
+    Missing,    // the header promises one and there is none at its place
+    CutShort,   // some of its records lie after the end of the file
+};
+
+struct Contents {
+    Vorn::ArchiveHeader header;
+    std::uint64_t fileSize = 0;
+    std::uint64_t headerEnd = 0;  // the offset after the "INFO" chunk
+    // Whether the header lies where this system writes it, and is as long: only then may it be
+    // written anew.
+    bool headerInPlace = false;
+    IndexState index = IndexState::Absent;
+    std::uint64_t indexEnd = 0;  // the offset after the index chunk; 0 without one
+    bool indexStale = false;     // members have changed since it was written
+    MemberTable members;
+
+    // Whether the index lists all live members, and is written anew when they change.
+    [[nodiscard]] bool Maintained() const {
+        return index == IndexState::Whole || index == IndexState::OddLength;
+    }
+};
+
+// Reads header and index. Of an index that is cut short the whole records count. Fields that a
+// short header does not hold are 0. Throws Error: NotAnArchive, CannotRead.
+[[nodiscard]] Contents ReadContents(const platform::FileHandle& file);
+
+// Adds the members that lie after all known ones, which is all of them when there is no index.
+// Throws Error (CannotRead).
+void WalkRest(const platform::FileHandle& file, MemberTable& members);
+
+}  // namespace archive

@@ -1,0 +1,166 @@
+#include "archive/MemberTable.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+#include "archive/LittleEndian.h"
+#include "archive/Names.h"
+
+namespace archive {
+
+using namespace Vorn;
+
+MemberTable::MemberTable() : key_(RandomSipHashKey()), slots_(kFirstSlots) {}
+
+void MemberTable::Reserve(std::size_t count) {
+    entries_.reserve(count);
+    const std::size_t wanted = std::bit_ceil(count + count / 2 + 1);
+    if (wanted > slots_.size()) Rehash(wanted);
+}
+
+MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t storedSize,
+                                      EntryBytes entry) {
+    const auto field = entry.first<kMaxPath>();
+    const auto* text = reinterpret_cast<const char*>(field.data());
+    // The last byte of the field counts as NUL whatever it holds.
+    const std::size_t nameLength = strnlen(text, kMaxPath - 1);
+    std::size_t keptLength = nameLength;
+    for (std::size_t i = kMaxPath; i > nameLength; --i) {
+        if (field[i - 1] == std::byte{0}) continue;
+        keptLength = i;
+        break;
+    }
+    Entry& added = entries_.emplace_back();
+    added.nameAt = KeepName(field.first(keptLength));
+    added.nameLength = static_cast<std::uint16_t>(nameLength);
+    added.keptLength = static_cast<std::uint16_t>(keptLength);
+    added.dataOffset = dataOffset;
+    added.storedSize = storedSize;
+    std::ranges::copy(entry.last<kNumbersSize>(), added.numbers.begin());
+    ++count_;
+    endOfData_ = std::max(endOfData_, std::uint64_t{dataOffset} + storedSize);
+    if ((usedSlots_ + 1) * 4 > slots_.size() * 3) {
+        Rehash(slots_.size() * 2);
+    } else {
+        Link(End() - 1);
+    }
+    return End() - 1;
+}
+
+void MemberTable::Remove(Ordinal ordinal) {
+    Entry& entry = entries_[ordinal];
+    if (entry.removed) return;
+    entry.removed = true;
+    --count_;
+    const std::string_view name = NameOf(entry);
+    Slot& slot = slots_[SlotOf(name, HashOf(name))];
+    std::uint32_t previous = kNone;
+    for (std::uint32_t at = slot.first; at != ordinal; at = entries_[at].next) previous = at;
+    (previous == kNone ? slot.first : entries_[previous].next) = entry.next;
+    if (slot.last == ordinal) slot.last = previous;
+    if (slot.first == kNone) slot.last = kNone;
+}
+
+Member MemberTable::operator[](Ordinal ordinal) const {
+    const Entry& entry = entries_[ordinal];
+    const std::span<const std::byte, kNumbersSize> numbers(entry.numbers);
+    return {.name = NameOf(entry),
+            .dataOffset = entry.dataOffset,
+            .storedSize = entry.storedSize,
+            .size = LoadU32<0>(numbers),
+            .crc = LoadU32<8>(numbers),
+            .creationTime = LoadU32<12>(numbers),
+            .accessTime = LoadU32<16>(numbers),
+            .writeTime = LoadU32<20>(numbers),
+            .attributes = LoadU16<24>(numbers)};
+}
+
+void MemberTable::Encode(Ordinal ordinal, RecordBytes record) const {
+    const Entry& entry = entries_[ordinal];
+    StoreU32<0>(record, entry.dataOffset);
+    StoreU32<4>(record, entry.storedSize);
+    const auto field = record.subspan<8, kMaxPath>();
+    std::memcpy(field.data(), NameOf(entry).data(), entry.keptLength);
+    std::ranges::fill(field.subspan(entry.keptLength), std::byte{0});
+    std::ranges::copy(entry.numbers, record.last<kNumbersSize>().begin());
+}
+
+std::optional<MemberTable::Ordinal> MemberTable::Find(std::string_view name) const {
+    const Slot& slot = slots_[SlotOf(name, HashOf(name))];
+    if (slot.first == kNone) return std::nullopt;
+    return slot.first;
+}
+
+std::optional<MemberTable::Ordinal> MemberTable::NextOfSameName(Ordinal ordinal) const {
+    const std::uint32_t next = entries_[ordinal].next;
+    if (next == kNone) return std::nullopt;
+    return next;
+}
+
+std::size_t MemberTable::Footprint() const {
+    return sizeof(*this) + entries_.capacity() * sizeof(Entry) + slots_.capacity() * sizeof(Slot) +
+           nameBlocks_.size() * kNameBlock;
+}
+
+std::string_view MemberTable::NameOf(const Entry& entry) const {
+    return {nameBlocks_[entry.nameAt / kNameBlock].get() + entry.nameAt % kNameBlock,
+            entry.nameLength};
+}
+
+std::uint32_t MemberTable::KeepName(std::span<const std::byte> bytes) {
+    if (nameBlockUsed_ + bytes.size() >= kNameBlock) {
+        nameBlocks_.push_back(std::make_unique_for_overwrite<char[]>(kNameBlock));
+        nameBlockUsed_ = 0;
+    }
+    if (!bytes.empty()) {
+        std::memcpy(nameBlocks_.back().get() + nameBlockUsed_, bytes.data(), bytes.size());
+    }
+    const std::size_t at = (nameBlocks_.size() - 1) * kNameBlock + nameBlockUsed_;
+    nameBlockUsed_ += bytes.size();
+    return static_cast<std::uint32_t>(at);
+}
+
+std::uint32_t MemberTable::HashOf(std::string_view name) const {
+    std::array<char, kMaxPath> folded;
+    const std::size_t length = std::min(name.size(), folded.size());
+    for (std::size_t i = 0; i < length; ++i) folded[i] = static_cast<char>(FoldByte(name[i]));
+    return static_cast<std::uint32_t>(SipHash13(key_, {folded.data(), length}));
+}
+
+std::size_t MemberTable::SlotOf(std::string_view name, std::uint32_t hash) const {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t free = slots_.size();
+    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
+        const Slot& slot = slots_[at];
+        if (!slot.used) return free < slots_.size() ? free : at;
+        if (slot.first == kNone) {
+            free = std::min(free, at);
+        } else if (slot.hash == hash && SameName(NameOf(entries_[slot.first]), name)) {
+            return at;
+        }
+    }
+}
+
+void MemberTable::Link(Ordinal ordinal) {
+    const std::string_view name = NameOf(entries_[ordinal]);
+    const std::uint32_t hash = HashOf(name);
+    Slot& slot = slots_[SlotOf(name, hash)];
+    if (!slot.used) ++usedSlots_;
+    slot.used = true;
+    slot.hash = hash;
+    (slot.first == kNone ? slot.first : entries_[slot.last].next) = ordinal;
+    slot.last = ordinal;
+}
+
+void MemberTable::Rehash(std::size_t slotCount) {
+    slots_.assign(slotCount, Slot{});
+    usedSlots_ = 0;
+    for (Ordinal ordinal = 0; ordinal < End(); ++ordinal) {
+        if (entries_[ordinal].removed) continue;
+        entries_[ordinal].next = kNone;
+        Link(ordinal);
+    }
+}
+
+}  // namespace archive

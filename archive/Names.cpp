@@ -1,0 +1,50 @@
+#include "archive/Names.h"
+
+#include <algorithm>
+
+#include "kernel/PathBuffer.h"
+#include "platform/CodePage.h"
+
+namespace archive {
+
+unsigned char FoldByte(char c) {
+    return c == '\\' ? '/' : platform::AnsiToLower(static_cast<unsigned char>(c));
+}
+
+std::string FoldName(std::string_view name) {
+    std::string folded(name);
+    for (char& c : folded) c = static_cast<char>(FoldByte(c));
+    return folded;
+}
+
+int CompareNames(std::string_view a, std::string_view b) {
+    const std::size_t shared = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < shared; ++i) {
+        if (a[i] == b[i]) continue;
+        const int difference = FoldByte(a[i]) - FoldByte(b[i]);
+        if (difference != 0) return difference;
+    }
+    return a.size() < b.size() ? -1 : static_cast<int>(a.size() > b.size());
+}
+
+const char* NameProblem(std::string_view name) {
+    if (name.empty()) return "is empty";
+    if (name.size() >= Vorn::kMaxPath) return "is longer than 259 bytes";
+    constexpr char kSpace = ' ';
+    for (const char c : name) {
+        if (static_cast<unsigned char>(c) < kSpace || c == '\x7F') return "has a control byte";
+        if (c == '\\') return "has a '\\'";
+        if (c == ':') return "has a ':'";
+    }
+    for (std::size_t start = 0; start <= name.size();) {
+        const std::size_t end = std::min(name.find('/', start), name.size());
+        const std::string_view part = name.substr(start, end - start);
+        if (part.empty()) return "has an empty component";
+        if (part == ".") return "has a '.' component";
+        if (part == "..") return "has a '..' component";
+        start = end + 1;
+    }
+    return nullptr;
+}
+
+}  // namespace archive

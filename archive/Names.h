@@ -1,0 +1,28 @@
+// Member names: letter case, order and validity.
+//
+// Names are bytes of code page 1252. Two names are one when they differ only in letter case or in
+// the separator, '/' or '\'. The canonical order is the byte order of the folded names: lower case,
+// '/' for both separators.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace archive {
+
+// The byte as names are compared and ordered.
+[[nodiscard]] unsigned char FoldByte(char c);
+[[nodiscard]] std::string FoldName(std::string_view name);
+
+// Below 0, 0 or above 0 by the canonical order.
+[[nodiscard]] int CompareNames(std::string_view a, std::string_view b);
+[[nodiscard]] inline bool SameName(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && CompareNames(a, b) == 0;
+}
+
+// Why `name` is not one that every reader finds and every system can extract, as a clause such as
+// "has a '..' component"; null for a good name. Good names are 1 to 259 bytes, relative, with '/'
+// between non-empty components other than "." and "..", without ':', '\' and control bytes.
+[[nodiscard]] const char* NameProblem(std::string_view name);
+
+}  // namespace archive

@@ -1,0 +1,41 @@
+// The "CFIL" stream: a header of 12 bytes, then one block for every 16,384 bytes of content.
+//
+// A block is a 16-bit header (bit 15: stored verbatim; the rest: the number of data bytes) and its
+// data, verbatim or byte-pair encoded (BytePair.h). Blocks are independent of each other.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace archive {
+
+inline constexpr std::size_t kBlockSize = 16384;  // content bytes in every block but the last
+inline constexpr std::size_t kBlockHeaderSize = 2;
+inline constexpr std::size_t kStreamHeaderSize = 12;
+inline constexpr std::size_t kShortStreamHeaderSize = 4;  // members of version 0x101 archives
+inline constexpr std::uint32_t kStreamVersion = 0x101;
+
+using BlockBuffer = std::array<std::byte, kBlockHeaderSize + kBlockSize>;
+
+struct StreamHeader {
+    std::uint32_t version = 0;
+    std::uint32_t contentSize = 0;
+};
+[[nodiscard]] bool IsStreamMark(std::span<const std::byte> bytes);  // "CFIL" in any letter case
+[[nodiscard]] StreamHeader DecodeStreamHeader(std::span<const std::byte, kStreamHeaderSize> bytes);
+[[nodiscard]] std::array<std::byte, kStreamHeaderSize> EncodeStreamHeader(
+    std::uint32_t contentSize);
+
+struct BlockHeader {
+    bool stored = false;
+    std::uint16_t length = 0;  // data bytes after the header, up to 32,767: check before use
+};
+[[nodiscard]] BlockHeader DecodeBlockHeader(std::span<const std::byte, kBlockHeaderSize> bytes);
+
+// Makes the block of one piece (at most 16,384 bytes): header and data, in `block`.
+[[nodiscard]] std::span<const std::byte> EncodeBlock(BlockBuffer& block,
+                                                     std::span<const std::byte> piece);
+
+}  // namespace archive
