@@ -39,6 +39,8 @@ void ReadHeader(const platform::FileHandle& file, Contents& contents) {
     } while (!info.Is(kInfoChunk));
 
     std::array<std::byte, kArchiveHeaderSize> fields{};
+    const auto preamble = EncodePreamble(contents.header);
+    std::ranges::copy(std::span(preamble).last<kArchiveHeaderSize>(), fields.begin());
     const std::size_t held = std::min<std::size_t>(info.length, fields.size());
     const auto bytes = window.At(offset, held);
     if (bytes.size() < held) throw NoArchive("its header is cut short", offset);
@@ -63,9 +65,8 @@ void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint
         const std::size_t count = std::min(left, kRecordsAtOnce);
         const std::span bytes(buffer.get(), count * kIndexRecordSize);
         const std::int64_t got = file.ReadAt(offset, bytes);
-        if (got != static_cast<std::int64_t>(bytes.size())) {
-            throw Error(ErrorCode::CannotRead, "the index cannot be read", offset);
-        }
+        // What cannot be read counts as cut off.
+        if (got != static_cast<std::int64_t>(bytes.size())) return;
         for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
             const auto record = bytes.subspan(at).first<kIndexRecordSize>();
             const ChunkHeader front = DecodeChunkHeader(record.first<kChunkHeaderSize>());
@@ -83,9 +84,8 @@ void ReadIndex(const platform::FileHandle& file, Contents& contents) {
     contents.index = IndexState::Missing;
     std::array<std::byte, kChunkHeaderSize> bytes{};
     const std::int64_t got = file.ReadAt(promised, bytes);
-    if (got < 0) throw Error(ErrorCode::CannotRead, "the index cannot be read", promised);
     const ChunkHeader chunk = DecodeChunkHeader(bytes);
-    if (static_cast<std::size_t>(got) < bytes.size() || !chunk.Is(kIndexChunk)) return;
+    if (got != static_cast<std::int64_t>(bytes.size()) || !chunk.Is(kIndexChunk)) return;
 
     const std::uint64_t records = std::uint64_t{contents.header.memberCount} * kIndexRecordSize;
     const std::uint64_t first = promised + kChunkHeaderSize;
@@ -99,13 +99,43 @@ void ReadIndex(const platform::FileHandle& file, Contents& contents) {
 
 }  // namespace
 
-Contents ReadContents(const platform::FileHandle& file) {
+Footprint TakeFootprint(const platform::FileHandle& file) {
+    Footprint footprint;
+    footprint.length = file.Length();
+    if (file.ReadAt(0, footprint.header) != std::int64_t{kArchivePreambleSize}) return footprint;
+    const auto fields = std::span(footprint.header).last<kArchiveHeaderSize>();
+    const std::uint32_t indexOffset = DecodeHeader(fields).indexOffset;
+    if (indexOffset != 0) (void)file.ReadAt(indexOffset, footprint.index);
+    return footprint;
+}
+
+Contents ReadContents(const platform::FileHandle& file, const ArchiveHeader& base) {
     Contents contents;
-    const std::int64_t length = file.Length();
-    if (length < 0) throw Error(ErrorCode::CannotRead, "its length cannot be read");
-    contents.fileSize = static_cast<std::uint64_t>(length);
+    contents.header = base;
+    contents.footprint = TakeFootprint(file);
+    if (contents.footprint.length < 0) {
+        throw Error(ErrorCode::CannotRead, "its length cannot be read");
+    }
+    contents.fileSize = static_cast<std::uint64_t>(contents.footprint.length);
     ReadHeader(file, contents);
     ReadIndex(file, contents);
+    if (contents.index != IndexState::Absent && TakeFootprint(file) != contents.footprint) {
+        contents.members = MemberTable();
+        contents.index = IndexState::Missing;
+        contents.indexEnd = 0;
+    }
+    return contents;
+}
+
+Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode) {
+    Contents contents;
+    contents.header = {.magic = kArchiveMagic,
+                       .version = kArchiveVersion102,
+                       .buildVersion = buildVersion,
+                       .productCode = productCode};
+    contents.headerInPlace = true;
+    contents.headerEnd = contents.fileSize = kArchivePreambleSize;
+    contents.index = IndexState::Whole;
     return contents;
 }
 

@@ -1,6 +1,7 @@
 // What an archive file holds: its header, the state of its index, its members.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "archive/MemberTable.h"
@@ -16,6 +17,17 @@ enum class IndexState {
     CutShort,   // some of its records lie after the end of the file
 };
 
+// What no change of an archive leaves as it was: the file's length, the header at its front, and
+// what lies where that says the index is. Members that are only marked as deleted do not show;
+// writing copes with them.
+struct Footprint {
+    std::int64_t length = -1;
+    std::array<std::byte, Vorn::kArchivePreambleSize> header{};
+    std::array<std::byte, Vorn::kChunkHeaderSize> index{};
+    bool operator==(const Footprint&) const = default;
+};
+[[nodiscard]] Footprint TakeFootprint(const platform::FileHandle& file);
+
 struct Contents {
     Vorn::ArchiveHeader header;
     std::uint64_t fileSize = 0;
@@ -27,6 +39,7 @@ struct Contents {
     std::uint64_t indexEnd = 0;  // the offset after the index chunk; 0 without one
     bool indexStale = false;     // members have changed since it was written
     MemberTable members;
+    Footprint footprint;  // of the file when it was read
 
     // Whether the index lists all live members, and is written anew when they change.
     [[nodiscard]] bool Maintained() const {
@@ -34,9 +47,14 @@ struct Contents {
     }
 };
 
-// Reads header and index. Of an index that is cut short the whole records count. Fields that a
-// short header does not hold are 0. Throws Error: NotAnArchive, CannotRead.
-[[nodiscard]] Contents ReadContents(const platform::FileHandle& file);
+// Reads header and index. Of an index that is cut short the whole records count; one that was
+// changed while it was read counts as missing. Fields that a short header does not hold are those
+// of `base`. Throws Error: NotAnArchive, CannotRead.
+[[nodiscard]] Contents ReadContents(const platform::FileHandle& file,
+                                    const Vorn::ArchiveHeader& base = {});
+
+// An archive without members.
+[[nodiscard]] Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode);
 
 // Adds the members that lie after all known ones, which is all of them when there is no index.
 // Throws Error (CannotRead).

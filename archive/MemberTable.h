@@ -50,6 +50,7 @@ public:
 
     [[nodiscard]] bool Has(Ordinal ordinal) const { return !entries_[ordinal].removed; }
     [[nodiscard]] Member operator[](Ordinal ordinal) const;
+    [[nodiscard]] std::string_view Name(Ordinal ordinal) const { return NameOf(entries_[ordinal]); }
     // Writes the member's index record.
     void Encode(Ordinal ordinal, RecordBytes record) const;
 

@@ -1,0 +1,432 @@
+#include "archive/Appender.h"
+
+#include <algorithm>
+
+#include "archive/Error.h"
+#include "archive/Window.h"
+
+namespace archive {
+
+using namespace Vorn;
+
+namespace {
+
+constexpr std::size_t kBufferSize = 262144;
+constexpr std::size_t kRecordsAtOnce = 1024;
+constexpr std::size_t kWalkWindow = 4096;
+
+[[nodiscard]] constexpr std::uint64_t IndexChunkSize(std::uint64_t count) {
+    return kChunkHeaderSize + count * kIndexRecordSize;
+}
+
+// The chunk header that hides a member until it is whole, and all that follows it.
+void EncodeHidden(std::span<std::byte, kChunkHeaderSize> bytes) {
+    EncodeChunkHeader(bytes, kDeletedChunk, static_cast<std::uint32_t>(kMaxArchiveSize));
+}
+
+[[nodiscard]] std::uint32_t ChunkLength(const Member& member) {
+    return static_cast<std::uint32_t>(kFindEntrySize + member.storedSize);
+}
+
+}  // namespace
+
+Appender::Appender(platform::FileHandle& file, Contents& contents, Publish publish)
+    : file_(file), contents_(contents), publish_(publish) {
+    if (!contents.headerInPlace) {
+        throw Error(ErrorCode::Refused, "its header is not the first 44 bytes of the file");
+    }
+}
+
+void Appender::Add(const NewMember& member, std::span<const std::byte> content) {
+    Begin(member);
+    Write(content);
+    Finish();
+}
+
+void Appender::Begin(const NewMember& member) {
+    entry_ = {};
+    asStored_ = false;
+    entry_.size = member.size.value_or(0);
+    if (member.compress) entry_.attributes = kMemberCompressed;
+    BeginChunk(member);
+    if (member.compress) Append(EncodeStreamHeader(entry_.size));
+}
+
+void Appender::BeginStored(const NewMember& as, const Member& member) {
+    entry_ = {};
+    asStored_ = true;
+    entry_.size = member.size;
+    entry_.crc = member.crc;
+    entry_.creationTime = member.creationTime;
+    entry_.accessTime = member.accessTime;
+    entry_.writeTime = member.writeTime;
+    entry_.attributes = member.attributes;
+    NewMember stored = as;
+    stored.compress = false;
+    stored.size = member.storedSize;
+    BeginChunk(stored);
+}
+
+void Appender::BeginChunk(const NewMember& member) {
+    if (member.name.size() >= kMaxPath || member.name.find('\0') != std::string_view::npos) {
+        throw Error(ErrorCode::BadName, "its name does not fit an archive", 0, member.name);
+    }
+    if (contents_.header.version != kArchiveVersion102) {
+        throw Error(ErrorCode::Refused, "archives of an earlier format take no new members");
+    }
+    Prepare();
+    limit_ =
+        kMaxArchiveSize -
+        std::min(kMaxArchiveSize, IndexChunkSize(std::uint64_t{contents_.members.Count()} + 1));
+    const std::uint64_t least = kMemberPrefixSize + (member.compress ? 0 : member.size.value_or(0));
+    if (End() + least > limit_) {
+        throw Error(ErrorCode::Full, "the archive would pass 4 GiB", End(), member.name);
+    }
+    new_ = member;
+    SetPath(entry_.name, member.name);
+    new_.name = entry_.Name();
+    chunkOffset_ = End();
+    taken_ = 0;
+    sum_ = {};
+    piece_.clear();
+    begun_ = true;
+    std::array<std::byte, kMemberPrefixSize> prefix{};
+    EncodeHidden(std::span(prefix).first<kChunkHeaderSize>());
+    EncodeEntry(std::span(prefix).last<kFindEntrySize>(), entry_);
+    Append(prefix);
+}
+
+void Appender::Write(std::span<const std::byte> content) {
+    taken_ += content.size();
+    if (taken_ > new_.size.value_or(kMaxArchiveSize)) {
+        Abandon();
+        throw Error(ErrorCode::Full, "it has more content than was announced", End(), new_.name);
+    }
+    if (!asStored_) sum_.Update(content);
+    if (!new_.compress) return Append(content);
+    while (!content.empty()) {
+        const std::size_t count = std::min(content.size(), kBlockSize - piece_.size());
+        piece_.insert(piece_.end(), content.begin(),
+                      content.begin() + static_cast<std::ptrdiff_t>(count));
+        content = content.subspan(count);
+        if (piece_.size() == kBlockSize || (content.empty() && taken_ == new_.size)) EncodePiece();
+    }
+}
+
+void Appender::EncodePiece() {
+    if (piece_.empty()) return;
+    if (block_ == nullptr) block_ = std::make_unique_for_overwrite<BlockBuffer>();
+    Append(EncodeBlock(*block_, piece_));
+    piece_.clear();
+}
+
+std::optional<MemberTable::Ordinal> Appender::Find(std::string_view name) {
+    const auto found = contents_.members.Find(name);
+    const auto goes = [&found](const Pending& pending) {
+        return pending.replaces == found || pending.ordinal == found;
+    };
+    if (!found || std::ranges::none_of(pending_, goes)) return found;
+    Flush();
+    return contents_.members.Find(name);
+}
+
+std::uint32_t Appender::StoredSoFar() const {
+    return static_cast<std::uint32_t>(End() - chunkOffset_ - kMemberPrefixSize);
+}
+
+void Appender::Append(std::span<const std::byte> bytes) {
+    if (End() + bytes.size() > limit_) {
+        const std::uint64_t end = End();
+        Abandon();
+        throw Error(ErrorCode::Full, "the archive would pass 4 GiB", end, new_.name);
+    }
+    while (!bytes.empty()) {
+        const std::size_t count = std::min(bytes.size(), kBufferSize);
+        if (buffer_.size() + count > kBufferSize) {
+            // What is finished must appear before: it cannot once a member is hidden behind it that
+            // is only partly there.
+            if (!pending_.empty()) {
+                PublishPending();
+            } else {
+                WriteOut();
+            }
+            continue;
+        }
+        buffer_.insert(buffer_.end(), bytes.begin(),
+                       bytes.begin() + static_cast<std::ptrdiff_t>(count));
+        bytes = bytes.subspan(count);
+    }
+}
+
+void Appender::Finish() {
+    if (new_.size && taken_ != *new_.size) {
+        Abandon();
+        throw Error(ErrorCode::CannotRead, "it has less content than was announced", 0, new_.name);
+    }
+    EncodePiece();
+    FinishChunk();
+    if (publish_ == Publish::EachMember || written_ > chunkOffset_) Flush();
+}
+
+void Appender::FinishChunk() {
+    entry_.storedSize = StoredSoFar();
+    if (!asStored_) {
+        entry_.size = static_cast<std::uint32_t>(taken_);
+        entry_.crc = sum_.Value();
+    }
+    // The entry, and the header of a stream whose size is known only now.
+    std::array<std::byte, kFindEntrySize + kStreamHeaderSize> late{};
+    EncodeEntry(std::span(late).first<kFindEntrySize>(), entry_);
+    std::ranges::copy(EncodeStreamHeader(entry_.size), late.begin() + kFindEntrySize);
+    const auto known =
+        std::span<const std::byte>(late).first(new_.compress ? late.size() : kFindEntrySize);
+    const std::uint64_t entryOffset = chunkOffset_ + kChunkHeaderSize;
+    if (written_ > chunkOffset_) {
+        WriteOut();
+        WriteAt(entryOffset, known);
+    } else {
+        const auto chunk = std::span(buffer_).subspan(chunkOffset_ - written_);
+        std::ranges::copy(known, chunk.begin() + kChunkHeaderSize);
+        if (chunkOffset_ != batchStart_) {
+            EncodeChunkHeader(chunk.first<kChunkHeaderSize>(), kMemberChunk,
+                              static_cast<std::uint32_t>(kFindEntrySize + entry_.storedSize));
+        }
+    }
+    const auto dataOffset = static_cast<std::uint32_t>(chunkOffset_ + kMemberPrefixSize);
+    const auto ordinal = contents_.members.Add(dataOffset, entry_.storedSize,
+                                               std::span(late).first<kFindEntrySize>());
+    pending_.push_back({ordinal, chunkOffset_, new_.replaces});
+    begun_ = false;
+}
+
+void Appender::Abandon() {
+    if (!begun_) return;
+    begun_ = false;
+    if (written_ > chunkOffset_) {
+        (void)file_.Truncate(chunkOffset_);
+        written_ = chunkOffset_;
+        buffer_.clear();
+    } else {
+        buffer_.resize(chunkOffset_ - written_);
+    }
+}
+
+void Appender::Flush() {
+    if (!pending_.empty()) PublishPending();
+}
+
+// Writes the finished chunks of the batch and makes them members. A member that is begun stays in
+// the buffer and begins the next batch.
+void Appender::PublishPending() {
+    const std::uint64_t end = begun_ ? chunkOffset_ : End();
+    const Member first = contents_.members[pending_.front().ordinal];
+    try {
+        if (end > written_) {
+            const auto finished = static_cast<std::ptrdiff_t>(end - written_);
+            WriteAt(written_, std::span(buffer_).first(static_cast<std::size_t>(finished)));
+            buffer_.erase(buffer_.begin(), buffer_.begin() + finished);
+            written_ = end;
+        }
+        std::array<std::byte, kChunkHeaderSize> header{};
+        EncodeChunkHeader(header, kMemberChunk, ChunkLength(first));
+        WriteAt(batchStart_, header);
+    } catch (const Error&) {
+        DropFrom(0);
+        throw;
+    }
+    for (std::size_t i = 0; i < pending_.size(); ++i) {
+        if (!pending_[i].replaces) continue;
+        try {
+            MarkDeleted(*pending_[i].replaces);
+        } catch (const Error&) {
+            // Without the mark a walk finds the old member first; an index need not have it.
+            if (!contents_.Maintained()) {
+                DropFrom(i);
+                throw;
+            }
+            contents_.members.Remove(*pending_[i].replaces);
+        }
+    }
+    pending_.clear();
+    batchStart_ = end;
+    if (contents_.Maintained()) {
+        contents_.header.indexOffset = static_cast<std::uint32_t>(batchStart_);
+    }
+}
+
+// Forgets finished members from one of the batch on, and the one that is begun.
+void Appender::DropFrom(std::size_t pending) {
+    const std::uint64_t end = pending_[pending].chunkOffset;
+    for (std::size_t i = pending; i < pending_.size(); ++i) {
+        contents_.members.Remove(pending_[i].ordinal);
+    }
+    pending_.clear();
+    begun_ = false;
+    buffer_.clear();
+    (void)file_.Truncate(end);
+    batchStart_ = written_ = end;
+}
+
+void Appender::WriteOut() {
+    try {
+        WriteAt(written_, buffer_);
+    } catch (const Error&) {
+        if (begun_) {
+            (void)file_.Truncate(chunkOffset_);
+            begun_ = false;
+            written_ = chunkOffset_;
+            buffer_.clear();
+        }
+        throw;
+    }
+    written_ += buffer_.size();
+    buffer_.clear();
+}
+
+// Finds the place of the first new chunk and cuts off the index that lies there.
+void Appender::Prepare() {
+    if (prepared_) return;
+    if (file_.Length() == 0) WriteAt(0, EncodePreamble(contents_.header));
+    batchStart_ = written_ = WriteOffset();
+    if (contents_.Maintained()) contents_.indexStale = true;
+    if (file_.Length() != static_cast<std::int64_t>(batchStart_) && !file_.Truncate(batchStart_)) {
+        throw Error(ErrorCode::CannotWrite, "the archive cannot be written", batchStart_);
+    }
+    prepared_ = true;
+}
+
+// Where the next chunk goes: over the old index unless members follow it, else after everything.
+std::uint64_t Appender::WriteOffset() {
+    const std::int64_t length = file_.Length();
+    if (length < 0) throw Error(ErrorCode::CannotRead, "its length cannot be read");
+    const auto size = static_cast<std::uint64_t>(length);
+    if (size > kMaxArchiveSize) throw Error(ErrorCode::Full, "the file is longer than 4 GiB");
+    if (!contents_.Maintained()) {
+        LeaveIndex();
+        return SealEnd(size);
+    }
+    const std::uint32_t index = contents_.header.indexOffset;
+    return index != 0 && contents_.members.EndOfData() <= index ? index : size;
+}
+
+// Otherwise a reader could load the stale index, or read a new member as index records.
+void Appender::LeaveIndex() {
+    if (contents_.header.indexOffset == 0 || contents_.index == IndexState::Absent) return;
+    contents_.header.indexOffset = 0;
+    WriteAt(0, EncodePreamble(contents_.header));
+    contents_.index = IndexState::Absent;
+}
+
+// Where a walk over the chunks ends. What it cannot pass, such as a member that was never finished,
+// becomes a deleted chunk.
+std::uint64_t Appender::SealEnd(std::uint64_t size) {
+    std::uint64_t position =
+        std::max<std::uint64_t>(contents_.members.EndOfData(), kFirstChunkOffset);
+    Window window(file_, kWalkWindow);
+    while (position + kChunkHeaderSize <= size) {
+        const auto bytes = window.At(position, kChunkHeaderSize);
+        if (bytes.size() < kChunkHeaderSize) break;
+        const ChunkHeader chunk = DecodeChunkHeader(bytes.first<kChunkHeaderSize>());
+        const bool unfinished = chunk.Is(kMemberChunk) && chunk.length < kFindEntrySize;
+        const std::uint64_t end = position + kChunkHeaderSize + chunk.length;
+        if (unfinished || end > size) {
+            if (chunk.Is(kMemberChunk) && !unfinished) break;
+            std::array<std::byte, kChunkHeaderSize> header{};
+            EncodeChunkHeader(header, kDeletedChunk,
+                              static_cast<std::uint32_t>(size - position - kChunkHeaderSize));
+            WriteAt(position, header);
+            return size;
+        }
+        position = end;
+    }
+    // Less than a chunk header is overwritten.
+    if (position > size || position + kChunkHeaderSize <= size) {
+        throw Error(ErrorCode::Damaged, "its last member is cut short", position);
+    }
+    return position;
+}
+
+void Appender::Delete(MemberTable::Ordinal ordinal) {
+    Flush();
+    MarkDeleted(ordinal);
+}
+
+void Appender::MarkDeleted(MemberTable::Ordinal ordinal) {
+    const Member member = contents_.members[ordinal];
+    if (!contents_.Maintained()) LeaveIndex();
+    // Never let a corrupt index choose where we write.
+    std::array<std::byte, 4> mark{};
+    const bool read =
+        member.dataOffset >= kMemberPrefixSize &&
+        file_.ReadAt(member.dataOffset - kMemberPrefixSize, mark) == std::int64_t{mark.size()};
+    const bool gone = read && MarkEquals(mark, kDeletedChunk);
+    if (!gone) {
+        if (!read || !MarkEquals(mark, kMemberChunk)) {
+            throw Error(ErrorCode::Damaged, "there is no member at its place", member.dataOffset,
+                        member.name);
+        }
+        WriteAt(member.dataOffset - kMemberPrefixSize, std::as_bytes(std::span(kDeletedChunk)));
+    }
+    contents_.members.Remove(ordinal);
+    if (contents_.Maintained()) contents_.indexStale = true;
+}
+
+void Appender::Complete() {
+    Flush();
+    if (contents_.Maintained() && contents_.indexStale) WriteIndex();
+}
+
+// A deleted chunk first, for readers that come while it is written; its length is right from the
+// start, so that a walk never takes records for chunks.
+void Appender::WriteIndex() {
+    const MemberTable& members = contents_.members;
+    const std::uint64_t place = prepared_ ? batchStart_ : WriteOffset();
+    if (place + IndexChunkSize(members.Count()) > kMaxArchiveSize) {
+        throw Error(ErrorCode::Full, "the index does not fit: the archive would pass 4 GiB");
+    }
+    std::vector<std::byte> batch(kChunkHeaderSize);
+    batch.reserve(kChunkHeaderSize + kRecordsAtOnce * kIndexRecordSize);
+    EncodeChunkHeader(std::span(batch).first<kChunkHeaderSize>(), kDeletedChunk,
+                      static_cast<std::uint32_t>(members.Count() * kIndexRecordSize));
+    std::uint64_t offset = place;
+    for (MemberTable::Ordinal ordinal = 0; ordinal < members.End(); ++ordinal) {
+        if (!members.Has(ordinal)) continue;
+        batch.resize(batch.size() + kIndexRecordSize);
+        members.Encode(ordinal, std::span(batch).last<kIndexRecordSize>());
+        if (batch.size() + kIndexRecordSize <= batch.capacity()) continue;
+        WriteAt(offset, batch);
+        offset += batch.size();
+        batch.clear();
+    }
+    WriteAt(offset, batch);
+    ArchiveHeader header = contents_.header;
+    header.memberCount = members.Count();
+    header.indexOffset = static_cast<std::uint32_t>(place);
+    WriteAt(0, EncodePreamble(header));
+    WriteAt(place, std::as_bytes(std::span(kIndexChunk)));
+    contents_.header = header;
+    contents_.index = IndexState::Whole;
+    contents_.indexEnd = place + IndexChunkSize(members.Count());
+    contents_.fileSize = std::max(contents_.fileSize, contents_.indexEnd);
+    contents_.indexStale = false;
+    prepared_ = false;
+}
+
+void Appender::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
+    if (file_.WriteAt(offset, bytes) == bytes.size()) return;
+    throw Error(ErrorCode::CannotWrite, "the archive cannot be written", offset,
+                begun_ ? new_.name : std::string_view());
+}
+
+Contents StartArchive(platform::FileHandle& file, std::uint32_t buildVersion,
+                      std::uint32_t productCode) {
+    Contents contents = NewContents(buildVersion, productCode);
+    contents.indexStale = true;
+    const auto preamble = EncodePreamble(contents.header);
+    if (file.WriteAt(0, preamble) != preamble.size()) {
+        throw Error(ErrorCode::CannotWrite, "the archive's header cannot be written");
+    }
+    return contents;
+}
+
+}  // namespace archive
