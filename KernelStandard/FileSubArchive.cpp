@@ -1,23 +1,28 @@
-// Mounting an archive and reading its members.
+// Mounting an archive; finding and reading its members.
 #include "KernelStandard/FileSubArchive.h"
 
 #include <algorithm>
 #include <array>
-#include <memory>
+#include <utility>
 
 #include "KernelStandard/File.h"
-#include "KernelStandard/ReadAhead.h"
+#include "archive/Cursor.h"
+#include "archive/Error.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 
 namespace Vorn {
 
 namespace {
 
-constexpr std::uint32_t kIndexBatch = 4096;  // records read at a time
-
 std::uint32_t defaultBuildVersion = 0;
 std::uint32_t defaultProductCode = 0;
+
+// Where a walk over the chunks after the known members begins.
+[[nodiscard]] std::uint64_t WalkStart(const archive::MemberTable& members) {
+    return std::max<std::uint64_t>(members.EndOfData(), kFirstChunkOffset);
+}
 
 }  // namespace
 
@@ -29,8 +34,8 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
     : path_(std::string_view(path)), readOnly_(!writable) {
     using namespace platform;
     const ScopedLock hold(lock_);
-    header_.buildVersion = defaultBuildVersion;
-    header_.productCode = defaultProductCode;
+    contents_.header.buildVersion = defaultBuildVersion;
+    contents_.header.productCode = defaultProductCode;
     const Access access = readOnly_ ? Access::Read : Access::ReadWrite;
     if (handle_.Open(path, access, Creation::OpenExisting, Share::DenyNone)) {
         ReadArchive();
@@ -41,141 +46,234 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
     }
 }
 
-FileSubArchive::Footprint FileSubArchive::TakeFootprint() {
-    Footprint footprint;
-    footprint.length = handle_.Length();
-    if (!ReadExactly(0, footprint.header)) return footprint;
-    const auto fields = std::span(footprint.header).last<kArchiveHeaderSize>();
-    const std::uint32_t indexOffset = DecodeHeader(fields).indexOffset;
-    if (indexOffset != 0) (void)handle_.ReadAt(indexOffset, footprint.index);
-    return footprint;
+void FileSubArchive::CreateArchive() {
+    using namespace platform;
+    const bool created =
+        handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
+    // Another process may have been quicker to create it, or to change what was created here.
+    changing_ = created && handle_.LockChanges(0);
+    if (!changing_ && (created || handle_.Open(path_.c_str(), Access::ReadWrite,
+                                               Creation::OpenExisting, Share::DenyNone))) {
+        return ReadArchive();
+    }
+    contents_ = archive::NewContents(defaultBuildVersion, defaultProductCode);
+    const auto preamble = EncodePreamble(contents_.header);
+    if (!created || handle_.WriteAt(0, preamble) != preamble.size()) {
+        handle_.Close();
+        if (created) (void)RemoveFile(path_.c_str());
+        throw FileEx("KernelStandard/FileSubArchive", __LINE__,
+                     "Substitute() Open new archive failed");
+    }
+    contents_.indexStale = true;
+    appender_.emplace(handle_, contents_, archive::Appender::Publish::EachMember);
+}
+
+void FileSubArchive::ReadArchive() {
+    const ArchiveHeader defaults{.buildVersion = defaultBuildVersion,
+                                 .productCode = defaultProductCode};
+    contents_ = archive::Contents();
+    contents_.header = defaults;
+    contents_.footprint = archive::TakeFootprint(handle_);
+    const std::int64_t length = handle_.Length();
+    if (length == 0 && !readOnly_) {
+        contents_ = archive::NewContents(defaultBuildVersion, defaultProductCode);
+        contents_.footprint = archive::TakeFootprint(handle_);
+        return;
+    }
+    // Open without a header: no members are found, and none are added.
+    if (length >= 0 && static_cast<std::size_t>(length) < kArchiveMark.size()) return;
+    try {
+        contents_ = archive::ReadContents(handle_, defaults);
+    } catch (const archive::Error& error) {
+        readFailed_ = error.Code() == archive::ErrorCode::CannotRead;
+        handle_.Close();
+        return;
+    }
+    if (contents_.members.End() == 0 && contents_.Maintained()) {
+        contents_.index = archive::IndexState::Absent;
+    }
+    for (Ordinal ordinal = 0; ordinal < contents_.members.End(); ++ordinal) {
+        folders_.AddDirectoriesOf(contents_.members.Name(ordinal));
+    }
 }
 
 void FileSubArchive::ReadAnew() {
-    headerInPlace_ = indexValid_ = indexDirty_ = indexLeft_ = false;
-    index_ = ArchiveIndex();
+    folders_ = ArchiveFolders();
     walkedFrom_ = walkedSize_ = 0;
     ReadArchive();
     for (Search& search : searches_) {
         search.candidates.clear();
         search.prepared = true;
-        search.next = index_.End();
+        search.next = contents_.members.End();
         search.position = kMaxArchiveSize;
     }
 }
 
-void FileSubArchive::ReadArchive() {
-    footprint_ = TakeFootprint();
-    std::array<std::byte, 4> mark{};
-    const std::int64_t got = handle_.ReadAt(0, mark);
-    readFailed_ = got < 0;
-    if (got == 0 && !readOnly_) return BeginArchive();
-    if (got >= 0 && static_cast<std::size_t>(got) < mark.size()) return;  // open without a header
-    if (readFailed_ || !MarkEquals(mark, kArchiveMark) || !ReadHeader()) return CloseArchive();
-    if (!header_.IsValid()) return CloseArchive();
-    indexValid_ = LoadIndex();
-    if (indexValid_ && TakeFootprint() != footprint_) {
-        index_ = ArchiveIndex();
-        indexValid_ = false;
-        indexLeft_ = true;
-    }
-    if (!indexValid_) header_.indexOffset = 0;
-}
-
-bool FileSubArchive::ReadHeader() {
-    std::array<std::byte, kChunkHeaderSize> unit{};
-    std::uint64_t offset = kFirstChunkOffset;
-    ReadAhead ahead(handle_);
-    const auto read = [&](std::span<std::byte> into) {
-        const bool whole = ahead.Read(offset, into);
-        readFailed_ = ahead.Failed();
-        return whole;
-    };
-    ChunkHeader chunk;
-    do {
-        if (!read(unit)) return false;
-        chunk = DecodeChunkHeader(unit);
-        offset += unit.size();
-    } while (!chunk.Is(kInfoChunk));
-
-    // A short chunk fills only the fields it holds.
-    const auto preamble = EncodePreamble(header_);
-    std::array<std::byte, kArchiveHeaderSize> fields{};
-    std::copy(preamble.end() - kArchiveHeaderSize, preamble.end(), fields.begin());
-    const std::size_t held = std::min<std::size_t>(chunk.length, fields.size());
-    if (!read(std::span(fields).first(held))) return false;
-    header_ = DecodeHeader(fields);
-    headerInPlace_ =
-        offset + fields.size() == kArchivePreambleSize && chunk.length == fields.size();
-    return true;
-}
-
-bool FileSubArchive::LoadIndex() {
-    if (header_.indexOffset == 0 || header_.memberCount == 0) return false;
-    indexLeft_ = true;
-    std::array<std::byte, kChunkHeaderSize> chunk{};
-    if (!ReadExactly(header_.indexOffset, chunk)) return false;
-    if (!DecodeChunkHeader(chunk).Is(kIndexChunk)) return false;
-
-    const std::int64_t length = handle_.Length();
-    std::uint64_t offset = std::uint64_t{header_.indexOffset} + kChunkHeaderSize;
-    std::uint32_t left = header_.memberCount;
-    const std::int64_t held =
-        (length - static_cast<std::int64_t>(offset)) / static_cast<std::int64_t>(kIndexRecordSize);
-    index_.Reserve(static_cast<std::size_t>(std::clamp<std::int64_t>(held, 0, left)));
-    std::vector<std::byte> batch(std::size_t{std::min(left, kIndexBatch)} * kIndexRecordSize);
-    while (left > 0) {
-        const std::uint32_t wanted = std::min(left, kIndexBatch);
-        const auto available = static_cast<std::uint32_t>(std::min<std::uint64_t>(
-            wanted, (static_cast<std::uint64_t>(length) - offset) / kIndexRecordSize));
-        const auto bytes = std::span(batch).first(std::size_t{available} * kIndexRecordSize);
-        if (!ReadExactly(offset, bytes)) return false;
-        for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
-            const IndexRecord record =
-                DecodeIndexRecord(bytes.subspan(at).first<kIndexRecordSize>());
-            index_.Add(record.dataOffset, record.storedSize, record.entry);
-            index_.AddDirectoriesOf(record.entry.Name());
-        }
-        if (available < wanted) return false;
-        offset += bytes.size();
-        left -= wanted;
-    }
-    indexLeft_ = false;
-    return true;
-}
-
-void FileSubArchive::CloseArchive() {
-    handle_.Close();
-    header_.version = 0;
-}
-
-bool FileSubArchive::ReadExactly(std::uint64_t offset, std::span<std::byte> into) {
-    return handle_.ReadAt(offset, into) == static_cast<std::int64_t>(into.size());
-}
-
 bool FileSubArchive::OpenRead(File& file, const char* name, OpenFlags /*flags*/) {
     const ScopedLock hold(lock_);
-    const MemberRecord* member = LookUp(name);
-    if (member == nullptr) return false;
+    const auto ordinal = LookUp(name);
+    if (!ordinal) return false;
+    const archive::Member member = contents_.members[*ordinal];
     const bool raw = file.ReadKind() == kReadPlain;
-    file.AttachMember(handle_, *this, name, member->dataOffset, member->storedSize,
-                      raw ? member->storedSize : member->entry.size);
+    file.AttachMember(handle_, *this, name, member.dataOffset, member.storedSize,
+                      raw ? member.storedSize : member.size);
     return true;
 }
 
 bool FileSubArchive::Exists(InternedString& /*substName*/, const char* name) {
     const ScopedLock hold(lock_);
-    if (LookUp(name) != nullptr) return true;
+    if (LookUp(name)) return true;
     const std::string_view last(FileNamePart(name));
     return *name != '\0' && last.find_first_of(".*?") == std::string_view::npos &&
-           index_.IsDirectory(name, true);
+           folders_.IsDirectory(name, true);
 }
 
 bool FileSubArchive::Stat(std::uint32_t& writeTime, const char* name) {
     const ScopedLock hold(lock_);
-    const MemberRecord* member = LookUp(name);
-    if (member != nullptr) writeTime = member->entry.writeTime;
-    return member != nullptr;
+    const auto ordinal = LookUp(name);
+    if (ordinal) writeTime = contents_.members[*ordinal].writeTime;
+    return ordinal.has_value();
+}
+
+std::optional<FileSubArchive::Ordinal> FileSubArchive::LookUp(const char* name) {
+    if (IsSeparator(*name)) ++name;
+    if (!IsAvailable() || std::string_view(name).size() >= kMaxPath) return std::nullopt;
+    const archive::MemberTable& members = contents_.members;
+    if (members.Count() > 0) {
+        PathBuffer normal{std::string_view(name)};
+        NormalisePath(normal);
+        for (auto found = members.Find(normal.View()); found;
+             found = members.NextOfSameName(*found)) {
+            // A name stored with '\' is reached by searching only.
+            if (members.Name(*found).find('\\') == std::string_view::npos) return found;
+        }
+    }
+    return WalkFor(name);
+}
+
+// Members after the known ones are found by walking the file; the walk treats the name as a
+// pattern.
+std::optional<FileSubArchive::Ordinal> FileSubArchive::WalkFor(const char* name) {
+    // While an appender is at work all members are known.
+    if (appender_) return std::nullopt;
+    const std::int64_t length = handle_.Length();
+    if (length < 0) return std::nullopt;
+    const auto size = static_cast<std::uint64_t>(length);
+    std::uint64_t position = WalkStart(contents_.members);
+    if (walkedFrom_ == position && walkedSize_ == size) return std::nullopt;
+
+    while (const auto ordinal = NextChunk(position)) {
+        if (MatchWildcards(contents_.members.Name(*ordinal), name)) return ordinal;
+    }
+    walkedFrom_ = WalkStart(contents_.members);
+    walkedSize_ = size;
+    return std::nullopt;
+}
+
+std::optional<FileSubArchive::Ordinal> FileSubArchive::NextChunk(std::uint64_t& position) {
+    try {
+        archive::Cursor cursor(handle_, position);
+        const auto chunk = cursor.NextMember();
+        position = cursor.Position();
+        if (!chunk) return std::nullopt;
+        const Ordinal ordinal = contents_.members.Add(
+            static_cast<std::uint32_t>(chunk->DataOffset()), chunk->StoredSize(), chunk->entry);
+        folders_.AddDirectoriesOf(contents_.members.Name(ordinal));
+        return ordinal;
+    } catch (const archive::Error&) {
+        return std::nullopt;
+    }
+}
+
+FindEntry FileSubArchive::EntryOf(Ordinal ordinal) const {
+    std::array<std::byte, kIndexRecordSize> record{};
+    contents_.members.Encode(ordinal, record);
+    return DecodeIndexRecord(record).entry;
+}
+
+int FileSubArchive::BeginFind() {
+    const ScopedLock hold(lock_);
+    auto free = std::ranges::find(searches_, false, &Search::used);
+    if (free == searches_.end()) free = searches_.emplace(free);
+    *free = Search{};
+    free->used = true;
+    free->position = kFirstChunkOffset;
+    return static_cast<int>(free - searches_.begin());
+}
+
+void FileSubArchive::EndFind(int search) {
+    const ScopedLock hold(lock_);
+    if (search >= 0 && static_cast<std::size_t>(search) < searches_.size()) {
+        searches_[static_cast<std::size_t>(search)] = Search{};
+    }
+}
+
+bool FileSubArchive::FindNext(const char* pattern, int search, FindEntry& entry, bool advance,
+                              bool exact) {
+    const ScopedLock hold(lock_);
+    if (search < 0 || static_cast<std::size_t>(search) >= searches_.size()) return false;
+    Search& state = searches_[static_cast<std::size_t>(search)];
+    if (!state.used || !IsAvailable()) return false;
+    if (!exact) return FindByPattern(pattern, state, entry, advance);
+
+    const auto ordinal = LookUp(pattern);
+    if (!ordinal) return false;
+    const archive::Member member = contents_.members[*ordinal];
+    entry = EntryOf(*ordinal);
+    state.position = advance ? member.DataEnd() : member.dataOffset;
+    return true;
+}
+
+bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
+                                   bool advance) {
+    if (!search.prepared) PrepareSearch(pattern, search);
+    while (const auto ordinal = NextMember(search)) {
+        const std::string_view name = contents_.members.Name(*ordinal);
+        std::size_t dirEnd = std::string_view::npos;
+        const bool matched = MatchWildcards(name, pattern, &dirEnd);
+        if (!matched && dirEnd >= name.size()) continue;
+
+        entry = EntryOf(*ordinal);
+        if (!matched) {
+            std::fill(entry.name.begin() + static_cast<std::ptrdiff_t>(dirEnd), entry.name.end(),
+                      '\0');
+            entry.attributes |= kEntryDirectory | kEntryReadOnly;
+        }
+        if (!advance) search.position = contents_.members[*ordinal].dataOffset;
+        return true;
+    }
+    return false;
+}
+
+void FileSubArchive::PrepareSearch(std::string_view pattern, Search& search) {
+    search.prepared = true;
+    const std::size_t separator = pattern.find_last_of("/\\");
+    if (separator == std::string_view::npos) return;
+    const std::string_view folders = pattern.substr(0, separator + 1);
+    if (folders.find_first_of("*?") != std::string_view::npos) return;
+    search.candidates = folders_.MembersBelow(contents_.members, folders);
+    search.next = contents_.members.End();
+}
+
+std::optional<FileSubArchive::Ordinal> FileSubArchive::NextMember(Search& search) {
+    const archive::MemberTable& members = contents_.members;
+    std::optional<Ordinal> found;
+    while (!found && search.nextCandidate < search.candidates.size()) {
+        const Ordinal candidate = search.candidates[search.nextCandidate++];
+        if (members.Has(candidate)) found = candidate;
+    }
+    while (!found && search.next < members.End()) {
+        const Ordinal candidate = search.next++;
+        if (members.Has(candidate)) found = candidate;
+    }
+    if (found) {
+        search.position = members[*found].DataEnd();
+        return found;
+    }
+    search.position = std::max(search.position, members.EndOfData());
+    found = NextChunk(search.position);
+    search.next = members.End();
+    return found;
 }
 
 }  // namespace Vorn

@@ -1,4 +1,5 @@
-// Serves the members of one archive file, and writes them (layout: docs/formats/archive.md).
+// Serves the members of one archive file, and writes them: the mount layer's slots and lock over
+// archive/, which knows the format.
 //
 // Owns the descriptor and the index in memory. Member Files borrow the descriptor: each raw read
 // holds Lock() around it. Lock order: substitution list, then this.
@@ -33,18 +34,16 @@
 // - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <vector>
 
-#include "KernelStandard/ArchiveIndex.h"
-#include "KernelStandard/CompressedStream.h"
+#include "KernelStandard/ArchiveFolders.h"
 #include "KernelStandard/FileSub.h"
 #include "KernelStandard/FileTypes.h"
-#include "KernelStandard/MemberWriter.h"
+#include "archive/Appender.h"
+#include "archive/Contents.h"
 #include "kernel/SyncObject.h"
 #include "platform/Files.h"
 
@@ -52,8 +51,9 @@ namespace Vorn {
 
 class FileSubArchive final : public FileSub {
 public:
-    // Called while a member is written.
-    using ProgressHook = MemberWriter::Progress;
+    // Called while a member is written: content bytes done, and stored bytes so far (0 for a plain
+    // member).
+    using ProgressHook = void (*)(std::uint32_t contentBytes, std::uint32_t storedBytes);
 
     // A missing file, or one that is not an archive, leaves the backend unavailable; a missing file
     // that is writable is created. Throws FileEx only when a writable archive can be neither opened
@@ -70,7 +70,7 @@ public:
 
     [[nodiscard]] bool IsReadOnly() const override { return readOnly_; }
     [[nodiscard]] bool IsAvailable() const override { return handle_.IsOpen(); }
-    [[nodiscard]] std::uint32_t GetStorageKind() const override { return header_.version; }
+    [[nodiscard]] std::uint32_t GetStorageKind() const override { return contents_.header.version; }
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindArchive; }
     [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
     [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
@@ -85,7 +85,7 @@ public:
     [[nodiscard]] bool IsRoot(const char* text) const override { return path_.View() == text; }
 
     // As last read or written; the defaults for an archive that is not open.
-    [[nodiscard]] const ArchiveHeader& Header() const { return header_; }
+    [[nodiscard]] const ArchiveHeader& Header() const { return contents_.header; }
 
     // Whether a file that is there could not be opened or read when it was mounted for reading, so
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
@@ -114,17 +114,7 @@ public:
                                 bool exact);
 
 private:
-    using Ordinal = ArchiveIndex::Ordinal;
-
-    // What no change leaves as it was: the file's length, the header at its front, and what is
-    // where that says the index is. Members that are only marked as deleted do not show; writing
-    // copes with them.
-    struct Footprint {
-        std::int64_t length = -1;
-        std::array<std::byte, kArchivePreambleSize> header{};
-        std::array<std::byte, kChunkHeaderSize> index{};
-        bool operator==(const Footprint&) const = default;
-    };
+    using Ordinal = archive::MemberTable::Ordinal;
 
     struct Search {
         bool used = false;
@@ -137,25 +127,15 @@ private:
 
     // Mounting.
     void CreateArchive() VORN_REQUIRES(lock_);
-    // Makes this the archive without members that nothing is written of so far.
-    void BeginArchive() VORN_REQUIRES(lock_);
     void ReadArchive() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool ReadHeader() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool LoadIndex() VORN_REQUIRES(lock_);
-    [[nodiscard]] Footprint TakeFootprint() VORN_REQUIRES(lock_);
     // Forgets what was read, and reads again.
     void ReadAnew() VORN_REQUIRES(lock_);
-    void CloseArchive() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool ReadExactly(std::uint64_t offset, std::span<std::byte> into)
-        VORN_REQUIRES(lock_);
 
     // Searching.
-    // The member that `name` means, one leading separator ignored; null when there is none. Valid
-    // until the next member is added.
-    [[nodiscard]] const MemberRecord* LookUp(const char* name) VORN_REQUIRES(lock_);
-    [[nodiscard]] std::optional<Ordinal> LookUpOrdinal(const char* name) VORN_REQUIRES(lock_);
+    // The member that `name` means, one leading separator ignored; nothing when there is none.
+    [[nodiscard]] std::optional<Ordinal> LookUp(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
-    void LearnAllMembers() VORN_REQUIRES(lock_);
+    [[nodiscard]] FindEntry EntryOf(Ordinal ordinal) const VORN_REQUIRES(lock_);
     [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
                                      bool advance) VORN_REQUIRES(lock_);
     void PrepareSearch(std::string_view pattern, Search& search) VORN_REQUIRES(lock_);
@@ -164,53 +144,34 @@ private:
     [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
 
     // Writing.
-    // Both are needed before a change: the first waits, and leaves the archive readable meanwhile.
+    // Both are needed before a change: the first waits, and leaves the archive readable meanwhile;
+    // the second gives the appender.
     void WaitForOtherChanges();
     [[nodiscard]] bool EnterChanges() VORN_REQUIRES(lock_);
+    [[nodiscard]] bool BeginAppending() VORN_REQUIRES(lock_);
     [[nodiscard]] bool CanAddMembers() const;
     // Whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
-    // An empty file of its own for what is written; not open when there can be none.
+    // A separate empty file for what is written; not open when there can be none.
     [[nodiscard]] platform::FileHandle TakeTemporary();
     [[nodiscard]] bool AddMember(const File& file, const platform::FileHandle& content,
                                  std::uint32_t size) VORN_REQUIRES(lock_);
-    // Puts a member that was written in the place of the one that it replaces.
-    [[nodiscard]] bool TakeOver(const MemberWriter& writer, const FindEntry& entry,
-                                std::optional<Ordinal> replaced) VORN_REQUIRES(lock_);
-    // Where the next member or the index goes in a file of that length: over the old index, unless
-    // members stand behind it, else behind everything. Nothing when what stood there could not be
-    // found again.
-    [[nodiscard]] std::optional<std::uint64_t> WriteOffset(std::int64_t length)
+    void CopyContent(const platform::FileHandle& content, std::uint32_t size, bool compress)
         VORN_REQUIRES(lock_);
-    // Makes the header name no index, if it names one that is not used.
-    [[nodiscard]] bool LeaveIndex() VORN_REQUIRES(lock_);
-    // Where a walk over the chunks of a file of `size` bytes ends. What it cannot pass (a member
-    // that was never finished, the rest of an index) becomes a deleted chunk. Nothing when the file
-    // lacks bytes of its last member.
-    [[nodiscard]] std::optional<std::uint64_t> SealEnd(std::uint32_t size) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
-        VORN_REQUIRES(lock_);
-    [[nodiscard]] bool DeleteMember(Ordinal ordinal) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool WriteIndex() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool WriteIndexChunk(std::uint64_t offset) VORN_REQUIRES(lock_);
 
     CriticalSection lock_{"FileSubArchive"};
     PathBuffer path_;
     const bool readOnly_;
     platform::FileHandle handle_;
-    ArchiveHeader header_;
-    bool indexValid_ VORN_GUARDED_BY(lock_) = false;  // loaded or created, and maintained
-    bool indexDirty_ VORN_GUARDED_BY(lock_) = false;  // must be written
-    bool indexLeft_ VORN_GUARDED_BY(lock_) = false;  // the file's header names one that is not used
-    Footprint footprint_ VORN_GUARDED_BY(lock_);     // of the archive as last read or written
-    bool changing_ VORN_GUARDED_BY(lock_) = false;   // holds the change lock
+    archive::Contents contents_;
+    ArchiveFolders folders_ VORN_GUARDED_BY(lock_);
+    bool changing_ VORN_GUARDED_BY(lock_) = false;  // holds the change lock
+    // While this mount changes an archive that may be changed.
+    std::optional<archive::Appender> appender_ VORN_GUARDED_BY(lock_);
     bool waitedInVain_ VORN_GUARDED_BY(lock_) = false;
     bool wasFull_ = false;
     bool readFailed_ = false;
-    std::vector<std::byte> writeBuffer_ VORN_GUARDED_BY(lock_);
     platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member
-    bool headerInPlace_ = false;  // where and as long as EncodePreamble has it
-    ArchiveIndex index_ VORN_GUARDED_BY(lock_);
     std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
     // A walk that began here met the end of a file of that size and found nothing.
     std::uint64_t walkedFrom_ VORN_GUARDED_BY(lock_) = 0;

@@ -1,6 +1,6 @@
 #include "KernelStandard/FileFind.h"
 
-#include "KernelStandard/ArchiveIndex.h"
+#include "KernelStandard/ArchiveFolders.h"
 #include "kernel/Paths.h"
 #include "tests/KernelStandard/FileLayer.h"
 
@@ -116,25 +116,28 @@ TEST_F(FileFind, AWideTreeIsWalkedFolderByFolder) {
     EXPECT_EQ(files, 20000u);
 }
 
-TEST(ArchiveIndexProperty, MembersBelowAreThoseThatMatch) {
+TEST(ArchiveFoldersProperty, MembersBelowAreThoseThatMatch) {
     std::minstd_rand random(20);
-    ArchiveIndex index;
+    archive::MemberTable members;
+    ArchiveFolders folders;
     std::size_t found = 0;
     for (int round = 0; round < 3000; ++round) {
         FindEntry entry;
         SetPath(entry.name, RandomText(random, "aAb/\\.\xC4\xE4", 7));
-        const auto ordinal = index.Add(0, 0, entry);
-        if (random() % 8 == 0) index.Remove(ordinal);
+        std::array<std::byte, kFindEntrySize> bytes{};
+        EncodeEntry(bytes, entry);
+        const auto ordinal = members.Add(0, 0, bytes);
+        if (random() % 8 == 0) members.Remove(ordinal);
         if (round % 4 != 0) continue;
         const std::string prefix = RandomText(random, "aAb/\\.\xC4\xE4", 2) + "/";
-        std::vector<ArchiveIndex::Ordinal> expected;
-        for (ArchiveIndex::Ordinal at = 0; at < index.End(); ++at) {
+        std::vector<ArchiveFolders::Ordinal> expected;
+        for (ArchiveFolders::Ordinal at = 0; at < members.End(); ++at) {
             std::size_t directory = 0;
-            const bool matches = MatchWildcards(index[at].entry.Name(), prefix + "*", &directory) ||
+            const bool matches = MatchWildcards(members.Name(at), prefix + "*", &directory) ||
                                  directory != std::string_view::npos;
-            if (matches && !index[at].removed) expected.push_back(at);
+            if (matches && members.Has(at)) expected.push_back(at);
         }
-        ASSERT_EQ(index.MembersBelow(prefix), expected) << prefix;
+        ASSERT_EQ(folders.MembersBelow(members, prefix), expected) << prefix;
         found += expected.size();
     }
     EXPECT_GT(found, 1000u);

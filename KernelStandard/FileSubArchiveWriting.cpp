@@ -1,0 +1,186 @@
+// Writing of a mounted archive: adding and deleting members, the change lock.
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "KernelStandard/CompressedStream.h"
+#include "KernelStandard/File.h"
+#include "KernelStandard/FileSubArchive.h"
+#include "archive/Error.h"
+#include "kernel/Paths.h"
+
+namespace Vorn {
+
+namespace {
+
+FileSubArchive::ProgressHook progressHook = nullptr;
+
+[[nodiscard]] bool WritesMember(FileMode writeKind) {
+    return writeKind == kWritePlain || writeKind == kWriteCompressed;
+}
+
+}  // namespace
+
+void FileSubArchive::SetProgressHook(ProgressHook hook) { progressHook = hook; }
+
+FileSubArchive::~FileSubArchive() { (void)Complete(); }
+
+bool FileSubArchive::BeginChanges() {
+    WaitForOtherChanges();
+    const ScopedLock hold(lock_);
+    return EnterChanges();
+}
+
+void FileSubArchive::WaitForOtherChanges() {
+    int patience = 30'000;  // milliseconds
+    {
+        const ScopedLock hold(lock_);
+        if (changing_ || !IsAvailable()) return;
+        if (waitedInVain_) patience = 0;
+    }
+    const bool locked = handle_.LockChanges(patience);
+    const ScopedLock hold(lock_);
+    waitedInVain_ = !locked;
+}
+
+bool FileSubArchive::EnterChanges() {
+    if (changing_ || readOnly_ || !IsAvailable()) return true;
+    if (!handle_.LockChanges(0)) return false;
+    changing_ = true;
+    if (archive::TakeFootprint(handle_) != contents_.footprint) ReadAnew();
+    return BeginAppending();
+}
+
+// All members must be known: a later walk would find a new one and add it twice.
+bool FileSubArchive::BeginAppending() {
+    if (!IsAvailable() || !contents_.headerInPlace) return true;
+    std::uint64_t position =
+        std::max<std::uint64_t>(contents_.members.EndOfData(), kFirstChunkOffset);
+    while (NextChunk(position)) {
+    }
+    appender_.emplace(handle_, contents_, archive::Appender::Publish::EachMember);
+    return true;
+}
+
+bool FileSubArchive::CanAddMembers() const {
+    return IsAvailable() && contents_.headerInPlace &&
+           contents_.header.version == kArchiveVersion102;
+}
+
+bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
+    using platform::Creation;
+    if (creation == Creation::CreateOrTruncate) return true;
+    if (creation == Creation::OpenExisting) return false;
+    const ScopedLock hold(lock_);
+    return !LookUp(name);
+}
+
+bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags flags) {
+    if (!CanAddMembers() || !WritesMember(file.WriteKind())) return false;
+    if (std::string_view(name).size() >= kMaxPath || !MayCreate(name, flags.creation)) return false;
+    platform::FileHandle temporary = TakeTemporary();
+    if (!temporary.IsOpen()) return false;
+    file.AttachNewMember(std::move(temporary), *this, name);
+    return true;
+}
+
+platform::FileHandle FileSubArchive::TakeTemporary() {
+    const ScopedLock hold(lock_);
+    platform::FileHandle temporary = std::move(spareTemporary_);
+    if (temporary.IsOpen()) return temporary;
+    const TemporaryName name = MakeTemporaryName();
+    if (temporary.OpenTemporary(name.data())) return temporary;
+    PathBuffer besideArchive = path_;
+    StripFileName(besideArchive, false);
+    (void)temporary.OpenTemporary((std::string(besideArchive.View()) + name.data()).c_str());
+    return temporary;
+}
+
+bool FileSubArchive::CloseFile(File& file) {
+    CountClosed();
+    if (!WritesMember(file.WriteKind())) return true;
+    constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; more of them give their room back
+    const std::uint32_t size = file.Size();
+    platform::FileHandle content = std::move(file.OwnHandle());
+    if (!file.WriteFailed()) WaitForOtherChanges();
+    const ScopedLock hold(lock_);
+    const bool added =
+        !file.WriteFailed() && EnterChanges() && CanAddMembers() && AddMember(file, content, size);
+    if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
+        spareTemporary_ = std::move(content);
+    }
+    return added;
+}
+
+bool FileSubArchive::AddMember(const File& file, const platform::FileHandle& content,
+                               std::uint32_t size) {
+    const bool compress = file.WriteKind() == kWriteCompressed;
+    try {
+        wasFull_ = false;
+        appender_->Begin({.name = file.Name(),
+                          .compress = compress,
+                          .size = size,
+                          .replaces = LookUp(file.Name())});
+        CopyContent(content, size, compress);
+        appender_->Finish();
+    } catch (const archive::Error& error) {
+        wasFull_ = error.Code() == archive::ErrorCode::Full;
+        appender_->Abandon();
+        return false;
+    }
+    // The folders of new members become known when the index is read next, or by a walk.
+    if (!contents_.Maintained()) folders_.AddDirectoriesOf(file.Name());
+    return true;
+}
+
+void FileSubArchive::CopyContent(const platform::FileHandle& content, std::uint32_t size,
+                                 bool compress) {
+    const auto buffer = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
+    for (std::uint32_t done = 0; done < size;) {
+        const auto piece = std::span(*buffer).first(std::min<std::size_t>(kBlockSize, size - done));
+        if (content.ReadAt(done, piece) != static_cast<std::int64_t>(piece.size())) {
+            throw archive::Error(archive::ErrorCode::CannotRead, "its content cannot be read");
+        }
+        appender_->Write(piece);
+        done += static_cast<std::uint32_t>(piece.size());
+        if (progressHook != nullptr) progressHook(done, compress ? appender_->StoredSoFar() : 0);
+    }
+}
+
+bool FileSubArchive::Delete(const char* name) {
+    if (readOnly_ || !contents_.headerInPlace) return false;
+    {
+        const ScopedLock hold(lock_);
+        if (!LookUp(name)) return false;  // nothing to wait for
+    }
+    WaitForOtherChanges();
+    const ScopedLock hold(lock_);
+    if (!EnterChanges() || !appender_) return false;
+    const auto ordinal = LookUp(name);
+    if (!ordinal) return false;
+    try {
+        appender_->Delete(*ordinal);
+    } catch (const archive::Error&) {
+        return false;
+    }
+    return true;
+}
+
+bool FileSubArchive::Complete() {
+    const ScopedLock hold(lock_);
+    if (!changing_ || !IsAvailable()) return true;
+    try {
+        if (appender_) appender_->Complete();
+    } catch (const archive::Error&) {
+        return false;
+    }
+    appender_.reset();
+    contents_.footprint = archive::TakeFootprint(handle_);
+    changing_ = false;
+    handle_.UnlockChanges();
+    return true;
+}
+
+}  // namespace Vorn
