@@ -109,6 +109,12 @@ void FileSubArchive::ReadAnew() {
     }
 }
 
+bool FileSubArchive::LacksIndex() {
+    const ScopedLock hold(lock_);
+    return contents_.index == archive::IndexState::Missing ||
+           contents_.index == archive::IndexState::CutShort;
+}
+
 bool FileSubArchive::OpenRead(File& file, const char* name, OpenFlags /*flags*/) {
     const ScopedLock hold(lock_);
     const auto ordinal = LookUp(name);

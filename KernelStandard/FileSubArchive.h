@@ -91,6 +91,10 @@ public:
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
     [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
+    // Whether the header promises an index that was not there, or cut short, at mount time. Members
+    // may be missing.
+    [[nodiscard]] bool LacksIndex();
+
     // Makes this the one that changes the archive, until Complete: waits for another one, then
     // reads the archive anew if that changed it. False when the other one still works after 30
     // seconds. Adding and deleting call it themselves.

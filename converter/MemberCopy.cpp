@@ -10,7 +10,6 @@ using namespace Vorn;
 namespace {
 
 constexpr std::size_t kLargestPlainMember = 1024;
-constexpr FileMode kReadMember = kReadDetect;
 constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
 constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
 
@@ -42,21 +41,20 @@ bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
     return (file.Close() && written) || Fail("cannot write", name);
 }
 
-bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {
-    if (!source.IsOpen()) return false;
-    if (source.Size() == 0) return true;
-    MemberContent content;
-    if (!content.ReadAll(source)) return false;
-    const bool compress =
-        content.Bytes().size() > kLargestPlainMember || IsStreamMark(content.Bytes());
-    return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember,
-                      content.Bytes());
+bool StoreMember(const InternedString& mount, const char* name,
+                 std::span<const std::byte> content) {
+    if (content.empty()) return true;
+    const bool compress = content.size() > kLargestPlainMember || IsStreamMark(content);
+    return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember, content);
 }
 
-bool CopyMember(const InternedString& sourceMount, const char* sourceName,
-                const InternedString& mount, const char* name) {
+bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {
+    MemberContent content;
+    return source.IsOpen() && content.ReadAll(source) && StoreMember(mount, name, content.Bytes());
+}
+
+bool CopyFile(const char* path, const InternedString& mount, const char* name) {
     File source;
-    const FileMode mode = sourceMount ? kReadMember : kReadPlain;
-    return source.Open(sourceMount, sourceName, mode) == RES_OK &&
+    return source.Open(InternedString(), path, kReadPlain) == RES_OK &&
            CopyOpenFile(mount, name, source);
 }

@@ -30,13 +30,16 @@ private:
 [[nodiscard]] bool WriteWhole(const Vorn::InternedString& mount, const char* name,
                               Vorn::FileMode mode, std::span<const std::byte> content);
 
-// Copies an open file to a member: compressed when it is longer than 1,024 bytes, plain otherwise.
-// An empty file counts as copied and makes no member. A short file that begins like a compressed
-// stream is stored compressed too: stored plain it would read back as what the stream holds.
+// Stores content as a member: compressed when it is longer than 1,024 bytes, plain otherwise.
+// Without content it succeeds and makes no member. Short content that begins like a compressed
+// stream is compressed too: stored plain it would read back as what the stream holds.
+[[nodiscard]] bool StoreMember(const Vorn::InternedString& mount, const char* name,
+                               std::span<const std::byte> content);
+
+// Copies an open file to a member, as StoreMember does.
 [[nodiscard]] bool CopyOpenFile(const Vorn::InternedString& mount, const char* name,
                                 Vorn::File& source);
 
-// The same, from a member. A file of the file system is taken byte for byte, also when it begins
-// like a compressed stream.
-[[nodiscard]] bool CopyMember(const Vorn::InternedString& sourceMount, const char* sourceName,
-                              const Vorn::InternedString& mount, const char* name);
+// The same for a file of the file system. It is taken byte for byte, also when it begins like a
+// compressed stream.
+[[nodiscard]] bool CopyFile(const char* path, const Vorn::InternedString& mount, const char* name);

@@ -27,7 +27,13 @@ int PatchConverter::RunApply() {
     ReleaseArchiveDatabase(std::exchange(database_, nullptr));
     Subst(inputName_, nullptr);
     if (!CompleteOutput()) return 1;
-    if (output_.MoveOver(std::string(outputArchivePath_.View())) && output_.CommitName()) return 0;
+    if (output_.MoveOver(std::string(outputArchivePath_.View())) && output_.CommitName()) {
+        if (emptyMembers_.Any()) {
+            PrintProblem(emptyMembers_.Text() +
+                         " cannot be stored and are left out of the new archive");
+        }
+        return 0;
+    }
     PrintProblem("cannot put the new archive in place as \"" +
                  std::string(outputArchivePath_.View()) + "\"");
     return 1;
@@ -65,11 +71,27 @@ bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& memb
 
 bool PatchConverter::AddNewMembers() {
     for (const auto& [name, digest] : addedFiles_) {
-        if (!CopyMember(otherName_, name.Text(), outputName_, name.Text())) {
+        if (!CopyToOutput(otherName_, name.Text(), name.Text())) {
+            if (File::Exists(otherName_, name.Text()) != RES_OK) {
+                PrintProblem("the patch lists \"" + std::string(name.View()) +
+                             "\" as added and does not hold it; a member without content cannot "
+                             "be added");
+            }
             return Fail("Failed to add " + std::string(name.View()));
         }
     }
     return true;
+}
+
+bool PatchConverter::CopyToOutput(const InternedString& mount, const char* source,
+                                  const char* member) {
+    File file;
+    MemberContent content;
+    if (file.Open(mount, source, mount ? kReadDetect : kReadPlain) != RES_OK) return false;
+    if (!content.ReadAll(file)) return false;
+    if (mount && !CheckContent(mount, source, file, content)) return false;
+    if (content.Bytes().empty()) emptyMembers_.Note(member);
+    return StoreMember(outputName_, member, content.Bytes());
 }
 
 bool PatchConverter::ApplyMember(const char* member) {
@@ -85,7 +107,7 @@ bool PatchConverter::ApplyMember(const char* member) {
 }
 
 bool PatchConverter::CopyUnchanged(const char* member) {
-    if (!CopyMember(inputName_, member, outputName_, member)) {
+    if (!CopyToOutput(inputName_, member, member)) {
         return Fail("ERROR> Failed to add unchanged file " + std::string(member));
     }
     PrintLine("Unchanged " + std::string(member));
@@ -99,11 +121,11 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         const bool haveOld = old.Open(inputName_, member, kReadDetect) == RES_OK;
         const bool haveDiff = diff.Open(otherName_, member, kReadDetect) == RES_OK;
         if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
-        if (!Stage(old, kSourceFile)) return false;
+        if (!Stage(inputName_, member, old, kSourceFile)) return false;
         if (DigestOf(kSourceFile) != FirstDigest(digests)) {
             return Fail(">>>> MD5 ERROR " + std::string(member));
         }
-        if (!Stage(diff, kDiffFile)) return false;
+        if (!Stage(otherName_, member, diff, kDiffFile)) return false;
     }
     if (!RebuildMember(member)) return false;
     workFiles_.Delete({kDiffFile, kSourceFile, kOutFile});
@@ -126,7 +148,7 @@ bool PatchConverter::RebuildMember(const char* member) {
         return false;
     }
     if (exitCode != 0) return Fail(">>>> EXIT CODE:  " + std::to_string(exitCode));
-    if (!CopyMember(InternedString(), outFile.c_str(), outputName_, member)) {
+    if (!CopyToOutput(InternedString(), outFile.c_str(), member)) {
         return Fail("ERROR> Failed to add patched file " + outFile);
     }
     return true;

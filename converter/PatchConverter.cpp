@@ -10,6 +10,7 @@
 #include "converter/Console.h"
 #include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
+#include "converter/MemberCheck.h"
 #include "converter/RunLock.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
@@ -173,9 +174,24 @@ int PatchConverter::ProcessFile(const char* member) {
     }
 }
 
-bool PatchConverter::Stage(File& member, const char* workingFile) {
+bool PatchConverter::Stage(const InternedString& mount, const char* member, File& file,
+                           const char* workingFile) {
     MemberContent content;
-    return content.ReadAll(member) && workFiles_.Write(workingFile, content.Bytes());
+    if (!content.ReadAll(file)) return false;
+    // The digests decide what becomes of a damaged member.
+    (void)CheckContent(mount, member, file, content);
+    return workFiles_.Write(workingFile, content.Bytes());
+}
+
+bool PatchConverter::CheckContent(const InternedString& mount, const char* member, const File& file,
+                                  const MemberContent& content) const {
+    if (AgreesWithCheckSum(mount, member, file, content.Bytes())) return true;
+    // The second pass of patchdiff walks with the two names exchanged.
+    const bool isSource = mount == (secondPass_ ? otherName_ : inputName_);
+    const PathBuffer& archive = isSource ? sourceArchivePath_ : otherArchivePath_;
+    PrintProblem("\"" + std::string(archive.View()) + "\" is damaged: the content of \"" + member +
+                 "\" does not match its check sum; fetch the archive again");
+    return false;
 }
 
 InternedString PatchConverter::DigestOf(const char* workingFile) const {

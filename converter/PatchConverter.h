@@ -4,6 +4,9 @@
 // says why when a run fails for a reason that has no line of its own.
 //
 // Decided here, where the operations leave it open or would lose something in silence:
+// - Members without content are never stored. One line at the end names how many they were.
+// - A member of an input that does not agree with its check sum is named. patchdiff takes it as it
+//   is; patchapply ends with 1 rather than copy it.
 // - A member that cannot be read whole, a working file or a member that cannot be written whole
 //   (a full disk), and an index that cannot be written end the run with 1.
 // - A patch keeps its lists beside the members, so an added or changed member with the name of a
@@ -32,6 +35,7 @@
 #include <string_view>
 
 #include "converter/ConvertBase.h"
+#include "converter/EmptyMembers.h"
 #include "converter/MemberCopy.h"
 #include "converter/OutputArchive.h"
 #include "converter/PatchLists.h"
@@ -77,6 +81,9 @@ private:
     [[nodiscard]] bool RecordRemoved(const char* member, const Vorn::InternedString& digest);
     [[nodiscard]] bool RecordAdded(const char* member, Vorn::File& source,
                                    const Vorn::InternedString& digest);
+    // Notes a member that the new archive holds without content; `other` may be closed.
+    void NoteIfEmpty(const char* member, Vorn::File& walked, Vorn::File& other);
+    void ReportEmptyMembers() const;
     [[nodiscard]] bool WriteLists();
     [[nodiscard]] int MoveOutOfWorkFolder();
     [[nodiscard]] int KeepInWorkFolder();
@@ -88,14 +95,23 @@ private:
     [[nodiscard]] bool ReadLists();
     [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
     [[nodiscard]] bool AddNewMembers();
+    // Copies a member, or a file of the file system, into the new archive. False if it cannot be
+    // read or stored whole, and for a member that does not agree with its check sum.
+    [[nodiscard]] bool CopyToOutput(const Vorn::InternedString& mount, const char* source,
+                                    const char* member);
     [[nodiscard]] bool ApplyMember(const char* member);
     [[nodiscard]] bool CopyUnchanged(const char* member);
     [[nodiscard]] bool PatchMember(const char* member, const Vorn::InternedString& digests);
     [[nodiscard]] bool RebuildMember(const char* member);
 
     // Both.
-    // Writes an open member's content to a working file.
-    [[nodiscard]] bool Stage(Vorn::File& member, const char* workingFile);
+    // Writes the content of the open `file` to a working file; names a damaged member and
+    // continues.
+    [[nodiscard]] bool Stage(const Vorn::InternedString& mount, const char* member,
+                             Vorn::File& file, const char* workingFile);
+    // False, after a line on standard error, if a member does not agree with its check sum.
+    [[nodiscard]] bool CheckContent(const Vorn::InternedString& mount, const char* member,
+                                    const Vorn::File& file, const MemberContent& content) const;
     // FileDigest of a working file; null, and said so, when it cannot be read.
     [[nodiscard]] Vorn::InternedString DigestOf(const char* workingFile) const;
     // Completes the output archive on disk; its mount is closed in any case.
@@ -112,6 +128,8 @@ private:
     MemberMap addedFiles_;
     MemberMap patchedFiles_;
     MemberMap deletedFiles_;
+    EmptyMembers emptyMembers_;  // of the new archive; patchapply cannot store them
+    bool addsEmptyMember_ = false;
     WorkFiles workFiles_;
     // From here on the order counts: what a failed run made is deleted from the last to the first.
     MadeFolders outputFolders_;

@@ -48,7 +48,12 @@ int PatchConverter::RunDiff() {
         std::swap(inputName_, otherName_);
     }
     Subst(otherName_, nullptr);
-    if (result == 0) result = WriteLists() && CompleteOutput() ? MoveOutOfWorkFolder() : 1;
+    if (result == 0 && WriteLists() && CompleteOutput()) {
+        ReportEmptyMembers();
+        result = MoveOutOfWorkFolder();
+    } else {
+        result = 1;
+    }
     DeleteWorkFolder();
     return result;
 }
@@ -103,13 +108,14 @@ bool PatchConverter::DiffMember(const char* member) {
         return !haveOther;
     }
     if (secondPass_ && haveOther) return true;
-    if (!Stage(walked, kSourceFile)) return false;
+    NoteIfEmpty(member, walked, other);
+    if (!Stage(inputName_, member, walked, kSourceFile)) return false;
 
     const InternedString walkedDigest = DigestOf(kSourceFile);
     if (!walkedDigest) return false;
     bool done = false;
     if (haveOther) {
-        if (!Stage(other, kTargetFile)) return false;
+        if (!Stage(otherName_, member, other, kTargetFile)) return false;
         const InternedString otherDigest = DigestOf(kTargetFile);
         done = otherDigest && DiffStaged(member, walkedDigest, otherDigest);
     } else {
@@ -118,6 +124,19 @@ bool PatchConverter::DiffMember(const char* member) {
     }
     if (done) workFiles_.Delete({kSourceFile, kTargetFile});
     return done;
+}
+
+void PatchConverter::NoteIfEmpty(const char* member, File& walked, File& other) {
+    const bool added = secondPass_ && walked.Size() == 0;
+    if (added || (other.IsOpen() && other.Size() == 0)) emptyMembers_.Note(member);
+    addsEmptyMember_ = addsEmptyMember_ || added;
+}
+
+void PatchConverter::ReportEmptyMembers() const {
+    if (!emptyMembers_.Any()) return;
+    PrintProblem(emptyMembers_.Text() + " cannot be stored; " +
+                 (addsEmptyMember_ ? "the patch adds one, so patchapply will refuse it"
+                                   : "patchapply will leave them out of the new archive"));
 }
 
 bool PatchConverter::RecordRemoved(const char* member, const InternedString& digest) {
@@ -161,7 +180,7 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
                      std::string(programDir_.View()) + "\"");
         return false;
     }
-    if (!CopyMember(InternedString(), diffFile.c_str(), outputName_, member)) {
+    if (!CopyFile(diffFile.c_str(), outputName_, member)) {
         PrintLine("ERROR> Failed to add " + diffFile);
         return false;
     }

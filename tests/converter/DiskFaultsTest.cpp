@@ -58,10 +58,12 @@ TEST_F(DiskFaults, FullDiskIsNeverASuccess) {
 
 TEST_F(DiskFaults, ReasonForAMemberThatCannotBeAddedIsTold) {
     const std::string old = folder_.Read("old.va");
-    folder_.Write("cut.va", old.substr(0, old.rfind("IDX ") - 2));
-    Outcome outcome = Convert({"patchapply", "cut.va", "good.va", "x"});
+    std::string damaged = old;
+    damaged[damaged.rfind("IDX ") - 1] ^= 1;
+    folder_.Write("damaged.va", damaged);
+    Outcome outcome = Convert({"patchapply", "damaged.va", "good.va", "x"});
     EXPECT_EQ(outcome.lines.back(), "ERROR> Failed to add unchanged file b");
-    EXPECT_THAT(outcome.problems, HasSubstr("cannot read all of \"b\""));
+    EXPECT_THAT(outcome.problems, HasSubstr("the content of \"b\" does not match its check sum"));
 
     folder_.Write("full/old.va", old);
     if (!MakeSmallDisk("full", 8192)) GTEST_SKIP() << "mounting is not permitted";

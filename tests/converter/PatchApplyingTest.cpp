@@ -29,7 +29,11 @@ TEST_F(PatchApplying, NewArchiveIsRebuiltBesideTheOldOne) {
                     {"emptied", "old"}});
     FileSubArchive::SetDefaultBuildVersion(0);
     FileSubArchive::SetDefaultProductCode(0);
-    ASSERT_EQ(Diff().exitCode, 0);
+    const Outcome diff = Diff();
+    ASSERT_EQ(diff.exitCode, 0);
+    EXPECT_EQ(diff.problems,
+              "VAConverter: 2 members without content (the first is \"empty\") cannot be stored; "
+              "patchapply will leave them out of the new archive\n");
     const std::string before = folder_.Read("old.va") + folder_.Read("out/old-diff.va");
     const auto programs = Tree("my app");
 
@@ -37,7 +41,10 @@ TEST_F(PatchApplying, NewArchiveIsRebuiltBesideTheOldOne) {
     EXPECT_EQ(outcome.exitCode, 0) << outcome.problems;
     EXPECT_THAT(outcome.lines, ElementsAre("Unchanged keep/same", "Patched changed", "Removed gone",
                                            "Unchanged empty", "Patched short", "Patched emptied"));
-    EXPECT_EQ(outcome.problems, "");
+    EXPECT_EQ(
+        outcome.problems,
+        "VAConverter: 2 members without content (the first is \"empty\") cannot be stored and "
+        "are left out of the new archive\n");
     Content expected(after.begin(), after.end());
     expected.erase("empty");  // empty members are not stored
     expected.erase("emptied");
@@ -71,6 +78,19 @@ TEST_F(PatchApplying, ProgramNamedLikeTheBeginningOfTheFolderIsNotRun) {
     Replace("out/old-diff.va", "");
     EXPECT_THAT(Diff().problems, HasSubstr("cannot start the diff program"));
     EXPECT_FALSE(folder_.Has("ran"));
+}
+
+TEST_F(PatchApplying, APatchThatAddsAMemberWithoutContentIsRefused) {
+    PackPair({{"same", "1"}}, {{"same", "1"}, {"added", ""}});
+    const Outcome diff = Diff();
+    EXPECT_EQ(diff.exitCode, 0);
+    EXPECT_THAT(diff.lines, ElementsAre("Identical same", "Added added"));
+    EXPECT_THAT(diff.problems, HasSubstr("1 member without content (\"added\") cannot be stored; "
+                                         "the patch adds one, so patchapply will refuse it"));
+    const Outcome apply = Apply();
+    EXPECT_EQ(apply.exitCode, 1);
+    EXPECT_THAT(apply.lines, ElementsAre("Failed to add added"));
+    EXPECT_THAT(apply.problems, HasSubstr("lists \"added\" as added and does not hold it"));
 }
 
 using HandWrittenPatch = Workbench;

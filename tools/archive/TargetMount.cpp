@@ -46,6 +46,11 @@ bool TargetMount::BeginChanges() {
     return archive == nullptr || archive->BeginChanges();
 }
 
+bool TargetMount::LacksIndex() const {
+    FileSubArchive* archive = ArchiveOf(name_);
+    return archive != nullptr && archive->LacksIndex();
+}
+
 bool TargetMount::Complete() {
     FileSubArchive* archive = ArchiveOf(name_);
     return archive == nullptr || archive->Complete();

@@ -29,6 +29,10 @@ public:
     // see FileSubArchive.
     [[nodiscard]] bool BeginChanges();
 
+    // Whether the header promises an index that is not there, or is cut short: members may be
+    // missing.
+    [[nodiscard]] bool LacksIndex() const;
+
     // Writes the index of an archive that has changed. False when that failed: readers then walk
     // the archive.
     [[nodiscard]] bool Complete();

@@ -65,6 +65,11 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
     if (command.searchTarget && !command.target.IsNull()) {
         mount.emplace(searchMount, command.target.Text(), true);
         CheckReadable(*mount, command.target);
+        if (mount->LacksIndex()) {
+            ReportProblem(command.target.Text() +
+                          std::string(" was cut or damaged: the index that its header promises is "
+                                      "not there; members may be missing"));
+        }
         if (mount->WasCreated()) {
             ReportProblem(std::string("there was no archive ") + command.target.Text() +
                           "; an empty one was made");

@@ -19,6 +19,8 @@
 // - Of a member and a folder of one name in an archive, the search sees one; the other is reported.
 // - An archive that was missing when its members are searched, and a target that is none, are
 //   reported.
+// - An archive whose promised index is not there, as after a cut, is reported when its members are
+//   searched; those that can be found are found.
 // - A line without a target finds no members.
 // - Folders named "." and ".." in an archive are not searched, as on disk, and reported.
 //

@@ -114,5 +114,25 @@ TEST_F(UnfoundFiles, WhatCannotBeReadOrIsDamagedIsNamed) {
               "VArchive: damaged, its check sum is another one: .\\bad\n");
 }
 
+TEST_F(UnfoundFiles, AnArchiveThatWasCutIsReportedAndWhatItHoldsIsRead) {
+    Write({{"a.txt", "1"}, {"b.txt", "2"}});
+    Do("a x.va a.txt b.txt");
+    const std::string whole = folder.Read("x.va");
+    const std::size_t index = whole.rfind("IDX ");
+    for (const std::size_t size :
+         {std::size_t{44}, index - 1, index, index + 50, whole.size() - 1}) {
+        SCOPED_TRACE(size);
+        folder.Write("cut.va", whole.substr(0, size));
+        fs::remove_all("to");
+        for (const char* words : {"l cut.va", "-pto e cut.va"}) {
+            const Outcome outcome = Fail(words);
+            EXPECT_THAT(outcome.problems, HasSubstr("VArchive: cut.va was cut or damaged: "));
+            EXPECT_EQ(CountOf("a.txt", outcome.printed), size > 44 ? 1U : 0U);
+        }
+        EXPECT_EQ(folder.Read("to/to/a.txt"), size > 44 ? "1" : "");
+        EXPECT_EQ(folder.Read("to/to/b.txt"), size >= index ? "2" : "");
+    }
+}
+
 }  // namespace
 }  // namespace Vorn::Testing

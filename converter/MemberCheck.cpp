@@ -1,0 +1,49 @@
+#include "converter/MemberCheck.h"
+
+#include <optional>
+
+#include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/FileSubstList.h"
+#include "archive/Crc32.h"
+#include "converter/MemberCopy.h"
+
+using namespace Vorn;
+
+namespace {
+
+[[nodiscard]] std::optional<FindEntry> EntryOf(const InternedString& mount, const char* member) {
+    FileSubstList& list = FileSubstList::Instance();
+    for (FileSub* backend : list.Collect(*list.FindSubst(mount))) {
+        if (!backend->IsKind(kKindArchive)) continue;
+        auto& archive = static_cast<FileSubArchive&>(*backend);
+        FindEntry entry;
+        const int search = archive.BeginFind();
+        const bool found = archive.FindNext(member, search, entry, false, true);
+        archive.EndFind(search);
+        if (found) return entry;
+    }
+    return std::nullopt;
+}
+
+[[nodiscard]] std::uint32_t SumOf(std::span<const std::byte> content) {
+    Crc32 sum;
+    sum.Update(content);
+    return sum.Value();
+}
+
+}  // namespace
+
+bool AgreesWithCheckSum(const InternedString& mount, const char* member, const File& file,
+                        std::span<const std::byte> content) {
+    const auto entry = EntryOf(mount, member);
+    if (!entry || entry->crc == 0 || entry->crc == SumOf(content)) return true;
+    const bool storedPlain = (entry->attributes & kMemberCompressed) == 0;
+    if (!storedPlain || file.ReadKind() != kReadCompressed) return false;
+
+    // The content of a plain member may begin like a stream. It was expanded, but the sum is that
+    // of the bytes as they are stored.
+    File stored;
+    MemberContent bytes;
+    return stored.Open(mount, member, kReadPlain) == RES_OK && bytes.ReadAll(stored) &&
+           entry->crc == SumOf(bytes.Bytes());
+}
