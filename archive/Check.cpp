@@ -128,11 +128,12 @@ private:
 
 class Worker {
 public:
-    Worker(const Reader& reader, const Order& order, std::size_t findings)
+    Worker(const Reader& reader, const Order& order, const CheckOptions& options)
         : contents_(reader.All()),
           order_(order),
           content_(reader.NewContentReader(kWindow)),
-          found_(findings) {}
+          judgesContent_(options.content),
+          found_(options.findings) {}
 
     void Work(Runs& runs) {
         for (auto [i, end] = runs.Take(); i < end; std::tie(i, end) = runs.Take()) {
@@ -160,6 +161,7 @@ private:
     const Contents& contents_;
     const Order& order_;
     ContentReader content_;
+    const bool judgesContent_;
     Findings found_;
 };
 
@@ -191,7 +193,8 @@ void Worker::JudgeMember(std::size_t i) {
                    "it overlaps with the header, the index or the next member");
     } else {
         try {
-            if (ChunkAgrees(ordinal, member, start)) JudgeContent(member);
+            const bool agrees = ChunkAgrees(ordinal, member, start);
+            if (agrees && judgesContent_) JudgeContent(member);
         } catch (const Error& error) {
             found_.Add(Fault::CannotRead, error.Offset(), member.name, "it cannot be read");
         }
@@ -333,7 +336,7 @@ Judgement Check(const Reader& reader, const CheckOptions& options) {
     Runs runs(order);
     // One more judges what belongs to no member.
     std::deque<Worker> workers;
-    for (unsigned i = 0; i <= count; ++i) workers.emplace_back(reader, order, options.findings);
+    for (unsigned i = 0; i <= count; ++i) workers.emplace_back(reader, order, options);
     InThreads(count, [&](unsigned i) { workers[i].Work(runs); });
     workers[count].JudgeIndex();
     workers[count].JudgeEnd();

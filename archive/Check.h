@@ -55,6 +55,7 @@ struct Judgement {
 
 struct CheckOptions {
     unsigned workers = 1;
+    bool content = true;         // also expand every content and compare its check sum
     std::size_t findings = 100;  // kept at most
 };
 

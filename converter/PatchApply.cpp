@@ -4,6 +4,7 @@
 
 #include "KernelResource/ArchiveDatabases.h"
 #include "KernelStandard/FileSubstList.h"
+#include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
 #include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
@@ -21,7 +22,8 @@ namespace {
 }  // namespace
 
 int PatchConverter::RunApply() {
-    const int result = ReadLists() && AddNewMembers() ? ConvertBase::Run() : 1;
+    const bool ready = InputsAreWhole() && ReadLists() && AddNewMembers();
+    const int result = ready ? ConvertBase::Run() : 1;
     Subst(otherName_, nullptr);
     if (result != 0) return result;
     ReleaseArchiveDatabase(std::exchange(database_, nullptr));
@@ -37,6 +39,16 @@ int PatchConverter::RunApply() {
     PrintProblem("cannot put the new archive in place as \"" +
                  std::string(outputArchivePath_.View()) + "\"");
     return 1;
+}
+
+bool PatchConverter::InputsAreWhole() const {
+    // The steps that follow judge a file that is no archive.
+    const auto isWhole = [](const InternedString& mount, const PathBuffer& path, Depth depth) {
+        return KindOf(mount) != InputKind::Archive || IsWholeArchive(path.View(), depth);
+    };
+    // The content of the old archive is checked while it is copied.
+    return isWhole(otherName_, otherArchivePath_, Depth::Content) &&
+           isWhole(inputName_, sourceArchivePath_, Depth::Structure);
 }
 
 bool PatchConverter::ReadLists() {

@@ -5,6 +5,9 @@
 //
 // Decided here, where the operations leave it open or would lose something in silence:
 // - Members without content are never stored. One line at the end names how many they were.
+// - patchapply judges the patch before it writes: one whose promised index is missing, or that is
+//   damaged in any way, ends the run with 1. So does an old archive without its promised index, or
+//   with entries that contradict it: members would be missing from the result.
 // - A member of an input that does not agree with its check sum is named. patchdiff takes it as it
 //   is; patchapply ends with 1 rather than copy it.
 // - A member that cannot be read whole, a working file or a member that cannot be written whole
@@ -92,6 +95,8 @@ private:
 
     // patchapply.
     [[nodiscard]] int RunApply();
+    // Judges the patch, and the structure of the old archive, before anything is written.
+    [[nodiscard]] bool InputsAreWhole() const;
     [[nodiscard]] bool ReadLists();
     [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
     [[nodiscard]] bool AddNewMembers();

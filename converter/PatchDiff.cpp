@@ -5,7 +5,9 @@
 
 #include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/FileSubstList.h"
+#include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
+#include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 #include "kernel/Paths.h"
@@ -40,6 +42,13 @@ namespace {
 }  // namespace
 
 int PatchConverter::RunDiff() {
+    for (const auto& [mount, path] :
+         {std::pair(inputName_, &sourceArchivePath_), std::pair(otherName_, &otherArchivePath_)}) {
+        // Damage is named; the members that can be read are compared all the same.
+        if (KindOf(mount) == InputKind::Archive) {
+            (void)IsWholeArchive(path->View(), Depth::Structure);
+        }
+    }
     int result = ConvertBase::Run();
     if (result == 0) {
         std::swap(inputName_, otherName_);

@@ -1,0 +1,43 @@
+#include "converter/ArchiveCheck.h"
+
+#include <algorithm>
+#include <string>
+
+#include "archive/Check.h"
+#include "archive/Error.h"
+#include "converter/Console.h"
+
+namespace {
+
+[[nodiscard]] std::string Place(const archive::Finding& finding) {
+    std::string place = " at byte " + std::to_string(finding.offset);
+    if (!finding.member.empty()) place += ", member \"" + finding.member + '"';
+    return place + ": " + finding.text;
+}
+
+void PrintDamage(const std::string& name, const archive::Judgement& judgement) {
+    const auto first = std::ranges::find_if(
+        judgement.findings, [](const auto& finding) { return IsDamage(finding.fault); });
+    const bool known = first != judgement.findings.end();
+    PrintProblem(name + " is damaged" + (known ? Place(*first) : "") + "; fetch it again");
+}
+
+}  // namespace
+
+bool IsWholeArchive(std::string_view path, Depth depth) {
+    const std::string name = '"' + std::string(path) + '"';
+    try {
+        const archive::Reader reader{std::string(path)};
+        const archive::Judgement judgement =
+            archive::Check(reader, {.content = depth == Depth::Content});
+        if (!judgement.Whole()) {
+            PrintDamage(name, judgement);
+        } else if (reader.Index() == archive::IndexState::Absent) {
+            PrintProblem(name + " has no index; its members were found by walking its chunks");
+        }
+        return judgement.Whole();
+    } catch (const archive::Error& error) {
+        PrintProblem(name + " cannot be judged: " + error.what());
+    }
+    return false;
+}
