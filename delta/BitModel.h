@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -202,11 +203,11 @@ public:
 
     // The probability of a 1 as the next bit. `node`, 1 to 15, tells the bits since apart.
     std::uint32_t Predict(std::uint32_t node) {
-        node_ = node;
         const std::array<std::int32_t, kInputs>& weights = weights_[set_];
         std::int64_t sum = 0;
         for (std::size_t i = 0; i < kInputs; ++i) {
-            stretched_[i] = histories_[lines_[i] ^ node].Stretched();
+            current_[i] = &histories_[lines_[i] ^ node];
+            stretched_[i] = current_[i]->Stretched();
             sum += std::int64_t{weights[i]} * stretched_[i];
         }
         constexpr std::int64_t kLimit = detail::kStretchLimit;
@@ -217,29 +218,38 @@ public:
     }
 
     void Learn(bool bit) {
+        // Weights leave their range next to never, so one test serves all of them.
+        std::int32_t outside = 0;
         const std::int32_t error = (bit ? 65535 : 0) - static_cast<std::int32_t>(predicted_);
         std::array<std::int32_t, kInputs>& weights = weights_[set_];
         for (std::size_t i = 0; i < kInputs; ++i) {
             const std::int32_t moved =
                 weights[i] + ((stretched_[i] * error) >> models::kLearningShift);
-            weights[i] = moved < -models::kMaxWeight  ? -models::kMaxWeight
-                         : moved > models::kMaxWeight ? models::kMaxWeight
-                                                      : moved;
+            weights[i] = moved;
+            outside |= moved + models::kMaxWeight;
+            outside |= models::kMaxWeight - moved;
         }
+        if (outside < 0) Clamp(weights);
         // Two contexts may share a history, which then learns twice.
         for (std::size_t i = 0; i < kInputs; ++i) {
-            histories_[lines_[i] ^ node_].Learn(bit, models::kMixedLimit);
+            current_[i]->Learn(bit, models::kMixedLimit);
         }
     }
 
 private:
+    static void Clamp(std::array<std::int32_t, kInputs>& weights) {
+        for (std::int32_t& weight : weights) {
+            weight = std::clamp(weight, -models::kMaxWeight, models::kMaxWeight);
+        }
+    }
+
     HistoryTable histories_;
     std::array<std::array<std::int32_t, kInputs>, kWeightSets> weights_{};
     Contexts contexts_{};
     std::array<std::uint32_t, kInputs> lines_{};
     std::array<std::int32_t, kInputs> stretched_{};
     std::size_t set_ = 0;
-    std::uint32_t node_ = 0;
+    std::array<BitHistory*, kInputs> current_{};
     std::uint32_t predicted_ = 0;
 };
 

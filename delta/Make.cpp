@@ -138,8 +138,8 @@ std::uint64_t Maker::QuickSize() {
 }
 
 // True if there are many fresh bytes and they are noise, such as packed or encrypted content: the
-// models would take a microsecond for each and save nothing. Both judges must agree, zstd about all
-// of them and the models about the first ones.
+// models would take a third of a microsecond for each and save nothing. Both judges must agree,
+// zstd about all of them and the models about the first ones.
 bool Maker::ModelsAreInVain(const CodedBytes& coded) {
     constexpr std::uint64_t kWorthAsking = 16U << 10;
     constexpr std::size_t kSample = 4U << 10;
