@@ -302,8 +302,9 @@ std::uint64_t Appender::WriteOffset() {
     const auto size = static_cast<std::uint64_t>(length);
     if (size > kMaxArchiveSize) throw Error(ErrorCode::Full, "the file is longer than 4 GiB");
     if (!contents_.Maintained()) {
+        const std::uint64_t end = SealEnd(size);
         LeaveIndex();
-        return SealEnd(size);
+        return end;
     }
     const std::uint32_t index = contents_.header.indexOffset;
     return index != 0 && contents_.members.EndOfData() <= index ? index : size;
@@ -318,10 +319,11 @@ void Appender::LeaveIndex() {
 }
 
 // Where a walk over the chunks ends. What it cannot pass, such as a member that was never finished,
-// becomes a deleted chunk.
+// becomes a deleted chunk. The walk begins at the first chunk, as it will when the new members are
+// looked for: what is left of an index may know members that it does not reach.
 std::uint64_t Appender::SealEnd(std::uint64_t size) {
-    std::uint64_t position =
-        std::max<std::uint64_t>(contents_.members.EndOfData(), kFirstChunkOffset);
+    const std::uint64_t known = contents_.members.EndOfData();
+    std::uint64_t position = kFirstChunkOffset;
     Window window(file_, kWalkWindow);
     while (position + kChunkHeaderSize <= size) {
         const auto bytes = window.At(position, kChunkHeaderSize);
@@ -330,7 +332,7 @@ std::uint64_t Appender::SealEnd(std::uint64_t size) {
         const bool unfinished = chunk.Is(kMemberChunk) && chunk.length < kFindEntrySize;
         const std::uint64_t end = position + kChunkHeaderSize + chunk.length;
         if (unfinished || end > size) {
-            if (chunk.Is(kMemberChunk) && !unfinished) break;
+            if ((chunk.Is(kMemberChunk) && !unfinished) || position < known) break;
             std::array<std::byte, kChunkHeaderSize> header{};
             EncodeChunkHeader(header, kDeletedChunk,
                               static_cast<std::uint32_t>(size - position - kChunkHeaderSize));
@@ -340,8 +342,9 @@ std::uint64_t Appender::SealEnd(std::uint64_t size) {
         position = end;
     }
     // Less than a chunk header is overwritten.
-    if (position > size || position + kChunkHeaderSize <= size) {
-        throw Error(ErrorCode::Damaged, "its last member is cut short", position);
+    if (position > size || position < known || position + kChunkHeaderSize <= size) {
+        throw Error(ErrorCode::Damaged, "a member is cut short, or its place cannot be reached",
+                    position);
     }
     return position;
 }
