@@ -71,15 +71,15 @@ void FileSubArchive::CreateArchive() {
 void FileSubArchive::ReadArchive() {
     const ArchiveHeader defaults{.buildVersion = defaultBuildVersion,
                                  .productCode = defaultProductCode};
+    // Taken first: a change that another process makes from here on shows.
+    const archive::Footprint footprint = archive::TakeFootprint(handle_);
+    const std::int64_t length = footprint.length;
     contents_ = archive::Contents();
     contents_.header = defaults;
-    contents_.footprint = archive::TakeFootprint(handle_);
-    const std::int64_t length = handle_.Length();
     if (length == 0 && !readOnly_) {
         contents_ = archive::NewContents(defaultBuildVersion, defaultProductCode);
-        contents_.footprint = archive::TakeFootprint(handle_);
-        return;
     }
+    contents_.footprint = footprint;
     // Open without a header: no members are found, and none are added.
     if (length >= 0 && static_cast<std::size_t>(length) < kArchiveMark.size()) return;
     try {
