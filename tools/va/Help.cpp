@@ -1,99 +1,118 @@
 #include "tools/va/Help.h"
 
 #include <algorithm>
-#include <iostream>
 
-#include "services/BuildStamp.h"
+#include "tools/va/Options.h"
+#include "tools/va/ShownText.h"
 
-namespace va {
+namespace va::tool {
 namespace {
 
-constexpr std::size_t kSummaryColumn = 37;
-constexpr std::size_t kMeaningColumn = 11;
+constexpr std::size_t kMeaningColumn = 24;
 
-// "  left      right", the right side at `column` or behind a longer left one.
-std::string Row(std::string left, std::size_t column, std::string_view right) {
-    left.insert(0, "  ");
-    left.append(std::max(left.size() + 2, column) - left.size(), ' ');
-    return left.append(right).append("\n");
+// "  left   meaning", the meaning wrapped at its column; below a left side that is too long.
+std::string Row(const std::string& left, std::string_view meaning,
+                std::size_t column = kMeaningColumn) {
+    std::string wrapped = Wrapped(meaning, column);
+    if (left.size() + 4 > column) return "  " + left + "\n" + wrapped;
+    return "  " + left + wrapped.substr(left.size() + 2);
 }
 
-bool BelongsTo(const Command& command, const Family& family) {
-    return command.words.starts_with(std::string(family.word) + " ");
+std::string OptionLeft(const Option& option) {
+    std::string left = option.letter == 0 ? "    " : std::string("-") + option.letter + ", ";
+    left.append("--").append(option.name);
+    if (!option.value.empty()) left.append("=").append(option.value);
+    return left;
 }
 
 std::string CommandHelp(const Command& command) {
-    std::string text = "usage: " + UsageLine(command) + "\n\n" + std::string(command.details);
-    if (!command.operands.empty() || !command.switches.empty()) text.append("\n");
-    for (const auto arguments : {command.operands, command.switches}) {
-        for (const Argument& argument : arguments) {
-            text += Row(std::string(argument.name), kMeaningColumn, argument.meaning);
-        }
-    }
-    if (!command.examples.empty()) text.append("\nexamples:\n\n").append(command.examples);
+    std::string text = "usage: " + UsageLine(command) + "\n\n" + Wrapped(command.details, 0);
+    if (!command.operands.empty()) text += "\n";
+    for (const Operand& operand : command.operands)
+        text += Row(std::string(operand.name), operand.meaning);
+    text += "\noptions:\n\n";
+    for (const Option* option : command.options) text += Row(OptionLeft(*option), option->meaning);
+    for (const Option* option : CommonOptions()) text += Row(OptionLeft(*option), option->meaning);
+    if (!command.examples.empty()) text += "\nexamples:\n\n";
+    for (const std::string_view example : command.examples)
+        text.append("  ").append(example).append("\n");
     return text;
 }
 
-std::string HelpOn(std::span<const std::string> words) {
-    if (words.empty()) return OverviewHelp();
-    const Command* command = FindCommand(words);
-    if (command != nullptr && words.size() == Words(*command).size()) return CommandHelp(*command);
-    for (const Family& family : Families()) {
-        if (words.size() == 1 && family.word == words.front()) return FamilyHelp(family);
+// The lines of commands that share their first word, empty when there are none.
+std::string FamilyHelp(const std::string& word) {
+    std::string text;
+    for (const Command* command : AllCommands()) {
+        if (command->words.starts_with(word + " "))
+            text += Row("va " + std::string(command->words), command->summary);
     }
-    std::string asked;
-    for (const std::string& word : words) asked.append(asked.empty() ? "" : " ").append(word);
-    throw Failure{ExitCode::Usage, "there is no command '" + asked + "'; 'va help' lists them"};
+    return text;
 }
 
 }  // namespace
 
-std::string UsageLine(const Command& command) {
-    std::string text = "va " + std::string(command.words);
-    for (const Argument& argument : command.switches) {
-        text.append(" [").append(argument.name).append("]");
+std::string Wrapped(std::string_view text, std::size_t indent, std::size_t width) {
+    std::string out;
+    std::string line;
+    const auto endLine = [&] {
+        if (!line.empty()) out.append(indent, ' ').append(line).append("\n");
+        line.clear();
+    };
+    while (!text.empty()) {
+        const std::string_view source = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(source.size() + 1, text.size()));
+        if (source.empty() || source.front() == ' ') {
+            endLine();
+            out.append(source.empty() ? 0 : indent, ' ').append(source).append("\n");
+            continue;
+        }
+        for (std::size_t at = 0; at < source.size();) {
+            const std::size_t end = std::min(source.find(' ', at), source.size());
+            const std::string_view word = source.substr(at, end - at);
+            if (!line.empty() && indent + line.size() + 1 + word.size() > width) endLine();
+            if (!line.empty()) line += ' ';
+            line += word;
+            at = end + 1;
+        }
     }
-    for (const Argument& argument : command.operands) {
-        const bool repeats = command.lastRepeats && &argument == &command.operands.back();
-        text.append(repeats ? " [" : " ").append(argument.name).append(repeats ? "...]" : "");
-    }
-    return text;
+    endLine();
+    return out;
 }
 
-std::string FamilyHelp(const Family& family) {
-    std::string text = std::string(family.word) + ": " + std::string(family.summary) + "\n";
-    for (const Command& command : Commands()) {
-        if (BelongsTo(command, family))
-            text += Row(UsageLine(command), kSummaryColumn, command.summary);
+std::string UsageLine(const Command& command) {
+    std::string text = "va " + std::string(command.words);
+    if (!command.options.empty()) text += " [OPTION...]";
+    for (const Operand& operand : command.operands) {
+        text.append(operand.optional ? " [" : " ").append(operand.name);
+        text.append(operand.repeats ? "..." : "").append(operand.optional ? "]" : "");
     }
     return text;
 }
 
 std::string OverviewHelp() {
-    std::string text = "va: the front program of the asset archives\n\n";
-    for (const Command& command : Commands()) {
-        if (Words(command).size() == 1)
-            text += Row(UsageLine(command), kSummaryColumn, command.summary);
+    std::string text = "va: looks into asset archives, changes them, makes and applies patches\n";
+    for (const Group& group : Groups()) {
+        text.append("\n").append(group.heading).append("\n");
+        for (const Command& command : group.commands)
+            text += Row(std::string(command.words), command.summary, 18);
     }
-    for (const Family& family : Families()) text += "\n" + FamilyHelp(family);
     return text +
            "\n"
-           "'va help COMMAND' tells more of one, with examples; COMMAND is as above: tag check.\n"
+           "'va help COMMAND' explains one, with examples.\n"
            "\n"
-           "exit codes: 0 done, 1 done with warnings, 2 damaged or refused, 7 wrong usage,\n"
-           "9 not found\n";
+           "exit codes: 0 done, equal, whole; 1 done with something to look at, or they\n"
+           "differ; 2 damaged, refused or not done; 7 wrong usage; 8 not enough memory;\n"
+           "9 no such file, archive, member or tag; 50 the disk is full\n";
 }
 
-ExitCode RunHelp(const Invocation& invocation) {
-    std::cout << HelpOn(invocation.operands);
-    return ExitCode::Done;
+std::string HelpOn(std::span<const std::string> words) {
+    if (words.empty()) return OverviewHelp();
+    std::size_t used = 0;
+    if (const Command* command = FindCommand(words, used)) return CommandHelp(*command);
+    const std::string family = FamilyHelp(words.front());
+    if (!family.empty()) return family;
+    throw Failure{ExitCode::Usage,
+                  "there is no command '" + Shown(words.front()) + "'; 'va help' lists them"};
 }
 
-ExitCode RunVersion(const Invocation&) {
-    std::cout << "va " VA_VERSION " (";
-    if (Vorn::HasBuildStamp()) std::cout << Vorn::BuildStamp() << ", ";
-    std::cout << "built " << Vorn::BuildDate() << ' ' << Vorn::BuildTime() << ")\n";
-    return ExitCode::Done;
-}
-
-}  // namespace va
+}  // namespace va::tool

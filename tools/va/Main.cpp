@@ -1,42 +1,70 @@
-// va: the front program of the asset archives. 'va help' tells what it can do.
+// va: the front program of the asset archives. 'va help' lists what it can do.
+#include <cstdio>
 #include <exception>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "kernel/Exceptions.h"
+#include "platform/Interruption.h"
 #include "services/Kernel.h"
-#include "tools/va/CommandLine.h"
+#include "tools/va/Run.h"
 
+namespace va::tool {
 namespace {
 
-va::ExitCode Run(const std::vector<std::string>& arguments) {
-    const va::Invocation invocation = va::ParseCommandLine(arguments);
-    const va::ExitCode code = invocation.command->run(invocation);
-    if (!std::cout.flush()) va::Refuse("standard output cannot be written: " + va::SystemReason());
-    return code;
+struct Outcome {
+    ExitCode code = ExitCode::Done;
+    std::string error{};
+};
+
+// Calls `work` and turns whatever it throws into a message and an exit code.
+template <typename Work>
+Outcome Guarded(Work work) {
+    try {
+        return {work()};
+    } catch (const Failure& failure) {
+        return {failure.code, failure.message};
+    } catch (const Vorn::Exception& exception) {
+        return {ExitCode::Refused, exception.GetReason()};
+    } catch (const std::bad_alloc&) {
+        return {ExitCode::NoMemory,
+                "not enough memory; give --memory-limit, or fewer worker threads with -j"};
+    } catch (const std::exception& exception) {
+        return {ExitCode::Refused, exception.what()};
+    }
 }
 
-int Complain(const std::string& message, va::ExitCode code) {
-    std::cout.flush();
-    std::cerr << "va: " << message << '\n';
-    return static_cast<int>(code);
+ExitCode RunCommand(const std::vector<std::string>& words) {
+    std::optional<Arguments> arguments;
+    Outcome outcome = Guarded([&] {
+        arguments.emplace(words);
+        return ExitCode::Done;
+    });
+    if (!arguments) {
+        std::cerr << "va: " + outcome.error + "\n";
+        return outcome.code;
+    }
+    Run run(*arguments);
+    outcome = Guarded([&] { return arguments->GetCommand().run(run); });
+    if (!outcome.error.empty()) run.talk.Error(outcome.error);
+    const Outcome ended = Guarded([&] {
+        run.answer.End(outcome.code, outcome.error);
+        return outcome.code;
+    });
+    if (!ended.error.empty() && outcome.error.empty()) run.talk.Error(ended.error);
+    return outcome.code == ExitCode::Done || ended.error.empty() ? ended.code : outcome.code;
 }
 
 }  // namespace
+}  // namespace va::tool
 
 int main(int argc, char** argv) {
     const Vorn::Kernel kernel;
-    try {
-        return static_cast<int>(Run({argv + 1, argv + argc}));
-    } catch (const va::Failure& failure) {
-        return Complain(failure.message, failure.code);
-    } catch (const Vorn::Exception& exception) {
-        return Complain(exception.GetReason(), va::ExitCode::Refused);
-    } catch (const std::bad_alloc&) {
-        return Complain("there is not enough memory for this", va::ExitCode::Refused);
-    } catch (const std::exception& exception) {
-        return Complain(exception.what(), va::ExitCode::Refused);
-    }
+    const platform::Interruptible interruptible;
+    const va::tool::ExitCode code = va::tool::RunCommand({argv + 1, argv + argc});
+    platform::EndAsAsked();
+    return static_cast<int>(code);
 }

@@ -1,3 +1,6 @@
+#include <sstream>
+#include <vector>
+
 #include "tests/tools/va/VaProgram.h"
 
 namespace Vorn::Testing {
@@ -5,45 +8,89 @@ namespace {
 
 using VaCommandLine = VaProgram;
 
-TEST_F(VaCommandLine, WrongUsageEndsWithSevenAndTellsWhatToDo) {
+TEST_F(VaCommandLine, WrongUsageEndsWithSevenAndSaysWhatToDo) {
     folder_.Write("a.txt", "n 1");
     ExpectAnswers({
-        {"", 7, "va tag check IN"},
+        {"", 7, "asset descriptions\n  tag to-text"},
         {"frobnicate", 7, "va: there is no command 'frobnicate'; 'va help' lists them"},
-        {"help tag frobnicate", 7, "'va help' lists them"},
-        {"tag", 7, "needs a command behind it"},
-        {"tag frobnicate", 7, "va tag check IN"},
+        {"tga check", 7, "did you mean tag?"},
+        {"hepl", 7, "did you mean help?"},
+        {"help tag frobnicate", 0, "va tag check"},
+        {"help frobnicate", 7, "'va help' lists them"},
+        {"tag", 7, "needs one of its commands:\n  va tag to-text"},
+        {"tag frobnicate", 7, "va tag check"},
+        {"tag chek a.txt", 7, "did you mean check?"},
         {"tag check", 7, "IN is missing"},
-        {"tag to-text a.txt", 7, "OUT is missing\nusage: va tag to-text [--force] IN OUT\n"},
+        {"tag to-text a.txt", 7, "OUT is missing\nusage: va tag to-text [OPTION...] IN OUT\n"},
         {"tag check a.txt b.txt", 7, "'b.txt' is one operand too many"},
-        {"tag check --force a.txt", 7, "there is no switch '--force' here"},
+        {"tag check --force a.txt", 7, "'va tag check' has no option --force"},
+        {"tag check --forze a.txt", 7, "did you mean --force?"},
+        {"tag check --forc a.txt", 7, "did you mean --force?"},
+        {"tag check -fQ a.txt", 7, "there is no option '-Q'"},
+        {"tag check --force=yes a.txt", 7, "--force takes no value"},
+        {"tag check --progress", 7, "--progress needs a value: WHEN"},
+        {"tag check --progress=now a.txt", 7, "one of auto, always, never, json, not 'now'"},
         {"tag to-text a.txt a.chump", 7, "let its name end in .txt"},
         {"tag to-binary a.txt b.txt", 7, "let its name end in .chump, .cdp or .cdp2"},
         {"tag to-binary a.txt b.va:b.chump", 7, "names a member"},
-        {"--version now", 7, "'now' is one operand too many"},
+        {"version now", 7, "'now' is one operand too many"},
+        {"\"$(printf 'tag\\033[2J')\"", 7, "'tag\\x1b[2J'"},
     });
     EXPECT_EQ(Va("tag").out, "");
     EXPECT_EQ(Names(), "a.txt ");
-    folder_.Write("--force", "n 1");
-    ExpectAnswers({{"tag get -- --force n", 0, "1\n"}, {"tag get --force n", 7, "no switch"}});
 }
 
-TEST_F(VaCommandLine, HelpExplainsEveryCommand) {
+TEST_F(VaCommandLine, OptionsStandAnywhereInEveryForm) {
+    folder_.Write("--force", "n 1");
+    folder_.Write("a.txt", "n 1");
+    folder_.Write("b.chump", "old");
+    ExpectAnswers({
+        {"tag get -- --force n", 0, "1\n"},
+        {"tag get --force n", 7, "has no option --force"},
+        {"tag to-binary a.txt b.chump", 2, "exists"},
+        {"-f tag to-binary a.txt b.chump", 0, ""},
+        {"tag -fqv --progress never to-binary a.txt b.chump", 0, ""},
+        {"tag to-binary a.txt b.chump --force --progress=json", 0, ""},
+        {"-q --version", 0, "1."},
+        {"--version", 0, "va 1."},
+        {"--version tag", 7, "needs one of its commands"},
+    });
+    EXPECT_THAT(Va("version -q").out, testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(VaCommandLine, HelpExplainsEveryCommandIn80Columns) {
     const std::string overview = Va("help").out;
-    for (const std::string name : {"to-text", "to-binary", "print", "check", "get"}) {
-        const std::string command = "tag " + name;
-        EXPECT_THAT(overview, HasSubstr("\n  va " + command));
-        ExpectAnswers({{"help " + command, 0, "\nexamples:\n\n  va " + command}});
-        EXPECT_EQ(Va(command + " --help").out, Va("help " + command).out);
-    }
     EXPECT_EQ(Va("--help").out, overview);
-    ExpectAnswers({{"help tag", 0, "tag: asset"},
-                   {"tag --help", 0, "tag: asset"},
-                   {"frobnicate --help", 7, "there is no command 'frobnicate'"},
-                   {"--version", 0, "va " VA_VERSION " (built "}});
+    EXPECT_EQ(Va("-h").out, overview);
+    std::vector<std::string> commands;
+    std::istringstream lines(overview);
+    for (std::string line; std::getline(lines, line);) {
+        const bool isCommand = line.starts_with("  ") && line.size() > 18;
+        if (isCommand) commands.push_back(line.substr(2, line.find("  ", 2) - 2));
+    }
+    EXPECT_GE(commands.size(), 7u);
+    for (const std::string& command : commands) {
+        SCOPED_TRACE(command);
+        const std::string help = Va("help " + command).out;
+        EXPECT_THAT(help, testing::StartsWith("usage: va " + command));
+        EXPECT_THAT(help, HasSubstr("\nexamples:\n\n  va "));
+        EXPECT_EQ(Va(command + " --help").out, help);
+        std::istringstream text(help + overview);
+        for (std::string line; std::getline(text, line);) EXPECT_LE(line.size(), 80u) << line;
+    }
+    ExpectAnswers({{"help tag", 0, "va tag to-text"},
+                   {"tag --help", 0, "va tag to-text"},
+                   {"frobnicate --help", 7, "there is no command 'frobnicate'"}});
     const Outcome full = Va("help >/dev/full");
     EXPECT_EQ(full.exitCode, 2);
     EXPECT_THAT(full.err, HasSubstr("standard output cannot be written"));
+}
+
+TEST_F(VaCommandLine, QuietLeavesOutErrorsWhenItIsGivenTwice) {
+    EXPECT_THAT(Va("-q tag get nowhere.txt n").err, HasSubstr("there is no file"));
+    const Outcome silent = Va("-qq tag get nowhere.txt n");
+    EXPECT_EQ(silent.exitCode, 9);
+    EXPECT_EQ(silent.err, "");
 }
 
 }  // namespace

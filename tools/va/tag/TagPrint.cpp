@@ -1,4 +1,4 @@
-#include "tools/va/TagPrint.h"
+#include "tools/va/tag/TagPrint.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 #include "assetdata/TagValues.h"
 #include "assetdata/TagWalk.h"
 
-namespace va {
+namespace va::tool {
 namespace {
 
 using Value = std::span<const std::byte>;
@@ -130,4 +130,4 @@ void PrintValue(std::ostream& out, const Vorn::OCSChunk& tag) {
     }
 }
 
-}  // namespace va
+}  // namespace va::tool

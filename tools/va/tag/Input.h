@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace va {
+namespace va::tool {
 
 using Bytes = std::vector<std::byte>;
 
@@ -19,4 +19,4 @@ using Bytes = std::vector<std::byte>;
 // Where the member's part of a name in that form begins, or npos.
 [[nodiscard]] std::size_t MemberStart(const std::string& name);
 
-}  // namespace va
+}  // namespace va::tool

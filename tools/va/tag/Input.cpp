@@ -1,9 +1,11 @@
-#include "tools/va/Input.h"
+#include "tools/va/tag/Input.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "KernelStandard/File.h"
@@ -12,10 +14,13 @@
 #include "kernel/Paths.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
-#include "tools/va/Outcome.h"
+#include "tools/va/ExitCode.h"
 
-namespace va {
+namespace va::tool {
 namespace {
+
+// Why the system refused what was asked of it last.
+std::string SystemReason() { return std::generic_category().message(errno); }
 
 // One archive, read only, under a mount name of its own.
 class Mount {
@@ -95,4 +100,4 @@ Bytes ReadInput(const std::string& name) {
                                           "archive.va:member/path"};
 }
 
-}  // namespace va
+}  // namespace va::tool

@@ -1,4 +1,4 @@
-#include "tools/va/TagFile.h"
+#include "tools/va/tag/TagFile.h"
 
 #include <algorithm>
 #include <array>
@@ -10,10 +10,10 @@
 #include "assetdata/TDBContainerTag.h"
 #include "assetdata/TagText.h"
 #include "kernel/Paths.h"
-#include "tools/va/Input.h"
-#include "tools/va/Outcome.h"
+#include "tools/va/ExitCode.h"
+#include "tools/va/tag/Input.h"
 
-namespace va {
+namespace va::tool {
 namespace {
 
 std::optional<TagForm> FormOfEnding(const std::string& name) {
@@ -78,4 +78,4 @@ void CheckEnding(const std::string& path, TagForm form) {
                                        "' for this form: let its name end in " + endings};
 }
 
-}  // namespace va
+}  // namespace va::tool

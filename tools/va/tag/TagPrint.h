@@ -8,7 +8,7 @@
 
 #include "assetdata/OCSChunk.h"
 
-namespace va {
+namespace va::tool {
 
 // Every tag below `root`, one line each, containers between braces, indented up to 40 levels:
 //
@@ -25,4 +25,4 @@ void PrintTree(std::ostream& out, const Vorn::OCSChunk& root);
 // without a value.
 void PrintValue(std::ostream& out, const Vorn::OCSChunk& tag);
 
-}  // namespace va
+}  // namespace va::tool

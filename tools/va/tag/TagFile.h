@@ -7,7 +7,7 @@
 #include "assetdata/TStream.h"
 #include "assetdata/TagObserver.h"
 
-namespace va {
+namespace va::tool {
 
 enum class TagForm { Text, Binary };
 
@@ -25,4 +25,4 @@ struct TagFile {
 // `form`.
 void CheckEnding(const std::string& path, TagForm form);
 
-}  // namespace va
+}  // namespace va::tool

@@ -11,7 +11,7 @@
 #include "platform/Endings.h"
 #include "platform/Files.h"
 
-namespace va {
+namespace va::tool {
 
 // A stream into a new file beside `path`, which takes its place in one step when it is complete.
 // What is not placed leaves nothing behind, also when the run is ended from outside. A link in that
@@ -60,4 +60,4 @@ private:
     std::string problem_;
 };
 
-}  // namespace va
+}  // namespace va::tool

@@ -1,15 +1,18 @@
-#include "tools/va/OutputFile.h"
+#include "tools/va/tag/OutputFile.h"
 
 #include <cerrno>
 #include <limits>
 
 #include "platform/Directories.h"
 #include "platform/Processes.h"
-#include "tools/va/Input.h"
-#include "tools/va/Outcome.h"
+#include "tools/va/ExitCode.h"
+#include "tools/va/tag/Input.h"
 
-namespace va {
+namespace va::tool {
 namespace {
+
+// Why the system refused what was asked of it last.
+std::string SystemReason() { return std::generic_category().message(errno); }
 
 [[noreturn]] void RefuseExisting(const std::string& path) {
     Refuse("'" + path + "' exists and stays as it is; --force replaces it");
@@ -102,4 +105,4 @@ void OutputFile::Place() {
     temporary_.clear();
 }
 
-}  // namespace va
+}  // namespace va::tool

@@ -20,7 +20,7 @@
 
 #include "assetdata/TagObserver.h"
 
-namespace va {
+namespace va::tool {
 
 class FindingReport final : public Vorn::TagObserver {
 public:
@@ -68,4 +68,4 @@ private:
 // "4,980".
 [[nodiscard]] std::string GroupedDigits(std::size_t number);
 
-}  // namespace va
+}  // namespace va::tool

@@ -1,11 +1,11 @@
-#include "tools/va/FindingReport.h"
+#include "tools/va/tag/FindingReport.h"
 
 #include <algorithm>
 #include <functional>
 #include <new>
 #include <ostream>
 
-namespace va {
+namespace va::tool {
 namespace {
 
 constexpr std::size_t kMostShown = 20;  // findings of a kind
@@ -86,4 +86,4 @@ std::string GroupedDigits(std::size_t number) {
     return digits;
 }
 
-}  // namespace va
+}  // namespace va::tool

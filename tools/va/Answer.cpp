@@ -1,0 +1,42 @@
+#include "tools/va/Answer.h"
+
+#include <cstdio>
+
+namespace va::tool {
+namespace {
+
+constexpr std::size_t kPiece = 256 * 1024;
+constexpr unsigned kSchema = 1;  // of the JSON objects; fields are only ever added
+
+}  // namespace
+
+Answer::Answer(bool json, std::string_view command) : json_(json), last_("end") {
+    if (json_)
+        Write(JsonObject("va").Set("schema", std::uint64_t{kSchema}).Set("command", command));
+}
+
+void Answer::Write(std::string_view text) {
+    pending_ += text;
+    if (pending_.size() >= kPiece) Flush();
+}
+
+void Answer::End(ExitCode code, std::string_view error) {
+    if (json_) {
+        last_.Set("exit", static_cast<std::uint64_t>(code));
+        if (!error.empty()) last_.Set("error", error);
+        pending_ += last_.Line();
+    }
+    Flush();
+}
+
+void Answer::Flush() {
+    if (!failed_)
+        failed_ = std::fwrite(pending_.data(), 1, pending_.size(), stdout) != pending_.size() ||
+                  std::fflush(stdout) != 0;
+    pending_.clear();
+    if (failed_)
+        throw Failure{ExitCode::Refused,
+                      "standard output cannot be written; is the disk full, or the reader gone?"};
+}
+
+}  // namespace va::tool

@@ -1,0 +1,63 @@
+// The words of a command line, read by the table.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+// What one command was called with. Long options take their value after '=' or as the next word;
+// letters join (-fv) and the last of them may carry its value (-oFILE). "--" ends the options; they
+// stand anywhere, also before the command. A word "-" is an operand.
+class Arguments {
+public:
+    // `words` without the program's name. Throws Failure (Usage) for whatever the table does not
+    // allow, with the nearest name.
+    // "--help" and "-h" give the command `help` with the words that were typed; "--version" gives
+    // `version`.
+    explicit Arguments(std::span<const std::string> words);
+
+    [[nodiscard]] const Command& GetCommand() const { return *command_; }
+    [[nodiscard]] const std::vector<std::string>& Operands() const { return operands_; }
+
+    // How often a flag or option was given.
+    [[nodiscard]] unsigned Count(const Option& option) const;
+    [[nodiscard]] bool Has(const Option& option) const { return Count(option) > 0; }
+
+    // The value of an option; the last one if it was given several times.
+    [[nodiscard]] std::optional<std::string> Value(const Option& option) const;
+    [[nodiscard]] std::vector<std::string> Values(const Option& option) const;
+
+private:
+    struct Given {
+        const Option* option;
+        std::string value;
+    };
+
+    void ReadLong(std::string_view word, std::span<const std::string> rest, std::size_t& next);
+    void ReadLetters(std::string_view word, std::span<const std::string> rest, std::size_t& next);
+    void Take(const Option& option, std::string value);
+    void ChooseCommand();
+    void CheckOptions() const;
+    void CheckOperands() const;
+
+    const Command* command_ = nullptr;
+    std::vector<std::string> operands_;
+    std::vector<Given> given_;
+    std::vector<std::string> typed_;  // how each of given_ was typed, for messages
+};
+
+// A number of an option's value, such as -j 4. Throws Failure (Usage) unless it is whole and within
+// the range.
+[[nodiscard]] std::uint64_t NumberValue(const Option& option, const std::string& text,
+                                        std::uint64_t least, std::uint64_t most);
+
+// A number of bytes: "65536", "64K", "1.5G"; K, M, G and T are powers of 1024. Throws Failure
+// (Usage) for anything else.
+[[nodiscard]] std::uint64_t BytesValue(const Option& option, const std::string& text);
+
+}  // namespace va::tool

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <span>
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+// help and version.
+[[nodiscard]] std::span<const Command> HelpCommands();
+
+}  // namespace va::tool

@@ -1,0 +1,75 @@
+// The only source that sees the JSON library: its header is large.
+#include "tools/va/Json.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace va::tool {
+namespace {
+
+std::string Base64(std::string_view bytes) {
+    constexpr std::string_view kDigits =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        std::uint32_t group = 0;
+        for (std::size_t i = 0; i < 3; ++i)
+            group = group << 8 |
+                    (at + i < bytes.size() ? static_cast<unsigned char>(bytes[at + i]) : 0U);
+        for (std::size_t i = 0; i < 4; ++i)
+            out += at + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : '=';
+    }
+    return out;
+}
+
+bool IsUndefined(char byte) {
+    constexpr std::string_view kUndefined = "\x81\x8D\x8F\x90\x9D";
+    return kUndefined.find(byte) != kUndefined.npos;
+}
+
+}  // namespace
+
+struct JsonObject::Impl {
+    nlohmann::ordered_json json;
+};
+
+JsonObject::JsonObject(std::string_view type) : impl_(std::make_unique<Impl>()) {
+    impl_->json["type"] = type;
+}
+JsonObject::JsonObject(JsonObject&&) noexcept = default;
+JsonObject::~JsonObject() = default;
+
+JsonObject& JsonObject::Set(std::string_view field, std::string_view text) {
+    impl_->json[std::string(field)] = text;
+    return *this;
+}
+
+JsonObject& JsonObject::Set(std::string_view field, std::uint64_t number) {
+    impl_->json[std::string(field)] = number;
+    return *this;
+}
+
+JsonObject& JsonObject::SetTruth(std::string_view field, bool truth) {
+    impl_->json[std::string(field)] = truth;
+    return *this;
+}
+
+JsonObject& JsonObject::SetReal(std::string_view field, double number) {
+    impl_->json[std::string(field)] = number;
+    return *this;
+}
+
+JsonObject& JsonObject::SetName(std::string_view field, std::string_view name,
+                                std::string_view stored) {
+    Set(field, name);
+    if (std::ranges::any_of(stored, IsUndefined))
+        Set(std::string(field) + "_bytes", Base64(stored));
+    return *this;
+}
+
+std::string JsonObject::Line() const {
+    return impl_->json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
+           "\n";
+}
+
+}  // namespace va::tool

@@ -1,0 +1,48 @@
+// All that a command works with.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/va/Answer.h"
+#include "tools/va/Arguments.h"
+#include "tools/va/Options.h"
+#include "tools/va/ProgressLine.h"
+#include "tools/va/Talk.h"
+
+namespace va::tool {
+
+class Run {
+private:
+    const Arguments& arguments_;
+    ProgressLine progress_;  // before `talk`, which clears it
+
+public:
+    explicit Run(const Arguments& arguments);
+
+    [[nodiscard]] const std::string& Operand(std::size_t index) const {
+        return arguments_.Operands()[index];
+    }
+    [[nodiscard]] const std::vector<std::string>& Operands() const { return arguments_.Operands(); }
+    [[nodiscard]] bool Has(const Option& option) const { return arguments_.Has(option); }
+    [[nodiscard]] unsigned Count(const Option& option) const { return arguments_.Count(option); }
+    [[nodiscard]] std::optional<std::string> Value(const Option& option) const {
+        return arguments_.Value(option);
+    }
+    [[nodiscard]] std::vector<std::string> Values(const Option& option) const {
+        return arguments_.Values(option);
+    }
+
+    // Worker threads: -j, or the number of processors.
+    [[nodiscard]] unsigned Jobs() const;
+
+    // For the library's progress: shows how far the work is; false once the user asked to stop.
+    [[nodiscard]] bool ShowProgress(std::string_view step, std::uint64_t done, std::uint64_t total);
+
+    Talk talk;
+    Answer answer;
+};
+
+}  // namespace va::tool

@@ -1,0 +1,23 @@
+// Names and numbers as people see them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace va::tool {
+
+// `text` with whatever could change a terminal made visible: control characters as \x1b, a
+// backslash only where it would be mistaken for one of these, bytes that are not UTF-8 as \xff.
+[[nodiscard]] std::string Shown(std::string_view text);
+
+// "612 B", "3.4 MB", "1.25 GB": powers of 1000, three digits at most.
+[[nodiscard]] std::string ShownBytes(std::uint64_t bytes);
+
+// "1 member", "12 members"; the plural is the word with an 's'.
+[[nodiscard]] std::string Counted(std::uint64_t count, std::string_view what);
+
+// "68 %" of a whole; "0 %" of nothing.
+[[nodiscard]] std::string Percent(std::uint64_t part, std::uint64_t whole);
+
+}  // namespace va::tool

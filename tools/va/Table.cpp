@@ -1,0 +1,60 @@
+#include "tools/va/Table.h"
+
+#include <algorithm>
+#include <array>
+
+#include "tools/va/HelpCommands.h"
+#include "tools/va/Options.h"
+#include "tools/va/tag/TagCommands.h"
+
+namespace va::tool {
+namespace {
+
+constexpr std::array kCommon = {&kHelp, &kProgress, &kQuiet, &kVerbose, &kVersion};
+
+// Takes the next word off `words`.
+std::string_view TakeWord(std::string_view& words) {
+    const std::string_view word = words.substr(0, words.find(' '));
+    words.remove_prefix(std::min(word.size() + 1, words.size()));
+    return word;
+}
+
+// How many of `typed` name a command with these words; 0 if they name another one.
+std::size_t MatchingWords(std::span<const std::string> typed, std::string_view words) {
+    std::size_t used = 0;
+    while (!words.empty()) {
+        if (used == typed.size() || TakeWord(words) != typed[used]) return 0;
+        ++used;
+    }
+    return used;
+}
+
+}  // namespace
+
+std::span<const Group> Groups() {
+    static const std::array kGroups = {
+        Group{"asset descriptions", TagCommands()},
+        Group{"about va", HelpCommands()},
+    };
+    return kGroups;
+}
+
+std::span<const Option* const> CommonOptions() { return kCommon; }
+
+const Command* FindCommand(std::span<const std::string> words, std::size_t& used) {
+    for (const Command* command : AllCommands()) {
+        used = MatchingWords(words, command->words);
+        if (used > 0) return command;
+    }
+    return nullptr;
+}
+
+std::vector<const Command*> AllCommands() {
+    std::vector<const Command*> commands;
+    for (const Group& group : Groups()) {
+        for (const Command& command : group.commands) commands.push_back(&command);
+    }
+    return commands;
+}
+
+}  // namespace va::tool

@@ -1,0 +1,40 @@
+// What va says about its work, on standard error; the answer itself goes to standard output
+// (Answer.h).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "tools/va/ProgressLine.h"
+
+namespace va::tool {
+
+// Every message is one line and one write, so that messages of parallel runs do not mix. Text from
+// outside must have gone through Shown().
+class Talk {
+public:
+    // `quiet`: 0 says all, 1 leaves out summaries and notes, 2 warnings and errors as well.
+    Talk(unsigned quiet, bool verbose, ProgressLine& progress)
+        : quiet_(quiet), verbose_(verbose), progress_(progress) {}
+
+    void Summary(std::string_view text) {
+        Say(quiet_ < 1, "", text);
+    }  // what was done, in one line
+    void Note(std::string_view text) { Say(quiet_ < 1, "note: ", text); }  // good to know
+    void Warning(std::string_view text) {
+        Say(quiet_ < 2, "warning: ", text);
+    }  // worth a look; the exit code is 1
+    void Error(std::string_view text) { Say(quiet_ < 2, "va: ", text); }
+    void Detail(std::string_view text) { Say(verbose_, "", text); }  // a line for a member, with -v
+
+    [[nodiscard]] bool IsVerbose() const { return verbose_; }
+
+private:
+    void Say(bool aloud, std::string_view prefix, std::string_view text);
+
+    const unsigned quiet_;
+    const bool verbose_;
+    ProgressLine& progress_;
+};
+
+}  // namespace va::tool
