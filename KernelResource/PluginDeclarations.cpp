@@ -1,14 +1,20 @@
 #include "KernelResource/PluginDeclarations.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <string>
 
-#include "KernelResource/PluginLog.h"
 #include "kernel/String.h"
+#include "services/Log.h"
 
 namespace Vorn {
 namespace {
+
+constexpr std::size_t kMostQuoted = 200;
+
+bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
 // The parts of an item, if there are exactly N.
 template <std::size_t N>
@@ -42,6 +48,12 @@ void ReadItems(OptionList& options, const char* name, auto declare) {
 }
 
 }  // namespace
+
+void WarnOfPlugin(std::string_view quoted, const char* complaint) {
+    std::string shown(quoted.substr(0, kMostQuoted));
+    std::ranges::replace_if(shown, IsControl, '.');
+    LogWrite(RegisterLogModule("Plugin"), LogLevel::Warn, "%s: %s", shown.c_str(), complaint);
+}
 
 void PluginDeclarations::Declare(OptionList& options) {
     ReadItems<3>(options, "PluginGroup", [this](const std::array<String, 3>& parts) {

@@ -8,10 +8,11 @@
 #pragma once
 
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include "KernelResource/Guid.h"
-#include "KernelResource/PluginResult.h"
+#include "KernelResource/ResourceCodes.h"
 #include "kernel/InternedString.h"
 #include "services/OptionList.h"
 
@@ -58,5 +59,9 @@ private:
     std::map<std::pair<Guid, const StringPoolEntry*>, const Plugin*> names_;
     std::map<Guid, Guid> remaps_;
 };
+
+// Writes one warning to the log, "quoted: complaint". The quoted text comes from a file: its first
+// 200 bytes are written, with dots for control characters.
+void WarnOfPlugin(std::string_view quoted, const char* complaint);
 
 }  // namespace Vorn

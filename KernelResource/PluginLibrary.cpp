@@ -56,4 +56,15 @@ const PluginFactory* PluginLibrary::FindFactory(const Guid& plugin) const {
     return found == factories_.end() ? nullptr : &*found;
 }
 
+DynamicLibrary::~DynamicLibrary() = default;
+
+bool DynamicLibrary::Load(const char* path) { return module_.Load(path); }
+
+void DynamicLibrary::Unload() { module_.Free(); }
+
+bool DynamicLibrary::GetSymbol(const char* name, void*& address) const {
+    address = module_.Find(name);
+    return address != nullptr;
+}
+
 }  // namespace Vorn

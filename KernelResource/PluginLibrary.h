@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "KernelResource/PluginApi.h"
-#include "KernelResource/PluginResult.h"
+#include "KernelResource/ResourceCodes.h"
 #include "kernel/InternedString.h"
 #include "platform/Libraries.h"
 
@@ -44,6 +44,23 @@ private:
     platform::Library module_;
     bool failed_ = false;
     std::span<const PluginFactory> factories_;
+};
+
+class DynamicLibrary {
+public:
+    DynamicLibrary() = default;
+    DynamicLibrary(const DynamicLibrary&) = delete;
+    DynamicLibrary& operator=(const DynamicLibrary&) = delete;
+
+    virtual ~DynamicLibrary();
+    // Unloads what was loaded before.
+    [[nodiscard]] virtual bool Load(const char* path);
+    virtual void Unload();
+    // True if the export exists; `address` is null otherwise.
+    [[nodiscard]] virtual bool GetSymbol(const char* name, void*& address) const;
+
+private:
+    platform::Library module_;
 };
 
 }  // namespace Vorn

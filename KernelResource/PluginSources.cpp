@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "KernelResource/DynamicLibrary.h"
 #include "KernelResource/PluginApi.h"
+#include "KernelResource/PluginLibrary.h"
 #include "KernelStandard/FileFind.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"

@@ -5,7 +5,6 @@
 #include <new>
 #include <utility>
 
-#include "KernelResource/PluginLog.h"
 #include "kernel/StartUp.h"
 #include "kernel/SyncObject.h"
 #include "services/KernelOptions.h"

@@ -17,8 +17,8 @@
 
 #include "KernelResource/PluginDeclarations.h"
 #include "KernelResource/PluginLibrary.h"
-#include "KernelResource/PluginResult.h"
 #include "KernelResource/PluginSources.h"
+#include "KernelResource/ResourceCodes.h"
 #include "kernel/ReferenceCount.h"
 
 namespace Vorn {

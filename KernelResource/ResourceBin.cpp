@@ -21,4 +21,10 @@ bool ResourceBin::Retire(Resource& resource) {
     }
 }
 
+bool ResourceBinInstant::Add(Resource& resource) {
+    if (!Retire(resource)) return false;
+    Remove(resource);
+    return true;
+}
+
 }  // namespace Vorn

@@ -24,12 +24,28 @@ constexpr std::array<ResultText, 8> kResultTexts{{
 }};
 static_assert(kResultTexts.size() == RES_INVALID + 1);
 
+constexpr std::array<ResultText, 8> kPluginTexts{{
+    {"RES_SUCCESS", ""},
+    {"RES_LIBRARYNOTFOUND", "Plugin library not found"},
+    {"RES_ENTRYPOINTNOTFOUND", "Plugin library has no entry point"},
+    {"RES_NOTSUPPORTED", "Dynamic loading not supported"},
+    {"RES_PLUGINIDNOTFOUND", "Plugin id not found"},
+    {"RES_PLUGINGROUPIDNOTFOUND", "Plugin group id not found"},
+    {"RES_PLUGINNAMENOTFOUND", "Plugin name not found"},
+    {"RES_PLUGINLIBRARYNOTFOUND", "Plugin has no library associated or library was not found"},
+}};
+static_assert(kPluginTexts.size() == RES_PLUGINLIBRARYNOTFOUND + 1);
+
 }  // namespace
 
 const char* NameOf(ResourceState state) { return kStateNames[static_cast<std::size_t>(state)]; }
 
 const ResultText& DescribeResourceResult(ResourceResult result) {
     return DescribeResult(kResultTexts, result, RES_FAILED_TO_LOAD);
+}
+
+const ResultText& DescribePluginResult(PluginResult result) {
+    return DescribeResult(kPluginTexts, result, RES_LIBRARYNOTFOUND);
 }
 
 }  // namespace Vorn

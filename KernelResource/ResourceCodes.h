@@ -1,4 +1,4 @@
-// States and result codes of resources.
+// The states of resources, and the result codes of resources and plug-ins.
 #pragma once
 
 #include <cstdint>
@@ -37,5 +37,22 @@ enum ResourceResult : int {
 
 // The row of a code; a code outside the table reads as RES_FAILED_TO_LOAD.
 [[nodiscard]] const ResultText& DescribeResourceResult(ResourceResult result);
+
+// The numbers reach messages and callers' tables.
+enum PluginResult : int {
+    RES_SUCCESS = 0,
+    // Of a library.
+    RES_LIBRARYNOTFOUND = 1,
+    RES_ENTRYPOINTNOTFOUND = 2,
+    RES_NOTSUPPORTED = 3,  // for systems that cannot load libraries
+    // Of a request.
+    RES_PLUGINIDNOTFOUND = 4,
+    RES_PLUGINGROUPIDNOTFOUND = 5,
+    RES_PLUGINNAMENOTFOUND = 6,
+    RES_PLUGINLIBRARYNOTFOUND = 7,
+};
+
+// The row of a code; a code outside the table reads as RES_LIBRARYNOTFOUND.
+[[nodiscard]] const ResultText& DescribePluginResult(PluginResult result);
 
 }  // namespace Vorn

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "KernelResource/RedirResource.h"
 #include "KernelResource/ResourceSystem.h"
 #include "KernelResource/SearchHandle.h"
 #include "KernelStandard/File.h"

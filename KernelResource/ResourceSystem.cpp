@@ -4,13 +4,11 @@
 
 #include "KernelResource/ArchiveDatabases.h"
 #include "KernelResource/LoadQueue.h"
-#include "KernelResource/RedirResource.h"
 #include "KernelResource/ResourceBinCache.h"
-#include "KernelResource/ResourceBinInstant.h"
 #include "KernelResource/ResourceDatabase.h"
-#include "KernelResource/ResourceSystemTask.h"
 #include "kernel/Exceptions.h"
 #include "services/OptionList.h"
+#include "services/Task.h"
 
 namespace Vorn {
 namespace {
@@ -27,6 +25,20 @@ constinit std::atomic<ResourceSystem*> g_system = nullptr;
 }
 
 }  // namespace
+
+// The task by which a host drives the system.
+class ResourceSystemTask final : public Task {
+public:
+    explicit ResourceSystemTask(ResourceSystem& system)
+        : Task(Intern("ResourceSystem"), false, 0), system_(system) {}
+    int Update(float elapsedSeconds) override {
+        system_.Process(elapsedSeconds);
+        return 0;
+    }
+
+private:
+    ResourceSystem& system_;
+};
 
 ResourceSystem::ResourceSystem() = default;
 

@@ -1,5 +1,4 @@
 // How databases find the resources of names.
-#include "KernelResource/RedirResource.h"
 #include "KernelResource/SearchHandle.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
