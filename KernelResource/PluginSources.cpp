@@ -82,11 +82,10 @@ private:
     // Leads out of a mounted directory; a member of an archive is no library.
     void ReadMounted(const std::string& path) try {
         FileSubstList& substs = FileSubstList::Instance();
-        const char* rest = nullptr;
-        SubstEntry* const subst = substs.GetSubstOfPath(path.c_str(), rest);
-        if (!subst) return;
-        PathBuffer real{std::string_view(rest)};
-        if (substs.GetRealPath(*subst, real)) ReadLibrary(std::string(real.View()));
+        const MountPath member = SplitMountPath(path.c_str());
+        PathBuffer real{std::string_view(member.rest)};
+        const auto found = substs.GetRealPath(member.mount, real);
+        if (found && *found) ReadLibrary(std::string(real.View()));
     } catch (const FileEx&) {
         // The name, or what it stands for, does not fit a path.
     }

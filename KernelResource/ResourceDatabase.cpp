@@ -75,7 +75,7 @@ void ResourceDatabase::EndLoads() {
 }
 
 void ResourceDatabase::CloseMount(const InternedString& name) {
-    if (FileSubstList::Instance().FindSubst(name)) Subst(name, nullptr);
+    if (FileSubstList::Instance().IsMounted(name)) Subst(name, nullptr);
 }
 
 Resource* ResourceDatabase::GetResource(const InternedString& name, std::uint32_t flags) {

@@ -49,8 +49,10 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     }
     if (std::string_view(path).size() >= kMaxPath) return RES_FILENOTFOUND;
 
-    bool mounted = false;
-    const bool opened = OpenThroughSubst(substName, path, mounted) || (!mounted && OpenPlain(path));
+    const auto served = OpenThroughSubst(substName, path);
+    const bool mounted = served.has_value();
+    const bool opened = mounted ? *served : OpenPlain(path);
+    if (!opened && refusedReadOnly_) return RES_READONLY;
     if (!opened) {
         // Mounts that are asked to read find the file or do not.
         const bool createNew = (mode & kCreationMask) == kCreateNew;
@@ -81,6 +83,7 @@ void File::Reset(FileMode mode) {
     writeFailed_ = false;
     readFailed_ = false;
     newMember_ = false;
+    refusedReadOnly_ = false;
     owner_ = nullptr;
 }
 
@@ -104,14 +107,11 @@ OpenFlags File::FlagsOfMode() const {
     return flags;
 }
 
-bool File::OpenThroughSubst(const InternedString& substName, const char* path, bool& mounted) {
+std::optional<bool> File::OpenThroughSubst(const InternedString& substName, const char* path) {
     FileSubstList& list = FileSubstList::Instance();
-    SubstEntry* entry = list.FindSubst(substName);
-    mounted = entry != nullptr;
-    if (!mounted) return false;
     if (IsSeparator(*path)) ++path;
-    return ReadKind() == 0 ? list.OpenWrite(*entry, *this, path, FlagsOfMode())
-                           : list.OpenRead(*entry, *this, path, FlagsOfMode());
+    return ReadKind() == 0 ? list.OpenWrite(substName, *this, path, FlagsOfMode())
+                           : list.OpenRead(substName, *this, path, FlagsOfMode());
 }
 
 bool File::OpenPlain(const char* path) {
@@ -127,7 +127,7 @@ void File::AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_
     SetPath(name_, name);
     own_ = std::move(handle);
     handle_ = &own_;
-    owner_ = &owner;
+    owner_ = owner.shared_from_this();
     owner.CountOpened();
 }
 
@@ -141,7 +141,7 @@ void File::AttachMember(platform::FileHandle& shared, FileSub& owner, std::strin
                         std::uint32_t dataOffset, std::uint32_t storedSize, std::uint32_t size) {
     SetPath(name_, name);
     handle_ = &shared;
-    owner_ = &owner;
+    owner_ = owner.shared_from_this();
     owner.CountOpened();
     size_ = size;
     headerLength_ = dataOffset;

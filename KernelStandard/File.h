@@ -13,6 +13,9 @@
 // a failed read all look like the end of the file: Read returns what came before, and Size is 0
 // from then on. ReadFailed tells them from a real end.
 //
+// A file outlives the mount that it was opened through: it can be read, written and closed after
+// that is closed (FileSubstList.h).
+//
 // Threads: a File is used by one thread at a time. Members of one archive share its descriptor;
 // each raw read takes the archive's lock.
 #pragma once
@@ -124,7 +127,8 @@ public:
     // Files open now in the whole process.
     [[nodiscard]] static int OpenFileCount();
 
-    // For backends, during their OpenRead and OpenWrite. Each counts the file at its owner.
+    // For backends, during their OpenRead and OpenWrite. Each counts the file at its owner, which
+    // lives at least until the file is closed.
     // The File takes the descriptor over.
     void AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name);
     // The same for a new member of an archive: a temporary file holds what is written until the
@@ -134,6 +138,9 @@ public:
     // reads outside them. `size` is what Size gives unless a stream header says otherwise.
     void AttachMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
                       std::uint32_t dataOffset, std::uint32_t storedSize, std::uint32_t size);
+
+    // The file would open if the backend were not read-only.
+    void NoteReadOnly() { refusedReadOnly_ = true; }
 
     // For backends, during their CloseFile.
     [[nodiscard]] FileMode WriteKind() const { return mode_ & kWriteKindMask; }
@@ -148,8 +155,9 @@ public:
 private:
     // Open, in steps.
     void Reset(FileMode mode);
-    [[nodiscard]] bool OpenThroughSubst(const InternedString& substName, const char* path,
-                                        bool& mounted);
+    // Nothing when the name is not mounted.
+    [[nodiscard]] std::optional<bool> OpenThroughSubst(const InternedString& substName,
+                                                       const char* path);
     [[nodiscard]] bool OpenPlain(const char* path);
     [[nodiscard]] OpenFlags FlagsOfMode() const;
     [[nodiscard]] FileResult ProbeCompression();
@@ -206,7 +214,8 @@ private:
     bool writeFailed_ = false;
     bool readFailed_ = false;
     bool counted_ = false;
-    FileSub* owner_ = nullptr;
+    bool refusedReadOnly_ = false;
+    std::shared_ptr<FileSub> owner_;
     int textMode_ = kTextAnsi;
     PathBuffer name_;
     bool newMember_ = false;

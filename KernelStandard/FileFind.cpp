@@ -40,16 +40,11 @@ namespace {
 bool File::Find::Open(const char* path) {
     Close();
     if (!SplitPattern(path)) return false;
-    FileSubstList& list = FileSubstList::Instance();
-    const char* rest = nullptr;
-    if (SubstEntry* entry = list.GetSubstOfPath(directory_.c_str(), rest)) {
-        mounted_ = true;
-        backends_ = list.Collect(*entry);
-        std::ranges::reverse(backends_);
-        const std::string_view folder(rest);
-        SetPath(
-            directory_,
-            std::string(folder.substr(std::min(folder.find_first_not_of("/\\"), folder.size()))));
+    const MountPath target = SplitMountPath(directory_.c_str());
+    const std::string_view rest(target.rest != nullptr ? target.rest : "");
+    const std::string below(rest.substr(std::min(rest.find_first_not_of("/\\"), rest.size())));
+    if (Enter(target.mount, below, {})) {
+        SetPath(directory_, below);
     } else {
         SearchDirectory(FolderPath(directory_.View()));
     }
@@ -59,14 +54,9 @@ bool File::Find::Open(const char* path) {
 bool File::Find::Open(const char* path, const InternedString& substName) {
     Close();
     if (!SplitPattern(path)) return false;
-    FileSubstList& list = FileSubstList::Instance();
-    SubstEntry* entry = list.FindSubst(substName);
-    if (entry == nullptr) {
+    if (!Enter(substName, directory_.View(), {})) {
         throw FileEx("KernelStandard/FileFind", 62, "Open() Subst not found");
     }
-    mounted_ = true;
-    backends_ = list.Collect(*entry);
-    std::ranges::reverse(backends_);
     return Next();
 }
 
@@ -83,6 +73,21 @@ bool File::Find::SplitPattern(const char* path) {
     pattern_ = FileNamePart(path);
     StripFileName(directory_, false);
     return directory_.View().find_first_of("*?") == std::string_view::npos;
+}
+
+bool File::Find::Enter(const InternedString& mount, std::string_view folder,
+                       const FileSubs& through) {
+    const auto backends = FileSubstList::Instance().Collect(mount);
+    if (!backends) return false;
+    mounted_ = true;
+    for (auto backend = backends->rbegin(); backend != backends->rend(); ++backend) {
+        if (std::ranges::find(through, *backend) != through.end()) continue;
+        FileSubs way = through;
+        way.push_back(*backend);
+        places_.push_back(
+            {.backend = *backend, .folder = std::string(folder), .through = std::move(way)});
+    }
+    return true;
 }
 
 bool File::Find::Next() {
@@ -106,8 +111,7 @@ bool File::Find::Next() {
 bool File::Find::Advance() {
     for (;;) {
         if (archive_ != nullptr) {
-            const std::string pattern = std::string(directory_.View()) + pattern_;
-            if (archive_->FindNext(pattern.c_str(), archiveSearch_, entry_, true, false)) {
+            if (archive_->FindNext(archivePattern_.c_str(), archiveSearch_, entry_, true, false)) {
                 return true;
             }
         } else if (NextInDirectory()) {
@@ -119,29 +123,32 @@ bool File::Find::Advance() {
 
 bool File::Find::NextBackend() {
     EndEnumeration();
-    while (!backends_.empty()) {
-        FileSub* backend = backends_.back();
-        backends_.pop_back();
-        if (SearchBackend(*backend)) return true;
+    while (!places_.empty()) {
+        const Place place = std::move(places_.back());
+        places_.pop_back();
+        if (SearchPlace(place)) return true;
     }
     return false;
 }
 
-bool File::Find::SearchBackend(FileSub& backend) {
-    if (backend.IsKind(kKindArchive)) {
-        archive_ = static_cast<FileSubArchive*>(&backend);
+bool File::Find::SearchPlace(const Place& place) {
+    if (place.backend->IsKind(kKindArchive)) {
+        archive_ = std::static_pointer_cast<FileSubArchive>(place.backend);
         archiveSearch_ = archive_->BeginFind();
+        archivePattern_ = place.folder + pattern_;
         return true;
     }
-    if (!backend.IsKind(kKindDirectory)) return false;
-    const std::string_view folder = directory_.View();
+    if (!place.backend->IsKind(kKindDirectory)) return false;
+    const std::string_view folder = place.folder;
     const std::size_t colon = folder.find(':');
     const std::string_view below =
         colon == std::string_view::npos ? folder : folder.substr(colon + 1);
-    const std::string_view root = static_cast<const FileSubPath&>(backend).Root();
+    const std::string_view root = static_cast<const FileSubPath&>(*place.backend).Root();
     if (root.size() + below.size() >= kMaxPath) return false;
     PathBuffer path;
     JoinPath(root, below, path);
+    const MountPath inner = SplitMountPath(path.c_str());
+    if (inner.mount && Enter(inner.mount, inner.rest, place.through)) return false;
     SearchDirectory(path.c_str());
     return true;
 }
@@ -173,7 +180,7 @@ bool File::Find::NextInDirectory() {
 
 void File::Find::EndEnumeration() {
     if (archive_ != nullptr) archive_->EndFind(archiveSearch_);
-    archive_ = nullptr;
+    archive_.reset();
     listing_.clear();
     nextListed_ = 0;
 }
@@ -187,7 +194,7 @@ void File::Find::GetPath(PathSpan out) const {
 void File::Find::Close() {
     EndEnumeration();
     seen_.clear();
-    backends_.clear();
+    places_.clear();
     mounted_ = false;
     passedOver_.clear();
     entry_ = FindEntry{};

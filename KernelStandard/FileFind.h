@@ -5,11 +5,15 @@
 // "work/*.*" walks a directory of the file system, in byte order of the names. Wildcards stand
 // only in the last component.
 //
-// A search is used by one thread, and ends before its substitution is closed.
+// A mounted folder that leads to another mount is searched there, as its files open there.
+//
+// A search is used by one thread. It may outlive its mount, whose backends it keeps.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -56,21 +60,33 @@ public:
     void Close();
 
 private:
+    // A backend to search, and where in it.
+    struct Place {
+        std::shared_ptr<FileSub> backend;
+        std::string folder;
+        FileSubs through;  // the backends that led here, none of which is searched again from here
+    };
+
     [[nodiscard]] bool SplitPattern(const char* path);
+    // Puts the backends of a mount in front of those that are still to search; false when it is
+    // not mounted.
+    [[nodiscard]] bool Enter(const InternedString& mount, std::string_view folder,
+                             const FileSubs& through);
     [[nodiscard]] bool Advance();
     [[nodiscard]] bool NextBackend();
-    [[nodiscard]] bool SearchBackend(FileSub& backend);
+    [[nodiscard]] bool SearchPlace(const Place& place);
     void SearchDirectory(const std::string& folder);
     [[nodiscard]] bool NextInDirectory();
     void EndEnumeration();
 
     FindEntry entry_;
-    PathBuffer directory_;            // up to and including the last component end
-    std::string pattern_;             // the last component
-    std::vector<FileSub*> backends_;  // still to search, the next one last
+    PathBuffer directory_;       // up to and including the last component end
+    std::string pattern_;        // the last component
+    std::vector<Place> places_;  // still to search, the next one last
     // Names returned, in lower case, with the kinds that were found of them.
     std::unordered_map<std::string, unsigned> seen_;
-    FileSubArchive* archive_ = nullptr;
+    std::shared_ptr<FileSubArchive> archive_;
+    std::string archivePattern_;
     int archiveSearch_ = -1;
     std::vector<platform::DirectoryEntry> listing_;
     std::size_t nextListed_ = 0;

@@ -10,26 +10,13 @@ namespace Vorn {
 
 namespace {
 
-// The substitution that serves a path, and the rest of the path for it.
-struct Target {
-    SubstEntry* entry = nullptr;
-    const char* rest = nullptr;
-};
-
-[[nodiscard]] Target TargetOf(const char* path) {
-    Target target;
-    target.entry = FileSubstList::Instance().GetSubstOfPath(path, target.rest);
-    return target;
-}
-
 template <typename Value>
 [[nodiscard]] std::uint32_t FirstArchiveValue(const InternedString& substName, Value value) {
-    FileSubstList& list = FileSubstList::Instance();
-    SubstEntry* entry = list.FindSubst(substName);
-    if (entry == nullptr) return 0;
-    for (FileSub* backend : list.Collect(*entry)) {
+    const auto backends = FileSubstList::Instance().Collect(substName);
+    if (!backends) return 0;
+    for (const auto& backend : *backends) {
         if (!backend->IsKind(kKindArchive)) continue;
-        const auto& header = static_cast<const FileSubArchive*>(backend)->Header();
+        const auto& header = static_cast<const FileSubArchive&>(*backend).Header();
         if (const std::uint32_t found = value(header); found != 0) return found;
     }
     return 0;
@@ -38,59 +25,51 @@ template <typename Value>
 }  // namespace
 
 FileResult File::Exists(const char* path) {
-    const Target target = TargetOf(path);
-    const bool exists = target.entry != nullptr
-                            ? FileSubstList::Instance().Exists(*target.entry, target.rest)
-                            : platform::Exists(path);
-    return exists ? RES_OK : RES_FILENOTFOUND;
+    const MountPath target = SplitMountPath(path);
+    const auto exists = FileSubstList::Instance().Exists(target.mount, target.rest);
+    return (exists ? *exists : platform::Exists(path)) ? RES_OK : RES_FILENOTFOUND;
 }
 
 FileResult File::Exists(const InternedString& substName, const char* path) {
-    FileSubstList& list = FileSubstList::Instance();
-    SubstEntry* entry = list.FindSubst(substName);
-    if (entry == nullptr) return platform::Exists(path) ? RES_OK : RES_FILENOTFOUND;
     const char* rest = IsSeparator(*path) ? path + 1 : path;
-    return list.Exists(*entry, rest) ? RES_OK : RES_FILENOTFOUND;
+    const auto exists = FileSubstList::Instance().Exists(substName, rest);
+    return (exists ? *exists : platform::Exists(path)) ? RES_OK : RES_FILENOTFOUND;
 }
 
 bool File::Delete(const char* path) {
-    const Target target = TargetOf(path);
-    return target.entry != nullptr ? FileSubstList::Instance().Delete(*target.entry, target.rest)
-                                   : platform::RemoveFile(path);
+    const MountPath target = SplitMountPath(path);
+    const auto deleted = FileSubstList::Instance().Delete(target.mount, target.rest);
+    return deleted ? *deleted : platform::RemoveFile(path);
 }
 
 bool File::Rename(const char* from, const char* to) {
-    const Target source = TargetOf(from);
-    if (source.entry == nullptr) return platform::Rename(from, to);
-    const Target destination = TargetOf(to);
-    return FileSubstList::Instance().Rename(*source.entry, source.rest,
-                                            destination.entry ? destination.rest : to);
+    FileSubstList& list = FileSubstList::Instance();
+    const MountPath source = SplitMountPath(from);
+    const MountPath destination = SplitMountPath(to);
+    const char* newName = list.IsMounted(destination.mount) ? destination.rest : to;
+    const auto renamed = list.Rename(source.mount, source.rest, newName);
+    return renamed ? *renamed : platform::Rename(from, to);
 }
 
 bool File::ChangeDirectory(const char* path) { return platform::ChangeDirectory(path); }
 
 bool File::MakePath(const char* path) {
     if (std::string_view(path).size() >= kMaxPath) return false;
-    const Target target = TargetOf(path);
-    return target.entry != nullptr
-               ? FileSubstList::Instance().MakeDirectory(*target.entry, target.rest)
-               : platform::MakeDirectories(path);
+    const MountPath target = SplitMountPath(path);
+    const auto made = FileSubstList::Instance().MakeDirectory(target.mount, target.rest);
+    return made ? *made : platform::MakeDirectories(path);
 }
 
 bool File::DeleteDirectory(const char* path) {
-    const Target target = TargetOf(path);
-    if (target.entry == nullptr) return platform::RemoveTree(path);
-    if (std::string_view(target.rest).size() >= kMaxPath) return false;
-    PathBuffer real{std::string_view(target.rest)};
-    return FileSubstList::Instance().GetWritablePath(*target.entry, real) &&
-           DeleteDirectory(real.c_str());
+    const MountPath target = SplitMountPath(path);
+    const auto deleted = FileSubstList::Instance().DeleteDirectory(target.mount, target.rest);
+    return deleted ? *deleted : platform::RemoveTree(path);
 }
 
 bool File::GetModifiedTime(const char* path, std::uint32_t& time) {
-    const Target target = TargetOf(path);
-    if (target.entry != nullptr) {
-        return FileSubstList::Instance().Stat(*target.entry, time, target.rest);
-    }
+    const MountPath target = SplitMountPath(path);
+    const auto served = FileSubstList::Instance().Stat(target.mount, time, target.rest);
+    if (served) return *served;
     platform::FileStatus status;
     if (!platform::GetStatus(path, status)) return false;
     time = static_cast<std::uint32_t>(status.writeTime);

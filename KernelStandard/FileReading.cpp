@@ -124,7 +124,7 @@ std::int64_t File::RawRead(std::span<std::byte> into) {
     if (rawPosition_ >= rawEnd_) return 0;
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), rawEnd_ - rawPosition_));
-    const OwnerLock lock(owner_);
+    const OwnerLock lock(owner_.get());
     const std::int64_t got = handle_->ReadAt(rawPosition_, into.first(count));
     if (got > 0) rawPosition_ += static_cast<std::uint64_t>(got);
     return got;

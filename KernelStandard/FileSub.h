@@ -1,14 +1,16 @@
 // The abstract backend of the virtual file system.
 //
 // A backend serves the names below one mounted root: a directory (FileSubPath) or an archive
-// (FileSubArchive). The substitution list owns backends and calls them under its lock; names come
-// relative to the root, without a leading separator. A failure is a result and not an exception,
-// but for the base's CloseFile. An operation that a backend does not override fails, except
-// MakeDirectory, which succeeds and does nothing.
+// (FileSubArchive). The substitution list shares its backends with the files and searches that are
+// open through them, and calls them under its lock; names come relative to the root, without a
+// leading separator. A failure is a result and not an exception, but for the base's CloseFile. An
+// operation that a backend does not override fails, except MakeDirectory, which succeeds and does
+// nothing.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "kernel/InternedString.h"
@@ -18,18 +20,26 @@
 namespace Vorn {
 
 class File;
+class FileSub;
+
+using FileSubs = std::vector<std::shared_ptr<FileSub>>;
 
 // How the File object wants a file opened. New files may be read and written.
 struct OpenFlags {
     platform::Access access = platform::Access::Read;
     platform::Creation creation = platform::Creation::OpenExisting;
+
+    // The opening itself makes a file or empties one.
+    [[nodiscard]] bool Creates() const { return creation != platform::Creation::OpenExisting; }
+    // The file may change, by the opening or after it.
+    [[nodiscard]] bool Modifies() const { return Creates() || access != platform::Access::Read; }
 };
 
 // What IsKind asks for.
 inline constexpr int kKindArchive = 0;
 inline constexpr int kKindDirectory = 1;
 
-class FileSub {
+class FileSub : public std::enable_shared_from_this<FileSub> {
 public:
     FileSub() = default;
     FileSub(const FileSub&) = delete;
@@ -68,11 +78,14 @@ public:
     [[nodiscard]] virtual bool Stat(std::uint32_t& writeTime, const char* name);
     virtual void SetReadOnly(const char* /*name*/, bool /*readOnly*/) {}
     // Appends this backend for a search.
-    virtual void CollectInto(std::vector<FileSub*>& /*list*/) {}
+    virtual void CollectInto(FileSubs& /*list*/) {}
     virtual void Lock() {}
     virtual void Unlock() {}
     // Whether `text` equals the mounted path byte for byte.
     [[nodiscard]] virtual bool IsRoot(const char* /*text*/) const { return false; }
+    // The mount is over: puts what was written in order. Files that are open may still be read and
+    // closed.
+    virtual void EndMount() {}
 
     // Files open through this backend.
     [[nodiscard]] int OpenCount() const { return openCount_.load(); }

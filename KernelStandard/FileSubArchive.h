@@ -79,10 +79,11 @@ public:
     [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
     [[nodiscard]] bool Delete(const char* name) override;
     [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
-    void CollectInto(std::vector<FileSub*>& list) override { list.push_back(this); }
+    void CollectInto(FileSubs& list) override { list.push_back(shared_from_this()); }
     void Lock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Enter(); }
     void Unlock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Leave(); }
     [[nodiscard]] bool IsRoot(const char* text) const override { return path_.View() == text; }
+    void EndMount() override { (void)Complete(); }
 
     // As last read or written; the defaults for an archive that is not open.
     [[nodiscard]] const ArchiveHeader& Header() const { return contents_.header; }

@@ -46,23 +46,21 @@ bool FileSubPath::OpenWrite(File& file, const char* name, OpenFlags flags) {
     }
     available_ = true;
 
-    FileSubstList& list = FileSubstList::Instance();
-    const char* rest = nullptr;
-    if (SubstEntry* inner = list.GetSubstOfPath(path.c_str(), rest)) {
-        return list.OpenWrite(*inner, file, rest, flags);
-    }
-    return OpenJoined(file, path, flags, platform::Share::DenyAll);
+    const MountPath inner = SplitMountPath(path.c_str());
+    const auto opened = FileSubstList::Instance().OpenWrite(inner.mount, file, inner.rest, flags);
+    return opened ? *opened : OpenJoined(file, path, flags, platform::Share::DenyAll);
 }
 
 bool FileSubPath::OpenRead(File& file, const char* name, OpenFlags flags) {
     PathBuffer path;
     if (!Join(name, path)) return false;
-    FileSubstList& list = FileSubstList::Instance();
-    const char* rest = nullptr;
-    if (SubstEntry* inner = list.GetSubstOfPath(path.c_str(), rest)) {
-        return list.OpenRead(*inner, file, rest, flags);
+    if (readOnly_ && flags.Modifies()) {
+        if (flags.Creates() || File::Exists(path.c_str()) == RES_OK) file.NoteReadOnly();
+        return false;
     }
-    return OpenJoined(file, path, flags, platform::Share::DenyWrite);
+    const MountPath inner = SplitMountPath(path.c_str());
+    const auto opened = FileSubstList::Instance().OpenRead(inner.mount, file, inner.rest, flags);
+    return opened ? *opened : OpenJoined(file, path, flags, platform::Share::DenyWrite);
 }
 
 bool FileSubPath::CloseFile(File& file) {

@@ -1,7 +1,8 @@
 // The backend that maps a substitution onto a directory of the file system.
 //
 // Every operation joins the root with the relative name and hands the result to the File layer's
-// own path operations, so a root may itself be a substitution path.
+// own path operations, so a root may itself be a substitution path. One that is mounted read-only
+// opens nothing that the opening or a write may change, whatever reading the mode asks for.
 #pragma once
 
 #include "KernelStandard/FileSub.h"
@@ -20,7 +21,8 @@ public:
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindDirectory; }
     // Creates missing directories on the way. Denies all other openers.
     [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
-    // Others may read but not write.
+    // Others may read but not write. A file that is not opened because the mount is read-only is
+    // told so.
     [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
     // Compresses a file that was opened for compressed writing.
     bool CloseFile(File& file) override;
@@ -31,7 +33,7 @@ public:
     [[nodiscard]] bool GetRealPath(PathSpan name) override;
     [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
     void SetReadOnly(const char* name, bool readOnly) override;
-    void CollectInto(std::vector<FileSub*>& list) override { list.push_back(this); }
+    void CollectInto(FileSubs& list) override { list.push_back(shared_from_this()); }
     [[nodiscard]] bool IsRoot(const char* text) const override { return root_.View() == text; }
 
     [[nodiscard]] const char* Root() const { return root_.c_str(); }

@@ -1,9 +1,9 @@
 #include "KernelStandard/FileSubstList.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
+#include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubPath.h"
 #include "kernel/Exceptions.h"
@@ -17,29 +17,29 @@ namespace {
 // Makes sure that the list is there before main.
 [[maybe_unused]] const FileSubstList& listBeforeMain = FileSubstList::Instance();
 
-enum class May { Read, Write, Modify };
+// Sets a mark for a scope.
+class Marked {
+public:
+    explicit Marked(bool& mark) : mark_(mark) { mark_ = true; }
+    ~Marked() { mark_ = false; }
+    Marked(const Marked&) = delete;
+    Marked& operator=(const Marked&) = delete;
 
-[[nodiscard]] bool Allows(const FileSub& backend, May what) {
-    switch (what) {
-        case May::Read:
-            return backend.IsAvailable();
-        case May::Write:
-            return !backend.IsReadOnly();
-        default:
-            return backend.IsAvailable() && !backend.IsReadOnly();
-    }
-}
-
-// Asks the backends that allow `what`, the most recent mount first, until one says yes.
-template <typename Ask>
-[[nodiscard]] bool AskInTurn(const SubstEntry& entry, May what, Ask ask) {
-    const auto& backends = entry.backends;
-    return std::any_of(backends.rbegin(), backends.rend(), [&](const auto& backend) {
-        return Allows(*backend, what) && ask(*backend);
-    });
-}
+private:
+    bool& mark_;
+};
 
 }  // namespace
+
+MountPath SplitMountPath(const char* path) {
+    const std::string_view whole(path);
+    const std::size_t colon = whole.find(':');
+    if (colon == std::string_view::npos) return {};
+    if (colon == 1 && whole.size() > 2 && IsSeparator(whole[2])) return {};
+    const char* rest = path + colon + 1;
+    if (IsSeparator(*rest)) ++rest;
+    return {.mount = Intern(whole.substr(0, colon)), .rest = rest};
+}
 
 FileSubstList& FileSubstList::Instance() {
     static FileSubstList list;
@@ -66,125 +66,140 @@ void FileSubstList::Subst(const InternedString& name, const char* path, bool wri
 }
 
 void FileSubstList::Mount(const InternedString& name, const char* path, bool writable) {
-    std::unique_ptr<FileSub> backend;
+    std::shared_ptr<FileSub> backend;
     if (IsSeparator(LastChar(path))) {
-        backend = std::make_unique<FileSubPath>(path, writable);
+        backend = std::make_shared<FileSubPath>(path, writable);
     } else {
-        backend = std::make_unique<FileSubArchive>(path, writable);
+        backend = std::make_shared<FileSubArchive>(path, writable);
     }
-    SubstEntry& entry = entries_[name.Entry()];
+    Entry& entry = entries_[name.Entry()];
     entry.name = name;
-    entry.backends.push_back(std::move(backend));
+    entry.backends.push_back({.sub = std::move(backend)});
 }
 
 void FileSubstList::CloseSubst(const InternedString& name) {
-    if (FindSubst(name) == nullptr) {
+    if (Find(name) == nullptr) {
         throw FileEx::Formatted("KernelStandard/FileSubstList", 72,
                                 "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
     }
     for (auto& [identity, entry] : entries_) {
-        for (const auto& backend : entry.backends) backend->OnSubstClosed(name);
+        for (const Backend& backend : entry.backends) backend.sub->OnSubstClosed(name);
     }
     auto closing = entries_.extract(name.Entry());
-    auto& backends = closing.mapped().backends;
-    while (!backends.empty()) backends.pop_back();
+    Backends& backends = closing.mapped().backends;
+    for (; !backends.empty(); backends.pop_back()) backends.back().sub->EndMount();
 }
 
-SubstEntry* FileSubstList::FindSubst(const InternedString& name) {
+FileSubstList::Backends* FileSubstList::Find(const InternedString& name) {
     if (name.Length() == 0) return nullptr;
-    const ScopedLock hold(lock_);
     const auto found = entries_.find(name.Entry());
-    return found == entries_.end() ? nullptr : &found->second;
+    return found == entries_.end() ? nullptr : &found->second.backends;
 }
 
-SubstEntry* FileSubstList::GetSubstOfPath(const char* path, const char*& rest) {
-    const std::string_view whole(path);
-    const std::size_t colon = whole.find(':');
-    if (colon == std::string_view::npos) return nullptr;
-    if (colon == 1 && whole.size() > 2 && IsSeparator(whole[2])) return nullptr;
-    rest = path + colon + 1;
-    if (IsSeparator(*rest)) ++rest;
-    return FindSubst(Intern(whole.substr(0, colon)));
-}
-
-bool FileSubstList::NamesMount(const char* path) {
-    const char* rest = nullptr;
-    return GetSubstOfPath(path, rest) != nullptr;
-}
-
-bool FileSubstList::OpenWrite(SubstEntry& entry, File& file, const char* name, OpenFlags flags) {
+bool FileSubstList::IsMounted(const InternedString& name) {
     const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Write,
+    return Find(name) != nullptr;
+}
+
+std::shared_ptr<FileSub> FileSubstList::TopBackend(const InternedString& name) {
+    const ScopedLock hold(lock_);
+    const Backends* backends = Find(name);
+    return backends != nullptr ? backends->back().sub : nullptr;
+}
+
+template <typename Ask>
+FileSubstList::Answer FileSubstList::AskInTurn(const InternedString& mount, May what, Ask ask) {
+    const ScopedLock hold(lock_);
+    Backends* const backends = Find(mount);
+    if (backends == nullptr) return std::nullopt;
+    for (auto backend = backends->rbegin(); backend != backends->rend(); ++backend) {
+        const FileSub& sub = *backend->sub;
+        const bool available = what == May::Write || sub.IsAvailable();
+        const bool allowed = available && (what == May::Read || !sub.IsReadOnly());
+        if (!allowed || backend->asked) continue;
+        const Marked asking(backend->asked);
+        if (ask(*backend->sub)) return true;
+    }
+    return false;
+}
+
+FileSubstList::Answer FileSubstList::OpenWrite(const InternedString& mount, File& file,
+                                               const char* name, OpenFlags flags) {
+    return AskInTurn(mount, May::Write,
                      [&](FileSub& backend) { return backend.OpenWrite(file, name, flags); });
 }
 
-bool FileSubstList::OpenRead(SubstEntry& entry, File& file, const char* name, OpenFlags flags) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Read,
+FileSubstList::Answer FileSubstList::OpenRead(const InternedString& mount, File& file,
+                                              const char* name, OpenFlags flags) {
+    return AskInTurn(mount, May::Read,
                      [&](FileSub& backend) { return backend.OpenRead(file, name, flags); });
 }
 
-bool FileSubstList::Exists(SubstEntry& entry, const char* name) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Read, [&](FileSub& backend) {
-        InternedString substName = entry.name;
+FileSubstList::Answer FileSubstList::Exists(const InternedString& mount, const char* name) {
+    return AskInTurn(mount, May::Read, [&](FileSub& backend) {
+        InternedString substName = mount;
         return backend.Exists(substName, name);
     });
 }
 
-bool FileSubstList::Delete(SubstEntry& entry, const char* name) {
-    const ScopedLock hold(lock_);
+FileSubstList::Answer FileSubstList::Delete(const InternedString& mount, const char* name) {
     bool deleted = false;
-    (void)AskInTurn(entry, May::Modify, [&](FileSub& backend) {
+    const Answer asked = AskInTurn(mount, May::Modify, [&](FileSub& backend) {
         deleted = backend.Delete(name) || deleted;
         return false;
     });
-    return deleted;
+    return asked ? Answer(deleted) : asked;
 }
 
-bool FileSubstList::Rename(SubstEntry& entry, const char* oldName, const char* newName) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Modify,
+FileSubstList::Answer FileSubstList::Rename(const InternedString& mount, const char* oldName,
+                                            const char* newName) {
+    return AskInTurn(mount, May::Modify,
                      [&](FileSub& backend) { return backend.Rename(oldName, newName); });
 }
 
-bool FileSubstList::MakeDirectory(SubstEntry& entry, const char* name) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Modify,
+FileSubstList::Answer FileSubstList::MakeDirectory(const InternedString& mount, const char* name) {
+    return AskInTurn(mount, May::Modify,
                      [&](FileSub& backend) { return backend.MakeDirectory(name); });
 }
 
-bool FileSubstList::Stat(SubstEntry& entry, std::uint32_t& writeTime, const char* name) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Read,
+FileSubstList::Answer FileSubstList::Stat(const InternedString& mount, std::uint32_t& writeTime,
+                                          const char* name) {
+    return AskInTurn(mount, May::Read,
                      [&](FileSub& backend) { return backend.Stat(writeTime, name); });
 }
 
-bool FileSubstList::GetRealPath(SubstEntry& entry, PathSpan name) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Read, [&](FileSub& backend) { return backend.GetRealPath(name); });
+FileSubstList::Answer FileSubstList::GetRealPath(const InternedString& mount, PathSpan name) {
+    return AskInTurn(mount, May::Read, [&](FileSub& backend) { return backend.GetRealPath(name); });
 }
 
-bool FileSubstList::GetWritablePath(SubstEntry& entry, PathSpan name) {
-    const ScopedLock hold(lock_);
-    return AskInTurn(entry, May::Modify,
-                     [&](FileSub& backend) { return backend.GetRealPath(name); });
+FileSubstList::Answer FileSubstList::DeleteDirectory(const InternedString& mount,
+                                                     const char* name) {
+    bool deleted = false;
+    const Answer asked = AskInTurn(mount, May::Modify, [&](FileSub& backend) {
+        if (std::string_view(name).size() >= kMaxPath) return false;
+        PathBuffer real{std::string_view(name)};
+        if (!backend.GetRealPath(real)) return false;
+        deleted = File::DeleteDirectory(real.c_str());
+        return true;
+    });
+    return asked ? Answer(deleted) : asked;
 }
 
-std::vector<FileSub*> FileSubstList::Collect(SubstEntry& entry) {
-    const ScopedLock hold(lock_);
-    std::vector<FileSub*> list;
-    (void)AskInTurn(entry, May::Read, [&](FileSub& backend) {
+std::optional<FileSubs> FileSubstList::Collect(const InternedString& mount) {
+    FileSubs list;
+    const Answer asked = AskInTurn(mount, May::Read, [&](FileSub& backend) {
         backend.CollectInto(list);
         return false;
     });
-    return list;
+    return asked ? std::optional(std::move(list)) : std::nullopt;
 }
 
-int FileSubstList::OpenFileCount(SubstEntry& entry) {
+int FileSubstList::OpenFileCount(const InternedString& mount) {
     const ScopedLock hold(lock_);
+    const Backends* const backends = Find(mount);
     int sum = 0;
-    for (const auto& backend : entry.backends) sum += backend->OpenCount();
+    if (backends == nullptr) return sum;
+    for (const Backend& backend : *backends) sum += backend.sub->OpenCount();
     return sum;
 }
 

@@ -61,7 +61,7 @@ void ConvertBase::OpenInput() {
         NorvaneResourceDatabase::ArchivePath(folder.View(), inputName_.View());
     const char* const path = inputArchivePath_.c_str();
     if (database_ && platform::IsSameFile(archive.c_str(), path)) return;
-    if (FileSubstList::Instance().FindSubst(inputName_)) Subst(inputName_, nullptr);
+    if (FileSubstList::Instance().IsMounted(inputName_)) Subst(inputName_, nullptr);
     Subst(inputName_, path);
 }
 

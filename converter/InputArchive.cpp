@@ -9,9 +9,9 @@ using namespace Vorn;
 bool FitsPath(std::string_view path) { return path.size() < kMaxPath; }
 
 InputKind KindOf(const InternedString& mount) {
-    const FileSub& backend = *FileSubstList::Instance().FindSubst(mount)->backends.back();
-    if (static_cast<const FileSubArchive&>(backend).ReadFailed()) return InputKind::Unreadable;
-    return backend.GetStorageKind() != 0 ? InputKind::Archive : InputKind::NoArchive;
+    const auto backend = FileSubstList::Instance().TopBackend(mount);
+    if (static_cast<const FileSubArchive&>(*backend).ReadFailed()) return InputKind::Unreadable;
+    return backend->GetStorageKind() != 0 ? InputKind::Archive : InputKind::NoArchive;
 }
 
 std::string InvalidInputArchive(std::string_view path) {

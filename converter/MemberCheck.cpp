@@ -12,8 +12,8 @@ using namespace Vorn;
 namespace {
 
 [[nodiscard]] std::optional<FindEntry> EntryOf(const InternedString& mount, const char* member) {
-    FileSubstList& list = FileSubstList::Instance();
-    for (FileSub* backend : list.Collect(*list.FindSubst(mount))) {
+    const auto backends = FileSubstList::Instance().Collect(mount);
+    for (const auto& backend : backends.value_or(FileSubs())) {
         if (!backend->IsKind(kKindArchive)) continue;
         auto& archive = static_cast<FileSubArchive&>(*backend);
         FindEntry entry;

@@ -36,11 +36,9 @@ bool OutputArchive::Create(const InternedString& mount, const std::string& path)
 }
 
 bool OutputArchive::Complete() {
-    FileSubstList& list = FileSubstList::Instance();
-    bool complete = true;
-    for (FileSub* backend : list.Collect(*list.FindSubst(mount_))) {
-        complete = static_cast<FileSubArchive*>(backend)->Complete() && complete;
-    }
+    // Nothing here may keep the archive when its mount is closed.
+    const bool complete =
+        static_cast<FileSubArchive&>(*FileSubstList::Instance().TopBackend(mount_)).Complete();
     CloseMount();
     return complete && CommitFile(path_);
 }

@@ -88,7 +88,7 @@ bool PatchConverter::IsRunsOwn(std::string_view file) const {
     const std::string member(file.substr(0, file.size() - kDiffEnding.size()));
     return std::ranges::any_of(std::array{inputName_, otherName_}, [&](const auto& mount) {
         File found;
-        return FileSubstList::Instance().FindSubst(mount) &&
+        return FileSubstList::Instance().IsMounted(mount) &&
                found.Open(mount, member.c_str(), kReadPlain) == RES_OK;
     });
 }

@@ -85,9 +85,8 @@ void WriteToSinks(LogModule& module, LogLevel level, const char* format,
 // A file in a substitution must end while there are substitutions. They are there now, so what is
 // registered now runs before their end.
 void EndBeforeSubstitutions(const char* path) {
-    const char* rest = nullptr;
     static bool registered = false;
-    if (registered || FileSubstList::Instance().GetSubstOfPath(path, rest) == nullptr) return;
+    if (registered || !FileSubstList::Instance().NamesMount(path)) return;
     registered = std::atexit([] { file.End("End.\r\n"); }) == 0;
 }
 

@@ -11,7 +11,7 @@ protected:
         return OpenArchiveDatabase(Intern(name), (folder.Path() + "/").c_str());
     }
     [[nodiscard]] static bool IsMounted(const char* name) {
-        return FileSubstList::Instance().FindSubst(Intern(name)) != nullptr;
+        return FileSubstList::Instance().IsMounted(Intern(name));
     }
     ArchiveDatabases& Register() { return system->Archives(); }
 };

@@ -1,3 +1,4 @@
+#include "KernelStandard/FileFind.h"
 #include "KernelStandard/FileSubPath.h"
 #include "tests/KernelStandard/FileLayer.h"
 
@@ -65,11 +66,11 @@ TEST_F(SubstStack, ClosingANameRemovesAllItsBackends) {
     {
         File file;
         ASSERT_EQ(file.Open("mnt:only-a", kReadCompressed), RES_OK);
-        EXPECT_EQ(list_.OpenFileCount(*list_.FindSubst(Intern("mnt"))), 1);
+        EXPECT_EQ(list_.OpenFileCount(Intern("mnt")), 1);
     }
-    EXPECT_EQ(list_.OpenFileCount(*list_.FindSubst(Intern("mnt"))), 0);
+    EXPECT_EQ(list_.OpenFileCount(Intern("mnt")), 0);
     Unmount("mnt");
-    EXPECT_EQ(list_.FindSubst(Intern("mnt")), nullptr);
+    EXPECT_FALSE(list_.IsMounted(Intern("mnt")));
     try {
         Subst(Intern("mnt"), nullptr);
         ADD_FAILURE() << "nothing thrown";
@@ -79,17 +80,118 @@ TEST_F(SubstStack, ClosingANameRemovesAllItsBackends) {
     }
 }
 
+TEST_F(SubstStack, WhatIsOpenOutlivesItsMount) {
+    folder.Write("a.va", RawArchive({{"m", Prose(50000)}, {"n", ""}}));
+    folder.Write("a/big", Prose(50000));
+    Mount("mnt", "a/");
+    Mount("arc", "a.va", true);
+    File plain;
+    File member;
+    File added;
+    ASSERT_EQ(plain.Open("mnt:big", kReadPlain), RES_OK);
+    ASSERT_EQ(member.Open("arc:m", kReadDetect), RES_OK);
+    ASSERT_EQ(added.Open("arc:added", kCreateOrTruncate | kWriteCompressed), RES_OK);
+    ASSERT_TRUE(Store("arc:before", "b"));
+    File::Find find;
+    ASSERT_TRUE(find.Open("arc:*"));
+    Unmount("mnt");
+    Unmount("arc");
+    Mount("arc", "a.va");
+    EXPECT_EQ(Contents("arc:before"), "b") << "the archive was completed";
+    Unmount("arc");
+    for (File* file : {&plain, &member}) {
+        std::string content(50000, '\0');
+        EXPECT_EQ(file->Read(content.data(), 50000), 50000u);
+        EXPECT_EQ(content, Prose(50000));
+        EXPECT_TRUE(file->Close());
+    }
+    EXPECT_TRUE(find.Next());
+    find.Close();
+    EXPECT_EQ(added.Write("late", 4), 4u);
+    EXPECT_TRUE(added.Close());
+    Mount("arc", "a.va");
+    ExpectContents({{"arc:added", "late"}, {"arc:before", "b"}, {"arc:n", ""}});
+}
+
+TEST_F(SubstStack, AMountMayBeClosedWhileOthersUseIt) {
+    folder.Write("a.va", RawArchive({{"m", Prose(40000)}}));
+    constexpr int kRounds = 300;
+    std::atomic<bool> done = false;
+    std::atomic<int> whole = 0;
+    InThreads(4, [&](std::size_t t) {
+        if (t == 0) {
+            // Until it was used: else the rounds may pass before the others begin.
+            for (int round = 0; round < kRounds || whole == 0; ++round) {
+                Subst(Intern("mnt"), "a.va");
+                Subst(Intern("mnt"), "a/", true);
+                std::this_thread::yield();
+                Subst(Intern("mnt"), nullptr);
+            }
+            done = true;
+        }
+        while (!done) {
+            (void)File::Exists("mnt:both");
+            (void)NamesOf("mnt:*");
+            (void)list_.OpenFileCount(Intern("mnt"));
+            const auto content = Contents("mnt:m");
+            if (!content) continue;
+            EXPECT_EQ(content, Prose(40000));
+            ++whole;
+        }
+    });
+    EXPECT_GT(whole, 0);
+    EXPECT_EQ(File::OpenFileCount(), 0);
+}
+
+TEST_F(SubstStack, MountsInACircleEnd) {
+    Mount("bb", "a/", true);
+    Mount("aa", "bb:/", true);
+    Mount("bb", "aa:/", true);
+    ExpectContents({{"aa:both", "from a"}, {"bb:both", "from a"}, {"bb:none", std::nullopt}});
+    EXPECT_EQ(File::Exists("aa:none"), RES_FILENOTFOUND);
+    EXPECT_THAT(NamesOf("bb:b*"), ElementsAre("both"));
+    EXPECT_THAT(NamesOf("aa:*-a"), ElementsAre("only-a"));
+    EXPECT_TRUE(Store("aa:new", "n") && File::MakePath("bb:dir/sub"));
+    EXPECT_EQ(Contents("a/new"), "n");
+    EXPECT_TRUE(File::Rename("bb:new", "bb:newer") && File::Delete("aa:newer"));
+    EXPECT_FALSE(File::Delete("aa:newer"));
+    EXPECT_TRUE(File::DeleteDirectory("bb:dir") && !folder.Has("a/dir"));
+    EXPECT_FALSE(File::DeleteDirectory("bb:dir"));
+    EXPECT_TRUE(TimeOf("bb:both") && !TimeOf("bb:newer"));
+
+    // A circle that no folder ends has nothing.
+    Mount("cc", "dd:/", true);
+    Mount("dd", "cc:/", true);
+    Mount("cc", "dd:/", true);
+    ExpectContents({{"cc:both", std::nullopt}, {"dd:both", std::nullopt}});
+    EXPECT_FALSE(Store("cc:new", "n"));
+    EXPECT_THAT(NamesOf("cc:*"), IsEmpty());
+}
+
+TEST_F(SubstStack, ASearchFindsWhatOpensThroughMountsOnMounts) {
+    folder.Write("b/sub/in-b", "1");
+    folder.Write("a/sub/in-a", "2");
+    folder.Write("a/sub/deep/x1", "3");
+    folder.Write("arc.va", RawArchive({{"sub/in-archive", "4"}, {"sub/deep/y1", "5"}}));
+    for (const char* place : {"a/", "arc.va", "b/"}) Mount("base", place);
+    Mount("chain", "base:sub/");
+    Mount("longer", "chain:deep/");
+    EXPECT_THAT(NamesOf("chain:in*"), ElementsAre("in-b", "in-archive", "in-a"));
+    EXPECT_THAT(NamesOf("chain:deep/?1"), ElementsAre("y1", "x1"));
+    EXPECT_THAT(NamesOf("longer:?1"), ElementsAre("y1", "x1"));
+    ExpectContents({{"chain:in-archive", "4"}, {"longer:x1", "3"}, {"longer:y1", "5"}});
+}
+
 TEST_F(SubstStack, PathsAreSplitAtTheirFirstColon) {
     Mount("c", "a/");
-    const char* rest = nullptr;
     for (const char* path : {"c:\\x", "c:/x", "x/y", ":x"}) {
-        EXPECT_EQ(list_.GetSubstOfPath(path, rest), nullptr) << path;
+        EXPECT_FALSE(list_.NamesMount(path)) << path;
     }
-    ASSERT_NE(list_.GetSubstOfPath("c:x:y", rest), nullptr);
-    EXPECT_STREQ(rest, "x:y");
+    EXPECT_TRUE(list_.NamesMount("c:x:y"));
+    EXPECT_STREQ(SplitMountPath("c:x:y").rest, "x:y");
     EXPECT_EQ(File::Exists("c:both"), RES_OK) << "a mount for this operation";
     EXPECT_EQ(Contents("c:both"), std::nullopt) << "and a drive for that one";
-    EXPECT_EQ(list_.FindSubst(InternedString()), nullptr);
+    EXPECT_FALSE(list_.IsMounted(InternedString()));
 }
 
 TEST_F(SubstStack, ABackendAnswersForItself) {

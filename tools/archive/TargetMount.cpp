@@ -1,5 +1,7 @@
 #include "tools/archive/TargetMount.h"
 
+#include <memory>
+
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
@@ -9,15 +11,16 @@ namespace Vorn {
 namespace {
 
 // Null for a target that is mounted as a folder.
-[[nodiscard]] FileSubArchive* ArchiveOf(const InternedString& name) {
-    FileSub& backend = *FileSubstList::Instance().FindSubst(name)->backends.back();
-    return backend.IsKind(kKindArchive) ? static_cast<FileSubArchive*>(&backend) : nullptr;
+[[nodiscard]] std::shared_ptr<FileSubArchive> ArchiveOf(const InternedString& name) {
+    const auto backend = FileSubstList::Instance().TopBackend(name);
+    return backend->IsKind(kKindArchive) ? std::static_pointer_cast<FileSubArchive>(backend)
+                                         : nullptr;
 }
 
 }  // namespace
 
 TargetMount::TargetMount(const InternedString& name, const char* path, bool forReading)
-    : name_(name), owned_(FileSubstList::Instance().FindSubst(name) == nullptr) {
+    : name_(name), owned_(!FileSubstList::Instance().IsMounted(name)) {
     if (!owned_) return;
     const bool existed = platform::Exists(path);
     try {
@@ -37,27 +40,27 @@ TargetMount::~TargetMount() {
 }
 
 bool TargetMount::IsReadable() const {
-    const FileSubArchive* archive = ArchiveOf(name_);
+    const auto archive = ArchiveOf(name_);
     return archive == nullptr || archive->IsAvailable();
 }
 
 bool TargetMount::BeginChanges() {
-    FileSubArchive* archive = ArchiveOf(name_);
+    const auto archive = ArchiveOf(name_);
     return archive == nullptr || archive->BeginChanges();
 }
 
 bool TargetMount::LacksIndex() const {
-    FileSubArchive* archive = ArchiveOf(name_);
+    const auto archive = ArchiveOf(name_);
     return archive != nullptr && archive->LacksIndex();
 }
 
 bool TargetMount::Complete() {
-    FileSubArchive* archive = ArchiveOf(name_);
+    const auto archive = ArchiveOf(name_);
     return archive == nullptr || archive->Complete();
 }
 
 bool TargetMount::WasFull() const {
-    const FileSubArchive* archive = ArchiveOf(name_);
+    const auto archive = ArchiveOf(name_);
     return archive != nullptr && archive->WasFull();
 }
 

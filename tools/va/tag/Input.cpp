@@ -31,8 +31,7 @@ public:
     Mount& operator=(const Mount&) = delete;
 
     [[nodiscard]] bool IsAvailable() const {
-        const Vorn::SubstEntry* entry = Vorn::FileSubstList::Instance().FindSubst(name_);
-        return entry->backends.back()->IsAvailable();
+        return Vorn::FileSubstList::Instance().TopBackend(name_)->IsAvailable();
     }
     [[nodiscard]] const Vorn::InternedString& Name() const { return name_; }
 
