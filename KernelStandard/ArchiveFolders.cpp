@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "archive/Names.h"
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
 
 namespace Vorn {

@@ -7,6 +7,7 @@
 #include "KernelStandard/FileSubPath.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
 
 namespace Vorn {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "archive/LittleEndian.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 
 namespace Vorn {
 

@@ -13,9 +13,8 @@
 #include "archive/LittleEndian.h"
 #include "assetdata/ChunkRecords.h"
 #include "assetdata/StreamOutput.h"
-#include "assetdata/TagNames.h"
+#include "assetdata/TagTextRules.h"
 #include "assetdata/TagWalk.h"
-#include "assetdata/TreeFindings.h"
 
 namespace Vorn {
 namespace {

@@ -9,7 +9,7 @@
 #include "assetdata/OCSConverter.h"
 #include "assetdata/TDBContainerTag.h"
 #include "assetdata/TagDatabase.h"
-#include "assetdata/TagNames.h"
+#include "assetdata/TagTextRules.h"
 #include "kernel/PathBuffer.h"
 #include "kernel/Paths.h"
 

@@ -5,7 +5,7 @@
 
 #include "archive/LittleEndian.h"
 #include "assetdata/NumberText.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 
 namespace Vorn {
 namespace {
@@ -33,12 +33,9 @@ public:
         return true;
     }
 
-    bool TakePrefix(std::string_view lower) {
-        if (rest_.size() < lower.size() ||
-            !std::ranges::equal(rest_.substr(0, lower.size()), lower, {}, AsciiToLower)) {
-            return false;
-        }
-        rest_.remove_prefix(lower.size());
+    bool TakePrefix(std::string_view prefix) {
+        if (!StartsWithAsciiNoCase(rest_, prefix)) return false;
+        rest_.remove_prefix(prefix.size());
         return true;
     }
 

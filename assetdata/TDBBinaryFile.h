@@ -7,10 +7,22 @@
 #include <cstdint>
 
 #include "assetdata/ChunkBody.h"
-#include "assetdata/OCSFile.h"
+#include "assetdata/OCSChunk.h"
+#include "assetdata/TStream.h"
 #include "assetdata/TagObserver.h"
 
 namespace Vorn {
+
+// A file that holds a tag tree. The order of the virtual operations is fixed.
+class OCSFile : public ReferenceCountMP {
+public:
+    // False when the stream holds no such file.
+    virtual bool Read(TStream& stream) = 0;
+    // A place in the order of operations that nothing uses.
+    virtual void Reserved() {}
+    // Null when nothing is loaded.
+    [[nodiscard]] virtual OCSChunkRef Root() = 0;
+};
 
 class TDBBinaryFile final : public OCSFile {
 public:

@@ -10,11 +10,9 @@
 
 #include "assetdata/NumberText.h"
 #include "assetdata/OCSConverter.h"
-#include "assetdata/TagNames.h"
 #include "assetdata/TagTextRules.h"
 #include "assetdata/TagValues.h"
 #include "assetdata/TagWalk.h"
-#include "assetdata/TreeFindings.h"
 
 namespace Vorn {
 namespace {

@@ -11,11 +11,10 @@
 #include "assetdata/NumberText.h"
 #include "assetdata/TDBContainerTag.h"
 #include "assetdata/TDBDataTag.h"
-#include "assetdata/TagNames.h"
 #include "assetdata/TagText.h"
 #include "assetdata/TagTextRules.h"
 #include "assetdata/TagValues.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 #include "platform/CodePage.h"
 
 namespace Vorn {
@@ -329,7 +328,7 @@ private:
         const KUID kuid = KUID::Parse(text_, false);
         std::string_view written = text_;
         while (!written.empty() && IsTagBlank(written.back())) written.remove_suffix(1);
-        if (!std::ranges::equal(written, kuid.TagText(), {}, AsciiToLower, AsciiToLower)) {
+        if (!EqualAsciiNoCase(written, kuid.TagText())) {
             Tell(kuid.IsNull() ? TagFault::BadKUID : TagFault::KUIDNotExact, place_);
         }
         const KUID::Pair pair = kuid.ToPair();

@@ -2,28 +2,32 @@
 
 #include <algorithm>
 
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 
 namespace Vorn {
 namespace {
 
-bool HasPrefix(std::string_view text, std::string_view lower) {
-    return text.size() >= lower.size() &&
-           std::ranges::equal(text.substr(0, lower.size()), lower, {}, AsciiToLower);
-}
-
 bool IsNumberByte(char c) { return (c >= '0' && c <= '9') || c == '.'; }
 
 bool BeginsKUID(std::string_view text) {
-    return HasPrefix(text, "<kuid:") || HasPrefix(text, "<kuid2:");
+    return StartsWithAsciiNoCase(text, "<kuid:") || StartsWithAsciiNoCase(text, "<kuid2:");
 }
 
 }  // namespace
 
+std::string FoldTagName(std::string_view name) {
+    std::string folded(name.substr(0, kMostWrittenName));
+    std::ranges::transform(folded, folded.begin(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte <= 32 || byte >= 128 ? '_' : AsciiToLower(c);
+    });
+    return folded;
+}
+
 bool IsNumberValue(std::string_view value) {
     if (value.starts_with('-')) value.remove_prefix(1);
-    const auto* const behind = std::ranges::find_if_not(value, IsNumberByte);
-    return std::all_of(behind, value.end(), IsTagBlank);
+    const auto* const end = std::ranges::find_if_not(value, IsNumberByte);
+    return std::all_of(end, value.end(), IsTagBlank);
 }
 
 bool IsListValue(std::string_view value) {
@@ -32,7 +36,7 @@ bool IsListValue(std::string_view value) {
 }
 
 bool IsKUIDValue(std::string_view text) {
-    if (!BeginsKUID(text) && !HasPrefix(text, "<null>")) return false;
+    if (!BeginsKUID(text) && !StartsWithAsciiNoCase(text, "<null>")) return false;
     int count = 0;
     for (std::size_t at = 0; (at = text.find('<', at)) != std::string_view::npos; ++at) {
         if (BeginsKUID(text.substr(at)) && ++count == 2) return false;

@@ -1,15 +1,23 @@
-// What a value in the text form is, by its bytes alone.
+// Rules of the text form: how a tag's name is written, and what a value is by its bytes alone.
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace Vorn {
 
+inline constexpr std::size_t kMostWrittenName = 1024;  // bytes
+inline constexpr std::size_t kMostReadName = 511;
+inline constexpr std::size_t kMostChunkName = 254;  // what a chunk file's length byte can hold
 inline constexpr std::size_t kMostListBytes = 255;
 
 constexpr bool IsTagBlank(char c) { return c == ' ' || c == '\t'; }
 constexpr bool IsTagLineEnd(char c) { return c == '\r' || c == '\n'; }
+
+// Returns the name as the text form writes it: A to Z lowered, bytes 0 to 32 and from 128 on
+// replaced by "_", cut to 1,024 bytes.
+[[nodiscard]] std::string FoldTagName(std::string_view name);
 
 // A value without quotes that ends with its line: one number, integer or float by its dots, or
 // else a list of floats. Both may turn out to hold no digit.

@@ -6,8 +6,8 @@
 
 #include "assetdata/OCSConverter.h"
 #include "assetdata/StreamOutput.h"
-#include "assetdata/TagNames.h"
 #include "assetdata/TagText.h"
+#include "assetdata/TagTextRules.h"
 #include "assetdata/TagValues.h"
 #include "assetdata/TagWalk.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "assetdata/TagObserver.h"
+#include "assetdata/ChunkBody.h"
 
 namespace Vorn {
 namespace {
@@ -39,6 +39,11 @@ std::string TagWalk::Path() const {
         path += Printable(ContainerOf(frames_[i]).ChildAt(frames_[i].next - 1).name);
     }
     return path;
+}
+
+TagFinding FindingAt(TagFault fault, const TagWalk& walk) {
+    const std::uint64_t offset = ChunkFileOffset(walk.Tag()).value_or(0);
+    return {fault, {offset}, walk.Path(), &walk.Tag()};
 }
 
 }  // namespace Vorn

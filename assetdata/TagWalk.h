@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "assetdata/OCSChunk.h"
+#include "assetdata/TagObserver.h"
 
 namespace Vorn {
 
@@ -51,5 +52,9 @@ private:
     NamedChild tag_;
     bool leaving_ = false;
 };
+
+// Returns a finding about the tag that the walk has entered, with its path, and with its offset if
+// a chunk file holds it.
+[[nodiscard]] TagFinding FindingAt(TagFault fault, const TagWalk& walk);
 
 }  // namespace Vorn

@@ -16,7 +16,7 @@ namespace {
 constexpr int kTries = 100;
 constexpr int kRandomCharacters = 8;
 
-constinit std::atomic<std::uint32_t> g_counter = 0;
+constinit std::atomic<std::uint32_t> counter = 0;
 
 std::string RandomName() {
     static std::mutex lock;
@@ -42,7 +42,7 @@ std::optional<std::string> CreateTemporaryFilePath(std::string_view directory,
                                                    std::string_view prefix,
                                                    std::string_view extension,
                                                    std::string_view preferredName) {
-    const std::uint32_t number = ++g_counter;
+    const std::uint32_t number = ++counter;
     std::string folder(directory);
     if (!folder.empty() && !IsComponentEnd(folder.back())) folder += '/';
     if (!preferredName.empty()) {

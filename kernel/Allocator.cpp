@@ -39,12 +39,12 @@ struct ClassList {
     std::uint64_t allocations = 0;
 };
 
-constinit std::array<std::mutex, kLocks> g_locks;
-constinit std::array<ClassList, kSmallClasses> g_classes;  // each guarded by its class's lock
-constinit std::atomic<std::uint64_t> g_largeAllocations = 0;
-constinit std::atomic<std::uint64_t> g_largeBytes = 0;
+constinit std::array<std::mutex, kLocks> locks;
+constinit std::array<ClassList, kSmallClasses> classes;  // each guarded by its class's lock
+constinit std::atomic<std::uint64_t> largeAllocations = 0;
+constinit std::atomic<std::uint64_t> largeBytes = 0;
 
-std::mutex& LockOf(std::uint32_t sizeClass) { return g_locks[sizeClass % kLocks]; }
+std::mutex& LockOf(std::uint32_t sizeClass) { return locks[sizeClass % kLocks]; }
 
 constexpr std::size_t CountedSize(std::uint64_t sizeClass) {
     return static_cast<std::size_t>(sizeClass * kStep);
@@ -89,7 +89,7 @@ void Refill(ClassList& list, std::uint32_t sizeClass) {
 
 void* NewSmall(std::uint32_t sizeClass) {
     const std::lock_guard guard(LockOf(sizeClass));
-    ClassList& list = g_classes[sizeClass];
+    ClassList& list = classes[sizeClass];
     if (!list.first) Refill(list, sizeClass);
     FreeBlock* block = list.first;
     list.first = block->next;
@@ -101,8 +101,8 @@ void* NewSmall(std::uint32_t sizeClass) {
 void* NewLarge(std::uint64_t sizeClass) {
     if (sizeClass > kMaxClass) OutOfMemory();
     void* memory = FromHeap(PhysicalSize(sizeClass));
-    ++g_largeAllocations;
-    g_largeBytes += CountedSize(sizeClass);
+    ++largeAllocations;
+    largeBytes += CountedSize(sizeClass);
     return StampBlock(memory, static_cast<std::uint32_t>(sizeClass));
 }
 
@@ -121,26 +121,26 @@ void Free(void* block) noexcept {
     Header& header = HeaderOf(block);
     const std::uint32_t sizeClass = header.sizeClass & ~kFromChunk;
     if ((header.sizeClass & kFromChunk) == 0) {
-        g_largeBytes -= CountedSize(sizeClass);
+        largeBytes -= CountedSize(sizeClass);
         std::free(&header);
         return;
     }
     const std::lock_guard guard(LockOf(sizeClass));
-    Push(g_classes[sizeClass], block);
+    Push(classes[sizeClass], block);
 }
 
 Statistics GetStatistics() {
-    Statistics statistics{.largeAllocations = g_largeAllocations, .largeBytes = g_largeBytes};
+    Statistics statistics{.largeAllocations = largeAllocations, .largeBytes = largeBytes};
     for (std::uint32_t c = 1; c < kSmallClasses; ++c) {
         const std::lock_guard guard(LockOf(c));
-        statistics.smallAllocations += g_classes[c].allocations;
+        statistics.smallAllocations += classes[c].allocations;
     }
     return statistics;
 }
 
 std::uint64_t FreeBlocks(std::uint32_t sizeClass) {
     const std::lock_guard guard(LockOf(sizeClass));
-    return g_classes.at(sizeClass).freeCount;
+    return classes.at(sizeClass).freeCount;
 }
 
 }  // namespace Vorn::Alloc

@@ -21,7 +21,7 @@ FormattedText::FormattedText(const char* format, std::va_list arguments) {
         length_ = length;
     } else if (size < kHeapLimit) {
         heap_ = std::make_unique<char[]>(size);
-        static_cast<void>(std::vsnprintf(heap_.get(), size, format, again));
+        (void)std::vsnprintf(heap_.get(), size, format, again);
         length_ = length;
     }
     va_end(again);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "kernel/FormatText.h"
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
 #include "kernel/StringPool.h"
 
@@ -87,14 +88,8 @@ int FindText(const InternedString& handle, const char* needle, std::size_t start
 }
 
 int CompareText(const InternedString& handle, const char* text) {
-    const char* a = handle ? handle.Text() : "";
-    const char* b = text ? text : "";
-    const auto lower = [](char c) -> int { return static_cast<unsigned char>(AsciiToLower(c)); };
-    while (*a && lower(*a) == lower(*b)) {
-        ++a;
-        ++b;
-    }
-    return lower(*a) - lower(*b);
+    // As C strings: a text with a zero byte inside ends there.
+    return CompareAsciiNoCase(handle ? handle.Text() : "", text ? text : "");
 }
 
 bool Less(const InternedString& a, const InternedString& b) {

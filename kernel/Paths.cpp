@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/CodePage.h"
+#include "kernel/LetterCase.h"
 
 namespace Vorn {
 namespace {
@@ -32,13 +32,6 @@ std::string_view WithoutLeadingSeparators(std::string_view text) {
 std::string_view WithoutDot(std::string_view extension) {
     if (extension.starts_with('.')) extension.remove_prefix(1);
     return extension;
-}
-
-bool EqualNoCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) {
-        return platform::AnsiToLower(static_cast<unsigned char>(x)) ==
-               platform::AnsiToLower(static_cast<unsigned char>(y));
-    });
 }
 
 // Whether nothing but a drive prefix and one separator is left to take a component from.
@@ -147,7 +140,7 @@ bool HasExtension(std::string_view path, const char* extension) {
     if (!extension) return path.empty();
     const std::size_t last = path.find_last_of(kExtensionEnds);
     return last != kNone && path[last] == '.' &&
-           EqualNoCase(path.substr(last + 1), WithoutDot(extension));
+           EqualAnsiNoCase(path.substr(last + 1), WithoutDot(extension));
 }
 
 const char* FileNamePart(const char* path) { return path + FileNameStart(path); }
@@ -202,12 +195,6 @@ char LastChar(const char* text) { return *text ? text[std::strlen(text) - 1] : '
 std::size_t BoundedLength(const char* text, std::size_t max) {
     const void* end = std::memchr(text, '\0', max);
     return end ? static_cast<std::size_t>(static_cast<const char*>(end) - text) : max;
-}
-
-void AnsiLower(char* text) {
-    for (; *text; ++text) {
-        *text = static_cast<char>(platform::AnsiToLower(static_cast<unsigned char>(*text)));
-    }
 }
 
 }  // namespace Vorn

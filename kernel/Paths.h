@@ -16,11 +16,6 @@ namespace Vorn {
 [[nodiscard]] constexpr bool IsSeparator(char c) noexcept { return c == '/' || c == '\\'; }
 [[nodiscard]] constexpr bool IsComponentEnd(char c) noexcept { return IsSeparator(c) || c == ':'; }
 
-// Letter case of one byte: ASCII only, and of the whole ANSI code page.
-[[nodiscard]] constexpr char AsciiToLower(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c;
-}
-
 // Matches `name` against alternatives separated by ';'. '*' stands for any run of bytes within
 // one component, '?' for one byte that is not a separator; letter case does not count, either
 // separator matches either. A pattern with a separator matches its directories first, as one
@@ -89,8 +84,5 @@ void EraseText(char* buffer, std::size_t position, std::size_t count);
 
 [[nodiscard]] char LastChar(const char* text);
 [[nodiscard]] std::size_t BoundedLength(const char* text, std::size_t max);
-
-// Every byte in lower case by the ANSI code page; in place.
-void AnsiLower(char* text);
 
 }  // namespace Vorn

@@ -20,9 +20,9 @@ namespace {
 using TeardownFunction = void (*)();
 
 // Both are constant-initialised and need no destructor, so that any static object may use them.
-constinit std::atomic<bool> g_started = false;
-constinit std::atomic<std::uint32_t> g_mainThreadId = 0;
-constinit std::atomic<TeardownFunction> g_finalTeardown = nullptr;
+constinit std::atomic<bool> started = false;
+constinit std::atomic<std::uint32_t> mainThreadId = 0;
+constinit std::atomic<TeardownFunction> finalTeardown = nullptr;
 
 class TeardownList {
 public:
@@ -50,13 +50,13 @@ private:
     std::size_t count_ = 0;
 };
 
-constinit TeardownList g_teardown;
+constinit TeardownList teardown;
 
-void RunTeardown() { g_teardown.Run(); }
+void RunTeardown() { teardown.Run(); }
 
 void EndPoolAndRest() {
     DestroyStringPool();
-    if (const TeardownFunction function = g_finalTeardown.exchange(nullptr)) function();
+    if (const TeardownFunction function = finalTeardown.exchange(nullptr)) function();
 }
 
 std::uint64_t ClockFrequency() {
@@ -64,7 +64,7 @@ std::uint64_t ClockFrequency() {
     return frequency;
 }
 
-std::terminate_handler g_otherTerminate = nullptr;
+std::terminate_handler otherTerminate = nullptr;
 
 [[noreturn]] void OnTerminate() {
     const std::exception_ptr exception = std::current_exception();
@@ -75,7 +75,7 @@ std::terminate_handler g_otherTerminate = nullptr;
     } catch (...) {
         // Somebody else's, below.
     }
-    g_otherTerminate();
+    otherTerminate();
     std::abort();
 }
 
@@ -84,7 +84,7 @@ std::terminate_handler g_otherTerminate = nullptr;
 void RequireMemoryToThrow() {
     constexpr std::size_t kMemory = std::size_t{128} << 10U;
     void* volatile const memory = std::malloc(kMemory);
-    if (memory == nullptr) EndWithoutMemory();
+    if (!memory) EndWithoutMemory();
     std::free(memory);
 }
 
@@ -92,25 +92,25 @@ void RequireMemoryToThrow() {
 struct StartUp {
     StartUp() {
         RequireMemoryToThrow();
-        g_otherTerminate = std::set_terminate(OnTerminate);
-        static_cast<void>(ClockFrequency());
+        otherTerminate = std::set_terminate(OnTerminate);
+        (void)ClockFrequency();
         EarlyInitialise();
     }
 };
 
 // Before every static object of the program, so that the teardown follows the last of their
 // destructors: what they log while they end still finds the log.
-[[gnu::init_priority(101)]] const StartUp g_startUp;
+[[gnu::init_priority(101)]] const StartUp startUp;
 
 }  // namespace
 
 void EarlyInitialise() {
-    if (g_started.exchange(true)) return;
+    if (started.exchange(true)) return;
     if (std::atexit(RunTeardown) != 0) {
         throw Exception("kernel/StartUp", __LINE__, "The runtime's exit list is full");
     }
     RecordMainThread();
-    static_cast<void>(GetStringPool());
+    (void)GetStringPool();
     RegisterTeardown(EndPoolAndRest);
 }
 
@@ -122,14 +122,14 @@ void EndWithoutMemory() noexcept {
 
 void RegisterTeardown(void (*function)()) {
     EarlyInitialise();
-    g_teardown.Add(function);
+    teardown.Add(function);
 }
 
-void SetFinalTeardown(void (*function)()) { g_finalTeardown = function; }
+void SetFinalTeardown(void (*function)()) { finalTeardown = function; }
 
-std::uint32_t MainThreadId() { return g_mainThreadId; }
+std::uint32_t MainThreadId() { return mainThreadId; }
 
-void RecordMainThread() { g_mainThreadId = platform::CurrentThreadId(); }
+void RecordMainThread() { mainThreadId = platform::CurrentThreadId(); }
 
 double GetTimeSeconds() {
     return static_cast<double>(platform::PerformanceCounter()) /

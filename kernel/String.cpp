@@ -12,8 +12,8 @@
 #include "kernel/Allocator.h"
 #include "kernel/Exceptions.h"
 #include "kernel/FormatText.h"
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
-#include "platform/CodePage.h"
 
 namespace Vorn {
 
@@ -214,14 +214,7 @@ int String::Compare(const char* text) const {
 
 int String::CompareNoCase(const String& other) const {
     if (IsNull() || other.IsNull()) return Verdict(!IsNull() <=> !other.IsNull());
-    const auto compare = [](char a, char b) {
-        return platform::AnsiToLower(static_cast<unsigned char>(a)) <=>
-               platform::AnsiToLower(static_cast<unsigned char>(b));
-    };
-    const std::string_view a = View();
-    const std::string_view b = other.View();
-    return Verdict(
-        std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end(), compare));
+    return Verdict(CompareAnsiNoCase(View(), other.View()) <=> 0);
 }
 
 const char* String::Text() const noexcept { return block_->Text(); }

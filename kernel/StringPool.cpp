@@ -10,13 +10,13 @@
 
 #include "kernel/Allocator.h"
 #include "kernel/Exceptions.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 #include "kernel/StartUp.h"
 
 namespace Vorn {
 namespace {
 
-constinit std::atomic<StringPool*> g_pool = nullptr;
+constinit std::atomic<StringPool*> processPool = nullptr;
 
 std::uint32_t CheckedLength(std::size_t length) {
     if (length > kMaxPooledLength) {
@@ -225,14 +225,14 @@ StringPool& GetStringPool() {
     if (StringPool* pool = FindStringPool()) return *pool;
     alignas(StringPool) static std::array<std::byte, sizeof(StringPool)> storage;
     auto* created = new (storage.data()) StringPool;
-    g_pool.store(created, std::memory_order_release);
+    processPool.store(created, std::memory_order_release);
     return *created;
 }
 
-StringPool* FindStringPool() noexcept { return g_pool.load(std::memory_order_acquire); }
+StringPool* FindStringPool() noexcept { return processPool.load(std::memory_order_acquire); }
 
 void DestroyStringPool() {
-    if (StringPool* pool = g_pool.exchange(nullptr)) std::destroy_at(pool);
+    if (StringPool* pool = processPool.exchange(nullptr)) std::destroy_at(pool);
 }
 
 }  // namespace Vorn

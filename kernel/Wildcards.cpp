@@ -3,15 +3,13 @@
 // and the cost is at most the product of both lengths.
 #include <algorithm>
 
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
-#include "platform/CodePage.h"
 
 namespace Vorn {
 namespace {
 
 constexpr std::size_t kNone = std::string_view::npos;
-
-unsigned char Fold(char c) { return platform::AnsiToLower(static_cast<unsigned char>(c)); }
 
 std::string_view WithoutCurrentDirectory(std::string_view text) {
     if (text.size() >= 2 && text[0] == '.' && IsSeparator(text[1])) text.remove_prefix(2);
@@ -136,7 +134,7 @@ private:
     }
 
     static bool Equals(char c, char wanted) {
-        return IsSeparator(wanted) ? IsSeparator(c) : Fold(c) == Fold(wanted);
+        return IsSeparator(wanted) ? IsSeparator(c) : AnsiToLower(c) == AnsiToLower(wanted);
     }
 
     void NoteDirectory(std::size_t at) {

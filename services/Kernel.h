@@ -5,7 +5,7 @@
 
 namespace Vorn {
 
-class LogTask;
+class Task;
 class TaskManager;
 
 // The first local of main, constructed before other threads exist: records the main thread, makes
@@ -23,7 +23,7 @@ public:
 
 private:
     std::unique_ptr<TaskManager> taskManager_;
-    std::unique_ptr<LogTask> logTask_;
+    std::unique_ptr<Task> logTask_;
 };
 
 }  // namespace Vorn

@@ -11,13 +11,12 @@
 
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/FormatText.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 #include "kernel/StartUp.h"
 #include "platform/Debugger.h"
 #include "platform/Threads.h"
 #include "services/BuildStamp.h"
 #include "services/LogFile.h"
-#include "services/LogLine.h"
 
 namespace Vorn {
 namespace {
@@ -122,10 +121,9 @@ void ConfigureModule(std::string_view item) {
 }  // namespace
 
 LogModule* RegisterLogModule(std::string_view name) {
-    std::string key(name);
-    AnsiLower(key.data());
+    std::string key = AnsiLowered(name);
     const std::lock_guard guard(modulesLock);
-    if (modules == nullptr) {
+    if (!modules) {
         SetFinalTeardown(CloseLog);
         modules = std::make_unique<Modules>().release();
     }
@@ -133,7 +131,7 @@ LogModule* RegisterLogModule(std::string_view name) {
 }
 
 void LogWrite(LogModule* module, LogLevel level, const char* format, ...) noexcept {
-    if (module == nullptr || level > module->Level() || module->Sinks() == 0) return;
+    if (!module || level > module->Level() || module->Sinks() == 0) return;
     if (settings.disabled) return;
     std::va_list arguments;
     va_start(arguments, format);
@@ -163,12 +161,12 @@ void InitLog(OptionList& options) {
     GetOptionString(options, "LogFile", path, "VornLog.txt");
     OpenFile(path.Text(), FindOption(options, "NoLog") != nullptr);
 
-    if (FindOption(options, "LogStdOut") != nullptr) SetLogConsoleStream(stdout);
-    if (FindOption(options, "LogStdErr") != nullptr) SetLogConsoleStream(stderr);
+    if (FindOption(options, "LogStdOut")) SetLogConsoleStream(stdout);
+    if (FindOption(options, "LogStdErr")) SetLogConsoleStream(stderr);
 
     {
         const std::lock_guard guard(modulesLock);
-        if (modules != nullptr) {
+        if (modules) {
             for (auto& [name, module] : *modules) module.ShowPrefix(settings.showPrefix);
         }
     }

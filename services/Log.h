@@ -36,7 +36,7 @@ void LogWriteRaw(LogModule& module, LogLevel level, const char* format, ...) noe
 //
 //   LogFile=name             default "VornLog.txt"; may name a substitution; empty for no file
 //   LogFlush                 each line reaches the system at once; default on
-//   LogDisplayModuleName     lines have the prefix of LogLine.h; default on
+//   LogDisplayModuleName     lines have the prefix of LogPrefix; default on
 //   NoLog                    the file holds nothing but its banner; the log is disabled
 //   LogStdOut, LogStdErr     the console stream; the latter wins
 //   Log=module:word:...,...  words of LogModule::Configure for a module, which is made if missing

@@ -66,14 +66,14 @@ void LogFile::Write(std::string_view text) {
 
 void LogFile::WriteThrough(std::string_view text) {
     const Held held(lock_);
-    if (file_ == nullptr || ended_) return;
+    if (!file_ || ended_) return;
     Write(text);
     file_->Flush();
 }
 
 void LogFile::WriteLine(LogModule& module, std::string_view line, bool flush) {
     const Held held(lock_);
-    if (file_ == nullptr || ended_ || module.busy_) return;
+    if (!file_ || ended_ || module.busy_) return;
     struct Busy {
         explicit Busy(bool& flag) : busy(flag) { busy = true; }
         ~Busy() { busy = false; }
@@ -86,7 +86,7 @@ void LogFile::WriteLine(LogModule& module, std::string_view line, bool flush) {
 
 void LogFile::End(std::string_view last) {
     const Held held(lock_);
-    if (file_ == nullptr) return;
+    if (!file_) return;
     if (!ended_) Write(last);
     // Lines that closing gives rise to find no file.
     const std::unique_ptr<File> closing(std::exchange(file_, nullptr));
@@ -95,7 +95,7 @@ void LogFile::End(std::string_view last) {
 
 bool LogFile::EndAfterFault(std::string_view last) {
     if (!lock_.TryEnterFirst(kFaultWait)) return false;
-    if (file_ != nullptr && !ended_) {
+    if (file_ && !ended_) {
         Write(last);
         file_->Flush();
         ended_ = true;

@@ -46,4 +46,11 @@ private:
     bool busy_ = false;  // writing to the file, whose lock guards this
 };
 
+// Returns the start of a line, such as "! 0000002A Err    1:30.0 ExceptionHandle : ": the level's
+// mark, the thread, the level, minutes and seconds since the log began, and the module's name in 15
+// characters. `seconds` is the time since the log began. Its minutes are seconds / 60 - 0.5
+// rounded, ties to even, so that exactly 60 seconds print as 0:60.0.
+[[nodiscard]] std::string LogPrefix(LogLevel level, std::uint32_t threadId, double seconds,
+                                    const std::string& moduleName);
+
 }  // namespace Vorn

@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 
 namespace Vorn {
 namespace {
@@ -20,16 +20,6 @@ constexpr std::size_t kMaxTextLength = std::numeric_limits<int>::max();
 constexpr std::size_t kCapacitySlack = 18;  // at most what a String asks for beyond its length
 
 bool IsOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
-
-std::string Lowered(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), AsciiToLower);
-    return lower;
-}
-
-bool IsWord(std::string_view text, std::string_view word) {
-    return text.size() == word.size() && Lowered(text) == word;
-}
 
 std::string_view WithoutTrailingSpace(std::string_view text) {
     return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
@@ -123,19 +113,19 @@ void Apply(OptionList& list, const ParsedOption& parsed) {
 }  // namespace
 
 const Option* OptionList::Find(std::string_view name) const {
-    const auto found = index_.find(Lowered(name));
+    const auto found = index_.find(AsciiLowered(name));
     return found == index_.end() ? nullptr : found->second;
 }
 
 Option* OptionList::Find(std::string_view name) {
-    const auto found = index_.find(Lowered(name));
+    const auto found = index_.find(AsciiLowered(name));
     return found == index_.end() ? nullptr : found->second;
 }
 
 Option& OptionList::FindOrAppend(std::string_view name) {
     if (Option* found = Find(name)) return *found;
     Option& option = options_.emplace_back();
-    option.name = Lowered(name).c_str();
+    option.name = AsciiLowered(name).c_str();
     index_.emplace(option.name.View(), &option);
     return option;
 }
@@ -153,9 +143,11 @@ bool GetOptionBool(const OptionList& list, std::string_view name, bool& out, boo
     const Option* option = list.Find(name);
     if (!option) return false;
     const std::string_view value = option->value.View();
-    if (value.starts_with('-') || IsWord(value, "false") || IsWord(value, "off")) {
+    if (value.starts_with('-') || EqualAsciiNoCase(value, "false") ||
+        EqualAsciiNoCase(value, "off")) {
         out = false;
-    } else if (value.starts_with('+') || IsWord(value, "true") || IsWord(value, "on")) {
+    } else if (value.starts_with('+') || EqualAsciiNoCase(value, "true") ||
+               EqualAsciiNoCase(value, "on")) {
         out = true;
     } else {
         out = !fallback;
@@ -175,8 +167,9 @@ bool GetOptionInt(const OptionList& list, std::string_view name, int& out, int f
     std::uint32_t magnitude = 0;  // of an unsigned type, so that no second sign is read
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
     std::int64_t number = magnitude;
-    if (result.ec == std::errc::result_out_of_range)
+    if (result.ec == std::errc::result_out_of_range) {
         number = std::numeric_limits<std::uint32_t>::max();
+    }
     out = static_cast<int>(std::clamp<std::int64_t>(negative ? -number : number,
                                                     std::numeric_limits<int>::min(),
                                                     std::numeric_limits<int>::max()));

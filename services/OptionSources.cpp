@@ -8,6 +8,7 @@
 #include "KernelStandard/WholeFile.h"
 #include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
+#include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
 #include "platform/CodePage.h"
 #include "platform/Directories.h"
@@ -32,10 +33,6 @@ std::string ProgramNameOf(const std::string& path) {
     name = name.substr(0, name.rfind('.'));
     if (name.ends_with("_7s")) name.remove_suffix(3);
     return std::string(name);
-}
-
-bool EqualNoCase(const std::string& a, const std::string& b) {
-    return String(a.c_str()).CompareNoCase(String(b.c_str())) == 1;
 }
 
 std::string FromUtf16(std::span<const std::byte> bytes) {
@@ -88,7 +85,7 @@ std::vector<OptionSource> ListOptionSources(std::string_view appName, std::strin
     std::vector<std::string> names = {std::string(appName).append(kSuffix)};
     if (programKnown) {
         const std::string programName = ProgramNameOf(program).append(kSuffix);
-        if (!EqualNoCase(programName, names[0])) names.push_back(programName);
+        if (!EqualAnsiNoCase(programName, names[0])) names.push_back(programName);
     }
 
     std::vector<OptionSource> sources = {{Variable, std::string(kSuffix)}};

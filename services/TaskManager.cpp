@@ -37,7 +37,7 @@ void TaskManager::ForEachTask(const Turn& turn) {
     const Pass pass(*this);
     const std::size_t end = tasks_.size();
     for (std::size_t i = 0; i < end; ++i) {
-        if (tasks_[i] != nullptr) turn(*tasks_[i]);
+        if (tasks_[i]) turn(*tasks_[i]);
     }
 }
 
@@ -59,7 +59,7 @@ void TaskManager::Update(double now) {
     ForEachTask([&](Task& task) {
         const double elapsed = now - task.lastTime_;
         if (elapsed < static_cast<double>(task.period_)) return;
-        if (!task.started_ && options_ == nullptr) return;
+        if (!task.started_ && !options_) return;
         task.lastTime_ = now;
         if (task.started_ || task.Start(*options_)) task.Update(static_cast<float>(elapsed));
     });
@@ -90,7 +90,7 @@ void TaskManager::Unregister(Task& task) {
     const auto owned = std::ranges::find(active_, &task, &std::unique_ptr<Task>::get);
     if (owned == active_.end()) return;
     // It is being destroyed by somebody else.
-    static_cast<void>(owned->release());
+    (void)owned->release();
     active_.erase(owned);
 }
 

@@ -1,8 +1,27 @@
 #include "services/Thread.h"
 
-#include "services/ThreadEntry.h"
+#include <new>
+
+#include "kernel/Exceptions.h"
+#include "kernel/StartUp.h"
+#include "services/CrashReport.h"
+#include "services/FatalError.h"
 
 namespace Vorn {
+namespace {
+
+std::uint32_t CallFunction(Thread& thread) {
+    try {
+        return thread.CallFunction();
+    } catch (const AssertEx&) {
+        return 0;
+    } catch (const Exception& exception) {
+        ShowFatalError(exception);
+        return 0;
+    }
+}
+
+}  // namespace
 
 Thread::Thread(ThreadFunction function, void* argument, bool startNow)
     : function_(function), argument_(argument) {
@@ -37,5 +56,14 @@ bool Thread::SetPriority(int priority) { return IsValid() && thread_->SetPriorit
 bool Thread::Resume() { return IsValid() && thread_->Resume(); }
 
 std::uint32_t Thread::CurrentThreadId() { return platform::CurrentThreadId(); }
+
+std::uint32_t ThreadEntry(Thread& thread) try {
+    if (IsTerminating()) return 0;
+    const FatalErrorUser user;
+    PrepareCrashReport();
+    return platform::CallGuarded(WriteCrashReport, [&thread] { return CallFunction(thread); });
+} catch (const std::bad_alloc&) {
+    EndWithoutMemory();
+}
 
 }  // namespace Vorn

@@ -5,7 +5,7 @@
 #include "assetdata/TDBContainerTag.h"
 #include "assetdata/TDBDataTag.h"
 #include "assetdata/TagLosses.h"
-#include "assetdata/TagNames.h"
+#include "assetdata/TagTextRules.h"
 #include "assetdata/TagValues.h"
 #include "tests/assetdata/TagSamples.h"
 #include "tests/support/Tests.h"

@@ -3,7 +3,6 @@
 
 #include "platform/Dialogs.h"
 #include "services/Thread.h"
-#include "services/ThreadEntry.h"
 #include "tests/services/LogFixture.h"
 
 namespace {

@@ -6,7 +6,6 @@
 
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/StartUp.h"
-#include "services/LogLine.h"
 #include "tests/services/LogFixture.h"
 
 namespace Vorn::Testing {

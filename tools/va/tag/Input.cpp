@@ -11,7 +11,7 @@
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
 #include "KernelStandard/WholeFile.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
 #include "tools/va/ExitCode.h"

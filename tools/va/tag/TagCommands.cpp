@@ -11,7 +11,7 @@
 #include "assetdata/TagLosses.h"
 #include "assetdata/TagText.h"
 #include "assetdata/TagWalk.h"
-#include "kernel/Paths.h"
+#include "kernel/LetterCase.h"
 #include "tools/va/Run.h"
 #include "tools/va/tag/FindingReport.h"
 #include "tools/va/tag/OutputFile.h"
@@ -65,15 +65,11 @@ std::string CountedOrNone(std::size_t count, const std::string& what) {
     return (count == 0 ? "no" : GroupedDigits(count)) + " " + what + (count == 1 ? "" : plural);
 }
 
-bool SameInAnyCase(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, Vorn::AsciiToLower, Vorn::AsciiToLower);
-}
-
 Vorn::OCSChunkRef FindInAnyCase(const Vorn::OCSChunk& container, std::string_view name) {
     if (Vorn::OCSChunkRef exact = container.FindChild(Vorn::Intern(name))) return exact;
     for (std::uint32_t i = 0; i < container.ChildCount(); ++i) {
         const Vorn::NamedChild child = container.ChildAt(i);
-        if (SameInAnyCase(child.name, name)) return child.child;
+        if (Vorn::EqualAsciiNoCase(child.name, name)) return child.child;
     }
     return {};
 }
