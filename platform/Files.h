@@ -57,6 +57,14 @@ public:
     // first. It takes room where `path` would.
     [[nodiscard]] bool OpenTemporary(const char* path);
 
+    // Opens a new file without a name, in `folder`, for GiveName. It ends with the handle, or with
+    // the process however that ends, unless it got a name. It denies nothing to others. False where
+    // the system has no such files.
+    [[nodiscard]] bool OpenUnnamed(const char* folder);
+    // Gives a file that OpenUnnamed opened a name in that folder. Never replaces: false when the
+    // name exists.
+    [[nodiscard]] bool GiveName(const char* path) const;
+
     // True when the system took everything back without an error.
     bool Close() noexcept;
 

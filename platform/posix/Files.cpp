@@ -183,6 +183,33 @@ bool FileHandle::OpenTemporary(const char* path) {
     return IsOpen();
 }
 
+bool FileHandle::OpenUnnamed(const char* folder) {
+    // Where GiveName may have to find the file.
+    static const bool canGiveNames = access("/proc/self/fd", X_OK) == 0;
+    if (IsOpen() || !canGiveNames) {
+        return Refuse(IsOpen() ? EINVAL : ENOTSUP);
+    }
+    constexpr mode_t kMode = 0666;
+    descriptor_ = open(posix::ToSystemPath(folder).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kMode);
+    if (IsOpen()) {
+        IgnoreFileSizeSignal();
+    }
+    return IsOpen();
+}
+
+bool FileHandle::GiveName(const char* path) const {
+    const std::string name = posix::ToSystemPath(path);
+    // The short way needs a capability or a recent system.
+    if (linkat(descriptor_, "", AT_FDCWD, name.c_str(), AT_EMPTY_PATH) == 0) {
+        return true;
+    }
+    if (errno == EEXIST) {
+        return false;
+    }
+    const std::string link = "/proc/self/fd/" + std::to_string(descriptor_);
+    return linkat(AT_FDCWD, link.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 bool FileHandle::Close() noexcept {
     // After an interrupted close the descriptor is gone all the same.
     const int descriptor = std::exchange(descriptor_, kNoDescriptor);

@@ -77,6 +77,25 @@ TEST_F(FileTransfer, ATemporaryFileHasNoName) {
     EXPECT_FALSE(file_.OpenTemporary("missing/t"));
 }
 
+TEST_F(FileTransfer, AnUnnamedFileGetsItsNameWhenItIsWhole) {
+    ASSERT_TRUE(MakeDirectory("sub"));
+    ASSERT_TRUE(file_.OpenUnnamed("sub"));
+    EXPECT_FALSE(file_.OpenUnnamed("sub")) << "it is open";
+    EXPECT_EQ(Write("1234"), 4u);
+    EXPECT_TRUE(fs::is_empty("sub"));
+    folder.Write("sub/taken", "old");
+    EXPECT_FALSE(file_.GiveName("sub/taken"));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_TRUE(file_.GiveName("sub\\new"));
+    EXPECT_TRUE(file_.Close());
+    EXPECT_EQ(folder.Read("sub/taken") + folder.Read("sub/new"), "old1234");
+
+    ASSERT_TRUE(file_.OpenUnnamed("sub"));
+    EXPECT_TRUE(file_.Close());
+    EXPECT_FALSE(file_.GiveName("sub/closed"));
+    EXPECT_FALSE(file_.OpenUnnamed("missing"));
+}
+
 TEST_F(FileTransfer, FileSizeLimitStopsAWriteShort) {
     const auto work = [this] {
         const rlimit limit{.rlim_cur = 1000, .rlim_max = 1000};

@@ -1,8 +1,6 @@
 #include "tools/archive/OutputFile.h"
 
-#include <filesystem>
 #include <span>
-#include <system_error>
 
 #include "KernelStandard/CompressedStream.h"
 #include "platform/Directories.h"
@@ -14,9 +12,13 @@ OutputFile::~OutputFile() {
     if (!temporary_.empty()) (void)platform::RemoveFile(temporary_.c_str());
 }
 
+// A file without a name costs less than one that is renamed, and a process that is killed leaves
+// nothing behind.
 bool OutputFile::Open(const std::string& path) {
     path_ = path;
-    temporary_ = CreateTemporaryFile(path.substr(0, path.rfind('/') + 1), handle_);
+    const std::string folder = Folder();
+    if (handle_.OpenUnnamed(folder.empty() ? "." : folder.c_str())) return true;
+    temporary_ = CreateTemporaryFile(folder, handle_);
     return !temporary_.empty();
 }
 
@@ -25,23 +27,41 @@ std::uint32_t OutputFile::Write(const void* bytes, std::uint32_t count) {
     return static_cast<std::uint32_t>(handle_.Write(from));
 }
 
-bool OutputFile::Finish() { return handle_.Close(); }
-
 bool OutputFile::Place() {
-    if (!platform::Rename(temporary_.c_str(), path_.c_str())) return false;
+    if (!temporary_.empty()) {
+        // Closed before it is renamed: closing may report what could not be written.
+        failed_ = !handle_.Close();
+        if (failed_ || !platform::Rename(temporary_.c_str(), path_.c_str())) return false;
+        temporary_.clear();
+        return true;
+    }
+    if (!handle_.GiveName(path_.c_str())) return false;
+    failed_ = !handle_.Close();
+    if (failed_) (void)platform::RemoveFile(path_.c_str());
+    return !failed_;
+}
+
+bool OutputFile::Replace() {
+    if (failed_ || !NameTemporarily()) return false;
+    if (platform::GetEntryKind(path_.c_str()) == platform::EntryKind::File) {
+        (void)platform::CopyPermissions(path_.c_str(), temporary_.c_str());
+    }
+    if (!handle_.Close() || !platform::ReplaceFile(temporary_.c_str(), path_.c_str())) return false;
     temporary_.clear();
     return true;
 }
 
-bool OutputFile::Replace() {
-    std::error_code error;
-    const auto status = std::filesystem::symlink_status(path_, error);
-    if (std::filesystem::is_regular_file(status)) {
-        std::filesystem::permissions(temporary_, status.permissions(), error);
+bool OutputFile::NameTemporarily() {
+    constexpr int kMostTries = 100;
+    for (int tries = 0; temporary_.empty() && tries < kMostTries; ++tries) {
+        const std::string name = Folder() + MakeTemporaryName().data();
+        if (handle_.GiveName(name.c_str())) {
+            temporary_ = name;
+        } else if (platform::GetEntryKind(name.c_str()) == platform::EntryKind::None) {
+            break;
+        }
     }
-    if (!platform::ReplaceFile(temporary_.c_str(), path_.c_str())) return false;
-    temporary_.clear();
-    return true;
+    return !temporary_.empty();
 }
 
 }  // namespace Vorn

@@ -8,7 +8,9 @@
 
 namespace Vorn {
 
-// Writes a temporary file beside `path`, which is removed unless it takes that place.
+// Writes a file without a name in the folder of `path`, or under a temporary name where the system
+// has no such files. It is removed unless it takes its place. Call Open, Write, then Place and,
+// where something was there, Replace.
 class OutputFile {
 public:
     OutputFile() = default;
@@ -17,19 +19,22 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     [[nodiscard]] bool Open(const std::string& path);
-    // The bytes written.
+    // Returns the number of bytes written.
     [[nodiscard]] std::uint32_t Write(const void* bytes, std::uint32_t count);
-    // False when the system did not take all of it.
-    [[nodiscard]] bool Finish();
-    // Takes the place if nothing is there.
+    // Takes the place if nothing is there. False otherwise, and when the system did not take all
+    // that was written.
     [[nodiscard]] bool Place();
-    // Takes the place, and keeps the permissions, of the file that is there. A link is replaced,
-    // not what it leads to.
+    // Takes the place of the file that is there and keeps its permissions. Replaces a link, not
+    // what it leads to.
     [[nodiscard]] bool Replace();
 
 private:
+    [[nodiscard]] std::string Folder() const { return path_.substr(0, path_.rfind('/') + 1); }
+    [[nodiscard]] bool NameTemporarily();
+
     std::string path_;
-    std::string temporary_;  // empty when there is none
+    std::string temporary_;  // empty when the file has no name, or its final one
+    bool failed_ = false;    // the system did not take everything
     platform::FileHandle handle_;
 };
 

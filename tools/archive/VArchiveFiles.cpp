@@ -178,7 +178,6 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
         ReportProblem(std::string("damaged, its check sum is another one: ") + memberPath.c_str());
     }
     if (problem != nullptr) return problem;
-    if (!file.Finish()) return kCannotWriteOutput;
     // Where nothing was, there is no need to look at what would be replaced.
     if (file.Place()) return nullptr;
     problem = destination_->CheckExisting(prepared);

@@ -90,8 +90,8 @@ TEST_F(Faults, AddingIsKilledAtEachCall) {
 
 TEST_F(Faults, ExtractingIsKilledAtEachCall) {
     const Files whole = Before();
-    const auto [met, failed] =
-        ForEachFault("-pto/x e x.va a b c", "openat,write,/^rename", ":signal=KILL", [&](int) {
+    const auto [met, failed] = ForEachFault(
+        "-pto/x e x.va a b c", "openat,write,/^(rename|link)", ":signal=KILL", [&](int) {
             for (const auto& [path, content] : FilesIn("to")) {
                 const auto member = whole.find(fs::path(path).filename());
                 EXPECT_TRUE(member == whole.end() || member->second == content) << path;
@@ -99,6 +99,19 @@ TEST_F(Faults, ExtractingIsKilledAtEachCall) {
         });
     EXPECT_EQ(failed, met);
     EXPECT_GE(met, 9);
+}
+
+// As for a user whom the system does not let link by descriptor, and where /proc is missing.
+TEST_F(Faults, ExtractingNeedsNoFilesWithoutNames) {
+    for (const std::string fault : {"linkat:error=ENOENT:when=1+2", "access:error=ENOENT"}) {
+        SCOPED_TRACE(fault);
+        fs::remove_all("to");
+        for (int round = 0; round < 2; ++round) {  // the second one replaces files
+            EXPECT_EQ(Run("-pto/ e begun.va", "strace -o trace -e inject=" + fault).exitCode, 0);
+            EXPECT_GT(CountOf("(INJECTED)", folder.Read("trace")), 0U);
+            EXPECT_TRUE(FilesIn("to/to") == Before());
+        }
+    }
 }
 
 TEST_F(Faults, AFailedCallIsNeverASuccessWithAWrongResult) {
@@ -116,6 +129,7 @@ TEST_F(Faults, AFailedCallIsNeverASuccessWithAWrongResult) {
         {extract, "write,pwrite64", ":error=ENOSPC", "", 3},
         {extract, "openat,/^rename", ":error=EACCES", "+", 20},
         {extract, "read,pread64", ":error=EIO", "", 5},
+        {extract, "linkat", ":error=EACCES", "+", 3},
         {extract, "/^mkdir", ":error=EACCES", "", 1},
     };
     const std::string archive = folder.Read("begun.va");
