@@ -96,6 +96,7 @@ struct DirectoryEntry {
     std::string name;
     FileStatus status;  // a symbolic link reports what it points at; a broken one itself
     bool isLink = false;
+    bool isRegular = false;  // a file with content, no device or pipe; of a link, its target
 };
 
 // Calls `visit` for every entry of `path`, "." and ".." included, in byte order of the names,

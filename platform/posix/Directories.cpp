@@ -70,6 +70,7 @@ bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
     entry.isLink = S_ISLNK(status.st_mode);
     struct stat target {};
     const bool followed = entry.isLink && fstatat(directory, name.c_str(), &target, 0) == 0;
+    entry.isRegular = S_ISREG(followed ? target.st_mode : status.st_mode);
     entry.status = ToFileStatus(followed ? target : status);
     return true;
 }

@@ -1,0 +1,80 @@
+// Open folders, and new files in them, for code that writes where others may write too.
+//
+// Everything is named by one component below an open folder, exactly as given, and no link is ever
+// followed: nothing that somebody moves or plants meanwhile leads a write to another place.
+//
+// Threads: a folder may be used by several threads at once; a new file belongs to one.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/Directories.h"
+#include "platform/Files.h"
+
+namespace platform {
+
+// Owns one open folder. Moving leaves the source closed.
+class FolderHandle {
+public:
+    FolderHandle() noexcept = default;
+    FolderHandle(FolderHandle&& other) noexcept;
+    FolderHandle& operator=(FolderHandle&& other) noexcept;
+    FolderHandle(const FolderHandle&) = delete;
+    FolderHandle& operator=(const FolderHandle&) = delete;
+    ~FolderHandle();
+
+    // Opens a folder by its path, which may lead through links: the caller named it.
+    [[nodiscard]] bool Open(const char* path);
+
+    // Opens the folder `name` in `parent`; `make` creates it if it is missing. False for a link.
+    [[nodiscard]] bool OpenIn(const FolderHandle& parent, const std::string& name, bool make);
+
+    [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
+
+    // What has that name in this folder, a link not followed.
+    [[nodiscard]] EntryKind KindOf(const std::string& name) const;
+
+private:
+    friend class NewFile;
+
+    void Close() noexcept;
+
+    int descriptor_ = -1;
+};
+
+// A file that gets its name when it is whole. Until then it has none, or where the file system
+// cannot do that, a hidden name of its own; however the process ends, nothing half-written has the
+// name that was asked for.
+class NewFile {
+public:
+    NewFile() = default;
+    ~NewFile();
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+
+    // Begins a file that is to become `name` in `folder`, which must stay open. Ends one that was
+    // begun before.
+    [[nodiscard]] bool Begin(const FolderHandle& folder, const std::string& name);
+
+    // Appends to it. False when the system stops early.
+    [[nodiscard]] bool Write(std::span<const std::byte> bytes);
+
+    // Gives it its name. With `replace` it takes the place and the permissions of a file, or the
+    // place of a link, in one step; without, and for everything else that has the name, it is
+    // refused.
+    [[nodiscard]] bool Publish(bool replace);
+
+    // Removes it.
+    void GiveUp();
+
+private:
+    [[nodiscard]] bool GetHiddenName();
+
+    const FolderHandle* folder_ = nullptr;
+    std::string name_;
+    std::string hidden_;  // its name before it is published; empty when it has none
+    int descriptor_ = -1;
+};
+
+}  // namespace platform
