@@ -1,0 +1,143 @@
+#include <algorithm>
+#include <array>
+#include <limits>
+
+#include "archive/Error.h"
+#include "archive/Names.h"
+#include "archive/Tree.h"
+#include "kernel/PathBuffer.h"
+#include "platform/CodePage.h"
+#include "platform/Directories.h"
+#include "platform/Files.h"
+
+namespace archive {
+namespace {
+
+constexpr std::size_t kPiece = 65536;
+
+struct FolderFile {
+    std::string name;    // code page 1252
+    std::string folded;  // the key of the order and of searches
+    std::string path;    // below the folder, as the system has it
+    std::uint64_t size;
+};
+
+class FolderTree final : public Tree {
+public:
+    explicit FolderTree(std::string path) : root_(std::move(path)) {
+        if (!root_.ends_with('/')) root_ += '/';
+        Walk();
+        std::ranges::sort(files_, {}, &FolderFile::folded);
+    }
+
+    [[nodiscard]] std::size_t Count() const override { return files_.size(); }
+
+    [[nodiscard]] TreeMember operator[](std::size_t number) const override {
+        const FolderFile& file = files_[number];
+        return {.name = file.name, .size = file.size, .storedSize = file.size};
+    }
+
+    [[nodiscard]] std::optional<std::size_t> Find(std::string_view name) const override {
+        const std::string folded = FoldName(name);
+        const auto found = std::ranges::lower_bound(files_, folded, {}, &FolderFile::folded);
+        if (found == files_.end() || found->folded != folded) return std::nullopt;
+        return static_cast<std::size_t>(found - files_.begin());
+    }
+
+    [[nodiscard]] std::unique_ptr<TreeReader> NewReader() const override;
+    [[nodiscard]] const std::vector<Unusable>& LeftOut() const override { return leftOut_; }
+
+    [[nodiscard]] const FolderFile& File(std::size_t number) const { return files_[number]; }
+    [[nodiscard]] std::string PathOf(std::size_t number) const {
+        return root_ + files_[number].path;
+    }
+
+private:
+    // The folders to list are kept in a list, not on the stack: their depth is not ours.
+    void Walk() {
+        std::vector<std::string> folders = {""};
+        while (!folders.empty()) {
+            const std::string folder = std::move(folders.back());
+            folders.pop_back();
+            const bool listed = platform::ListDirectory(
+                (root_ + folder).c_str(), [&](const platform::DirectoryEntry& entry) {
+                    if (entry.name == "." || entry.name == "..") return true;
+                    const std::string path = folder + entry.name;
+                    if (const char* reason = ReasonToLeaveOut(entry, path)) {
+                        leftOut_.push_back({path, reason});
+                    } else if (entry.status.IsDirectory()) {
+                        folders.push_back(path + "/");
+                    } else {
+                        const std::string name = platform::Utf8ToAnsi(path);
+                        files_.push_back({name, FoldName(name), path, entry.status.size});
+                    }
+                    return true;
+                });
+            if (!listed) throw Error(ErrorCode::CannotRead, "the folder cannot be read", 0, folder);
+        }
+    }
+
+    static const char* ReasonToLeaveOut(const platform::DirectoryEntry& entry,
+                                        const std::string& path) {
+        if (entry.isLink) return "is a link";
+        if (path.size() >= Vorn::kMaxPath) return "has a path longer than 259 bytes";
+        // What has no counterpart becomes '?', and does not come back as it was.
+        if (platform::AnsiToUtf8(platform::Utf8ToAnsi(path)) != path)
+            return "has a name that code page 1252 cannot hold";
+        if (const char* problem = NameProblem(platform::Utf8ToAnsi(entry.name))) return problem;
+        if (entry.status.IsDirectory()) return nullptr;
+        if (entry.status.size > std::numeric_limits<std::uint32_t>::max())
+            return "is 4 GiB or larger";
+        return entry.isRegular ? nullptr : "is not a regular file";
+    }
+
+    std::string root_;
+    std::vector<FolderFile> files_;
+    std::vector<Unusable> leftOut_;
+};
+
+class FolderTreeReader final : public TreeReader {
+public:
+    explicit FolderTreeReader(const FolderTree& tree) : tree_(tree) {}
+
+    void Begin(std::size_t number) override {
+        name_ = tree_.File(number).name;
+        left_ = tree_.File(number).size;
+        file_.Close();
+        if (!file_.Open(tree_.PathOf(number).c_str(), platform::Access::Read,
+                        platform::Creation::OpenExisting, platform::Share::DenyNone)) {
+            throw Error(ErrorCode::CannotRead, "the file cannot be opened", 0, name_);
+        }
+    }
+
+    [[nodiscard]] std::span<const std::byte> Next() override {
+        const std::int64_t got = file_.Read(piece_);
+        // Whoever changes a file while it is read would give us a mixture.
+        if (got < 0) throw Error(ErrorCode::CannotRead, "the file cannot be read", 0, name_);
+        if (static_cast<std::uint64_t>(got) > left_ || (got == 0 && left_ > 0))
+            throw Error(ErrorCode::CannotRead, "the file changed while it was read", 0, name_);
+        left_ -= static_cast<std::uint64_t>(got);
+        return std::span(piece_).first(static_cast<std::size_t>(got));
+    }
+
+private:
+    const FolderTree& tree_;
+    platform::FileHandle file_;
+    std::string name_;
+    std::uint64_t left_ = 0;
+    std::array<std::byte, kPiece> piece_{};
+};
+
+std::unique_ptr<TreeReader> FolderTree::NewReader() const {
+    return std::make_unique<FolderTreeReader>(*this);
+}
+
+}  // namespace
+
+std::unique_ptr<Tree> OpenFolder(const std::string& path) {
+    if (!platform::Exists(path.c_str()))
+        throw Error(ErrorCode::NotFound, "there is no such folder");
+    return std::make_unique<FolderTree>(path);
+}
+
+}  // namespace archive

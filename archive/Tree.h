@@ -1,0 +1,66 @@
+// A tree of members to read: those of an archive, or the files of a folder.
+//
+// A tree does not change after it was opened, and any number of threads use it at once, each with a
+// reader of its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace archive {
+
+struct TreeMember {
+    std::string_view name;  // bytes of code page 1252; in archives as stored
+    std::uint64_t size = 0;
+    std::uint64_t storedSize = 0;
+    std::uint64_t dataOffset = 0;  // in the archive; 0 in folders
+    std::uint32_t crc = 0;         // 0 means not recorded
+    bool compressed = false;
+};
+
+// Reads the contents of members, one after another, in pieces.
+class TreeReader {
+public:
+    virtual ~TreeReader() = default;
+    // Goes to the start of a member. Throws Error.
+    virtual void Begin(std::size_t number) = 0;
+    // The next piece, valid until the next call; empty after the last one, when sizes and check sum
+    // have been compared. Throws Error.
+    [[nodiscard]] virtual std::span<const std::byte> Next() = 0;
+};
+
+// A file that a tree cannot hold, and why, as a clause.
+struct Unusable {
+    std::string name;  // as the system has it
+    std::string reason;
+};
+
+class Tree {
+public:
+    virtual ~Tree() = default;
+    [[nodiscard]] virtual std::size_t Count() const = 0;
+    [[nodiscard]] virtual TreeMember operator[](std::size_t number) const = 0;
+    // The first member of that name (SameName).
+    [[nodiscard]] virtual std::optional<std::size_t> Find(std::string_view name) const = 0;
+    // Borrows the tree.
+    [[nodiscard]] virtual std::unique_ptr<TreeReader> NewReader() const = 0;
+    // What a folder holds and a tree cannot: links, devices, names that an archive cannot store,
+    // files of 4 GiB or more.
+    [[nodiscard]] virtual const std::vector<Unusable>& LeftOut() const = 0;
+};
+
+// Reads a folder's tree, in the canonical order of names; links are not followed. Throws Error:
+// NotFound, CannotRead.
+[[nodiscard]] std::unique_ptr<Tree> OpenFolder(const std::string& path);
+
+// The members of `reader`, which the tree takes over, in stored order.
+class Reader;
+[[nodiscard]] std::unique_ptr<Tree> TreeOf(std::unique_ptr<Reader> reader);
+
+}  // namespace archive
