@@ -1,0 +1,176 @@
+#include "vaconverter/compare.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "archive/Crc32.h"
+#include "archive/Names.h"
+#include "library/ArchiveAccess.h"
+#include "library/Translate.h"
+#include "library/Workers.h"
+
+namespace va {
+namespace {
+
+struct Pair {
+    std::string key;  // the folded name
+    const Member* a = nullptr;
+    const Member* b = nullptr;
+    bool differs = false;
+};
+
+// Reads contents of one side, its errors translated.
+class SideReader {
+public:
+    explicit SideReader(const Archive& archive)
+        : archive_(archive), reader_(ArchiveAccess::TreeOf(archive).NewReader()) {}
+
+    void Begin(const Member& member) {
+        Translated(archive_.Path(), [&] { reader_->Begin(member.Index()); });
+    }
+    [[nodiscard]] std::span<const std::byte> Next() {
+        return Translated(archive_.Path(), [&] { return reader_->Next(); });
+    }
+
+private:
+    const Archive& archive_;
+    std::unique_ptr<archive::TreeReader> reader_;
+};
+
+// Whether both contents are equal; pieces of the two sides may be cut differently. Both are read to
+// their ends: damage must not pass for a difference.
+bool SameContent(SideReader& a, const Member& memberA, SideReader& b, const Member& memberB,
+                 WorkProgress& progress) {
+    if (memberA.Size() != memberB.Size()) return false;
+    a.Begin(memberA);
+    b.Begin(memberB);
+    bool same = true;
+    std::span<const std::byte> pieceA;
+    std::span<const std::byte> pieceB;
+    for (;;) {
+        if (pieceA.empty()) pieceA = a.Next();
+        if (pieceB.empty()) pieceB = b.Next();
+        const std::size_t count = std::min(pieceA.size(), pieceB.size());
+        if (count == 0) return same && pieceA.empty() && pieceB.empty();
+        same = same && std::memcmp(pieceA.data(), pieceB.data(), count) == 0;
+        pieceA = pieceA.subspan(count);
+        pieceB = pieceB.subspan(count);
+        progress.Add(count);
+    }
+}
+
+std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
+    std::vector<Pair> pairs;
+    std::unordered_map<std::string, std::size_t> places;
+    const auto add = [&](const Archive& side, const Member* Pair::*field) {
+        for (const Member& member : side.Members()) {
+            std::string key = archive::FoldName(member.StoredName());
+            const auto [place, isNew] = places.emplace(key, pairs.size());
+            if (isNew) pairs.push_back({std::move(key)});
+            // Of members of one name only the first can be reached.
+            if (pairs[place->second].*field == nullptr) pairs[place->second].*field = &member;
+        }
+    };
+    add(a, &Pair::a);
+    add(b, &Pair::b);
+    std::ranges::sort(pairs, {}, &Pair::key);
+    return pairs;
+}
+
+// Check sums of members that have none recorded are computed.
+std::uint32_t SumOf(SideReader& side, const Member& member) {
+    if (member.Crc()) return *member.Crc();
+    Vorn::Crc32 sum;
+    side.Begin(member);
+    for (auto piece = side.Next(); !piece.empty(); piece = side.Next()) sum.Update(piece);
+    return sum.Value();
+}
+
+}  // namespace
+
+Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
+                   const ProgressFunction& progress) {
+    std::vector<Pair> pairs = PairByName(a, b);
+    std::vector<std::size_t> toRead;
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        Pair& pair = pairs[i];
+        if (pair.a == nullptr || pair.b == nullptr) continue;
+        pair.differs = pair.a->Size() != pair.b->Size() ||
+                       (pair.a->Crc() && pair.b->Crc() && *pair.a->Crc() != *pair.b->Crc());
+        if (pair.differs) continue;
+        toRead.push_back(i);
+        total += pair.a->Size();
+    }
+    WorkProgress work(progress, "comparing", total);
+    struct Sides {
+        SideReader a;
+        SideReader b;
+    };
+    std::vector<Sides> workers;
+    for (unsigned i = 0; i < std::max(threads, 1U); ++i)
+        workers.push_back({SideReader(a), SideReader(b)});
+    constexpr std::size_t kRun = 64;
+    RunPieces(
+        (toRead.size() + kRun - 1) / kRun, threads, work, [&](unsigned worker, std::size_t piece) {
+            for (std::size_t i = piece * kRun; i < std::min(toRead.size(), (piece + 1) * kRun);
+                 ++i) {
+                Pair& pair = pairs[toRead[i]];
+                pair.differs =
+                    !SameContent(workers[worker].a, *pair.a, workers[worker].b, *pair.b, work);
+            }
+        });
+
+    Comparison result;
+    std::multimap<std::pair<std::uint64_t, std::uint32_t>, const Member*> removed;
+    std::unordered_set<std::uint64_t> removedSizes;
+    SideReader sideA(a);
+    SideReader sideB(b);
+    const bool anyAdded =
+        std::ranges::any_of(pairs, [](const Pair& pair) { return pair.a == nullptr; });
+    for (const Pair& pair : pairs) {
+        if (pair.b != nullptr || pair.a->Size() == 0 || !anyAdded) continue;
+        removed.emplace(std::pair{pair.a->Size(), SumOf(sideA, *pair.a)}, pair.a);
+        removedSizes.insert(pair.a->Size());
+    }
+    std::unordered_set<const Member*> renamed;
+    for (const Pair& pair : pairs) {
+        if (pair.a != nullptr && pair.b != nullptr) {
+            result.same += pair.differs ? 0 : 1;
+            if (pair.differs)
+                result.differences.push_back({Difference::Kind::Changed,
+                                              pair.b->Name(),
+                                              {},
+                                              pair.a->Size(),
+                                              pair.b->Size()});
+        } else if (pair.a == nullptr) {
+            Difference difference{Difference::Kind::Added, pair.b->Name(), {}, 0, pair.b->Size()};
+            if (removedSizes.contains(pair.b->Size())) {
+                auto [from, end] = removed.equal_range({pair.b->Size(), SumOf(sideB, *pair.b)});
+                while (from != end && !SameContent(sideA, *from->second, sideB, *pair.b, work))
+                    ++from;
+                if (from != end) {
+                    difference = {Difference::Kind::Renamed, pair.b->Name(), from->second->Name(),
+                                  pair.b->Size(), pair.b->Size()};
+                    renamed.insert(from->second);
+                    removed.erase(from);
+                }
+            }
+            result.differences.push_back(std::move(difference));
+        }
+    }
+    for (const Pair& pair : pairs) {
+        if (pair.b == nullptr && !renamed.contains(pair.a)) {
+            result.differences.push_back(
+                {Difference::Kind::Removed, pair.a->Name(), {}, pair.a->Size(), 0});
+        }
+    }
+    std::ranges::sort(result.differences, {},
+                      [](const Difference& d) { return archive::FoldName(StoredBytes(d.name)); });
+    return result;
+}
+
+}  // namespace va
