@@ -167,14 +167,16 @@ void Arguments::ChooseCommand() {
     operands_.erase(operands_.begin(), operands_.begin() + static_cast<std::ptrdiff_t>(used));
 }
 
-// Options that share a name share their letter and whether they take a value, but their objects may
-// differ: the one that the command lists is the one that counts.
-void Arguments::CheckOptions() const {
+// Options that share a name share their letter and whether they take a value, but each command may
+// list one of its own, with its own meaning: that one counts.
+void Arguments::CheckOptions() {
     const auto allows = [&](std::span<const Option* const> options, const Option* option) {
         return std::ranges::find(options, option) != options.end();
     };
     for (std::size_t i = 0; i < given_.size(); ++i) {
-        const Option* option = given_[i].option;
+        const Option*& option = given_[i].option;
+        const auto own = std::ranges::find(command_->options, option->name, &Option::name);
+        if (own != command_->options.end()) option = *own;
         if (allows(CommonOptions(), option)) continue;
         if (!allows(command_->options, option))
             RefuseUsage("'va " + std::string(command_->words) + "' has no option " + typed_[i],

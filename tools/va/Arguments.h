@@ -42,7 +42,7 @@ private:
     void ReadLetters(std::string_view word, std::span<const std::string> rest, std::size_t& next);
     void Take(const Option& option, std::string value);
     void ChooseCommand();
-    void CheckOptions() const;
+    void CheckOptions();
     void CheckOperands() const;
 
     const Command* command_ = nullptr;

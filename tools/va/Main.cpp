@@ -11,6 +11,8 @@
 #include "platform/Interruption.h"
 #include "services/Kernel.h"
 #include "tools/va/Run.h"
+#include "tools/va/ShownText.h"
+#include "vaconverter/error.h"
 
 namespace va::tool {
 namespace {
@@ -27,6 +29,8 @@ Outcome Guarded(Work work) {
         return {work()};
     } catch (const Failure& failure) {
         return {failure.code, failure.message};
+    } catch (const va::Error& error) {
+        return {static_cast<ExitCode>(error.code()), Shown(error.what())};
     } catch (const Vorn::Exception& exception) {
         return {ExitCode::Refused, exception.GetReason()};
     } catch (const std::bad_alloc&) {
@@ -49,12 +53,16 @@ ExitCode RunCommand(const std::vector<std::string>& words) {
     }
     Run run(*arguments);
     outcome = Guarded([&] { return arguments->GetCommand().run(run); });
-    if (!outcome.error.empty()) run.talk.Error(outcome.error);
+    // A user who stops the run knows why it ended; so does a reader that has gone.
+    const bool isStopped = platform::InterruptionAsked();
+    if (!outcome.error.empty() && !isStopped) run.talk.Error(outcome.error);
     const Outcome ended = Guarded([&] {
         run.answer.End(outcome.code, outcome.error);
         return outcome.code;
     });
-    if (!ended.error.empty() && outcome.error.empty()) run.talk.Error(ended.error);
+    if (!ended.error.empty() && outcome.error.empty() && !platform::InterruptionAsked()) {
+        run.talk.Error(ended.error);
+    }
     return outcome.code == ExitCode::Done || ended.error.empty() ? ended.code : outcome.code;
 }
 

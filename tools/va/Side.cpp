@@ -1,0 +1,102 @@
+#include "tools/va/Side.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "tools/va/ShownText.h"
+
+namespace va::tool {
+namespace {
+
+// The patterns in a file or on standard input, each ended by a line feed or, with -0, by a zero
+// byte.
+std::vector<std::string> ReadPatterns(const std::string& path, char end) {
+    std::ifstream file;
+    if (path != "-") {
+        file.open(path, std::ios::binary);
+        if (!file)
+            throw Failure{ExitCode::NotFound, "cannot read '" + Shown(path) +
+                                                  "'; --files-from names a file of patterns"};
+    }
+    std::istream& in = path == "-" ? std::cin : file;
+    std::vector<std::string> patterns;
+    for (std::string line; std::getline(in, line, end);) {
+        if (end == '\n' && line.ends_with('\r')) line.pop_back();
+        if (!line.empty()) patterns.push_back(line);
+    }
+    return patterns;
+}
+
+}  // namespace
+
+Archive OpenSide(Run& run, const std::string& operand) {
+    Archive side{std::filesystem::path(operand)};
+    constexpr std::size_t kMostNamed = 10;
+    const std::span<const LeftOut> skipped = side.Skipped();
+    for (const LeftOut& file : skipped.first(std::min(skipped.size(), kMostNamed)))
+        run.talk.Warning(Shown(operand + "/" + file.name) + " " + file.reason + "; skipped");
+    if (skipped.size() > kMostNamed)
+        run.talk.Warning(Shown(operand) + ": " + std::to_string(skipped.size() - kMostNamed) +
+                         " more files skipped");
+    return side;
+}
+
+std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t first) {
+    std::vector<std::string> patterns(run.Operands().begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                                   first, run.Operands().size())),
+                                      run.Operands().end());
+    const std::optional<std::string> from = run.Value(kFilesFrom);
+    if (from)
+        std::ranges::copy(ReadPatterns(*from, run.Has(kZero) ? '\0' : '\n'),
+                          std::back_inserter(patterns));
+    const std::vector<std::string> excluded = run.Values(kExclude);
+
+    std::vector<char> matched(patterns.size(), 0);
+    std::vector<Member> members;
+    for (const Member& member : archive.Members()) {
+        bool wanted = patterns.empty() && !from;
+        for (std::size_t i = 0; i < patterns.size(); ++i) {
+            if (!MatchesPattern(member.Name(), patterns[i])) continue;
+            wanted = true;
+            matched[i] = 1;
+        }
+        const auto excludes = [&](const std::string& pattern) {
+            return MatchesPattern(member.Name(), pattern);
+        };
+        if (wanted && std::ranges::none_of(excluded, excludes)) members.push_back(member);
+    }
+    const auto missed = std::ranges::find(matched, 0);
+    if (missed != matched.end()) {
+        const std::string& pattern = patterns[static_cast<std::size_t>(missed - matched.begin())];
+        throw Failure{ExitCode::NotFound, "nothing in '" + Shown(archive.Path().string()) +
+                                              "' matches '" + Shown(pattern) +
+                                              "'; 'va list' shows its members"};
+    }
+    return members;
+}
+
+// A file that exists under the whole operand is no member; of an archive's ending the first one
+// counts.
+MemberOperand SplitMemberOperand(const std::string& operand) {
+    std::string lower = operand;
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+    });
+    std::size_t colon = lower.find(".va:");
+    colon = colon == std::string::npos ? operand.find(':') : colon + 3;
+    if (colon == std::string::npos || colon + 1 == operand.size()) {
+        throw Failure{ExitCode::Usage,
+                      "'" + Shown(operand) + "' names no member; write ARCHIVE:MEMBER"};
+    }
+    return {operand.substr(0, colon), operand.substr(colon + 1)};
+}
+
+ProgressFunction ProgressOf(Run& run) {
+    return [&run](const Progress& progress) {
+        return run.ShowProgress(progress.step, progress.done, progress.total);
+    };
+}
+
+}  // namespace va::tool

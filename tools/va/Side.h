@@ -1,0 +1,31 @@
+// Operands that are archives, folders, or members of one.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/va/Run.h"
+#include "vaconverter/archive.h"
+
+namespace va::tool {
+
+// Opens an archive or folder, and warns about files of a folder that are no members. Throws
+// va::Error.
+[[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
+
+// The members that the operands from `first` on, --files-from and --exclude select; all of them
+// without a pattern. Throws Failure (NotFound) for patterns that match nothing.
+[[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,
+                                                std::size_t first);
+
+// An operand ARCHIVE:MEMBER in its two parts. Throws Failure (Usage) when there is no member part.
+struct MemberOperand {
+    std::string archive;
+    std::string member;
+};
+[[nodiscard]] MemberOperand SplitMemberOperand(const std::string& operand);
+
+// For the library's work: shows the progress, and stops when the user asks.
+[[nodiscard]] ProgressFunction ProgressOf(Run& run);
+
+}  // namespace va::tool

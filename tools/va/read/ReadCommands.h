@@ -1,0 +1,15 @@
+// The commands that read archives and folders.
+#pragma once
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+[[nodiscard]] Command CatCommand();
+[[nodiscard]] Command CompareCommand();
+[[nodiscard]] Command ExtractCommand();
+[[nodiscard]] Command InfoCommand();
+[[nodiscard]] Command ListCommand();
+[[nodiscard]] Command TestCommand();
+
+}  // namespace va::tool

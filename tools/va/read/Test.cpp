@@ -1,0 +1,76 @@
+#include <array>
+
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
+#include "tools/va/read/ReadCommands.h"
+
+namespace va::tool {
+namespace {
+
+constexpr Operand kOperands[] = {{.name = "FILE",
+                                  .meaning = "an archive or patch, or a folder",
+                                  .repeats = true,
+                                  .completes = Completes::Archives}};
+constexpr std::array kOptions = {&kJobs, &kJson};
+constexpr std::array<std::string_view, 2> kExamples = {"va test Town.va", "va test -v *.va"};
+
+// Whether the file is whole.
+bool TestOne(Run& run, const std::string& path) {
+    constexpr std::size_t kMostFindings = 100;
+    const Archive archive = OpenSide(run, path);
+    const CheckResult result = archive.Check(run.Jobs(), kMostFindings, ProgressOf(run));
+    for (const Finding& finding : result.findings) {
+        const std::string member = finding.member.empty() ? "" : Shown(finding.member) + ": ";
+        if (run.answer.IsJson()) {
+            run.answer.Write(JsonObject("finding")
+                                 .Set("file", path)
+                                 .Set("member", finding.member)
+                                 .Set("offset", finding.offset)
+                                 .Set("what", finding.what));
+        } else {
+            run.answer.Write(Shown(path) + ": " + member + Shown(finding.what) + " (offset " +
+                             std::to_string(finding.offset) + ")\n");
+        }
+    }
+    if (result.found > result.findings.size())
+        run.talk.Note(Shown(path) + ": and " +
+                      std::to_string(result.found - result.findings.size()) + " more");
+    const std::string verdict = result.found == 0 ? "whole" : Counted(result.found, "problem");
+    if (run.answer.IsJson()) {
+        run.answer.Write(JsonObject("tested")
+                             .Set("file", path)
+                             .Set("whole", result.found == 0)
+                             .Set("members", std::uint64_t{archive.Members().size()})
+                             .Set("bytes", result.contentSize));
+    }
+    run.talk.Summary(Shown(path) + ": " + verdict + ", " +
+                     Counted(archive.Members().size(), "member") + ", " +
+                     ShownBytes(result.contentSize));
+    return result.found == 0;
+}
+
+ExitCode Test(Run& run) {
+    ExitCode code = ExitCode::Done;
+    for (const std::string& path : run.Operands()) {
+        if (!TestOne(run, path)) code = ExitCode::Refused;
+    }
+    return code;
+}
+
+}  // namespace
+
+Command TestCommand() {
+    return {.words = "test",
+            .summary = "judge every byte of archives",
+            .operands = kOperands,
+            .options = kOptions,
+            .details =
+                "Judges every byte: the index against the members, check sums, sizes, overlaps, "
+                "names, hidden and double members, a missing index. Each problem is a line with "
+                "its offset, and the exit "
+                "code is then 2.\n",
+            .examples = kExamples,
+            .run = Test};
+}
+
+}  // namespace va::tool
