@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "KernelResource/ResourceSystem.h"
+#include "KernelResource/ResourceCore.h"
 #include "KernelStandard/File.h"
 
 namespace Vorn {
 namespace {
 
-[[nodiscard]] ArchiveDatabases& Register() { return ResourceSystem::Instance().Archives(); }
+[[nodiscard]] ArchiveDatabases& Register() { return ResourceCore::Instance().Archives(); }
 
 }  // namespace
 

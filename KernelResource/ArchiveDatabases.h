@@ -1,10 +1,11 @@
-// The asset archives of the process that are open as databases, each shared by all its users.
+// The asset archives that the process has open as databases, each shared by all its users.
 //
-// A database without users stays, with its mount, until a purge: on demand, or when all 256 places
-// are taken and another one is to be opened. All end with the resource system.
+// A database without users stays open and mounted until a purge. A purge runs on demand, and when a
+// database is to be opened while all 256 places are taken. All databases end with the resource
+// system.
 //
-// Threads: any. A lock guards the register and is held while databases are made and ended; the end
-// of a database waits for its loads, so a load neither opens nor purges databases.
+// Threads: any. One lock guards the register, and is held while databases are made and ended. A
+// database that ends waits for its loads, so a load must neither open nor purge databases.
 #pragma once
 
 #include <cstdint>
@@ -20,19 +21,19 @@ class ArchiveDatabases {
 public:
     static constexpr std::size_t kCapacity = 256;
 
-    // The database of a name, made at its first request from the archive "<folder><name>.va" if
-    // that exists; `folder` ends in a separator, or is empty. One more user. Null when 256 others
-    // are in use.
+    // Returns the database of a name and adds a user. At the first request it is made from the
+    // archive "<folder><name>.va" if that exists; `folder` ends in a separator, or is empty. Null
+    // if 256 others are in use. Throws FileEx for a name that does not fit a path.
     [[nodiscard]] NorvaneResourceDatabase* Open(const InternedString& name, const char* folder);
-    // One user less or more; null, and what is not registered, is ignored.
+    // Decrements and increments the user count. Null and unregistered databases are ignored.
     void Release(const NorvaneResourceDatabase* database);
     void Retain(const NorvaneResourceDatabase* database);
-    // Ends the databases without users if there are at least `least` databases. The last one takes
-    // the place of one that ended.
+    // Ends the databases without users, if at least `least` databases are open. The last entry
+    // moves into a freed place.
     void Purge(std::size_t least);
 
     [[nodiscard]] std::size_t Count() const;
-    // Users of a database; 0 for one that is not registered.
+    // Returns the user count of a database; 0 for one that is not registered.
     [[nodiscard]] std::uint32_t References(const NorvaneResourceDatabase* database) const;
 
 private:
@@ -47,8 +48,8 @@ private:
     std::vector<Entry> entries_ VORN_GUARDED_BY(lock_);
 };
 
-// The same on the process's register; but for a null database they throw Exception when there is
-// no resource system.
+// The same for the register of the process. A null database is ignored; otherwise they throw
+// Exception if there is no resource system.
 [[nodiscard]] NorvaneResourceDatabase* OpenArchiveDatabase(const InternedString& name,
                                                            const char* folder);
 void ReleaseArchiveDatabase(const NorvaneResourceDatabase* database);

@@ -1,8 +1,8 @@
 // 128-bit identifiers of plug-ins and what they belong to.
 //
-// Their text form is 8-4-4-4-12 hexadecimal digits of any letter case, without braces:
-// "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E". Exactly that is read: a text that says more or less is
-// refused, so that a slip of the pen never names something else.
+// The text form is 8-4-4-4-12 hexadecimal digits of any letter case, without braces:
+// "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E". Only the exact form is accepted, so that a typing error
+// never names another object.
 #pragma once
 
 #include <array>
@@ -53,7 +53,8 @@ inline constexpr std::size_t kGuidTextLength = 36;
     return guid;
 }
 
-// "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E"_guid; a malformed text does not compile.
+// Writes an identifier as "8DBDFEB0-52F4-4c1b-BA91-6A7B1CCC6D3E"_guid. A malformed text does not
+// compile.
 consteval Guid operator""_guid(const char* text, std::size_t length) {
     return ParseGuid({text, length}).value();
 }

@@ -14,7 +14,8 @@ namespace {
 
 using platform::kWaitForever;
 
-constexpr int kWorkerRound = 1000;  // milliseconds
+// Milliseconds; the round and the names of the mutexes are fixed.
+constexpr int kWorkerRound = 1000;
 constexpr int kStartRound = 10;
 
 [[nodiscard]] std::shared_ptr<platform::Mutex> CreateQueueMutex(const char* nameFormat) {
@@ -54,7 +55,7 @@ bool LoadQueue::Add(Resource& resource) {
 
 void LoadQueue::TakeOut(Resource& resource) {
     if (!resource.isQueued_) return;
-    RefPtr<Resource> taken;
+    RefPtr<Resource> taken;  // both are declared first, so dropped after the locks
     Dropped dropped;
     const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
     const std::size_t index = IndexOf(resource);
@@ -62,8 +63,10 @@ void LoadQueue::TakeOut(Resource& resource) {
     const bool wasHandedOver = index < handedOver_;
     taken = Remove(index);
     if (!wasHandedOver) return;
-    [[maybe_unused]] const bool wasReady =
-        resource.TryChangeState(ResourceState::Cached, ResourceState::Ready);
+    // Fails if a thread that could not wait has begun the load itself.
+    [[maybe_unused]] const bool isReady =
+        resource.TryMove(ResourceState::Cached, ResourceState::Ready);
+    // If the worker has taken the unit already, it finds one item less (LoadNext).
     [[maybe_unused]] const bool unitTaken = work_.Wait(0);
     {
         const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
@@ -100,7 +103,7 @@ void LoadQueue::ForgetRead(const Resource& resource) {
 }
 
 void LoadQueue::Step() {
-    std::vector<RefPtr<Resource>> read;
+    std::vector<RefPtr<Resource>> read;  // a copy: finishing calls listeners, which may come back
     {
         const ScopedLock hold(readLock_);
         read = read_;
@@ -140,7 +143,7 @@ void LoadQueue::LoadNext() {
         HandOver(dropped);
     }
     Load(*next);
-    // Let go of first: whoever waits may be the end of what the resource needs.
+    // Drop our hold before waking waiters: a waiter may be destroying something the resource uses.
     const Resource* const loaded = std::exchange(next, {}).Get();
     const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
     current_ = nullptr;
@@ -149,7 +152,8 @@ void LoadQueue::LoadNext() {
 
 void LoadQueue::Load(Resource& resource) {
     const LoadSlots::Claim claim = slots_.Begin(resource);
-    if (!claim || !resource.TryChangeState(ResourceState::Cached, ResourceState::Loading)) return;
+    // Nothing to do if another thread has loaded it while we waited for the claim.
+    if (!claim || !resource.TryMove(ResourceState::Cached, ResourceState::Loading)) return;
     if (!resource.LoadFromFile()) return;
     const ScopedLock hold(readLock_);
     read_.emplace_back(&resource);
@@ -157,10 +161,10 @@ void LoadQueue::Load(Resource& resource) {
 
 void LoadQueue::HandOver(Dropped& dropped) {
     while (handedOver_ < kMostHandedOver && handedOver_ < items_.size()) {
-        if (items_[handedOver_]->TryChangeState(ResourceState::Ready, ResourceState::Cached)) {
+        if (items_[handedOver_]->TryMove(ResourceState::Ready, ResourceState::Cached)) {
             ++handedOver_;
             work_.Unlock();
-        } else {
+        } else {  // loaded by a user, or retired by the bin, in the meantime
             dropped.push_back(Remove(handedOver_));
         }
     }

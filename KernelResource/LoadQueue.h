@@ -1,19 +1,19 @@
-// Loads resources ahead of their use, in a thread of its own.
+// Loads resources ahead of their use, in a separate thread.
 //
-// The queue holds up to 5,000 resources, first come, first served. The first eight of them are
-// handed over to the worker: they are in state Cached, and an Acquire waits for them. The others
-// stay Ready: whoever wants one of them just loads it, and the queue drops it. As the worker gets
-// on, more are handed over.
+// The queue holds up to 5,000 resources, first come, first served. The first eight are handed over
+// to the worker: they are in state Cached, and an Acquire waits for them. The others stay Ready: a
+// thread that acquires one loads it itself, and the queue drops it later. As the worker advances,
+// more are handed over.
 //
-// The worker reads a resource's file only (Resource::LoadFile). What it has read is in state Loaded
-// until an Acquire, or the next step of the thread that drives the resource system, finishes it.
-// The worker counts as one of the threads that may load at the same time (LoadSlots.h).
+// The worker only reads a resource's file (Resource::LoadFile). The resource is then in state
+// Loaded until an Acquire, or the next step of the thread that drives the resource system, finishes
+// it. The worker counts as one of the threads that may load at the same time (LoadSlots.h).
 //
-// A thread that acquires a queued resource from inside a load does not wait for the queue, in
-// which the resource may stand behind one that needs the outer one: it loads it itself.
+// A thread that acquires a queued resource from inside a load takes it out and loads it itself.
+// Waiting could deadlock: an earlier item of the queue may need the resource of the outer load.
 //
-// Threads: any; Step belongs to the thread that drives. Order of locks: items, access; what was
-// read has a lock of its own. No resource ends under them.
+// Threads: any; Step belongs to the thread that drives. Order of locks: items, access; the lock of
+// the read resources is independent. No resource is destroyed under them.
 #pragma once
 
 #include <cstddef>
@@ -33,24 +33,24 @@ public:
     static constexpr std::size_t kCapacity = 5000;
     static constexpr std::size_t kMostHandedOver = LoadSlots::kMost;
 
-    // Returns when the worker serves the queue, or could not be started: then it takes nothing.
+    // Returns once the worker serves the queue. If it cannot be started, the queue takes nothing.
     explicit LoadQueue(LoadSlots& slots);
-    // Waits for the load that the worker is in; nothing further is begun.
+    // Waits for the load that the worker is in; it begins no other.
     ~LoadQueue();
     LoadQueue(const LoadQueue&) = delete;
     LoadQueue& operator=(const LoadQueue&) = delete;
 
-    // False when the resource is not Ready, queued already, or does not fit.
+    // Appends a resource. False if it is not Ready or is queued already, or if the queue is full.
     bool Add(Resource& resource);
-    // Takes a resource out whose load has not begun; one that was handed over is Ready again.
+    // Takes out a resource whose load has not begun; one that was handed over is Ready again.
     void TakeOut(Resource& resource);
-    // Waits until a resource is neither handed over nor in the worker's hands; a thread that is
-    // inside a load takes it out instead.
+    // Waits until a resource is neither handed over nor being loaded by the worker. A thread that
+    // is inside a load takes it out instead.
     void Await(Resource& resource);
-    // Forgets that a resource was read and waits to be finished.
+    // Drops a resource from those that were read and wait to be finished.
     void ForgetRead(const Resource& resource);
-    // Finishes what the worker has read, but for resources that another thread just finishes, and
-    // while eight loads run.
+    // Finishes the resources the worker has read, except those another thread is finishing. Does
+    // nothing while all eight load slots are taken.
     void Step();
 
     [[nodiscard]] std::size_t Count();
@@ -60,22 +60,23 @@ private:
         const Resource* resource;
         std::shared_ptr<WEvent> done;
     };
-    // Resources to let go of outside of the locks.
+    // Holds to drop outside of the locks.
     using Dropped = std::vector<RefPtr<Resource>>;
 
     [[nodiscard]] std::uint32_t Serve();
     void LoadNext();
     void Load(Resource& resource);
-    // The next three under the items' lock.
+    // The next three need the items' lock.
     void HandOver(Dropped& dropped);
     [[nodiscard]] RefPtr<Resource> Remove(std::size_t index);
     [[nodiscard]] std::size_t IndexOf(const Resource& resource) const;  // or Count
-    // The waiting threads look again; under the access lock.
+    // Wakes the threads that wait for a resource; they check again. Needs the access lock.
     void Awaken(const Resource* resource);
 
     std::vector<RefPtr<Resource>> items_;  // the first handedOver_ of them are the worker's
     std::size_t handedOver_ = 0;
-    const Resource* current_ = nullptr;  // in the worker's hands; this and the next: access lock
+    const Resource* current_ =
+        nullptr;  // being loaded by the worker; this and the next: access lock
     std::vector<Waiter> waiters_;
     LoadSlots& slots_;
     Mutex itemsLock_;

@@ -21,7 +21,7 @@ LoadSlots::Claim LoadSlots::Begin(const Resource& resource) {
         const bool needsPlace = !IsCallerLoading();
         if (needsPlace && !places_.Wait(platform::kWaitForever)) return {};
         if (Claim claim = Occupy(resource, needsPlace)) return claim;
-        if (needsPlace) places_.Unlock();
+        if (needsPlace) places_.Unlock();  // another thread has claimed it while we waited
     }
 }
 
@@ -82,6 +82,8 @@ LoadSlots::Slot& LoadSlots::FindFree() {
     return slot == slots_.end() ? slots_.emplace_back() : *slot;
 }
 
+// Every thread waits for at most one load, so following the waits either ends or leads back to the
+// caller.
 bool LoadSlots::ClosesRing(const Slot& slot, ThreadId caller) const {
     for (const Slot* next = &slot; next->busy;) {
         if (next->owner == caller) return true;
@@ -101,7 +103,7 @@ void LoadSlots::End(Slot& slot) {
         hadPlace = slot.hasPlace;
         slot.ended.Set();
     }
-    if (hadPlace) places_.Unlock();
+    if (hadPlace) places_.Unlock();  // outside of the lock that a woken thread takes next
 }
 
 }  // namespace Vorn

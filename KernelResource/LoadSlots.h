@@ -1,12 +1,12 @@
-// Which resources are being loaded, by which threads: at most eight at a time, each by one thread.
+// Keeps track of which thread loads which resource: at most eight loads at a time, each resource by
+// one thread.
 //
-// A thread that wants a resource which another one is loading waits for the end of that load. A
-// thread that acquires a resource from inside a load goes on under the place that it has: the outer
-// load stands still meanwhile, and threads that wait for each other's places would wait for ever.
-// For the same reason a wait that would close a ring (each of two resources needs the other) is
-// refused.
+// A thread that wants a resource which another thread is loading waits for the end of that load. A
+// nested load reuses its thread's place: the outer load is suspended meanwhile, and waiting for
+// another place could deadlock. A wait that would close a ring (each of two loads needs the other's
+// resource) is refused for the same reason.
 //
-// Threads: any. A claim is ended by the thread that began it.
+// Threads: any. The thread that began a claim ends it.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ private:
     struct Slot;
 
 public:
-    // The right to load one resource, until it goes out of scope; may be empty.
+    // The right to load one resource, until it goes out of scope. May be empty.
     class Claim {
     public:
         Claim() = default;
@@ -50,13 +50,13 @@ public:
         Slot* slot_ = nullptr;
     };
 
-    // Waits for another thread's load of the resource, then for a place. Empty when the wait would
-    // never end.
+    // Waits for another thread's load of the resource, then for a place. Returns an empty claim if
+    // the wait would never end.
     [[nodiscard]] Claim Begin(const Resource& resource);
-    // The same without waiting; empty when the resource is being loaded or there is no place.
+    // Does not wait: returns an empty claim if the resource is being loaded or no place is free.
     [[nodiscard]] Claim TryBegin(const Resource& resource);
 
-    // Whether the calling thread is inside a load.
+    // Returns whether the calling thread is inside a load.
     [[nodiscard]] bool IsCallerLoading();
 
 private:
@@ -66,19 +66,19 @@ private:
         const Resource* resource = nullptr;
         bool busy = false;
         WEvent ended{true, false, nullptr};  // set while not busy
-        bool hasPlace = false;               // took a unit of the semaphore
+        bool hasPlace = false;  // took a unit of the semaphore, which a nested load does not
         ThreadId owner = 0;
-        int waiting = 0;  // threads that have yet to see the end; nobody claims the slot till then
+        int waiting = 0;  // threads that have yet to see the end; until then the slot is not reused
     };
 
     enum class OtherLoad { None, Ended, WouldNeverEnd };
     // Waits for a load of the resource that another thread runs.
     [[nodiscard]] OtherLoad AwaitOtherLoad(const Resource& resource);
-    // Empty when a load of the resource has begun meanwhile.
+    // Returns an empty claim if a load of the resource has begun meanwhile.
     [[nodiscard]] Claim Occupy(const Resource& resource, bool hasPlace);
     [[nodiscard]] Slot* FindBusy(const Resource& resource) VORN_REQUIRES(lock_);
     [[nodiscard]] Slot& FindFree() VORN_REQUIRES(lock_);
-    // Whether `slot` ends only after something that the caller does.
+    // Returns whether the load in `slot` waits, directly or not, for a load of the caller.
     [[nodiscard]] bool ClosesRing(const Slot& slot, ThreadId caller) const VORN_REQUIRES(lock_);
     void End(Slot& slot);
 

@@ -1,4 +1,4 @@
-// The resource database of one asset archive, or of a folder where there is no archive.
+// The resource database of one asset archive, or of a folder if the archive does not exist.
 #pragma once
 
 #include <string_view>
@@ -10,9 +10,9 @@ namespace Vorn {
 
 class NorvaneResourceDatabase final : public ResourceDatabase {
 public:
-    // Mounts the archive "<folder><name>.va" under the name, read-only; without `archiveExists`
-    // the folder "<folder><name>/", writable, which may be missing. Throws FileEx when that does
-    // not fit a path.
+    // Mounts the archive "<folder><name>.va" under the name, read-only. Without `archiveExists`,
+    // mounts the folder "<folder><name>/" instead, writable; it may be missing. Throws FileEx if
+    // the path is too long.
     NorvaneResourceDatabase(const InternedString& name, const InternedString& folder,
                             bool archiveExists);
     // Closes everything mounted under the name.
@@ -20,7 +20,7 @@ public:
 
     [[nodiscard]] bool ArchiveExists() const { return archiveExists_; }
 
-    // The archive's path.
+    // Returns the path of the archive.
     [[nodiscard]] static PathBuffer ArchivePath(std::string_view folder, std::string_view name);
 
 private:

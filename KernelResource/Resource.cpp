@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <exception>
+#include <string>
 
 #include "KernelResource/LoadSlots.h"
+#include "KernelResource/ResourceCore.h"
 #include "KernelResource/ResourceDatabase.h"
-#include "KernelResource/ResourceSystem.h"
 #include "kernel/Exceptions.h"
 #include "kernel/StartUp.h"
 #include "services/Log.h"
@@ -18,9 +19,22 @@ namespace {
            state == ResourceState::Inactive;
 }
 
-// Adds 1 to a counter when something begins to be true, takes 1 away when it ends.
+// Adds 1 to a counter if a condition begins to hold, takes 1 away if it ends.
 void CountChange(std::atomic<std::uint32_t>& counter, bool before, bool after) {
     if (before != after) counter += after ? 1U : ~0U;
+}
+
+void CountStates(ResourceState from, ResourceState to) {
+    ResourceAccounts& accounts = ResourceCore::Instance().Accounts();
+    CountChange(accounts.loaded, IsLoadedState(from), IsLoadedState(to));
+    CountChange(accounts.available, from == ResourceState::Available,
+                to == ResourceState::Available);
+}
+
+[[noreturn]] void ThrowBadMove(ResourceState from, ResourceState to) {
+    std::string text("A resource cannot move from state ");
+    text.append(NameOf(from)).append(" to ").append(NameOf(to));
+    throw Exception("KernelResource/Resource", __LINE__, text.c_str());
 }
 
 void LogFailure(const Resource& resource, const char* reason) {
@@ -28,8 +42,8 @@ void LogFailure(const Resource& resource, const char* reason) {
              reason);
 }
 
-// Runs one stage of a load. Whatever it throws (an assertion that was reported is no exception of
-// anybody's) must not end the queue's worker, or leave others waiting for this load.
+// Runs one stage of a load. Nothing it throws may end the queue's worker, or leave others waiting
+// for this load. A failed assertion throws a type of its own, which was reported already.
 template <typename Stage>
 [[nodiscard]] bool RunStage(const Resource& resource, Stage stage) {
     ResourceResult result = RES_RESOURCEOK;
@@ -53,60 +67,62 @@ Resource::Resource(ResourceDatabase* home, const InternedString& name)
     : name_(name),
       home_(home),
       creationTime_(static_cast<float>(GetTimeSeconds())),
-      lastUse_(ResourceSystem::Instance().CurrentTime()),
+      lastUse_(ResourceCore::Instance().CurrentTime()),
       state_(home ? ResourceState::None : ResourceState::Ready),
       sourceName_(name) {
-    ResourceSystem::Instance().Register(*this);
+    ResourceCore::Instance().Register(*this);
 }
 
 Resource::~Resource() {
-    ResourceSystem* const system = ResourceSystem::Find();
-    if (!system) return;
+    ResourceCore* const core = ResourceCore::Find();
+    if (!core) return;
     ForgetUses();
-    ChangeState(ResourceState::None);
-    system->Accounts().Remove(*this);
-    system->Unregister(*this);
+    CountStates(State(), ResourceState::None);
+    core->Accounts().Remove(*this);
+    core->Unregister(*this);
 }
 
 void Resource::Acquire(ResourceResult& result) {
-    ResourceSystem& system = ResourceSystem::Instance();
-    lastUse_ = system.CurrentTime();
-    system.AwaitQueuedLoad(*this);
+    ResourceCore& core = ResourceCore::Instance();
+    lastUse_ = core.CurrentTime();
+    core.AwaitQueuedLoad(*this);
     result = UseIfAvailable() ? RES_RESOURCEOK : LoadAndUse();
 }
 
 ResourceResult Resource::LoadAndUse() {
-    ResourceSystem& system = ResourceSystem::Instance();
-    const LoadSlots::Claim claim = system.Slots().Begin(*this);
+    ResourceCore& core = ResourceCore::Instance();
+    const LoadSlots::Claim claim = core.Slots().Begin(*this);
     if (!claim) return RES_LOCK_FAILED;
-    if (UseIfAvailable()) return RES_RESOURCEOK;  // another thread has loaded it meanwhile
+    if (UseIfAvailable()) return RES_RESOURCEOK;  // loaded while we waited for the claim
     switch (State()) {
         case ResourceState::Invalid:
             return RES_INVALID;
         case ResourceState::Delete:
             return RES_NOT_AVAILABLE;
         case ResourceState::Loaded:
-            system.ForgetRead(*this);
+            core.ForgetRead(*this);  // else the next step would finish it a second time
             return Finish(1, 1) ? RES_RESOURCEOK : RES_INVALID;
         default:
             if (!BeginLoading()) return RES_NOT_AVAILABLE;
+            // Fixed: an acquire that loads from the file is not counted as a use.
             return LoadFromFile() && Finish(1, 0) ? RES_RESOURCEOK : RES_FAILED_TO_LOAD;
     }
 }
 
-// The queue may take the resource meanwhile, which the caller's claim outdoes; or the bin, for
-// good.
+// The queue may hand the resource over, or take it back, between reading the state and the move:
+// then the move is tried again. Its worker loads nothing that another thread has claimed. The bin
+// may retire the resource, which is final.
 bool Resource::BeginLoading() {
     for (;;) {
         const ResourceState from = State();
-        if (from == ResourceState::Delete) return false;
-        if (TryChangeState(from, ResourceState::Loading)) return true;
+        if (!MayMove(from, ResourceState::Loading)) return false;
+        if (TryMove(from, ResourceState::Loading)) return true;
     }
 }
 
 bool Resource::LoadFromFile() {
     ++requests_;
-    ++ResourceSystem::Instance().Accounts().requests;
+    ++ResourceCore::Instance().Accounts().requests;
     const bool loaded = RunStage(*this, [this](ResourceResult& result) {
         if (!loadsFromDescription_) {
             LoadFile(result, sourceName_.Text());
@@ -116,39 +132,40 @@ bool Resource::LoadFromFile() {
             LoadDescription(result, description.Text());
         }
     });
-    ChangeState(loaded ? ResourceState::Loaded : ResourceState::Invalid);
+    Move(loaded ? ResourceState::Loaded : ResourceState::Invalid);
     return loaded;
 }
 
 bool Resource::Finish(std::uint32_t acquires, std::uint32_t uses) {
     if (!RunStage(*this, [this](ResourceResult& result) { FinishLoad(result); })) {
-        ChangeState(ResourceState::Invalid);
+        Move(ResourceState::Invalid);
         return false;
     }
     MakeAvailable(acquires, uses);
-    if (State() != ResourceState::Delete) OnAvailable();
+    if (State() != ResourceState::Delete) OnAvailable();  // an instant bin may have it already
     return true;
 }
 
-// The acquires are counted before the bin may see the resource: it unloads nothing that is in use.
+// The acquires are counted before the state changes. A bin that held the resource since before the
+// load looks at it without the home's lock, and unloads nothing that is in use.
 void Resource::MakeAvailable(std::uint32_t acquires, std::uint32_t uses) {
-    ResourceSystem& system = ResourceSystem::Instance();
-    system.Accounts().Add(*this);
+    ResourceCore& core = ResourceCore::Instance();
+    core.Accounts().Add(*this);
     bool unload = false;
     {
-        const ScopedLock hold(system.LockOf(*this));
-        ChangeState(ResourceState::Available);
+        const ScopedLock hold(core.LockOf(*this));
         acquires_ += acquires;
+        Move(ResourceState::Available);
         CountUses(uses);
-        if (references_ == 0 && !StaysLoaded()) unload = system.Bin().Add(*this);
+        if (references_ == 0 && !StaysLoaded()) unload = core.Bin().Add(*this);
     }
-    if (unload) system.Destroy(*this);
+    if (unload) core.Destroy(*this);
 }
 
 bool Resource::UseIfAvailable() {
-    ResourceSystem& system = ResourceSystem::Instance();
-    const ScopedLock hold(system.LockOf(*this));
-    if (State() == ResourceState::Inactive) system.Revalidate(*this);
+    ResourceCore& core = ResourceCore::Instance();
+    const ScopedLock hold(core.LockOf(*this));
+    if (State() == ResourceState::Inactive) core.Revalidate(*this);
     if (State() != ResourceState::Available) return false;
     ++acquires_;
     CountUses(1);
@@ -157,31 +174,24 @@ bool Resource::UseIfAvailable() {
 
 void Resource::CountUses(std::uint32_t uses) {
     if (uses == 0) return;
-    if (uses_.fetch_add(uses) == 0) ++ResourceSystem::Instance().Accounts().inUse;
+    if (uses_.fetch_add(uses) == 0) ++ResourceCore::Instance().Accounts().inUse;
 }
 
 void Resource::ForgetUses() {
-    if (uses_.exchange(0) != 0) --ResourceSystem::Instance().Accounts().inUse;
+    if (uses_.exchange(0) != 0) --ResourceCore::Instance().Accounts().inUse;
 }
 
 void Resource::ReleaseUse() {
     const RefPtr<Resource> holder(this);
-    ResourceSystem& system = ResourceSystem::Instance();
+    ResourceCore& core = ResourceCore::Instance();
     {
-        const ScopedLock hold(system.LockOf(*this));
+        const ScopedLock hold(core.LockOf(*this));
         if (acquires_ == 0 || --acquires_ != 0) return;
     }
-    system.OfferToBin(*this);
+    core.OfferToBin(*this);
 }
 
-bool Resource::TryLoad() {
-    const RefPtr<Resource> holder(this);
-    ResourceResult result = RES_RESOURCEOK;
-    Acquire(result);
-    if (result != RES_RESOURCEOK) return false;
-    ReleaseUse();
-    return true;
-}
+bool Resource::TryLoad() { return static_cast<bool>(ResourceUse(*this)); }
 
 void Resource::GetStatus(ResourceResult& result) const {
     switch (State()) {
@@ -199,7 +209,7 @@ void Resource::GetStatus(ResourceResult& result) const {
 
 void Resource::AddListener(ResourceListener& listener) {
     {
-        const ScopedLock hold(ResourceSystem::Instance().LockOf(*this));
+        const ScopedLock hold(ResourceCore::Instance().LockOf(*this));
         if (!wasAvailable_) {
             listeners_.push_back(&listener);
             return;
@@ -209,14 +219,14 @@ void Resource::AddListener(ResourceListener& listener) {
 }
 
 void Resource::RemoveListener(ResourceListener& listener) {
-    const ScopedLock hold(ResourceSystem::Instance().LockOf(*this));
+    const ScopedLock hold(ResourceCore::Instance().LockOf(*this));
     std::erase(listeners_, &listener);
 }
 
 void Resource::OnAvailable() {
     std::vector<ResourceListener*> listeners;
     {
-        const ScopedLock hold(ResourceSystem::Instance().LockOf(*this));
+        const ScopedLock hold(ResourceCore::Instance().LockOf(*this));
         wasAvailable_ = true;
         listeners = listeners_;
     }
@@ -242,10 +252,12 @@ void Resource::LoadDescription(ResourceResult& result, const char* /*fileName*/)
 
 void Resource::FinishLoad(ResourceResult& result) { result = RES_RESOURCEOK; }
 
+// A lookup that finds the resource in the bin brings it back before counting, so that no pass of
+// the bin can retire it after.
 bool Resource::AddReference() {
-    ResourceSystem& system = ResourceSystem::Instance();
-    const ScopedLock hold(system.LockOf(*this));
-    if (references_ == 0) system.Revalidate(*this);
+    ResourceCore& core = ResourceCore::Instance();
+    const ScopedLock hold(core.LockOf(*this));
+    if (references_ == 0) core.Revalidate(*this);
     if (State() == ResourceState::Delete) return false;
     if (++references_ == 1 && !Home()) AddRef();
     return true;
@@ -253,9 +265,9 @@ bool Resource::AddReference() {
 
 bool Resource::ReleaseReference() {
     const RefPtr<Resource> holder(this);
-    ResourceSystem& system = ResourceSystem::Instance();
+    ResourceCore& core = ResourceCore::Instance();
     {
-        const ScopedLock hold(system.LockOf(*this));
+        const ScopedLock hold(core.LockOf(*this));
         if (references_ == 0) return false;
         if (--references_ != 0) return true;
     }
@@ -263,31 +275,32 @@ bool Resource::ReleaseReference() {
         Release();
         return true;
     }
-    lastUse_ = system.CurrentTime();
-    system.OfferToBin(*this);
+    lastUse_ = core.CurrentTime();
+    core.OfferToBin(*this);
     return true;
 }
 
-void Resource::ChangeState(ResourceState to) {
-    const ResourceState from = state_.exchange(to);
-    ResourceAccounts& accounts = ResourceSystem::Instance().Accounts();
-    CountChange(accounts.loaded, IsLoadedState(from), IsLoadedState(to));
-    CountChange(accounts.available, from == ResourceState::Available,
-                to == ResourceState::Available);
+bool Resource::TryMove(ResourceState from, ResourceState to) {
+    if (!MayMove(from, to)) ThrowBadMove(from, to);
+    ResourceState seen = from;
+    if (!state_.compare_exchange_strong(seen, to)) return false;
+    CountStates(from, to);
     if (to == ResourceState::Inactive || to == ResourceState::Delete) ForgetUses();
+    return true;
 }
 
-bool Resource::TryChangeState(ResourceState from, ResourceState to) {
-    return state_.compare_exchange_strong(from, to);
+void Resource::Move(ResourceState to) {
+    const ResourceState from = State();
+    if (!TryMove(from, to)) ThrowBadMove(State(), to);
 }
 
 RedirResource::RedirResource(ResourceDatabase* home, const InternedString& name, Resource& target)
     : Resource(home, name), target_(&target) {
-    ResourceSystem::Instance().Link(target, *this);
+    ResourceCore::Instance().Link(target, *this);
 }
 
 RedirResource::~RedirResource() {
-    if (ResourceSystem* system = ResourceSystem::Find()) system->Unlink(*target_, *this);
+    if (ResourceCore* core = ResourceCore::Find()) core->Unlink(*target_, *this);
 }
 
 Resource& FollowRedirects(Resource& resource) {

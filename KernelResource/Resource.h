@@ -1,27 +1,27 @@
 // A loadable asset known to a resource database.
 //
-// It is made unloaded, loaded when a user acquires it (or by the load queue), and handed to the
-// resource system's bin when nobody references it any more, which unloads and destroys it.
+// It is made unloaded, and loaded when a user acquires it or by the load queue. Once it has no
+// references, the resource system's bin receives it, unloads it and destroys it. ResourceState.h
+// has its states.
 //
-// Who holds what:
-// - References keep a resource in its database. GetResource gives one, ReleaseResource takes it.
-// - Acquires say that its content is in use. What is acquired is not unloaded.
-// - Holders (RefPtr) keep the object in memory: its database's table, the redirects that stand for
-//   it, the load queue and the bin. A resource lives on the heap (MakeResource), with its maker
-//   as the first holder.
+// Three counts, each for its own purpose:
+// - References keep a resource in its database. GetResource adds one, ReleaseResource takes one.
+// - Acquires keep its content loaded (ResourceUse).
+// - Holders (RefPtr) keep the object in memory: its database's table, the redirects to it, the load
+//   queue and the bin. A resource lives on the heap (MakeResource); its maker is the first holder.
 //
 // Decided here:
 // - An acquire brings an inactive resource back from the bin, as a lookup does.
 // - A load that throws has failed; the log has the reason.
 // - Acquiring a resource from inside its own load, and rings of such loads over several threads,
-//   give RES_LOCK_FAILED. One that the bin is destroying gives RES_NOT_AVAILABLE.
+//   give RES_LOCK_FAILED. A resource that the bin is destroying gives RES_NOT_AVAILABLE.
 // - Listeners are called on the thread that finishes the load (the one that acquires, or the one
-//   that drives the resource system), and may acquire and release. One that is removed on another
-//   thread may just be being called.
+//   that drives the resource system), and may acquire and release. RemoveListener does not wait for
+//   a call that runs on another thread.
 //
-// Threads: any. References, acquires and the passage to and from the bin are guarded by the home
-// database's lock. Loads, listeners and destructors run outside of all locks. Resources end before
-// the resource system.
+// Threads: any. The home database's lock guards references, acquires and the passage to and from
+// the bin. Loads, listeners and destructors run outside of all locks. Resources end before the
+// resource system.
 #pragma once
 
 #include <atomic>
@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "KernelResource/ResourceCodes.h"
+#include "KernelResource/ResourceState.h"
 #include "kernel/InternedString.h"
 #include "kernel/ReferenceCount.h"
 
@@ -38,7 +39,7 @@ namespace Vorn {
 class RedirResource;
 class Resource;
 class ResourceDatabase;
-class ResourceSystem;
+class ResourceCore;
 class ResourceType;
 
 class ResourceListener {
@@ -51,59 +52,62 @@ protected:
 
 class Resource {
 public:
-    // `home` is the database that makes it, or null.
+    // `home` is the database that makes it, or null. Throws Exception if there is no resource
+    // system.
     Resource(ResourceDatabase* home, const InternedString& name);
     Resource(const Resource&) = delete;
     Resource& operator=(const Resource&) = delete;
 
-    // The virtual operations, in slot order.
+    // The virtual operations, in slot order, which is fixed.
 
-    // Loads the resource if need be, waiting for a load that is queued or runs elsewhere. On
-    // RES_RESOURCEOK it is in use until ReleaseUse. A first load that fails gives
-    // RES_FAILED_TO_LOAD, every acquire after that RES_INVALID.
+    // Loads the resource if necessary, waiting for a load that is queued or runs on another thread.
+    // On RES_RESOURCEOK it is in use until ReleaseUse. A load that fails gives RES_FAILED_TO_LOAD
+    // and is not tried again: every later acquire gives RES_INVALID. Prefer ResourceUse.
     virtual void Acquire(ResourceResult& result);
     // Undoes one Acquire.
     virtual void ReleaseUse();
-    // Whether it is loaded now or can be.
+    // Loads the resource and returns whether that succeeded; it is not in use afterwards.
     [[nodiscard]] virtual bool TryLoad();
-    // RES_RESOURCEOK, RES_FAILED_TO_LOAD, or RES_PARTIAL_LOAD for anything between.
+    // Gives RES_RESOURCEOK when available, RES_FAILED_TO_LOAD when invalid, and RES_PARTIAL_LOAD in
+    // any other state.
     virtual void GetStatus(ResourceResult& result) const;
-    // Seconds of the bin's clock; the bin sets it when the resource enters.
+    // Sets when the resource expires, in seconds of the bin's clock. Called by the bin.
     virtual void SetExpiry(float seconds) { expiry_ = seconds; }
-    // Tells the listener when the resource is available, at once if it has been before. Borrowed
-    // until it is removed or the resource ends.
+    // Calls the listener when the resource becomes available, or at once if it ever was. The
+    // listener is borrowed until it is removed or the resource ends.
     virtual void AddListener(ResourceListener& listener);
     virtual void RemoveListener(ResourceListener& listener);
     virtual ~Resource();
-    // A further resource of this kind, from the same source and for the same database, which does
-    // not list it. Null for one that no type made.
+    // Makes another resource of this kind, with the same source and home. The home's table does not
+    // list it. Null if no type made this one.
     [[nodiscard]] virtual RefPtr<Resource> Duplicate();
-    // For classes that can load: reads what `fileName` (a qualified name) holds. On any thread,
-    // the load queue's among them.
+    // Reads the file `fileName`, a qualified name. Called on any thread, including the load
+    // queue's. The base gives RES_NO_LOAD_METHOD; classes that can load override it.
     virtual void LoadFile(ResourceResult& result, const char* fileName);
-    // The same from a description, `fileName` ending in ".txt".
+    // Reads a description instead; `fileName` ends in ".txt".
     virtual void LoadDescription(ResourceResult& result, const char* fileName);
-    // The second stage, after either: on a thread that acquires or drives, never the queue's.
+    // Does the second stage, after either: on a thread that acquires or drives, never the queue's.
     virtual void FinishLoad(ResourceResult& result);
     // Calls the listeners. Overriders call this one.
     virtual void OnAvailable();
-    // Whether the bin never gets the resource: it stays loaded until its database ends.
+    // Returns true to keep the resource from the bin, so that it stays loaded until its database
+    // ends.
     [[nodiscard]] virtual bool StaysLoaded() const { return false; }
-    // Bytes, -1 while unknown. Asked until known, then remembered; both count for the memory
-    // budget.
+    // Return bytes, or -1 while unknown. Called until known, then remembered. Both sizes count for
+    // the memory budget.
     [[nodiscard]] virtual int GetDataSize() { return -1; }
     [[nodiscard]] virtual int GetSecondSize() { return 0; }
-    // The resource for which this one stands, or null.
+    // Returns the resource that this one stands for, or null.
     [[nodiscard]] virtual Resource* GetTarget() const { return nullptr; }
-    // Frees what loading made, if a load was tried; the destructor follows soon. Must not wait for
-    // other threads.
+    // Frees what a load has made. Called before the destructor if a load was tried. Must not wait
+    // for other threads.
     virtual void ReleaseData() {}
 
-    // One reference more. False for a resource that the bin is destroying.
+    // Adds a reference. False if the bin is destroying the resource.
     [[nodiscard]] bool AddReference();
-    // One less; false when there was none. Without the last one, a resource with a home passes to
-    // the bin as soon as it is not in use, whether or not it was ever loaded. Where there is no
-    // home, the references are a holder.
+    // Takes one; false if there was none. After the last one, a resource with a home passes to the
+    // bin as soon as it is not in use, whether or not it was ever loaded. Without a home, all
+    // references together are one holder.
     bool ReleaseReference();
 
     // Holders, for RefPtr.
@@ -116,46 +120,52 @@ public:
     [[nodiscard]] const InternedString& SourceName() const { return sourceName_; }
     [[nodiscard]] ResourceDatabase* Home() const { return home_; }
     [[nodiscard]] ResourceState State() const { return state_; }
-    [[nodiscard]] float CreationTime() const { return creationTime_; }  // of GetTimeSeconds
-    [[nodiscard]] float LastUse() const { return lastUse_; }  // of the resource system's clock
+    [[nodiscard]] float CreationTime() const { return creationTime_; }  // by GetTimeSeconds
+    [[nodiscard]] float LastUse() const { return lastUse_; }  // by the resource system's clock
     [[nodiscard]] float Expiry() const { return expiry_; }
     [[nodiscard]] std::uint32_t ReferenceCount() const { return references_; }
     [[nodiscard]] std::uint32_t HolderCount() const { return holders_; }
     [[nodiscard]] std::uint32_t UseCount() const { return uses_; }  // acquires since available
     [[nodiscard]] std::uint32_t AcquireCount() const { return acquires_; }  // not yet released
     [[nodiscard]] std::uint32_t RequestCount() const { return requests_; }  // load attempts
-    // Whether the content is needed: somebody acquired it.
+    // Returns whether the content is needed.
     [[nodiscard]] bool IsInUse() const { return acquires_ != 0; }
     [[nodiscard]] bool IsRedirect() const { return GetTarget() != nullptr; }
     [[nodiscard]] bool LoadsFromDescription() const { return loadsFromDescription_; }
-    // The database whose GetResource gave it last; null before, and when that database has ended.
+    // Returns the database whose GetResource returned it last; null before, and once that database
+    // has ended.
     [[nodiscard]] ResourceDatabase* LastGivenBy() const { return lastGivenBy_; }
 
 private:
     friend class LoadQueue;
     friend class ResourceAccounts;
     friend class ResourceBin;
+    friend class ResourceCore;
     friend class ResourceDatabase;
-    friend class ResourceSystem;
     friend class ResourceTypes;
 
-    // Loading, with the resource claimed.
+    // Claims the resource, loads it and acquires it.
     [[nodiscard]] ResourceResult LoadAndUse();
-    // False for a resource that the bin is destroying.
+    // Moves to Loading. False if the bin is destroying the resource. This and the next two need the
+    // caller's claim.
     [[nodiscard]] bool BeginLoading();
     [[nodiscard]] bool LoadFromFile();
-    // Finishes a load whose file was read; on success the caller has acquired the resource
+    // Finishes a load whose file was read. On success the caller has acquired the resource
     // `acquires` times and used it `uses` times.
     [[nodiscard]] bool Finish(std::uint32_t acquires, std::uint32_t uses);
     void MakeAvailable(std::uint32_t acquires, std::uint32_t uses);
-    // Acquires the resource if it is loaded.
+    // Acquires the resource if it is available, or inactive in the bin.
     [[nodiscard]] bool UseIfAvailable();
     void CountUses(std::uint32_t uses);
     void ForgetUses();
 
-    // Counts for the system what the states mean.
-    void ChangeState(ResourceState to);
-    [[nodiscard]] bool TryChangeState(ResourceState from, ResourceState to);
+    // All changes of state go through TryMove, which also keeps the accounts. It returns false, and
+    // changes nothing, if the resource is not in state `from`. Throws Exception for a move that
+    // ResourceState.h does not have.
+    [[nodiscard]] bool TryMove(ResourceState from, ResourceState to);
+    // Moves from the present state. Only for a caller whose lock or claim keeps others from moving
+    // the resource; throws Exception if one did all the same.
+    void Move(ResourceState to);
 
     const InternedString name_;
     std::atomic<ResourceDatabase*> home_;
@@ -168,7 +178,7 @@ private:
     std::vector<ResourceListener*> listeners_;  // under the home's lock, with wasAvailable_
     bool wasAvailable_ = false;
     ResourceType* type_ = nullptr;
-    std::vector<RedirResource*> redirects_;  // kept by the resource system, under its lists' lock
+    std::vector<RedirResource*> redirects_;  // under the core's lists lock
     InternedString sourceName_;
     std::atomic<std::uint32_t> uses_ = 0;
     std::atomic<std::uint32_t> requests_ = 0;
@@ -182,15 +192,35 @@ private:
     std::atomic<ResourceDatabase*> lastGivenBy_ = nullptr;
 };
 
-// Makes a resource with the caller as its one holder.
+// Makes a resource whose one holder is the returned pointer.
 template <typename T, typename... Arguments>
 [[nodiscard]] RefPtr<Resource> MakeResource(Arguments&&... arguments) {
     RefPtr<Resource> made(new T(std::forward<Arguments>(arguments)...));
-    made->Release();  // the hold that it was made with
+    made->Release();  // the hold it was made with
     return made;
 }
 
-// A resource that stands for another one: under its name a database gives out the target.
+// Keeps a resource loaded while it lives: acquires it, and releases it at the end if that
+// succeeded. It also holds the object, but adds no reference. One thread at a time.
+class ResourceUse {
+public:
+    explicit ResourceUse(Resource& resource) : resource_(&resource) { resource.Acquire(result_); }
+    ResourceUse(ResourceUse&&) noexcept = default;
+    ResourceUse& operator=(ResourceUse&&) = delete;
+    ~ResourceUse() {
+        if (*this) resource_->ReleaseUse();
+    }
+
+    // True if the resource is in use.
+    explicit operator bool() const { return resource_ && result_ == RES_RESOURCEOK; }
+    [[nodiscard]] ResourceResult Result() const { return result_; }
+
+private:
+    RefPtr<Resource> resource_;  // null once moved from
+    ResourceResult result_ = RES_RESOURCEOK;
+};
+
+// A resource that stands for another one: its database gives out the target under its name.
 class RedirResource final : public Resource {
 public:
     // Becomes a holder of `target`.
@@ -202,7 +232,7 @@ private:
     const RefPtr<Resource> target_;
 };
 
-// The resource at the end of all redirects.
+// Returns the resource at the end of all redirects.
 [[nodiscard]] Resource& FollowRedirects(Resource& resource);
 
 }  // namespace Vorn

@@ -1,4 +1,4 @@
-// What the resource system counts: resources by what they are doing, and the memory they take.
+// Counts the resources by what they are doing, and the memory they take.
 //
 // Threads: any.
 #pragma once
@@ -14,14 +14,14 @@ class Resource;
 
 class ResourceAccounts {
 public:
-    std::atomic<std::uint32_t> resources = 0;  // that exist
+    std::atomic<std::uint32_t> resources = 0;  // in existence
     std::atomic<std::uint32_t> requests = 0;   // load attempts so far
-    std::atomic<std::uint32_t> loaded = 0;     // whose file was read
-    std::atomic<std::uint32_t> available = 0;
-    std::atomic<std::uint32_t> inUse = 0;  // acquired since they became available
+    std::atomic<std::uint32_t> loaded = 0;     // states Loaded, Available and Inactive
+    std::atomic<std::uint32_t> available = 0;  // state Available
+    std::atomic<std::uint32_t> inUse = 0;      // acquired since they became available
 
-    // Counts the resource and its two sizes. One that is counted already is only brought up to
-    // date: sizes that are not known yet count for nothing.
+    // Adds the resource and its two sizes, or brings one that was added before up to date. Sizes
+    // that are not known yet count as 0.
     void Add(Resource& resource);
     void Remove(Resource& resource);
 

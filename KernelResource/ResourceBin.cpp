@@ -1,25 +1,42 @@
 #include "KernelResource/ResourceBin.h"
 
-#include "KernelResource/ResourceSystem.h"
+#include "KernelResource/ResourceCore.h"
 
 namespace Vorn {
 
-void ResourceBin::Remove(Resource& resource) { system_.Accounts().Remove(resource); }
+void ResourceBin::Remove(Resource& resource) {
+    ResourceCore::Instance().Accounts().Remove(resource);
+}
+
+void ResourceBin::Shelve(Resource& resource) {
+    if (resource.State() == ResourceState::Available) resource.Move(ResourceState::Inactive);
+}
+
+void ResourceBin::Unshelve(Resource& resource) {
+    if (resource.State() == ResourceState::Inactive) resource.Move(ResourceState::Available);
+}
 
 bool ResourceBin::Retire(Resource& resource) {
+    // The state is read before the acquires. A bin retires without the home's lock what it held
+    // since before its load; that load counts its acquires before it makes the resource available,
+    // so whoever sees the new state here sees the acquires too.
+    const ResourceState from = resource.State();
     if (resource.IsInUse() || resource.isQueued_) return false;
-    switch (resource.State()) {
+    switch (from) {
+        case ResourceState::Ready:
         case ResourceState::Available:
         case ResourceState::Inactive:
-            resource.ChangeState(ResourceState::Delete);
-            return true;
-        case ResourceState::Ready:
-            // A load on another thread takes no lock that is held here: only one of both succeeds.
-            return resource.TryChangeState(ResourceState::Ready, ResourceState::Delete);
+            return resource.TryMove(from, ResourceState::Delete);
         default:
             return false;
     }
 }
+
+CriticalSection& ResourceBin::LockOf(const Resource& resource) {
+    return ResourceCore::Instance().LockOf(resource);
+}
+
+void ResourceBin::Destroy(Resource& resource) { ResourceCore::Instance().Destroy(resource); }
 
 bool ResourceBinInstant::Add(Resource& resource) {
     if (!Retire(resource)) return false;

@@ -1,59 +1,64 @@
-// Decides when resources that nobody references any more are unloaded.
+// Decides when resources without references are unloaded.
 //
-// One bin at a time, owned by the resource system, which alone calls it.
+// The resource system owns one bin at a time, and it alone calls it.
 #pragma once
 
 #include "KernelResource/Resource.h"
 
 namespace Vorn {
 
+class CriticalSection;
 class OptionList;
 
 class ResourceBin {
 public:
-    explicit ResourceBin(ResourceSystem& system) : system_(system) {}
+    ResourceBin() = default;
     ResourceBin(const ResourceBin&) = delete;
     ResourceBin& operator=(const ResourceBin&) = delete;
 
-    // The virtual operations, in slot order.
+    // The virtual operations, in slot order, which is fixed.
 
-    // What the bin holds is destroyed with it, unless it is in use: that is available again.
+    // Destroys what the bin holds, except for what is in use: that becomes available again.
     virtual ~ResourceBin() = default;
-    // Before first use; `options` may be null.
+    // Called once, before anything else. `options` may be null.
     virtual void Configure(const OptionList* options) = 0;
-    // Takes a resource out that the bin holds, so that it can be used again. False when the bin
-    // does not hold it. Called under the lock of the resource's home.
+    // Takes a resource that the bin holds out of it, to be used again. False if the bin does not
+    // hold it. The caller holds the lock of the resource's home.
     [[nodiscard]] virtual bool Reclaim(Resource& resource) = 0;
     // Takes a resource out of the memory accounting.
     virtual void Remove(Resource& resource);
-    // Receives a resource without references that is available or was not loaded yet; it may hold
-    // it already. True when the bin does not keep it: it is in state Delete and the caller destroys
-    // it. Called under the lock of the resource's home.
+    // Receives a resource without references that is available, or was never loaded. The bin may
+    // hold it already. True if the bin does not keep it: then it is in state Delete and the caller
+    // destroys it. The caller holds the lock of the resource's home.
     [[nodiscard]] virtual bool Add(Resource& resource) = 0;
-    // Time has passed: unloads what is due. Called without locks.
+    // Lets time pass and unloads what is due. Called without locks.
     virtual void Process(float elapsedSeconds) = 0;
-    // There is more in memory than the budget allows: the next pass unloads sooner.
+    // Asks for the next pass to unload sooner: memory is above the budget.
     virtual void RelieveMemory() {}
 
 protected:
-    [[nodiscard]] ResourceSystem& System() const { return system_; }
-    static void SetState(Resource& resource, ResourceState state) { resource.ChangeState(state); }
-    // Puts a resource into state Delete, from which no load brings it back. False, and nothing
-    // done, for one that is in use, queued or being loaded.
+    // The moves of a bin (ResourceState.h).
+
+    // Makes an available resource inactive; one that was never loaded keeps its state, in which a
+    // load or a lookup finds it.
+    static void Shelve(Resource& resource);
+    // Makes an inactive resource available again; leaves one in any other state as it is.
+    static void Unshelve(Resource& resource);
+    // Moves a resource to state Delete. False, and nothing is done, if it is in use, queued or
+    // being loaded.
     [[nodiscard]] static bool Retire(Resource& resource);
 
-private:
-    ResourceSystem& system_;
+    [[nodiscard]] static CriticalSection& LockOf(const Resource& resource);  // of its home
+    // Frees a retired resource. Needs a hold on it, and no lock.
+    static void Destroy(Resource& resource);
 };
 
-// The bin that holds nothing: a resource whose last user releases it is unloaded at once.
+// The bin that holds nothing: it unloads a resource as soon as its last user has released it.
 class ResourceBinInstant final : public ResourceBin {
 public:
-    using ResourceBin::ResourceBin;
-
     void Configure(const OptionList* /*options*/) override {}
     [[nodiscard]] bool Reclaim(Resource& /*resource*/) override { return false; }
-    // A resource in use is left as it is; it comes back when its last user has released it.
+    // Leaves a resource in use as it is; it comes back when its last user has released it.
     [[nodiscard]] bool Add(Resource& resource) override;
     void Process(float /*elapsedSeconds*/) override {}
 };

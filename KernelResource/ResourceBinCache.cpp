@@ -5,21 +5,21 @@
 #include <cmath>
 #include <string_view>
 
-#include "KernelResource/ResourceSystem.h"
 #include "platform/Clock.h"
 #include "services/OptionList.h"
 
 namespace Vorn {
 namespace {
 
-constexpr double kPassInterval = 0.5;  // seconds
+// Fixed defaults; times are in seconds.
+constexpr double kPassInterval = 0.5;
 constexpr double kAge = 10.0;
-constexpr double kJitter = 2.0;
-constexpr double kRelief = 5.0;
-constexpr double kPassFraction = 0.1;
+constexpr double kJitter = 2.0;        // spreads the expiries of what was released together
+constexpr double kRelief = 5.0;        // how far ahead a pass looks under memory pressure
+constexpr double kPassFraction = 0.1;  // of what is held
 constexpr int kMostPerPass = 5;
 
-// The decimal number at the start of a text; 0 without a finite one.
+// Returns the decimal number at the start of a text, or 0 if it is not finite or there is none.
 [[nodiscard]] double ReadNumber(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     if (text.starts_with('+')) text.remove_prefix(1);
@@ -35,13 +35,12 @@ constexpr int kMostPerPass = 5;
 
 }  // namespace
 
-ResourceBinCache::ResourceBinCache(ResourceSystem& system)
-    : ResourceBin(system), randomState_(platform::TickMilliseconds() + 10) {
+ResourceBinCache::ResourceBinCache() : randomState_(platform::TickMilliseconds() + 10) {
     Configure(nullptr);
 }
 
 ResourceBinCache::~ResourceBinCache() {
-    Held held;
+    Held held;  // a home's lock is taken outside of the bin's
     {
         const ScopedLock hold(lock_);
         held.swap(held_);
@@ -50,13 +49,11 @@ ResourceBinCache::~ResourceBinCache() {
     for (const auto& [expiry, resource] : held) {
         bool retired = false;
         {
-            const ScopedLock hold(System().LockOf(*resource));
+            const ScopedLock hold(LockOf(*resource));
             retired = Retire(*resource);
-            if (!retired && resource->State() == ResourceState::Inactive) {
-                SetState(*resource, ResourceState::Available);
-            }
+            if (!retired) Unshelve(*resource);
         }
-        if (retired) System().Destroy(*resource);
+        if (retired) Destroy(*resource);
     }
 }
 
@@ -75,10 +72,8 @@ void ResourceBinCache::Configure(const OptionList* options) {
 }
 
 bool ResourceBinCache::Add(Resource& resource) {
-    // Accounted since it became available. One that was not loaded keeps its state, by which a
-    // load or a lookup finds it as it was.
-    if (resource.State() == ResourceState::Available) SetState(resource, ResourceState::Inactive);
-    const RefPtr<Resource> holder(&resource);
+    Shelve(resource);
+    const RefPtr<Resource> holder(&resource);  // the bin's old hold may be the last one
     [[maybe_unused]] const bool wasHeld = Reclaim(resource);
     const ScopedLock hold(lock_);
     const double expiry = clock_ + age_ + NextRandom() * kJitter;
@@ -88,7 +83,7 @@ bool ResourceBinCache::Add(Resource& resource) {
 }
 
 bool ResourceBinCache::Reclaim(Resource& resource) {
-    RefPtr<Resource> held;  // let go of outside the lock
+    RefPtr<Resource> held;  // declared first, so dropped after the lock
     const ScopedLock hold(lock_);
     const auto place = places_.find(&resource);
     if (place == places_.end()) return false;
@@ -100,7 +95,7 @@ bool ResourceBinCache::Reclaim(Resource& resource) {
 
 void ResourceBinCache::Process(float elapsedSeconds) {
     std::vector<RefPtr<Resource>> due;
-    std::vector<RefPtr<Resource>> spared;  // let go of outside of the lock
+    std::vector<RefPtr<Resource>> spared;  // dropped, like `due`, after the lock
     {
         const ScopedLock hold(lock_);
         clock_ += elapsedSeconds;
@@ -110,7 +105,7 @@ void ResourceBinCache::Process(float elapsedSeconds) {
     }
     for (const RefPtr<Resource>& resource : due) {
         Remove(*resource);
-        System().Destroy(*resource);
+        Destroy(*resource);
     }
 }
 
@@ -125,6 +120,7 @@ std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue(std::vector<RefPtr<Resou
     int left = many ? tenth : mostPerPass_;
     for (auto place = held_.begin(); place != held_.end() && left > 0; --left) {
         if (place->first - lead > clock_) break;
+        // Not retired and not spared: an acquired resource stays until it is released.
         Resource& resource = *place->second;
         if (resource.IsInUse()) {
             ++place;
@@ -152,13 +148,13 @@ double ResourceBinCache::Clock() const {
     return clock_;
 }
 
-// state = state * 16807 mod (2^32 - 1), by Schrage's method.
+// state = state * 16807 mod (2^32 - 1), by Schrage's method, which needs no wider product.
 double ResourceBinCache::NextRandom() {
     constexpr std::uint32_t kQuotient = 255546;
     constexpr std::uint32_t kRemainder = 5673;
     std::int64_t next = std::int64_t{16807} * (randomState_ % kQuotient) -
                         std::int64_t{kRemainder} * (randomState_ / kQuotient);
-    if (next <= 0) --next;  // plus 2^32 - 1, in 32 bits
+    if (next <= 0) --next;  // adds 2^32 - 1, in 32 bits
     randomState_ = static_cast<std::uint32_t>(next);
     return randomState_ * 0x1p-32;
 }

@@ -1,19 +1,19 @@
-// The bin that keeps resources for a while, in case somebody wants them again.
+// The bin that keeps resources for a while, in case they are wanted again.
 //
-// Each resource that enters gets an expiry of about ten seconds. A pass, twice a second, unloads
-// those that are due, the earliest first: a few at a time, more of them and a little early when
-// there are many.
+// Each resource that enters expires after about ten seconds. A pass, twice a second, unloads those
+// that have expired, the earliest first. It considers five, or a tenth of all if that is more; then
+// it also looks a little ahead of the clock.
 //
 // Options: ResourceBinProcessTime (seconds between passes, 0.5), ResourceBinOldest (seconds until
-// the expiry, 10), ResourceBinMaxDeleted (at most so many a pass, 5; below 1 counts as 1). The
-// first two are decimal numbers; a value that is none reads as 0.
+// the expiry, 10), ResourceBinMaxDeleted (resources that a pass considers, 5; below 1 counts as 1).
+// The first two are decimal numbers; any other value reads as 0.
 //
 // Decided here: memory above the budget lets the next pass unload what would expire within five
-// seconds. A resource that is in use counts for a pass's few and is passed over.
+// seconds. A resource in use is skipped, but counts as considered.
 //
-// Costs: logarithmic in what is held for entering and leaving; a pass costs what it considers.
+// Costs: logarithmic in the resources held to enter and to leave; a pass costs what it considers.
 //
-// Threads: any. The lock is taken inside a database's lock, and nothing is taken inside it.
+// Threads: any. The lock is taken inside a database's lock, and no lock is taken inside it.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ namespace Vorn {
 
 class ResourceBinCache final : public ResourceBin {
 public:
-    explicit ResourceBinCache(ResourceSystem& system);
+    ResourceBinCache();
     ~ResourceBinCache() override;
 
     void Configure(const OptionList* options) override;
@@ -38,15 +38,16 @@ public:
     void RelieveMemory() override;
 
     [[nodiscard]] std::size_t HeldCount() const;
-    [[nodiscard]] double Clock() const;  // seconds, the sum of what Process was told
+    [[nodiscard]] double Clock() const;  // seconds, the sum of what Process was given
 
 private:
     using Held = std::multimap<double, RefPtr<Resource>>;  // by expiry
 
-    // What is to be unloaded now, and what leaves the bin because it is being loaded after all.
+    // Takes out what a pass unloads. What cannot be retired, because it is being loaded after all,
+    // leaves the bin through `spared`.
     [[nodiscard]] std::vector<RefPtr<Resource>> TakeDue(std::vector<RefPtr<Resource>>& spared)
         VORN_REQUIRES(lock_);
-    // A number in [0, 1).
+    // Returns a number in [0, 1).
     [[nodiscard]] double NextRandom() VORN_REQUIRES(lock_);
 
     mutable CriticalSection lock_{"ResourceBinCache"};

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "KernelResource/ResourceSystem.h"
+#include "KernelResource/ResourceCore.h"
 #include "KernelResource/SearchHandle.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
@@ -17,7 +17,7 @@ namespace {
 constexpr int kMostRedirects = 16;
 constexpr std::string_view kDescription = ".txt";
 
-// The next of several names between ';', taken off the front.
+// Takes the next of several names between ';' off the front.
 [[nodiscard]] InternedString TakeAlternative(std::string_view& names) {
     const std::size_t end = std::min(names.find(';'), names.size());
     InternedString name = Intern(names.substr(0, end));
@@ -25,7 +25,7 @@ constexpr std::string_view kDescription = ".txt";
     return name;
 }
 
-// The path of a name under a folder; null when it does not fit a path.
+// Returns the path of a name under a folder; null if it is too long for one.
 [[nodiscard]] InternedString PathOf(const InternedString& folder, const InternedString& name) try {
     PathBuffer path{folder.View()};
     AppendPathComponent(path, name.View());
@@ -37,41 +37,44 @@ constexpr std::string_view kDescription = ".txt";
 }  // namespace
 
 ResourceDatabase::ResourceDatabase(const InternedString& name) : name_(name) {
-    ResourceSystem::Instance().Register(*this);
+    ResourceCore::Instance().Register(*this);
 }
 
 ResourceDatabase::~ResourceDatabase() {
     EndLoads();
-    ResourceSystem& system = ResourceSystem::Instance();
+    ResourceCore& core = ResourceCore::Instance();
     const std::vector<RefPtr<Resource>> resources = Resources();
-    std::vector<RefPtr<Resource>> detached;  // let go of outside of the locks
+    std::vector<RefPtr<Resource>> detached;  // dropped outside of the locks
     {
-        const ScopedLock detaching(system.DetachingLock());
+        const ScopedLock detaching(core.DetachingLock());
         Table table;
         {
             const ScopedLock hold(lock_);
             for (const RefPtr<Resource>& resource : resources) {
-                system.Revalidate(*resource);
-                resource->ChangeState(ResourceState::Delete);
+                core.Revalidate(*resource);
+                // The bin may be destroying it on the driving thread.
+                if (resource->State() != ResourceState::Delete) {
+                    resource->Move(ResourceState::Delete);
+                }
                 resource->references_ = 0;
             }
             table.swap(resources_);
         }
         for (const RefPtr<Resource>& resource : resources) {
-            system.DetachRedirects(*resource, detached);
+            core.DetachRedirects(*resource, detached);
         }
         for (auto& [name, resource] : table) detached.push_back(std::move(resource));
-        system.Unregister(*this);
+        core.Unregister(*this);
     }
     CloseMount(name_);
 }
 
 void ResourceDatabase::EndLoads() {
-    ResourceSystem& system = ResourceSystem::Instance();
+    ResourceCore& core = ResourceCore::Instance();
     const std::vector<RefPtr<Resource>> resources = Resources();
-    // All of them first, so that the worker begins none while another one is waited for.
-    for (const RefPtr<Resource>& resource : resources) system.TakeOutOfQueue(*resource);
-    for (const RefPtr<Resource>& resource : resources) system.WithdrawLoad(*resource);
+    // All leave the queue first, so that the worker begins no load while we wait for another.
+    for (const RefPtr<Resource>& resource : resources) core.TakeOutOfQueue(*resource);
+    for (const RefPtr<Resource>& resource : resources) core.WithdrawLoad(*resource);
 }
 
 void ResourceDatabase::CloseMount(const InternedString& name) {
@@ -90,16 +93,17 @@ Resource* ResourceDatabase::GetResource(const InternedString& name, std::uint32_
     Resource& resource = *found.resource;
     if (resource.State() == ResourceState::Invalid) return nullptr;
 
+    // A resource of a fallback gets a redirect here, so that ReleaseResource finds it by its name.
     const ResourceDatabase* const home = found.entry->Home();
     if (home && home->Name() != name_) {
         Insert(found.entry->Name(),
                MakeResource<RedirResource>(this, found.entry->Name(), resource));
     }
-    ResourceSystem& system = ResourceSystem::Instance();
+    ResourceCore& core = ResourceCore::Instance();
     resource.lastGivenBy_ = this;
     const bool leave = (flags & kLeaveInQueue) != 0;
-    if (!leave && resource.State() == ResourceState::Ready) system.TakeOutOfQueue(resource);
-    resource.lastUse_ = system.CurrentTime();
+    if (!leave && resource.State() == ResourceState::Ready) core.TakeOutOfQueue(resource);
+    resource.lastUse_ = core.CurrentTime();
     return &resource;
 }
 
@@ -119,14 +123,16 @@ ResourceDatabase::Found ResourceDatabase::FindOne(const InternedString& name) {
         RefPtr<Resource> entry = LookUp(name, trail);
         if (!entry) return {};
         RefPtr<Resource> resource(&FollowRedirects(*entry));
-        // The bin may have unloaded it since.
+        // The bin may have retired it since the lookup; then it counts as missing, and the next
+        // round makes a new one.
         if (resource->State() == ResourceState::Invalid || resource->AddReference()) {
             return {std::move(entry), std::move(resource)};
         }
     }
 }
 
-// The entry of a name, made if need be, here or in a fallback database.
+// Returns the entry of a name, made if necessary, here or in a fallback database. The trail ends
+// rings of redirects and of fallbacks.
 RefPtr<Resource> ResourceDatabase::LookUp(const InternedString& name, Trail& trail) {
     const std::pair<const ResourceDatabase*, InternedString> question{this, name};
     if (name.Length() == 0 || std::ranges::count(trail.asked, question) != 0) return {};
@@ -148,7 +154,7 @@ RefPtr<Resource> ResourceDatabase::Create(const InternedString& name, Trail& tra
         if (RefPtr<Resource> made = CreateFromFiles(prefix, name, trail)) return made;
     }
     if (RefPtr<Resource> made = CreateFromFiles({}, name, trail)) return made;
-    return ResourceSystem::Instance().Types().CreateByName(*this, name);
+    return ResourceCore::Instance().Types().CreateByName(*this, name);
 }
 
 RefPtr<Resource> ResourceDatabase::CreateFromFiles(const InternedString& folder,
@@ -157,7 +163,7 @@ RefPtr<Resource> ResourceDatabase::CreateFromFiles(const InternedString& folder,
     if (!candidate) return {};
     const InternedString source = QualifyName(candidate);
     if (File::Exists(source.Text()) == RES_OK) {
-        return ResourceSystem::Instance().Types().CreateFromFile(*this, name, source);
+        return ResourceCore::Instance().Types().CreateFromFile(*this, name, source);
     }
     const std::string description = std::string(source.View()).append(kDescription);
     if (File::Exists(description.c_str()) != RES_OK) return {};
@@ -170,14 +176,14 @@ RefPtr<Resource> ResourceDatabase::CreateRedirect(const InternedString& name,
     const InternedString other = RedirectOf(description.c_str());
     RefPtr<Resource> target;
     if (!other) {
-        target = ResourceSystem::Instance().Types().CreateDescribed(*this, name, source);
-        target->ChangeState(ResourceState::Ready);
+        target = ResourceCore::Instance().Types().CreateDescribed(*this, name, source);
+        target->Move(ResourceState::Ready);
     } else if (++trail.redirects <= kMostRedirects) {
         target = LookUp(other, trail);
     }
     if (!target) {
         target = MakeResource<Resource>(this, other);
-        target->ChangeState(ResourceState::Invalid);
+        target->Move(ResourceState::Invalid);
     }
     return MakeResource<RedirResource>(this, name, FollowRedirects(*target));
 }
@@ -190,24 +196,25 @@ RefPtr<Resource> ResourceDatabase::EntryOf(const InternedString& name) const {
 
 RefPtr<Resource> ResourceDatabase::Insert(const InternedString& name,
                                           const RefPtr<Resource>& made) {
-    // Its sizes are asked for before others can find and load it.
-    if (made->State() != ResourceState::Invalid) ResourceSystem::Instance().Accounts().Add(*made);
-    RefPtr<Resource> replaced;  // let go of outside of the lock
+    // Accounted before other threads can find it: a load that they run would account it too.
+    if (made->State() != ResourceState::Invalid) ResourceCore::Instance().Accounts().Add(*made);
+    RefPtr<Resource> replaced;  // declared first, so dropped after the lock
     const ScopedLock hold(lock_);
     RefPtr<Resource>& entry = resources_[name];
     if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
     replaced = std::exchange(entry, made);
-    if (made->State() == ResourceState::None) made->ChangeState(ResourceState::Ready);
+    if (made->State() == ResourceState::None) made->Move(ResourceState::Ready);
     return made;
 }
 
 void ResourceDatabase::RecordMissing(const InternedString& name) {
     const std::string_view text = name.View();
     const std::size_t alternatives = text.find(';');
+    // The key is fixed: a list of alternatives is recorded from its first ';' on.
     const InternedString key =
         alternatives == std::string_view::npos ? name : Intern(text.substr(alternatives));
     const auto negative = MakeResource<Resource>(this, key);
-    negative->ChangeState(ResourceState::Invalid);
+    negative->Move(ResourceState::Invalid);
     Insert(key, negative);
 }
 
@@ -252,7 +259,7 @@ std::vector<RefPtr<Resource>> ResourceDatabase::Resources() const {
     for (const auto& [name, resource] : resources_) {
         resources.push_back(resource);
         Resource& target = FollowRedirects(*resource);
-        // One that a description made stands in no table.
+        // A resource made from a description is in no table; only its redirect refers to it.
         if (&target != resource.Get() && target.Home() == this) resources.emplace_back(&target);
     }
     return resources;

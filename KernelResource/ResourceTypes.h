@@ -3,13 +3,13 @@
 // A file "name" becomes a resource of the first type that takes the name; a file that no type takes
 // becomes a plain Resource, which is found and cannot be loaded.
 //
-// A text file "name.txt" that stands where "name" is missing is a description: option text
+// If "name" is missing, a text file "name.txt" in its place is a description: option text
 // (services/OptionList.h) that makes "name" a redirect.
-// - "Redirect=other" lets it stand for the resource "other", looked up like any name in the same
-//   database. Where there is none, or the redirects go round in a ring or over more than 16
-//   steps, it stands for an invalid resource.
-// - Any other text describes the resource itself: "name" stands for a resource of the type that
-//   takes the name, which loads it from the description (Resource::LoadDescription).
+// - "Redirect=other" refers to the resource "other", looked up like any name in the same database.
+//   If there is none, or the redirects form a ring or exceed 16 steps, the target is an invalid
+//   resource.
+// - Any other text describes the resource itself: the target is a resource of the type that takes
+//   the name, and it loads from the description (Resource::LoadDescription).
 //
 // Threads: types are added and removed while no thread looks anything up.
 #pragma once
@@ -26,33 +26,33 @@ class ResourceType {
 public:
     virtual ~ResourceType() = default;
 
-    // Whether files of that name hold resources of this kind.
+    // Returns whether files of that name hold resources of this kind.
     [[nodiscard]] virtual bool TakesFile(std::string_view name) const = 0;
-    // Whether a resource of that name needs no file.
+    // Returns whether a resource of that name needs no file.
     [[nodiscard]] virtual bool TakesName(std::string_view /*name*/) const { return false; }
-    // A new one, not loaded. Any thread that looks a resource up or duplicates one calls this, and
-    // several may at once, outside of all locks of this layer. It may be called more often than
-    // resources are listed: of several threads that look for one missing name each makes one, and
-    // the first to be listed stays. So it must not register what it makes.
+    // Makes a resource, not loaded. Called by lookups and by Duplicate, on any thread, also on
+    // several at once, outside of all locks of this layer. Of several threads that look up one new
+    // name, each makes a resource and only the first one listed stays, so this function must not
+    // register what it makes.
     [[nodiscard]] virtual RefPtr<Resource> Create(ResourceDatabase* home,
                                                   const InternedString& name) = 0;
 };
 
 class ResourceTypes {
 public:
-    // Types are asked in the order in which they came. Borrowed until they are removed.
+    // Types are asked in the order in which they were added. Borrowed until they are removed.
     void Add(ResourceType& type) { types_.push_back(&type); }
     void Remove(ResourceType& type) { std::erase(types_, &type); }
 
-    // A resource of a file, `source` being its qualified name. Never null.
+    // Makes the resource of a file; `source` is its qualified name. Never null.
     [[nodiscard]] RefPtr<Resource> CreateFromFile(ResourceDatabase& home,
                                                   const InternedString& name,
                                                   const InternedString& source) const;
-    // One that is described by `source` and ".txt". Never null.
+    // Makes a resource that loads from the description `source` + ".txt". Never null.
     [[nodiscard]] RefPtr<Resource> CreateDescribed(ResourceDatabase& home,
                                                    const InternedString& name,
                                                    const InternedString& source) const;
-    // One that needs no file, or null.
+    // Makes a resource that needs no file, or returns null.
     [[nodiscard]] RefPtr<Resource> CreateByName(ResourceDatabase& home,
                                                 const InternedString& name) const;
 
@@ -60,7 +60,7 @@ private:
     std::vector<ResourceType*> types_;
 };
 
-// The resource to which a description redirects; null when it describes one itself.
+// Returns the name to which a description redirects; null if it describes the resource itself.
 [[nodiscard]] InternedString RedirectOf(const char* descriptionFile);
 
 }  // namespace Vorn

@@ -6,27 +6,27 @@
 
 namespace Vorn {
 
-// The base lists nothing.
+// The base class finds nothing.
 class ResourceDatabase::SearchHandle {
 public:
     SearchHandle() = default;
     SearchHandle(const SearchHandle&) = delete;
     SearchHandle& operator=(const SearchHandle&) = delete;
 
-    // The virtual operations, in slot order.
+    // The virtual operations, in slot order, which is fixed.
     virtual ~SearchHandle() = default;
-    // Starts a search for a pattern (KernelStandard/FileFind.h) and moves to its first entry;
-    // false when there is none.
+    // Starts a search for a pattern (KernelStandard/FileFind.h) and moves to its first entry. False
+    // if there is none.
     [[nodiscard]] virtual bool OpenSearch(const char* pattern, const ResourceDatabase& database);
     virtual void CloseSearch() {}
     [[nodiscard]] virtual bool NextEntry() { return false; }
-    // Null when there is none.
+    // Returns null before the first entry and after the last one.
     [[nodiscard]] virtual const FindEntry* CurrentEntry() const { return nullptr; }
 };
 
-// Searches what is mounted under the database's name, or the file system for a database without a
-// name. OpenSearch throws FileEx when nothing is mounted. It is used by one thread, and ends before
-// the mount.
+// Searches the mount of the database's name, or the file system for a database without a name.
+// OpenSearch throws FileEx if nothing is mounted. Belongs to one thread and must end before the
+// mount.
 class ResourceDatabase::RDBSearchHandle final : public SearchHandle {
 public:
     [[nodiscard]] bool OpenSearch(const char* pattern, const ResourceDatabase& database) override;

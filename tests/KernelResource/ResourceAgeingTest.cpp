@@ -1,4 +1,4 @@
-// How resources that nobody references are kept, brought back and unloaded.
+// How resources without references are kept, brought back and unloaded.
 #include "KernelResource/ResourceBinCache.h"
 #include "tests/KernelResource/ResourceLayer.h"
 
@@ -6,7 +6,7 @@ namespace Vorn::Testing {
 
 class ResourceAgeing : public ResourceLayer {
 protected:
-    // Loads the first `count` texts, and lets go of them.
+    // Loads the first `count` texts and releases them.
     void Pass(std::size_t count) {
         OpenNumbered(count);
         for (std::size_t i = 0; i < count; ++i) {
@@ -15,7 +15,7 @@ protected:
             EXPECT_TRUE(Release(name));
         }
     }
-    // What the bin holds after one step.
+    // Returns how many resources the bin holds after one step.
     [[nodiscard]] std::size_t HeldAfter(float seconds) {
         system->Process(seconds);
         return dynamic_cast<ResourceBinCache&>(system->Bin()).HeldCount();
@@ -39,7 +39,7 @@ TEST_F(ResourceAgeing, AResourceLivesFromItsNameToItsDeletion) {
     EXPECT_NEAR(resource->LastUse(), 30, 0.1);
     EXPECT_NEAR(resource->Expiry(), 41, 1.1);
 
-    // Brought back in time by a lookup.
+    // A lookup brings it back in time.
     system->Process(5);
     EXPECT_EQ(Get("a.text"), resource);
     EXPECT_EQ(resource->State(), ResourceState::Available);
@@ -48,7 +48,7 @@ TEST_F(ResourceAgeing, AResourceLivesFromItsNameToItsDeletion) {
     EXPECT_EQ(TextOf("a.text"), "hello");
     EXPECT_EQ(texts.loads, 1);
 
-    // And at last forgotten, with the redirect to it.
+    // Finally it is destroyed, with the redirect to it.
     EXPECT_TRUE(Release("a.text"));
     EXPECT_TRUE(Release("a.text"));
     EXPECT_EQ(accounts.Memory(), 5);
@@ -85,7 +85,7 @@ TEST_F(ResourceAgeing, WhatWasNeverLoadedAgesToo) {
     EXPECT_NE(Get("plain"), nullptr);
     EXPECT_TRUE(Release("alias.text") && Release("plain"));
     EXPECT_EQ(HeldAfter(9), 2u);
-    // A lookup takes it out again, and a load finds it as it was.
+    // A lookup takes it out of the bin, and a load finds it as it was.
     EXPECT_EQ(Get("a.text"), resource);
     EXPECT_EQ(resource->State(), ResourceState::Ready);
     EXPECT_EQ(HeldAfter(9), 0u);
@@ -105,7 +105,7 @@ TEST_F(ResourceAgeing, WhatWasNeverLoadedAgesToo) {
     EXPECT_EQ(base->EntryCount(), 0u);
     EXPECT_EQ(accounts.Count() + accounts.loaded + accounts.resources, 0u);
 
-    // One that waits for its load is kept, and ages when it is there.
+    // A queued resource is kept, and ages once it is loaded.
     EXPECT_TRUE(system->QueueLoad(*Get("a.text")));
     EXPECT_TRUE(Release("a.text"));
     EXPECT_EQ(HeldAfter(13), 0u);
@@ -159,7 +159,7 @@ TEST_F(ResourceAgeing, AnInstantBinUnloadsWithTheLastRelease) {
     EXPECT_TRUE(Release("0.text"));
     EXPECT_EQ(texts.unloads, 2);
 
-    // One that takes the place of another bin has to do with what that one held.
+    // A replaced bin unloads what it held, except for what is in use.
     Start("");
     Pass(2);
     Resource& used = Numbered(1);

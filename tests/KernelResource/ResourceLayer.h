@@ -1,4 +1,4 @@
-// The common ground of the resource tests: a resource system, an archive mounted as "base", and
+// The common fixture of the resource tests: a resource system, an archive mounted as "base", and
 // resources that are the text of a member.
 #pragma once
 
@@ -18,9 +18,9 @@ public:
     bool TakesName(std::string_view name) const override { return name.starts_with("made/"); }
     RefPtr<Resource> Create(ResourceDatabase* home, const InternedString& name) override;
 
-    // Called in every load, on its thread.
+    // Called in every load, on the thread that loads.
     std::function<void(TextResource&)> onLoad = [](TextResource&) {};
-    // Called whenever a size is asked for.
+    // Called whenever the data size is asked for.
     std::function<void()> onSize = [] {};
     std::atomic<int> loads = 0;
     std::atomic<int> unloads = 0;
@@ -80,7 +80,7 @@ protected:
         EXPECT_EQ(texts.alive, 0);
     }
 
-    // Begins with a fresh resource system; null for one without options.
+    // Starts a new resource system; null starts one without options.
     void Start(const char* optionText) {
         base.reset();
         system = std::make_unique<ResourceSystem>();
@@ -89,17 +89,17 @@ protected:
         system->Types().Add(texts);
     }
 
-    // An archive with these members, mounted under the name until its database ends.
+    // Mounts an archive with these members under a name, until its database ends.
     void Mount(const std::string& name, const std::vector<RawMember>& members) {
         Subst(Intern(name), folder.Write(name + ".va", RawArchive(members)).c_str());
     }
-    // The database "base" over such a mount.
+    // Opens the database "base" over such a mount.
     void OpenBase(const std::vector<RawMember>& members) {
         base.reset();
         Mount("base", members);
         base = std::make_unique<ResourceDatabase>(Intern("base"));
     }
-    // Members "0.text" to "<count - 1>.text", which hold "text 0" and so on.
+    // Opens "base" with the members "0.text" to "<count - 1>.text", which hold "text 0" and so on.
     void OpenNumbered(std::size_t count) {
         std::vector<RawMember> members;
         for (std::size_t i = 0; i < count; ++i) {
@@ -108,7 +108,7 @@ protected:
         OpenBase(members);
     }
 
-    // Of the database "base", with a reference.
+    // Looks a name up in "base"; the result has a reference.
     [[nodiscard]] Resource* Get(std::string_view name, std::uint32_t flags = 0) {
         return base->GetResource(Intern(name), flags);
     }
@@ -116,13 +116,13 @@ protected:
         return dynamic_cast<TextResource&>(*Get(std::to_string(number) + ".text"));
     }
     bool Release(std::string_view name) { return base->ReleaseResource(Intern(name)); }
-    // The whole way: finds, loads, and gives the use back. "(none)" when that fails.
+    // Finds a resource, loads it and returns its text; "(none)" if that fails. It keeps the
+    // reference of the lookup.
     std::string TextOf(std::string_view name) {
         auto* const resource = dynamic_cast<TextResource*>(Get(name));
-        if (!resource || Acquire(*resource) != RES_RESOURCEOK) return "(none)";
-        std::string text = resource->text;
-        resource->ReleaseUse();
-        return text;
+        if (!resource) return "(none)";
+        const ResourceUse use(*resource);
+        return use ? resource->text : "(none)";
     }
     [[nodiscard]] static ResourceResult Acquire(Resource& resource) {
         ResourceResult result = RES_RESOURCEOK;
