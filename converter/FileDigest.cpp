@@ -1,7 +1,6 @@
 #include "converter/FileDigest.h"
 
 #include <array>
-#include <span>
 
 #include "converter/MD5.h"
 #include "platform/Files.h"
@@ -23,6 +22,13 @@ constexpr std::size_t kReadBytes = 16384;
 }
 
 }  // namespace
+
+std::string ContentDigest(std::span<const std::byte> content) {
+    MD5 digest;
+    digest.update(content.data(), content.size());
+    digest.finalize();
+    return digest.hex_digest().get();
+}
 
 Vorn::InternedString FileDigest(const char* path) {
     using namespace platform;

@@ -6,6 +6,7 @@
 #include "KernelStandard/FileSubstList.h"
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
+#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
@@ -133,11 +134,16 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         const bool haveOld = old.Open(inputName_, member, kReadDetect) == RES_OK;
         const bool haveDiff = diff.Open(otherName_, member, kReadDetect) == RES_OK;
         if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
-        if (!Stage(inputName_, member, old, kSourceFile)) return false;
-        if (DigestOf(kSourceFile) != FirstDigest(digests)) {
+        MemberContent content;
+        if (!ReadMember(inputName_, member, old, content)) return false;
+        if (ContentDigest(content.Bytes()) != FirstDigest(digests).View()) {
             return Fail(">>>> MD5 ERROR " + std::string(member));
         }
-        if (!Stage(otherName_, member, diff, kDiffFile)) return false;
+        if (!workFiles_.Write(kSourceFile, content.Bytes()) ||
+            !ReadMember(otherName_, member, diff, content) ||
+            !workFiles_.Write(kDiffFile, content.Bytes())) {
+            return false;
+        }
     }
     if (!RebuildMember(member)) return false;
     workFiles_.Delete({kDiffFile, kSourceFile, kOutFile});

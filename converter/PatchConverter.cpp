@@ -8,7 +8,6 @@
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
-#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/MemberCheck.h"
 #include "converter/RunLock.h"
@@ -174,13 +173,11 @@ int PatchConverter::ProcessFile(const char* member) {
     }
 }
 
-bool PatchConverter::Stage(const InternedString& mount, const char* member, File& file,
-                           const char* workingFile) {
-    MemberContent content;
+bool PatchConverter::ReadMember(const InternedString& mount, const char* member, File& file,
+                                MemberContent& content) const {
     if (!content.ReadAll(file)) return false;
-    // The digests decide what becomes of a damaged member.
     (void)CheckContent(mount, member, file, content);
-    return workFiles_.Write(workingFile, content.Bytes());
+    return true;
 }
 
 bool PatchConverter::CheckContent(const InternedString& mount, const char* member, const File& file,
@@ -192,13 +189,6 @@ bool PatchConverter::CheckContent(const InternedString& mount, const char* membe
     PrintProblem("\"" + std::string(archive.View()) + "\" is damaged: the content of \"" + member +
                  "\" does not match its check sum; fetch the archive again");
     return false;
-}
-
-InternedString PatchConverter::DigestOf(const char* workingFile) const {
-    const std::string path = workFiles_.Path(workingFile);
-    InternedString digest = FileDigest(path.c_str());
-    if (!digest) PrintProblem("cannot read the working file \"" + path + "\"");
-    return digest;
 }
 
 bool PatchConverter::CompleteOutput() {

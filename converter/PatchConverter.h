@@ -79,11 +79,13 @@ private:
     // Mirrors a folder of the archives below the working folder.
     [[nodiscard]] bool MakeWorkingFolder(const char* folder);
     [[nodiscard]] bool DiffMember(const char* member);
-    [[nodiscard]] bool DiffStaged(const char* member, const Vorn::InternedString& oldDigest,
-                                  const Vorn::InternedString& newDigest);
-    [[nodiscard]] bool RecordRemoved(const char* member, const Vorn::InternedString& digest);
-    [[nodiscard]] bool RecordAdded(const char* member, Vorn::File& source,
-                                   const Vorn::InternedString& digest);
+    // Compares a member of both archives; writes the working files if it changed.
+    [[nodiscard]] bool CompareMember(const char* member, Vorn::File& oldFile, Vorn::File& newFile);
+    [[nodiscard]] bool DiffStaged(const char* member, const std::string& oldDigest,
+                                  const std::string& newDigest);
+    [[nodiscard]] bool RecordRemoved(const char* member, const std::string& digest);
+    [[nodiscard]] bool RecordAdded(const char* member, const MemberContent& content,
+                                   const std::string& digest);
     // Notes a member that the new archive holds without content; `other` may be closed.
     void NoteIfEmpty(const char* member, Vorn::File& walked, Vorn::File& other);
     void ReportEmptyMembers() const;
@@ -110,15 +112,13 @@ private:
     [[nodiscard]] bool RebuildMember(const char* member);
 
     // Both.
-    // Writes the content of the open `file` to a working file; names a damaged member and
-    // continues.
-    [[nodiscard]] bool Stage(const Vorn::InternedString& mount, const char* member,
-                             Vorn::File& file, const char* workingFile);
+    // Reads the open `file` whole; names a damaged member and continues, since the digests decide
+    // what becomes of it.
+    [[nodiscard]] bool ReadMember(const Vorn::InternedString& mount, const char* member,
+                                  Vorn::File& file, MemberContent& content) const;
     // False, after a line on standard error, if a member does not agree with its check sum.
     [[nodiscard]] bool CheckContent(const Vorn::InternedString& mount, const char* member,
                                     const Vorn::File& file, const MemberContent& content) const;
-    // FileDigest of a working file; null, and said so, when it cannot be read.
-    [[nodiscard]] Vorn::InternedString DigestOf(const char* workingFile) const;
     // Completes the output archive on disk; its mount is closed in any case.
     [[nodiscard]] bool CompleteOutput();
 

@@ -1,12 +1,14 @@
 // patchdiff: compares two archives member by member and writes the patch.
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <utility>
 
 #include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
+#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
@@ -37,6 +39,16 @@ namespace {
 [[nodiscard]] bool OpenIfThere(File& file, const InternedString& mount, const char* member) {
     const FileResult result = file.Open(mount, member, kReadDetect);
     return result == RES_OK || result == RES_FILENOTFOUND;
+}
+
+[[nodiscard]] bool SameBytes(std::span<const std::byte> a, std::span<const std::byte> b) {
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
+}
+
+// Whether a member can be opened by its name. Reads nothing of it.
+[[nodiscard]] bool Holds(const InternedString& mount, const char* member) {
+    File file;
+    return file.Open(mount, member, kReadPlain) == RES_OK;
 }
 
 }  // namespace
@@ -87,9 +99,7 @@ bool PatchConverter::IsRunsOwn(std::string_view file) const {
     if (!file.ends_with(kDiffEnding)) return false;
     const std::string member(file.substr(0, file.size() - kDiffEnding.size()));
     return std::ranges::any_of(std::array{inputName_, otherName_}, [&](const auto& mount) {
-        File found;
-        return FileSubstList::Instance().IsMounted(mount) &&
-               found.Open(mount, member.c_str(), kReadPlain) == RES_OK;
+        return FileSubstList::Instance().IsMounted(mount) && Holds(mount, member.c_str());
     });
 }
 
@@ -102,6 +112,8 @@ bool PatchConverter::MakeWorkingFolder(const char* folder) {
 }
 
 bool PatchConverter::DiffMember(const char* member) {
+    // The first pass has compared a member that both archives hold.
+    if (secondPass_ && Holds(otherName_, member) && Holds(inputName_, member)) return true;
     File walked;
     File other;
     if (!OpenIfThere(walked, inputName_, member) || !OpenIfThere(other, otherName_, member)) {
@@ -116,23 +128,45 @@ bool PatchConverter::DiffMember(const char* member) {
         }
         return !haveOther;
     }
-    if (secondPass_ && haveOther) return true;
     NoteIfEmpty(member, walked, other);
-    if (!Stage(inputName_, member, walked, kSourceFile)) return false;
+    if (haveOther) return CompareMember(member, walked, other);
 
-    const InternedString walkedDigest = DigestOf(kSourceFile);
-    if (!walkedDigest) return false;
-    bool done = false;
-    if (haveOther) {
-        if (!Stage(otherName_, member, other, kTargetFile)) return false;
-        const InternedString otherDigest = DigestOf(kTargetFile);
-        done = otherDigest && DiffStaged(member, walkedDigest, otherDigest);
-    } else {
-        done = secondPass_ ? RecordAdded(member, walked, walkedDigest)
-                           : RecordRemoved(member, walkedDigest);
+    MemberContent content;
+    if (!ReadMember(inputName_, member, walked, content)) return false;
+    const std::string digest = ContentDigest(content.Bytes());
+    return secondPass_ ? RecordAdded(member, content, digest) : RecordRemoved(member, digest);
+}
+
+bool PatchConverter::CompareMember(const char* member, File& oldFile, File& newFile) {
+    std::string oldDigest;
+    std::string newDigest;
+    {
+        MemberContent oldContent;
+        MemberContent newContent;
+        if (!ReadMember(inputName_, member, oldFile, oldContent) ||
+            !ReadMember(otherName_, member, newFile, newContent)) {
+            return false;
+        }
+        // The digests decide. Equal bytes have equal ones, and comparing costs less than digesting.
+        bool identical = SameBytes(oldContent.Bytes(), newContent.Bytes());
+        if (!identical) {
+            oldDigest = ContentDigest(oldContent.Bytes());
+            newDigest = ContentDigest(newContent.Bytes());
+            identical = oldDigest == newDigest;
+        }
+        if (identical) {
+            PrintLine("Identical " + std::string(member));
+            return true;
+        }
+        if (!workFiles_.Write(kSourceFile, oldContent.Bytes()) ||
+            !workFiles_.Write(kTargetFile, newContent.Bytes())) {
+            return false;
+        }
+        // The contents go here: the diff program needs the memory.
     }
-    if (done) workFiles_.Delete({kSourceFile, kTargetFile});
-    return done;
+    if (!DiffStaged(member, oldDigest, newDigest)) return false;
+    workFiles_.Delete({kSourceFile, kTargetFile});
+    return true;
 }
 
 void PatchConverter::NoteIfEmpty(const char* member, File& walked, File& other) {
@@ -148,30 +182,27 @@ void PatchConverter::ReportEmptyMembers() const {
                                    : "patchapply will leave them out of the new archive"));
 }
 
-bool PatchConverter::RecordRemoved(const char* member, const InternedString& digest) {
+bool PatchConverter::RecordRemoved(const char* member, const std::string& digest) {
     if (!FitsLists(member)) return false;
-    deletedFiles_[Intern(member)] = digest;
+    deletedFiles_[Intern(member)] = Intern(digest);
     PrintLine("Removed " + std::string(member));
     return true;
 }
 
-bool PatchConverter::RecordAdded(const char* member, File& source, const InternedString& digest) {
+bool PatchConverter::RecordAdded(const char* member, const MemberContent& content,
+                                 const std::string& digest) {
     if (!FitsPatch(member)) return false;
-    if (!CopyOpenFile(outputName_, member, source)) {
+    if (!StoreMember(outputName_, member, content.Bytes())) {
         PrintLine("ERROR> Failed to add " + std::string(member));
         return false;
     }
-    addedFiles_[Intern(member)] = digest;
+    addedFiles_[Intern(member)] = Intern(digest);
     PrintLine("Added " + std::string(member));
     return true;
 }
 
-bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDigest,
-                                const InternedString& newDigest) {
-    if (oldDigest == newDigest) {
-        PrintLine("Identical " + std::string(member));
-        return true;
-    }
+bool PatchConverter::DiffStaged(const char* member, const std::string& oldDigest,
+                                const std::string& newDigest) {
     if (!FitsPatch(member)) return false;
     const std::string diffFile = DiffPathOf(member);
     if (!FitsCommandLine(diffFile)) {
@@ -194,7 +225,7 @@ bool PatchConverter::DiffStaged(const char* member, const InternedString& oldDig
         return false;
     }
     (void)platform::RemoveFile(diffFile.c_str());
-    FormatInto(patchedFiles_[Intern(member)], "%s\n%s", oldDigest.Text(), newDigest.Text());
+    patchedFiles_[Intern(member)] = Intern(oldDigest + '\n' + newDigest);
     PrintLine("Diffed " + std::string(member));
     return true;
 }

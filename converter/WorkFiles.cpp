@@ -25,6 +25,8 @@ bool WorkFiles::Open(std::string_view programDir) {
     folder_ = programDir;
     if (WaitForLock(lock_, Path("VAConverter.lock"),
                     "another run is using the program folder; waiting for it to end")) {
+        // A killed run left them, and this one may need none.
+        Delete({kSourceFile, kTargetFile, kDiffFile, kOutFile});
         return true;
     }
     const std::string temporary = platform::TemporaryDirectory();

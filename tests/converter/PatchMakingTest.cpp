@@ -62,6 +62,35 @@ TEST_F(PatchMaking, EveryKindOfChangeIsToldInTheOrderOfTheWalkAndListed) {
     EXPECT_THAT(Apply().lines, ElementsAre("Failed to add nothing"));
 }
 
+TEST_F(PatchMaking, OnlyAChangedMemberNeedsWorkingFiles) {
+    PackPair({{"same", Noise(5000, 1)}, {"gone", "old"}, {"z", "old"}},
+             {{"same", Noise(5000, 1)}, {"added", "new"}, {"z", "old"}});
+    for (const char* name : {"srcFile", "dstFile", "difFile", "outFile"}) {
+        folder_.Write(bin_ + "/" + name + "/in-the-way", "");
+    }
+    Outcome outcome = Diff();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.problems;
+    EXPECT_THAT(outcome.lines,
+                ElementsAre("Identical same", "Removed gone", "Identical z", "Added added"));
+    outcome = Apply();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.problems;
+    ExpectSameContent("old-tmp.va", "new.va");
+
+    PackPair({{"z", "old"}}, {{"z", "new"}});
+    Replace("out/old-diff.va", "");
+    outcome = Diff();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.problems, HasSubstr("cannot create"));
+}
+
+TEST_F(PatchMaking, LeftWorkingFilesAreDeletedThoughNoneIsNeeded) {
+    PackPair({{"same", "old"}}, {{"same", "old"}});
+    const auto programs = Tree("app");
+    folder_.Write(bin_ + "/srcFile", "of a killed run");
+    EXPECT_EQ(Diff().exitCode, 0);
+    EXPECT_EQ(Tree("app"), programs);
+}
+
 TEST_F(PatchMaking, NamesThatDifferOnlyInLetterCaseAreOneMember) {
     PackPair({{"Textures/Wall.tga", "old"}, {"Sky.tga", "old"}},
              {{"textures/wall.TGA", "new"}, {"SKY.tga", "old"}});
