@@ -13,7 +13,7 @@
 
 #include "archive/BytePair.h"
 #include "archive/Crc32.h"
-#include "converter/MD5.h"
+#include "patch/MD5.h"
 #include "tests/archive/LiteralBytePair.h"
 
 namespace {
@@ -151,10 +151,7 @@ void Crc(benchmark::State& state) {
 void Md5(benchmark::State& state) {
     const auto content = ContentOf(state);
     while (state.KeepRunning()) {
-        MD5 digest;
-        digest.update(content.data(), content.size());
-        digest.finalize();
-        benchmark::DoNotOptimize(digest.hex_digest());
+        benchmark::DoNotOptimize(patch::DigestOf(content));
     }
     CountBytes(state, content.size());
 }

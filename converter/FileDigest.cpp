@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "converter/MD5.h"
+#include "patch/MD5.h"
 #include "platform/Files.h"
 
 namespace {
@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kReadBytes = 16384;
 
 // False when the file cannot be read to its end.
-[[nodiscard]] bool AddContent(MD5& digest, platform::FileHandle& file) {
+[[nodiscard]] bool AddContent(patch::MD5& digest, platform::FileHandle& file) {
     std::array<std::byte, kReadBytes> piece;
     std::int64_t count = 0;
     do {
@@ -23,18 +23,11 @@ constexpr std::size_t kReadBytes = 16384;
 
 }  // namespace
 
-std::string ContentDigest(std::span<const std::byte> content) {
-    MD5 digest;
-    digest.update(content.data(), content.size());
-    digest.finalize();
-    return digest.hex_digest().get();
-}
-
 Vorn::InternedString FileDigest(const char* path) {
     using namespace platform;
     FileHandle file;
     if (!file.Open(path, Access::Read, Creation::OpenExisting, Share::DenyNone)) return {};
-    MD5 digest;
+    patch::MD5 digest;
     if (!AddContent(digest, file)) return {};
     digest.finalize();
     return Vorn::Intern(digest.hex_digest().get());

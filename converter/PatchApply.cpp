@@ -6,10 +6,10 @@
 #include "KernelStandard/FileSubstList.h"
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
-#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
+#include "patch/MD5.h"
 
 using namespace Vorn;
 
@@ -55,8 +55,9 @@ bool PatchConverter::InputsAreWhole() const {
 bool PatchConverter::ReadLists() {
     const InputKind kind = KindOf(otherName_);
     if (kind == InputKind::Archive) {
-        return ReadList(kAddedList, 1, addedFiles_) && ReadList(kDeletedList, 1, deletedFiles_) &&
-               ReadList(kPatchedList, 2, patchedFiles_);
+        return ReadList(patch::kAddedList, 1, addedFiles_) &&
+               ReadList(patch::kDeletedList, 1, deletedFiles_) &&
+               ReadList(patch::kPatchedList, 2, patchedFiles_);
     }
     const bool readable = kind == InputKind::NoArchive;
     PrintProblem("\"" + std::string(otherArchivePath_.View()) +
@@ -64,33 +65,34 @@ bool PatchConverter::ReadLists() {
     return readable;
 }
 
-bool PatchConverter::ReadList(const char* list, int digestLines, MemberMap& members) {
+bool PatchConverter::ReadList(const char* name, int digestLines, patch::List& list) {
     File file;
-    const FileResult opened = file.Open(otherName_, list, kReadDetect);
+    const FileResult opened = file.Open(otherName_, name, kReadDetect);
     if (opened == RES_FILENOTFOUND) {
-        PrintProblem("the patch has no list \"" + std::string(list) + "\"");
+        PrintProblem("the patch has no list \"" + std::string(name) + "\"");
         return true;
     }
     if (opened != RES_OK) {
-        PrintProblem("cannot open \"" + std::string(list) + "\"");
+        PrintProblem("cannot open \"" + std::string(name) + "\"");
         return false;
     }
     MemberContent content;
     if (!content.ReadAll(file)) return false;
     const auto bytes = content.Bytes();
-    ParseList({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, digestLines, members);
+    list =
+        patch::ParseList({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, digestLines);
     return true;
 }
 
 bool PatchConverter::AddNewMembers() {
     for (const auto& [name, digest] : addedFiles_) {
-        if (!CopyToOutput(otherName_, name.Text(), name.Text())) {
-            if (File::Exists(otherName_, name.Text()) != RES_OK) {
-                PrintProblem("the patch lists \"" + std::string(name.View()) +
+        if (!CopyToOutput(otherName_, name.c_str(), name.c_str())) {
+            if (File::Exists(otherName_, name.c_str()) != RES_OK) {
+                PrintProblem("the patch lists \"" + name +
                              "\" as added and does not hold it; a member without content cannot "
                              "be added");
             }
-            return Fail("Failed to add " + std::string(name.View()));
+            return Fail("Failed to add " + name);
         }
     }
     return true;
@@ -109,12 +111,11 @@ bool PatchConverter::CopyToOutput(const InternedString& mount, const char* sourc
 
 bool PatchConverter::ApplyMember(const char* member) {
     if (*member == '\0') return Fail(">>>> OPEN ERROR - No File!");
-    const InternedString name = Intern(member);
-    if (deletedFiles_.contains(name)) {
+    if (deletedFiles_.contains(member)) {
         PrintLine("Removed " + std::string(member));
         return true;
     }
-    const auto patched = patchedFiles_.find(name);
+    const auto patched = patchedFiles_.find(member);
     return patched == patchedFiles_.end() ? CopyUnchanged(member)
                                           : PatchMember(member, patched->second);
 }
@@ -127,7 +128,7 @@ bool PatchConverter::CopyUnchanged(const char* member) {
     return true;
 }
 
-bool PatchConverter::PatchMember(const char* member, const InternedString& digests) {
+bool PatchConverter::PatchMember(const char* member, const std::string& digests) {
     {
         File old;
         File diff;
@@ -136,7 +137,7 @@ bool PatchConverter::PatchMember(const char* member, const InternedString& diges
         if (!haveOld || !haveDiff) return Fail(">>>> OPEN ERROR " + std::string(member));
         MemberContent content;
         if (!ReadMember(inputName_, member, old, content)) return false;
-        if (ContentDigest(content.Bytes()) != FirstDigest(digests).View()) {
+        if (patch::DigestOf(content.Bytes()) != patch::OldDigest(digests)) {
             return Fail(">>>> MD5 ERROR " + std::string(member));
         }
         if (!workFiles_.Write(kSourceFile, content.Bytes()) ||

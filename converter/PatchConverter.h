@@ -41,10 +41,10 @@
 #include "converter/EmptyMembers.h"
 #include "converter/MemberCopy.h"
 #include "converter/OutputArchive.h"
-#include "converter/PatchLists.h"
 #include "converter/Progress.h"
 #include "converter/WorkFiles.h"
 #include "converter/WorkFolder.h"
+#include "patch/Lists.h"
 #include "platform/PathLock.h"
 
 enum PatchOperation : int { OpNone = 0, OpDiff = 1, OpApply = 2 };
@@ -100,7 +100,7 @@ private:
     // Judges the patch, and the structure of the old archive, before anything is written.
     [[nodiscard]] bool InputsAreWhole() const;
     [[nodiscard]] bool ReadLists();
-    [[nodiscard]] bool ReadList(const char* list, int digestLines, MemberMap& members);
+    [[nodiscard]] bool ReadList(const char* name, int digestLines, patch::List& list);
     [[nodiscard]] bool AddNewMembers();
     // Copies a member, or a file of the file system, into the new archive. False if it cannot be
     // read or stored whole, and for a member that does not agree with its check sum.
@@ -108,7 +108,7 @@ private:
                                     const char* member);
     [[nodiscard]] bool ApplyMember(const char* member);
     [[nodiscard]] bool CopyUnchanged(const char* member);
-    [[nodiscard]] bool PatchMember(const char* member, const Vorn::InternedString& digests);
+    [[nodiscard]] bool PatchMember(const char* member, const std::string& digests);
     [[nodiscard]] bool RebuildMember(const char* member);
 
     // Both.
@@ -130,9 +130,9 @@ private:
     Vorn::InternedString outputName_;
     Vorn::PathBuffer outputArchivePath_;  // of the result
     bool secondPass_ = false;
-    MemberMap addedFiles_;
-    MemberMap patchedFiles_;
-    MemberMap deletedFiles_;
+    patch::List addedFiles_;
+    patch::List patchedFiles_;
+    patch::List deletedFiles_;
     EmptyMembers emptyMembers_;  // of the new archive; patchapply cannot store them
     bool addsEmptyMember_ = false;
     WorkFiles workFiles_;

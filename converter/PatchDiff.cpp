@@ -8,11 +8,11 @@
 #include "KernelStandard/FileSubstList.h"
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
-#include "converter/FileDigest.h"
 #include "converter/InputArchive.h"
 #include "converter/PatchConverter.h"
 #include "converter/PatchTools.h"
 #include "kernel/Paths.h"
+#include "patch/MD5.h"
 #include "platform/Directories.h"
 
 using namespace Vorn;
@@ -30,7 +30,7 @@ namespace {
 // A name under which the patch can hold something.
 [[nodiscard]] bool FitsPatch(const char* member) {
     if (!FitsLists(member)) return false;
-    if (!IsListName(member)) return true;
+    if (!patch::IsListName(member)) return true;
     PrintProblem("a patch keeps a list of its own under the name \"" + std::string(member) + "\"");
     return false;
 }
@@ -133,7 +133,7 @@ bool PatchConverter::DiffMember(const char* member) {
 
     MemberContent content;
     if (!ReadMember(inputName_, member, walked, content)) return false;
-    const std::string digest = ContentDigest(content.Bytes());
+    const std::string digest = patch::DigestOf(content.Bytes());
     return secondPass_ ? RecordAdded(member, content, digest) : RecordRemoved(member, digest);
 }
 
@@ -150,8 +150,8 @@ bool PatchConverter::CompareMember(const char* member, File& oldFile, File& newF
         // The digests decide. Equal bytes have equal ones, and comparing costs less than digesting.
         bool identical = SameBytes(oldContent.Bytes(), newContent.Bytes());
         if (!identical) {
-            oldDigest = ContentDigest(oldContent.Bytes());
-            newDigest = ContentDigest(newContent.Bytes());
+            oldDigest = patch::DigestOf(oldContent.Bytes());
+            newDigest = patch::DigestOf(newContent.Bytes());
             identical = oldDigest == newDigest;
         }
         if (identical) {
@@ -184,7 +184,7 @@ void PatchConverter::ReportEmptyMembers() const {
 
 bool PatchConverter::RecordRemoved(const char* member, const std::string& digest) {
     if (!FitsLists(member)) return false;
-    deletedFiles_[Intern(member)] = Intern(digest);
+    deletedFiles_[member] = digest;
     PrintLine("Removed " + std::string(member));
     return true;
 }
@@ -196,7 +196,7 @@ bool PatchConverter::RecordAdded(const char* member, const MemberContent& conten
         PrintLine("ERROR> Failed to add " + std::string(member));
         return false;
     }
-    addedFiles_[Intern(member)] = Intern(digest);
+    addedFiles_[member] = digest;
     PrintLine("Added " + std::string(member));
     return true;
 }
@@ -225,7 +225,7 @@ bool PatchConverter::DiffStaged(const char* member, const std::string& oldDigest
         return false;
     }
     (void)platform::RemoveFile(diffFile.c_str());
-    patchedFiles_[Intern(member)] = Intern(oldDigest + '\n' + newDigest);
+    patchedFiles_[member] = oldDigest + '\n' + newDigest;
     PrintLine("Diffed " + std::string(member));
     return true;
 }
@@ -241,10 +241,10 @@ std::string PatchConverter::DiffPathOf(const char* member) const {
 
 bool PatchConverter::WriteLists() {
     bool written = true;
-    for (const auto& [name, members] :
-         {std::pair(kAddedList, &addedFiles_), std::pair(kDeletedList, &deletedFiles_),
-          std::pair(kPatchedList, &patchedFiles_)}) {
-        const std::string text = FormatList(*members);
+    for (const auto& [name, members] : {std::pair(patch::kAddedList, &addedFiles_),
+                                        std::pair(patch::kDeletedList, &deletedFiles_),
+                                        std::pair(patch::kPatchedList, &patchedFiles_)}) {
+        const std::string text = patch::FormatList(*members);
         const auto bytes = std::as_bytes(std::span(text));
         const FileMode kind = IsStreamMark(bytes) ? kWriteCompressed : kWritePlain;
         written = WriteWhole(outputName_, name, kCreateOrTruncate | kind, bytes) && written;

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "converter/PatchLists.h"
+#include "patch/Lists.h"
 
 namespace {
 
@@ -16,18 +16,14 @@ void Require(bool holds) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    MemberMap single;
-    ParseList(text, 1, single);
-    MemberMap again;
-    ParseList(FormatList(single), 1, again);
-    Require(single == again);
+    const patch::List single = patch::ParseList(text, 1);
+    Require(patch::ParseList(patch::FormatList(single), 1) == single);
 
-    MemberMap pairs;
-    ParseList(text, 2, pairs);
+    const patch::List pairs = patch::ParseList(text, 2);
+    Require(patch::ParseList(patch::FormatList(pairs), 2) == pairs);
     for (const auto& [name, digests] : pairs) {
-        const std::string_view first = FirstDigest(digests).View();
-        Require(name.Length() > 0 && !first.empty());
-        Require(digests.View().starts_with(first) && digests.View().back() == '\n');
+        const std::string_view old = patch::OldDigest(digests);
+        Require(!name.empty() && !old.empty() && old.size() + 1 < digests.size());
     }
     return 0;
 }

@@ -1,7 +1,7 @@
-#include "converter/PatchLists.h"
+#include "patch/Lists.h"
 
-#include "converter/MD5.h"
-#include "tests/KernelStandard/FileLayer.h"
+#include "patch/MD5.h"
+#include "tests/support/RawArchive.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
@@ -19,40 +19,37 @@ TEST(PatchLists, TextIsCutIntoRecordsOfLines) {
         {"a\r\n1\r\n", 1, "a\r=1\r;"},              // only the line feed is special
         {"b\n1\nB\n2\na\n3\n", 1, "B=2;a=3;b=1;"},  // byte order
         {"a\n1\na\n2\n", 1, "a=2;"},                // the later one counts
-        {"a\n1\n2\nb\n3\n4\n", 2, "a=1\n2\n;b=3\n4\n;"},
-        {"a\n1\n\nb\n3\n4\n", 2, "b=3\n4\n;"},
+        {"a\n1\n2\nb\n3\n4\n", 2, "a=1\n2;b=3\n4;"},
+        {"a\n1\n\nb\n3\n4\n", 2, "b=3\n4;"},
         {"a\n1\n", 2, ""},
         {"\xFF\n1\na\0b\n2\n"sv, 1, "a\0b=2;\xFF=1;"s}};
     for (const auto& [text, digestLines, records] : rows) {
-        MemberMap members;
-        ParseList(text, digestLines, members);
         std::string got;
-        for (const auto& [name, digests] : members)
-            got.append(name.View()).append("=").append(digests.View()).append(";");
+        for (const auto& [name, digests] : patch::ParseList(text, digestLines)) {
+            got.append(name).append("=").append(digests).append(";");
+        }
         EXPECT_EQ(got, records) << text;
     }
 }
 
 TEST(PatchLists, TheyAreWrittenInByteOrderAndAsThePageShows) {
-    MemberMap members;
-    members[Intern("b")] = Intern("2");
-    members[Intern("B")] = Intern("4");
-    EXPECT_EQ(FormatList(members), "B\n4\nb\n2\n");
-    EXPECT_EQ(FormatList({}), "");
+    EXPECT_EQ(patch::FormatList({{"b", "2"}, {"B", "4"}}), "B\n4\nb\n2\n");
+    EXPECT_EQ(patch::FormatList({}), "");
 
     const auto digest = [](std::string_view content) {
-        MD5 md5;
-        md5.update(content.data(), content.size());
-        md5.finalize();
-        return std::string(md5.hex_digest().get());
+        return patch::DigestOf(std::as_bytes(std::span(content)));
     };
-    members.clear();
-    members[Intern("textures/wall.tga")] = Intern(digest("old") + "\n" + digest("new"));
-    members[Intern("a.txt")] = Intern(digest("a") + "\n" + digest("b"));
-    EXPECT_EQ(FormatList(members), ExampleOf("patch.md"));
-    for (const char* text : {"1\n2\n", "\n\n1\n2\n", "1"}) {
-        EXPECT_EQ(FirstDigest(Intern(text)), Intern("1")) << text;
-    }
+    const patch::List example{{"textures/wall.tga", digest("old") + "\n" + digest("new")},
+                              {"a.txt", digest("a") + "\n" + digest("b")}};
+    EXPECT_EQ(patch::FormatList(example), ExampleOf("patch.md"));
+    EXPECT_EQ(patch::OldDigest(example.at("a.txt")), digest("a"));
+}
+
+TEST(PatchLists, NamesOfListsAreKnownInAnyLetterCase) {
+    EXPECT_TRUE(patch::IsListName("addedFiles.txt"));
+    EXPECT_TRUE(patch::IsListName("PATCHEDFILES.TXT"));
+    EXPECT_FALSE(patch::IsListName("a/deletedFiles.txt"));
+    EXPECT_FALSE(patch::IsListName("deletedFiles.tx"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The MD5 message digest (RFC 1321), by which the converter tells whether contents are the same.
+// The MD5 message digest (RFC 1321), by which a patch tells contents apart.
 #pragma once
 
 #include <array>
@@ -6,28 +6,32 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
+#include <string>
 
-// Collects bytes until finalize, and holds the digest from then on; it is not used again. A call in
+namespace patch {
+
+// Collects bytes until finalize, and holds the digest from then on; it cannot be reset. A call in
 // the wrong state changes nothing and writes a fixed line to standard error: update and finalize
-// after finalize, hex_digest before it. A file given too late is read and closed all the same, with
-// a line for each piece of 1024 bytes.
+// after finalize, hex_digest before it. A file given after finalize is read and closed all the
+// same, with a line for each piece of 1024 bytes.
 class MD5 {
 public:
     MD5() = default;
 
-    // Digests what `file`, open for binary reading, still holds, and closes it.
+    // Digests the rest of `file`, which is open for binary reading, and closes it.
     explicit MD5(std::FILE* file);
 
     void update(const void* bytes, std::size_t length);
 
-    // Adds the rest of `file` and closes it. A read error counts as its end; ReadFailed tells.
+    // Adds the rest of `file` and closes it. A read error counts as its end; see ReadFailed.
     void update(std::FILE* file);
 
     [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
     void finalize();
 
-    // 32 lower-case hexadecimal digits and a zero; an empty text before finalize.
+    // Returns 32 lower-case hexadecimal digits and a zero; an empty text before finalize.
     [[nodiscard]] std::unique_ptr<char[]> hex_digest() const;
 
 private:
@@ -41,3 +45,8 @@ private:
     bool finalized_ = false;
     bool readFailed_ = false;
 };
+
+// Returns the digest of a content as the lists hold it: 32 lower-case hexadecimal digits.
+[[nodiscard]] std::string DigestOf(std::span<const std::byte> content);
+
+}  // namespace patch

@@ -1,10 +1,11 @@
-#include "converter/MD5.h"
+#include "patch/MD5.h"
 
-#include "converter/FileDigest.h"
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
 namespace {
+
+using patch::MD5;
 
 TEST(Md5, DigestsFiles) {
     const TempFolder folder;
@@ -50,15 +51,6 @@ TEST(Md5, MisuseWritesALineAndDoesNothingElse) {
               "MD5::update:  Can't update a finalized digest!\n"
               "MD5::finalize:  Already finalized this digest!\n");
     EXPECT_STREQ(digest.hex_digest().get(), "0cc175b9c0f1b6a831c399e269772661");
-}
-
-TEST(Md5, FileIsFoundByEverySeparatorAndReadWhole) {
-    const TempFolder folder;
-    folder.Write("in/some", std::string(100'000, 'x'));
-    EXPECT_EQ(FileDigest(folder.Path("in\\some").c_str()),
-              Intern("d5816f35916d1d9482fb0f1ec201101d"));
-    EXPECT_FALSE(FileDigest(folder.Path("in/none").c_str()));
-    EXPECT_FALSE(FileDigest(folder.Path("in").c_str()));
 }
 
 }  // namespace

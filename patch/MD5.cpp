@@ -1,9 +1,11 @@
-#include "converter/MD5.h"
+#include "patch/MD5.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 #include <utility>
+
+namespace patch {
 
 namespace {
 
@@ -156,3 +158,12 @@ void MD5::AddToCount(std::uint64_t bits) {
     const std::uint64_t total = (std::uint64_t{count_[1]} << 32 | count_[0]) + bits;
     count_ = {static_cast<std::uint32_t>(total), static_cast<std::uint32_t>(total >> 32)};
 }
+
+std::string DigestOf(std::span<const std::byte> content) {
+    MD5 digest;
+    digest.update(content.data(), content.size());
+    digest.finalize();
+    return digest.hex_digest().get();
+}
+
+}  // namespace patch
