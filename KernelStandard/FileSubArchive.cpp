@@ -111,8 +111,14 @@ void FileSubArchive::ReadAnew() {
 
 bool FileSubArchive::LacksIndex() {
     const ScopedLock hold(lock_);
-    return contents_.index == archive::IndexState::Missing ||
-           contents_.index == archive::IndexState::CutShort;
+    while (contents_.index == archive::IndexState::Missing ||
+           contents_.index == archive::IndexState::CutShort) {
+        if (handle_.OthersChange()) return false;
+        // Who changed it may have written the index since it was looked for.
+        if (archive::TakeFootprint(handle_) == contents_.footprint) return true;
+        ReadAnew();
+    }
+    return false;
 }
 
 bool FileSubArchive::OpenRead(File& file, const char* name, OpenFlags /*flags*/) {

@@ -92,8 +92,8 @@ public:
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
     [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
-    // Whether the header promises an index that was not there, or cut short, at mount time. Members
-    // may be missing.
+    // Whether the header promises an index that is not there, or cut short: members may be missing.
+    // False while another process changes the archive, since then all that are whole are found.
     [[nodiscard]] bool LacksIndex();
 
     // Makes this the one that changes the archive, until Complete: waits for another one, then

@@ -97,6 +97,8 @@ public:
     // use the handle.
     [[nodiscard]] bool LockChanges(int milliseconds) const;
     void UnlockChanges() const;
+    // Whether another handle, of this or of another process, holds the change lock now.
+    [[nodiscard]] bool OthersChange() const;
 
     // Forces what was written to the storage device.
     bool Commit();

@@ -311,6 +311,8 @@ bool FileHandle::LockChanges(int milliseconds) const {
 
 void FileHandle::UnlockChanges() const { posix::DropChangeLock(descriptor_); }
 
+bool FileHandle::OthersChange() const { return posix::OthersHoldChangeLock(descriptor_); }
+
 bool FileHandle::Commit() { return fsync(descriptor_) == 0; }
 
 }  // namespace platform

@@ -128,6 +128,11 @@ bool TakeChangeLock(int descriptor) {
     return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || LacksLocks();
 }
 
+bool OthersHoldChangeLock(int descriptor) {
+    struct flock lock = LockOn(kChanges, 1, F_WRLCK);
+    return fcntl(descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
 void DropChangeLock(int descriptor) {
     struct flock lock = LockOn(kChanges, 1, F_UNLCK);
     fcntl(descriptor, F_OFD_SETLK, &lock);

@@ -18,6 +18,7 @@ namespace platform::posix {
 // The change lock (see FileHandle) on a byte beside those four. False when another descriptor holds
 // it.
 [[nodiscard]] bool TakeChangeLock(int descriptor);
+[[nodiscard]] bool OthersHoldChangeLock(int descriptor);
 void DropChangeLock(int descriptor);
 
 }  // namespace platform::posix

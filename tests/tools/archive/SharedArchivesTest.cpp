@@ -59,6 +59,22 @@ TEST_F(SharedArchives, ReadersMeetWholeMembersOnly) {
     }
 }
 
+// A writer cuts the index off before it adds the first member.
+TEST_F(SharedArchives, AnArchiveIsNotCalledCutWhileItIsChanged) {
+    Fill("a", 3);
+    Do("-k a x.va 'a/*'");
+    const std::string whole = folder.Read("x.va");
+    folder.Write("x.va", whole.substr(0, whole.rfind("IDX ")));
+    platform::FileHandle writer;
+    ASSERT_TRUE(writer.Open("x.va", platform::Access::ReadWrite, platform::Creation::OpenExisting,
+                            platform::Share::DenyNone));
+    ASSERT_TRUE(writer.LockChanges(0));
+    EXPECT_EQ(CountOf(" .. ", Do("-r l x.va")), 3U);
+    EXPECT_EQ(Unpack("x.va").size(), 3U);
+    writer.Close();
+    EXPECT_THAT(Fail("-r l x.va").problems, HasSubstr("x.va was cut or damaged"));
+}
+
 TEST_F(SharedArchives, AWriterThatWaitsInVainFailsBeforeItChangesAnything) {
     if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
         GTEST_SKIP() << "needs strace, to shorten the wait";
