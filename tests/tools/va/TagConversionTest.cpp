@@ -32,6 +32,9 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
     Pack("Lost.va", "a.txt", Prose(40000));
     std::string lost = folder_.Read("Lost.va");
     folder_.Write("Lost.va", lost.replace(lost.find("CFIL") + 12, 40, 40, '\xFF'));
+    Pack("Flipped.va", "a.txt", "n 5");
+    std::string flipped = folder_.Read("Flipped.va");
+    folder_.Write("Flipped.va", flipped.replace(flipped.find("n 5"), 3, "n 6"));
     folder_.Write("mine.chump", "mine");
     folder_.Write("odd.va:name.txt", "n 5");
     folder_.Write("none.va", "not an archive");
@@ -50,10 +53,12 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
         {"tag check .", 2, "cannot read '.'"},
         {"tag to-binary Torn.va:a.txt a.chump", 2, "the member 'a.txt' in 'Torn.va' is damaged"},
         {"tag to-binary --force Lost.va:a.txt mine.chump", 2, "'Lost.va' is damaged"},
+        {"tag to-binary --force Flipped.va:a.txt mine.chump", 2, "disagrees with its check sum"},
     });
     EXPECT_EQ(folder_.Read("mine.chump"), "mine");
     EXPECT_EQ(folder_.Read("Town.va"), before);
-    EXPECT_EQ(Names(), "Lost.va Torn.va Town.va engine.txt mine.chump none.va odd.va:name.txt ");
+    EXPECT_EQ(Names(),
+              "Flipped.va Lost.va Torn.va Town.va engine.txt mine.chump none.va odd.va:name.txt ");
 }
 
 TEST_F(VaConversion, OnlyForceReplacesAFile) {

@@ -8,9 +8,8 @@
 #include <system_error>
 #include <utility>
 
-#include "KernelStandard/File.h"
-#include "KernelStandard/FileSubstList.h"
-#include "KernelStandard/WholeFile.h"
+#include "archive/Error.h"
+#include "archive/Reader.h"
 #include "kernel/LetterCase.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
@@ -22,42 +21,28 @@ namespace {
 // Why the system refused what was asked of it last.
 std::string SystemReason() { return std::generic_category().message(errno); }
 
-// One archive, read only, under a mount name of its own.
-class Mount {
-public:
-    explicit Mount(const std::string& archive) { Vorn::Subst(name_, archive.c_str(), false); }
-    ~Mount() { Vorn::Subst(name_, nullptr); }
-    Mount(const Mount&) = delete;
-    Mount& operator=(const Mount&) = delete;
-
-    [[nodiscard]] bool IsAvailable() const {
-        return Vorn::FileSubstList::Instance().TopBackend(name_)->IsAvailable();
+Bytes ReadMember(const std::string& path, const std::string& name) {
+    try {
+        const archive::Reader reader(path);
+        const auto member = reader.Find(name);
+        if (!member) {
+            throw Failure{ExitCode::NotFound, "the archive '" + path + "' has no member '" + name +
+                                                  "'; VArchive lists what it has"};
+        }
+        return reader.Read(*member);
+    } catch (const archive::Error& error) {
+        switch (error.Code()) {
+            case archive::ErrorCode::NotFound:
+                throw Failure{ExitCode::NotFound, "there is no archive '" + path + "'"};
+            case archive::ErrorCode::NotAnArchive:
+                Refuse("'" + path + "' is not an archive: " + error.Reason());
+            case archive::ErrorCode::Damaged:
+            case archive::ErrorCode::SumDiffers:
+                Refuse("the member '" + name + "' in '" + path + "' is damaged: " + error.Reason());
+            default:
+                Refuse("cannot read '" + path + "': " + error.Reason());
+        }
     }
-    [[nodiscard]] const Vorn::InternedString& Name() const { return name_; }
-
-private:
-    const Vorn::InternedString name_ = Vorn::Intern("va-input");
-};
-
-Bytes ReadMember(const std::string& archive, const std::string& member) {
-    if (!platform::Exists(archive.c_str())) {
-        throw Failure{ExitCode::NotFound, "there is no archive '" + archive + "'"};
-    }
-    const Mount mount(archive);
-    if (!mount.IsAvailable()) Refuse("'" + archive + "' is not an archive");
-    Vorn::File file;
-    const Vorn::FileResult opened = file.Open(mount.Name(), member.c_str(), Vorn::kReadDetect);
-    if (opened == Vorn::RES_FILENOTFOUND) {
-        throw Failure{ExitCode::NotFound, "the archive '" + archive + "' has no member '" + member +
-                                              "'; VArchive lists what it has"};
-    }
-    if (opened != Vorn::RES_OK) {
-        Refuse("cannot read '" + member + "' in '" + archive +
-               "': " + Vorn::DescribeFileResult(opened).text);
-    }
-    auto bytes = Vorn::ReadToEnd(file);
-    if (!bytes) Refuse("the member '" + member + "' in '" + archive + "' is damaged");
-    return *std::move(bytes);
 }
 
 Bytes ReadFile(const std::string& path) {
