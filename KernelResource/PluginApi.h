@@ -1,37 +1,36 @@
-// What a plug-in library exports. The one header that the author of a plug-in includes; it needs
-// nothing of the kernel at link time.
+// The exports of a plug-in library. This is the one header that the author of a plug-in includes;
+// the library does not link the kernel.
 //
-// A library Foo is the file "Foo_7s.dll". The file is what the system takes for a loadable
-// library, whatever its name looks like. Host and library are built by the same compiler, for they
-// share C++ objects.
+// A library Foo is the file "Foo_7s.dll", on every system a loadable library of that system. Host
+// and library must be built by the same compiler, because they share C++ objects.
 //
-// Declaring. Options declare what there is, each as items between commas, the parts of an item
-// between ':' (an id is 8-4-4-4-12 hexadecimal digits):
+// Declaring. Three options declare plug-ins. Each holds items separated by ',', and each item has
+// parts separated by ':' (an id is 8-4-4-4-12 hexadecimal digits):
 //
 //     +PluginGroup=name:group id:interface id
 //     +Plugin=name:library:plug-in id:group id
 //     +PluginRemap=requested id:id that serves it
 //
-// - The group id names a kind of object, the interface id the class through which a host uses
-//   objects of that kind. A change of that class gets a new interface id, so that a factory can
-//   refuse a host that knows another one.
+// - The group id names a kind of object; the interface id names the class through which a host uses
+//   objects of that kind. A changed class gets a new interface id, so that a factory can refuse a
+//   host that knows another one.
 // - The plug-in id names one implementation. It may be declared in several groups.
-// - A request that asks for the first id of a remap, as a group or as a plug-in, is served by the
-//   second one. Remaps are not chained, so two ids may also change places.
-// - What is declared again, with the same ids, replaces what was declared before.
-// - Write '+' in front: a '-' drops what everyone else has declared.
+// - A request for the first id of a remap, as a group or as a plug-in, is served by the second id.
+//   Remaps are not chained, so two ids may swap places.
+// - A later declaration with the same ids replaces the earlier one.
+// - Write '+' before an option: '-' would drop all earlier declarations.
 //
-// The options are read from the files plugins.ini beside the kernel and the program and in the
-// current directory, and then from the libraries themselves where the host scans a directory.
+// The options are read from the files plugins.ini next to the kernel, next to the program and in
+// the current directory, then from the libraries in the directories that the host scans.
 //
-// Finding. The library of an item is a path, or a bare name that is looked for beside the program,
-// beside the kernel, in the directories in which a scan has found libraries, and at last where the
-// system looks. "*" is the program itself, which then has to export the entry point.
+// Finding. The library of an item is a path or a bare name. A bare name is searched next to the
+// program, next to the kernel, in the directories where a scan has found libraries, and finally
+// where the system searches. "*" is the program itself, which then must export the entry point.
 //
-// Serving. At the first request for one of its plug-ins the library is loaded for good and asked
-// for its factories. Every request calls the factory of its plug-in, on the thread that asks and
-// under no lock of the plug-in system. Libraries are freed when the process exits: hosts release
-// their objects before main returns.
+// Serving. The first request for one of its plug-ins loads the library and asks for its factories.
+// Every request calls the factory of its plug-in, on the requesting thread and outside of the locks
+// of the plug-in system. Libraries are freed when the process exits, so hosts must release their
+// objects before main returns.
 #pragma once
 
 #include <cstdint>
@@ -41,12 +40,11 @@
 
 namespace Vorn {
 
-// Counts changes of this header that old libraries would not survive.
+// Incremented with each incompatible change of this header.
 inline constexpr std::uint32_t kPluginApiVersion = 1;
 
-// Makes an object of the plug-in, or null when it does not serve that interface. A new object has
-// no users; the host becomes its first one. An object that others use already may be handed out
-// as well.
+// Returns an object of the plug-in, or null if it does not serve that interface. A new object has
+// no users; the host becomes the first. The factory may also return an object already in use.
 using PluginCreate = ReferenceCount* (*)(const Guid& interfaceId) noexcept;
 
 struct PluginFactory {
@@ -54,7 +52,7 @@ struct PluginFactory {
     PluginCreate create;
 };
 
-// The factories of a library; they stay where they are while it is loaded.
+// The factories of a library; valid while it is loaded.
 struct PluginFactories {
     std::uint32_t apiVersion;  // kPluginApiVersion as the library was built
     std::uint32_t count;
@@ -65,10 +63,11 @@ struct PluginFactories {
 
 extern "C" {
 
-// The entry point. Null, or another version than the host's, gives a library without plug-ins.
+// The entry point. A library that returns null, or a version other than the host's, counts as one
+// without plug-ins.
 const Vorn::PluginFactories* VornGetPlugins();
 
-// Optional: the options that declare this library's plug-ins, for hosts that scan its directory.
-// They load the library, read the text and free it again. Null for none.
+// Optional: returns the options that declare this library's plug-ins, or null. Hosts that scan the
+// directory load the library, read this text and free the library again.
 const char* PluginList();
 }

@@ -12,11 +12,11 @@
 namespace Vorn {
 namespace {
 
-constexpr std::size_t kMostQuoted = 200;
+constexpr std::size_t kMostQuoted = 200;  // bytes
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
-// The parts of an item, if there are exactly N.
+// Returns the parts of an item, if there are exactly N.
 template <std::size_t N>
 std::optional<std::array<String, N>> SplitItem(String item) {
     std::array<String, N> parts;
@@ -27,8 +27,8 @@ std::optional<std::array<String, N>> SplitItem(String item) {
     return parts;
 }
 
-// Hands each item of an option to `declare`, split into N parts; it gives false for a malformed
-// one.
+// Passes each item of an option, split into N parts, to `declare`, which returns false for a
+// malformed one. One warning covers all: a file with many bad items must not flood the log.
 template <std::size_t N>
 void ReadItems(OptionList& options, const char* name, auto declare) {
     Option* const option = FindOption(options, name);
@@ -43,7 +43,7 @@ void ReadItems(OptionList& options, const char* name, auto declare) {
     }
     if (malformed == 0) return;
     String complaint;
-    complaint.Format("Malformed %s, %zu in all", name, malformed);
+    complaint.Format("malformed item of %s skipped, %zu in all", name, malformed);
     WarnOfPlugin(first.View(), complaint.Text());
 }
 
@@ -80,6 +80,7 @@ void PluginDeclarations::Declare(OptionList& options) {
     });
 }
 
+// The plug-ins are in order of their ids, so the lowest id gets a name first and keeps it.
 void PluginDeclarations::NamePlugins() {
     names_.clear();
     for (const auto& [ids, plugin] : plugins_) {

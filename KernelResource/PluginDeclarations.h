@@ -1,10 +1,10 @@
-// Which plug-ins there are, as options have declared them (item forms: PluginApi.h).
+// The plug-ins that options have declared (item forms: PluginApi.h).
 //
-// Items are hostile until read: one that does not have exactly the parts of its form, or has a
-// malformed id, declares nothing. Each option with such items gets one warning in the log, which
-// counts them and quotes the first.
+// Items are not trusted: one that does not have exactly the parts of its form, or has a malformed
+// id, is skipped. Each option with such items gets one warning in the log, which counts them and
+// quotes the first.
 //
-// Threads: Declare belongs to one thread; then any number may look up.
+// Threads: one thread calls Declare; afterwards any number may look up.
 #pragma once
 
 #include <map>
@@ -31,7 +31,7 @@ struct Plugin {
     Guid group;
 };
 
-// What a lookup has found; valid while the declarations live. Null where it failed.
+// The result of a lookup, null where it failed. Valid while the declarations live.
 struct PluginMatch {
     const PluginGroup* group = nullptr;
     const Plugin* plugin = nullptr;
@@ -39,11 +39,11 @@ struct PluginMatch {
 
 class PluginDeclarations {
 public:
-    // Reads "PluginGroup", "Plugin" and "PluginRemap". What is declared again replaces the former.
+    // Reads "PluginGroup", "Plugin" and "PluginRemap". A later declaration replaces an earlier one.
     void Declare(OptionList& options);
 
-    // RES_SUCCESS, or the code of what was not found. Remaps apply to the ids; the plug-in with the
-    // lowest id of a group has a name that several bear.
+    // Return RES_SUCCESS, or the code of what was not found. Remaps apply to the ids. If several
+    // plug-ins of a group share a name, the one with the lowest id is found.
     [[nodiscard]] PluginResult Find(const Guid& group, const Guid& plugin,
                                     PluginMatch& match) const;
     [[nodiscard]] PluginResult FindByName(const Guid& group, const InternedString& name,

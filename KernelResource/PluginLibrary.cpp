@@ -8,8 +8,8 @@
 namespace Vorn {
 namespace {
 
-constexpr std::string_view kProgramItself = "*";
-constexpr std::size_t kExtensionLength = 4;  // with its dot
+constexpr std::string_view kProgramItself = "*";  // fixed
+constexpr std::size_t kExtensionLength = 4;       // with its dot
 
 bool IsBareName(std::string_view name) { return std::ranges::none_of(name, IsComponentEnd); }
 
@@ -27,7 +27,8 @@ PluginLibrary::PluginLibrary(InternedString name, std::span<const std::string> f
 PluginLibrary::~PluginLibrary() = default;
 
 PluginResult PluginLibrary::Load() {
-    failed_ = true;  // until the end, for whoever asks meanwhile
+    // Failed until proven otherwise: the library's initialisers may request its own plug-ins.
+    failed_ = true;
     platform::Library module;
     if (!LoadModule(module)) return RES_LIBRARYNOTFOUND;
     void* const symbol = module.Find("VornGetPlugins");

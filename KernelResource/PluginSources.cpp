@@ -17,12 +17,13 @@
 namespace Vorn {
 namespace {
 
+// Fixed names.
 constexpr const char* kKernelLibrary = "Kernel_7s.dll";
 constexpr std::string_view kFile = "/plugins.ini";
-constexpr std::string_view kBuiltIn = "\r\n\r\n";
+constexpr std::string_view kBuiltIn = "\r\n\r\n";  // this program declares nothing
 constexpr std::string_view kLibraries = "*.dll";
 
-// The root of a file system keeps its separator.
+// Returns the folder of a path; the root of a file system keeps its separator.
 std::string FolderOf(std::string_view path) {
     const std::size_t end = path.find_last_of("\\/:");
     if (end == std::string_view::npos) return {};
@@ -33,6 +34,7 @@ class Loader {
 public:
     explicit Loader(OptionList& list) : list_(list) {}
 
+    // The kernel, the program and the current directory may share a folder, under any names.
     void ReadFile(const std::string& folder) {
         if (folder.empty()) return;
         const std::string path = std::string(folder).append(kFile);
@@ -49,7 +51,7 @@ public:
         }
     }
 
-    // A folder of the file system.
+    // Reads the libraries of a folder of the file system.
     void ScanDisk(const std::string& folder) {
         const std::string start = folder.empty() ? folder : folder + '/';
         File::Find find;
@@ -57,7 +59,7 @@ public:
         for (; more; more = find.Next()) ReadLibrary(start + std::string(find.Entry().Name()));
     }
 
-    // The same, or a folder of a mount.
+    // Reads the libraries of a folder of the file system or of a mount.
     void ScanFolder(const std::string& folder) {
         if (!FileSubstList::Instance().NamesMount(folder.c_str())) return ScanDisk(folder);
         File::Find find;
@@ -79,7 +81,8 @@ private:
         AddFolder(FolderOf(path));
     }
 
-    // Leads out of a mounted directory; a member of an archive is no library.
+    // Reads a library of a mounted directory by its real path, which the system needs to load it. A
+    // member of an archive has none and is skipped.
     void ReadMounted(const std::string& path) try {
         FileSubstList& substs = FileSubstList::Instance();
         const MountPath member = SplitMountPath(path.c_str());

@@ -1,4 +1,4 @@
-// Where the options that declare plug-ins come from.
+// The sources of the options that declare plug-ins.
 #pragma once
 
 #include <string>
@@ -8,22 +8,25 @@
 
 namespace Vorn {
 
-// Empty where the system cannot tell.
+// Folders; empty if the system cannot name them.
 struct PluginPlaces {
-    std::string kernel;   // the folder of the kernel's library, or of the program that holds it
-    std::string program;  // the folder of the running program
+    std::string kernel;   // of the kernel's library, or of the program that contains it
+    std::string program;  // of the running program
     std::string current;  // the current directory
 };
 [[nodiscard]] PluginPlaces FindPluginPlaces();
 
-// Adds to `list` what is there of, in this order: the file plugins.ini in each of the places, one
-// and the same file once; what the program has built in; and, when the kernel's options are known,
-// the texts that the libraries of these folders export (PluginList), in byte order of their names:
-// the kernel's folder if there is an option "AutoPlugin", then the items of "PluginDir", which may
-// name mounted directories. What is missing, cannot be read or loaded is skipped without a word.
+// Adds the declarations to `list`, in this order:
+// - the file plugins.ini of each place; the same file is read once;
+// - the options built into the program;
+// - if the kernel's options are known, the texts that libraries export (PluginList): with the
+// option
+//   "AutoPlugin" those of the kernel's folder, then those of each item of "PluginDir", which may
+//   name a mounted directory. Within a folder, libraries come in byte order of their names.
+// Whatever is missing, or cannot be read or loaded, is silently skipped.
 //
-// Gives the folders in which libraries without a folder of their own are to be looked for: those of
-// the program and the kernel, and where a library with such a text was found.
+// Returns the folders in which to search for libraries named without a folder: those of the program
+// and of the kernel, and those where a library with such a text was found.
 std::vector<std::string> LoadPluginOptions(OptionList& list, const PluginPlaces& places,
                                            OptionList* kernelOptions);
 

@@ -18,7 +18,7 @@ struct Shared {
     RefPtr<PluginSystem> system VORN_GUARDED_BY(lock);
 };
 
-// Never destroyed: teardown functions run behind the destructors of static objects.
+// Never destroyed: teardown functions run after static destructors, and one of them uses this.
 Shared& GetShared() {
     alignas(Shared) static std::array<std::byte, sizeof(Shared)> storage;
     static auto* const shared = new (storage.data()) Shared;
@@ -46,10 +46,10 @@ RefPtr<PluginSystem> FirstUse(Shared& shared) VORN_REQUIRES(shared.lock) {
     return shared.system;
 }
 
-// `id` is a Guid or a name.
+// Serves a request; `id` is a Guid or a name.
 PluginResult Serve(const Guid& group, const auto& id, RefPtr<ReferenceCount>& object) {
     PluginSystem::Factory factory;
-    RefPtr<PluginSystem> system;  // keeps the factory's library while it runs
+    RefPtr<PluginSystem> system;  // keeps the library loaded while its factory runs
     {
         Shared& shared = GetShared();
         const ScopedLock hold(shared.lock);
@@ -57,6 +57,7 @@ PluginResult Serve(const Guid& group, const auto& id, RefPtr<ReferenceCount>& ob
         const PluginResult result = system->FindFactory(group, id, factory);
         if (result != RES_SUCCESS) return result;
     }
+    // Outside of the lock: a factory may request other plug-ins.
     RefPtr<ReferenceCount> made(factory.create(factory.interfaceId));
     if (!made) return RES_PLUGINIDNOTFOUND;
     object = std::move(made);

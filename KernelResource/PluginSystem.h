@@ -1,14 +1,13 @@
-// Serves objects of plug-ins by their ids. PluginApi.h tells what plug-ins are and how they are
-// declared and found.
+// Serves objects of plug-ins by their ids. PluginApi.h describes plug-ins and how they are declared
+// and found.
 //
-// The system is made and configured by the first request, on the thread that makes it, from the
-// options of the kernel's TaskManager if its tasks were started by then; what is declared later is
-// not seen. It ends with the teardown functions at the process's exit, and takes the libraries with
-// it.
+// The first request makes and configures the system, on its own thread. The kernel's options count
+// if the tasks of the TaskManager were started by then; later declarations are ignored. The system
+// ends with the teardown functions at the exit of the process, and frees the libraries.
 //
 // Threads: any thread may request. One lock guards the first use, the lookup and the loading of a
-// library; factories run outside it. The initialisers of a library run inside it: what they request
-// of their own library is not found yet.
+// library; factories run outside of it. A library's initialisers run inside it, and do not find the
+// plug-ins of their own library yet.
 #pragma once
 
 #include <map>
@@ -25,14 +24,15 @@ namespace Vorn {
 
 class PluginSystem final : public ReferenceCount {
 public:
-    // Gives an object of the plug-in. Otherwise `object` stays as it was, and the code tells why:
+    // Set `object` to an object of the plug-in. On failure `object` is unchanged and the code is:
     //
     //   RES_PLUGINGROUPIDNOTFOUND   no such group is declared
-    //   RES_PLUGINIDNOTFOUND        the group has no such plug-in; or its library has none of that
-    //                               id, or refuses the group's interface
+    //   RES_PLUGINIDNOTFOUND        the group has no such plug-in, or its library has none with
+    //   that
+    //                               id, or it refuses the group's interface
     //   RES_PLUGINNAMENOTFOUND      the group has no plug-in of that name (letter case counts)
-    //   RES_PLUGINLIBRARYNOTFOUND   the library is missing or has no entry point, now or at an
-    //                               earlier request: it is tried once
+    //   RES_PLUGINLIBRARYNOTFOUND   the library is missing or has no entry point. It is tried once:
+    //                               later requests fail too
     [[nodiscard]] static PluginResult Request(const Guid& group, const Guid& plugin,
                                               RefPtr<ReferenceCount>& object);
     [[nodiscard]] static PluginResult Request(const Guid& group, const InternedString& name,
@@ -40,10 +40,10 @@ public:
 
     PluginSystem() = default;
 
-    // Reads all declarations; once, before any lookup.
+    // Reads all declarations. Called once, before any lookup.
     void Configure(const PluginPlaces& places, OptionList* kernelOptions);
 
-    // A plug-in's factory, ready to be called as long as the system lives.
+    // A plug-in's factory; callable while the system lives.
     struct Factory {
         PluginCreate create = nullptr;
         Guid interfaceId;

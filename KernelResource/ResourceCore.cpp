@@ -29,7 +29,8 @@ ResourceCore::~ResourceCore() {
 ResourceCore& ResourceCore::Instance() {
     ResourceCore* const core = Find();
     if (!core) {
-        throw Exception("KernelResource/ResourceSystem", __LINE__, "There is no resource system");
+        throw Exception("KernelResource/ResourceSystem", __LINE__,
+                        "There is no resource system; initialise one first");
     }
     return *core;
 }

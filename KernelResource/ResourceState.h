@@ -13,8 +13,8 @@
 //
 // Who makes a move, and what keeps others from making another one:
 //
-//   None -> Ready          the database that lists the resource; its lock, or nobody else knows it
-//   None -> Invalid        a database, for a name without a resource; nobody else knows it
+//   None -> Ready          the database that lists the resource; its lock, or not yet shared
+//   None -> Invalid        a database, for a name without a resource; not yet shared
 //   Ready -> Cached        the load queue, for its worker; the lock of the queue's items
 //   Cached -> Ready        the load queue, taking it back; the same lock
 //   Ready -> Loading       the thread that loads; its claim on the resource (LoadSlots.h)

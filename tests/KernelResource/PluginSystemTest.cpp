@@ -32,7 +32,7 @@ class PluginSystemTest : public testing::Test {
 protected:
     void SetUp() override { here_.Enter(); }
 
-    // A copy of the sample library whose plug-in is called "Sample" and the mark.
+    // Copies the sample library, naming the plug-in of the copy "Sample" and the mark.
     void PlaceSample(const std::string& name, char mark) {
         std::string content = here_.Read(SAMPLE_PLUGIN);
         content[content.find("Sample#:") + 6] = mark;
@@ -54,7 +54,7 @@ protected:
 
     TempFolder here_;
     RefPtr<PluginSystem> system_;
-    RefPtr<Greeter> object_;  // ends before the system that has its library
+    RefPtr<Greeter> object_;  // ends before the system that owns its library
 };
 
 // Several threads make the first request of the process.
@@ -171,9 +171,9 @@ TEST_F(PluginSystemTest, SkipsMalformedItemsAndWarnsOnce) {
     EXPECT_STREQ(Greeting(kGroup, kOldPlugin), "hello from the program");
     EXPECT_STREQ(Greeting(kGroup, Intern("ok")), "hello from the program");
     EXPECT_STREQ(Greeting(kGroup, Intern("n")), "RES_PLUGINNAMENOTFOUND");
-    EXPECT_THAT(lines, HasSubstr("x:y: Malformed PluginGroup, 3 in all"));
-    EXPECT_THAT(lines, HasSubstr(".[2J: Malformed Plugin, 3 in all"));
-    EXPECT_THAT(lines, HasSubstr("PluginRemap, 1 in all"));
+    EXPECT_THAT(lines, HasSubstr("x:y: malformed item of PluginGroup skipped, 3 in all"));
+    EXPECT_THAT(lines, HasSubstr(".[2J: malformed item of Plugin skipped, 3 in all"));
+    EXPECT_THAT(lines, HasSubstr("PluginRemap skipped, 1 in all"));
     EXPECT_EQ(std::ranges::count(lines, '\n'), 3);
 }
 

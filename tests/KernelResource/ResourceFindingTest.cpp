@@ -85,7 +85,7 @@ TEST_F(ResourceFinding, MissesAreCountedAndRemembered) {
     EXPECT_EQ(base->MissesHandled(), 2u);
     EXPECT_EQ(base->EntryCount(), 1u);
 
-    // A mount that has them now goes unseen where the miss was recorded.
+    // Only the name whose miss was not recorded is found in a later mount.
     folder.Write("more/absent.text", "late");
     folder.Write("more/other.text", "late");
     Subst(Intern("base"), folder.Path("more/").c_str());
@@ -120,7 +120,7 @@ TEST_F(ResourceFinding, FallbacksAreAskedOnceEach) {
     EXPECT_TRUE(Release("far.text"));
     EXPECT_EQ(far->ReferenceCount(), 0u);
 
-    // A database that ends takes the redirects to it along.
+    // A database that ends removes the redirects to its resources.
     const std::size_t before = base->EntryCount();
     rest.reset();
     EXPECT_EQ(base->EntryCount(), before - 1);

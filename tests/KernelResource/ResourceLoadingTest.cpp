@@ -16,7 +16,7 @@ protected:
         resource.GetStatus(status);
         return status;
     }
-    // Holds the queue's worker inside the load of "0.text" until it is let go.
+    // Holds the queue's worker inside the load of "0.text" until `letGo` is counted down.
     void HoldTheWorker() {
         texts.onLoad = [this](TextResource& resource) {
             if (resource.Name().View() != "0.text") return;
@@ -26,7 +26,7 @@ protected:
         EXPECT_TRUE(system->QueueLoad(Numbered(0)));
         isIn_.wait();
     }
-    // Until a thread of its own has brought the resource there.
+    // Waits until another thread has brought the resource to a state.
     static void AwaitState(const Resource& resource, ResourceState state) {
         while (resource.State() != state) std::this_thread::yield();
     }
@@ -73,6 +73,25 @@ TEST_F(ResourceLoading, AnAcquireLoadsOnceTellsListenersAndCountsUses) {
                             accounts.available.load(), accounts.requests.load()}),
                 testing::Each(1u));
     EXPECT_EQ(accounts.Memory(), 6);
+}
+
+TEST_F(ResourceLoading, AUseEndsWithItsScopeAndAFailedOneReleasesNothing) {
+    OpenBase({{"a.text", "text"}, {"plain", ""}});
+    Resource& resource = *Get("a.text");
+    {
+        ResourceUse first(resource);
+        const ResourceUse second(resource);
+        const ResourceUse moved(std::move(first));
+        EXPECT_TRUE(moved && second);
+        EXPECT_EQ(resource.AcquireCount(), 2u);
+    }
+    EXPECT_EQ(resource.AcquireCount(), 0u);
+
+    Resource& plain = *Get("plain");
+    const ResourceUse failed(plain);
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(failed.Result(), RES_FAILED_TO_LOAD);
+    EXPECT_EQ(plain.AcquireCount(), 0u);
 }
 
 TEST_F(ResourceLoading, AFailedLoadIsTriedOnce) {
@@ -139,7 +158,7 @@ TEST_F(ResourceLoading, AtMostEightLoadsRunAndLoadsInsideThemNeedNoFurtherPlace)
         if (++begun <= 8) eight.arrive_and_wait();  // eight must be there together
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
         TextResource& inner = Numbered(number + kThreads);
-        system->QueueLoad(inner);  // whose worker gets no place now
+        system->QueueLoad(inner);  // the worker finds no free place
         EXPECT_EQ(Acquire(inner), RES_RESOURCEOK);
         --running;
     };
@@ -182,7 +201,7 @@ TEST_F(ResourceLoading, TheTaskFinishesWhatTheWorkerHasRead) {
     manager.Update(now);
     manager.Update(now += 2.5);
     EXPECT_GE(system->CurrentTime(), 2.5F);
-    // The worker may not have let go of it before.
+    // The worker may still have its claim: then a step passes it over.
     while (resource.State() != ResourceState::Available) manager.Update(now += 0.1);
     EXPECT_TRUE(resource.isFinished);
     EXPECT_EQ(resource.AcquireCount(), 0u);
@@ -206,7 +225,7 @@ TEST_F(ResourceLoading, AnAcquireWaitsForAQueuedLoad) {
         EXPECT_EQ(Acquire(queued), RES_RESOURCEOK);
     });
     asks.wait();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // so that it does wait
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // makes it likely that it waits
     letGo.count_down();
     EXPECT_EQ(Acquire(first), RES_RESOURCEOK);
     user.join();
@@ -227,12 +246,12 @@ TEST_F(ResourceLoading, OfFiveThousandInTheQueueEightAreHandedOver) {
     EXPECT_EQ(made(8).State(), ResourceState::Ready);
     EXPECT_EQ(Acquire(made(10)), RES_FAILED_TO_LOAD) << "without waiting";
 
-    // Whoever asks for one that waits takes it out of the queue, unless told not to.
+    // A lookup takes a waiting resource out of the queue, unless a flag forbids it.
     EXPECT_FALSE(system->QueueLoad(made(8)));
     EXPECT_NE(Get("made/8"), nullptr);
     EXPECT_TRUE(system->QueueLoad(made(8)));
 
-    // One that is taken back makes room for the next.
+    // Taking one back makes room for the next.
     EXPECT_EQ(made(9).State(), ResourceState::Ready);
     system->TakeOutOfQueue(made(0));
     EXPECT_EQ(made(0).State(), ResourceState::Ready);
@@ -271,7 +290,7 @@ TEST_F(ResourceLoading, NothingThatTheWorkerHasReadOutlivesItsDatabase) {
 TEST_F(ResourceLoading, TheWorkerStopsAtOnce) {
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 20; ++i) Start("");
-    // Workers that look only between their rounds of a second would take twenty.
+    // A worker that checked only between its rounds of a second would take twenty seconds.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
 }
 

@@ -28,7 +28,7 @@ const Vorn::PluginFactories* VornGetPlugins() {
     return &kExported;
 }
 
-// Tests copy the library under other names, and change the '#' of the plug-in's name in the copy.
+// Tests copy the library under other names and replace the '#' of the plug-in's name in the copy.
 const char* PluginList() {
     return "+PluginGroup=" SAMPLE_GROUP " +Plugin=Sample#:Sample:" SAMPLE_IDS
            " +PluginRemap=" SAMPLE_REMAP;

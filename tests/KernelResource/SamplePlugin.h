@@ -7,14 +7,14 @@ namespace Vorn::Testing {
 
 class Greeter : public ReferenceCount {
 public:
-    // Told to the end of the object.
+    // Set to true by the destructor, if not null.
     bool* ended = nullptr;
 
     ~Greeter() override {
         if (ended) *ended = true;
     }
     [[nodiscard]] virtual const char* Greeting() const = 0;
-    // How often the library's entry point was called.
+    // Returns how often the library's entry point was called.
     [[nodiscard]] virtual int EntryCalls() const { return 0; }
 };
 
