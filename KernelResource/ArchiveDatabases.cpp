@@ -19,6 +19,7 @@ NorvaneResourceDatabase* ArchiveDatabases::Open(const InternedString& name, cons
         ++known->references;
         return known->database.get();
     }
+    // Databases without users are kept for their next user until the room is needed.
     if (entries_.size() == kCapacity) Purge(0);
     if (entries_.size() == kCapacity) return nullptr;
     const PathBuffer archive = NorvaneResourceDatabase::ArchivePath(folder, name.View());
@@ -47,6 +48,7 @@ void ArchiveDatabases::Purge(std::size_t least) {
             ++i;
             continue;
         }
+        // Fixed: the last entry takes the freed place, and is looked at next.
         std::swap(entries_[i], entries_.back());
         entries_.pop_back();
     }

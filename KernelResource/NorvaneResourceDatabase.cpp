@@ -25,11 +25,11 @@ NorvaneResourceDatabase::NorvaneResourceDatabase(const InternedString& name,
     } else {
         Subst(name, Join(folder.View(), name.View(), "/").c_str(), true);
     }
-    mountName_ = name;
+    mountName_ = name;  // only now: a mount that failed is not ours to close
 }
 
 NorvaneResourceDatabase::~NorvaneResourceDatabase() {
-    EndLoads();
+    EndLoads();  // before the mount that they read from closes
     CloseMount(mountName_);
 }
 

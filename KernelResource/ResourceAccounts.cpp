@@ -11,6 +11,7 @@ void ResourceAccounts::Add(Resource& resource) {
     if (resource.secondSize_ == -1) resource.secondSize_ = resource.GetSecondSize();
     const std::int64_t bytes = std::int64_t{std::max(0, resource.dataSize_.load())} +
                                std::max(0, resource.secondSize_.load());
+    // The sizes are asked for outside of the lock: a resource may take its own locks to answer.
     const ScopedLock hold(lock_);
     if (!resource.isAccounted_) ++count_;
     resource.isAccounted_ = true;

@@ -9,11 +9,13 @@ void ResourceBin::Remove(Resource& resource) {
 }
 
 void ResourceBin::Shelve(Resource& resource) {
-    if (resource.State() == ResourceState::Available) resource.Move(ResourceState::Inactive);
+    [[maybe_unused]] const bool moved =
+        resource.TryMove(ResourceState::Available, ResourceState::Inactive);
 }
 
 void ResourceBin::Unshelve(Resource& resource) {
-    if (resource.State() == ResourceState::Inactive) resource.Move(ResourceState::Available);
+    [[maybe_unused]] const bool moved =
+        resource.TryMove(ResourceState::Inactive, ResourceState::Available);
 }
 
 bool ResourceBin::Retire(Resource& resource) {

@@ -73,6 +73,9 @@ void ResourceBinCache::Configure(const OptionList* options) {
 
 bool ResourceBinCache::Add(Resource& resource) {
     Shelve(resource);
+    // A pass may have retired it just before: the bin still held it from before its load. That pass
+    // destroys it.
+    if (resource.State() == ResourceState::Delete) return false;
     const RefPtr<Resource> holder(&resource);  // the bin's old hold may be the last one
     [[maybe_unused]] const bool wasHeld = Reclaim(resource);
     const ScopedLock hold(lock_);

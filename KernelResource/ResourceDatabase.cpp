@@ -14,7 +14,7 @@
 namespace Vorn {
 namespace {
 
-constexpr int kMostRedirects = 16;
+constexpr int kMostRedirects = 16;  // in one lookup; rings end earlier, by the trail
 constexpr std::string_view kDescription = ".txt";
 
 // Takes the next of several names between ';' off the front.
@@ -51,8 +51,8 @@ ResourceDatabase::~ResourceDatabase() {
         {
             const ScopedLock hold(lock_);
             for (const RefPtr<Resource>& resource : resources) {
-                core.Revalidate(*resource);
-                // The bin may be destroying it on the driving thread.
+                core.Revalidate(*resource);  // out of the bin, which retires it no more
+                // But it may have, and be destroying it on the driving thread.
                 if (resource->State() != ResourceState::Delete) {
                     resource->Move(ResourceState::Delete);
                 }
@@ -101,6 +101,7 @@ Resource* ResourceDatabase::GetResource(const InternedString& name, std::uint32_
     }
     ResourceCore& core = ResourceCore::Instance();
     resource.lastGivenBy_ = this;
+    // The caller will acquire it, which is faster than waiting for the queue to get there.
     const bool leave = (flags & kLeaveInQueue) != 0;
     if (!leave && resource.State() == ResourceState::Ready) core.TakeOutOfQueue(resource);
     resource.lastUse_ = core.CurrentTime();
@@ -177,7 +178,7 @@ RefPtr<Resource> ResourceDatabase::CreateRedirect(const InternedString& name,
     RefPtr<Resource> target;
     if (!other) {
         target = ResourceCore::Instance().Types().CreateDescribed(*this, name, source);
-        target->Move(ResourceState::Ready);
+        target->Move(ResourceState::Ready);  // never inserted, so nothing else would
     } else if (++trail.redirects <= kMostRedirects) {
         target = LookUp(other, trail);
     }

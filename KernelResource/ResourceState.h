@@ -26,10 +26,10 @@
 //   Loaded -> Invalid      the thread whose finishing stage failed; its claim
 //   Available -> Inactive  the bin, when it takes the resource in; the home's lock
 //   Inactive -> Available  the bin, when it gives the resource back; the home's lock
-//   Available -> Delete    the bin that keeps nothing; the home's lock
-//   Ready -> Delete        the bin that unloads what it held; its own lock or the home's
+//   Ready -> Delete        the bin that unloads it; the lock of what the bin holds, or the home's
 //   Inactive -> Delete     the same
-//   any -> Delete          the database that ends; its lock, and no load runs any more
+//   Available -> Delete    the same: a bin that keeps nothing, or that held it since before its
+//   load any -> Delete          the database that ends; its lock, and no load runs any more
 //
 // From Ready three moves compete under three different locks: the queue's, a load's and the bin's.
 // Each is one compare-and-exchange (Resource::TryMove), so exactly one of them succeeds.
