@@ -33,8 +33,10 @@ LoadQueue::LoadQueue(LoadSlots& slots)
       work_(platform::CreateSemaphore(0, std::numeric_limits<std::int32_t>::max(), nullptr)),
       worker_([](void* queue) { return static_cast<LoadQueue*>(queue)->Serve(); }, this, false) {
     items_.reserve(kCapacity);
+    // Created suspended and resumed here, when all members that it uses exist.
     worker_.Resume();
     worker_.SetPriority(0);
+    // A worker that could not start never sets the event, hence the rounds.
     while (worker_.IsRunning() && !serving_.Wait(kStartRound)) {
     }
 }
@@ -80,6 +82,7 @@ void LoadQueue::Await(Resource& resource) {
         TakeOut(resource);
         return;
     }
+    // Woken threads look again: another thread may have queued the resource meanwhile.
     for (;;) {
         std::shared_ptr<WEvent> done;
         {
@@ -126,7 +129,7 @@ std::uint32_t LoadQueue::Serve() {
     serving_.Set();
     for (;;) {
         const int signalled = platform::WaitForAny(stopAndWork, kWorkerRound);
-        if (signalled == 0) return 0;
+        if (signalled == 0) return 0;  // told to stop, which goes before all work
         if (signalled == 1) LoadNext();
     }
 }
@@ -136,7 +139,7 @@ void LoadQueue::LoadNext() {
     RefPtr<Resource> next;
     {
         const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
-        if (handedOver_ == 0) return;
+        if (handedOver_ == 0) return;  // taken back after its unit was counted
         const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
         next = Remove(0);
         current_ = next.Get();

@@ -18,6 +18,7 @@ LoadSlots::Claim LoadSlots::Begin(const Resource& resource) {
             case OtherLoad::None:
                 break;
         }
+        // The place comes before the claim: a resource must not be claimed by a thread that waits.
         const bool needsPlace = !IsCallerLoading();
         if (needsPlace && !places_.Wait(platform::kWaitForever)) return {};
         if (Claim claim = Occupy(resource, needsPlace)) return claim;

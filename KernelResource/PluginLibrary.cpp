@@ -34,6 +34,7 @@ PluginResult PluginLibrary::Load() {
     void* const symbol = module.Find("VornGetPlugins");
     if (!symbol) return RES_ENTRYPOINTNOTFOUND;
     const PluginFactories* exported = reinterpret_cast<decltype(&VornGetPlugins)>(symbol)();
+    // Another version may lay its factories out differently; the library serves nothing then.
     if (exported && exported->apiVersion == kPluginApiVersion) {
         factories_ = {exported->factories, exported->count};
     }

@@ -31,6 +31,7 @@ void DropSystem() {
     shared.system = {};
 }
 
+// The manager has the options only once its tasks were started.
 OptionList* KernelOptionsIfStarted() {
     const TaskManager* manager = FindTaskManager();
     KernelOptions* options = manager ? manager->GetOptions() : nullptr;
@@ -97,6 +98,7 @@ PluginResult PluginSystem::FindFactory(const Guid& group, const InternedString& 
 
 PluginResult PluginSystem::FactoryOf(const PluginMatch& match, Factory& factory) {
     PluginLibrary& library = LibraryOf(*match.plugin);
+    // Tried once, so the log has one warning however often its plug-ins are requested.
     if (!library.IsLoaded() && !library.HasFailed()) {
         const PluginResult result = library.Load();
         if (result != RES_SUCCESS) {

@@ -63,6 +63,7 @@ template <typename Stage>
 
 }  // namespace
 
+// Without a home there is no table to enter, so the resource is ready at once.
 Resource::Resource(ResourceDatabase* home, const InternedString& name)
     : name_(name),
       home_(home),
@@ -75,7 +76,7 @@ Resource::Resource(ResourceDatabase* home, const InternedString& name)
 
 Resource::~Resource() {
     ResourceCore* const core = ResourceCore::Find();
-    if (!core) return;
+    if (!core) return;  // a host kept it beyond the system's end; there is nothing to count
     ForgetUses();
     CountStates(State(), ResourceState::None);
     core->Accounts().Remove(*this);
@@ -174,6 +175,7 @@ bool Resource::UseIfAvailable() {
 
 void Resource::CountUses(std::uint32_t uses) {
     if (uses == 0) return;
+    // The system counts resources in use, not uses.
     if (uses_.fetch_add(uses) == 0) ++ResourceCore::Instance().Accounts().inUse;
 }
 
@@ -182,7 +184,7 @@ void Resource::ForgetUses() {
 }
 
 void Resource::ReleaseUse() {
-    const RefPtr<Resource> holder(this);
+    const RefPtr<Resource> holder(this);  // the bin may destroy it before we return
     ResourceCore& core = ResourceCore::Instance();
     {
         const ScopedLock hold(core.LockOf(*this));
@@ -223,6 +225,9 @@ void Resource::RemoveListener(ResourceListener& listener) {
     std::erase(listeners_, &listener);
 }
 
+// The flag and the list change under one lock, so each listener is called once: here or by
+// AddListener. The calls come after it, because listeners may acquire, release or remove
+// themselves.
 void Resource::OnAvailable() {
     std::vector<ResourceListener*> listeners;
     {
@@ -285,6 +290,7 @@ bool Resource::TryMove(ResourceState from, ResourceState to) {
     ResourceState seen = from;
     if (!state_.compare_exchange_strong(seen, to)) return false;
     CountStates(from, to);
+    // Uses are counted anew each time the resource becomes available.
     if (to == ResourceState::Inactive || to == ResourceState::Delete) ForgetUses();
     return true;
 }

@@ -63,6 +63,7 @@ void ResourceSystem::Process(float elapsedSeconds) {
     sinceMaintenance_ += elapsedSeconds;
     if (sinceMaintenance_ <= kMaintenanceInterval) return;
     sinceMaintenance_ = 0;
+    // The bin decides what goes: the system only knows the sum.
     if (memoryBudget_ > 0 && Accounts().Memory() > memoryBudget_) Bin().RelieveMemory();
 }
 
@@ -84,6 +85,7 @@ ResourceBin& ResourceSystem::Bin() { return core_->Bin(); }
 
 ArchiveDatabases& ResourceSystem::Archives() { return core_->Archives(); }
 
+// A static object, because archive databases and their mounts are used until the process ends.
 ResourceSystem& StartResourceSystem(const OptionList& options) {
     static const auto system = std::make_unique<ResourceSystem>();
     system->Init(&options);

@@ -10,7 +10,7 @@ bool ResourceDatabase::SearchHandle::OpenSearch(const char* /*pattern*/,
 bool ResourceDatabase::RDBSearchHandle::OpenSearch(const char* pattern,
                                                    const ResourceDatabase& database) {
     const InternedString& mount = database.Name();
-    isOnEntry_ = false;
+    isOnEntry_ = false;  // stays so if Open throws
     isOnEntry_ = mount.Length() == 0 ? find_.Open(pattern) : find_.Open(pattern, mount);
     return isOnEntry_;
 }
