@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "archive/LittleEndian.h"
 #include "kernel/LetterCase.h"
+#include "kernel/LittleEndian.h"
 
 namespace Vorn {
 

@@ -6,8 +6,8 @@
 
 #include "archive/Cursor.h"
 #include "archive/Error.h"
-#include "archive/LittleEndian.h"
 #include "archive/Window.h"
+#include "kernel/LittleEndian.h"
 
 namespace archive {
 

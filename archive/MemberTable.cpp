@@ -4,8 +4,8 @@
 #include <bit>
 #include <cstring>
 
-#include "archive/LittleEndian.h"
 #include "archive/Names.h"
+#include "kernel/LittleEndian.h"
 
 namespace archive {
 

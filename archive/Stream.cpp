@@ -4,7 +4,7 @@
 
 #include "archive/ArchiveFormat.h"
 #include "archive/BytePair.h"
-#include "archive/LittleEndian.h"
+#include "kernel/LittleEndian.h"
 
 namespace archive {
 

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-#include "archive/LittleEndian.h"
 #include "assetdata/TagObserver.h"
+#include "kernel/LittleEndian.h"
 
 namespace Vorn {
 

@@ -10,11 +10,11 @@
 #include <utility>
 #include <vector>
 
-#include "archive/LittleEndian.h"
 #include "assetdata/ChunkRecords.h"
 #include "assetdata/StreamOutput.h"
 #include "assetdata/TagTextRules.h"
 #include "assetdata/TagWalk.h"
+#include "kernel/LittleEndian.h"
 
 namespace Vorn {
 namespace {

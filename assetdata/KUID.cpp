@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "archive/LittleEndian.h"
 #include "assetdata/NumberText.h"
 #include "kernel/LetterCase.h"
+#include "kernel/LittleEndian.h"
 
 namespace Vorn {
 namespace {

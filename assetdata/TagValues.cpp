@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "archive/LittleEndian.h"
+#include "kernel/LittleEndian.h"
 
 namespace Vorn {
 namespace {

@@ -6,9 +6,9 @@
 
 #include "KernelStandard/File.h"
 #include "KernelStandard/WholeFile.h"
-#include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
 #include "kernel/LetterCase.h"
+#include "kernel/LittleEndian.h"
 #include "kernel/Paths.h"
 #include "platform/CodePage.h"
 #include "platform/Directories.h"

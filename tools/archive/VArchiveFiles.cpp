@@ -5,8 +5,8 @@
 #include <span>
 #include <string_view>
 
-#include "archive/LittleEndian.h"
 #include "kernel/Exceptions.h"
+#include "kernel/LittleEndian.h"
 #include "kernel/Paths.h"
 #include "tools/archive/OutputFile.h"
 #include "tools/archive/TargetMount.h"
