@@ -191,7 +191,7 @@ public:
 
 // Checked in memory, then every record visited: its name, type and payload.
 void CheckAndVisitChunks(benchmark::State& state) {
-    const auto body = ChunkForm().subspan(kChunkHeaderSize);
+    const auto body = ChunkForm().subspan(kChunkFileHeaderSize);
     while (state.KeepRunning()) {
         ChunkFault fault{};
         Counter counter;
@@ -205,7 +205,7 @@ BENCHMARK(CheckAndVisitChunks)->Unit(benchmark::kMillisecond);
 
 // Checked, then walked as a tree: a tag is made for every record.
 void CheckAndWalkChunks(benchmark::State& state) {
-    const auto body = ChunkForm().subspan(kChunkHeaderSize);
+    const auto body = ChunkForm().subspan(kChunkFileHeaderSize);
     TBufferBlock block(ChunkForm());
     TBuffer stream(block);
     const auto file = MakeRef<TDBBinaryFile>();
