@@ -16,21 +16,21 @@ namespace {
 
 std::atomic<std::uint32_t> temporaryNameCounter{0};
 
-[[nodiscard]] bool WriteAll(platform::FileHandle& file, ByteView bytes) {
+[[nodiscard]] bool WriteAll(platform::FileHandle& file, archive::ByteView bytes) {
     return file.Write(bytes) == bytes.size();
 }
 
 // Writes the stream of everything `plain` holds, from its start.
 [[nodiscard]] bool WriteStream(platform::FileHandle& plain, std::uint32_t length,
                                platform::FileHandle& out) {
-    if (!WriteAll(out, EncodeStreamHeader(length))) return false;
-    const auto piece = std::make_unique<std::array<std::byte, kBlockSize>>();
-    const auto block = std::make_unique<BlockBuffer>();
+    if (!WriteAll(out, archive::EncodeStreamHeader(length))) return false;
+    const auto piece = std::make_unique<std::array<std::byte, archive::kBlockSize>>();
+    const auto block = std::make_unique<archive::BlockBuffer>();
     for (std::uint32_t left = length; left > 0;) {
-        const std::size_t wanted = std::min<std::size_t>(left, kBlockSize);
+        const std::size_t wanted = std::min<std::size_t>(left, archive::kBlockSize);
         const auto content = std::span(*piece).first(wanted);
         if (plain.Read(content) != static_cast<std::int64_t>(wanted)) return false;
-        if (!WriteAll(out, EncodeBlock(*block, content))) return false;
+        if (!WriteAll(out, archive::EncodeBlock(*block, content))) return false;
         left -= static_cast<std::uint32_t>(wanted);
     }
     return true;
@@ -43,7 +43,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
         return false;
     }
     const std::int64_t length = plain.Length();
-    return length >= 0 && static_cast<std::uint64_t>(length) <= kMaxArchiveSize &&
+    return length >= 0 && static_cast<std::uint64_t>(length) <= archive::kMaxArchiveSize &&
            WriteStream(plain, static_cast<std::uint32_t>(length), out);
 }
 
@@ -55,7 +55,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
         !out.Open(to, Access::Write, Creation::CreateNew, Share::DenyAll)) {
         return false;
     }
-    const auto piece = std::make_unique<std::array<std::byte, kBlockSize>>();
+    const auto piece = std::make_unique<std::array<std::byte, archive::kBlockSize>>();
     for (;;) {
         const std::int64_t got = in.Read(*piece);
         if (got <= 0) return out.Close() && got == 0;

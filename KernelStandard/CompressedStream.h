@@ -4,24 +4,15 @@
 #include <array>
 #include <string>
 
+#include "archive/BytePair.h"
 #include "archive/Stream.h"
 #include "platform/Files.h"
 
 namespace Vorn {
 
-using archive::BlockBuffer;
-using archive::BlockHeader;
-using archive::DecodeBlockHeader;
-using archive::DecodeStreamHeader;
-using archive::EncodeBlock;
-using archive::EncodeStreamHeader;
-using archive::IsStreamMark;
-using archive::kBlockHeaderSize;
-using archive::kBlockSize;
-using archive::kShortStreamHeaderSize;
-using archive::kStreamHeaderSize;
-using archive::kStreamVersion;
-using archive::StreamHeader;
+// The engine knows the codec by these names, which are fixed.
+using archive::CompressBlock;
+using archive::ExpandBlock;
 
 // Turns the plain file `path`, which nothing holds open, into a compressed stream: written to a
 // hidden temporary file in the current directory, then put in the plain file's place. False leaves

@@ -62,7 +62,7 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     if (const FileResult result = ProbeCompression(); result != RES_OK) return result;
     if (handle_ != &own_ && WriteKind() != 0) return Refuse(RES_READONLY);
     if (append) {
-        if (handle_->Length() > static_cast<std::int64_t>(kMaxArchiveSize)) {
+        if (handle_->Length() > static_cast<std::int64_t>(archive::kMaxArchiveSize)) {
             return Refuse(RES_UNKNOWN);
         }
         Seek(0, SeekFrom::End);
@@ -156,15 +156,17 @@ FileResult File::ProbeCompression() {
     }
     if (ReadKind() != kReadDetect && ReadKind() != kReadCompressed) return RES_OK;
 
-    const bool shortHeader = owner_ != nullptr && owner_->GetStorageKind() == kArchiveVersion101;
-    const std::size_t wanted = shortHeader ? kShortStreamHeaderSize : kStreamHeaderSize;
+    const bool shortHeader =
+        owner_ != nullptr && owner_->GetStorageKind() == archive::kArchiveVersion101;
+    const std::size_t wanted =
+        shortHeader ? archive::kShortStreamHeaderSize : archive::kStreamHeaderSize;
     // A file of its own is read on: it is mostly plain, and mostly small.
     const std::size_t most = owner_ == nullptr ? buffer_->size() : wanted;
     const std::int64_t got = RawRead(std::span(*buffer_).first(most));
     if (got < 0) return Refuse(RES_UNKNOWN);
 
     const auto probed = static_cast<std::size_t>(got);
-    if (probed >= wanted && IsStreamMark(std::span(*buffer_).first(wanted))) {
+    if (probed >= wanted && archive::IsStreamMark(std::span(*buffer_).first(wanted))) {
         return AcceptStream(wanted);
     }
     if (probed >= wanted && ReadKind() == kReadCompressed) return Refuse(RES_NOTCOMPRESSED);
@@ -177,10 +179,10 @@ FileResult File::AcceptStream(std::size_t probed) {
     headerLength_ += static_cast<std::uint32_t>(probed);
     rawPosition_ = headerLength_;
     mode_ = (mode_ & ~kReadKindMask) | kReadCompressed;
-    if (probed == kStreamHeaderSize) {
-        const StreamHeader header =
-            DecodeStreamHeader(std::span(*buffer_).first<kStreamHeaderSize>());
-        if (header.version >= kStreamVersion) size_ = header.contentSize;
+    if (probed == archive::kStreamHeaderSize) {
+        const archive::StreamHeader header =
+            archive::DecodeStreamHeader(std::span(*buffer_).first<archive::kStreamHeaderSize>());
+        if (header.version >= archive::kStreamVersion) size_ = header.contentSize;
     }
     return WriteKind() != 0 ? Refuse(RES_CANTWRITECOMPRESSED) : RES_OK;
 }
@@ -224,7 +226,7 @@ void File::Abandon() {
 std::uint32_t File::Size() {
     if (!size_) {
         const std::int64_t length = IsOpen() ? handle_->Length() : -1;
-        if (length < 0 || static_cast<std::uint64_t>(length) > kMaxArchiveSize) {
+        if (length < 0 || static_cast<std::uint64_t>(length) > archive::kMaxArchiveSize) {
             throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
         }
         size_ = static_cast<std::uint32_t>(length);

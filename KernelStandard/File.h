@@ -173,10 +173,10 @@ private:
     [[nodiscard]] std::uint32_t TakeBuffered(std::span<std::byte> into);
     [[nodiscard]] bool Refill();
     [[nodiscard]] std::uint32_t FillPlain(std::span<std::byte> into);
-    [[nodiscard]] std::uint32_t FillBlock(std::span<std::byte, kBlockSize> into);
-    [[nodiscard]] bool ReadBlockHeader(BlockHeader& header);
-    [[nodiscard]] std::uint32_t ReadBlockContent(BlockHeader header,
-                                                 std::span<std::byte, kBlockSize> into);
+    [[nodiscard]] std::uint32_t FillBlock(std::span<std::byte, archive::kBlockSize> into);
+    [[nodiscard]] bool ReadBlockHeader(archive::BlockHeader& header);
+    [[nodiscard]] std::uint32_t ReadBlockContent(archive::BlockHeader header,
+                                                 std::span<std::byte, archive::kBlockSize> into);
     void EndAtDamage();
     [[nodiscard]] bool IsStream() const { return ReadKind() == kReadCompressed; }
     [[nodiscard]] bool NextByte(unsigned char& byte);
@@ -195,7 +195,7 @@ private:
     [[nodiscard]] bool SkipToBlockOf(std::uint32_t target);
     void RewindStream();
 
-    using Buffer = std::array<std::byte, kBlockSize>;
+    using Buffer = std::array<std::byte, archive::kBlockSize>;
 
     platform::FileHandle own_;
     platform::FileHandle* handle_ = nullptr;  // own_ or the archive's; null when closed

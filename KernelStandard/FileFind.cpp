@@ -23,7 +23,7 @@ namespace {
     FindEntry entry;
     SetPath(entry.name, listed.name);
     entry.size = entry.storedSize =
-        static_cast<std::uint32_t>(std::min(listed.status.size, kMaxArchiveSize));
+        static_cast<std::uint32_t>(std::min(listed.status.size, archive::kMaxArchiveSize));
     entry.creationTime = static_cast<std::uint32_t>(listed.status.creationTime);
     entry.accessTime = static_cast<std::uint32_t>(listed.status.accessTime);
     entry.writeTime = static_cast<std::uint32_t>(listed.status.writeTime);
@@ -33,7 +33,7 @@ namespace {
 
 // A bit for folders, another one for files.
 [[nodiscard]] unsigned KindOf(const FindEntry& entry) {
-    return (entry.attributes & kEntryDirectory) != 0 ? 2 : 1;
+    return (entry.attributes & archive::kEntryDirectory) != 0 ? 2 : 1;
 }
 
 }  // namespace

@@ -25,6 +25,9 @@
 
 namespace Vorn {
 
+// Part of the interface of a search; the record itself belongs to the format of archives.
+using archive::FindEntry;
+
 class FileSubArchive;
 
 class File::Find {

@@ -77,11 +77,13 @@ bool File::GetModifiedTime(const char* path, std::uint32_t& time) {
 }
 
 std::uint32_t File::GetArchiveBuildVersion(const InternedString& substName) {
-    return FirstArchiveValue(substName, [](const ArchiveHeader& h) { return h.buildVersion; });
+    return FirstArchiveValue(substName,
+                             [](const archive::ArchiveHeader& h) { return h.buildVersion; });
 }
 
 std::uint32_t File::GetArchiveProductCode(const InternedString& substName) {
-    return FirstArchiveValue(substName, [](const ArchiveHeader& h) { return h.productCode; });
+    return FirstArchiveValue(substName,
+                             [](const archive::ArchiveHeader& h) { return h.productCode; });
 }
 
 }  // namespace Vorn

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "KernelStandard/File.h"
-#include "archive/BytePair.h"
 #include "kernel/Exceptions.h"
 
 namespace Vorn {
@@ -49,9 +48,9 @@ std::uint32_t File::Read(void* destination, std::uint32_t count, std::uint32_t e
 }
 
 std::uint32_t File::ReadStep(std::span<std::byte> into) {
-    if (Unread() == 0 && into.size() >= kBlockSize) {
+    if (Unread() == 0 && into.size() >= archive::kBlockSize) {
         cursor_ = buffered_ = 0;
-        return IsStream() ? FillBlock(into.first<kBlockSize>()) : FillPlain(into);
+        return IsStream() ? FillBlock(into.first<archive::kBlockSize>()) : FillPlain(into);
     }
     if (Unread() == 0 && !Refill()) return 0;
     return TakeBuffered(into);
@@ -79,30 +78,31 @@ std::uint32_t File::FillPlain(std::span<std::byte> into) {
     if (got == count) return count;
     EndAtDamage();
     // What came before the block that is not whole.
-    return got < 0 ? 0 : static_cast<std::uint32_t>(got - got % std::int64_t{kBlockSize});
+    return got < 0 ? 0 : static_cast<std::uint32_t>(got - got % std::int64_t{archive::kBlockSize});
 }
 
-std::uint32_t File::FillBlock(std::span<std::byte, kBlockSize> into) {
+std::uint32_t File::FillBlock(std::span<std::byte, archive::kBlockSize> into) {
     if (position_ >= Size()) return 0;
-    BlockHeader header;
+    archive::BlockHeader header;
     const std::uint32_t content = ReadBlockHeader(header) ? ReadBlockContent(header, into) : 0;
     if (content == 0) EndAtDamage();
     nextBlock_ += content;
     return content;
 }
 
-bool File::ReadBlockHeader(BlockHeader& header) {
-    std::array<std::byte, kBlockHeaderSize> bytes{};
+bool File::ReadBlockHeader(archive::BlockHeader& header) {
+    std::array<std::byte, archive::kBlockHeaderSize> bytes{};
     if (!RawReadAll(bytes)) return false;
-    header = DecodeBlockHeader(bytes);
-    return header.length <= kBlockSize;
+    header = archive::DecodeBlockHeader(bytes);
+    return header.length <= archive::kBlockSize;
 }
 
 // The content bytes of the block at nextBlock_, or 0 when it is damaged. Only a stored block and
 // the last one may hold less than 16,384.
-std::uint32_t File::ReadBlockContent(BlockHeader header, std::span<std::byte, kBlockSize> into) {
+std::uint32_t File::ReadBlockContent(archive::BlockHeader header,
+                                     std::span<std::byte, archive::kBlockSize> into) {
     const auto expected =
-        static_cast<std::uint32_t>(std::min<std::size_t>(kBlockSize, Size() - nextBlock_));
+        static_cast<std::uint32_t>(std::min<std::size_t>(archive::kBlockSize, Size() - nextBlock_));
     if (header.stored) {
         return header.length <= expected && RawReadAll(into.first(header.length)) ? header.length
                                                                                   : 0;
@@ -203,9 +203,9 @@ bool File::SeekStream(std::uint32_t target) {
 bool File::SkipToBlockOf(std::uint32_t target) {
     for (;;) {
         const std::uint64_t headerOffset = rawPosition_;
-        BlockHeader header;
+        archive::BlockHeader header;
         if (!ReadBlockHeader(header)) return false;
-        const std::uint64_t content = header.stored ? header.length : kBlockSize;
+        const std::uint64_t content = header.stored ? header.length : archive::kBlockSize;
         if (content == 0) return false;
         if (nextBlock_ + content > target) {
             rawPosition_ = headerOffset;

@@ -21,7 +21,7 @@ std::uint32_t defaultProductCode = 0;
 
 // Where a walk over the chunks after the known members begins.
 [[nodiscard]] std::uint64_t WalkStart(const archive::MemberTable& members) {
-    return std::max<std::uint64_t>(members.EndOfData(), kFirstChunkOffset);
+    return std::max<std::uint64_t>(members.EndOfData(), archive::kFirstChunkOffset);
 }
 
 }  // namespace
@@ -57,7 +57,7 @@ void FileSubArchive::CreateArchive() {
         return ReadArchive();
     }
     contents_ = archive::NewContents(defaultBuildVersion, defaultProductCode);
-    const auto preamble = EncodePreamble(contents_.header);
+    const auto preamble = archive::EncodePreamble(contents_.header);
     if (!created || handle_.WriteAt(0, preamble) != preamble.size()) {
         handle_.Close();
         if (created) (void)RemoveFile(path_.c_str());
@@ -69,8 +69,8 @@ void FileSubArchive::CreateArchive() {
 }
 
 void FileSubArchive::ReadArchive() {
-    const ArchiveHeader defaults{.buildVersion = defaultBuildVersion,
-                                 .productCode = defaultProductCode};
+    const archive::ArchiveHeader defaults{.buildVersion = defaultBuildVersion,
+                                          .productCode = defaultProductCode};
     // Taken first: a change that another process makes from here on shows.
     const archive::Footprint footprint = archive::TakeFootprint(handle_);
     const std::int64_t length = footprint.length;
@@ -81,7 +81,7 @@ void FileSubArchive::ReadArchive() {
     }
     contents_.footprint = footprint;
     // Open without a header: no members are found, and none are added.
-    if (length >= 0 && static_cast<std::size_t>(length) < kArchiveMark.size()) return;
+    if (length >= 0 && static_cast<std::size_t>(length) < archive::kArchiveMark.size()) return;
     try {
         contents_ = archive::ReadContents(handle_, defaults);
     } catch (const archive::Error& error) {
@@ -105,7 +105,7 @@ void FileSubArchive::ReadAnew() {
         search.candidates.clear();
         search.prepared = true;
         search.next = contents_.members.End();
-        search.position = kMaxArchiveSize;
+        search.position = archive::kMaxArchiveSize;
     }
 }
 
@@ -197,10 +197,10 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::NextChunk(std::uint64_t& 
     }
 }
 
-FindEntry FileSubArchive::EntryOf(Ordinal ordinal) const {
-    std::array<std::byte, kIndexRecordSize> record{};
+archive::FindEntry FileSubArchive::EntryOf(Ordinal ordinal) const {
+    std::array<std::byte, archive::kIndexRecordSize> record{};
     contents_.members.Encode(ordinal, record);
-    return DecodeIndexRecord(record).entry;
+    return archive::DecodeIndexRecord(record).entry;
 }
 
 int FileSubArchive::BeginFind() {
@@ -209,7 +209,7 @@ int FileSubArchive::BeginFind() {
     if (free == searches_.end()) free = searches_.emplace(free);
     *free = Search{};
     free->used = true;
-    free->position = kFirstChunkOffset;
+    free->position = archive::kFirstChunkOffset;
     return static_cast<int>(free - searches_.begin());
 }
 
@@ -220,8 +220,8 @@ void FileSubArchive::EndFind(int search) {
     }
 }
 
-bool FileSubArchive::FindNext(const char* pattern, int search, FindEntry& entry, bool advance,
-                              bool exact) {
+bool FileSubArchive::FindNext(const char* pattern, int search, archive::FindEntry& entry,
+                              bool advance, bool exact) {
     const ScopedLock hold(lock_);
     if (search < 0 || static_cast<std::size_t>(search) >= searches_.size()) return false;
     Search& state = searches_[static_cast<std::size_t>(search)];
@@ -236,8 +236,8 @@ bool FileSubArchive::FindNext(const char* pattern, int search, FindEntry& entry,
     return true;
 }
 
-bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
-                                   bool advance) {
+bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search,
+                                   archive::FindEntry& entry, bool advance) {
     if (!search.prepared) PrepareSearch(pattern, search);
     while (const auto ordinal = NextMember(search)) {
         const std::string_view name = contents_.members.Name(*ordinal);
@@ -249,7 +249,7 @@ bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search, Fin
         if (!matched) {
             std::fill(entry.name.begin() + static_cast<std::ptrdiff_t>(dirEnd), entry.name.end(),
                       '\0');
-            entry.attributes |= kEntryDirectory | kEntryReadOnly;
+            entry.attributes |= archive::kEntryDirectory | archive::kEntryReadOnly;
         }
         if (!advance) search.position = contents_.members[*ordinal].dataOffset;
         return true;

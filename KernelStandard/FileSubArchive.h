@@ -86,7 +86,7 @@ public:
     void EndMount() override { (void)Complete(); }
 
     // As last read or written; the defaults for an archive that is not open.
-    [[nodiscard]] const ArchiveHeader& Header() const { return contents_.header; }
+    [[nodiscard]] const archive::ArchiveHeader& Header() const { return contents_.header; }
 
     // Whether a file that is there could not be opened or read when it was mounted for reading, so
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
@@ -115,8 +115,8 @@ public:
     // The next entry that matches `pattern` (MatchWildcards). A member below a directory that the
     // pattern matches gives a directory entry, once for every such member. `advance` moves the
     // search past the member's data; `exact` looks `pattern` up as one name instead.
-    [[nodiscard]] bool FindNext(const char* pattern, int search, FindEntry& entry, bool advance,
-                                bool exact);
+    [[nodiscard]] bool FindNext(const char* pattern, int search, archive::FindEntry& entry,
+                                bool advance, bool exact);
 
 private:
     using Ordinal = archive::MemberTable::Ordinal;
@@ -140,9 +140,9 @@ private:
     // The member that `name` means, one leading separator ignored; nothing when there is none.
     [[nodiscard]] std::optional<Ordinal> LookUp(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
-    [[nodiscard]] FindEntry EntryOf(Ordinal ordinal) const VORN_REQUIRES(lock_);
-    [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search, FindEntry& entry,
-                                     bool advance) VORN_REQUIRES(lock_);
+    [[nodiscard]] archive::FindEntry EntryOf(Ordinal ordinal) const VORN_REQUIRES(lock_);
+    [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search,
+                                     archive::FindEntry& entry, bool advance) VORN_REQUIRES(lock_);
     void PrepareSearch(std::string_view pattern, Search& search) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> NextMember(Search& search) VORN_REQUIRES(lock_);
     // Walks the chunks from `position` to the next member, which it adds; moves past its data.

@@ -57,7 +57,7 @@ bool FileSubArchive::EnterChanges() {
 bool FileSubArchive::BeginAppending() {
     if (!IsAvailable() || !contents_.headerInPlace) return true;
     std::uint64_t position =
-        std::max<std::uint64_t>(contents_.members.EndOfData(), kFirstChunkOffset);
+        std::max<std::uint64_t>(contents_.members.EndOfData(), archive::kFirstChunkOffset);
     while (NextChunk(position)) {
     }
     appender_.emplace(handle_, contents_, archive::Appender::Publish::EachMember);
@@ -66,7 +66,7 @@ bool FileSubArchive::BeginAppending() {
 
 bool FileSubArchive::CanAddMembers() const {
     return IsAvailable() && contents_.headerInPlace &&
-           contents_.header.version == kArchiveVersion102;
+           contents_.header.version == archive::kArchiveVersion102;
 }
 
 bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
@@ -137,9 +137,11 @@ bool FileSubArchive::AddMember(const File& file, const platform::FileHandle& con
 
 void FileSubArchive::CopyContent(const platform::FileHandle& content, std::uint32_t size,
                                  bool compress) {
-    const auto buffer = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
+    const auto buffer =
+        std::make_unique_for_overwrite<std::array<std::byte, archive::kBlockSize>>();
     for (std::uint32_t done = 0; done < size;) {
-        const auto piece = std::span(*buffer).first(std::min<std::size_t>(kBlockSize, size - done));
+        const auto piece =
+            std::span(*buffer).first(std::min<std::size_t>(archive::kBlockSize, size - done));
         if (content.ReadAt(done, piece) != static_cast<std::int64_t>(piece.size())) {
             throw archive::Error(archive::ErrorCode::CannotRead, "its content cannot be read");
         }

@@ -16,7 +16,7 @@ FileSubPath::FileSubPath(const char* path, bool writable)
       readOnly_(!writable),
       available_(File::Exists(path) == RES_OK) {}
 
-std::uint32_t FileSubPath::GetStorageKind() const { return kArchiveVersion102; }
+std::uint32_t FileSubPath::GetStorageKind() const { return archive::kArchiveVersion102; }
 
 bool FileSubPath::Join(const char* name, PathBuffer& path) const {
     try {

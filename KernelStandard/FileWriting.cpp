@@ -21,14 +21,14 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
     // Behind the end of a new member's file may stand what was an earlier member's.
     if (newMember_ && position_ > Size() && !handle_->Truncate(Size())) writeFailed_ = true;
 
-    const std::uint64_t room = kMaxArchiveSize - position_;
+    const std::uint64_t room = archive::kMaxArchiveSize - position_;
     if (wanted > room) writeFailed_ = true;
     const std::span from(static_cast<const std::byte*>(source), std::min(wanted, room));
     std::size_t done = 0;
     while (done < from.size()) {
         const auto rest = from.subspan(done);
         const std::uint32_t step =
-            rest.size() < kBlockSize ? WriteBuffered(rest) : WriteDirect(rest);
+            rest.size() < archive::kBlockSize ? WriteBuffered(rest) : WriteDirect(rest);
         if (step == 0) break;
         done += step;
         if (writeFailed_) break;
@@ -37,13 +37,14 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
 }
 
 std::uint32_t File::WriteBuffered(std::span<const std::byte> from) {
-    const auto count = static_cast<std::uint32_t>(std::min(kBlockSize - cursor_, from.size()));
+    const auto count =
+        static_cast<std::uint32_t>(std::min(archive::kBlockSize - cursor_, from.size()));
     std::memcpy(buffer_->data() + cursor_, from.data(), count);
     cursor_ += count;
     buffered_ = cursor_;
     unwritten_ += count;
     AdvanceWritten(count);
-    if (buffered_ < kBlockSize) return count;
+    if (buffered_ < archive::kBlockSize) return count;
     const std::uint32_t end = position_;
     Flush();
     return position_ == end ? count : 0;

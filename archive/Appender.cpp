@@ -7,8 +7,6 @@
 
 namespace archive {
 
-using namespace Vorn;
-
 namespace {
 
 constexpr std::size_t kBufferSize = 262144;
@@ -68,7 +66,7 @@ void Appender::BeginStored(const NewMember& as, const Member& member) {
 }
 
 void Appender::BeginChunk(const NewMember& member) {
-    if (member.name.size() >= kMaxPath || member.name.find('\0') != std::string_view::npos) {
+    if (member.name.size() >= Vorn::kMaxPath || member.name.find('\0') != std::string_view::npos) {
         throw Error(ErrorCode::BadName, "its name does not fit an archive", 0, member.name);
     }
     if (contents_.header.version != kArchiveVersion102) {
@@ -83,7 +81,7 @@ void Appender::BeginChunk(const NewMember& member) {
         throw Error(ErrorCode::Full, "the archive would pass 4 GiB", End(), member.name);
     }
     new_ = member;
-    SetPath(entry_.name, member.name);
+    Vorn::SetPath(entry_.name, member.name);
     new_.name = entry_.Name();
     chunkOffset_ = End();
     taken_ = 0;

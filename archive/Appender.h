@@ -116,12 +116,12 @@ private:
     // The member under way.
     bool begun_ = false;
     NewMember new_;
-    Vorn::FindEntry entry_;
+    FindEntry entry_;
     bool asStored_ = false;
     std::uint64_t chunkOffset_ = 0;
     std::uint64_t limit_ = 0;  // no byte of it lies here or after
     std::uint64_t taken_ = 0;  // bytes given to Write
-    Vorn::Crc32 sum_;
+    Crc32 sum_;
     std::vector<std::byte> piece_;  // content of a block that is not full yet
     std::unique_ptr<BlockBuffer> block_;
 };

@@ -6,11 +6,16 @@
 #include "kernel/LetterCase.h"
 #include "kernel/LittleEndian.h"
 
-namespace Vorn {
+namespace archive {
+
+using Vorn::LoadU16;
+using Vorn::LoadU32;
+using Vorn::StoreU16;
+using Vorn::StoreU32;
 
 bool MarkEquals(std::span<const std::byte, 4> bytes, std::string_view mark) {
     return std::ranges::equal(bytes, mark, [](std::byte byte, char c) {
-        return AsciiToLower(static_cast<char>(byte)) == AsciiToLower(c);
+        return Vorn::AsciiToLower(static_cast<char>(byte)) == Vorn::AsciiToLower(c);
     });
 }
 
@@ -98,4 +103,4 @@ std::array<std::byte, kArchivePreambleSize> EncodePreamble(const ArchiveHeader& 
     return bytes;
 }
 
-}  // namespace Vorn
+}  // namespace archive

@@ -12,7 +12,7 @@
 
 #include "kernel/PathBuffer.h"
 
-namespace Vorn {
+namespace archive {
 
 using ByteView = std::span<const std::byte>;
 
@@ -45,11 +45,11 @@ inline constexpr std::uint16_t kEntryReadOnly = 0x01;
 
 // A file or an archive member as a search shows it and as an archive stores it.
 struct FindEntry {
-    std::array<char, kMaxPath> name{};  // NUL-terminated, ANSI code page
-    std::uint32_t size = 0;             // content, bytes
-    std::uint32_t storedSize = 0;       // in the archive, bytes, stream header included
-    std::uint32_t crc = 0;              // of the content (Crc32.h); 0 for files of the file system
-    std::uint32_t creationTime = 0;     // seconds since 1970-01-01 UTC, as the other two
+    std::array<char, Vorn::kMaxPath> name{};  // NUL-terminated, ANSI code page
+    std::uint32_t size = 0;                   // content, bytes
+    std::uint32_t storedSize = 0;             // in the archive, bytes, stream header included
+    std::uint32_t crc = 0;           // of the content (Crc32.h); 0 for files of the file system
+    std::uint32_t creationTime = 0;  // seconds since 1970-01-01 UTC, as the other two
     std::uint32_t accessTime = 0;
     std::uint32_t writeTime = 0;
     std::uint16_t attributes = 0;
@@ -107,4 +107,4 @@ void EncodeIndexRecord(std::span<std::byte, kIndexRecordSize> bytes, const Index
 [[nodiscard]] std::array<std::byte, kArchivePreambleSize> EncodePreamble(
     const ArchiveHeader& header);
 
-}  // namespace Vorn
+}  // namespace archive

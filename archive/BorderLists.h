@@ -11,7 +11,7 @@
 
 #include "archive/PairCounts.h"
 
-namespace Vorn {
+namespace archive {
 
 class BorderLists {
 public:
@@ -57,4 +57,4 @@ private:
     std::array<std::uint16_t, kMostPlaces> slots_;
 };
 
-}  // namespace Vorn
+}  // namespace archive

@@ -12,7 +12,7 @@
 #include <optional>
 #include <span>
 
-namespace Vorn {
+namespace archive {
 
 // Packs `input` into `output`, which must hold input.size() bytes, and returns the bytes placed.
 // Where packing would save nothing, `output` gets a copy of the input: the result is then
@@ -27,4 +27,4 @@ namespace Vorn {
 [[nodiscard]] std::optional<std::size_t> ExpandBlock(std::span<std::byte> output,
                                                      std::span<const std::byte> input);
 
-}  // namespace Vorn
+}  // namespace archive

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace Vorn {
+namespace archive {
 
 namespace {
 
@@ -160,4 +160,4 @@ std::optional<std::size_t> ExpandBlock(std::span<std::byte> output,
     return Expander(output, input).Run();
 }
 
-}  // namespace Vorn
+}  // namespace archive

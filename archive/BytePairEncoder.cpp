@@ -15,7 +15,7 @@
 #include "archive/BorderLists.h"
 #include "archive/PairCounts.h"
 
-namespace Vorn {
+namespace archive {
 
 namespace {
 
@@ -312,4 +312,4 @@ std::size_t CompressBlock(std::span<std::byte> output, std::span<const std::byte
     return position;
 }
 
-}  // namespace Vorn
+}  // namespace archive

@@ -21,8 +21,6 @@
 
 namespace archive {
 
-using namespace Vorn;
-
 namespace {
 
 constexpr std::size_t kWindow = 262144;

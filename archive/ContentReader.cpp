@@ -4,8 +4,6 @@
 
 namespace archive {
 
-using namespace Vorn;
-
 ContentReader::ContentReader(const platform::FileHandle& file, std::uint64_t fileSize,
                              std::uint32_t version, std::size_t window)
     : window_(file, window), fileSize_(fileSize), version_(version) {}

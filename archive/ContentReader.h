@@ -56,7 +56,7 @@ private:
     bool finished_ = true;
     std::uint64_t position_ = 0;  // of the next byte of data
     std::uint32_t left_ = 0;      // bytes of content
-    Vorn::Crc32 sum_;
+    Crc32 sum_;
     std::unique_ptr<std::array<std::byte, kBlockSize>> block_;
 };
 

@@ -11,8 +11,6 @@
 
 namespace archive {
 
-using namespace Vorn;
-
 namespace {
 
 constexpr std::size_t kHeaderWindow = 4096;
@@ -70,8 +68,9 @@ void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint
         for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
             const auto record = bytes.subspan(at).first<kIndexRecordSize>();
             const ChunkHeader front = DecodeChunkHeader(record.first<kChunkHeaderSize>());
-            contents.members.Add(LoadU32<0>(std::span<const std::byte, kIndexRecordSize>(record)),
-                                 front.length, record.last<kFindEntrySize>());
+            contents.members.Add(
+                Vorn::LoadU32<0>(std::span<const std::byte, kIndexRecordSize>(record)),
+                front.length, record.last<kFindEntrySize>());
         }
         offset += bytes.size();
         left -= count;

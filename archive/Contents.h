@@ -22,14 +22,14 @@ enum class IndexState {
 // writing copes with them.
 struct Footprint {
     std::int64_t length = -1;
-    std::array<std::byte, Vorn::kArchivePreambleSize> header{};
-    std::array<std::byte, Vorn::kChunkHeaderSize> index{};
+    std::array<std::byte, kArchivePreambleSize> header{};
+    std::array<std::byte, kChunkHeaderSize> index{};
     bool operator==(const Footprint&) const = default;
 };
 [[nodiscard]] Footprint TakeFootprint(const platform::FileHandle& file);
 
 struct Contents {
-    Vorn::ArchiveHeader header;
+    ArchiveHeader header;
     std::uint64_t fileSize = 0;
     std::uint64_t headerEnd = 0;  // the offset after the "INFO" chunk
     // Whether the header lies where this system writes it, and is as long: only then may it be
@@ -51,7 +51,7 @@ struct Contents {
 // changed while it was read counts as missing. Fields that a short header does not hold are those
 // of `base`. Throws Error: NotAnArchive, CannotRead.
 [[nodiscard]] Contents ReadContents(const platform::FileHandle& file,
-                                    const Vorn::ArchiveHeader& base = {});
+                                    const ArchiveHeader& base = {});
 
 // An archive without members.
 [[nodiscard]] Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode);

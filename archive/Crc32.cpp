@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace Vorn {
+namespace archive {
 
 namespace {
 
@@ -53,4 +53,4 @@ void Crc32::Update(std::span<const std::byte> bytes) {
     state_ = sum;
 }
 
-}  // namespace Vorn
+}  // namespace archive

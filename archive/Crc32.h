@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-namespace Vorn {
+namespace archive {
 
 // Takes the bytes in pieces of any length; copies go on from the same state.
 class Crc32 {
@@ -20,4 +20,4 @@ private:
     std::uint32_t state_ = 0xFFFFFFFF;
 };
 
-}  // namespace Vorn
+}  // namespace archive

@@ -2,8 +2,6 @@
 
 namespace archive {
 
-using namespace Vorn;
-
 namespace {
 
 // A page: of a large member only its entry is wanted.

@@ -15,25 +15,22 @@ namespace archive {
 
 struct Chunk {
     std::uint64_t offset = 0;  // of its header
-    Vorn::ChunkHeader header;
-    std::array<std::byte, Vorn::kFindEntrySize> entry;  // of a live member; else not set
+    ChunkHeader header;
+    std::array<std::byte, kFindEntrySize> entry;  // of a live member; else not set
 
-    [[nodiscard]] bool IsMember() const { return header.Is(Vorn::kMemberChunk); }
-    [[nodiscard]] std::uint64_t End() const {
-        return offset + Vorn::kChunkHeaderSize + header.length;
-    }
+    [[nodiscard]] bool IsMember() const { return header.Is(kMemberChunk); }
+    [[nodiscard]] std::uint64_t End() const { return offset + kChunkHeaderSize + header.length; }
     // Where a live member's data lies.
-    [[nodiscard]] std::uint64_t DataOffset() const { return offset + Vorn::kMemberPrefixSize; }
+    [[nodiscard]] std::uint64_t DataOffset() const { return offset + kMemberPrefixSize; }
     [[nodiscard]] std::uint32_t StoredSize() const {
-        return static_cast<std::uint32_t>(header.length - Vorn::kFindEntrySize);
+        return static_cast<std::uint32_t>(header.length - kFindEntrySize);
     }
 };
 
 class Cursor {
 public:
     // `first` is the offset of the first chunk to visit.
-    explicit Cursor(const platform::FileHandle& file,
-                    std::uint64_t first = Vorn::kFirstChunkOffset);
+    explicit Cursor(const platform::FileHandle& file, std::uint64_t first = kFirstChunkOffset);
 
     // The next chunk of any kind; its data may reach past the end of the file. Nothing at the end,
     // or before a chunk that is cut short: less than a header, or than a live member's entry.

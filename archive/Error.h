@@ -45,6 +45,6 @@ private:
     std::string reason_;
     std::uint64_t offset_;
     std::string member_;
-};  // namespace archive
+};
 
 }  // namespace archive

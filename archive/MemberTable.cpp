@@ -9,9 +9,11 @@
 
 namespace archive {
 
-using namespace Vorn;
+using Vorn::LoadU16;
+using Vorn::LoadU32;
+using Vorn::StoreU32;
 
-MemberTable::MemberTable() : key_(RandomSipHashKey()), slots_(kFirstSlots) {}
+MemberTable::MemberTable() : key_(Vorn::RandomSipHashKey()), slots_(kFirstSlots) {}
 
 void MemberTable::Reserve(std::size_t count) {
     entries_.reserve(count);
@@ -21,12 +23,12 @@ void MemberTable::Reserve(std::size_t count) {
 
 MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t storedSize,
                                       EntryBytes entry) {
-    const auto field = entry.first<kMaxPath>();
+    const auto field = entry.first<Vorn::kMaxPath>();
     const auto* text = reinterpret_cast<const char*>(field.data());
     // The last byte of the field counts as NUL whatever it holds.
-    const std::size_t nameLength = strnlen(text, kMaxPath - 1);
+    const std::size_t nameLength = strnlen(text, Vorn::kMaxPath - 1);
     std::size_t keptLength = nameLength;
-    for (std::size_t i = kMaxPath; i > nameLength; --i) {
+    for (std::size_t i = Vorn::kMaxPath; i > nameLength; --i) {
         if (field[i - 1] == std::byte{0}) continue;
         keptLength = i;
         break;
@@ -80,7 +82,7 @@ void MemberTable::Encode(Ordinal ordinal, RecordBytes record) const {
     const Entry& entry = entries_[ordinal];
     StoreU32<0>(record, entry.dataOffset);
     StoreU32<4>(record, entry.storedSize);
-    const auto field = record.subspan<8, kMaxPath>();
+    const auto field = record.subspan<8, Vorn::kMaxPath>();
     std::memcpy(field.data(), NameOf(entry).data(), entry.keptLength);
     std::ranges::fill(field.subspan(entry.keptLength), std::byte{0});
     std::ranges::copy(entry.numbers, record.last<kNumbersSize>().begin());
@@ -122,10 +124,10 @@ std::uint32_t MemberTable::KeepName(std::span<const std::byte> bytes) {
 }
 
 std::uint32_t MemberTable::HashOf(std::string_view name) const {
-    std::array<char, kMaxPath> folded;
+    std::array<char, Vorn::kMaxPath> folded;
     const std::size_t length = std::min(name.size(), folded.size());
     for (std::size_t i = 0; i < length; ++i) folded[i] = static_cast<char>(FoldByte(name[i]));
-    return static_cast<std::uint32_t>(SipHash13(key_, {folded.data(), length}));
+    return static_cast<std::uint32_t>(Vorn::SipHash13(key_, {folded.data(), length}));
 }
 
 std::size_t MemberTable::SlotOf(std::string_view name, std::uint32_t hash) const {

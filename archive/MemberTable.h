@@ -39,8 +39,8 @@ struct Member {
 class MemberTable {
 public:
     using Ordinal = std::uint32_t;
-    using EntryBytes = std::span<const std::byte, Vorn::kFindEntrySize>;
-    using RecordBytes = std::span<std::byte, Vorn::kIndexRecordSize>;
+    using EntryBytes = std::span<const std::byte, kFindEntrySize>;
+    using RecordBytes = std::span<std::byte, kIndexRecordSize>;
 
     MemberTable();
 
@@ -69,7 +69,7 @@ public:
 
 private:
     static constexpr std::uint32_t kNone = 0xFFFFFFFF;
-    static constexpr std::size_t kNumbersSize = Vorn::kFindEntrySize - Vorn::kMaxPath;
+    static constexpr std::size_t kNumbersSize = kFindEntrySize - Vorn::kMaxPath;
     static constexpr std::size_t kNameBlock = 65536;
     static constexpr std::size_t kFirstSlots = 64;
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace Vorn {
+namespace archive {
 
 // Where no pair has the highest count any more, some pair mostly has the next lower one: to look
 // for that is cheaper than to look at all counts for the highest.
@@ -38,4 +38,4 @@ bool PairCounts::FindFromCursor() {
     return true;
 }
 
-}  // namespace Vorn
+}  // namespace archive

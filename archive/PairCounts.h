@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Vorn {
+namespace archive {
 
 class PairCounts {
 public:
@@ -99,4 +99,4 @@ private:
     std::size_t cursor_ = kSlots;
 };
 
-}  // namespace Vorn
+}  // namespace archive

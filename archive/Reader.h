@@ -28,7 +28,7 @@ public:
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 
-    [[nodiscard]] const Vorn::ArchiveHeader& Header() const { return contents_.header; }
+    [[nodiscard]] const ArchiveHeader& Header() const { return contents_.header; }
     [[nodiscard]] IndexState Index() const { return contents_.index; }
     [[nodiscard]] const Contents& All() const { return contents_; }
     [[nodiscard]] const platform::FileHandle& File() const { return file_; }

@@ -8,7 +8,10 @@
 
 namespace archive {
 
-using namespace Vorn;
+using Vorn::LoadU16;
+using Vorn::LoadU32;
+using Vorn::StoreU16;
+using Vorn::StoreU32;
 
 namespace {
 

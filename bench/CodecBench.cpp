@@ -127,7 +127,7 @@ void Expand(benchmark::State& state, Expander* expand) {
     std::vector<Bytes> blocks;
     for (std::size_t done = 0; done < content.size(); done += kBlock) {
         Bytes packed(kBlock);
-        packed.resize(Vorn::CompressBlock(packed, content.subspan(done, kBlock)));
+        packed.resize(archive::CompressBlock(packed, content.subspan(done, kBlock)));
         if (packed.size() < kBlock) blocks.push_back(packed);
     }
     if (blocks.empty()) return state.SkipWithError("every block is stored");
@@ -141,7 +141,7 @@ void Expand(benchmark::State& state, Expander* expand) {
 void Crc(benchmark::State& state) {
     const auto content = ContentOf(state);
     while (state.KeepRunning()) {
-        Vorn::Crc32 crc;
+        archive::Crc32 crc;
         crc.Update(content);
         benchmark::DoNotOptimize(crc.Value());
     }
@@ -156,9 +156,9 @@ void Md5(benchmark::State& state) {
     CountBytes(state, content.size());
 }
 
-BENCHMARK_CAPTURE(Compress, fast, Vorn::CompressBlock)->DenseRange(0, 6);
+BENCHMARK_CAPTURE(Compress, fast, archive::CompressBlock)->DenseRange(0, 6);
 BENCHMARK_CAPTURE(Compress, literal, Vorn::Literal::CompressBlock)->DenseRange(0, 6);
-BENCHMARK_CAPTURE(Expand, fast, Vorn::ExpandBlock)->DenseRange(0, 6);
+BENCHMARK_CAPTURE(Expand, fast, archive::ExpandBlock)->DenseRange(0, 6);
 BENCHMARK_CAPTURE(Expand, literal, Vorn::Literal::ExpandBlock)->DenseRange(0, 6);
 BENCHMARK(Crc)->Arg(5);
 BENCHMARK(Md5)->Arg(5);

@@ -85,7 +85,7 @@ int ConvertBase::ProcessFolder(const char* folder) {
                          "\" cannot be opened by their names and are left out");
             continue;
         }
-        const bool isFolder = (entry.attributes & kEntryDirectory) != 0;
+        const bool isFolder = (entry.attributes & archive::kEntryDirectory) != 0;
         result = isFolder ? ProcessFolder(path.c_str()) : ProcessFile(path.c_str());
     } while (result != 1 && find.Next());
     return result;

@@ -11,12 +11,13 @@ using namespace Vorn;
 
 namespace {
 
-[[nodiscard]] std::optional<FindEntry> EntryOf(const InternedString& mount, const char* member) {
+[[nodiscard]] std::optional<archive::FindEntry> EntryOf(const InternedString& mount,
+                                                        const char* member) {
     const auto backends = FileSubstList::Instance().Collect(mount);
     for (const auto& backend : backends.value_or(FileSubs())) {
         if (!backend->IsKind(kKindArchive)) continue;
         auto& archive = static_cast<FileSubArchive&>(*backend);
-        FindEntry entry;
+        archive::FindEntry entry;
         const int search = archive.BeginFind();
         const bool found = archive.FindNext(member, search, entry, false, true);
         archive.EndFind(search);
@@ -26,7 +27,7 @@ namespace {
 }
 
 [[nodiscard]] std::uint32_t SumOf(std::span<const std::byte> content) {
-    Crc32 sum;
+    archive::Crc32 sum;
     sum.Update(content);
     return sum.Value();
 }
@@ -37,7 +38,7 @@ bool AgreesWithCheckSum(const InternedString& mount, const char* member, const F
                         std::span<const std::byte> content) {
     const auto entry = EntryOf(mount, member);
     if (!entry || entry->crc == 0 || entry->crc == SumOf(content)) return true;
-    const bool storedPlain = (entry->attributes & kMemberCompressed) == 0;
+    const bool storedPlain = (entry->attributes & archive::kMemberCompressed) == 0;
     if (!storedPlain || file.ReadKind() != kReadCompressed) return false;
 
     // The content of a plain member may begin like a stream. It was expanded, but the sum is that

@@ -44,7 +44,7 @@ bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
 bool StoreMember(const InternedString& mount, const char* name,
                  std::span<const std::byte> content) {
     if (content.empty()) return true;
-    const bool compress = content.size() > kLargestPlainMember || IsStreamMark(content);
+    const bool compress = content.size() > kLargestPlainMember || archive::IsStreamMark(content);
     return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember, content);
 }
 

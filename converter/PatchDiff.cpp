@@ -246,7 +246,7 @@ bool PatchConverter::WriteLists() {
                                         std::pair(patch::kPatchedList, &patchedFiles_)}) {
         const std::string text = patch::FormatList(*members);
         const auto bytes = std::as_bytes(std::span(text));
-        const FileMode kind = IsStreamMark(bytes) ? kWriteCompressed : kWritePlain;
+        const FileMode kind = archive::IsStreamMark(bytes) ? kWriteCompressed : kWritePlain;
         written = WriteWhole(outputName_, name, kCreateOrTruncate | kind, bytes) && written;
     }
     return written;

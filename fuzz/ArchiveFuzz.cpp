@@ -60,7 +60,7 @@ void CollectNames(const InternedString& mount, const std::string& folder,
     if (pattern.size() >= kMaxPath || !find.Open(pattern.c_str(), mount)) return;
     do {
         const std::string name = folder + std::string(find.Entry().Name());
-        if ((find.Entry().attributes & kEntryDirectory) != 0) {
+        if ((find.Entry().attributes & archive::kEntryDirectory) != 0) {
             CollectNames(mount, name + "/", names);
         } else {
             names.push_back(name);

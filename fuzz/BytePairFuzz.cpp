@@ -23,7 +23,7 @@ void Require(bool holds) {
 void CheckExpand(const Bytes& packed, std::size_t room) {
     Bytes content(room);
     Bytes literal(room);
-    const auto size = ExpandBlock(content, packed);
+    const auto size = archive::ExpandBlock(content, packed);
     Require(size == Literal::ExpandBlock(literal, packed));
     if (size)
         Require(
@@ -33,12 +33,12 @@ void CheckExpand(const Bytes& packed, std::size_t room) {
 void CheckCompress(const Bytes& content) {
     Bytes packed(content.size());
     Bytes literal(content.size());
-    packed.resize(CompressBlock(packed, content));
+    packed.resize(archive::CompressBlock(packed, content));
     literal.resize(Literal::CompressBlock(literal, content));
     Require(packed == literal);
     if (packed.size() == content.size()) return;
     Bytes back(content.size());
-    Require(ExpandBlock(back, packed) == content.size());
+    Require(archive::ExpandBlock(back, packed) == content.size());
     Require(back == content);
 }
 

@@ -87,8 +87,8 @@ void ReadAsFiles(std::string_view text, const OptionList& expected) {
     OptionList list;
     // A compressed stream and UTF-16 are read as what they stand for. Files are slow: of the others
     // one in sixteen has to do.
-    const bool stream =
-        text.size() >= kStreamHeaderSize && IsStreamMark(std::as_bytes(std::span(text)));
+    const bool stream = text.size() >= archive::kStreamHeaderSize &&
+                        archive::IsStreamMark(std::as_bytes(std::span(text)));
     const bool plain = !stream && !text.starts_with("\xFF\xFE");
     if (plain && text.size() % 16 != 0) return;
     const bool read = ParseOptionFile(list, file.Write(text).c_str());

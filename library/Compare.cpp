@@ -83,7 +83,7 @@ std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
 // Check sums of members that have none recorded are computed.
 std::uint32_t SumOf(SideReader& side, const Member& member) {
     if (member.Crc()) return *member.Crc();
-    Vorn::Crc32 sum;
+    archive::Crc32 sum;
     side.Begin(member);
     for (auto piece = side.Next(); !piece.empty(); piece = side.Next()) sum.Update(piece);
     return sum.Value();

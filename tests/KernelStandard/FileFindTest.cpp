@@ -31,7 +31,7 @@ TEST_F(FileFind, AFolderIsListedInByteOrder) {
     find.GetPath(path);
     EXPECT_EQ(path.View(), "d/b.txt");
     ASSERT_TRUE(find.Open("d/sub"));
-    EXPECT_EQ(find.Entry().attributes & kEntryDirectory, kEntryDirectory);
+    EXPECT_EQ(find.Entry().attributes & archive::kEntryDirectory, archive::kEntryDirectory);
     EXPECT_FALSE(find.Next());
 }
 
@@ -84,7 +84,7 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
         {
             File::Find find;
             ASSERT_TRUE(find.Open("arc:x/z"));
-            EXPECT_EQ(find.Entry().attributes, kEntryDirectory | kEntryReadOnly);
+            EXPECT_EQ(find.Entry().attributes, archive::kEntryDirectory | archive::kEntryReadOnly);
             PathBuffer path;
             find.GetPath(path);
             EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";
@@ -124,8 +124,8 @@ TEST(ArchiveFoldersProperty, MembersBelowAreThoseThatMatch) {
     for (int round = 0; round < 3000; ++round) {
         FindEntry entry;
         SetPath(entry.name, RandomText(random, "aAb/\\.\xC4\xE4", 7));
-        std::array<std::byte, kFindEntrySize> bytes{};
-        EncodeEntry(bytes, entry);
+        std::array<std::byte, archive::kFindEntrySize> bytes{};
+        archive::EncodeEntry(bytes, entry);
         const auto ordinal = members.Add(0, 0, bytes);
         if (random() % 8 == 0) members.Remove(ordinal);
         if (round % 4 != 0) continue;

@@ -4,6 +4,10 @@
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
+
+using archive::CompressBlock;
+using archive::ExpandBlock;
+
 namespace {
 
 using Random = std::mt19937;

@@ -14,7 +14,7 @@ using archive::Judgement;
 using archive::Reader;
 
 std::uint32_t SumOf(std::string_view content) {
-    Crc32 sum;
+    archive::Crc32 sum;
     sum.Update(std::as_bytes(std::span(content)));
     return sum.Value();
 }

@@ -3,6 +3,9 @@
 #include "tests/support/Tests.h"
 
 namespace Vorn::Testing {
+
+using archive::Crc32;
+
 namespace {
 
 std::uint32_t CrcOf(std::string_view text, std::size_t cut = 0) {

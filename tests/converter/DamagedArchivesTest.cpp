@@ -184,7 +184,7 @@ TEST_F(DamagedArchives, PatchdiffNamesDamagedMembersAndGoesOn) {
 TEST_F(DamagedArchives, APlainMemberThatBeginsLikeAStreamIsNotDamaged) {
     const std::string stream = "CFIL\1\1\0\0\3\0\0\0\3\x80"s + "abc";
     std::string archive = RawArchive({{"stream", stream}});
-    Crc32 sum;
+    archive::Crc32 sum;
     sum.Update(std::as_bytes(std::span(stream)));
     for (std::size_t at = 0; (at = archive.find("stream\0"s, at)) != std::string::npos; ++at) {
         Put32(archive, at + 268, sum.Value());

@@ -20,7 +20,7 @@ void ReadInto(Content& content, const std::string& folder) {
     File::Find find;
     for (bool found = find.Open(("wb:" + folder + "*").c_str()); found; found = find.Next()) {
         const std::string name = folder + std::string(find.Entry().Name());
-        if ((find.Entry().attributes & kEntryDirectory) != 0) {
+        if ((find.Entry().attributes & archive::kEntryDirectory) != 0) {
             ReadInto(content, name + "/");
         } else {
             const auto member = Contents("wb:" + name);

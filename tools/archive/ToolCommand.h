@@ -17,7 +17,7 @@ namespace Vorn {
 
 // A file that a path argument found.
 struct ToolFileRecord {
-    FindEntry entry;
+    archive::FindEntry entry;
     String directory;  // where it was found; never empty: ".\" stands for no folder
     String prefix;     // the folder it goes to; the same
 };

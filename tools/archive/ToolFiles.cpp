@@ -61,7 +61,7 @@ constexpr const char* kNoFolder = ".\\";
 }
 
 [[nodiscard]] bool IsFolder(const FindEntry& entry) {
-    return (entry.attributes & kEntryDirectory) != 0;
+    return (entry.attributes & archive::kEntryDirectory) != 0;
 }
 
 [[nodiscard]] bool IsArchiveFolder(const std::string& path) {

@@ -78,7 +78,7 @@ private:
     [[nodiscard]] const char* PrintBlocks(File& file, const char* path);
     // Through the buffer; `report` shows the bytes done.
     template <typename Output, typename Report>
-    [[nodiscard]] const char* Copy(File& from, Output& to, std::uint32_t size, Crc32* sum,
+    [[nodiscard]] const char* Copy(File& from, Output& to, std::uint32_t size, archive::Crc32* sum,
                                    const Report& report);
 
     // Runs `work` and prints as the file's error what it gives or throws. Whether all went well.

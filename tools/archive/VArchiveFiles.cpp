@@ -53,7 +53,7 @@ const InternedString toolMount = Intern(kTargetMountName);
 }
 
 [[nodiscard]] bool HasSize(File& file) try {
-    return file.Size() <= kMaxArchiveSize;
+    return file.Size() <= archive::kMaxArchiveSize;
 } catch (const FileEx&) {
     return false;
 }
@@ -61,7 +61,7 @@ const InternedString toolMount = Intern(kTargetMountName);
 }  // namespace
 
 template <typename Output, typename Report>
-const char* VArchive::Copy(File& from, Output& to, std::uint32_t size, Crc32* sum,
+const char* VArchive::Copy(File& from, Output& to, std::uint32_t size, archive::Crc32* sum,
                            const Report& report) {
     for (std::uint32_t done = 0; done < size;) {
         const std::uint32_t wanted = std::min(size - done, kCopyBuffer);
@@ -144,7 +144,7 @@ void VArchive::ExtractFile(const ToolCommand& command, const ToolFileRecord& rec
 
 const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& record,
                               File& member) {
-    const FindEntry& entry = record.entry;
+    const archive::FindEntry& entry = record.entry;
     PathBuffer path;
     if (prefixGiven_) {
         path = PathBuffer(prefixPath_.View());
@@ -158,7 +158,7 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
 
     // Plain content may begin like a compressed stream.
     const bool plain =
-        (entry.attributes & kMemberCompressed) == 0 && entry.storedSize == entry.size;
+        (entry.attributes & archive::kMemberCompressed) == 0 && entry.storedSize == entry.size;
     const FileMode readKind = plain ? kReadPlain : kReadDetect;
     if (member.Open(toolMount, memberPath.c_str(), readKind) != RES_OK) return kCannotOpenInput;
     std::string prepared;
@@ -169,7 +169,7 @@ const char* VArchive::CopyOut(const ToolCommand& command, const ToolFileRecord& 
     if (member.Size() != entry.size) {
         ReportProblem(std::string("not the size that is listed: ") + memberPath.c_str());
     }
-    Crc32 sum;
+    archive::Crc32 sum;
     const char* problem = Copy(member, file, entry.size, &sum, [&](std::uint32_t done) {
         std::printf("\r%5uk %3.0f%%", done >> 10, done * 100.0 / entry.size);
         ShowNow();
@@ -196,7 +196,7 @@ std::vector<std::string> VArchive::NamedFolders(const ToolCommand& command) cons
 }
 
 void VArchive::ListFile(const ToolFileRecord& record) {
-    const FindEntry& entry = record.entry;
+    const archive::FindEntry& entry = record.entry;
     const double ratio = entry.size == 0 ? 100.0 : entry.storedSize * 100.0 / entry.size;
     Attempt("\n", [&]() -> const char* {
         std::printf("%5uk/%5uk %3.0f%% %08X .. %s\n", entry.storedSize >> 10, entry.size >> 10,
