@@ -16,6 +16,7 @@
 #include <tuple>
 #include <utility>
 
+#include "archive/CheckMeter.h"
 #include "archive/Error.h"
 #include "archive/Names.h"
 
@@ -25,6 +26,7 @@ namespace {
 
 constexpr std::size_t kWindow = 262144;
 constexpr std::uint64_t kRunBytes = 1048576;  // that a worker takes at a time
+constexpr std::uint64_t kReportStep = 2097152;
 
 // The findings of one worker. It meets them in rising order, so that the first ones of all workers
 // together are among the first ones of each.
@@ -126,16 +128,20 @@ private:
 
 class Worker {
 public:
-    Worker(const Reader& reader, const Order& order, const CheckOptions& options)
+    // A worker that `reports` runs on the caller's thread.
+    Worker(const Reader& reader, const Order& order, const CheckOptions& options, CheckMeter& meter,
+           bool reports)
         : contents_(reader.All()),
           order_(order),
           content_(reader.NewContentReader(kWindow)),
           judgesContent_(options.content),
+          meter_(meter),
+          reports_(reports),
           found_(options.findings) {}
 
     void Work(Runs& runs) {
         for (auto [i, end] = runs.Take(); i < end; std::tie(i, end) = runs.Take()) {
-            for (; i < end; ++i) {
+            for (; i < end && !meter_.Stopped(); ++i) {
                 JudgeGap(order_.GapStart(i), order_.Start(i));
                 JudgeMember(i);
             }
@@ -156,12 +162,30 @@ private:
     // Judges one chunk of a gap and returns its end; `from` when there is none that can be passed.
     [[nodiscard]] std::uint64_t JudgeGapChunk(std::uint64_t from, std::uint64_t to);
 
+    // Counts what was judged: bytes of the file, and the work that they were, in bytes too.
+    void Count(std::uint64_t fileBytes, std::uint64_t work);
+
     const Contents& contents_;
     const Order& order_;
     ContentReader content_;
     const bool judgesContent_;
+    CheckMeter& meter_;
+    const bool reports_;
+    std::uint64_t uncounted_ = 0;  // bytes of the file, and work, since the meter was told
+    std::uint64_t work_ = 0;
     Findings found_;
 };
+
+// The work decides when to report: a small stream can expand to a thousand times its size, and a
+// member whose content is not judged is no work however large it is.
+void Worker::Count(std::uint64_t fileBytes, std::uint64_t work) {
+    uncounted_ += fileBytes;
+    work_ += work;
+    if (work_ < kReportStep) return;
+    meter_.Add(uncounted_);
+    uncounted_ = work_ = 0;
+    if (reports_) meter_.Report();
+}
 
 void Worker::JudgeIndex() {
     const std::uint64_t place = contents_.header.indexOffset;
@@ -184,6 +208,7 @@ void Worker::JudgeMember(std::size_t i) {
     const Member member = order_[i];
     const std::uint64_t start = order_.Start(i);
     JudgeName(ordinal, member, start);
+    Count(kMemberPrefixSize, kMemberPrefixSize);
     if (member.dataOffset < kMemberPrefixSize || member.DataEnd() > contents_.fileSize) {
         found_.Add(Fault::OutsideFile, start, member.name, "it does not lie in the file");
     } else if (order_.BeginsInside(i) || member.DataEnd() > order_.Limit(i)) {
@@ -192,7 +217,11 @@ void Worker::JudgeMember(std::size_t i) {
     } else {
         try {
             const bool agrees = ChunkAgrees(ordinal, member, start);
-            if (agrees && judgesContent_) JudgeContent(member);
+            if (agrees && judgesContent_) {
+                JudgeContent(member);
+            } else {
+                Count(member.storedSize, 0);
+            }
         } catch (const Error& error) {
             found_.Add(Fault::CannotRead, error.Offset(), member.name, "it cannot be read");
         }
@@ -227,7 +256,12 @@ bool Worker::ChunkAgrees(std::uint32_t ordinal, const Member& member, std::uint6
 void Worker::JudgeContent(const Member& member) {
     try {
         content_.Begin(member);
-        while (!content_.Next().empty()) {
+        std::uint64_t counted = member.dataOffset;
+        for (auto piece = content_.Next(); !piece.empty() && !meter_.Stopped();
+             piece = content_.Next()) {
+            const std::uint64_t position = content_.Position();
+            Count(position - counted, piece.size());
+            counted = position;
         }
     } catch (const Error& error) {
         if (error.Code() == ErrorCode::CannotRead) throw;
@@ -248,9 +282,10 @@ void Worker::JudgeName(std::uint32_t ordinal, const Member& member, std::uint64_
 
 void Worker::JudgeGap(std::uint64_t from, std::uint64_t to) {
     try {
-        while (from < to) {
+        while (from < to && !meter_.Stopped()) {
             const std::uint64_t end = JudgeGapChunk(from, to);
             if (end == from) return;
+            Count(end - from, kChunkHeaderSize);
             from = end;
         }
     } catch (const Error& error) {
@@ -292,20 +327,31 @@ void Worker::JudgeEnd() {
     if (from <= index) JudgeGap(from, index);
 }
 
-// Runs `work(0)` to `work(count - 1)` at once; throws what one of them threw.
-void InThreads(unsigned count, const std::function<void(unsigned)>& work) {
+// Runs `work(0)` on this thread and the others up to `work(count - 1)` beside it; throws what one
+// of them threw, which stops the others.
+void InThreads(unsigned count, CheckMeter& meter, const std::function<void(unsigned)>& work) {
     std::vector<std::exception_ptr> thrown(count);
-    const auto guarded = [&](unsigned i) {
+    const auto guarded = [&](unsigned i, const auto& run) {
         try {
-            work(i);
+            run();
         } catch (...) {
             thrown[i] = std::current_exception();
+            meter.Stop();
         }
     };
+    meter.Start(count - 1);
     {
         std::vector<std::jthread> threads;
-        for (unsigned i = 1; i < count; ++i) threads.emplace_back(guarded, i);
-        guarded(0);
+        for (unsigned i = 1; i < count; ++i) {
+            threads.emplace_back([&, i] {
+                guarded(i, [&] { work(i); });
+                meter.Finish();
+            });
+        }
+        guarded(0, [&] {
+            work(0);
+            meter.ReportUntilFinished();
+        });
     }
     for (const std::exception_ptr& exception : thrown) {
         if (exception) std::rethrow_exception(exception);
@@ -332,14 +378,20 @@ Judgement Check(const Reader& reader, const CheckOptions& options) {
     const unsigned count = std::max(options.workers, 1U);
     const Order order(reader.All());
     Runs runs(order);
-    // One more judges what belongs to no member.
+    CheckMeter meter(options.progress, reader.All().fileSize);
     std::deque<Worker> workers;
-    for (unsigned i = 0; i <= count; ++i) workers.emplace_back(reader, order, options);
-    InThreads(count, [&](unsigned i) { workers[i].Work(runs); });
-    workers[count].JudgeIndex();
-    workers[count].JudgeEnd();
+    for (unsigned i = 0; i < count; ++i) {
+        workers.emplace_back(reader, order, options, meter, i == 0);
+    }
+    InThreads(count, meter, [&](unsigned i) { workers[i].Work(runs); });
+    // What belongs to no member is judged by one more, so that its findings rise too.
+    workers.emplace_back(reader, order, options, meter, true);
+    workers.back().JudgeIndex();
+    workers.back().JudgeEnd();
+    meter.ReportAll();
 
     Judgement judgement;
+    judgement.cancelled = meter.Stopped();
     for (Worker& worker : workers) worker.Found().MoveInto(judgement);
     std::ranges::stable_sort(judgement.findings, {}, &Finding::offset);
     if (judgement.findings.size() > options.findings) judgement.findings.resize(options.findings);

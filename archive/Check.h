@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -48,18 +49,27 @@ struct Judgement {
     std::uint64_t members = 0;
     std::uint64_t contentBytes = 0;  // as the entries say
     std::uint64_t storedBytes = 0;
-    std::uint64_t deadBytes = 0;  // of the file that are not header, members or index
+    std::uint64_t deadBytes = 0;  // bytes of the file outside header, members and index
 
-    [[nodiscard]] bool Whole() const { return damages == 0; }
+    bool cancelled = false;  // findings and their counts are those of a part of the archive
+
+    [[nodiscard]] bool Whole() const { return damages == 0 && !cancelled; }
 };
+
+// Takes the bytes of the file judged so far, and all of them; returns false to cancel the check.
+using CheckProgress = std::function<bool(std::uint64_t done, std::uint64_t total)>;
 
 struct CheckOptions {
     unsigned workers = 1;
     bool content = true;         // also expand every content and compare its check sum
     std::size_t findings = 100;  // kept at most
+    // Called by the thread that called Check: each time a worker has gone through another two
+    // megabytes, whether of the file or of expanded content, and at the end with done == total
+    // (that result is ignored). `done` never falls. An exception ends the check and is passed on.
+    CheckProgress progress = nullptr;
 };
 
-// The result does not depend on the number of workers.
+// The result does not depend on the number of workers, unless the check is cancelled.
 [[nodiscard]] Judgement Check(const Reader& reader, const CheckOptions& options = {});
 
 }  // namespace archive

@@ -38,6 +38,8 @@ public:
 
     // Whether the member's data is a compressed stream.
     [[nodiscard]] bool IsStream() const { return stream_; }
+    // The offset in the file of the next byte of the member's data.
+    [[nodiscard]] std::uint64_t Position() const { return position_; }
     // Bytes of the file as they are.
     [[nodiscard]] Window& Raw() { return window_; }
 

@@ -1,5 +1,7 @@
 #include "archive/Check.h"
 
+#include <thread>
+
 #include "archive/Crc32.h"
 #include "archive/Error.h"
 #include "archive/Stream.h"
@@ -214,6 +216,46 @@ TEST_F(ArchiveCheck, WorkersDoNotChangeTheResult) {
         const Judgement more = Judge(bytes, {.workers = workers});
         EXPECT_EQ(key(more), key(one));
         EXPECT_EQ(std::pair(more.damages, more.oddities), std::pair(one.damages, one.oddities));
+    }
+}
+
+TEST_F(ArchiveCheck, ReportsAllBytesToTheCallingThreadOften) {
+    const std::string large(6000000, 'x');
+    const std::string bytes = RawArchive({Plain("large", Noise(9000000)), Packed("packed", large),
+                                          Plain("noise", Noise(9000000)), Plain("last", "x")});
+    for (const unsigned workers : {1u, 2u, 4u}) {
+        const auto caller = std::this_thread::get_id();
+        std::vector<std::uint64_t> calls;
+        const Judgement judgement =
+            Judge(bytes, {.workers = workers, .progress = [&](auto done, auto total) {
+                              EXPECT_EQ(std::this_thread::get_id(), caller);
+                              EXPECT_EQ(total, bytes.size());
+                              calls.push_back(done);
+                              return true;
+                          }});
+        EXPECT_TRUE(judgement.Whole());
+        EXPECT_TRUE(std::ranges::is_sorted(calls));
+        EXPECT_EQ(calls.back(), bytes.size());
+        if (workers == 1) {
+            EXPECT_GE(calls.size(), 24000000u / 2400000);
+        }
+    }
+}
+
+TEST_F(ArchiveCheck, IsCancelledByItsProgress) {
+    const std::string bytes =
+        RawArchive({Plain("large", Noise(9000000)), Plain("b", Noise(9000000))});
+    for (const unsigned workers : {1u, 2u}) {
+        int calls = 0;
+        const auto cancel = [&](std::uint64_t, std::uint64_t) { return ++calls < 1; };
+        const Judgement judgement = Judge(bytes, {.workers = workers, .progress = cancel});
+        EXPECT_EQ(calls, 1);
+        EXPECT_TRUE(judgement.cancelled);
+        EXPECT_FALSE(judgement.Whole());
+        const auto fail = [](std::uint64_t, std::uint64_t) -> bool {
+            throw std::runtime_error("no");
+        };
+        EXPECT_THROW(Judge(bytes, {.workers = workers, .progress = fail}), std::runtime_error);
     }
 }
 
