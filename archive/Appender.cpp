@@ -17,7 +17,8 @@ constexpr std::size_t kWalkWindow = 4096;
     return kChunkHeaderSize + count * kIndexRecordSize;
 }
 
-// The chunk header that hides a member until it is whole, and all that follows it.
+// Encodes the header that hides a member, and everything after it, until the member is whole: walks
+// skip deleted chunks, and this one reaches past the end of any file.
 void EncodeHidden(std::span<std::byte, kChunkHeaderSize> bytes) {
     EncodeChunkHeader(bytes, kDeletedChunk, static_cast<std::uint32_t>(kMaxArchiveSize));
 }
@@ -141,8 +142,8 @@ void Appender::Append(std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
         const std::size_t count = std::min(bytes.size(), kBufferSize);
         if (buffer_.size() + count > kBufferSize) {
-            // What is finished must appear before: it cannot once a member is hidden behind it that
-            // is only partly there.
+            // Finished members must appear first: once the file ends in a part of a member, the
+            // header that hides them cannot be opened.
             if (!pending_.empty()) {
                 PublishPending();
             } else {
@@ -172,7 +173,7 @@ void Appender::FinishChunk() {
         entry_.size = static_cast<std::uint32_t>(taken_);
         entry_.crc = sum_.Value();
     }
-    // The entry, and the header of a stream whose size is known only now.
+    // Content of unknown size: entry and stream header were written before it was known.
     std::array<std::byte, kFindEntrySize + kStreamHeaderSize> late{};
     EncodeEntry(std::span(late).first<kFindEntrySize>(), entry_);
     std::ranges::copy(EncodeStreamHeader(entry_.size), late.begin() + kFindEntrySize);
@@ -213,8 +214,8 @@ void Appender::Flush() {
     if (!pending_.empty()) PublishPending();
 }
 
-// Writes the finished chunks of the batch and makes them members. A member that is begun stays in
-// the buffer and begins the next batch.
+// Writes the finished chunks of the batch and makes them members: the first chunk header last,
+// since it hides the others. A member that was begun stays in the buffer and starts the next batch.
 void Appender::PublishPending() {
     const std::uint64_t end = begun_ ? chunkOffset_ : End();
     const Member first = contents_.members[pending_.front().ordinal];
@@ -237,7 +238,8 @@ void Appender::PublishPending() {
         try {
             MarkDeleted(*pending_[i].replaces);
         } catch (const Error&) {
-            // Without the mark a walk finds the old member first; an index need not have it.
+            // Without an index a walk would still find the old member first, so the new one must
+            // go. With one, leaving the old member out of it is enough.
             if (!contents_.Maintained()) {
                 DropFrom(i);
                 throw;
@@ -252,7 +254,7 @@ void Appender::PublishPending() {
     }
 }
 
-// Forgets finished members from one of the batch on, and the one that is begun.
+// Drops the finished members of the batch from one on, and the member that was begun.
 void Appender::DropFrom(std::size_t pending) {
     const std::uint64_t end = pending_[pending].chunkOffset;
     for (std::size_t i = pending; i < pending_.size(); ++i) {
@@ -281,7 +283,8 @@ void Appender::WriteOut() {
     buffer_.clear();
 }
 
-// Finds the place of the first new chunk and cuts off the index that lies there.
+// Finds the place of the first new chunk and cuts off the index there, so that no walk takes its
+// records for chunks.
 void Appender::Prepare() {
     if (prepared_) return;
     if (file_.Length() == 0) WriteAt(0, EncodePreamble(contents_.header));
@@ -293,7 +296,8 @@ void Appender::Prepare() {
     prepared_ = true;
 }
 
-// Where the next chunk goes: over the old index unless members follow it, else after everything.
+// Returns the offset of the next chunk: that of the old index unless members follow it, else the
+// end of the file.
 std::uint64_t Appender::WriteOffset() {
     const std::int64_t length = file_.Length();
     if (length < 0) throw Error(ErrorCode::CannotRead, "its length cannot be read");
@@ -316,9 +320,9 @@ void Appender::LeaveIndex() {
     contents_.index = IndexState::Absent;
 }
 
-// Where a walk over the chunks ends. What it cannot pass, such as a member that was never finished,
-// becomes a deleted chunk. The walk begins at the first chunk, as it will when the new members are
-// looked for: what is left of an index may know members that it does not reach.
+// Returns the offset where a walk over the chunks ends. A chunk that it cannot pass, such as a
+// member that was never finished, becomes a deleted chunk. The walk starts at the first chunk, as
+// that of a later reader does: the rest of a damaged index may list members that no walk reaches.
 std::uint64_t Appender::SealEnd(std::uint64_t size) {
     const std::uint64_t known = contents_.members.EndOfData();
     std::uint64_t position = kFirstChunkOffset;
@@ -339,7 +343,7 @@ std::uint64_t Appender::SealEnd(std::uint64_t size) {
         }
         position = end;
     }
-    // Less than a chunk header is overwritten.
+    // A rest shorter than a chunk header is overwritten by the new member.
     if (position > size || position < known || position + kChunkHeaderSize <= size) {
         throw Error(ErrorCode::Damaged, "a member is cut short, or its place cannot be reached",
                     position);
@@ -377,8 +381,9 @@ void Appender::Complete() {
     if (contents_.Maintained() && contents_.indexStale) WriteIndex();
 }
 
-// A deleted chunk first, for readers that come while it is written; its length is right from the
-// start, so that a walk never takes records for chunks.
+// Writes the index as a deleted chunk first: a reader that opens the archive meanwhile must not
+// load half an index. Its length is right from the start, so that a walk never takes records for
+// chunks. The mark is written last, after the header that names it.
 void Appender::WriteIndex() {
     const MemberTable& members = contents_.members;
     const std::uint64_t place = prepared_ ? batchStart_ : WriteOffset();

@@ -1,9 +1,9 @@
-// For each slot of PairCounts the list of the borders at which its pair stands in a sub-block of
-// the byte-pair codec.
+// Keeps, for each slot of PairCounts, the borders at which its pair occurs in a sub-block of the
+// byte-pair codec.
 //
-// A border stands before each symbol but the first, and is named by that symbol's first place.
-// Lists are in the order of Append, which is rising: all borders of a pair come up while its newer
-// code replaces the pair that it stands for, from left to right.
+// A border lies before each symbol but the first; its number is that symbol's first place. Lists
+// are in the order of Append, which is rising: the borders of a pair are added while a new code
+// replaces its own pair from left to right.
 #pragma once
 
 #include <array>
@@ -44,12 +44,13 @@ public:
 
     [[nodiscard]] std::size_t SlotOf(std::size_t border) const { return slots_[border]; }
 
-    // The first border of a list, and the one after another; kNone or more at the end.
+    // Return the first border of a list, and the one after `border`; kNone or more at the end.
     [[nodiscard]] std::size_t First(std::size_t slot) const { return next_[HeadOf(slot)]; }
     [[nodiscard]] std::size_t Next(std::size_t border) const { return next_[border]; }
 
 private:
-    // The links of the borders are followed by those of the heads, which close each list to a ring.
+    // The links of the heads follow those of the borders, and close each list to a ring: Append and
+    // Remove need no test for an end.
     static std::size_t HeadOf(std::size_t slot) { return kMostPlaces + slot; }
 
     std::array<std::uint16_t, kMostPlaces + PairCounts::kSlots> next_;

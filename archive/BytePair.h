@@ -16,14 +16,13 @@ namespace archive {
 
 // Packs `input` into `output`, which must hold input.size() bytes, and returns the bytes placed.
 // Where packing would save nothing, `output` gets a copy of the input: the result is then
-// input.size(), which tells a stored block from a packed one.
+// input.size(), by which callers recognise a stored block.
 [[nodiscard]] std::size_t CompressBlock(std::span<std::byte> output,
                                         std::span<const std::byte> input);
 
-// Expands a packed block and returns the bytes of content. Nothing when the block is corrupt: its
-// tables or packed bytes are cut short, a code it uses contains itself, or the content would not
-// fit. Bytes of `output` behind the content are left with any value. Time grows with the two sizes
-// only.
+// Expands a packed block and returns the bytes of content; nullopt if the block is corrupt: its
+// tables or packed bytes are cut short, a code contains itself, or the content does not fit. The
+// bytes of `output` after the content are unspecified. Time grows with the two sizes only.
 [[nodiscard]] std::optional<std::size_t> ExpandBlock(std::span<std::byte> output,
                                                      std::span<const std::byte> input);
 

@@ -1,5 +1,6 @@
-// The decoder spells out every value that stands for at most 16 bytes once for a sub-block and then
-// copies it as a whole; longer codes are taken apart on a stack until their parts are that short.
+// Expanding byte by byte is slow. So the decoder expands every code of at most 16 bytes once for a
+// sub-block and then copies its text whole; longer codes are split on a stack until their parts are
+// that short.
 #include "archive/BytePair.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ private:
     // themselves, 255 at most, never need more than this.
     static constexpr std::size_t kStackBytes = 256;
 
-    // Twice the length that counts: two whole texts are copied behind one another.
+    // Twice the longest text: two texts are joined by two copies of full width, without a loop.
     using Text = std::array<std::byte, 2 * kSpelled>;
 
     void SetLiteral(std::size_t c) {
@@ -60,7 +61,7 @@ private:
     std::size_t codeCount_ = 0;
     std::array<std::uint8_t, 256> left_;  // valid for codes
     std::array<std::uint8_t, 256> right_;
-    std::array<std::uint8_t, 256> lengths_;  // of the texts; 0 for a code that is not spelled out
+    std::array<std::uint8_t, 256> lengths_;  // of the texts; 0 for a code without one
     std::array<Text, 256> texts_;
 };
 

@@ -1,8 +1,8 @@
 // The encoder must replace pairs in one fixed order: by count, and among equal counts by the place
 // of the pair in a hash table. So that table is kept exactly; the work around it is arranged to
-// touch only what changes. A symbol (a byte, or a code for a pair) keeps the place of the content
-// it stands for and is never moved. It is noted at the first and the last place of that stretch, so
-// that both neighbours of any place are found at once.
+// touch only what changes. A symbol (a byte, or a code for a pair) keeps the place of its content
+// and is never moved. It is stored at the first and at the last place of its content, so that the
+// neighbours on both sides of any place are found at once.
 #include "archive/BytePair.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ public:
 
     ContentSlots() { slots_.fill(kNone); }
 
-    // Costs no more than the pairs that there were.
+    // Resets only the pairs that occurred: there are 65,536 slots, and up to 2,047 pairs.
     void Clear() {
         for (std::size_t i = 0; i < count_; ++i) slots_[pairs_[i]] = kNone;
         count_ = 0;
@@ -124,7 +124,7 @@ private:
     std::array<std::uint8_t, 256> left_;
     std::array<std::uint8_t, 256> right_;
     std::array<bool, 256> used_;
-    std::array<std::uint16_t, 256> lengths_;  // content bytes a symbol stands for
+    std::array<std::uint16_t, 256> lengths_;  // content bytes of a symbol
 };
 
 // Takes bytes until the sub-block is full or has its fill of distinct values. A new value always

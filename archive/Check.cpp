@@ -1,6 +1,6 @@
 // The members are taken in the order of their data. A worker takes a run of them that lies close
-// together, so that its reads are large and move forwards; with each member goes the gap before it.
-// A member that reaches past the start of the next one is not read: so no byte is read twice.
+// together, so that its reads are large and move forwards; the gap before a member is judged with
+// it. A member that reaches past the start of the next one is not read, so no byte is read twice.
 #include "archive/Check.h"
 
 #include <algorithm>
@@ -28,8 +28,8 @@ constexpr std::size_t kWindow = 262144;
 constexpr std::uint64_t kRunBytes = 1048576;  // that a worker takes at a time
 constexpr std::uint64_t kReportStep = 2097152;
 
-// The findings of one worker. It meets them in rising order, so that the first ones of all workers
-// together are among the first ones of each.
+// The findings of one worker. Their offsets rise, so that the first findings of all workers
+// together are among the first of each: no worker needs to keep more.
 class Findings {
 public:
     explicit Findings(std::size_t most) : most_(most) {}
@@ -76,7 +76,8 @@ public:
         const std::uint64_t data = (*this)[i].dataOffset;
         return data < kMemberPrefixSize ? 0 : data - kMemberPrefixSize;
     }
-    // What member i must not reach past: the next member, the index or the file's end.
+    // Returns where member i must end at the latest: at the next member, the index or the end of
+    // the file.
     [[nodiscard]] std::uint64_t Limit(std::size_t i) const {
         std::uint64_t limit = contents_.fileSize;
         if (i + 1 < Count()) limit = std::min(limit, Start(i + 1));
@@ -90,8 +91,8 @@ public:
         return start < contents_.headerEnd ||
                (start >= contents_.header.indexOffset && start < contents_.indexEnd);
     }
-    // The end of member i, or of the header before the first one, for the gap that follows; where
-    // that is not certain, the start of what follows: there is no gap to judge.
+    // Returns where the gap before member `next` starts: the end of the member before it, or of the
+    // header. If that end cannot be trusted, returns the start of `next`: there is no gap to judge.
     [[nodiscard]] std::uint64_t GapStart(std::size_t next) const {
         const std::uint64_t end = next < Count() ? Start(next) : contents_.fileSize;
         if (next == 0) return std::min(contents_.headerEnd, end);
@@ -159,7 +160,8 @@ private:
     void JudgeContent(const Member& member);
     void JudgeName(std::uint32_t ordinal, const Member& member, std::uint64_t start);
     void JudgeGap(std::uint64_t from, std::uint64_t to);
-    // Judges one chunk of a gap and returns its end; `from` when there is none that can be passed.
+    // Judges one chunk of a gap and returns its end; `from` if no chunk that can be skipped starts
+    // there.
     [[nodiscard]] std::uint64_t JudgeGapChunk(std::uint64_t from, std::uint64_t to);
 
     // Counts what was judged: bytes of the file, and the work that they were, in bytes too.
@@ -319,7 +321,7 @@ std::uint64_t Worker::JudgeGapChunk(std::uint64_t from, std::uint64_t to) {
     return end;
 }
 
-// After an index lie at most the bytes of a longer one that it replaced.
+// Bytes after the index are not judged: they are the rest of a longer index that it replaced.
 void Worker::JudgeEnd() {
     std::uint64_t from = order_.GapStart(order_.Count());
     const std::uint64_t index = contents_.header.indexOffset;

@@ -16,21 +16,21 @@
 namespace archive {
 
 enum class Fault {
-    // Damage: something that the archive promises is not there.
+    // Damage: the archive promises something that is not there.
     IndexMissing,    // the header promises an index that is not at its place
-    IndexDamaged,    // it is cut short, or its length is not that of its records
+    IndexDamaged,    // the index is cut short, or its length is not that of its records
     EntryDiffers,    // a member's record and its chunk disagree, or there is no live chunk
     OutsideFile,     // a member does not lie in the file
     Overlap,         // a member reaches into the header, the index or the next member
     ContentDamaged,  // content that does not expand to its size
     SumDiffers,      // content that disagrees with its check sum
     CannotRead,      // the system failed to read it
-    // Oddities: everything that is promised can be read all the same.
+    // Oddities: everything that is promised can still be read.
     Hidden,      // a live chunk that an index does not list
     DoubleName,  // a name that an earlier member has; it cannot be reached by name
     OddName,     // a name that not every reader finds (NameProblem)
-    StrayBytes,  // bytes between the members that are no chunks
-    Unfinished,  // a chunk that was begun by a writer and not finished
+    StrayBytes,  // bytes between the members that belong to no chunk
+    Unfinished,  // a chunk that a writer began and did not finish
 };
 [[nodiscard]] constexpr bool IsDamage(Fault fault) { return fault < Fault::Hidden; }
 

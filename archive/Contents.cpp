@@ -63,7 +63,7 @@ void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint
         const std::size_t count = std::min(left, kRecordsAtOnce);
         const std::span bytes(buffer.get(), count * kIndexRecordSize);
         const std::int64_t got = file.ReadAt(offset, bytes);
-        // What cannot be read counts as cut off.
+        // An unreadable record counts as cut off: a walk may still find its member.
         if (got != static_cast<std::int64_t>(bytes.size())) return;
         for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
             const auto record = bytes.subspan(at).first<kIndexRecordSize>();

@@ -13,13 +13,13 @@ enum class IndexState {
     Whole,      // every record that the header promises was read
     OddLength,  // the same, but the chunk's length is not that of its records
     Absent,     // the header promises none
-    Missing,    // the header promises one and there is none at its place
+    Missing,    // the header promises one, and there is none at its place
     CutShort,   // some of its records lie after the end of the file
 };
 
-// What no change of an archive leaves as it was: the file's length, the header at its front, and
-// what lies where that says the index is. Members that are only marked as deleted do not show;
-// writing copes with them.
+// Recognises a changed archive. Every change alters one of these: the file's length, its header,
+// the chunk header at the place of the index. Members marked as deleted without a new index are not
+// noticed; the appender handles them.
 struct Footprint {
     std::int64_t length = -1;
     std::array<std::byte, kArchivePreambleSize> header{};

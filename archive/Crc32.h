@@ -8,7 +8,7 @@
 
 namespace archive {
 
-// Takes the bytes in pieces of any length; copies go on from the same state.
+// Takes the bytes in pieces of any length; a copy continues from the same state.
 class Crc32 {
 public:
     void Update(std::span<const std::byte> bytes);

@@ -35,7 +35,7 @@ public:
 
     [[nodiscard]] ErrorCode Code() const { return code_; }
     [[nodiscard]] const std::string& Reason() const { return reason_; }
-    // Where in the file; 0 when the whole file is meant.
+    // Returns the offset in the file; 0 if the error concerns the whole file.
     [[nodiscard]] std::uint64_t Offset() const { return offset_; }
     // The member's stored name; empty when no member is concerned.
     [[nodiscard]] const std::string& Member() const { return member_; }

@@ -4,8 +4,8 @@
 
 namespace archive {
 
-// Where no pair has the highest count any more, some pair mostly has the next lower one: to look
-// for that is cheaper than to look at all counts for the highest.
+// When no pair has the highest count any more, some pair usually has the next lower one. Looking
+// for that first is cheaper than finding the highest of all counts.
 std::size_t PairCounts::FindBest() {
     if (FindFromCursor()) return cursor_;
     cursor_ = 0;
@@ -17,8 +17,8 @@ std::size_t PairCounts::FindBest() {
     return best_ >= kFewestOccurrences ? cursor_ : kSlots;
 }
 
-// Plain loops over bytes, which the compiler turns into vector instructions. Columns side by side
-// do not wait for each other.
+// Plain loops over bytes, which the compiler turns into vector instructions. The columns are
+// independent, so that no step waits for the one before.
 std::size_t PairCounts::HighestCount() const {
     std::array<std::uint8_t, 64> columns{};
     for (std::size_t row = 0; row < kSlots; row += columns.size()) {

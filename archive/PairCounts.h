@@ -1,7 +1,7 @@
 // How often each pair of neighbours occurs in a sub-block of the byte-pair codec.
 //
 // The slot of a pair decides among pairs of equal counts, so it is part of the format: it is the
-// first one free at or behind the pair's home slot when the pair first occurs. A slot stays with
+// first one free at or after the pair's home slot when the pair first occurs. A slot stays with
 // its pair until Clear. Counts stop at 255.
 #pragma once
 
@@ -52,8 +52,8 @@ public:
     // enough to be worth a code.
     std::size_t FindBest();
 
-    // Whether two more pairs leave a slot empty, where every search ends. No content is known that
-    // needs so many pairs, but none may make a search run for ever.
+    // Returns whether two more pairs leave a free slot, which ends every probe. No known content
+    // needs that many pairs, but no content may make a probe loop indefinitely.
     [[nodiscard]] bool HasRoomForTwo() const { return claimed_ + 2 < kSlots; }
 
     [[nodiscard]] std::uint8_t First(std::size_t slot) const {
@@ -94,7 +94,7 @@ private:
     std::size_t claimed_ = 0;
 
     // No count is above best_, and none before cursor_ equals it. Counts mostly fall, so the search
-    // for the next pair goes on where the last one ended.
+    // for the next pair continues where the last one ended.
     std::size_t best_ = kMostCounted;
     std::size_t cursor_ = kSlots;
 };

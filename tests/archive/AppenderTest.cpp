@@ -78,7 +78,7 @@ TEST_F(ArchiveAppending, AnEmptyArchiveHas52Bytes) {
     EXPECT_TRUE(archive::Check(Reader(path_)).findings.empty());
 }
 
-// The same members, given in every way that there is, give the same bytes.
+// The same members give the same bytes in whichever way they are passed in.
 TEST_F(ArchiveAppending, BytesDoNotDependOnHowContentComesIn) {
     std::vector<std::pair<std::string, std::string>> members;
     for (unsigned i = 0; i < 60; ++i) {

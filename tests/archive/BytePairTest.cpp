@@ -40,7 +40,7 @@ auto Out(std::string& bytes, std::size_t room) {
     return std::as_writable_bytes(std::span(bytes).first(room));
 }
 
-// What a block stands for, in which both forms agree; nothing for a corrupt one.
+// Returns the content of a block, on which both decoders must agree; nullopt for a corrupt one.
 std::optional<std::string> Expand(const std::string& packed, std::size_t room = kBlock) {
     std::string content(room + 64, '#');
     std::string literal(room, '#');
@@ -70,7 +70,7 @@ std::string Compress(const std::string& content) {
 TEST(BytePair, PacksToTheFixedBytes) {
     const std::string ab = "ab";
     const std::string zeros(2048, '\0');
-    // Two equal sub-blocks; behind a full set of distinct values the same zeros make one.
+    // Two equal sub-blocks; after a full set of distinct values the same zeros make one.
     const std::string packedZeros = Compress(zeros + zeros);
     const std::string oneSubBlock = packedZeros.substr(0, packedZeros.size() / 2);
     const std::string others = Distinct(0, 210);
@@ -114,7 +114,7 @@ TEST(BytePair, EqualsTheLiteralForm) {
     int packedBlocks = 0;
     for (unsigned seed = 0; seed < 24; ++seed) {
         Random random(seed);
-        // Short ones stand at the edge of what is worth packing.
+        // Short ones are at the limit of what is worth packing.
         const std::size_t size = 1 + random() % (seed % 3 == 0 ? 9000 : 90);
         for (const std::string& content :
              {RandomBytes(random, size, 2), RandomBytes(random, size, 20),

@@ -20,7 +20,7 @@ struct Slot {
 };
 
 struct Encoder {
-    std::array<Byte, 2049> buffer{};  // one spare: a walk may copy the byte behind the last one
+    std::array<Byte, 2049> buffer{};  // one spare: a walk may copy the byte after the last one
     std::size_t size = 0;
     std::array<Byte, 256> left{}, right{};
     std::array<Slot, 4096> table{};
