@@ -21,7 +21,7 @@ constexpr int kStartRound = 10;
 [[nodiscard]] std::shared_ptr<platform::Mutex> CreateQueueMutex(const char* nameFormat) {
     InternedString name;
     FormatInto(name, nameFormat, platform::CurrentProcessId());
-    return platform::CreateMutex(false, name.Text());
+    return platform::MakeMutex(false, name.Text());
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ LoadQueue::LoadQueue(LoadSlots& slots)
     : slots_(slots),
       itemsLock_(CreateQueueMutex("ResourceItems.%08X")),
       accessLock_(CreateQueueMutex("ResourceAccess.%08X")),
-      work_(platform::CreateSemaphore(0, std::numeric_limits<std::int32_t>::max(), nullptr)),
+      work_(platform::MakeSemaphore(0, std::numeric_limits<std::int32_t>::max(), nullptr)),
       worker_([](void* queue) { return static_cast<LoadQueue*>(queue)->Serve(); }, this, false) {
     items_.reserve(kCapacity);
     // Created suspended and resumed here, when all members that it uses exist.

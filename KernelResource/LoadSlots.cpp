@@ -6,7 +6,7 @@
 
 namespace Vorn {
 
-LoadSlots::LoadSlots() : places_(platform::CreateSemaphore(kMost, kMost, nullptr)), slots_(kMost) {}
+LoadSlots::LoadSlots() : places_(platform::MakeSemaphore(kMost, kMost, nullptr)), slots_(kMost) {}
 
 LoadSlots::Claim LoadSlots::Begin(const Resource& resource) {
     for (;;) {

@@ -47,7 +47,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
            WriteStream(plain, static_cast<std::uint32_t>(length), out);
 }
 
-[[nodiscard]] bool CopyFile(const char* from, const char* to) {
+[[nodiscard]] bool CopyToNewFile(const char* from, const char* to) {
     using namespace platform;
     FileHandle in;
     FileHandle out;
@@ -64,8 +64,8 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
 }
 
 // A name moves within one file system only; beyond it the bytes do.
-[[nodiscard]] bool MoveFile(const char* from, const char* to) {
-    return platform::Rename(from, to) || (CopyFile(from, to) && platform::RemoveFile(from));
+[[nodiscard]] bool RenameOrCopy(const char* from, const char* to) {
+    return platform::Rename(from, to) || (CopyToNewFile(from, to) && platform::RemoveFile(from));
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ bool CompressFileInPlace(const char* path) {
         (void)platform::RemoveFile(temporary.c_str());
         return false;
     }
-    if (!MoveFile(temporary.c_str(), path)) return false;
+    if (!RenameOrCopy(temporary.c_str(), path)) return false;
     platform::SetHidden(path, false);
     return true;
 }

@@ -53,7 +53,7 @@ bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {
     return source.IsOpen() && content.ReadAll(source) && StoreMember(mount, name, content.Bytes());
 }
 
-bool CopyFile(const char* path, const InternedString& mount, const char* name) {
+bool CopyFileToMember(const char* path, const InternedString& mount, const char* name) {
     File source;
     return source.Open(InternedString(), path, kReadPlain) == RES_OK &&
            CopyOpenFile(mount, name, source);

@@ -42,4 +42,5 @@ private:
 
 // The same for a file of the file system. It is taken byte for byte, also when it begins like a
 // compressed stream.
-[[nodiscard]] bool CopyFile(const char* path, const Vorn::InternedString& mount, const char* name);
+[[nodiscard]] bool CopyFileToMember(const char* path, const Vorn::InternedString& mount,
+                                    const char* name);

@@ -48,7 +48,7 @@ bool OutputArchive::MoveTo(const std::string& path) {
 }
 
 bool OutputArchive::MoveOver(const std::string& path) {
-    return TakeName(path, platform::ReplaceFile(path_.c_str(), path.c_str()));
+    return TakeName(path, platform::RenameOver(path_.c_str(), path.c_str()));
 }
 
 bool OutputArchive::TakeName(const std::string& path, bool moved) {

@@ -220,7 +220,7 @@ bool PatchConverter::DiffStaged(const char* member, const std::string& oldDigest
                      std::string(programDir_.View()) + "\"");
         return false;
     }
-    if (!CopyFile(diffFile.c_str(), outputName_, member)) {
+    if (!CopyFileToMember(diffFile.c_str(), outputName_, member)) {
         PrintLine("ERROR> Failed to add " + diffFile);
         return false;
     }

@@ -18,7 +18,7 @@ WorkFiles::~WorkFiles() {
         return true;
     });
     for (const std::string& name : names) (void)platform::RemoveFile(Path(name.c_str()).c_str());
-    (void)platform::RemoveDirectory(folder_.c_str());
+    (void)platform::RemoveEmptyDirectory(folder_.c_str());
 }
 
 bool WorkFiles::Open(std::string_view programDir) {

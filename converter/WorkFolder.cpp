@@ -54,7 +54,7 @@ bool MadeFolders::Make(const std::string& path) {
 
 void MadeFolders::DeleteEmpty() {
     for (const std::string& path : made_ | std::views::reverse) {
-        (void)platform::RemoveDirectory(path.c_str());
+        (void)platform::RemoveEmptyDirectory(path.c_str());
     }
     made_.clear();
 }
@@ -76,6 +76,6 @@ FolderContent SearchFolder(const std::string& folder, const IsLeftover& isLeftov
 void DeleteLeftovers(const FolderContent& content) {
     for (const std::string& file : content.leftovers) (void)platform::RemoveFile(file.c_str());
     for (const std::string& folder : content.folders | std::views::reverse) {
-        (void)platform::RemoveDirectory(folder.c_str());
+        (void)platform::RemoveEmptyDirectory(folder.c_str());
     }
 }

@@ -29,7 +29,7 @@ bool Semaphore::ReleaseCount(int count) { return semaphore_ && semaphore_->Relea
 bool Semaphore::Unlock() { return ReleaseCount(1); }
 
 WEvent::WEvent(bool manualReset, bool initiallySet, const char* name)
-    : event_(platform::CreateEvent(manualReset, initiallySet, name)) {
+    : event_(platform::MakeEvent(manualReset, initiallySet, name)) {
     handle_ = event_;
 }
 

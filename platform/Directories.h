@@ -56,13 +56,12 @@ struct FileIdentity {
 // Renames without ever replacing: false when `to` exists.
 [[nodiscard]] bool Rename(const char* from, const char* to);
 
-// Renames a file over the file `to` in one step, whether or not that exists: who looks sees the old
-// one or the new one. A link in its place is replaced, not what it leads to. Refuses to replace a
-// directory, and a file that is read-only.
-[[nodiscard]] bool ReplaceFile(const char* from, const char* to);
+// Atomically replaces `to`, which need not exist: observers see the old file or the new one. A link
+// is replaced itself, not its target. Refuses to replace a directory or a read-only file.
+[[nodiscard]] bool RenameOver(const char* from, const char* to);
 
-[[nodiscard]] bool MakeDirectory(const char* path);    // one level; false when it exists
-[[nodiscard]] bool RemoveDirectory(const char* path);  // must be empty
+[[nodiscard]] bool MakeDirectory(const char* path);  // one level; false when it exists
+[[nodiscard]] bool RemoveEmptyDirectory(const char* path);
 
 // Creates a folder that only this user can open, under a name that begins with `prefix` and that
 // nothing had. Its path; empty when it cannot be created.

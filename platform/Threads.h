@@ -53,11 +53,10 @@ public:
     [[nodiscard]] virtual bool Release() = 0;
 };
 
-[[nodiscard]] std::shared_ptr<Event> CreateEvent(bool manualReset, bool initiallySet,
-                                                 const char* name);
-[[nodiscard]] std::shared_ptr<Semaphore> CreateSemaphore(int initial, int maximum,
-                                                         const char* name);
-[[nodiscard]] std::shared_ptr<Mutex> CreateMutex(bool initiallyOwned, const char* name);
+[[nodiscard]] std::shared_ptr<Event> MakeEvent(bool manualReset, bool initiallySet,
+                                               const char* name);
+[[nodiscard]] std::shared_ptr<Semaphore> MakeSemaphore(int initial, int maximum, const char* name);
+[[nodiscard]] std::shared_ptr<Mutex> MakeMutex(bool initiallyOwned, const char* name);
 
 // A thread, signalled when its function has returned. The object must outlive the function.
 class Thread : public Waitable {
@@ -70,8 +69,8 @@ public:
     [[nodiscard]] virtual bool GetExitCode(std::uint32_t& code) const = 0;
 };
 // Null when the system cannot start one.
-[[nodiscard]] std::unique_ptr<Thread> CreateThread(std::function<std::uint32_t()> function,
-                                                   bool suspended);
+[[nodiscard]] std::unique_ptr<Thread> MakeThread(std::function<std::uint32_t()> function,
+                                                 bool suspended);
 
 [[nodiscard]] std::uint32_t CurrentThreadId();
 

@@ -31,7 +31,7 @@ Thread::Thread(ThreadFunction function, void* argument, bool startNow)
         return code;
     };
     // Suspended at first in either case, so that the function finds a complete object.
-    thread_ = platform::CreateThread(start, true);
+    thread_ = platform::MakeThread(start, true);
     handle_ = thread_;
     if (!IsValid()) {
         running_ = false;

@@ -183,7 +183,7 @@ bool RemoveFile(const char* path) {
     return unlink(name.c_str()) == 0;
 }
 
-bool ReplaceFile(const char* from, const char* to) {
+bool RenameOver(const char* from, const char* to) {
     const std::string oldName = ToSystemPath(from);
     const std::string newName = ToSystemPath(to);
     struct stat status {};
@@ -208,7 +208,7 @@ bool MakeDirectory(const char* path) {
     return mkdir(ToSystemPath(path).c_str(), kMode) == 0;
 }
 
-bool RemoveDirectory(const char* path) { return rmdir(ToSystemPath(path).c_str()) == 0; }
+bool RemoveEmptyDirectory(const char* path) { return rmdir(ToSystemPath(path).c_str()) == 0; }
 
 std::string MakePrivateDirectory(const std::string& prefix) {
     std::string path = ToSystemPath(prefix.c_str()) + "XXXXXX";

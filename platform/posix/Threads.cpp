@@ -104,7 +104,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Thread> CreateThread(std::function<std::uint32_t()> function, bool suspended) {
+std::unique_ptr<Thread> MakeThread(std::function<std::uint32_t()> function, bool suspended) {
     try {
         return std::make_unique<SystemThread>(std::move(function), suspended);
     } catch (const std::system_error&) {

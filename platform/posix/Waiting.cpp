@@ -238,15 +238,15 @@ bool Waitable::Wait(int milliseconds) {
     return WaitForAny(std::span(&self, 1), milliseconds) == 0;
 }
 
-std::shared_ptr<Event> CreateEvent(bool manualReset, bool initiallySet, const char* name) {
+std::shared_ptr<Event> MakeEvent(bool manualReset, bool initiallySet, const char* name) {
     return OpenOrCreate<SharedEvent>(name, manualReset, initiallySet);
 }
 
-std::shared_ptr<Semaphore> CreateSemaphore(int initial, int maximum, const char* name) {
+std::shared_ptr<Semaphore> MakeSemaphore(int initial, int maximum, const char* name) {
     return OpenOrCreate<SharedSemaphore>(name, initial, maximum);
 }
 
-std::shared_ptr<Mutex> CreateMutex(bool initiallyOwned, const char* name) {
+std::shared_ptr<Mutex> MakeMutex(bool initiallyOwned, const char* name) {
     return OpenOrCreate<SharedMutex>(name, initiallyOwned);
 }
 

@@ -111,14 +111,14 @@ TEST_F(ResourceFinding, FallbacksAreAskedOnceEach) {
     EXPECT_EQ(TextOf("absent.text"), "(none)");
     EXPECT_EQ(TextOf("found.text"), "at last") << "one knows it to be missing, another one has it";
 
-    Resource* const far = Get("far.text");
-    EXPECT_EQ(Get("far.text"), far);
-    EXPECT_EQ(far->Home(), rest.get());
-    EXPECT_EQ(far->LastGivenBy(), base.get());
-    EXPECT_EQ(far->HolderCount(), 2u);  // its table, and the redirect in the other one
+    Resource* const distant = Get("far.text");
+    EXPECT_EQ(Get("far.text"), distant);
+    EXPECT_EQ(distant->Home(), rest.get());
+    EXPECT_EQ(distant->LastGivenBy(), base.get());
+    EXPECT_EQ(distant->HolderCount(), 2u);  // its table, and the redirect in the other one
     EXPECT_TRUE(Release("far.text"));
     EXPECT_TRUE(Release("far.text"));
-    EXPECT_EQ(far->ReferenceCount(), 0u);
+    EXPECT_EQ(distant->ReferenceCount(), 0u);
 
     // A database that ends removes the redirects to its resources.
     const std::size_t before = base->EntryCount();

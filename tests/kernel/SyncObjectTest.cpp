@@ -19,12 +19,12 @@ TEST(SyncObject, EventsSemaphoresAndMutexesReachThoseOfThePlatform) {
     WEvent automatic(false, true, nullptr);
     EXPECT_TRUE(automatic.Wait(0) && !automatic.Wait(0));
 
-    Semaphore semaphore(platform::CreateSemaphore(2, 2, nullptr));
+    Semaphore semaphore(platform::MakeSemaphore(2, 2, nullptr));
     EXPECT_FALSE(semaphore.ReleaseCount(3) || semaphore.Unlock());
     EXPECT_TRUE(semaphore.Wait(0) && semaphore.Wait(0));
     EXPECT_TRUE(!semaphore.Wait(0) && semaphore.ReleaseCount(2) && semaphore.Wait(0));
 
-    Mutex mutex(platform::CreateMutex(false, nullptr));
+    Mutex mutex(platform::MakeMutex(false, nullptr));
     EXPECT_TRUE(mutex.Wait(0) && mutex.Wait(0));
     EXPECT_TRUE(mutex.ReleaseCount(7) && mutex.Unlock()) << "once, whatever the count";
     EXPECT_FALSE(mutex.Unlock());
@@ -47,9 +47,9 @@ TEST(SyncObject, CriticalSectionsExcludeOtherThreadsOnly) {
 }
 
 TEST(SyncObject, HoldersGiveBackWhatTheyHoldAndKeepWhatTheyCannot) {
-    Semaphore first(platform::CreateSemaphore(1, 1, nullptr));
+    Semaphore first(platform::MakeSemaphore(1, 1, nullptr));
     WEvent second(true, false, nullptr);
-    Semaphore third(platform::CreateSemaphore(1, 1, nullptr));
+    Semaphore third(platform::MakeSemaphore(1, 1, nullptr));
     { const ScopedUnlock unlock(first, first.Wait(0)); }
     ScopedUnlock full(first, true);
     full.Release();

@@ -59,14 +59,14 @@ TEST_F(Directories, ReplacingTakesAFileOrALinkButNothingReadOnly) {
     folder.Write("kept", "kept", kReadOnly);
     ASSERT_TRUE(MakeDirectory("folder"));
     fs::create_symlink("old", "link");
-    EXPECT_FALSE(ReplaceFile("new", "kept"));
-    EXPECT_FALSE(ReplaceFile("new", "folder"));
-    EXPECT_TRUE(ReplaceFile("new", "link"));
+    EXPECT_FALSE(RenameOver("new", "kept"));
+    EXPECT_FALSE(RenameOver("new", "folder"));
+    EXPECT_TRUE(RenameOver("new", "link"));
     EXPECT_EQ(folder.Read("link") + folder.Read("old"), "newold");
-    EXPECT_TRUE(ReplaceFile("link", "old"));
+    EXPECT_TRUE(RenameOver("link", "old"));
     EXPECT_EQ(folder.Read("old"), "new");
     EXPECT_FALSE(Exists("link"));
-    EXPECT_TRUE(ReplaceFile("old", "fresh"));
+    EXPECT_TRUE(RenameOver("old", "fresh"));
 }
 
 TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
@@ -74,7 +74,7 @@ TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
     ASSERT_TRUE(MakeDirectory("d"));
     EXPECT_FALSE(MakeDirectory("d"));
     EXPECT_FALSE(RemoveFile("F") || RemoveFile("d"));
-    EXPECT_FALSE(RemoveDirectory("f"));
+    EXPECT_FALSE(RemoveEmptyDirectory("f"));
     EXPECT_TRUE(SetReadOnly("F", true));
     EXPECT_FALSE(RemoveFile("f"));
     EXPECT_TRUE(SetReadOnly("f", false));
@@ -82,8 +82,8 @@ TEST_F(Directories, RemovalIsExactAndRespectsReadOnly) {
     EXPECT_TRUE(GetStatus("f", status));
     EXPECT_EQ(status.attributes, 0);
     folder.Write("d/x", "");
-    EXPECT_FALSE(RemoveDirectory("d"));
-    EXPECT_TRUE(RemoveFile("d\\x") && RemoveDirectory("d") && RemoveFile("f"));
+    EXPECT_FALSE(RemoveEmptyDirectory("d"));
+    EXPECT_TRUE(RemoveFile("d\\x") && RemoveEmptyDirectory("d") && RemoveFile("f"));
     EXPECT_FALSE(SetHidden("f", true) || SetReadOnly("f", true));
 }
 

@@ -10,13 +10,13 @@ namespace {
 using namespace Vorn::Testing;
 
 std::unique_ptr<Thread> Start(const std::function<void()>& function, bool suspended = false) {
-    return CreateThread([function] { return function(), 0xFFFFFFFEU; }, suspended);
+    return MakeThread([function] { return function(), 0xFFFFFFFEU; }, suspended);
 }
 
 TEST(Waiting, EventsStaySetOrReleaseOne) {
     for (const bool manual : {false, true}) {
         SCOPED_TRACE(manual);
-        const auto event = CreateEvent(manual, true, nullptr);
+        const auto event = MakeEvent(manual, true, nullptr);
         EXPECT_TRUE(event->Wait(0));
         EXPECT_EQ(event->Wait(0), manual);
         event->Reset();
@@ -30,7 +30,7 @@ TEST(Waiting, EventsStaySetOrReleaseOne) {
 TEST(Waiting, PulseReleasesThoseThatWaitNow) {
     for (const bool manual : {false, true}) {
         SCOPED_TRACE(manual);
-        const auto event = CreateEvent(manual, false, "");
+        const auto event = MakeEvent(manual, false, "");
         std::atomic<int> released = 0;
         std::atomic<int> started = 0;
         const auto wait = [&] {
@@ -49,7 +49,7 @@ TEST(Waiting, PulseReleasesThoseThatWaitNow) {
 }
 
 TEST(Waiting, SemaphoresCount) {
-    const auto semaphore = CreateSemaphore(1, 3, nullptr);
+    const auto semaphore = MakeSemaphore(1, 3, nullptr);
     EXPECT_TRUE(semaphore->Wait(0));
     EXPECT_FALSE(semaphore->Wait(0));
     for (const int count : {0, -1, 4}) EXPECT_FALSE(semaphore->Release(count)) << count;
@@ -61,9 +61,9 @@ TEST(Waiting, SemaphoresCount) {
 }
 
 TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
-    const auto mutex = CreateMutex(true, nullptr);
+    const auto mutex = MakeMutex(true, nullptr);
     EXPECT_TRUE(mutex->Wait(0));
-    const auto tried = CreateEvent(true, false, nullptr);
+    const auto tried = MakeEvent(true, false, nullptr);
     std::atomic<bool> taken = true;
     std::atomic<bool> released = true;
     const auto other = Start([&] {
@@ -79,34 +79,34 @@ TEST(Waiting, MutexesHaveOneOwnerThatMayReenter) {
 }
 
 TEST(Waiting, AMutexOfAnEndedThreadGoesToTheNextWaiter) {
-    const auto mutex = CreateMutex(false, nullptr);
+    const auto mutex = MakeMutex(false, nullptr);
     {
         const auto owner =
-            CreateThread([&] { return mutex->Wait(0) && mutex->Wait(0) ? 1U : 0U; }, false);
+            MakeThread([&] { return mutex->Wait(0) && mutex->Wait(0) ? 1U : 0U; }, false);
         EXPECT_TRUE(owner->Wait(kWaitForever) && mutex->Wait(0))
             << "free as soon as the end is seen";
     }
     EXPECT_TRUE(mutex->Release() && !mutex->Release()) << "owned once";
 
     // A waiter is woken, also by the end of a thread that this layer did not start.
-    const auto taken = CreateEvent(true, false, nullptr);
-    const auto end = CreateEvent(true, false, nullptr);
+    const auto taken = MakeEvent(true, false, nullptr);
+    const auto end = MakeEvent(true, false, nullptr);
     std::thread foreign([&] {
         EXPECT_TRUE(mutex->Wait(0));
         taken->Set();
         EXPECT_TRUE(end->Wait(kWaitForever));
     });
     EXPECT_TRUE(taken->Wait(kWaitForever) && !mutex->Wait(0) && !mutex->Release());
-    const auto waiter = CreateThread([&] { return mutex->Wait(kWaitForever) ? 1U : 0U; }, false);
+    const auto waiter = MakeThread([&] { return mutex->Wait(kWaitForever) ? 1U : 0U; }, false);
     end->Set();
     foreign.join();
     EXPECT_TRUE(waiter->Wait(20'000));
 }
 
 TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
-    const auto a = CreateEvent(false, false, nullptr);
-    const auto b = CreateSemaphore(1, 1, nullptr);
-    const auto c = CreateEvent(false, true, nullptr);
+    const auto a = MakeEvent(false, false, nullptr);
+    const auto b = MakeSemaphore(1, 1, nullptr);
+    const auto c = MakeEvent(false, true, nullptr);
     const std::array<Waitable*, 3> all = {a.get(), b.get(), c.get()};
     EXPECT_EQ(WaitForAny(all, 0), 1);
     EXPECT_EQ(WaitForAny(all, kWaitForever), 2);
@@ -123,15 +123,15 @@ TEST(Waiting, AnyTakesTheFirstSignalledOnly) {
 }
 
 TEST(Waiting, NamesAreSharedByType) {
-    const auto first = CreateEvent(true, false, "name");
-    const auto second = CreateEvent(false, true, "name");
+    const auto first = MakeEvent(true, false, "name");
+    const auto second = MakeEvent(false, true, "name");
     EXPECT_EQ(first, second);
-    EXPECT_NE(first, CreateEvent(true, true, "Name"));
+    EXPECT_NE(first, MakeEvent(true, true, "Name"));
     EXPECT_FALSE(second->Wait(0));
-    EXPECT_TRUE(CreateMutex(false, "name")->Wait(0));
-    EXPECT_NE(CreateEvent(true, true, ""), CreateEvent(true, true, ""));
-    EXPECT_TRUE(CreateSemaphore(1, 1, "gone")->Wait(0));
-    EXPECT_TRUE(CreateSemaphore(1, 1, "gone")->Wait(0));  // the first had no opener left
+    EXPECT_TRUE(MakeMutex(false, "name")->Wait(0));
+    EXPECT_NE(MakeEvent(true, true, ""), MakeEvent(true, true, ""));
+    EXPECT_TRUE(MakeSemaphore(1, 1, "gone")->Wait(0));
+    EXPECT_TRUE(MakeSemaphore(1, 1, "gone")->Wait(0));  // the first had no opener left
 }
 
 TEST(Threads, RunSuspendEndAndTellTheirCode) {
@@ -159,7 +159,7 @@ TEST(Threads, RunSuspendEndAndTellTheirCode) {
 TEST(Threads, PriorityReachesTheSystem) {
     const int own = getpriority(PRIO_PROCESS, CurrentThreadId());
     std::atomic<std::uint32_t> id = 0;
-    const auto gate = CreateEvent(true, false, nullptr);
+    const auto gate = MakeEvent(true, false, nullptr);
     const auto thread = Start([&] {
         id = CurrentThreadId();
         static_cast<void>(gate->Wait(kWaitForever));

@@ -46,7 +46,7 @@ bool OutputFile::Replace() {
     if (platform::GetEntryKind(path_.c_str()) == platform::EntryKind::File) {
         (void)platform::CopyPermissions(path_.c_str(), temporary_.c_str());
     }
-    if (!handle_.Close() || !platform::ReplaceFile(temporary_.c_str(), path_.c_str())) return false;
+    if (!handle_.Close() || !platform::RenameOver(temporary_.c_str(), path_.c_str())) return false;
     temporary_.clear();
     return true;
 }

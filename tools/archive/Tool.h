@@ -94,7 +94,7 @@ private:
     class Wanted;
     struct Listing;
 
-    void SearchPath(ToolCommand& command, const String& path);
+    void SearchOperand(ToolCommand& command, const String& path);
     void SearchFiles(ToolCommand& command, const std::string& folder, const std::string& wildcards,
                      const std::string& base);
     void SearchChild(ToolCommand& command, const std::string& folder, const std::string& wildcards,

@@ -111,11 +111,11 @@ private:
 
 void Tool::BuildFileList(ToolCommand& command) {
     command.files.clear();
-    for (const String& path : command.paths) SearchPath(command, path);
+    for (const String& path : command.paths) SearchOperand(command, path);
     listing_.reset();
 }
 
-void Tool::SearchPath(ToolCommand& command, const String& path) {
+void Tool::SearchOperand(ToolCommand& command, const String& path) {
     const std::size_t before = command.files.size();
     const std::string wildcards = FileNamePart(path.Text());
     const std::string folder(path.View().substr(0, path.Length() - wildcards.size()));

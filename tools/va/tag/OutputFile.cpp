@@ -98,7 +98,7 @@ void OutputFile::Place() {
     Flush();
     if (problem_.empty() && !(handle_.Commit() && handle_.Close())) problem_ = SystemReason();
     if (!problem_.empty()) Refuse("cannot write '" + path_ + "': " + problem_);
-    const bool placed = replace_ ? platform::ReplaceFile(temporary_.c_str(), path_.c_str())
+    const bool placed = replace_ ? platform::RenameOver(temporary_.c_str(), path_.c_str())
                                  : platform::Rename(temporary_.c_str(), path_.c_str());
     if (!placed && errno == EEXIST && !replace_) RefuseExisting(path_);
     if (!placed) Refuse("cannot put a new file in the place of '" + path_ + "': " + SystemReason());
