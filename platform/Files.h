@@ -46,8 +46,8 @@ public:
     FileHandle& operator=(const FileHandle&) = delete;
     ~FileHandle();
 
-    // Opens `path`; the handle must be closed. False leaves it closed and errno telling why
-    // (EEXIST for CreateNew on an existing name, EBUSY for a share mode that does not agree).
+    // Opens `path`; the handle must be closed. On failure it stays closed and LastError has
+    // the reason (Exists for CreateNew on an existing name, Busy for a share mode that disagrees).
     [[nodiscard]] bool Open(const char* path, Access access, Creation creation, Share share);
 
     [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }

@@ -1,5 +1,5 @@
 #include "platform/Directories.h"
-
+#include "platform/Error.h"
 #include "platform/Processes.h"
 #include "platform/posix/PathLookup.h"
 #include "tests/support/Tests.h"
@@ -139,7 +139,9 @@ TEST_F(Directories, ATreeGoesWithWhatItsEntriesNameAndNothingElse) {
 
     // Root may do all.
     const auto removesOpen = [] {
-        return setuid(65534) == 0 && !RemoveTree("closed") && errno == EACCES ? 0 : 1;
+        return setuid(65534) == 0 && !RemoveTree("closed") && LastError().kind == ErrorKind::Denied
+                   ? 0
+                   : 1;
     };
     folder.Write("closed/in/f", "");
     fs::permissions(".", fs::perms::all);

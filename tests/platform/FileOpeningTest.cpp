@@ -1,7 +1,6 @@
 #include <sys/stat.h>
 
-#include <cerrno>
-
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "tests/support/Tests.h"
 
@@ -15,26 +14,27 @@ using FileOpening = InFolder;
 
 bool Open(const char* path, Access access, Creation creation) {
     FileHandle file;
-    errno = 0;
     return file.Open(path, access, creation, Share::DenyNone);
 }
 
 TEST_F(FileOpening, CreationModes) {
     // Whether a file "Name" with "old" is there, whether it opens, what it holds afterwards.
     for (const auto& [creation, existing, opens, contents, error] :
-         Table<Creation, bool, bool, const char*, int>{{OpenExisting, true, true, "old", 0},
-                                                       {OpenExisting, false, false, "", ENOENT},
-                                                       {CreateOrTruncate, true, true, "", 0},
-                                                       {CreateOrTruncate, false, true, "", 0},
-                                                       {OpenOrCreate, true, true, "old", 0},
-                                                       {OpenOrCreate, false, true, "", 0},
-                                                       {CreateNew, true, false, "old", EEXIST},
-                                                       {CreateNew, false, true, "", 0}}) {
+         Table<Creation, bool, bool, const char*, ErrorKind>{
+             {OpenExisting, true, true, "old", ErrorKind::None},
+             {OpenExisting, false, false, "", ErrorKind::NotFound},
+             {CreateOrTruncate, true, true, "", ErrorKind::None},
+             {CreateOrTruncate, false, true, "", ErrorKind::None},
+             {OpenOrCreate, true, true, "old", ErrorKind::None},
+             {OpenOrCreate, false, true, "", ErrorKind::None},
+             {CreateNew, true, false, "old", ErrorKind::Exists},
+             {CreateNew, false, true, "", ErrorKind::None}}) {
         SCOPED_TRACE(testing::Message() << static_cast<int>(creation) << existing);
         fs::remove("Name");
         if (existing) folder.Write("Name", "old");
-        EXPECT_EQ(Open("Name", Access::ReadWrite, creation), opens);
-        EXPECT_EQ(opens ? 0 : errno, error);
+        const bool isOpen = Open("Name", Access::ReadWrite, creation);
+        EXPECT_EQ(isOpen ? ErrorKind::None : LastError().kind, error);
+        EXPECT_EQ(isOpen, opens);
         EXPECT_EQ(folder.Has("Name"), existing || opens);
         EXPECT_EQ(folder.Read("Name"), contents);
     }
@@ -57,14 +57,14 @@ TEST_F(FileOpening, OnlyFilesAndCharacterDevicesAndNoWritingToReadOnlyOnes) {
     for (const Access access : {Access::Read, Access::Write, Access::ReadWrite}) {
         EXPECT_FALSE(Open("pipe", access, OpenExisting));
         EXPECT_FALSE(Open("folder", access, OpenExisting));
-        EXPECT_EQ(errno, EISDIR);
+        EXPECT_EQ(LastError().kind, ErrorKind::Denied);
         EXPECT_FALSE(Open("", access, OpenOrCreate));
         EXPECT_TRUE(Open("/dev/null", access, CreateOrTruncate));
     }
     folder.Write("fixed", "kept", fs::perms::owner_read);
     for (const Creation creation : {OpenExisting, OpenOrCreate, CreateOrTruncate}) {
         EXPECT_FALSE(Open("fixed", Access::Write, creation));
-        EXPECT_EQ(errno, EACCES);
+        EXPECT_EQ(LastError().kind, ErrorKind::Denied);
     }
     EXPECT_TRUE(Open("fixed", Access::Read, OpenExisting));
     EXPECT_EQ(folder.Read("fixed"), "kept");
@@ -100,7 +100,7 @@ Outcome TryOpen(Access access, Share share, Creation creation = OpenExisting,
                 const char* path = "f") {
     FileHandle file;
     if (file.Open(path, access, creation, share)) return kOpened;
-    return errno == EBUSY ? kBusy : kOtherError;
+    return LastError().kind == ErrorKind::Busy ? kBusy : kOtherError;
 }
 
 TEST_F(ShareModes, EveryPairOfOpenersAgreesOrNot) {

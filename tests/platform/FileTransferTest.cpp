@@ -1,8 +1,8 @@
+#include <sys/mount.h>
 #include <sys/resource.h>
 
-#include <cerrno>
-
 #include "platform/Directories.h"
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "tests/support/Tests.h"
 
@@ -66,7 +66,7 @@ TEST_F(FileTransfer, PositionsLengthsAndTruncation) {
 
 TEST_F(FileTransfer, ATemporaryFileHasNoName) {
     ASSERT_TRUE(MakeDirectory("sub"));
-    for (const char* path : {"t", "sub\\t", "/dev/shm/t"}) {
+    for (const char* path : {"t", "sub\\t", "/dev/shm/vorn-file-transfer-test"}) {
         ASSERT_TRUE(file_.OpenTemporary(path)) << path;
         EXPECT_FALSE(file_.OpenTemporary(path)) << "it is open";
         EXPECT_EQ(Write("12") + WriteAt(2, "34"), 4u);
@@ -101,10 +101,22 @@ TEST_F(FileTransfer, FileSizeLimitStopsAWriteShort) {
         const rlimit limit{.rlim_cur = 1000, .rlim_max = 1000};
         setrlimit(RLIMIT_FSIZE, &limit);
         Create("f");
-        const bool cut = Write(std::string(4000, 'x')) == 1000 && errno == EFBIG;
+        const bool cut =
+            Write(std::string(4000, 'x')) == 1000 && LastError().kind == ErrorKind::TooLarge;
         return cut && file_.Length() == 1000;
     };
     EXPECT_EQ(InChild(work), 1);
+}
+
+TEST_F(FileTransfer, FullDiskStopsAWriteShort) {
+    fs::create_directory("disk");
+    if (mount("none", "disk", "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "needs mount";
+    Create("disk/f");
+    EXPECT_EQ(Write(std::string(100'000, 'x')), 65'536u);
+    EXPECT_EQ(LastError().kind, ErrorKind::NoSpace);
+    EXPECT_EQ(LastError().Message(), "No space left on device");
+    file_.Close();
+    EXPECT_EQ(umount("disk"), 0);
 }
 
 }  // namespace

@@ -1,25 +1,21 @@
 #include "tools/va/tag/Input.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 #include "archive/Error.h"
 #include "archive/Reader.h"
 #include "kernel/LetterCase.h"
 #include "platform/Directories.h"
+#include "platform/Error.h"
 #include "platform/Files.h"
 #include "tools/va/ExitCode.h"
 
 namespace va::tool {
 namespace {
-
-// Why the system refused what was asked of it last.
-std::string SystemReason() { return std::generic_category().message(errno); }
 
 Bytes ReadMember(const std::string& path, const std::string& name) {
     try {
@@ -49,7 +45,7 @@ Bytes ReadFile(const std::string& path) {
     platform::FileHandle handle;
     if (!handle.Open(path.c_str(), platform::Access::Read, platform::Creation::OpenExisting,
                      platform::Share::DenyNone)) {
-        Refuse("cannot read '" + path + "': " + SystemReason());
+        Refuse("cannot read '" + path + "': " + platform::LastError().Message());
     }
     const std::int64_t length = handle.Length();
     if (length > std::numeric_limits<std::uint32_t>::max()) {

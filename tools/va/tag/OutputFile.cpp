@@ -1,9 +1,9 @@
 #include "tools/va/tag/OutputFile.h"
 
-#include <cerrno>
 #include <limits>
 
 #include "platform/Directories.h"
+#include "platform/Error.h"
 #include "platform/Processes.h"
 #include "tools/va/ExitCode.h"
 #include "tools/va/tag/Input.h"
@@ -11,8 +11,8 @@
 namespace va::tool {
 namespace {
 
-// Why the system refused what was asked of it last.
-std::string SystemReason() { return std::generic_category().message(errno); }
+// Returns the system's reason for the failure of the last operation.
+std::string SystemReason() { return platform::LastError().Message(); }
 
 [[noreturn]] void RefuseExisting(const std::string& path) {
     Refuse("'" + path + "' exists and stays as it is; --force replaces it");
@@ -24,8 +24,11 @@ std::string SystemReason() { return std::generic_category().message(errno); }
 }
 
 [[noreturn]] void RefusePlace(const std::string& path) {
-    if (errno == ENOENT) Refuse("cannot write '" + path + "': its folder does not exist");
-    Refuse("cannot write beside '" + path + "': " + SystemReason());
+    const platform::Error error = platform::LastError();
+    if (error.kind == platform::ErrorKind::NotFound) {
+        Refuse("cannot write '" + path + "': its folder does not exist");
+    }
+    Refuse("cannot write beside '" + path + "': " + error.Message());
 }
 
 }  // namespace
@@ -65,7 +68,7 @@ OutputFile::OutputFile(const std::string& path, bool replace) : path_(path), rep
             }
             return;
         }
-        if (errno != EEXIST) break;
+        if (platform::LastError().kind != platform::ErrorKind::Exists) break;
     }
     RefusePlace(path);
 }
@@ -100,8 +103,11 @@ void OutputFile::Place() {
     if (!problem_.empty()) Refuse("cannot write '" + path_ + "': " + problem_);
     const bool placed = replace_ ? platform::RenameOver(temporary_.c_str(), path_.c_str())
                                  : platform::Rename(temporary_.c_str(), path_.c_str());
-    if (!placed && errno == EEXIST && !replace_) RefuseExisting(path_);
-    if (!placed) Refuse("cannot put a new file in the place of '" + path_ + "': " + SystemReason());
+    if (!placed) {
+        const platform::Error error = platform::LastError();
+        if (error.kind == platform::ErrorKind::Exists && !replace_) RefuseExisting(path_);
+        Refuse("cannot put a new file in the place of '" + path_ + "': " + error.Message());
+    }
     temporary_.clear();
 }
 
