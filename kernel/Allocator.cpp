@@ -7,6 +7,7 @@
 #include <new>
 
 #include "platform/Debugger.h"
+#include "platform/Lock.h"
 
 namespace Vorn::Alloc {
 namespace {
@@ -39,12 +40,12 @@ struct ClassList {
     std::uint64_t allocations = 0;
 };
 
-constinit std::array<std::mutex, kLocks> locks;
+constinit std::array<platform::Lock, kLocks> locks;
 constinit std::array<ClassList, kSmallClasses> classes;  // each guarded by its class's lock
 constinit std::atomic<std::uint64_t> largeAllocations = 0;
 constinit std::atomic<std::uint64_t> largeBytes = 0;
 
-std::mutex& LockOf(std::uint32_t sizeClass) { return locks[sizeClass % kLocks]; }
+platform::Lock& LockOf(std::uint32_t sizeClass) { return locks[sizeClass % kLocks]; }
 
 constexpr std::size_t CountedSize(std::uint64_t sizeClass) {
     return static_cast<std::size_t>(sizeClass * kStep);

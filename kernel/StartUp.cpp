@@ -12,6 +12,7 @@
 #include "kernel/Exceptions.h"
 #include "kernel/StringPool.h"
 #include "platform/Clock.h"
+#include "platform/Lock.h"
 #include "platform/Threads.h"
 
 namespace Vorn {
@@ -45,7 +46,7 @@ private:
         return count_ == 0 ? nullptr : functions_[--count_];
     }
 
-    std::mutex lock_;
+    platform::Lock lock_;
     std::array<TeardownFunction, 1024> functions_{};
     std::size_t count_ = 0;
 };

@@ -9,6 +9,8 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <span>
+#include <string_view>
 
 namespace platform {
 
@@ -35,10 +37,10 @@ enum FaultCode : std::uint32_t {
     kFaultUncaughtException = 0xE06D7363,
 };
 
-struct Registers {
-    std::uint64_t rax = 0, rbx = 0, rcx = 0, rdx = 0, rsi = 0, rdi = 0, rbp = 0, rsp = 0, rip = 0;
-    std::uint32_t flags = 0;
-    std::uint16_t cs = 0, ss = 0;
+// A register's value under the name that the processor's maker gives it.
+struct Register {
+    std::string_view name;
+    std::uint64_t value = 0;
 };
 
 struct Fault {
@@ -48,12 +50,19 @@ struct Fault {
     // address; all ones where the processor does not tell it. For all others none.
     std::uint32_t parameterCount = 0;
     std::array<std::uint64_t, 2> parameters{};
-    Registers registers;
+    std::uint64_t instruction = 0;  // address of the instruction that faulted
+    std::uint64_t stackPointer = 0;
+    // Which there are depends on the processor. For x86-64: rax, rbx, rcx, rdx, rsi, rdi, rbp, rsp,
+    // rip, flags, cs and ss; for others none so far. Valid while the filter runs.
+    std::span<const Register> registers;
     // The thread's stack from the stack pointer on. After a stack overflow it begins where it can
     // be read. Empty when the stack pointer points elsewhere.
     std::uint64_t stackBegin = 0;
     std::uint64_t stackEnd = 0;
     const SystemFault* system = nullptr;  // what the system says of it, for WriteMiniDump
+
+    // Returns the value of the register with that name; 0 when this processor has none.
+    [[nodiscard]] std::uint64_t ValueOf(std::string_view registerName) const noexcept;
 };
 
 enum class FaultAnswer {

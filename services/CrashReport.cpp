@@ -137,7 +137,7 @@ struct DateText {
 };
 
 void PrintCause(CrashReportFile& report, const Fault& fault) {
-    const std::uint64_t instruction = fault.registers.rip;
+    const std::uint64_t instruction = fault.instruction;
     FixedText<255> moduleName;
     moduleName.Set(kUnknown);
     auto compare = [&](const Module& module) {
@@ -148,7 +148,7 @@ void PrintCause(CrashReportFile& report, const Fault& fault) {
     platform::ForEachModule(std::ref(compare));
     report.Print("%s caused %s (0x%08x) \r\nin module %s at %04x:%08x.\r\n\r\n",
                  surroundings.programName.Get(), ExceptionName(fault.code), fault.code,
-                 moduleName.Get(), fault.registers.cs, Low(instruction));
+                 moduleName.Get(), Low(fault.ValueOf("cs")), Low(instruction));
     report.Print("Exception handler called in %s.\r\n", "main thread");
 }
 
@@ -184,15 +184,19 @@ void PrintAccess(CrashReportFile& report, const Fault& fault) {
                  fault.parameters[0] == 0 ? "Read from" : "Write to", Low(fault.parameters[1]));
 }
 
-void PrintRegisters(CrashReportFile& report, const platform::Registers& r) {
+// The names at the front of each value are fixed, whatever the processor calls its registers.
+void PrintRegisters(CrashReportFile& report, const Fault& fault) {
+    const auto low = [&fault](std::string_view name) { return Low(fault.ValueOf(name)); };
     report.Print("\r\n");
     report.Print("Context:\r\n");
-    report.Print("EDI:    0x%08x  ESI: 0x%08x  EAX:   0x%08x\r\n", Low(r.rdi), Low(r.rsi),
-                 Low(r.rax));
-    report.Print("EBX:    0x%08x  ECX: 0x%08x  EDX:   0x%08x\r\n", Low(r.rbx), Low(r.rcx),
-                 Low(r.rdx));
-    report.Print("EIP:    0x%08x  EBP: 0x%08x  SegCs: 0x%08x\r\n", Low(r.rip), Low(r.rbp), r.cs);
-    report.Print("EFlags: 0x%08x  ESP: 0x%08x  SegSs: 0x%08x\r\n", r.flags, Low(r.rsp), r.ss);
+    report.Print("EDI:    0x%08x  ESI: 0x%08x  EAX:   0x%08x\r\n", low("rdi"), low("rsi"),
+                 low("rax"));
+    report.Print("EBX:    0x%08x  ECX: 0x%08x  EDX:   0x%08x\r\n", low("rbx"), low("rcx"),
+                 low("rdx"));
+    report.Print("EIP:    0x%08x  EBP: 0x%08x  SegCs: 0x%08x\r\n", Low(fault.instruction),
+                 low("rbp"), low("cs"));
+    report.Print("EFlags: 0x%08x  ESP: 0x%08x  SegSs: 0x%08x\r\n", low("flags"),
+                 Low(fault.stackPointer), low("ss"));
 }
 
 void PrintCode(CrashReportFile& report, std::uint64_t instruction) {
@@ -281,8 +285,8 @@ bool WriteText(const Fault& fault) {
     PrintCause(report, fault);
     PrintSystem(report);
     PrintAccess(report, fault);
-    PrintRegisters(report, fault.registers);
-    PrintCode(report, fault.registers.rip);
+    PrintRegisters(report, fault);
+    PrintCode(report, fault.instruction);
     PrintStack(report, fault);
     PrintModules(report);
     report.Print("\r\n===== [end of %s] =====\r\n", kReportName);

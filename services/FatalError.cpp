@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/Dialogs.h"
+#include "platform/Lock.h"
 #include "services/BuildStamp.h"
 #include "services/Log.h"
 
@@ -21,7 +22,7 @@ constexpr const char* kLogModule = "ExceptionHandler";
 constinit std::atomic<bool> windowEnabled = true;
 constinit std::atomic<bool> terminating = false;
 
-constinit std::mutex sharedLockGuard;
+constinit platform::Lock sharedLockGuard;
 constinit std::weak_ptr<CriticalSection> sharedLock;  // under sharedLockGuard
 
 // Each with its own end of line; the call stack, of many lines, counts as one.

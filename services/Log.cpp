@@ -14,6 +14,7 @@
 #include "kernel/LetterCase.h"
 #include "kernel/StartUp.h"
 #include "platform/Debugger.h"
+#include "platform/Lock.h"
 #include "platform/Threads.h"
 #include "services/BuildStamp.h"
 #include "services/LogFile.h"
@@ -44,7 +45,7 @@ struct Settings {
 // Without destructors, as LogFile.h says of the file; CloseLog ends them.
 constinit Settings settings;
 constinit LogFile file;
-constinit std::mutex modulesLock;
+constinit platform::Lock modulesLock;
 constinit Modules* modules = nullptr;  // under modulesLock; made at its first use
 
 std::string LineText(const LogModule& module, LogLevel level, const char* format,

@@ -5,6 +5,7 @@
 
 #include "kernel/Exceptions.h"
 #include "platform/Clock.h"
+#include "platform/Threads.h"
 
 namespace Vorn {
 namespace {
@@ -26,24 +27,32 @@ private:
 }  // namespace
 
 void LogLock::Enter() {
-    mutex_.lock();
+    const std::uint32_t self = platform::CurrentThreadId();
+    // Only this thread ever writes its own number, so a stale value cannot look like it.
+    if (owner_ != self) {
+        lock_.lock();
+        owner_ = self;
+    }
     ++depth_;
 }
 
 void LogLock::Leave() {
-    --depth_;
-    mutex_.unlock();
+    if (--depth_ > 0) return;
+    owner_ = 0;
+    lock_.unlock();
 }
 
 bool LogLock::TryEnterFirst(int milliseconds) {
-    // By pauses: a timed wait is not safe in a handler.
-    for (int waited = 0; !mutex_.try_lock(); waited += kFaultPause) {
+    const std::uint32_t self = platform::CurrentThreadId();
+    if (owner_ == self) return false;
+    // Polls, because a timed wait is not safe in a fault handler.
+    for (int waited = 0; !lock_.try_lock(); waited += kFaultPause) {
         if (waited >= milliseconds) return false;
         platform::SleepMilliseconds(kFaultPause);
     }
-    if (depth_++ == 0) return true;
-    Leave();
-    return false;
+    owner_ = self;
+    depth_ = 1;
+    return true;
 }
 
 bool LogFile::Open(const char* path) {

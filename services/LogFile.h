@@ -4,16 +4,19 @@
 // any static object of this floor is there. Threads: any.
 #pragma once
 
-#include <mutex>
+#include <atomic>
+#include <cstdint>
 #include <string_view>
 
 #include "KernelStandard/File.h"
+#include "platform/Lock.h"
 #include "platform/ThreadAnnotations.h"
 #include "services/LogModule.h"
 
 namespace Vorn {
 
-// A thread may enter again: what happens inside a file may come back to the log.
+// A thread may enter again: an operation inside the file may itself write to the log. Not a
+// std::recursive_mutex, which is constant-initialised on some systems only.
 class VORN_CAPABILITY("log lock") LogLock {
 public:
     void Enter() VORN_ACQUIRE();
@@ -23,8 +26,9 @@ public:
     [[nodiscard]] bool TryEnterFirst(int milliseconds) VORN_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
-    std::recursive_mutex mutex_;
-    int depth_ = 0;  // under mutex_
+    platform::Lock lock_;
+    std::atomic<std::uint32_t> owner_ = 0;  // thread id of the holder; 0 without one
+    int depth_ = 0;                         // how often the holder has entered; under lock_
 };
 
 class LogFile {

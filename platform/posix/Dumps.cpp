@@ -278,7 +278,7 @@ Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
     const siginfo_t& signal = fault.system->signal;
     const bool isRaised = signal.si_code <= 0;
     const std::uint64_t address =
-        isRaised ? fault.registers.rip : reinterpret_cast<std::uintptr_t>(signal.si_addr);
+        isRaised ? fault.instruction : reinterpret_cast<std::uintptr_t>(signal.si_addr);
     Record<168> record;
     record.U32(fault.threadId)
         .U32(0)
@@ -354,7 +354,7 @@ bool WriteMiniDump(FaultFile& file, const Fault& fault) {
     ThreadsAndMemory lists(dump, 1 + others.All().size());
     const Place context = dump.Append(posix::ThreadContext(fault.system->context));
     const Memory stack = dump.AppendMemory(fault.stackBegin, fault.stackEnd);
-    const std::uint64_t instruction = fault.registers.rip;
+    const std::uint64_t instruction = fault.instruction;
     const Memory code = dump.AppendMemory(instruction - std::min(instruction, kCodeAround),
                                           instruction + kCodeAround);
     lists.AddThread(fault.threadId, context, stack);

@@ -36,21 +36,29 @@ std::uint16_t SegmentOf(const gregset_t& registers, Segment segment) {
 
 }  // namespace
 
-Registers RegistersOf(const void* systemContext) noexcept {
+ThreadPlace PlaceOf(const void* systemContext) noexcept {
+    const gregset_t& saved = General(systemContext);
+    return {.stackPointer = static_cast<std::uint64_t>(saved[REG_RSP]),
+            .instruction = static_cast<std::uint64_t>(saved[REG_RIP])};
+}
+
+RegisterSet RegistersOf(const void* systemContext) noexcept {
+    constexpr std::uint64_t kFlagsMask = 0xFFFFFFFF;
     const gregset_t& saved = General(systemContext);
     const auto value = [&saved](int which) { return static_cast<std::uint64_t>(saved[which]); };
-    return {.rax = value(REG_RAX),
-            .rbx = value(REG_RBX),
-            .rcx = value(REG_RCX),
-            .rdx = value(REG_RDX),
-            .rsi = value(REG_RSI),
-            .rdi = value(REG_RDI),
-            .rbp = value(REG_RBP),
-            .rsp = value(REG_RSP),
-            .rip = value(REG_RIP),
-            .flags = static_cast<std::uint32_t>(value(REG_EFL)),
-            .cs = SegmentOf(saved, Segment::Cs),
-            .ss = SegmentOf(saved, Segment::Ss)};
+    return {.all = {{{"rax", value(REG_RAX)},
+                     {"rbx", value(REG_RBX)},
+                     {"rcx", value(REG_RCX)},
+                     {"rdx", value(REG_RDX)},
+                     {"rsi", value(REG_RSI)},
+                     {"rdi", value(REG_RDI)},
+                     {"rbp", value(REG_RBP)},
+                     {"rsp", value(REG_RSP)},
+                     {"rip", value(REG_RIP)},
+                     {"flags", value(REG_EFL) & kFlagsMask},
+                     {"cs", SegmentOf(saved, Segment::Cs)},
+                     {"ss", SegmentOf(saved, Segment::Ss)}}},
+            .count = 12};
 }
 
 MemoryUse MemoryUseOf(const siginfo_t& signal, const void* systemContext) noexcept {
@@ -158,7 +166,9 @@ Processor ThisProcessor() noexcept {
 
 namespace platform::posix {
 
-Registers RegistersOf(const void*) noexcept { return {}; }
+ThreadPlace PlaceOf(const void*) noexcept { return {}; }
+
+RegisterSet RegistersOf(const void*) noexcept { return {}; }
 
 MemoryUse MemoryUseOf(const siginfo_t& signal, const void*) noexcept {
     return {.isWrite = false, .address = reinterpret_cast<std::uintptr_t>(signal.si_addr)};

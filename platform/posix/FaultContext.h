@@ -19,7 +19,19 @@ struct platform::SystemFault {
 
 namespace platform::posix {
 
-[[nodiscard]] Registers RegistersOf(const void* systemContext) noexcept;
+// Where a thread stopped. Both 0 when that is not known.
+struct ThreadPlace {
+    std::uint64_t stackPointer = 0;
+    std::uint64_t instruction = 0;
+};
+[[nodiscard]] ThreadPlace PlaceOf(const void* systemContext) noexcept;
+
+// The registers that Fault::registers has, those in use first.
+struct RegisterSet {
+    std::array<Register, 16> all{};
+    std::size_t count = 0;
+};
+[[nodiscard]] RegisterSet RegistersOf(const void* systemContext) noexcept;
 
 // How the instruction used the memory at fault.
 struct MemoryUse {

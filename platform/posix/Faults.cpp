@@ -143,13 +143,17 @@ std::uint32_t CodeOf(const siginfo_t& signal, const void* context) {
     }
 }
 
-Fault Describe(const Guard& guard, const SystemFault& system) {
+// The result refers to `system` and `registers`.
+Fault Describe(const Guard& guard, const SystemFault& system, const posix::RegisterSet& registers) {
     const auto& [number, signal, context] = system;
     Fault fault;
     fault.code = guard.raised != 0 ? guard.raised : CodeOf(signal, context);
     fault.threadId = static_cast<std::uint32_t>(gettid());
-    fault.registers = posix::RegistersOf(context);
-    fault.stackBegin = StackBegin(guard, fault.registers.rsp);
+    const posix::ThreadPlace place = posix::PlaceOf(context);
+    fault.instruction = place.instruction;
+    fault.stackPointer = place.stackPointer;
+    fault.registers = std::span(registers.all).first(registers.count);
+    fault.stackBegin = StackBegin(guard, fault.stackPointer);
     fault.stackEnd = guard.stackEnd;
     fault.system = &system;
     if (fault.code == kFaultAccessViolation || fault.code == kFaultInPageError) {
@@ -157,7 +161,7 @@ Fault Describe(const Guard& guard, const SystemFault& system) {
         fault.parameterCount = 2;
         fault.parameters = {use.isWrite ? 1U : 0U, use.address};
         if (fault.code == kFaultAccessViolation &&
-            (IsBelowStack(guard, use.address) || IsBelowStack(guard, fault.registers.rsp))) {
+            (IsBelowStack(guard, use.address) || IsBelowStack(guard, fault.stackPointer))) {
             fault.code = kFaultStackOverflow;
         }
     }
@@ -193,7 +197,8 @@ bool IsFault(const Guard& guard, const siginfo_t& signal) {
 void OnFault(Guard& guard, int number, siginfo_t* signal, void* context) {
     const bool isRaised = guard.raised != 0;
     const SystemFault system{isRaised ? SIGABRT : number, *signal, context};
-    const FaultAnswer answer = guard.filter(Describe(guard, system));
+    const posix::RegisterSet registers = posix::RegistersOf(context);
+    const FaultAnswer answer = guard.filter(Describe(guard, system, registers));
     if (answer == FaultAnswer::EndProcess) _exit(kExitCode);
     if (!isRaised) PassOn(number, signal, context);
 }
@@ -222,6 +227,11 @@ void InstallHandlers() {
 }
 
 }  // namespace
+
+std::uint64_t Fault::ValueOf(std::string_view registerName) const noexcept {
+    const auto found = std::ranges::find(registers, registerName, &Register::name);
+    return found != registers.end() ? found->value : 0;
+}
 
 std::uint32_t CallGuarded(FaultFilter filter, const std::function<std::uint32_t()>& function) {
     static std::once_flag installed;

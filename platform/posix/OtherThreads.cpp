@@ -163,9 +163,9 @@ OtherThreads::OtherThreads() noexcept {
         if (found[i].context == nullptr) {
             FindPlace(found[i]);
         } else {
-            const Registers registers = RegistersOf(found[i].context);
-            found[i].stackPointer = registers.rsp;
-            found[i].instruction = registers.rip;
+            const ThreadPlace place = PlaceOf(found[i].context);
+            found[i].stackPointer = place.stackPointer;
+            found[i].instruction = place.instruction;
         }
     }
 }

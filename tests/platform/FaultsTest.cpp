@@ -73,7 +73,8 @@ TEST_F(Faults, AreToldByTheirCodes) {
         const Fault fault = FaultOf(work);
         EXPECT_EQ(fault.code, code);
         EXPECT_EQ(fault.parameterCount, 0u);
-        EXPECT_TRUE(fault.stackBegin == fault.registers.rsp && fault.stackBegin < fault.stackEnd);
+        EXPECT_EQ(fault.stackBegin, fault.stackPointer);
+        EXPECT_LT(fault.stackBegin, fault.stackEnd);
     }
 }
 

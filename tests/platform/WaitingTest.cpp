@@ -1,6 +1,10 @@
 #include <sys/resource.h>
 
+#include <mutex>
+#include <thread>
+
 #include "platform/Clock.h"
+#include "platform/Lock.h"
 #include "platform/Threads.h"
 #include "tests/support/Tests.h"
 
@@ -169,6 +173,30 @@ TEST(Threads, PriorityReachesTheSystem) {
     EXPECT_EQ(getpriority(PRIO_PROCESS, id), 15);
     EXPECT_EQ(getpriority(PRIO_PROCESS, CurrentThreadId()), own);
     gate->Set();
+}
+
+constinit Lock counterLock;
+
+TEST(Lock, AdmitsOneThreadAndWakesTheNext) {
+    constexpr int kRounds = 2000;
+    int counter = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&counter] {
+                for (int i = 0; i < kRounds; ++i) {
+                    const std::lock_guard guard(counterLock);
+                    const int before = counter;
+                    if (i % 100 == 0) SleepMilliseconds(1);  // long enough that others sleep
+                    counter = before + 1;
+                }
+            });
+        }
+    }
+    EXPECT_EQ(counter, 4 * kRounds);
+    ASSERT_TRUE(counterLock.try_lock());
+    EXPECT_FALSE(counterLock.try_lock());
+    counterLock.unlock();
 }
 
 }  // namespace

@@ -151,7 +151,12 @@ int ReportMadeUpFault() {
     madeUp.code = 0x12345678;
     madeUp.stackBegin = reinterpret_cast<std::uintptr_t>(stack);
     madeUp.stackEnd = madeUp.stackBegin + 20;
-    madeUp.registers = {3, 4, 5, 6, 2, 0xABC00000001, 8, 9, 7, 10, 0x33, 0x2B};
+    const platform::Register registers[] = {
+        {"rax", 3}, {"rbx", 4},    {"rcx", 5},   {"rdx", 6},  {"rsi", 2}, {"rdi", 0xABC00000001},
+        {"rbp", 8}, {"flags", 10}, {"cs", 0x33}, {"ss", 0x2B}};
+    madeUp.registers = registers;
+    madeUp.instruction = 7;
+    madeUp.stackPointer = 9;
     Vorn::PrepareCrashReport();
     int taken = 0;
     for (int i = 0; i < 2; ++i) {

@@ -44,6 +44,7 @@ bool OutputFile::Place() {
 bool OutputFile::Replace() {
     if (failed_ || !NameTemporarily()) return false;
     if (platform::GetEntryKind(path_.c_str()) == platform::EntryKind::File) {
+        // A file whose permissions cannot be copied is still replaced: its content matters more.
         (void)platform::CopyPermissions(path_.c_str(), temporary_.c_str());
     }
     if (!handle_.Close() || !platform::RenameOver(temporary_.c_str(), path_.c_str())) return false;
