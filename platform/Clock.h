@@ -1,19 +1,19 @@
-// Clocks and pauses. None of them is affected by another: the counter and the ticks never run
-// backwards, the wall clock may be set by a user.
+// Clocks and pauses. The performance counter and the ticks never run backwards; the wall clock can
+// jump when a user sets it.
 #pragma once
 
 #include <cstdint>
 
 namespace platform {
 
-// A counter of unknown origin for intervals, and its steps per second.
+// Returns a counter for measuring intervals (its origin is unknown), and its steps per second.
 [[nodiscard]] std::uint64_t PerformanceCounter();
 [[nodiscard]] std::uint64_t PerformanceFrequency();
 
-// Milliseconds since an unknown origin; wraps every 49.7 days.
+// Returns milliseconds since an unknown origin; wraps every 49.7 days.
 [[nodiscard]] std::uint32_t TickMilliseconds();
 
-// Seconds since 1970-01-01 UTC.
+// Returns seconds since 1970-01-01 UTC.
 [[nodiscard]] std::int64_t WallClockSeconds();
 
 struct LocalTime {
@@ -24,7 +24,7 @@ struct LocalTime {
     int minute = 0;
     int second = 0;
 };
-// All zeros for a time whose year no LocalTime can hold.
+// Returns all zeros for a time whose year does not fit LocalTime.
 [[nodiscard]] LocalTime ToLocalTime(std::int64_t secondsSince1970);
 
 void SleepMilliseconds(std::uint32_t milliseconds);

@@ -1,6 +1,6 @@
 // The ANSI code page, Windows-1252: conversions and letter case, all from one table.
 //
-// Bytes 0x81, 0x8D, 0x8F, 0x90 and 0x9D, which the code page leaves open, stand for the control
+// Bytes 0x81, 0x8D, 0x8F, 0x90 and 0x9D are undefined in the code page; here they are the control
 // characters of the same number. Source: the Unicode consortium's mapping of windows-1252.
 #pragma once
 
@@ -12,10 +12,10 @@ namespace platform {
 [[nodiscard]] unsigned char AnsiToLower(unsigned char byte) noexcept;
 [[nodiscard]] unsigned char AnsiToUpper(unsigned char byte) noexcept;
 
-// The UTF-16 unit of an ANSI byte.
+// Returns the UTF-16 unit of an ANSI byte.
 [[nodiscard]] char16_t AnsiToUtf16(unsigned char byte) noexcept;
 
-// The ANSI byte of a UTF-16 unit; false when the code page has none.
+// Sets `byte` to the ANSI byte of a UTF-16 unit; false if the code page has none.
 [[nodiscard]] bool Utf16ToAnsi(char16_t unit, unsigned char& byte) noexcept;
 
 [[nodiscard]] std::u16string AnsiToUtf16(std::string_view ansi);

@@ -1,4 +1,5 @@
-// Windows that ask the user. This system has neither dialog resources nor message boxes.
+// Dialogs and message boxes. A system without them answers as one whose program has no such
+// resource.
 #pragma once
 
 #include <functional>
@@ -8,12 +9,12 @@ namespace platform {
 
 enum class DialogResult { NotShown, Confirmed, Cancelled };
 
-// Shows the modal dialog resource `resource` of the program's module; `fillText` gives the text of
-// its text area when it opens. A program without that resource gets NotShown at once, and
-// `fillText` is not called.
+// Shows the modal dialog resource `resource` of the program's module. Calls `fillText` for the
+// content of its text area when it opens. Without that resource returns NotShown and does not call
+// `fillText`.
 [[nodiscard]] DialogResult ShowDialog(int resource, const std::function<std::string()>& fillText);
 
-// Shows an error box; without a window system the caption and text go to standard error.
+// Shows an error box; without a window system writes the caption and text to standard error.
 void ShowErrorBox(const char* caption, const char* text);
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-// Minidumps: what a debugger needs to look at a process that has ended.
+// Minidumps, for looking at a crashed process in a debugger.
 #pragma once
 
 #include "platform/FaultTools.h"
@@ -6,14 +6,13 @@
 
 namespace platform {
 
-// Writes a minidump of this process to `file`, which is empty: the system, the modules, the fault,
-// and of every thread the registers and the stack in use (of threads other than the faulted one at
-// most a megabyte, and the 1000 first). The others are stopped while it is written. Of a thread
-// that cannot be stopped within a second, the dump has what the system tells: its number, and when
-// it waits its stack.
+// Writes a minidump of this process to the empty file `file`: the system, the modules, the fault,
+// and the registers and stack in use of every thread (of other threads the first 1000, with at most
+// a megabyte of stack each). The other threads are stopped meanwhile. For a thread that cannot be
+// stopped within a second the dump has its number and, if it is waiting, its stack.
 //
-// For a fault filter, on one thread at a time; other threads may hold any lock, the heap's too.
-// False when the system did not take all; what it took stays.
+// Call it in a fault filter, on one thread at a time. Other threads may hold any lock, even the
+// heap's. Returns false if a write failed; the file then holds what was written before.
 bool WriteMiniDump(FaultFile& file, const Fault& fault);
 
 }  // namespace platform

@@ -1,16 +1,16 @@
-// What must not outlive a run that is ended from outside.
+// Cleaning up when the program is ended from outside.
 #pragma once
 
 #include <string>
 
 namespace platform {
 
-// Removes one file when the program is asked to end while this exists: by its user, by a terminal
-// or reader that goes away, or by the system. The program ends by that request all the same, and
-// requests that it was started to ignore stay ignored. Otherwise the file is left alone.
+// Removes a file if the program is asked to end (by its user, by a terminal or pipe that closes, or
+// by the system) while this object exists. The program then ends by that request; requests that it
+// was started to ignore stay ignored. Otherwise the file is left alone.
 //
-// Made before the file is, so that there is no time between; the path must be nobody else's. One
-// at a time, in the one thread of a program.
+// Create the object before the file, so that no moment is uncovered; no other process may use the
+// path. One object at a time, in a program with one thread.
 class RemovedAtEnd {
 public:
     explicit RemovedAtEnd(const std::string& path);

@@ -1,4 +1,4 @@
-// What a fault filter (Faults.h) works with: nothing here allocates or waits for a lock.
+// Tools for a fault filter (Faults.h): nothing here allocates or waits for a lock.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 namespace platform {
 
-// Owns one file that is being written.
+// Owns a file that is being written.
 class FaultFile {
 public:
     FaultFile() noexcept = default;
@@ -15,23 +15,23 @@ public:
     FaultFile& operator=(const FaultFile&) = delete;
     ~FaultFile();
 
-    // Makes a new file that only this user may read, in place of one that has the name; `path` is
-    // taken exactly as given. With `writeThrough` each write waits for the storage device.
+    // Creates a file that only this user may read, replacing an existing one; `path` is taken
+    // exactly as given. With `writeThrough` each write waits for the storage device.
     [[nodiscard]] bool Create(const char* path, bool writeThrough);
 
-    // False when the system did not take all.
+    // Returns false if not everything could be written.
     bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
 private:
     int descriptor_ = -1;
 };
 
-// Copies memory of this process that need not be there. Bytes copied up to the first that cannot
-// be read.
+// Copies memory of this process that may be unmapped. Returns the bytes copied before the first one
+// that cannot be read.
 [[nodiscard]] std::size_t ReadMemory(std::uint64_t address, std::span<std::byte> into);
 
-// Starts the program file of exactly that path, with one argument (put in quotes on systems
-// where a command line is one text), and lets it run. False when it cannot be started.
+// Starts the program file at exactly that path with one argument, and does not wait for it. Systems
+// where a command line is one text get the argument in quotes. Returns false if it does not start.
 [[nodiscard]] bool StartProgram(const char* path, const char* argument);
 
 }  // namespace platform

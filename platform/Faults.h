@@ -1,9 +1,8 @@
-// Faults of the processor, and who looks at them before the system does.
+// Processor faults, and a filter that sees them before the system does.
 //
-// Only the faults of a thread inside CallGuarded are looked at; all others reach the system, or
-// whoever was called for them before, as if this were not here. So do signals that somebody sends.
-// A thread that calls abort has a fault too: so end a failed assertion of the runtime and a heap
-// that the runtime finds damaged.
+// Only faults of threads inside CallGuarded are handled. All others, and signals that a process
+// sends, go to the previous handler or the system. Calling abort counts as a fault, because failed
+// assertions and heap corruption found by the runtime end that way.
 #pragma once
 
 #include <array>
@@ -22,7 +21,7 @@ enum FaultCode : std::uint32_t {
     kFaultBreakpoint = 0x80000003,
     kFaultSingleStep = 0x80000004,
     kFaultAccessViolation = 0xC0000005,
-    kFaultInPageError = 0xC0000006,  // memory of a file that is not there any more
+    kFaultInPageError = 0xC0000006,  // mapped memory past the end of its file
     kFaultIllegalInstruction = 0xC000001D,
     kFaultArrayBounds = 0xC000008C,
     kFaultFloatDivide = 0xC000008E,
@@ -46,43 +45,43 @@ struct Register {
 struct Fault {
     std::uint32_t code = 0;  // a FaultCode, or the number given to RaiseFault
     std::uint32_t threadId = 0;
-    // For memory that cannot be used: 0 for a read (of instructions too) or 1 for a write, and the
-    // address; all ones where the processor does not tell it. For all others none.
+    // For memory faults: 0 for a read (of instructions, too) or 1 for a write, then the address
+    // (all ones if the processor does not report it). Other faults have no parameters.
     std::uint32_t parameterCount = 0;
     std::array<std::uint64_t, 2> parameters{};
     std::uint64_t instruction = 0;  // address of the instruction that faulted
     std::uint64_t stackPointer = 0;
-    // Which there are depends on the processor. For x86-64: rax, rbx, rcx, rdx, rsi, rdi, rbp, rsp,
-    // rip, flags, cs and ss; for others none so far. Valid while the filter runs.
+    // Their names depend on the processor. x86-64 has rax, rbx, rcx, rdx, rsi, rdi, rbp, rsp,
+    // rip, flags, cs and ss; other processors have none so far. Valid while the filter runs.
     std::span<const Register> registers;
-    // The thread's stack from the stack pointer on. After a stack overflow it begins where it can
-    // be read. Empty when the stack pointer points elsewhere.
+    // The thread's stack from the stack pointer up. After a stack overflow it begins at the first
+    // readable address. Empty if the stack pointer is outside the stack.
     std::uint64_t stackBegin = 0;
     std::uint64_t stackEnd = 0;
-    const SystemFault* system = nullptr;  // what the system says of it, for WriteMiniDump
+    const SystemFault* system = nullptr;  // the system's record, for WriteMiniDump
 
     // Returns the value of the register with that name; 0 when this processor has none.
     [[nodiscard]] std::uint64_t ValueOf(std::string_view registerName) const noexcept;
 };
 
 enum class FaultAnswer {
-    PassOn,  // to who would have had it without a guard: at last the system, which ends the process
-    EndProcess,  // at once, with exit code 1 and nothing cleaned up
+    PassOn,      // to the previous handler, and ultimately the system, which ends the process
+    EndProcess,  // at once, with exit code 1 and without cleaning up
 };
 
-// Looks at a fault, on the thread that has it and on a stack of its own of 128 KiB. As that thread
-// may have stopped anywhere, the filter may neither allocate nor wait for a lock. A fault of its
-// own ends the process. Faults of several threads come at the same time.
+// Called for a fault on the thread that has it, on a separate stack of 128 KiB. The thread may have
+// stopped anywhere, so the filter must neither allocate nor wait for a lock. A fault inside the
+// filter ends the process. Faults of several threads may call it at the same time.
 using FaultFilter = FaultAnswer (*)(const Fault& fault);
 
-// Returns what `function` returns. What faults in it meanwhile, on this thread, goes to `filter`.
+// Returns the result of `function`. Faults of this thread inside it go to `filter`.
 std::uint32_t CallGuarded(FaultFilter filter, const std::function<std::uint32_t()>& function);
 
-// Whether the calling thread is inside CallGuarded.
+// Returns whether the calling thread is inside CallGuarded.
 [[nodiscard]] bool IsGuarded();
 
-// Gives the calling thread, which must be guarded, a fault with that code and the registers it has
-// here. Returns when the filter passes it on.
+// Raises a fault with that code on the calling thread, which must be guarded. Returns if the filter
+// passes it on.
 void RaiseFault(std::uint32_t code);
 
 }  // namespace platform

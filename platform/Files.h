@@ -6,14 +6,16 @@
 // created gets exactly the name given.
 //
 // Share modes hold between all openers that come through this layer, in this and in other
-// processes. They are advisory: programs that go round the layer do not see them, and a file
+// processes. They are advisory: programs that bypass the layer do not see them, and a file
 // system without lock support grants every share mode.
 //
+// A failed operation has its reason in LastError (Error.h).
+//
 // Only regular files and character devices open; a directory, pipe or socket is refused without
-// waiting on it. A file without any write permission bit does not open for writing, whoever asks.
+// waiting on it. A file without any write permission does not open for writing, not even for root.
 // Descriptors are not inherited by child processes.
 //
-// Threads: a FileHandle is used by one thread at a time, ReadAt excepted, which changes nothing.
+// Threads: a FileHandle is used by one thread at a time, except ReadAt, which changes nothing.
 #pragma once
 
 #include <cstddef>
@@ -26,12 +28,12 @@ enum class Access { Read, Write, ReadWrite };
 
 enum class Creation {
     OpenExisting,
-    CreateOrTruncate,  // truncated only after the share modes were found to agree
+    CreateOrTruncate,  // truncates only if the share modes agree
     OpenOrCreate,
     CreateNew,  // fails when the name exists
 };
 
-// What an opener denies to all others while its handle is open.
+// What an opener denies to all other openers while its handle is open.
 enum class Share { DenyAll, DenyWrite, DenyNone };
 
 enum class SeekOrigin { Begin, Current, End };
@@ -52,9 +54,9 @@ public:
 
     [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
 
-    // Opens a new file for reading and writing that ends with the handle, or with the process
-    // however that ends. It has no name; where the system cannot do that it has the name `path` at
-    // first. It takes room where `path` would.
+    // Opens a new unnamed file for reading and writing on the device of `path`. It vanishes with
+    // the handle or the process, however that ends. On systems without unnamed files it has the
+    // name `path` for a moment.
     [[nodiscard]] bool OpenTemporary(const char* path);
 
     // Opens a new file without a name, in `folder`, for GiveName. It ends with the handle, or with
@@ -65,42 +67,41 @@ public:
     // name exists.
     [[nodiscard]] bool GiveName(const char* path) const;
 
-    // True when the system took everything back without an error.
+    // Returns false if the system reports a delayed write error.
     bool Close() noexcept;
 
-    // Bytes read: less than asked for only at the end of the file; -1 on an error.
+    // Returns the bytes read, fewer than asked for only at the end of the file; -1 on an error.
     [[nodiscard]] std::int64_t Read(std::span<std::byte> into);
-    // Reads at `offset` and leaves the current position alone.
+    // Reads at `offset` without moving the current position.
     [[nodiscard]] std::int64_t ReadAt(std::uint64_t offset, std::span<std::byte> into) const;
 
-    // Bytes written: less than given when the system stopped early (a full disk, a size limit).
+    // Returns the bytes written, fewer than given if the system stops early (a full disk, a limit).
     [[nodiscard]] std::size_t Write(std::span<const std::byte> from);
-    // Writes at `offset` and leaves the current position alone.
+    // Writes at `offset` without moving the current position.
     [[nodiscard]] std::size_t WriteAt(std::uint64_t offset, std::span<const std::byte> from);
 
-    // The new position from the start, or -1.
+    // Returns the new position from the start, or -1.
     std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
     [[nodiscard]] std::int64_t Tell() const;
 
-    // Length in bytes, or -1.
+    // Returns the length in bytes, or -1.
     [[nodiscard]] std::int64_t Length() const;
 
-    // Sets the length; bytes after it are gone, bytes before it stay.
+    // Sets the length: cuts the file, or extends it with zeros.
     [[nodiscard]] bool Truncate(std::uint64_t length);
 
-    // The file's one change lock, which whoever changes a shared file in several steps holds
-    // meanwhile. It is advisory, belongs to this handle, and ends with UnlockChanges, with Close,
-    // and with the process. It denies nobody anything else: readers need no lock.
-    // Waits for another holder, of this or of another process, for about `milliseconds`; false when
-    // it still holds the lock then. True at once when this handle has it already, and on a file
-    // system without locks. The handle must be open for writing. May be called while other threads
-    // use the handle.
+    // Takes the file's change lock, to be held while changing a shared file in several steps. It is
+    // advisory and excludes only other holders of this lock: readers need none. It belongs to this
+    // handle, which must be open for writing, and ends with UnlockChanges, Close or the process.
+    // Waits about `milliseconds` for another holder in this or another process; false if that still
+    // holds it then. True at once if this handle has it already, and on a file system without
+    // locks. May be called while other threads use the handle.
     [[nodiscard]] bool LockChanges(int milliseconds) const;
     void UnlockChanges() const;
     // Whether another handle, of this or of another process, holds the change lock now.
     [[nodiscard]] bool OthersChange() const;
 
-    // Forces what was written to the storage device.
+    // Flushes everything written to the storage device.
     bool Commit();
 
 private:

@@ -8,12 +8,12 @@
 
 namespace platform {
 
-// Full path of the library of this process whose file has that name, in any letter case; empty when
+// Returns the full path of the loaded library whose file has that name in any letter case; empty if
 // there is none.
 [[nodiscard]] std::string LoadedLibraryPath(const char* fileName);
 
-// Owns one loaded library. Destroying frees it; the system unloads the code when no other handle
-// holds it. Symbols must not be used after that.
+// Owns one loaded library and frees it at the end. The system unloads the code with the last
+// handle; symbols must not be used after that.
 class Library {
 public:
     Library() noexcept = default;
@@ -23,16 +23,16 @@ public:
     Library& operator=(const Library&) = delete;
     ~Library();
 
-    // Frees what the handle holds, then loads `path` and runs its initialisers. False when there
-    // is no such library or something it needs is missing.
+    // Frees the current library, then loads `path` and runs its initialisers. False if there is no
+    // such library or something it needs is missing.
     [[nodiscard]] bool Load(const char* path);
 
-    // Takes a handle on the running program itself, whose exported symbols Find then sees.
+    // Takes a handle on the running program itself, so that Find sees its exported symbols.
     [[nodiscard]] bool LoadProgram();
 
     [[nodiscard]] bool IsLoaded() const noexcept { return handle_ != nullptr; }
 
-    // Address of the exported symbol, or null when there is none or nothing is loaded.
+    // Returns the address of the exported symbol; null if there is none or nothing is loaded.
     [[nodiscard]] void* Find(const char* symbol) const;
 
     void Free() noexcept;

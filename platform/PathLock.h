@@ -1,9 +1,9 @@
 // A lock between processes, named by a path.
 //
 // The lock is an empty file that exists while the lock is held. The system frees the lock however
-// its process ends; a process that was killed leaves the file, and the next holder takes it over.
-// The path counts, not the file that is found there: a holder removes the file before it lets go,
-// and a process that locked a removed file starts again.
+// its process ends; a killed process leaves the file, and the next holder takes it over. The holder
+// removes the file before it releases the lock, so a process that finds it has locked a removed
+// file tries again.
 //
 // Advisory: only other PathLocks see it. A file system without lock support grants every lock.
 // Threads: each object is used by one thread at a time.
@@ -18,7 +18,7 @@ public:
     enum class Result {
         Held,
         Busy,    // another process, or another object of this one, holds it
-        Failed,  // the file cannot be created or opened, is a link, or holds something
+        Failed,  // the file cannot be created or opened, is a link, or is not empty
     };
 
     PathLock() noexcept = default;
@@ -27,7 +27,7 @@ public:
     // Releases the lock.
     ~PathLock();
 
-    // Takes the lock without waiting, or tells why not. Releases the one held before.
+    // Takes the lock without waiting. Releases the one held before.
     [[nodiscard]] Result TryAcquire(const char* path);
     void Release() noexcept;
 

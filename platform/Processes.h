@@ -8,22 +8,22 @@ namespace platform {
 
 [[nodiscard]] std::uint32_t CurrentProcessId();
 
-// Full path of the running program's file; empty when the system cannot tell.
+// Returns the full path of the running program's file; empty if it is unknown.
 [[nodiscard]] std::string ProgramPath();
 
-// Value of an environment variable; false when it is not set.
+// Sets `value` to that of an environment variable; false if it is not set.
 [[nodiscard]] bool GetEnvironment(const char* name, std::string& value);
 
-// Gives this process's exit code and ends it at once, without exit registrations. The system
-// hands the low 8 bits of the code to the parent.
+// Ends the process at once with that exit code, without running exit handlers. A POSIX system
+// passes the low 8 bits of the code to the parent.
 [[noreturn]] void ExitProcess(std::uint32_t code);
 
 enum class Console {
     Shared,  // the child uses this process's standard streams
-    None,    // as Shared: the system opens no window for a console program
+    None,    // the child gets no console window; as Shared on systems that open none
 };
 
-// Owns one child process. Destroying the object of a running child lets it run on.
+// Owns one child process. Destroying the object does not end a running child.
 class Process {
 public:
     static constexpr std::uint32_t kStillRunning = 259;
@@ -35,27 +35,28 @@ public:
     Process& operator=(const Process&) = delete;
     ~Process();
 
-    // Starts the program that `commandLine` names at its front, with this process's environment
-    // and current directory; descriptors other than the standard streams are not inherited.
+    // Starts the program at the front of `commandLine` with this process's environment and current
+    // directory. The child inherits the standard streams only.
     //
-    // The program's name is the text in quotes when the line begins with a double quote. Else it
-    // is the longest leading text, up to a blank or the line's end, that names an existing program
-    // file; it ends at the latest before an argument that begins with a quote. The rest is split by
-    // the usual rules: blanks separate, double quotes group, 2n backslashes before a quote stand
-    // for n, 2n + 1 for n and a literal quote. False when no program is found or it cannot be
-    // started.
+    // If the line begins with a double quote, the program's name is the quoted text. Else it is the
+    // longest leading text that ends at a blank or the line's end and names an existing program
+    // file; it never extends over an argument that begins with a quote. The rest is split by the
+    // usual rules: blanks separate, double quotes group, 2n backslashes before a quote mean n, and
+    // 2n + 1 mean n and a literal quote. False if no program is found or it does not start.
     [[nodiscard]] bool Start(const char* commandLine, Console console);
 
-    // Waits until the child has ended; -1 waits for ever. False on a time-out, or with no child.
+    // Waits until the child has ended; -1 waits indefinitely. False on a time-out or without a
+    // child.
     [[nodiscard]] bool Wait(int milliseconds);
 
-    // kStillRunning while the child runs. A child ended by signal n has the code 128 + n.
+    // Sets `code` to the exit code, or kStillRunning. A child ended by signal n has code 128 + n.
+    // False without a child.
     [[nodiscard]] bool GetExitCode(std::uint32_t& code);
 
     void Close() noexcept;
 
 private:
-    // Takes the exit code from the system once the child has ended.
+    // Fetches the exit code from the system. False while the child runs.
     bool Collect(int waitOptions) noexcept;
 
     int processId_ = -1;

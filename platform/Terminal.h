@@ -1,4 +1,4 @@
-// Whether a person is watching.
+// Whether a person is watching a standard stream.
 #pragma once
 
 namespace platform {

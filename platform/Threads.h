@@ -1,7 +1,7 @@
 // Waitable objects, threads and the recursive lock.
 //
-// A wait takes milliseconds; -1 waits for ever and 0 only asks. Objects with a name are shared by
-// all openers of that name in this process; a null or empty name makes an object of its own.
+// A wait takes milliseconds; -1 waits indefinitely and 0 only tests. Objects with a name are shared
+// by all openers of that name in this process; a null or empty name makes a separate object.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace platform {
 
 inline constexpr int kWaitForever = -1;
 
-// Something a thread can wait for. Thread-safe. A wait that succeeds takes what it waited for:
+// Something a thread can wait for. Thread-safe. A successful wait takes the object:
 // an auto-reset event is cleared, a semaphore loses a unit, a mutex is owned.
 class Waitable {
 public:
@@ -22,7 +22,7 @@ public:
     Waitable& operator=(const Waitable&) = delete;
     virtual ~Waitable() = default;
 
-    // True when the object was signalled in time.
+    // Returns whether the object was signalled in time.
     [[nodiscard]] bool Wait(int milliseconds);
 
 private:
@@ -31,25 +31,27 @@ private:
     virtual bool TryTake() = 0;
 };
 
-// Waits until one of `objects` is signalled and takes the first such. Its index, or -1.
+// Waits until one of `objects` is signalled and takes the first that is. Returns its index, or -1
+// on a time-out.
 [[nodiscard]] int WaitForAny(std::span<Waitable* const> objects, int milliseconds);
 
 class Event : public Waitable {
 public:
     virtual void Set() = 0;
     virtual void Reset() = 0;
-    // Releases the threads that wait now (one of them for auto-reset) and leaves the event clear.
+    // Releases the threads that are waiting (for auto-reset, one) and leaves the event clear.
     virtual void Pulse() = 0;
 };
 class Semaphore : public Waitable {
 public:
-    // False, and nothing released, when the count would pass its maximum or `units` < 1.
+    // Returns false and releases nothing if the count would exceed its maximum or `units` < 1.
     [[nodiscard]] virtual bool Release(int units) = 0;
 };
-// When its owner's thread ends, the next waiter gets it, as if it had been released.
+// A thread that ends releases the mutexes it owns.
 class Mutex : public Waitable {
 public:
-    // False when the calling thread does not own it. Owned n times, released n times.
+    // Returns false if the calling thread does not own it. A mutex taken n times must be released n
+    // times.
     [[nodiscard]] virtual bool Release() = 0;
 };
 
@@ -61,20 +63,20 @@ public:
 // A thread, signalled when its function has returned. The object must outlive the function.
 class Thread : public Waitable {
 public:
-    // Sets the priority: 0 is normal, above runs sooner, below later, in -15 to 15.
+    // Sets the priority from -15 to 15; 0 is normal, higher runs sooner.
     virtual bool SetPriority(int priority) = 0;
-    // Lets a thread that was created suspended run; true unless it cannot.
+    // Lets a thread that was created suspended run. False if it cannot.
     virtual bool Resume() = 0;
-    // False while the function runs.
+    // Sets `code` to the function's result; false while it runs.
     [[nodiscard]] virtual bool GetExitCode(std::uint32_t& code) const = 0;
 };
-// Null when the system cannot start one.
+// Returns null if the system cannot start a thread.
 [[nodiscard]] std::unique_ptr<Thread> MakeThread(std::function<std::uint32_t()> function,
                                                  bool suspended);
 
 [[nodiscard]] std::uint32_t CurrentThreadId();
 
-// A lock that its owner may enter again. Not waitable together with others.
+// A lock that its owner may enter again. WaitForAny cannot wait for it.
 class RecursiveLock {
 public:
     RecursiveLock();

@@ -54,7 +54,7 @@ CommandLine SplitProgram(std::string_view line,
         return {.program = std::string(line.substr(0, end)),
                 .arguments = line.substr(std::min(end + 1, line.size()))};
     }
-    // A quote after a blank begins an argument: no program's name reaches beyond it.
+    // A quote after a blank begins an argument, so the program's name ends before it.
     std::size_t end = line.size();
     for (std::size_t blank = line.find_first_of(kBlanks); blank != std::string_view::npos;
          blank = line.find_first_of(kBlanks, blank + 1)) {
@@ -62,8 +62,7 @@ CommandLine SplitProgram(std::string_view line,
         end = blank;
         break;
     }
-    // The longest first: the shortest would run another program whose name is the beginning of a
-    // folder's on the way.
+    // Longest first: the shortest match could run a program "C:/My" for "C:/My Tools/x.exe".
     for (; end != 0 && end != std::string_view::npos; end = line.find_last_of(kBlanks, end - 1)) {
         std::string program(line.substr(0, end));
         if (isProgram(program)) {

@@ -46,7 +46,7 @@ FileStatus ToFileStatus(const struct stat& status) {
     return result;
 }
 
-// The names of all entries in byte order; nothing when the directory cannot be read.
+// Returns the names of all entries in byte order; nullopt if the directory cannot be read.
 std::optional<std::vector<std::string>> SortedNames(DIR* directory) {
     std::vector<std::string> names;
     errno = 0;
@@ -60,7 +60,7 @@ std::optional<std::vector<std::string>> SortedNames(DIR* directory) {
     return names;
 }
 
-// False when the entry has gone since its name was read (ENOENT), or cannot be looked at.
+// Fails with ENOENT if the entry was removed after its name was read.
 bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
     struct stat status {};
     if (fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -77,7 +77,7 @@ bool ReadEntry(int directory, const std::string& name, DirectoryEntry& entry) {
 
 bool RemoveEntry(int folder, const char* name);
 
-// Takes `directory` over.
+// Takes ownership of `directory`.
 bool RemoveEntries(int directory) {
     const DirectoryStream stream(fdopendir(directory));
     if (!stream) {
@@ -96,12 +96,12 @@ bool RemoveEntry(int folder, const char* name) {
     if (directory >= 0) {
         return RemoveEntries(directory) && unlinkat(folder, name, AT_REMOVEDIR) == 0;
     }
-    // A link or a file; a directory that does not open goes only when it is empty.
+    // A link or a file; or a directory that may not be opened, which can be removed only if empty.
     const int flags = errno == ENOTDIR || errno == ELOOP ? 0 : AT_REMOVEDIR;
     return unlinkat(folder, name, flags) == 0;
 }
 
-// For file systems that cannot rename without replacing: a hard link never replaces.
+// For file systems without RENAME_NOREPLACE: creating a hard link never replaces either.
 bool RenameByLink(const std::string& from, const std::string& to) {
     struct stat status {};
     if (lstat(from.c_str(), &status) != 0) {
@@ -110,6 +110,8 @@ bool RenameByLink(const std::string& from, const std::string& to) {
     if (!S_ISDIR(status.st_mode) && link(from.c_str(), to.c_str()) == 0) {
         return unlink(from.c_str()) == 0;
     }
+    // Without a hard link (a directory, or a file system that has none) another process can still
+    // create `to` between this check and the rename.
     if (lstat(to.c_str(), &status) == 0) {
         errno = EEXIST;
         return false;
@@ -176,6 +178,8 @@ bool RemoveFile(const char* path) {
     if (lstat(name.c_str(), &status) != 0) {
         return false;
     }
+    // The system asks for write permission on the directory only; callers expect read-only files to
+    // be kept.
     if ((status.st_mode & kAnyWritePermission) == 0) {
         errno = EACCES;
         return false;
@@ -220,6 +224,7 @@ bool CommitDirectory(const char* path) {
     if (descriptor < 0) {
         return false;
     }
+    // File systems that cannot flush a directory say so with these two.
     const bool committed = fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
     close(descriptor);
     return committed;
@@ -245,12 +250,12 @@ bool MakeDirectories(const char* path) {
 
 bool RemoveTree(const char* path) {
     std::string name = ToSystemPath(path);
-    // A link with a separator after it would be followed.
+    // The system follows a link that is followed by a separator.
     while (name.size() > 1 && name.back() == '/') {
         name.pop_back();
     }
     struct stat status {};
-    // A file is not a directory; a link to one is not either.
+    // A link to a directory counts as a tree here; RemoveEntry then removes the link only.
     const bool isTree = stat(name.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     return isTree && RemoveEntry(AT_FDCWD, name.c_str());
 }
@@ -267,7 +272,7 @@ bool SetReadOnly(const char* path, bool readOnly) {
 }
 
 bool CopyPermissions(const char* from, const char* to) {
-    // Not the bits that run a program as its owner: the new file may have another one.
+    // Without set-user-ID and set-group-ID: the new file may have another owner.
     constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
     struct stat status {};
     return stat(ToSystemPath(from).c_str(), &status) == 0 &&
@@ -300,7 +305,7 @@ bool ListDirectory(const char* path, const std::function<bool(const DirectoryEnt
 
 std::string CurrentDirectory() {
     const std::unique_ptr<char, FreeText> path(getcwd(nullptr, 0));
-    // A directory outside this process's root comes back with a remark in front.
+    // For a directory outside this process's root the system puts "(unreachable)" in front.
     return path && *path == '/' ? path.get() : "";
 }
 

@@ -1,8 +1,8 @@
 // The layout is the public one of minidumps: a header, a directory of streams, and records that
-// name others by size and place. All places are from the beginning of the file.
+// refer to others by size and offset in the file.
 //
-// Debuggers expect a dump of this system to speak of faults as the system does: by the number of
-// the signal, its reason, and the address at fault. The fault's own code and parameters follow.
+// Debuggers expect a dump from this system to describe a fault by signal number, reason and
+// address. The fault's own code and parameters come after these.
 #include "platform/Dumps.h"
 
 #include <sys/utsname.h>
@@ -54,7 +54,7 @@ class DumpWriter {
 public:
     explicit DumpWriter(FaultFile& file) : file_(file) {}
 
-    // Keeps room for a record that is written later.
+    // Reserves space for a record that is written later.
     Place Reserve(std::size_t size) {
         const Place place{static_cast<std::uint32_t>(size), end_};
         end_ += static_cast<std::uint32_t>((size + 3) / 4 * 4);
@@ -68,15 +68,15 @@ public:
         Write(place.offset, bytes);
         return place;
     }
-    // As much of the memory as can be read from its beginning on.
+    // Appends the memory from `begin` up to the first byte that cannot be read.
     Memory AppendMemory(std::uint64_t begin, std::uint64_t end);
-    // The text in UTF-16, its length before it.
+    // Appends the text in UTF-16 with its length in front.
     Place AppendText(std::string_view utf8);
 
     void AddStream(StreamType type, Place place) {
         directory_.U32(type).U32(place.size).U32(place.offset);
     }
-    // True when the file took everything.
+    // Returns whether every write succeeded.
     bool Finish();
 
 private:
@@ -101,8 +101,8 @@ Memory DumpWriter::AppendMemory(std::uint64_t begin, std::uint64_t end) {
     return memory;
 }
 
-// The character at the front of `utf8`, which is cut off it; each byte that is no part of one
-// stands for itself.
+// Removes the character at the front of `utf8` and returns it. A malformed byte counts as a
+// character: file names are arbitrary bytes.
 char32_t TakeCharacter(std::string_view& utf8) {
     const auto byte = [&utf8](std::size_t i) -> char32_t {
         return i < utf8.size() ? static_cast<unsigned char>(utf8[i]) : 0;
@@ -155,7 +155,7 @@ bool DumpWriter::Finish() {
         .U32(kHeaderSize)
         .U32(0)  // checksum: none
         .U32(static_cast<std::uint64_t>(std::time(nullptr)))
-        .U64(0);  // of the normal kind
+        .U64(0);  // dump type: normal
     Write(0, header.Bytes());
     Write(kHeaderSize, directory_.Bytes());
     return complete_;
@@ -168,7 +168,7 @@ Place SystemRecord(DumpWriter& dump) {
     utsname names{};
     uname(&names);
     const Place release = dump.AppendText(names.release);
-    // The count has a byte; the byte above it is the kind of product, which nobody knows.
+    // The low byte is the processor count; the high byte, the product type, is unknown here.
     const std::uint32_t processors = std::min(ProcessorCount(), std::uint32_t{0xFF});
     Record<56> record;
     record.U16(processor.architecture)
@@ -244,7 +244,7 @@ private:
     std::size_t memoryCount_ = 0;
 };
 
-// Where the memory ends in which each thread's stack pointer is; 0 where there is none.
+// Returns for each thread the end of the mapping that its stack pointer is in; 0 if there is none.
 std::span<const std::uint64_t> FindStackEnds(std::span<const OtherThread> threads) {
     static std::array<std::uint64_t, posix::OtherThreads::kMost> ends;
     std::ranges::fill(ends, 0);
@@ -284,7 +284,7 @@ Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
         .U32(0)
         .U32(static_cast<std::uint32_t>(fault.system->number))
         .U32(isRaised ? 0 : static_cast<std::uint32_t>(signal.si_code))
-        .U64(0)  // no exception behind this one
+        .U64(0)  // no nested exception
         .U64(address)
         .U32(1 + fault.parameterCount)
         .U32(0)
@@ -296,7 +296,7 @@ Place ExceptionRecord(DumpWriter& dump, const Fault& fault, Place context) {
     return dump.Append(record.Bytes());
 }
 
-// The build identifier as debuggers look for it.
+// Appends the build identifier in the form that debuggers look for.
 Place BuildIdRecord(DumpWriter& dump, const Module& module) {
     constexpr std::uint32_t kSignature = 0x4270454C;
     if (module.buildId.empty()) return {};
@@ -334,7 +334,7 @@ Place ModuleRecords(DumpWriter& dump) {
     const Place list = dump.Reserve(4 + count * kModuleSize);
     std::size_t written = 0;
     auto writeModule = [&](const Module& module) {
-        if (written == count) return false;  // another thread has loaded one meanwhile
+        if (written == count) return false;  // another thread has just loaded one
         WriteModule(dump, list.offset + 4 + written * kModuleSize, module);
         ++written;
         return true;

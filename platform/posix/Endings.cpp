@@ -15,14 +15,15 @@ namespace {
 
 constexpr std::array kEndSignals = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
 
-// Stands still while it is doomed: a signal handler may read it then.
+// Not modified while `doomed` is set: the signal handler may be reading it.
 std::array<char, PATH_MAX> doomedPath;
 std::atomic<bool> doomed = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 extern "C" void OnEndSignal(int number) {
     if (doomed) unlink(doomedPath.data());
-    raise(number);  // which has its old effect again, once this returns
+    // SA_RESETHAND has restored the default, so this ends the program once the handler returns.
+    raise(number);
 }
 
 void HandleEndSignals() {

@@ -13,7 +13,7 @@
 namespace platform::posix {
 namespace {
 
-// Of the processor's trap numbers and of the error code of a page fault.
+// The processor's trap numbers, and a bit of a page fault's error code.
 constexpr greg_t kProtectionFault = 13;
 constexpr greg_t kPageFault = 14;
 constexpr greg_t kPageWrite = 2;
@@ -64,7 +64,7 @@ RegisterSet RegistersOf(const void* systemContext) noexcept {
 MemoryUse MemoryUseOf(const siginfo_t& signal, const void* systemContext) noexcept {
     const gregset_t& saved = General(systemContext);
     if (saved[REG_TRAPNO] != kPageFault) {
-        // An address that no page could have: the processor does not say which.
+        // A non-canonical address raises another trap, which does not report the address.
         return {.isWrite = false, .address = ~std::uint64_t{0}};
     }
     return {.isWrite = (saved[REG_ERR] & kPageWrite) != 0,
@@ -124,7 +124,7 @@ std::span<const std::byte> ThreadContext(const void* systemContext) noexcept {
           REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15, REG_RIP}) {
         record.U64(static_cast<std::uint64_t>(saved[which]));
     }
-    static_assert(sizeof(*floats) == 512);  // both have it as the processor saves it
+    static_assert(sizeof(*floats) == 512);  // both use the processor's own layout
     if (floats != nullptr) {
         record.Copy(std::as_bytes(std::span(floats, 1)));
     } else {

@@ -1,5 +1,5 @@
-// What the system saved of a thread when it stopped it for a signal: all that depends on the
-// processor. On processors other than x86-64 registers and thread records are empty.
+// The thread state that the system saves for a signal handler. Everything that depends on the
+// processor is here. On processors other than x86-64 registers and thread records are empty.
 #pragma once
 
 #include <signal.h>
@@ -12,14 +12,14 @@
 #include "platform/Faults.h"
 
 struct platform::SystemFault {
-    int number;  // of the signal; for a fault that its thread raises itself SIGABRT, the end of it
+    int number;  // of the signal; SIGABRT for a fault from RaiseFault
     const siginfo_t& signal;
     const void* context;  // of the signal
 };
 
 namespace platform::posix {
 
-// Where a thread stopped. Both 0 when that is not known.
+// Where a thread stopped. Both 0 if unknown.
 struct ThreadPlace {
     std::uint64_t stackPointer = 0;
     std::uint64_t instruction = 0;
@@ -33,20 +33,20 @@ struct RegisterSet {
 };
 [[nodiscard]] RegisterSet RegistersOf(const void* systemContext) noexcept;
 
-// How the instruction used the memory at fault.
+// How the instruction used memory when it faulted.
 struct MemoryUse {
     bool isWrite = false;
     std::uint64_t address = 0;
 };
 [[nodiscard]] MemoryUse MemoryUseOf(const siginfo_t& signal, const void* systemContext) noexcept;
 
-// Whether the thread was refused an instruction that only the system may use.
+// Returns whether the fault is the use of an instruction that is reserved for the system.
 [[nodiscard]] bool IsAtPrivilegedInstruction(const void* systemContext) noexcept;
 
-// The registers in the layout of a minidump's thread context; empty when there is none. Good until
-// the next call.
+// Returns the registers as a minidump's thread context; empty if the processor is unknown. Valid
+// until the next call.
 [[nodiscard]] std::span<const std::byte> ThreadContext(const void* systemContext) noexcept;
-// The same where nothing else is known.
+// The same when only these two registers are known.
 [[nodiscard]] std::span<const std::byte> ThreadContext(std::uint64_t stackPointer,
                                                        std::uint64_t instruction) noexcept;
 

@@ -44,8 +44,8 @@ ssize_t ReadPipe(const Pipe& pipe, std::span<std::byte> into) {
     return count;
 }
 
-// In the child: becomes the program, or ends. The signals that are blocked where a fault is
-// handled must not stay so.
+// Runs in the child: becomes the program, or ends. Unblocks the signals that are blocked while a
+// fault is handled; the program would inherit that.
 [[noreturn]] void Become(const char* path, const char* argument, int failure) {
     sigset_t none;
     sigemptyset(&none);
@@ -64,7 +64,7 @@ FaultFile::~FaultFile() {
 bool FaultFile::Create(const char* path, bool writeThrough) {
     constexpr mode_t kOwnerOnly = 0600;
     unlink(path);
-    // Never through a link that somebody left there.
+    // O_EXCL also refuses to write through a link that another user may have put there.
     descriptor_ = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | (writeThrough ? O_SYNC : 0),
                        kOwnerOnly);
     return descriptor_ >= 0;
@@ -82,8 +82,8 @@ bool FaultFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) 
     return true;
 }
 
-// The system refuses to write to a pipe what cannot be read, and works under every sandbox. It
-// takes a page at least, as a whole or not at all.
+// Writing unreadable memory to a pipe fails instead of faulting, and unlike other ways it works in
+// every sandbox. Writes of up to PIPE_BUF bytes are all or nothing.
 std::size_t ReadMemory(std::uint64_t address, std::span<std::byte> into) {
     const Pipe pipe;
     std::size_t done = 0;
@@ -104,13 +104,14 @@ std::size_t ReadMemory(std::uint64_t address, std::span<std::byte> into) {
 
 bool StartProgram(const char* path, const char* argument) {
     Pipe failure;
-    // Not fork: other threads may hold what its preparations lock.
+    // fork would run handlers that lock; another, stopped thread may hold those locks.
     const pid_t child = failure.Input() < 0 ? -1 : _Fork();
     if (child < 0) return false;
     if (child == 0) Become(path, argument, failure.Input());
     failure.CloseInput();
     std::array<std::byte, 1> sign;
-    if (ReadPipe(failure, sign) == 0) return true;  // closed by the program's start
+    // A successful start closes the pipe without a byte.
+    if (ReadPipe(failure, sign) == 0) return true;
     waitpid(child, nullptr, 0);
     return false;
 }

@@ -16,28 +16,28 @@
 namespace platform {
 namespace {
 
-// SIGABRT is how the runtime ends a thread that it cannot let go on, be it for a damaged heap.
+// SIGABRT: the runtime raises it for failed assertions and heap corruption.
 constexpr std::array kFaultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT};
 constexpr int kRaiseSignal = SIGILL;
 constexpr int kExitCode = 1;
 
 std::array<struct sigaction, kFaultSignals.size()> previousActions;
 
-// What a thread is inside of.
+// One CallGuarded call of a thread.
 struct Guard {
     FaultFilter filter;
     Guard* outer;
     std::uint64_t stackLimit = 0;  // the lowest address of the stack that can be used
     std::uint64_t stackEnd = 0;
-    std::uint64_t forbidden = 0;  // bytes below the limit that belong to no one else
-    std::uint32_t raised = 0;     // the code of the fault that the thread gives itself
+    std::uint64_t forbidden = 0;  // bytes below the limit where an access is an overflow
+    std::uint32_t raised = 0;     // the code that RaiseFault is raising
 };
 
-// Must be reachable without the loader's help, which allocates.
+// Initial-exec: the default model may allocate on the first access, which a fault handler must not.
 [[gnu::tls_model("initial-exec")]] constinit thread_local Guard* innermost = nullptr;
 
-// Where the calling thread's signals are handled while this lives. Without memory for it they are
-// handled on the thread's own stack.
+// Makes the calling thread handle its signals on a separate stack while this exists; a stack
+// overflow leaves no room on its own. Without memory for it signals stay on the thread's stack.
 class AlternateStack {
 public:
     AlternateStack() noexcept {
@@ -66,7 +66,7 @@ private:
 };
 
 void FindStack(Guard& guard) {
-    // A frame may be larger than the system's guard and miss it by so much.
+    // A large frame can jump over the system's guard page by this much.
     constexpr std::size_t kReach = std::size_t{64} << 10U;
     pthread_attr_t attributes;
     if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
@@ -118,7 +118,7 @@ std::uint32_t BusCode(int reason) {
         case BUS_ADRALN:
             return kFaultMisalignment;
         case SI_KERNEL:
-            return kFaultAccessViolation;  // a stack pointer that no page could have
+            return kFaultAccessViolation;  // a non-canonical stack pointer
         default:
             return kFaultInPageError;
     }
@@ -175,12 +175,12 @@ void PassOn(int number, siginfo_t* signal, void* context) {
     if ((previous.sa_flags & SA_SIGINFO) != 0) {
         previous.sa_sigaction(number, signal, context);
     } else if (previous.sa_handler == SIG_IGN && signal->si_code <= 0) {
-        return;  // somebody sent it; a fault is never ignored
+        return;  // a process sent it; a real fault is never ignored
     } else if (previous.sa_handler != SIG_DFL && previous.sa_handler != SIG_IGN) {
         previous.sa_handler(number);
     } else {
-        // Waits, blocked, until the handler has returned: then the system ends the process where
-        // it faulted.
+        // The signal stays blocked until the handler returns; then it ends the process at the
+        // faulting instruction, so a core file shows it.
         struct sigaction standard {};
         standard.sa_handler = SIG_DFL;
         sigaction(number, &standard, nullptr);
@@ -188,7 +188,8 @@ void PassOn(int number, siginfo_t* signal, void* context) {
     }
 }
 
-// Signals that the system made, and those that abort and RaiseFault send.
+// True for signals raised by the system, by abort and by RaiseFault; false if another process sent
+// it.
 bool IsFault(const Guard& guard, const siginfo_t& signal) {
     if (signal.si_signo == SIGABRT) return signal.si_code == SI_TKILL && signal.si_pid == getpid();
     return signal.si_code > 0 || (guard.raised != 0 && signal.si_signo == kRaiseSignal);
@@ -220,7 +221,7 @@ void InstallHandlers() {
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigfillset(&action.sa_mask);
     for (std::size_t i = 0; i < kFaultSignals.size(); ++i) {
-        // First, so that a fault on another thread right after finds where to go.
+        // Fetched first: a fault on another thread right after the change needs it.
         sigaction(kFaultSignals[i], nullptr, &previousActions[i]);
         sigaction(kFaultSignals[i], &action, nullptr);
     }

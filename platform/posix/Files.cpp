@@ -34,8 +34,8 @@ int CreationFlags(Creation creation) {
     return 0;
 }
 
-// Share locks need a descriptor that reads, so a file opened for writing only opens for both.
-// Without O_NONBLOCK a pipe would hold the caller until somebody opens its other end.
+// Share locks need a readable descriptor, so Access::Write opens for both. Without O_NONBLOCK
+// opening a pipe would block until its other end is opened.
 int OpenDescriptor(const std::string& path, Access access, Creation creation) {
     const int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY | CreationFlags(creation) |
                       (access == Access::Read ? O_RDONLY : O_RDWR);
@@ -47,7 +47,7 @@ int OpenDescriptor(const std::string& path, Access access, Creation creation) {
     return descriptor;
 }
 
-// An existing file is looked for in any letter case only when its exact name is not there.
+// Tries the exact name first: the search in any letter case reads whole directories.
 int OpenNamed(const char* path, Access access, Creation creation) {
     if (creation == Creation::OpenOrCreate) {
         return OpenDescriptor(posix::FindExistingPath(path), access, creation);
@@ -60,7 +60,7 @@ int OpenNamed(const char* path, Access access, Creation creation) {
     return OpenDescriptor(posix::FindExistingPath(path), access, creation);
 }
 
-// A file past the process's size limit shall fail to grow, not end the process.
+// Exceeding the process's file size limit must fail the write, not end the process.
 void IgnoreFileSizeSignal() {
     static const bool done = [] {
         struct sigaction action {};
@@ -78,15 +78,15 @@ bool Refuse(int error) {
     return false;
 }
 
-// Truncates a file that holds anything: a file system may write one that was truncated to the disk
-// as soon as it is closed, which costs more than all the rest.
+// Truncates only non-empty files: some file systems flush a truncated file on close, which costs
+// more than the rest of the open.
 bool Empty(int descriptor) {
     struct stat status {};
     return fstat(descriptor, &status) == 0 &&
            (status.st_size == 0 || ftruncate(descriptor, 0) == 0);
 }
 
-// Checks what was opened and prepares it for use, touching its contents only at the very end.
+// Checks an opened file and prepares it for use. Truncates last, when nothing can refuse any more.
 bool Admit(int descriptor, Access access, Creation creation, Share share) {
     constexpr mode_t kAnyWritePermission = S_IWUSR | S_IWGRP | S_IWOTH;
     struct stat status {};
@@ -98,6 +98,7 @@ bool Admit(int descriptor, Access access, Creation creation, Share share) {
         return Refuse(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
     if (!regular) {
+        // O_NONBLOCK was for opening only; reads must wait for data.
         return fcntl(descriptor, F_SETFL, 0) == 0;
     }
     if (access != Access::Read && creation != Creation::CreateNew &&
@@ -108,8 +109,8 @@ bool Admit(int descriptor, Access access, Creation creation, Share share) {
            (creation != Creation::CreateOrTruncate || Empty(descriptor));
 }
 
-// Calls `readSome` with what is still missing, and with the bytes read so far, until `into` is full
-// or the file ends. An error counts only when nothing came before it.
+// Calls `readSome` with the unfilled rest and the bytes read so far, until `into` is full or the
+// file ends. An error after some bytes is dropped: the next read reports it again.
 template <typename ReadSome>
 std::int64_t ReadWhole(std::span<std::byte> into, const ReadSome& readSome) {
     std::size_t done = 0;
@@ -170,6 +171,7 @@ bool FileHandle::OpenTemporary(const char* path) {
     const std::size_t separator = name.rfind('/');
     const std::string folder = separator == std::string::npos ? "." : name.substr(0, separator + 1);
     constexpr mode_t kMode = 0600;
+    // Some file systems cannot make unnamed files; there a name exists until the unlink.
     descriptor_ = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kMode);
     if (!IsOpen()) {
         descriptor_ = open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kMode);
@@ -211,7 +213,8 @@ bool FileHandle::GiveName(const char* path) const {
 }
 
 bool FileHandle::Close() noexcept {
-    // After an interrupted close the descriptor is gone all the same.
+    // An interrupted close has released the descriptor as well; closing again could hit another
+    // file.
     const int descriptor = std::exchange(descriptor_, kNoDescriptor);
     return descriptor < 0 || close(descriptor) == 0 || errno == EINTR;
 }
@@ -297,7 +300,7 @@ bool FileHandle::Truncate(std::uint64_t length) {
     return result == 0;
 }
 
-// Asks again and again: a wait in the system could not be ended after a time.
+// Polls, because a blocking lock call has no time-out.
 bool FileHandle::LockChanges(int milliseconds) const {
     constexpr int kPause = 10;
     for (int waited = 0; !posix::TakeChangeLock(descriptor_); waited += kPause) {

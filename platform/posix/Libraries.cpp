@@ -21,7 +21,7 @@ struct PathSearch {
     std::string found;
 };
 
-// 1 ends the walk over the modules.
+// Returns 1 to end the walk over the modules.
 int CompareModule(dl_phdr_info* module, std::size_t /*size*/, void* data) {
     auto& search = *static_cast<PathSearch*>(data);
     const std::string path = module->dlpi_name;

@@ -11,7 +11,7 @@
 namespace platform::posix {
 namespace {
 
-// "start-end access offset device inode path", the path behind blanks and perhaps missing.
+// "start-end access offset device inode path", then blanks and the path, if any.
 Mapping ParseMapping(std::string_view line) {
     const auto takeField = [&line](char separator) {
         const std::string_view field = line.substr(0, line.find(separator));

@@ -1,5 +1,5 @@
-// The system's list of this process's mappings. Allocates nothing and takes no lock: for a thread
-// that has faulted.
+// The system's list of this process's memory mappings. Allocates nothing and takes no lock, so a
+// thread that has faulted may use it.
 #pragma once
 
 #include <array>
@@ -14,7 +14,7 @@ struct Mapping {
     std::uint64_t end = 0;
     bool isShared = false;     // with others, as devices are; programs are not
     std::uint64_t offset = 0;  // in the file
-    std::string_view path;     // of the file; empty when there is none. Good until the next call
+    std::string_view path;     // of the file; empty if there is none. Valid until the next call
 };
 
 class MappingList {
@@ -24,11 +24,11 @@ public:
     MappingList& operator=(const MappingList&) = delete;
     ~MappingList();
 
-    // The next one by rising address; false after the last one.
+    // Sets `mapping` to the next one by rising address; false after the last.
     [[nodiscard]] bool Next(Mapping& mapping) noexcept;
 
 private:
-    // False after the last line, and for one that has no end.
+    // False after the last line, and for a line without an end.
     [[nodiscard]] bool NextLine(std::string_view& line) noexcept;
     [[nodiscard]] bool Fill() noexcept;
 

@@ -1,4 +1,4 @@
-// A module is a mapping of the beginning of a file in the system's format for programs.
+// A module is a mapping of the start of a file that is in the system's format for programs.
 #include "platform/Modules.h"
 
 #include <elf.h>
@@ -24,10 +24,11 @@ bool ReadObject(std::uint64_t address, T& object) {
     return ReadMemory(address, std::as_writable_bytes(std::span(&object, 1))) == sizeof(T);
 }
 
-// What a file's headers, as loaded, say of it. They are believed as far as memory can be read.
+// Reads a file's headers from its mapping. They are not trusted: every read checks that memory is
+// there.
 class Image {
 public:
-    // Size 0 when the file at `base` is no program or library.
+    // 0 if the file at `base` is neither a program nor a library.
     explicit Image(std::uint64_t base) : base_(base) {
         ElfW(Ehdr) header{};
         if (!ReadObject(base, header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
@@ -41,7 +42,7 @@ public:
 
     [[nodiscard]] std::uint64_t Size() const { return end_ - begin_; }
 
-    // As many bytes as were found in `into`.
+    // Returns the part of `into` that could be filled.
     [[nodiscard]] std::size_t BuildId(std::span<std::byte> into) const {
         std::size_t length = 0;
         ForEachPart(PT_NOTE, [&](const ElfW(Phdr) & notes) {
@@ -97,7 +98,7 @@ private:
     std::uint64_t end_ = 0;
 };
 
-// The module at `mapping`, whose texts go to `path` and `buildId`; size 0 when there is none.
+// Returns the module at `mapping`, with its texts in `path` and `buildId`; size 0 if it is not one.
 Module Describe(const Mapping& mapping, std::span<char, 4097> path, std::span<std::byte> buildId) {
     const Image image(mapping.start);
     Module module;

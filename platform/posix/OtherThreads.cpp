@@ -19,24 +19,24 @@
 namespace platform::posix {
 namespace {
 
-// Ignored by default: one that comes too late, after our handler is gone, does no harm.
+// Ignored by default, so a signal that arrives after our handler is gone does no harm.
 constexpr int kStopSignal = SIGURG;
 constexpr int kMostPauses = 1000;
 
 struct Slot {
     std::atomic<std::uint32_t> id;
     std::atomic<const void*> context;
-    bool isBlocking = false;  // the signal, so that waiting for it would be in vain
+    bool isBlocking = false;  // the signal, so waiting for it is useless
 };
 
-// Static, for a handler has nowhere else to look. `found` holds what All returns.
+// Static because a signal handler gets no argument of ours. All returns `found`.
 constinit std::array<Slot, OtherThreads::kMost> slots;
 constinit std::atomic<std::size_t> slotCount = 0;
 constinit std::array<OtherThread, OtherThreads::kMost> found;
 constinit struct sigaction previousAction {};
 
-// Odd while threads are to stay stopped. A number, so that a thread of an earlier stop that has not
-// yet noticed its end does not stay for the next one.
+// Odd while threads must stay stopped. Counted, so that a thread that is slow to notice the end of
+// one stop does not stay for the next.
 constinit std::atomic<std::uint32_t> stops = 0;
 
 void PauseOneMillisecond() {
@@ -60,7 +60,7 @@ void OnStop(int /*number*/, siginfo_t* /*signal*/, void* context) {
     errno = error;
 }
 
-// Adds the threads that are not in the list yet; whether there were any.
+// Adds the threads that are not in the list yet and returns whether there were any.
 bool AddThreads() {
     const int folder = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0) return false;
@@ -90,7 +90,7 @@ bool AddThreads() {
     return slotCount != before;
 }
 
-// Whether a thread blocks the signal. To be asked before it is sent: its handler blocks it too.
+// Returns whether a thread blocks the signal. Call before sending it: the handler blocks it, too.
 bool Blocks(std::uint32_t id) {
     constexpr int kHexadecimal = 16;
     constexpr std::string_view kLabel = "SigBlk:\t";
@@ -111,7 +111,7 @@ bool HaveAllStopped() {
                        [](const Slot& slot) { return slot.context != nullptr || slot.isBlocking; });
 }
 
-// Threads may start others until they are stopped, so the list is read until it stays the same.
+// Threads can start others until they are stopped, so reads the list until it stays the same.
 void StopThreads() {
     slotCount = 0;
     ++stops;
@@ -128,8 +128,8 @@ void StopThreads() {
     }
 }
 
-// Asks the system for the stack pointer and the instruction of a thread that was not stopped, the
-// last two numbers of what it says of a thread that waits.
+// Finds the stack pointer and instruction of a thread that was not stopped: for a thread in a
+// system call they are the last two numbers of its "syscall" file.
 void FindPlace(OtherThread& thread) {
     std::array<char, 64> path;
     std::snprintf(path.data(), path.size(), "/proc/self/task/%u/syscall", thread.id);

@@ -1,7 +1,7 @@
-// Stops the other threads of the process, so that a thread that has faulted can look at them.
+// Stops the other threads of the process, so that a thread that has faulted can examine them.
 //
-// Each is stopped by a signal, and stays in its handler until it is let go. A thread that blocks
-// the signal runs on; the system then tells where its stack and its instructions are, if it waits.
+// Each is stopped by a signal and stays in its handler until it is released. A thread that blocks
+// the signal continues; if it is waiting, the system reports its stack pointer and instruction.
 // Nothing here allocates or waits for a lock, and nothing waits longer than a second.
 #pragma once
 
@@ -14,14 +14,14 @@ namespace platform::posix {
 
 struct OtherThread {
     std::uint32_t id = 0;
-    const void* context = nullptr;  // of the signal that stopped it; null if it was not stopped
-    // Both 0 when they are not known.
+    const void* context = nullptr;  // of the signal handler; null if it was not stopped
+    // Both 0 if unknown.
     std::uint64_t stackPointer = 0;
     std::uint64_t instruction = 0;
 };
 
-// One at a time. The threads run on when it ends. Those that start meanwhile are not seen, and of
-// more than `kMost` the rest is not.
+// One object at a time; its destructor releases the threads. Threads that start meanwhile, and
+// those after the first `kMost`, are not seen.
 class OtherThreads {
 public:
     static constexpr std::size_t kMost = 1000;

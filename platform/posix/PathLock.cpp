@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-// Whether `path` still names the open file `opened`.
+// Returns whether `path` still names the open file `opened`.
 bool IsFileAt(const char* path, const struct stat& opened) {
     struct stat found {};
     return lstat(path, &found) == 0 && found.st_dev == opened.st_dev &&
@@ -31,10 +31,10 @@ PathLock::~PathLock() { Release(); }
 PathLock::Result PathLock::TryAcquire(const char* path) {
     Release();
     path_ = posix::ToSystemPath(path);
-    // Enough for a few holders that remove the file at just that moment.
+    // Each attempt can fail only because a holder removed the file at just that moment.
     constexpr int kAttempts = 100;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        // Reading is enough to lock, so that a file which another user left is no obstacle.
+        // Read-only suffices for locking, and so a file that another user left can be taken over.
         constexpr mode_t kMode = 0666;
         constexpr int kFlags = O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
         descriptor_ = open(path_.c_str(), kFlags, kMode);

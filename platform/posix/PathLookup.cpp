@@ -29,7 +29,8 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
     });
 }
 
-// The first entry of `folder` in byte order that equals `name` but for letter case, or "".
+// Returns the first entry of `folder`, in byte order, that differs from `name` only in letter case;
+// "" if there is none. First in byte order, because the system lists entries in no fixed order.
 std::string FindEntry(const std::string& folder, std::string_view name) {
     const std::unique_ptr<DIR, CloseDirectory> directory(
         opendir(folder.empty() ? "." : folder.c_str()));
@@ -46,7 +47,7 @@ std::string FindEntry(const std::string& folder, std::string_view name) {
     return found;
 }
 
-// Resolves `path` component by component; "" when a component has no match.
+// Resolves `path` component by component; "" if a component has no match.
 std::string FindIgnoringCase(const std::string& path) {
     std::string resolved;
     std::size_t at = 0;

@@ -1,16 +1,16 @@
-// From the paths that callers give to the paths that the system knows.
+// Translates callers' paths into system paths.
 #pragma once
 
 #include <string>
 
 namespace platform::posix {
 
-// `path` with '/' in place of every '\'; a null path becomes the empty one, which names nothing.
+// Returns `path` with every '\' replaced by '/'; for null the empty path, which names no file.
 [[nodiscard]] std::string ToSystemPath(const char* path);
 
-// The system path under which `path` exists. When the path does not exist as given, each component
-// that has no exact match stands for the first entry, in byte order, that differs from it only in
-// letter case. When there is none either, ToSystemPath(path).
+// Returns the system path under which `path` exists. Each component without an exact match is
+// replaced by the first entry, in byte order, that differs from it only in letter case. If a
+// component has no match at all, returns ToSystemPath(path).
 [[nodiscard]] std::string FindExistingPath(const char* path);
 
 }  // namespace platform::posix

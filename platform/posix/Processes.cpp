@@ -35,8 +35,8 @@ bool IsProgramFile(const std::string& path) {
            access(found.c_str(), X_OK) == 0;
 }
 
-// What a child starts with: only the standard streams, no blocked signal, and the signal that
-// file output here ignores back at its default.
+// The settings a child starts with: standard streams only, no blocked signals, and the default
+// action for SIGXFSZ, which Files.cpp makes this process ignore.
 class SpawnSettings {
 public:
     SpawnSettings() {
@@ -65,7 +65,7 @@ private:
     posix_spawn_file_actions_t actions_{};
 };
 
-// A parent may have left us a setting under which the system throws exit codes away.
+// If our parent left SIGCHLD ignored, the system would discard exit codes.
 void KeepExitCodesOfChildren() {
     struct sigaction action {};
     if (sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
@@ -104,7 +104,7 @@ std::string ProgramPath() {
     constexpr std::string_view kDeletedMark = " (deleted)";
     std::error_code error;
     std::string path = std::filesystem::read_symlink("/proc/self/exe", error).string();
-    // The system adds the mark once the file has been removed or replaced.
+    // The system appends this to the path once the file is removed or replaced.
     if (path.ends_with(kDeletedMark) && access(path.c_str(), F_OK) != 0) {
         path.resize(path.size() - kDeletedMark.size());
     }
@@ -204,7 +204,7 @@ bool Process::Collect(int waitOptions) noexcept {
     if (collected == 0) {
         return false;
     }
-    // A child that somebody else collected has ended too; its code is lost.
+    // A child that other code in this process has waited for has ended, too; its code is lost.
     exitCode_ = collected == processId_ ? ToExitCode(status) : ~std::uint32_t{0};
     ended_ = true;
     return true;

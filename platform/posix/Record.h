@@ -1,4 +1,4 @@
-// Little-endian records on their way to a file.
+// Builds little-endian records for a file.
 #pragma once
 
 #include <array>

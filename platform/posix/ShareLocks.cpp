@@ -16,10 +16,10 @@ namespace {
 
 constexpr off_t kFirstLockByte = off_t{1} << 62;
 
-// In an order in which the usual openers need neighbouring bytes: one call serves them.
+// Ordered so that common openers need adjacent bytes, which one system call can lock.
 enum LockByte : unsigned { kDeniesReading, kWrites, kReads, kDeniesWriting, kLockByteCount };
 
-// The change lock's byte: behind those that openers hold.
+// The change lock's byte, after those that openers hold.
 constexpr unsigned kChanges = kLockByteCount;
 
 // Bits 1 << LockByte.
@@ -36,7 +36,7 @@ LockSet BytesOf(Access access, Share share) {
     return set;
 }
 
-// What nobody else may hold beside an opener that holds `own`.
+// Returns the bytes that no other opener may hold beside one that holds `own`.
 LockSet ConflictsOf(LockSet own) {
     constexpr std::array<LockByte, kLockByteCount> kOpposite = {kReads, kDeniesWriting,
                                                                 kDeniesReading, kWrites};
@@ -56,7 +56,7 @@ struct flock LockOn(unsigned first, unsigned count, short type) {
     return lock;
 }
 
-// Calls `visit(first, count)` for every run of neighbouring bytes in `set`, until it returns false.
+// Calls `visit(first, count)` for every run of adjacent bytes in `set`, until it returns false.
 template <typename Visit>
 bool ForEachRun(LockSet set, const Visit& visit) {
     while (set != 0) {
@@ -87,13 +87,13 @@ bool HeldByAnother(int descriptor, LockSet set) {
     });
 }
 
-// A file system without lock support.
+// True if errno says that the file system has no locks.
 bool LacksLocks() {
     return errno == EINVAL || errno == ENOLCK || errno == ENOTSUP || errno == ENOSYS;
 }
 
-// Long enough for another opener to finish or withdraw, of random length so that two that met do
-// not meet again.
+// Long enough for another opener to finish or withdraw; random, so that two openers that collided
+// do not collide again.
 void PauseBriefly() {
     thread_local std::minstd_rand random(std::random_device{}());
     const std::uint32_t microseconds =
@@ -110,7 +110,7 @@ bool PlaceShareLocks(int descriptor, Access access, Share share) {
         if (attempt > 0) {
             PauseBriefly();
         }
-        // Placed first and tested after: of two racing openers at least one sees the other.
+        // Lock first, test second: of two racing openers at least one sees the other.
         if (!Place(descriptor, own)) {
             return LacksLocks();
         }

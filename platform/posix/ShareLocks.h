@@ -1,4 +1,4 @@
-// Share modes and the change lock, as advisory locks on bytes far behind the end of any file.
+// Share modes and the change lock, as advisory locks on bytes far past the end of any file.
 //
 // Every opener holds shared locks on the bytes that say what it does and what it denies: "reads",
 // "writes", "denies reading", "denies writing". The locks belong to the open descriptor, so they
@@ -10,13 +10,13 @@
 
 namespace platform::posix {
 
-// Enters `descriptor`, which is open for reading at least, among the openers of its file. False
-// with errno EBUSY when another opener's share mode and access do not agree with these; then
-// nothing stays locked. A file system without lock support agrees to everything.
+// Registers `descriptor`, which must be readable, among the openers of its file. Fails with EBUSY
+// and leaves nothing locked if another opener's share mode and access disagree with these. A file
+// system without lock support agrees to everything.
 [[nodiscard]] bool PlaceShareLocks(int descriptor, Access access, Share share);
 
-// The change lock (see FileHandle) on a byte beside those four. False when another descriptor holds
-// it.
+// Takes and releases the change lock (see FileHandle), on a byte next to those four. Taking fails
+// if another descriptor holds it.
 [[nodiscard]] bool TakeChangeLock(int descriptor);
 [[nodiscard]] bool OthersHoldChangeLock(int descriptor);
 void DropChangeLock(int descriptor);

@@ -21,7 +21,7 @@ constexpr std::uint64_t kKilobyte = 1024;
 // Address space of a 64-bit process below the system's half.
 constexpr std::uint64_t kAddressSpace = std::uint64_t{1} << 47;
 
-// Takes the number at the front of `text` and the mark behind it.
+// Takes the number at the front of `text` and the character after it.
 std::uint32_t TakeNumber(std::string_view& text) {
     std::uint32_t number = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), number);

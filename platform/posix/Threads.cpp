@@ -36,7 +36,7 @@ bool AwaitOrderToRun(ThreadState& state) {
 
 void ThreadBody(ThreadState& state, std::function<std::uint32_t()> function) {
     const std::uint32_t code = AwaitOrderToRun(state) ? function() : 0;
-    function = nullptr;  // what it owns is gone before anybody sees the end
+    function = nullptr;  // destroys what it owns before the end is visible
     posix::AbandonMutexes();
     const GateLock lock(TheWaitGate().lock);
     state.exitCode = code;
@@ -68,7 +68,7 @@ public:
         constexpr int kLimit = 15;
         GateLock lock(TheWaitGate().lock);
         TheWaitGate().changed.wait(lock, [this] { return state_->threadId != 0; });
-        // Under the lock the thread cannot end, so its identifier is not another's yet.
+        // The thread cannot end under the lock, so its number cannot belong to another one yet.
         const int nice = -std::clamp(priority, -kLimit, kLimit);
         const bool set = !state_->ended && setpriority(PRIO_PROCESS, state_->threadId, nice) == 0;
         return set || priority == 0;

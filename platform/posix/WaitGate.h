@@ -1,8 +1,8 @@
-// The one lock behind all waitable objects, and the threads that wait.
+// The one lock of all waitable objects, and the waiting threads.
 //
-// Every object's state is guarded by the gate's lock; whoever signals an object calls
-// changed.notify_all() after. One gate for all keeps waiting for several objects simple: no order
-// of locks, no registration of waiters with each object.
+// The gate's lock guards every object's state; code that signals an object calls
+// changed.notify_all() afterwards. One gate for all keeps waiting for several objects simple: there
+// is no lock order, and waiters need not register with each object.
 #pragma once
 
 #include <condition_variable>
@@ -15,7 +15,7 @@
 
 namespace platform::posix {
 
-// A thread inside WaitForAny. A pulse gives it its result; else it tries its objects itself.
+// A thread inside WaitForAny. A pulse sets its result; otherwise it tries its objects itself.
 struct Waiter {
     std::span<Waitable* const> objects;
     int pulsed = -1;  // index of the object that released it
@@ -27,11 +27,12 @@ struct WaitGate {
     std::list<Waiter*> waiters;  // longest waiting first
 };
 
-// Never destroyed: threads may still wait while the process ends.
+// Never destroyed: threads may still be waiting while the process ends.
 [[nodiscard]] WaitGate& TheWaitGate();
 
-// Gives up the mutexes that the calling thread still owns. Every thread does so when it ends; one
-// of ours does it before its end can be seen, so that its waiters find them free.
+// Releases the mutexes that the calling thread still owns. Every thread does so when it ends;
+// threads of this layer do it before their end is visible, so that those who wait for it find them
+// free.
 void AbandonMutexes();
 
 }  // namespace platform::posix

@@ -23,7 +23,7 @@ using posix::Waiter;
 using posix::WaitGate;
 using GateLock = std::unique_lock<std::mutex>;
 
-// Keeps a waiter in the gate's list for one wait. Made and destroyed under the gate's lock.
+// Keeps a waiter in the gate's list for one wait. Created and destroyed under the gate's lock.
 class WaiterEntry {
 public:
     WaiterEntry(WaitGate& gate, Waiter& waiter)
@@ -37,7 +37,7 @@ private:
     std::list<Waiter*>::iterator place_;
 };
 
-// Releases those that wait for `object` now, or the one that has waited longest.
+// Releases all threads waiting for `object`, or only the one that has waited longest.
 void ReleaseWaiters(WaitGate& gate, const Waitable* object, bool onlyOne) {
     for (Waiter* const waiter : gate.waiters) {
         const auto found = std::find(waiter->objects.begin(), waiter->objects.end(), object);
@@ -114,8 +114,8 @@ struct MutexOwner {
     bool ended = false;
 };
 
-// Who the calling thread is to its mutexes. A thread's number would not do: the system gives it to
-// another thread later.
+// Identifies the calling thread to its mutexes. Not its number: the system reuses that after the
+// thread ends.
 class ThisMutexOwner {
 public:
     ThisMutexOwner() = default;
@@ -179,10 +179,10 @@ private:
     }
 
     std::uint64_t count_ = 0;            // how often the owner took it
-    std::shared_ptr<MutexOwner> owner_;  // not null once it was taken
+    std::shared_ptr<MutexOwner> owner_;  // not null after the first time
 };
 
-// The open object named `name`, or a new one from `arguments` that gets the name.
+// Returns the open object named `name`, or a new one made from `arguments` under that name.
 template <class Object, class... Arguments>
 std::shared_ptr<Object> OpenOrCreate(const char* name, Arguments... arguments) {
     if (name == nullptr || *name == '\0') {

@@ -20,7 +20,7 @@ TEST(CodePage, EveryByteComesBackFromUtf16AndUtf8) {
     EXPECT_EQ(AnsiToUtf16("A\x80\x8A\x81\x9F\xE9"sv), u"A\u20AC\u0160\x81\u0178\u00E9");
     EXPECT_EQ(AnsiToUtf8("\x80\xE9\x99"), "\u20AC\u00E9\u2122");
     unsigned char byte = 7;
-    EXPECT_FALSE(Utf16ToAnsi(u'\x80', byte));  // the euro sign has that byte
+    EXPECT_FALSE(Utf16ToAnsi(u'\x80', byte));  // the byte 0x80 is the euro sign
     EXPECT_EQ(byte, 7);
 }
 
@@ -28,7 +28,7 @@ TEST(CodePage, WhatTheCodePageLacksBecomesAQuestionMark) {
     EXPECT_EQ(Utf16ToAnsi(u"a\u0416b\U0001F600c"), "a?b?c");
     const char16_t loneSurrogates[] = {0xD800, u'x', 0xDC00, 0};
     EXPECT_EQ(Utf16ToAnsi(loneSurrogates), "?x?");
-    // Outside the page, cut, 'A' in two and in three bytes, no UTF-8 at all.
+    // Outside the page, truncated, overlong 'A' in two and three bytes, not UTF-8.
     for (const std::string utf8 : {"\u0416", "\U0001F600", "\x80", "\xC3", "\xE2\x82", "\xC1\x81",
                                    "\xE0\x81\x81", "\xFF", "\xED\xA0\x80"}) {
         EXPECT_EQ(Utf8ToAnsi(utf8), "?") << testing::PrintToString(utf8);
@@ -49,7 +49,7 @@ TEST(CodePage, LetterCaseKnowsTheWholeCodePage) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         letters += AnsiToLower(static_cast<unsigned char>(byte)) != byte ? 1 : 0;
     }
-    EXPECT_EQ(letters, 26 + 30 + 4);  // the signs 0xD7 and 0xF7 are none
+    EXPECT_EQ(letters, 26 + 30 + 4);  // 0xD7 and 0xF7 are not letters
 }
 
 }  // namespace

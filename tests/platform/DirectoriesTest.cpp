@@ -120,7 +120,7 @@ TEST_F(Directories, EveryLevelIsMadeWhateverItsName) {
 }
 
 TEST_F(Directories, ATreeGoesWithWhatItsEntriesNameAndNothingElse) {
-    // One file name each here, a path where the separators are both taken for one.
+    // A plain file name on this system, but a path to the layer, which takes both separators.
     for (const char* name : {"t/..\\victim", "t/sub/..\\..\\victim", "t/a:b", "victim", "keep/f"}) {
         folder.Write(name, "");
     }
@@ -135,9 +135,10 @@ TEST_F(Directories, ATreeGoesWithWhatItsEntriesNameAndNothingElse) {
     EXPECT_TRUE(RemoveTree("t\\") && RemoveTree("link/"));
     EXPECT_FALSE(fs::exists("t") || fs::is_symlink("link"));
     EXPECT_TRUE(folder.Has("victim") && folder.Has("keep/f"));
-    EXPECT_EQ(fs::status("shared").permissions(), kReadOnly) << "it is a file of others too";
+    EXPECT_EQ(fs::status("shared").permissions(), kReadOnly)
+        << "a hard link elsewhere still uses the file";
 
-    // Root may do all.
+    // As another user, because root may do everything.
     const auto removesOpen = [] {
         return setuid(65534) == 0 && !RemoveTree("closed") && LastError().kind == ErrorKind::Denied
                    ? 0
@@ -164,7 +165,7 @@ TEST_F(Directories, AreLookedUpByExactNameThenByLetterCase) {
     for (const char* name : {"b.txt", "B.txt", "\xC9t\xE9.TXT", "only"}) {
         folder.Write("Data/"s + name, "12345");
     }
-    // The third: of several, the first in byte order.
+    // Third row: of several matches, the first in byte order.
     for (const std::string row :
          {"Data/b.txt|Data/b.txt", "Data/B.txt|Data/B.txt", "data/b.TXT|Data/B.txt",
           "DATA\\ONLY|Data/only", "data//only|Data//only",

@@ -1,4 +1,4 @@
-// What a guarded thread's filter is told, and what it works with.
+// The faults that a filter receives, and the tools it works with.
 #include <fenv.h>
 #include <sys/mman.h>
 
@@ -19,7 +19,7 @@ class Faults : public testing::Test {
 protected:
     void SetUp() override {
 #if VORN_SANITIZED
-        GTEST_SKIP() << "the sanitizer takes the signals";
+        GTEST_SKIP() << "the sanitizer handles these signals";
 #endif
     }
 };
@@ -35,7 +35,7 @@ std::uint64_t MapPage(int protection, int file = -1) {
     return reinterpret_cast<std::uint64_t>(mmap(nullptr, 4096, protection, flags, file, 0));
 }
 
-// The fault that `work` ends with, in a process of its own.
+// Returns the fault that ends `work` in a child process.
 Fault FaultOf(void (*work)()) {
     std::array<int, 2> ends{};
     EXPECT_EQ(pipe(ends.data()), 0);

@@ -18,7 +18,7 @@ bool Open(const char* path, Access access, Creation creation) {
 }
 
 TEST_F(FileOpening, CreationModes) {
-    // Whether a file "Name" with "old" is there, whether it opens, what it holds afterwards.
+    // Whether "Name" exists before (with "old"), whether it opens, its content afterwards.
     for (const auto& [creation, existing, opens, contents, error] :
          Table<Creation, bool, bool, const char*, ErrorKind>{
              {OpenExisting, true, true, "old", ErrorKind::None},

@@ -23,7 +23,7 @@ protected:
         return file_.WriteAt(offset, std::as_bytes(std::span(text)));
     }
 
-    // What was read, or "error".
+    // Returns the bytes read, or "error".
     std::string Read(std::size_t count, std::optional<std::uint64_t> at = {}) {
         std::string text(count, '#');
         const auto into = std::as_writable_bytes(std::span(text));
@@ -47,17 +47,17 @@ TEST_F(FileTransfer, PositionsLengthsAndTruncation) {
     EXPECT_EQ(Read(4, 8), "89");
     EXPECT_EQ(Read(4, ~std::uint64_t{0}), "error");
     EXPECT_EQ(Read(4, (std::uint64_t{1} << 63U) - 2), "error");
-    EXPECT_EQ(Read(2), "34");  // ReadAt moved nothing
+    EXPECT_EQ(Read(2), "34");  // ReadAt has not moved the position
     EXPECT_EQ(WriteAt(7, "xyz!"), 4u);
     EXPECT_EQ(WriteAt((std::uint64_t{1} << 63U) - 2, "xyz!"), 0u);
-    EXPECT_EQ(Read(7), "56xyz!");  // nor did WriteAt
+    EXPECT_EQ(Read(7), "56xyz!");  // nor has WriteAt
     EXPECT_TRUE(file_.Truncate(4));
     EXPECT_EQ(file_.Length(), 4);
     EXPECT_FALSE(file_.Truncate(~std::uint64_t{0}));
     EXPECT_TRUE(file_.Commit() && file_.Close());
     EXPECT_EQ(folder.Read("f"), "0123");
 
-    // Errors are not the end of the file.
+    // An error is not reported as the end of the file.
     EXPECT_EQ(Read(4) + Read(4, 0), "errorerror");
     EXPECT_EQ(file_.Length(), -1);
     EXPECT_EQ(Write("x") + WriteAt(0, "x"), 0u);
@@ -68,7 +68,7 @@ TEST_F(FileTransfer, ATemporaryFileHasNoName) {
     ASSERT_TRUE(MakeDirectory("sub"));
     for (const char* path : {"t", "sub\\t", "/dev/shm/vorn-file-transfer-test"}) {
         ASSERT_TRUE(file_.OpenTemporary(path)) << path;
-        EXPECT_FALSE(file_.OpenTemporary(path)) << "it is open";
+        EXPECT_FALSE(file_.OpenTemporary(path)) << "the handle is open";
         EXPECT_EQ(Write("12") + WriteAt(2, "34"), 4u);
         EXPECT_EQ(Read(9, 0), "1234");
         EXPECT_FALSE(Exists(path)) << path;

@@ -46,7 +46,7 @@ TEST_F(PathLocks, EndsWithItsProcess) {
     for (const int end : ready) close(end);
 }
 
-// A holder removes the file while others have it open.
+// The holder removes the file while others have it open.
 TEST_F(PathLocks, NeverTwoHoldersUnderCompetition) {
     std::atomic<int> holders = 0;
     std::atomic<int> most = 0;

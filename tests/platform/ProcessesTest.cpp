@@ -16,7 +16,7 @@ using namespace Vorn::Testing;
 
 using Processes = InFolder;
 
-// The exit code of what `commandLine` starts, or -1 when it does not start.
+// Runs `commandLine` and returns its exit code, or -1 if it does not start.
 std::int64_t ExitCodeOf(const std::string& commandLine) {
     Process process;
     std::uint32_t code = 0;
@@ -49,7 +49,7 @@ TEST_F(Processes, ProgramIsFoundInQuotesOrAtTheLastBlankThatFits) {
     EXPECT_EQ(folder.Read("my folder/out"), R"([one][two  2][3"4])");
     EXPECT_EQ(ExitCodeOf('"' + folder.Path() + "\\MY Folder\\A tool\"\tx"), 0);
     EXPECT_EQ(folder.Read("my folder/out"), "[x]");
-    // Programs whose names are beginnings of the one that is meant.
+    // Decoys: programs whose names are prefixes of the right one.
     for (const char* other : {"my", "my folder/a"}) {
         fs::remove(folder.Path(other));
         folder.Write(other, "#!/bin/sh\nexit 9\n", fs::perms::owner_all);
@@ -71,7 +71,7 @@ TEST_F(Processes, ExitCodes) {
     for (const int code : {0, 5, 255}) EXPECT_EQ(RunShell("exit " + std::to_string(code)), code);
     EXPECT_EQ(RunShell("kill -9 $$"), 128 + 9);
     EXPECT_EXIT(ExitProcess(7), testing::ExitedWithCode(7), "");
-    const auto before = std::signal(SIGCHLD, SIG_IGN);  // as some parents leave it
+    const auto before = std::signal(SIGCHLD, SIG_IGN);  // some parents leave it so
     EXPECT_EQ(RunShell("exit 5"), 5);
     static_cast<void>(std::signal(SIGCHLD, before));
 }

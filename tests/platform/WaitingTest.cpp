@@ -43,7 +43,7 @@ TEST(Waiting, PulseReleasesThoseThatWaitNow) {
         };
         const std::array threads = {Start(wait), Start(wait), Start(wait)};
         while (started < 3) SleepMilliseconds(1);
-        SleepMilliseconds(50);  // from there into the wait
+        SleepMilliseconds(50);  // time to enter the wait
         event->Pulse();
         SleepMilliseconds(50);
         EXPECT_EQ(released, manual ? 3 : 1);
@@ -88,11 +88,11 @@ TEST(Waiting, AMutexOfAnEndedThreadGoesToTheNextWaiter) {
         const auto owner =
             MakeThread([&] { return mutex->Wait(0) && mutex->Wait(0) ? 1U : 0U; }, false);
         EXPECT_TRUE(owner->Wait(kWaitForever) && mutex->Wait(0))
-            << "free as soon as the end is seen";
+            << "free as soon as the end is visible";
     }
     EXPECT_TRUE(mutex->Release() && !mutex->Release()) << "owned once";
 
-    // A waiter is woken, also by the end of a thread that this layer did not start.
+    // Threads that this layer did not start also release their mutexes at their end.
     const auto taken = MakeEvent(true, false, nullptr);
     const auto end = MakeEvent(true, false, nullptr);
     std::thread foreign([&] {
@@ -148,7 +148,7 @@ TEST(Threads, RunSuspendEndAndTellTheirCode) {
     EXPECT_EQ(id, 0u);
     EXPECT_EQ(code, 1u);
     EXPECT_TRUE(thread->Resume() && thread->Wait(10000) && thread->Wait(0));
-    EXPECT_TRUE(watch.expired());  // before the end shows
+    EXPECT_TRUE(watch.expired());  // before the end is visible
     EXPECT_TRUE(thread->GetExitCode(code));
     EXPECT_EQ(code, 0xFFFFFFFEU);
     EXPECT_NE(id, CurrentThreadId());
@@ -168,7 +168,7 @@ TEST(Threads, PriorityReachesTheSystem) {
         id = CurrentThreadId();
         static_cast<void>(gate->Wait(kWaitForever));
     });
-    EXPECT_TRUE(thread->SetPriority(-100));  // the lowest there is
+    EXPECT_TRUE(thread->SetPriority(-100));  // clamped to the lowest
     while (id == 0) SleepMilliseconds(1);
     EXPECT_EQ(getpriority(PRIO_PROCESS, id), 15);
     EXPECT_EQ(getpriority(PRIO_PROCESS, CurrentThreadId()), own);
@@ -187,7 +187,7 @@ TEST(Lock, AdmitsOneThreadAndWakesTheNext) {
                 for (int i = 0; i < kRounds; ++i) {
                     const std::lock_guard guard(counterLock);
                     const int before = counter;
-                    if (i % 100 == 0) SleepMilliseconds(1);  // long enough that others sleep
+                    if (i % 100 == 0) SleepMilliseconds(1);  // long enough for the others to sleep
                     counter = before + 1;
                 }
             });

@@ -1,3 +1,7 @@
+// The files of the two delta programs: reading an input whole, and writing an output atomically.
+//
+// A file layer apart from platform/, because these programs are built statically from the delta
+// room alone. POSIX only.
 #pragma once
 
 #include <string>
