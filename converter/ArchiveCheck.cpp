@@ -7,6 +7,8 @@
 #include "archive/Error.h"
 #include "converter/Console.h"
 
+namespace converter {
+
 namespace {
 
 [[nodiscard]] std::string Place(const archive::Finding& finding) {
@@ -41,3 +43,5 @@ bool IsWholeArchive(std::string_view path, Depth depth) {
     }
     return false;
 }
+
+}  // namespace converter

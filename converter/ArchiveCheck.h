@@ -3,8 +3,10 @@
 
 #include <string_view>
 
+namespace converter {
+
 enum class Depth {
-    Structure,  // the index, and that its records agree with the members' entries and places
+    Structure,  // the index; its records agree with the members' entries and places
     Content,    // the same, and that each content has its size and check sum
 };
 
@@ -12,3 +14,5 @@ enum class Depth {
 // archive, the first damaged place and the member there. An archive without an index is whole, with
 // a line that says so.
 [[nodiscard]] bool IsWholeArchive(std::string_view path, Depth depth);
+
+}  // namespace converter

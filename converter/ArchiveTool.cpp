@@ -1,4 +1,4 @@
-// The archive tool that the program carries. It is made before main and nothing here runs it: a
+// The archive tool that the program carries. It is constructed before main; nothing here runs it. A
 // host does, through its tool interface.
 #include "tools/archive/VArchive.h"
 

@@ -1,18 +1,26 @@
 #include "converter/Console.h"
 
 #include <cstdio>
+#include <initializer_list>
+
+namespace converter {
 
 namespace {
 
-void WriteText(std::FILE* stream, std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
+void Write(std::FILE* stream, std::initializer_list<std::string_view> texts) {
+    for (const std::string_view text : texts) std::fwrite(text.data(), 1, text.size(), stream);
 }
 
 }  // namespace
 
-void PrintLine(std::string_view text) {
-    WriteText(stdout, text);
-    WriteText(stdout, "\n");
+// Each line is flushed, so that a reader of a pipe sees a member as soon as it is done.
+void PrintLine(std::string_view text, std::string_view name) {
+    Write(stdout, {text, name, "\n"});
+    std::fflush(stdout);
+}
+
+void PrintQuoted(std::string_view text, std::string_view name) {
+    Write(stdout, {text, "\"", name, "\"\n"});
     std::fflush(stdout);
 }
 
@@ -22,15 +30,12 @@ bool AllLinesPrinted() {
     return false;
 }
 
-void PrintProblem(std::string_view text) {
-    WriteText(stderr, "VAConverter: ");
-    WriteText(stderr, text);
-    WriteText(stderr, "\n");
-}
+void PrintProblem(std::string_view text) { Write(stderr, {"VAConverter: ", text, "\n"}); }
 
 void PrintUsageHint() {
-    WriteText(
-        stderr,
-        "usage: VAConverter patchdiff OLD.va NEW.va FOLDER   makes FOLDER/OLD-diff.va\n"
-        "       VAConverter patchapply OLD.va PATCH.va -     makes OLD-tmp.va beside OLD.va\n");
+    Write(stderr,
+          {"usage: VAConverter patchdiff OLD.va NEW.va FOLDER   makes FOLDER/OLD-diff.va\n"
+           "       VAConverter patchapply OLD.va PATCH.va -     makes OLD-tmp.va beside OLD.va\n"});
 }
+
+}  // namespace converter

@@ -1,17 +1,25 @@
-// What the converter says. Standard output carries the fixed lines, each visible at once even when
-// it is redirected; anything else a person may want to know goes to standard error.
+// The converter's output. Standard output carries the fixed lines (FixedLines.h), each visible at
+// once even when it is redirected; anything else a person may want to know goes to standard error.
 #pragma once
 
 #include <string_view>
 
-// A line of standard output.
-void PrintLine(std::string_view text);
+namespace converter {
 
-// False, after a line on standard error, if any line of standard output could not be printed.
+// Prints a line of standard output: `text`, and the name that it ends in.
+void PrintLine(std::string_view text, std::string_view name = {});
+
+// The same with the name in double quotes.
+void PrintQuoted(std::string_view text, std::string_view name);
+
+// Returns false, after a line on standard error, if any line of standard output could not be
+// printed.
 [[nodiscard]] bool AllLinesPrinted();
 
-// A line of standard error, after "VAConverter: ".
+// Prints a line of standard error, after "VAConverter: ".
 void PrintProblem(std::string_view text);
 
-// How to call the program, on standard error: the fixed lines do not tell.
+// Prints on standard error how to call the program, which the fixed lines do not.
 void PrintUsageHint();
+
+}  // namespace converter

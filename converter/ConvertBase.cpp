@@ -1,31 +1,25 @@
 #include "converter/ConvertBase.h"
 
-#include <string>
+#include <utility>
 
 #include "KernelResource/ArchiveDatabases.h"
 #include "KernelStandard/File.h"
-#include "KernelStandard/FileFind.h"
 #include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
+#include "converter/FixedLines.h"
 #include "converter/InputArchive.h"
+#include "converter/Walk.h"
 #include "kernel/Paths.h"
 #include "platform/Directories.h"
 #include "platform/Processes.h"
 
+namespace converter {
+
 using namespace Vorn;
-
-namespace {
-
-// Stored names with "//", "/./" or "/../" lead to folders that are the same or another one.
-[[nodiscard]] bool IsOwnName(std::string_view name) {
-    return !name.empty() && name != "." && name != "..";
-}
-
-}  // namespace
 
 ConvertBase::~ConvertBase() { ReleaseArchiveDatabase(database_); }
 
-void ConvertBase::PrintUsage() { PrintLine("// TODO.Alden: Print usage"); }
+void ConvertBase::PrintUsage() { PrintLine(line::kUsage); }
 
 bool ConvertBase::Prepare(int argc, char** argv) {
     if (argc < 4) return false;
@@ -35,11 +29,11 @@ bool ConvertBase::Prepare(int argc, char** argv) {
 
     const char* path = argv[2];
     if (!FitsPath(path) || File::Exists(path) != RES_OK) {
-        PrintLine("Failed to find input archive \"" + std::string(path) + "\"");
+        PrintQuoted(line::kNoInputArchive, path);
         return false;
     }
     if (!HasExtension(path, "va") && !HasExtension(path, "pbk")) {
-        PrintLine(InvalidInputArchive(path));
+        PrintQuoted(line::kInvalidInputArchive, path);
         return false;
     }
     SetPath(inputArchivePath_, path);
@@ -68,27 +62,17 @@ void ConvertBase::OpenInput() {
 int ConvertBase::Run() { return ProcessFolder(""); }
 
 int ConvertBase::ProcessFolder(const char* folder) {
-    PathBuffer pattern{std::string_view(folder)};
-    AppendPathComponent(pattern, "*");
-    File::Find find;
-    if (!find.Open(pattern.c_str(), inputName_)) {
-        PrintLine("Unable to open search path \"" + std::string(find.Entry().Name()) + "\"");
-        return 1;
-    }
-    int result = 0;
-    do {
-        const FindEntry& entry = find.Entry();
-        PathBuffer path;
-        find.GetPath(path);
-        if (!IsOwnName(entry.Name())) {
-            PrintProblem("members below \"" + std::string(path.View()) +
-                         "\" cannot be opened by their names and are left out");
-            continue;
-        }
-        const bool isFolder = (entry.attributes & archive::kEntryDirectory) != 0;
-        result = isFolder ? ProcessFolder(path.c_str()) : ProcessFile(path.c_str());
-    } while (result != 1 && find.Next());
-    return result;
+    return WalkFolder(
+        inputName_, folder, [this](const char* path) { return ProcessFolder(path); },
+        [this](const char* path) { return ProcessFile(path); });
 }
 
 int ConvertBase::ProcessFile(const char* /*member*/) { return 0; }
+
+// The database first: it uses the mount.
+void ConvertBase::CloseInput() {
+    ReleaseArchiveDatabase(std::exchange(database_, nullptr));
+    Subst(inputName_, nullptr);
+}
+
+}  // namespace converter

@@ -1,11 +1,11 @@
 // A frame for programs that walk every member of one input archive.
 //
 // Prepare checks the command line, opens the archive's database and mounts the archive; Run walks
-// its folders depth-first and hands each member to ProcessFile. Results: 0 goes on, 1 stops the
+// its folders depth-first and hands each member to ProcessFile. Results: 0 continues, 1 stops the
 // walk; Run's is the exit code. Single-threaded. Nothing here throws: a failure is a line and a
 // result.
 //
-// The database mounts what it finds under the name: the archive in most cases. Where that is
+// The database mounts what it finds under the name, which is the archive in most cases. If it is
 // another file ("old.va" or the folder "old" beside "old.pbk"), only the archive that the command
 // line names stays mounted: members of both would end in the output.
 #pragma once
@@ -14,16 +14,18 @@
 #include "kernel/InternedString.h"
 #include "kernel/PathBuffer.h"
 
+namespace converter {
+
 class ConvertBase {
 public:
     ConvertBase() = default;
     ConvertBase(const ConvertBase&) = delete;
     ConvertBase& operator=(const ConvertBase&) = delete;
 
-    // The virtual operations, in slot order.
+    // The virtual operations. Their order is fixed.
     virtual ~ConvertBase();
     virtual void PrintUsage();
-    // Once, before Run. False when the command line or an archive is not usable; what is mounted
+    // Call once, before Run. False if the command line or an archive is not usable; what is mounted
     // by then stays mounted.
     [[nodiscard]] virtual bool Prepare(int argc, char** argv);
     [[nodiscard]] virtual int Run();
@@ -32,6 +34,9 @@ public:
     [[nodiscard]] virtual int ProcessFile(const char* member);
 
 protected:
+    // Releases the database and closes the mount.
+    void CloseInput();
+
     Vorn::PathBuffer programDir_;        // folder of the running program, no trailing separator
     Vorn::PathBuffer inputArchivePath_;  // as given
     Vorn::InternedString inputName_;     // mount name: file name without extension, lower case
@@ -40,3 +45,5 @@ protected:
 private:
     void OpenInput();
 };
+
+}  // namespace converter

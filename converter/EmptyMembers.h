@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace converter {
+
 class EmptyMembers {
 public:
     void Note(std::string_view member) {
@@ -24,3 +26,5 @@ private:
     std::uint32_t count_ = 0;
     std::string first_;
 };
+
+}  // namespace converter

@@ -5,6 +5,8 @@
 #include "patch/MD5.h"
 #include "platform/Files.h"
 
+namespace converter {
+
 namespace {
 
 constexpr std::size_t kReadBytes = 16384;
@@ -32,3 +34,5 @@ Vorn::InternedString FileDigest(const char* path) {
     digest.finalize();
     return Vorn::Intern(digest.hex_digest().get());
 }
+
+}  // namespace converter

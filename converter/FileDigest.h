@@ -3,6 +3,10 @@
 
 #include "kernel/InternedString.h"
 
+namespace converter {
+
 // Returns 32 lower-case hexadecimal digits of the file at `path`; the null handle if it cannot be
 // opened or read. Equal digests are the same interned string.
 [[nodiscard]] Vorn::InternedString FileDigest(const char* path);
+
+}  // namespace converter

@@ -1,5 +1,5 @@
-// Checking the archives that a command line names. They are mounted read-only: nothing is ever
-// written into an input, and none is created.
+// The archives that a command line names. They are mounted read-only: nothing is ever written into
+// an input, and none is created.
 #pragma once
 
 #include <string>
@@ -7,12 +7,22 @@
 
 #include "kernel/InternedString.h"
 
-// Whether a path is short enough for the kernel.
+namespace converter {
+
+// One of them, as an operation uses it.
+struct InputArchive {
+    Vorn::InternedString mount;
+    std::string path;  // as given
+};
+
+// Returns whether a path is short enough for the kernel.
 [[nodiscard]] bool FitsPath(std::string_view path);
 
-// What the file is that was mounted under a name.
 enum class InputKind { Archive, NoArchive, Unreadable };
-[[nodiscard]] InputKind KindOf(const Vorn::InternedString& mount);
+// Returns what the mounted file is.
+[[nodiscard]] InputKind KindOf(const InputArchive& input);
 
-// The line for an archive that is not usable.
-[[nodiscard]] std::string InvalidInputArchive(std::string_view path);
+// Returns whether a member can be opened by its name. Reads nothing of it.
+[[nodiscard]] bool Holds(const InputArchive& input, const char* member);
+
+}  // namespace converter

@@ -3,6 +3,7 @@
 
 #include "KernelResource/ResourceSystem.h"
 #include "converter/Console.h"
+#include "converter/FixedLines.h"
 #include "converter/PatchConverter.h"
 #include "kernel/InternedString.h"
 #include "services/Kernel.h"
@@ -23,16 +24,17 @@ int main(int argc, char** argv) {
     Vorn::StartResourceSystem(options.GetOptionList());
 
     if (argc < 3 || !IsOperation(argv[1])) {
-        PrintLine("// TODO.Alden: Print usage");
-        PrintUsageHint();
+        converter::PrintLine(converter::line::kUsage);
+        converter::PrintUsageHint();
         return 1;
     }
-    const std::unique_ptr<ConvertBase> converter = std::make_unique<PatchConverter>();
+    const std::unique_ptr<converter::ConvertBase> program =
+        std::make_unique<converter::PatchConverter>();
     int result = 1;
-    if (converter->Prepare(argc, argv)) {
-        result = converter->Run();
+    if (program->Prepare(argc, argv)) {
+        result = program->Run();
     } else {
-        converter->PrintUsage();
+        program->PrintUsage();
     }
-    return AllLinesPrinted() ? result : 1;
+    return converter::AllLinesPrinted() ? result : 1;
 }

@@ -5,7 +5,10 @@
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "archive/Crc32.h"
+#include "converter/Console.h"
 #include "converter/MemberCopy.h"
+
+namespace converter {
 
 using namespace Vorn;
 
@@ -32,10 +35,8 @@ namespace {
     return sum.Value();
 }
 
-}  // namespace
-
-bool AgreesWithCheckSum(const InternedString& mount, const char* member, const File& file,
-                        std::span<const std::byte> content) {
+[[nodiscard]] bool AgreesWithCheckSum(const InternedString& mount, const char* member,
+                                      const File& file, std::span<const std::byte> content) {
     const auto entry = EntryOf(mount, member);
     if (!entry || entry->crc == 0 || entry->crc == SumOf(content)) return true;
     const bool storedPlain = (entry->attributes & archive::kMemberCompressed) == 0;
@@ -48,3 +49,15 @@ bool AgreesWithCheckSum(const InternedString& mount, const char* member, const F
     return stored.Open(mount, member, kReadPlain) == RES_OK && bytes.ReadAll(stored) &&
            entry->crc == SumOf(bytes.Bytes());
 }
+
+}  // namespace
+
+bool IsIntact(const InputArchive& input, const char* member, const File& file,
+              std::span<const std::byte> content) {
+    if (AgreesWithCheckSum(input.mount, member, file, content)) return true;
+    PrintProblem('"' + input.path + "\" is damaged: the content of \"" + member +
+                 "\" does not match its check sum; fetch the archive again");
+    return false;
+}
+
+}  // namespace converter

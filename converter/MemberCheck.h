@@ -5,9 +5,14 @@
 #include <span>
 
 #include "KernelStandard/File.h"
-#include "kernel/InternedString.h"
+#include "converter/InputArchive.h"
 
-// Returns whether `content`, all of what `file` read, agrees with the check sum of the member that
-// it was opened from. A check sum of 0 counts as none and agrees with everything.
-[[nodiscard]] bool AgreesWithCheckSum(const Vorn::InternedString& mount, const char* member,
-                                      const Vorn::File& file, std::span<const std::byte> content);
+namespace converter {
+
+// Returns whether `content`, all of what `file` read of a member of `input`, agrees with the
+// member's check sum; false after a line on standard error. A check sum of 0 means "not recorded"
+// and agrees with everything.
+[[nodiscard]] bool IsIntact(const InputArchive& input, const char* member, const Vorn::File& file,
+                            std::span<const std::byte> content);
+
+}  // namespace converter

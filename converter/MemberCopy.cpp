@@ -5,10 +5,13 @@
 
 #include "converter/Console.h"
 
+namespace converter {
+
 using namespace Vorn;
 
 namespace {
 
+// Fixed: longer members are compressed.
 constexpr std::size_t kLargestPlainMember = 1024;
 constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
 constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
@@ -48,13 +51,9 @@ bool StoreMember(const InternedString& mount, const char* name,
     return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember, content);
 }
 
-bool CopyOpenFile(const InternedString& mount, const char* name, File& source) {
-    MemberContent content;
-    return source.IsOpen() && content.ReadAll(source) && StoreMember(mount, name, content.Bytes());
+bool ReadFile(const char* path, MemberContent& content) {
+    File file;
+    return file.Open(InternedString(), path, kReadPlain) == RES_OK && content.ReadAll(file);
 }
 
-bool CopyFileToMember(const char* path, const InternedString& mount, const char* name) {
-    File source;
-    return source.Open(InternedString(), path, kReadPlain) == RES_OK &&
-           CopyOpenFile(mount, name, source);
-}
+}  // namespace converter

@@ -1,7 +1,4 @@
-// Reading members whole, and copying them between archives and the file system.
-//
-// A mount name says where a member is; the null handle means the file system. What cannot be read
-// or written is named on standard error.
+// Reading and writing members whole. What cannot be read or written is named on standard error.
 #pragma once
 
 #include <cstddef>
@@ -12,11 +9,13 @@
 #include "KernelStandard/File.h"
 #include "kernel/InternedString.h"
 
+namespace converter {
+
 // The content of one member.
 class MemberContent {
 public:
-    // Reads all of an open file. False when there is no memory for it or it cannot be read whole.
-    // The memory is not touched before content is there to fill it.
+    // Reads all of an open file. False if there is no memory for it or it cannot be read whole. The
+    // memory is not touched before content is there to fill it: a size may be a false claim.
     [[nodiscard]] bool ReadAll(Vorn::File& file);
 
     [[nodiscard]] std::span<const std::byte> Bytes() const { return {bytes_.get(), size_}; }
@@ -26,21 +25,17 @@ private:
     std::uint32_t size_ = 0;
 };
 
-// Writes a whole file or member. False when it is not complete and closed.
+// Writes a whole member. False if it is not complete and closed.
 [[nodiscard]] bool WriteWhole(const Vorn::InternedString& mount, const char* name,
                               Vorn::FileMode mode, std::span<const std::byte> content);
 
-// Stores content as a member: compressed when it is longer than 1,024 bytes, plain otherwise.
-// Without content it succeeds and makes no member. Short content that begins like a compressed
-// stream is compressed too: stored plain it would read back as what the stream holds.
+// Stores content as a member: compressed if it is longer than 1,024 bytes, plain otherwise. Without
+// content it succeeds and makes no member. Short content that begins like a compressed stream is
+// compressed too: stored plain, it would read back as what the stream holds.
 [[nodiscard]] bool StoreMember(const Vorn::InternedString& mount, const char* name,
                                std::span<const std::byte> content);
 
-// Copies an open file to a member, as StoreMember does.
-[[nodiscard]] bool CopyOpenFile(const Vorn::InternedString& mount, const char* name,
-                                Vorn::File& source);
+// Reads a whole file of the file system, byte for byte, also if it begins like a compressed stream.
+[[nodiscard]] bool ReadFile(const char* path, MemberContent& content);
 
-// The same for a file of the file system. It is taken byte for byte, also when it begins like a
-// compressed stream.
-[[nodiscard]] bool CopyFileToMember(const char* path, const Vorn::InternedString& mount,
-                                    const char* name);
+}  // namespace converter

@@ -4,9 +4,13 @@
 
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
+#include "converter/Console.h"
+#include "converter/RunLock.h"
 #include "kernel/Exceptions.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
+
+namespace converter {
 
 using namespace Vorn;
 
@@ -21,18 +25,33 @@ namespace {
 
 }  // namespace
 
-bool OutputArchive::Create(const InternedString& mount, const std::string& path) {
-    const bool removed = platform::RemoveFile(path.c_str());
-    if (!removed && platform::GetEntryKind(path.c_str()) != platform::EntryKind::None) return false;
-    try {
-        Subst(mount, path.c_str(), true);
-    } catch (const FileEx&) {
-        return false;
+bool LockOutput(platform::PathLock& lock, const std::string& path) {
+    const std::string lockFile = path + ".lock";
+    if (WaitForLock(lock, lockFile,
+                    "another run is writing \"" + path + "\"; waiting for it to end")) {
+        return true;
     }
-    mount_ = mount;
-    path_ = path;
-    unfinished_ = true;
-    return true;
+    PrintProblem("cannot create \"" + path + "\": cannot create \"" + lockFile +
+                 "\" beside it; make its folder writable");
+    return false;
+}
+
+bool OutputArchive::Create(const InternedString& mount, const std::string& path) {
+    const std::string part = path + kPartEnding;
+    const bool removed = platform::RemoveFile(part.c_str());
+    if (removed || platform::GetEntryKind(part.c_str()) == platform::EntryKind::None) {
+        try {
+            Subst(mount, part.c_str(), true);
+            mount_ = mount;
+            path_ = part;
+            unfinished_ = true;
+            return true;
+        } catch (const FileEx&) {
+            // The line below has the path, which the exception has not.
+        }
+    }
+    PrintProblem("cannot create \"" + part + '"');
+    return false;
 }
 
 bool OutputArchive::Complete() {
@@ -40,7 +59,9 @@ bool OutputArchive::Complete() {
     const bool complete =
         static_cast<FileSubArchive&>(*FileSubstList::Instance().TopBackend(mount_)).Complete();
     CloseMount();
-    return complete && CommitFile(path_);
+    if (complete && CommitFile(path_)) return true;
+    PrintProblem("cannot complete \"" + path_ + '"');
+    return false;
 }
 
 bool OutputArchive::MoveTo(const std::string& path) {
@@ -71,3 +92,5 @@ void OutputArchive::Discard() {
 void OutputArchive::CloseMount() {
     if (mount_) Subst(std::exchange(mount_, InternedString()), nullptr);
 }
+
+}  // namespace converter

@@ -10,24 +10,34 @@
 #include "platform/Processes.h"
 #include "platform/Threads.h"
 
+namespace converter {
+
 namespace {
 
+// Fixed: where the programs are, from the converter's folder.
 constexpr std::string_view kDiffProgram = "\\..\\..\\tools\\NorvanePatch\\bin\\vdiffl-w32.exe";
 constexpr std::string_view kPatchProgram = "\\vpatchl-w32.exe";
 constexpr std::uint32_t kPollMilliseconds = 200;
 
-// Starts a program with arguments in quotes. The format of the command line is fixed.
-[[nodiscard]] bool StartProgram(platform::Process& process, std::string line,
+// Starts the program at `program` with arguments in quotes; a line names one that cannot be
+// started. The format of the command line is fixed.
+[[nodiscard]] bool StartProgram(platform::Process& process, const char* which, std::string program,
                                 std::initializer_list<std::string_view> arguments,
                                 platform::Console console) {
-    // Its path has no quotes: without the program, one whose name ends at a blank would be run.
-    if (!platform::Exists(line.c_str())) return false;
-    for (const std::string_view argument : arguments) {
-        line += " \"";
-        std::ranges::replace_copy(argument, std::back_inserter(line), '\\', '/');
-        line += '"';
+    // The path has no quotes: without the program, one whose name ends at a blank would be run.
+    if (platform::Exists(program.c_str())) {
+        std::string line = program;
+        for (const std::string_view argument : arguments) {
+            line += " \"";
+            std::ranges::replace_copy(argument, std::back_inserter(line), '\\', '/');
+            line += '"';
+        }
+        if (process.Start(line.c_str(), console)) return true;
     }
-    return process.Start(line.c_str(), console);
+    std::ranges::replace(program, '\\', '/');
+    PrintProblem(std::string("cannot start the ") + which + " program; expected at \"" + program +
+                 '"');
+    return false;
 }
 
 }  // namespace
@@ -55,7 +65,7 @@ bool FitsCommandLine(std::string_view path) { return path.find('"') == std::stri
 bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::string_view newFile,
                     std::string_view diffFile) {
     platform::Process process;
-    if (!StartProgram(process, std::string(programDir).append(kDiffProgram),
+    if (!StartProgram(process, "diff", std::string(programDir).append(kDiffProgram),
                       {oldFile, newFile, diffFile}, platform::Console::None)) {
         return false;
     }
@@ -66,7 +76,7 @@ bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::
 bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
                      std::string_view diffFile, std::string_view outFile, std::uint32_t& exitCode) {
     platform::Process process;
-    if (!StartProgram(process, std::string(programDir).append(kPatchProgram),
+    if (!StartProgram(process, "patch", std::string(programDir).append(kPatchProgram),
                       {oldFile, diffFile, outFile}, platform::Console::Shared)) {
         return false;
     }
@@ -77,3 +87,5 @@ bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
     }
     return true;
 }
+
+}  // namespace converter

@@ -9,22 +9,27 @@
 #include <string>
 #include <string_view>
 
+namespace converter {
+
 // Deletes what an earlier run left at the path of a program's output, so that it is not mistaken
-// for the output when the program writes none. False, after a line on standard error, if it stays.
+// for the output if the program writes none. False, after a line on standard error, if it stays.
 [[nodiscard]] bool DeleteEarlierOutput(const std::string& path);
 
-// Whether a file is what a diff program that was killed leaves beside its output.
+// Returns whether a file is what a diff program that was killed leaves beside its output.
 [[nodiscard]] bool IsDiffProgramTemporary(std::string_view fileName);
 
-// Whether a path can stand between double quotes on a command line.
+// Returns whether a path can be put in double quotes on a command line.
 [[nodiscard]] bool FitsCommandLine(std::string_view path);
 
 // Runs the diff program, found two folders above `programDir`; its exit code is not looked at.
-// False when it cannot be started.
+// False, after a line, if it cannot be started.
 [[nodiscard]] bool RunDiffProgram(std::string_view programDir, std::string_view oldFile,
                                   std::string_view newFile, std::string_view diffFile);
 
-// Runs the patch program in `programDir` and gives its exit code. False when it cannot be started.
+// Runs the patch program in `programDir` and sets its exit code. False, after a line, if it cannot
+// be started.
 [[nodiscard]] bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
                                    std::string_view diffFile, std::string_view outFile,
                                    std::uint32_t& exitCode);
+
+}  // namespace converter

@@ -5,6 +5,8 @@
 #include "platform/Clock.h"
 #include "platform/Terminal.h"
 
+namespace converter {
+
 namespace {
 
 constexpr std::uint32_t kIntervalMilliseconds = 250;
@@ -27,3 +29,5 @@ void Progress::Step() {
     lastShown_ = now;
     std::fprintf(stderr, "\r%u members\033[K", members_);
 }
+
+}  // namespace converter

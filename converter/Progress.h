@@ -3,8 +3,10 @@
 
 #include <cstdint>
 
-// Silent unless standard error is a terminal and standard output, whose lines tell the same, is
-// not.
+namespace converter {
+
+// Shows nothing unless standard error is a terminal and standard output is not: there the lines of
+// the members show the same.
 class Progress {
 public:
     Progress();
@@ -13,7 +15,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // One more member is done.
+    // Counts one more member.
     void Step();
 
 private:
@@ -21,3 +23,5 @@ private:
     std::uint32_t members_ = 0;
     std::uint32_t lastShown_ = 0;  // tick, milliseconds
 };
+
+}  // namespace converter

@@ -3,6 +3,8 @@
 #include "converter/Console.h"
 #include "platform/Clock.h"
 
+namespace converter {
+
 namespace {
 
 constexpr std::uint32_t kRetryMilliseconds = 100;
@@ -20,3 +22,5 @@ bool WaitForLock(platform::PathLock& lock, const std::string& path, const std::s
         platform::SleepMilliseconds(kRetryMilliseconds);
     }
 }
+
+}  // namespace converter

@@ -1,11 +1,15 @@
-// Keeps runs of the converter apart that would use the same files.
+// Makes runs of the converter that would use the same files wait for each other.
 #pragma once
 
 #include <string>
 
 #include "platform/PathLock.h"
 
-// Takes a lock; while another run holds it, waits, after a line `problem` on standard error. False
-// when it cannot be taken at all.
+namespace converter {
+
+// Takes a lock. While another run holds it, prints `problem` once on standard error and waits.
+// False if it cannot be taken at all.
 [[nodiscard]] bool WaitForLock(platform::PathLock& lock, const std::string& path,
                                const std::string& problem);
+
+}  // namespace converter

@@ -9,6 +9,8 @@
 #include "platform/Directories.h"
 #include "platform/Files.h"
 
+namespace converter {
+
 WorkFiles::~WorkFiles() {
     if (!private_) return;
     // The patch program may have left temporary files too.
@@ -25,7 +27,7 @@ bool WorkFiles::Open(std::string_view programDir) {
     folder_ = programDir;
     if (WaitForLock(lock_, Path("VAConverter.lock"),
                     "another run is using the program folder; waiting for it to end")) {
-        // A killed run left them, and this one may need none.
+        // This run may need none, and would leave them.
         Delete({kSourceFile, kTargetFile, kDiffFile, kOutFile});
         return true;
     }
@@ -64,3 +66,5 @@ bool WorkFiles::Write(const char* name, std::span<const std::byte> content) cons
 void WorkFiles::Delete(std::initializer_list<const char*> names) const {
     for (const char* name : names) (void)platform::RemoveFile(Path(name).c_str());
 }
+
+}  // namespace converter

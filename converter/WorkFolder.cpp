@@ -3,11 +3,28 @@
 #include <algorithm>
 #include <ranges>
 
+#include "converter/Console.h"
+#include "kernel/Paths.h"
 #include "platform/Directories.h"
+
+namespace converter {
+
+using namespace Vorn;
 
 namespace {
 
 using platform::EntryKind;
+
+using IsLeftover = WorkFolder::IsLeftover;
+
+// What a folder holds. Folders count as leftovers; a link does not, and neither does a name with a
+// separator of this system's paths.
+struct FolderContent {
+    std::vector<std::string> leftovers;  // full paths
+    std::vector<std::string> folders;    // full paths, the searched one included; parents first
+    std::string
+        foreign;  // the first thing that is not a leftover, where the search ended; or empty
+};
 
 // False when the search ends: at something foreign, or at a folder that cannot be read.
 [[nodiscard]] bool Search(const std::string& folder, const std::string& below,
@@ -35,6 +52,27 @@ using platform::EntryKind;
            });
 }
 
+[[nodiscard]] FolderContent SearchFolder(const std::string& folder, const IsLeftover& isLeftover) {
+    FolderContent content;
+    switch (platform::GetEntryKind(folder.c_str())) {
+        case EntryKind::None:
+            break;
+        case EntryKind::Directory:
+            (void)Search(folder, {}, isLeftover, content);
+            break;
+        default:
+            content.foreign = folder;
+    }
+    return content;
+}
+
+void DeleteLeftovers(const FolderContent& content) {
+    for (const std::string& file : content.leftovers) (void)platform::RemoveFile(file.c_str());
+    for (const std::string& folder : content.folders | std::views::reverse) {
+        (void)platform::RemoveEmptyDirectory(folder.c_str());
+    }
+}
+
 }  // namespace
 
 bool MadeFolders::Make(const std::string& path) {
@@ -59,23 +97,41 @@ void MadeFolders::DeleteEmpty() {
     made_.clear();
 }
 
-FolderContent SearchFolder(const std::string& folder, const IsLeftover& isLeftover) {
-    FolderContent content;
-    switch (platform::GetEntryKind(folder.c_str())) {
-        case EntryKind::None:
-            break;
-        case EntryKind::Directory:
-            (void)Search(folder, {}, isLeftover, content);
-            break;
-        default:
-            content.foreign = folder;
-    }
-    return content;
+PathBuffer WorkFolder::PathOf(std::string_view name) const {
+    PathBuffer path = path_;
+    AppendPathComponent(path, name);
+    return path;
 }
 
-void DeleteLeftovers(const FolderContent& content) {
-    for (const std::string& file : content.leftovers) (void)platform::RemoveFile(file.c_str());
-    for (const std::string& folder : content.folders | std::views::reverse) {
-        (void)platform::RemoveEmptyDirectory(folder.c_str());
+bool WorkFolder::Clear() const {
+    const std::string folder(path_.View());
+    const FolderContent content = SearchFolder(folder, isLeftover_);
+    if (content.foreign.empty()) {
+        DeleteLeftovers(content);
+        return true;
+    }
+    PrintProblem("the working folder \"" + folder +
+                 "\" would be deleted and holds other files: \"" + content.foreign +
+                 "\"; move them away or name another output folder");
+    return false;
+}
+
+bool WorkFolder::MakeFolder(std::string_view folder) {
+    const std::string path(PathOf(folder).View());
+    if (made_.Make(path)) return true;
+    PrintProblem("cannot create the folder \"" + path + '"');
+    return false;
+}
+
+void WorkFolder::Delete() {
+    made_.DeleteEmpty();
+    const std::string folder(path_.View());
+    if (!platform::Exists(folder.c_str())) return;
+    // A diff program that was killed left something.
+    DeleteLeftovers(SearchFolder(folder, isLeftover_));
+    if (platform::Exists(folder.c_str())) {
+        PrintProblem("the working folder \"" + folder + "\" is not empty and stays");
     }
 }
+
+}  // namespace converter

@@ -4,9 +4,14 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-// Folders that a run makes. Those that are empty in the end are deleted with the object; what was
+#include "kernel/PathBuffer.h"
+
+namespace converter {
+
+// Folders that a run makes. Those that are empty at the end are deleted with the object; what was
 // there before stays.
 class MadeFolders {
 public:
@@ -15,26 +20,38 @@ public:
     MadeFolders& operator=(const MadeFolders&) = delete;
     ~MadeFolders() { DeleteEmpty(); }
 
-    // Makes a folder and those on the way to it. False when it is not there afterwards.
+    // Makes a folder and its missing parents. False if it is not there afterwards.
     [[nodiscard]] bool Make(const std::string& path);
     void DeleteEmpty();
 
 private:
-    std::vector<std::string> made_;  // each after those on the way to it
+    std::vector<std::string> made_;  // each after its parents
 };
 
-// Whether a file may be deleted. Its path is relative to the searched folder, '/' between
-// components.
-using IsLeftover = std::function<bool(std::string_view file)>;
+class WorkFolder {
+public:
+    // Returns whether a file may be deleted. Its path is relative to the folder, '/' between
+    // components.
+    using IsLeftover = std::function<bool(std::string_view file)>;
 
-// What a folder holds. Folders pass for leftovers; a link, and a name that holds a separator of
-// this system's paths, does not.
-struct FolderContent {
-    std::vector<std::string> leftovers;  // full paths
-    std::vector<std::string> folders;    // full paths, the searched one included; before their own
-    std::string foreign;  // the first thing that is no leftover, where the search ended; or empty
+    // Call before the others.
+    void SetPath(const Vorn::PathBuffer& path) { path_ = path; }
+    void SetLeftovers(IsLeftover isLeftover) { isLeftover_ = std::move(isLeftover); }
+
+    // Returns the path of something in the folder. Throws FileEx if that does not fit.
+    [[nodiscard]] Vorn::PathBuffer PathOf(std::string_view name) const;
+
+    // Deletes what a killed run left. False, after a line, if the folder holds something else.
+    [[nodiscard]] bool Clear() const;
+    // Makes a folder below it, or itself for an empty name. False after a line.
+    [[nodiscard]] bool MakeFolder(std::string_view folder);
+    // Deletes the folder, unless something else is in it.
+    void Delete();
+
+private:
+    Vorn::PathBuffer path_;
+    IsLeftover isLeftover_;
+    MadeFolders made_;
 };
-[[nodiscard]] FolderContent SearchFolder(const std::string& folder, const IsLeftover& isLeftover);
 
-// Deletes the leftovers, and the folders that are empty then.
-void DeleteLeftovers(const FolderContent& content);
+}  // namespace converter

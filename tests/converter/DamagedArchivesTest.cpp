@@ -64,7 +64,7 @@ private:
         SCOPED_TRACE(outcome.problems);
         if (outcome.exitCode == 0 && !outcome.problems.empty()) {
             // A file that is no archive changes nothing, and a line says so.
-            EXPECT_THAT(outcome.problems, HasSubstr("\"patch.va\" is no archive"));
+            EXPECT_THAT(outcome.problems, HasSubstr("\"patch.va\" is not an archive"));
             EXPECT_EQ(outcome.lines.size(), 7U);
             ExpectSameContent("old-tmp.va", "old.va");
         } else if (outcome.exitCode == 0) {

@@ -8,10 +8,10 @@ namespace {
 TEST(FileDigest, FileIsFoundByEverySeparatorAndReadWhole) {
     const TempFolder folder;
     folder.Write("in/some", std::string(100'000, 'x'));
-    EXPECT_EQ(FileDigest(folder.Path("in\\some").c_str()),
+    EXPECT_EQ(converter::FileDigest(folder.Path("in\\some").c_str()),
               Intern("d5816f35916d1d9482fb0f1ec201101d"));
-    EXPECT_FALSE(FileDigest(folder.Path("in/none").c_str()));
-    EXPECT_FALSE(FileDigest(folder.Path("in").c_str()));
+    EXPECT_FALSE(converter::FileDigest(folder.Path("in/none").c_str()));
+    EXPECT_FALSE(converter::FileDigest(folder.Path("in").c_str()));
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ TEST_F(PatchApplying, NewArchiveIsRebuiltBesideTheOldOne) {
     ASSERT_EQ(diff.exitCode, 0);
     EXPECT_EQ(diff.problems,
               "VAConverter: 2 members without content (the first is \"empty\") cannot be stored; "
-              "patchapply will leave them out of the new archive\n");
+              "patchapply will omit them from the new archive\n");
     const std::string before = folder_.Read("old.va") + folder_.Read("out/old-diff.va");
     const auto programs = Tree("my app");
 
@@ -44,7 +44,7 @@ TEST_F(PatchApplying, NewArchiveIsRebuiltBesideTheOldOne) {
     EXPECT_EQ(
         outcome.problems,
         "VAConverter: 2 members without content (the first is \"empty\") cannot be stored and "
-        "are left out of the new archive\n");
+        "are omitted from the new archive\n");
     Content expected(after.begin(), after.end());
     expected.erase("empty");  // empty members are not stored
     expected.erase("emptied");
@@ -74,9 +74,9 @@ TEST_F(PatchApplying, ProgramNamedLikeTheBeginningOfTheFolderIsNotRun) {
     EXPECT_EQ(Apply().exitCode, 0);
     ExpectSameContent("old-tmp.va", "new.va");
     for (const std::string& program : {bin_ + "/vpatchl-w32.exe", diff_}) Replace(program, "");
-    EXPECT_THAT(Apply().problems, HasSubstr("cannot start the patch program"));
+    EXPECT_THAT(Apply().problems, HasSubstr("cannot start the patch program; expected at \""));
     Replace("out/old-diff.va", "");
-    EXPECT_THAT(Diff().problems, HasSubstr("cannot start the diff program"));
+    EXPECT_THAT(Diff().problems, HasSubstr("cannot start the diff program; expected at \""));
     EXPECT_FALSE(folder_.Has("ran"));
 }
 
@@ -138,8 +138,8 @@ TEST_F(HandWrittenPatch, WithoutListsChangesNothingAndUnreadableIsRefused) {
     fs::create_directory(folder_.Path("folder.va"));
     const Table<const char*, int, const char*> rows = {
         {"one.va", 0, "has no list \"addedFiles.txt\""},
-        {"empty.va", 0, "\"empty.va\" is no archive"},
-        {"text.va", 0, "\"text.va\" is no archive"},
+        {"empty.va", 0, "\"empty.va\" is not an archive"},
+        {"text.va", 0, "\"text.va\" is not an archive"},
         {"folder.va", 1, "\"folder.va\" cannot be read"},
         {"cut.va", 1, "member \"deletedFiles.txt\": "}};
     for (const auto& [patch, exitCode, problem] : rows) {

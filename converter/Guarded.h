@@ -1,0 +1,24 @@
+// Keeps what the kernel throws inside the converter, whose operations print a line and fail.
+#pragma once
+
+#include <exception>
+
+#include "converter/Console.h"
+#include "kernel/Exceptions.h"
+
+namespace converter {
+
+// Returns what `step` returns; `failed`, after a line on standard error, if it throws.
+template <typename Result, typename Step>
+[[nodiscard]] Result Guarded(Result failed, Step step) {
+    try {
+        return step();
+    } catch (const Vorn::Exception& error) {
+        PrintProblem(error.GetReason());
+    } catch (const std::exception& error) {
+        PrintProblem(error.what());
+    }
+    return failed;
+}
+
+}  // namespace converter
