@@ -16,11 +16,11 @@ constexpr std::uint32_t kFromChunk = 0x80000000U;
 constexpr std::uint64_t kMaxClass = kFromChunk - 1;
 constexpr std::size_t kLocks = 16;
 
-// In memory a block is wider than it is counted: its header fills a whole step, so that the
-// caller's pointer is aligned for a pointer of this system.
+// The counted header has 4 bytes; this one fills a whole step, so that the caller's pointer is
+// aligned to 8 bytes. Counts and statistics keep the fixed arithmetic of 4 bytes.
 struct Header {
     std::uint32_t padding;
-    std::uint32_t sizeClass;  // bit 31: carved from a chunk
+    std::uint32_t sizeClass;  // bit 31 is set for a block carved from a chunk
 };
 static_assert(sizeof(Header) == kStep);
 
@@ -28,7 +28,7 @@ struct FreeBlock {
     FreeBlock* next;
 };
 
-// Chunks hang together so that none is ever out of reach.
+// Chunks are linked only to stay reachable: without it a leak checker would report each one.
 struct Chunk {
     Chunk* next;
 };
@@ -65,7 +65,7 @@ void* FromHeap(std::size_t size) {
     return memory;
 }
 
-// Makes a block at `memory`; the address is the caller's.
+// Writes a block's header at `memory` and returns the address after it, which the caller gets.
 void* StampBlock(void* memory, std::uint32_t header) {
     return new (memory) Header{.padding = 0, .sizeClass = header} + 1;
 }
@@ -83,7 +83,7 @@ void Refill(ClassList& list, std::uint32_t sizeClass) {
     auto* memory = static_cast<std::byte*>(FromHeap(sizeof(Chunk) + count * size));
     list.chunks = new (memory) Chunk{list.chunks};
     std::byte* const blocks = memory + sizeof(Chunk);
-    for (std::size_t i = count; i-- > 0;) {  // the lowest address is handed out first
+    for (std::size_t i = count; i-- > 0;) {  // downwards: the lowest address is handed out first
         Push(list, StampBlock(blocks + i * size, sizeClass | kFromChunk));
     }
 }
@@ -110,7 +110,7 @@ void* NewLarge(std::uint64_t sizeClass) {
 }  // namespace
 
 void* New(std::size_t size) {
-    // Above this no class fits the header; and the rounding below must not wrap.
+    // A larger size has no class that fits the header, and would overflow the rounding below.
     if (size > kMaxClass * kStep) OutOfMemory();
     const std::uint64_t sizeClass = SizeClass(size);
     return sizeClass < kSmallClasses ? NewSmall(static_cast<std::uint32_t>(sizeClass))

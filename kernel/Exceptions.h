@@ -1,7 +1,7 @@
-// What the kernel throws for misuse and unrecoverable errors.
+// The exceptions that the kernel throws for misuse and unrecoverable errors.
 //
-// An exception carries the source file (by its module path, such as "KernelStandard/File"), the
-// line, a reason and its class name. Objects are self-contained: copying never fails.
+// An exception holds the source file (as a module path, such as "KernelStandard/File"), the line, a
+// reason and its class name. All of it is inside the object, so copying never fails.
 #pragma once
 
 #include <array>
@@ -27,7 +27,7 @@ public:
     [[nodiscard]] int GetLine() const { return line_; }
 
 protected:
-    // The form whose reason is formatted afterwards.
+    // Leaves the reason empty, for FormatReason.
     Exception(const char* file, int line);
 
     // Sets the reason printf-style, cut to 255 characters.
@@ -42,11 +42,11 @@ private:
     const char* file_ = "";
 };
 
-// Errors of the file layer.
+// Thrown by the file layer.
 class FileEx : public Exception {
 public:
     FileEx(const char* file, int line, const char* reason) : Exception(file, line, reason) {}
-    // The reason formatted printf-style.
+    // Makes an exception with a printf-style reason, cut to 255 characters.
     [[nodiscard]] static FileEx Formatted(const char* file, int line, const char* format, ...)
         __attribute__((format(printf, 3, 4)));
     [[nodiscard]] const char* GetClassName() const override { return "File"; }

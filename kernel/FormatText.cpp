@@ -11,7 +11,7 @@ constexpr std::size_t kHeapLimit = 134217728;
 }  // namespace
 
 FormattedText::FormattedText(const char* format, std::va_list arguments) {
-    std::va_list again;
+    std::va_list again;  // the first pass uses `arguments` up
     va_copy(again, arguments);
     const int needed = std::vsnprintf(stack_.data(), stack_.size(), format, arguments);
     const std::size_t length = needed < 0 ? 0 : static_cast<std::size_t>(needed);

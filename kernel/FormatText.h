@@ -9,9 +9,9 @@
 
 namespace Vorn {
 
-// Holds one formatted text. Results under 1,024 bytes stay on the stack; longer ones take a heap
-// buffer of 32,768 bytes or 4, 16, 64, 256 or 1,024 times that. What fits none of them, and what
-// the C library refuses to format, gives the empty text.
+// Holds one formatted text. Results under 1,024 bytes stay on the stack; longer ones use a heap
+// buffer of 32,768 bytes or 4, 16, 64, 256 or 1,024 times that. A result that fits none of these,
+// or that the C library refuses to format, is the empty text.
 class FormattedText {
 public:
     FormattedText(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));

@@ -22,7 +22,7 @@ namespace Vorn {
 }
 
 // Returns the order of two texts whose bytes `lower` folds: below 0, 0 or above 0. Folded bytes
-// compare as unsigned values, and the beginning of a text sorts before the text.
+// compare as unsigned values, and a prefix sorts before the longer text.
 template <typename Lower>
 [[nodiscard]] int CompareFolded(std::string_view a, std::string_view b, const Lower& lower) {
     const std::size_t shared = std::min(a.size(), b.size());

@@ -1,4 +1,4 @@
-// A path as the kernel passes it about: at most 259 bytes and a NUL in a buffer of 260.
+// The kernel's path buffer: at most 259 bytes and a NUL.
 #pragma once
 
 #include <array>
@@ -10,14 +10,14 @@ namespace Vorn {
 
 inline constexpr std::size_t kMaxPath = 260;
 
-// What the path helpers work on: its size is in its type.
+// The parameter type of the path helpers, which has the size in its type.
 using PathSpan = std::span<char, kMaxPath>;
 
 class PathBuffer {
 public:
     PathBuffer() noexcept = default;
 
-    // Throws FileEx when `text` does not fit.
+    // Throws FileEx if `text` does not fit.
     explicit PathBuffer(std::string_view text);
 
     operator PathSpan() noexcept { return PathSpan(text_); }  // NOLINT(google-explicit-constructor)
@@ -30,8 +30,8 @@ private:
     std::array<char, kMaxPath> text_{};
 };
 
-// Copies `text` and a NUL into `buffer`: the one place where a path enters a buffer. Throws FileEx
-// when it does not fit, and leaves the buffer as it was.
+// Copies `text` and a NUL into `buffer`. All writes of paths to buffers go through here. Throws
+// FileEx and leaves the buffer unchanged if the text does not fit.
 void SetPath(PathSpan buffer, std::string_view text);
 
 }  // namespace Vorn

@@ -18,7 +18,7 @@ std::string_view View(PathSpan buffer) {
     return {buffer.data(), BoundedLength(buffer.data(), buffer.size() - 1)};
 }
 
-// Where the file name of `path` begins.
+// Returns where the file name of `path` begins.
 std::size_t FileNameStart(std::string_view path) {
     const std::size_t end = path.find_last_of(kComponentEnds);
     return end == kNone ? 0 : end + 1;
@@ -34,7 +34,7 @@ std::string_view WithoutDot(std::string_view extension) {
     return extension;
 }
 
-// Whether nothing but a drive prefix and one separator is left to take a component from.
+// True if at most a drive prefix and one separator are left, so that ".." has nothing to remove.
 bool IsFolded(std::string_view path) {
     if (path.size() >= 2 && path[1] == ':') path.remove_prefix(2);
     if (!path.empty() && IsSeparator(path.front())) path.remove_prefix(1);

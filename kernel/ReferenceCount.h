@@ -1,9 +1,9 @@
-// Base of objects that are shared by counting their users.
+// Base of reference-counted objects, and the pointer that holds them.
 //
-// An object begins without users and destroys itself when the last one releases it. Held through
-// RefPtr. Everything stands in this header: a plug-in library uses it without linking the kernel.
+// An object is made with a count of 0 and destroys itself when the last reference is released. The
+// header is complete in itself: a plug-in library uses it without linking the kernel.
 //
-// Threads: users may come and go on any thread.
+// Threads: references may be taken and released on any thread.
 #pragma once
 
 #include <atomic>
@@ -18,7 +18,7 @@ public:
     ReferenceCount(const ReferenceCount&) = delete;
     ReferenceCount& operator=(const ReferenceCount&) = delete;
 
-    // Ends the object in the module that made it, which has its own idea of the heap.
+    // Virtual, so that the module that made the object deletes it: modules may have heaps apart.
     virtual void Destroy() { delete this; }
     virtual ~ReferenceCount() = default;
 
@@ -31,7 +31,7 @@ private:
     std::atomic<std::uint32_t> references_ = 0;
 };
 
-// A user of an object that has AddRef and Release, or of none.
+// Holds one reference to an object that has AddRef and Release, or is null.
 template <typename T>
 class RefPtr {
 public:

@@ -1,4 +1,4 @@
-// What a result code is called and says. The codes of one kind are a table of these by number.
+// The names and texts of result codes, in a table per kind of code, indexed by its number.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@ struct ResultText {
     const char* text;  // for messages; empty for success
 };
 
-// The row of `code`; a code outside the table reads as `fallback`.
+// Returns the row of `code`, or that of `fallback` for a code outside the table.
 template <std::size_t size>
 [[nodiscard]] constexpr const ResultText& DescribeResult(const std::array<ResultText, size>& table,
                                                          int code, int fallback) {

@@ -30,7 +30,7 @@ struct State {
     }
 };
 
-// At most 8 bytes, little-endian.
+// Loads at most 8 bytes, little-endian.
 std::uint64_t LoadWord(std::string_view bytes) noexcept {
     std::uint64_t word = 0;
     for (std::size_t i = bytes.size(); i-- > 0;) {

@@ -1,5 +1,6 @@
-// SipHash-1-3: a keyed hash whose collisions cannot be prepared without the key, for tables whose
-// keys come from files. Public source: Aumasson and Bernstein, "SipHash: a fast short-input PRF".
+// SipHash-1-3, a keyed hash for tables whose keys come from files: without the key, nothing is
+// known about which names collide. Source: Aumasson and Bernstein, "SipHash: a fast short-input
+// PRF".
 #pragma once
 
 #include <array>
@@ -10,7 +11,7 @@ namespace Vorn {
 
 using SipHashKey = std::array<std::uint64_t, 2>;
 
-// A key for this run of the program.
+// Returns a new random key.
 [[nodiscard]] SipHashKey RandomSipHashKey();
 
 [[nodiscard]] std::uint64_t SipHash13(const SipHashKey& key, std::string_view text) noexcept;

@@ -20,7 +20,7 @@ namespace {
 
 using TeardownFunction = void (*)();
 
-// Both are constant-initialised and need no destructor, so that any static object may use them.
+// Constant-initialised and without destructors, so that any static object may use them.
 constinit std::atomic<bool> started = false;
 constinit std::atomic<std::uint32_t> mainThreadId = 0;
 constinit std::atomic<TeardownFunction> finalTeardown = nullptr;
@@ -74,16 +74,17 @@ std::terminate_handler otherTerminate = nullptr;
     } catch (const std::bad_alloc&) {
         EndWithoutMemory();
     } catch (...) {
-        // Somebody else's, below.
+        // Any other exception belongs to the previous handler, below.
     }
     otherTerminate();
     std::abort();
 }
 
-// The runtime sets memory aside for exceptions that are thrown when there is none, and ends without
-// an exception if it could not get that at its start. This is more than it asks for.
+// The C++ runtime reserves memory at its start for exceptions thrown when none is left; if it got
+// none, it would end the process without a message. This probe takes more than that reserve.
 void RequireMemoryToThrow() {
     constexpr std::size_t kMemory = std::size_t{128} << 10U;
+    // volatile: else the compiler may remove the pair of calls.
     void* volatile const memory = std::malloc(kMemory);
     if (!memory) EndWithoutMemory();
     std::free(memory);
@@ -99,8 +100,9 @@ struct StartUp {
     }
 };
 
-// Before every static object of the program, so that the teardown follows the last of their
-// destructors: what they log while they end still finds the log.
+// Constructed before every static object of the program, so that the teardown runs after the last
+// of their destructors and a line they log while they end still finds the log. 101 is the lowest
+// priority number that programs may use.
 [[gnu::init_priority(101)]] const StartUp startUp;
 
 }  // namespace

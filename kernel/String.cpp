@@ -30,13 +30,13 @@ struct String::NullBlock {
     std::array<char, 4> text;
 };
 
-// Its own reference keeps it from ever being freed.
+// Counts one reference of its own, so that it is never freed.
 constinit String::NullBlock String::null_{.block = {1, 0, 0}, .text = {}};
 
 namespace {
 
-// A block is counted as its capacity and 12 bytes. The NUL has room in the capacity, which is
-// always at least two bytes more than the length.
+// A block takes its capacity and 12 bytes. The capacity includes the NUL and is always at least two
+// bytes more than the length.
 constexpr std::uint32_t kBlockOverhead = 12;
 constexpr std::size_t kMaxLength = 0xFFFFFFFF - kBlockOverhead - 18;
 
@@ -45,7 +45,7 @@ std::uint32_t CapacityFor(std::size_t length) {
     return static_cast<std::uint32_t>((length + 2 + 15) / 16 * 16);
 }
 
-// 0, 1 or 2, from what a three-way comparison gave.
+// Returns 0, 1 or 2 for less, equal or greater.
 int Verdict(std::weak_ordering order) { return std::is_lt(order) ? 0 : std::is_eq(order) ? 1 : 2; }
 
 }  // namespace
@@ -255,7 +255,8 @@ void String::SetLength(std::size_t length) noexcept {
 
 void String::MakeOwn() { Reserve(Capacity(), true); }
 
-// Whether `text` lies in this string's block, where a change would pull it away.
+// True if `text` lies in this string's block, which a change may move or free. std::less_equal
+// orders unrelated pointers, which <= may not.
 bool String::Holds(std::string_view text) const noexcept {
     if (IsNull()) return false;
     const std::less_equal<const char*> notAfter;

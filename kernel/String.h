@@ -5,7 +5,7 @@
 // return 0 when this string sorts before the other, 1 when equal, 2 when after; null sorts before
 // everything else and equals null.
 //
-// Every operation takes texts that belong to the string itself. Throws Exception for a text of
+// Every operation accepts texts that point into the string itself. Throws Exception for a text of
 // 4 GiB, std::bad_alloc when memory is exhausted.
 //
 // Threads: strings that share a block may be copied and released on any thread; one String object
@@ -35,20 +35,20 @@ public:
 
     void Clear() noexcept;
     void Assign(const char* text);
-    // At most `count` bytes, fewer if the text is shorter; below 0 the whole text.
+    // Assigns at most `count` bytes of the text; all of it if `count` is negative.
     void Assign(const char* text, int count);
 
-    // Makes the block this string's own, with room for `capacity` bytes; the text is kept, or
-    // dropped without `keepText` when a new block is made.
+    // Makes sure that no other string shares the block and that it has room for `capacity` bytes.
+    // Without `keepText` the text is lost if that takes a new block.
     void Reserve(std::uint32_t capacity, bool keepText);
 
     void Append(const char* text);
     // Does nothing when `position` > length.
     void Insert(std::size_t position, const char* text);
-    // Cuts at `position` when the count passes the end; nothing when `position` >= length.
+    // Removes `count` bytes, or the rest if there are fewer; nothing when `position` >= length.
     void Erase(std::size_t position, std::size_t count);
 
-    // Replaces the text, the null string for an empty result.
+    // Replaces the text; an empty result makes the null string.
     void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void Format(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
     // An empty result changes nothing.
@@ -58,16 +58,16 @@ public:
 
     // Removes every byte that occurs in `set`.
     void RemoveChars(const char* set);
-    // Moves the first run of bytes that are not in `delimiters` into `token` (null when there is
-    // none), with the delimiters before it; the one after it stays.
+    // Removes leading delimiters and the run of other bytes after them, and stores that run in
+    // `token` (null if there is none). The delimiter after the run stays.
     void NextToken(const char* delimiters, String& token);
 
-    // Index of the first `byte` at or after `from`, or -1.
+    // Returns the index of the first `byte` at or after `from`, or -1.
     [[nodiscard]] int Find(char byte, std::size_t from) const;
 
     [[nodiscard]] int Compare(const String& other) const;
     [[nodiscard]] int Compare(const char* text) const;
-    // Letter case by the rules of the ANSI code page.
+    // Ignores letter case by the rules of the ANSI code page.
     [[nodiscard]] int CompareNoCase(const String& other) const;
 
     [[nodiscard]] const char* Text() const noexcept;  // never null

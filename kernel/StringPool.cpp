@@ -30,7 +30,7 @@ void SetLength(StringPoolEntry& entry, std::uint32_t length) {
     entry.Text()[length] = '\0';
 }
 
-// An entry with one reference and room for `length` bytes, holding `text`, which is not longer.
+// Makes an entry with one reference, room for `length` bytes, and the text, which is not longer.
 StringPoolEntry* MakeEntry(std::uint32_t length, std::string_view text) {
     const std::uint32_t capacity = EntryCapacity(length);
     void* block = Alloc::New(sizeof(StringPoolEntry) + capacity);
@@ -68,7 +68,7 @@ void StringPool::Insert(InternedString& handle, std::string_view text, std::size
     StringPoolEntry* entry = handle.entry_;
     if (!entry || text.empty() || position > entry->length) return;
     const std::uint32_t length = CheckedLength(std::uint64_t{entry->length} + text.size());
-    const std::string inserted(text);  // it may be a part of the text that is edited
+    const std::string inserted(text);  // copied: it may be part of the text that is edited
     const ScopedLock guard(lock_);
     StringPoolEntry* edited = WritableCopy(*entry, length);
     char* gap = edited->Text() + position;
@@ -189,8 +189,9 @@ void StringPool::GiveBack(StringPoolEntry& entry) {
     --entry.refCount;
 }
 
-// An entry that nobody can find, with the text of `entry` and room for `newLength` bytes: `entry`
-// itself when the caller is its only holder and it has the room. Takes the caller's reference.
+// Returns an entry that no lookup finds, with the text of `entry` and room for `newLength` bytes:
+// `entry` itself if the caller is its only holder and it has the room. Consumes the caller's
+// reference.
 StringPoolEntry* StringPool::WritableCopy(StringPoolEntry& entry, std::size_t newLength) {
     const auto length = static_cast<std::uint32_t>(newLength);
     if (entry.refCount <= 1 && entry.capacity >= EntryCapacity(length)) {
@@ -204,7 +205,8 @@ StringPoolEntry* StringPool::WritableCopy(StringPoolEntry& entry, std::size_t ne
     return copy;
 }
 
-// The entry of the edited text, with one reference for the caller; `edited` is used up.
+// Returns the entry of the edited text, with one reference for the caller. `edited` itself is freed
+// if the pool already has that text.
 StringPoolEntry* StringPool::Republish(StringPoolEntry& edited) {
     ++statistics_.references;
     StringPoolEntry* existing = FindAndPromote(edited.View());
@@ -219,8 +221,8 @@ StringPoolEntry* StringPool::Republish(StringPoolEntry& edited) {
 
 StringPool& GetStringPool() {
     if (StringPool* pool = FindStringPool()) return *pool;
-    // Puts the pool's end on the exit list before any static object that interns is finished, so
-    // that such an object is destroyed while the pool is there.
+    // Registers the pool's end before the constructor of any static object that interns has
+    // finished, so that such an object is destroyed while the pool still exists.
     EarlyInitialise();
     if (StringPool* pool = FindStringPool()) return *pool;
     alignas(StringPool) static std::array<std::byte, sizeof(StringPool)> storage;

@@ -1,11 +1,11 @@
 // The process's one store of interned texts; names are held through InternedString.
 //
-// Entries whose last reference was given back stay findable until Sweep reaches their bucket.
-// Lookups go through StringPoolIndex; the 997 buckets keep the order in which Sweep walks: newest
-// and most recently found at the head.
+// Entries without references can still be found until Sweep reaches their bucket. Lookups go
+// through StringPoolIndex; the 997 buckets keep the order in which Sweep walks: newest and most
+// recently found at the head.
 //
-// Threads: every operation takes the pool's lock for its whole duration, and no other lock of the
-// kernel inside it but the allocator's.
+// Threads: every operation holds the pool's lock for its whole duration, and takes no other kernel
+// lock inside it except the allocator's.
 #pragma once
 
 #include <array>
@@ -29,7 +29,7 @@ public:
         std::uint64_t references = 0;
         std::uint64_t hits = 0;     // lookups that found their text
         std::uint64_t created = 0;  // entries ever created
-        // Entries of another text that lookups stepped over in the index's slots.
+        // Entries with another text that lookups passed in the index's slots.
         std::uint64_t chainSteps = 0;
         std::uint64_t entries = 0;  // in the pool now, with or without references
     };
@@ -37,15 +37,15 @@ public:
     StringPool() = default;
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
-    // Frees every entry whatever its references.
+    // Frees every entry, also those with references.
     ~StringPool();
 
     // Throws Exception for a text of 4 GiB, std::bad_alloc when memory is exhausted; the pool is
-    // then as it was.
+    // unchanged then.
     [[nodiscard]] InternedString Intern(std::string_view text);
 
-    // The handle keeps exactly one reference, to the entry of the edited text. A handle that is
-    // the only one of its entry is edited in place where the block has room.
+    // Edit the handle's text; it then holds one reference to the entry of the edited text. If the
+    // handle was the only one of its entry, the entry is edited in place where its block has room.
     void Insert(InternedString& handle, std::string_view text, std::size_t position);
     void Erase(InternedString& handle, std::size_t position, std::size_t count);
     void ToLower(InternedString& handle);
@@ -60,7 +60,7 @@ public:
     [[nodiscard]] Statistics GetStatistics();
     [[nodiscard]] std::uint32_t ReferenceCount(const InternedString& handle);
 
-    // Where a text is kept: its last 16 bytes decide.
+    // Returns the bucket of a text, which its last 16 bytes decide.
     [[nodiscard]] static std::uint32_t BucketOf(std::string_view text) noexcept;
 
 private:
@@ -88,13 +88,13 @@ private:
     std::uint32_t sweepCursor_ VORN_GUARDED_BY(lock_) = 0;
 };
 
-// The pool, created by the first call, which is also the kernel's early initialisation.
+// Returns the pool. The first call creates it, after the kernel's early initialisation.
 [[nodiscard]] StringPool& GetStringPool();
 
-// Null before the first use and after the teardown.
+// Returns the pool, or null before its first use and after the teardown.
 [[nodiscard]] StringPool* FindStringPool() noexcept;
 
-// The last of all teardown functions. Handles that are destroyed later do nothing.
+// Destroys the pool, as the last teardown function. Handles destroyed later do nothing.
 void DestroyStringPool();
 
 }  // namespace Vorn

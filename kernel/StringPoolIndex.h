@@ -1,6 +1,6 @@
-// Finds pool entries by their whole text, however many there are: a hash table that doubles when
-// it is full, keyed anew in every run so that names in a file cannot be made to collide. Where the
-// memory to double is missing its chains only become longer.
+// A hash table that finds pool entries by their text. It doubles when it is full, and its hash has
+// a new key in every run, so that names in a file cannot be made to collide. If there is no memory
+// to double, its chains become longer.
 //
 // Borrows the entries and chains them through `indexNext`. Not thread-safe.
 #pragma once
@@ -19,10 +19,11 @@ class StringPoolIndex {
 public:
     StringPoolIndex();
 
-    // The entry of `text` or null; `steps` grows by each entry looked at that was another.
+    // Returns the entry of `text` or null, and adds the entries with another text that it passed to
+    // `steps`.
     [[nodiscard]] StringPoolEntry* Find(std::string_view text, std::uint64_t& steps) const noexcept;
 
-    // Adds an entry whose text is not there yet.
+    // Adds an entry whose text the table does not have.
     void Add(StringPoolEntry& entry) noexcept;
     void Remove(StringPoolEntry& entry) noexcept;
 
@@ -37,7 +38,7 @@ private:
     void Grow() noexcept;
 
     SipHashKey key_;
-    std::vector<StringPoolEntry*> slots_;  // a power of two
+    std::vector<StringPoolEntry*> slots_;  // their number is a power of two
     std::size_t size_ = 0;
 };
 

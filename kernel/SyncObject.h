@@ -1,6 +1,6 @@
 // Locks and events behind one interface for waiting and releasing.
 //
-// Waits take milliseconds; -1 waits for ever. Every class may be used from any thread.
+// Times are in milliseconds; -1 waits indefinitely. Every class may be used from any thread.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ public:
     SyncObject& operator=(const SyncObject&) = delete;
     virtual ~SyncObject() = default;
 
-    // What a thread waits on together with other objects; null when there is none.
+    // Returns the object for waits on several objects at once, or null.
     [[nodiscard]] virtual platform::Waitable* GetHandle() { return handle_.get(); }
     // True only if the object was signalled in time.
     [[nodiscard]] virtual bool Wait(int timeout);
@@ -29,11 +29,11 @@ protected:
     std::shared_ptr<platform::Waitable> handle_;
 };
 
-// Created by its owner, which gives it the platform's object.
+// Wraps a mutex of the platform, which the owner creates.
 class Mutex final : public SyncObject {
 public:
     explicit Mutex(std::shared_ptr<platform::Mutex> mutex);
-    // Releases once, whatever the count.
+    // Releases once and ignores the count.
     [[nodiscard]] bool ReleaseCount(int count) override;
     bool Unlock() override;
 
@@ -53,7 +53,7 @@ private:
 
 class WEvent final : public SyncObject {
 public:
-    // Events of one name are one event; a null name makes an event of its own.
+    // Events with the same name are one event; a null name makes a separate one.
     WEvent(bool manualReset, bool initiallySet, const char* name);
     void Set();
     void Pulse();
@@ -64,10 +64,10 @@ private:
     std::shared_ptr<platform::Event> event_;
 };
 
-// A lock that its owner may enter again. Waiting on it ignores the time-out.
+// A recursive lock. Waiting for it ignores the time-out.
 class VORN_CAPABILITY("critical section") CriticalSection final : public SyncObject {
 public:
-    // The name is for the reader of the code and is not kept.
+    // The name only documents the code; it is not kept.
     explicit CriticalSection(const char* name);
     ~CriticalSection() override;
 
@@ -95,7 +95,7 @@ private:
     CriticalSection& section_;
 };
 
-// Unlocks an object that was waited for, at the latest when the scope ends.
+// Unlocks an object that the caller has waited for, at the end of the scope or before.
 class ScopedUnlock {
 public:
     ScopedUnlock(SyncObject& object, bool locked) : object_(object), locked_(locked) {}
@@ -112,7 +112,7 @@ private:
     bool locked_;
 };
 
-// Three objects held together. The objects are the owner's and must outlive the set.
+// Up to three objects that are locked one by one and released together. Borrows the objects.
 class WaitSet {
 public:
     static constexpr std::size_t kCount = 3;
@@ -124,7 +124,7 @@ public:
 
     // Waits for object `index` and marks it locked.
     [[nodiscard]] bool Wait(std::size_t index, int timeout);
-    // Unlocks each object that is marked locked; one that cannot be unlocked stays marked.
+    // Unlocks each object marked locked; an object that cannot be unlocked stays marked.
     void Release();
     [[nodiscard]] bool IsLocked(std::size_t index) const { return slots_[index].locked; }
 

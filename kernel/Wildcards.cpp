@@ -1,5 +1,5 @@
-// MatchWildcards: one forward walk over name and pattern that remembers the last star of the
-// current component. A star never reaches past its component, so earlier stars need no second try
+// MatchWildcards walks forward over name and pattern once and remembers the last star of the
+// current component. A star never matches past its component, so earlier stars need no second try,
 // and the cost is at most the product of both lengths.
 #include <algorithm>
 
@@ -33,7 +33,7 @@ private:
     }
     [[nodiscard]] char Wanted() const { return patterns_[pattern_]; }
 
-    // Everything up to the last separator of the list.
+    // Matches everything up to the last separator of the list.
     bool MatchDirectories() {
         const std::size_t end = patterns_.find_last_of("\\/") + 1;
         while (pattern_ < end) {
@@ -58,7 +58,7 @@ private:
         }
     }
 
-    // One step forward; false on a mismatch.
+    // Takes one step forward; false on a mismatch.
     bool Step() {
         const char c = name_[at_];
         if (Wanted() == '*') return AtNoExtension() ? StepNoExtension(c) : StepStar(c);
@@ -74,13 +74,13 @@ private:
         return true;
     }
 
-    // Whether the alternative ends in "*." here.
+    // True if the rest of the alternative is "*.".
     [[nodiscard]] bool AtNoExtension() const {
         const std::string_view rest = patterns_.substr(pattern_);
         return rest == "*." || rest.starts_with("*.;");
     }
 
-    // Its star swallows no '.', and its own '.' matches the last byte of a name only.
+    // The star of "*." matches no '.', and its '.' matches only the last byte of a name.
     bool StepNoExtension(char c) {
         if (c == '.' && at_ + 1 < name_.size()) return false;
         if (c == '.') pattern_ += 2;
@@ -89,7 +89,7 @@ private:
         return true;
     }
 
-    // Goes on after the star where the byte after it may match, else swallows `c`.
+    // Continues after the star if the next pattern byte may match here; else the star takes `c`.
     bool StepStar(char c) {
         const char next = pattern_ + 1 < patterns_.size() ? patterns_[pattern_ + 1] : '\0';
         const bool last = pattern_ + 1 == patterns_.size();
@@ -108,7 +108,7 @@ private:
     }
 
     bool Backtrack() {
-        // A star that ran to the end of the name in vain leaves nothing to try for an earlier one.
+        // A star that matched up to the end of the name leaves nothing for earlier positions.
         const bool vain = AtNameEnd() && pattern_ < patterns_.size() && Wanted() == '*';
         if (vain || star_ == kNone) return false;
         pattern_ = star_;

@@ -1,6 +1,6 @@
 #include "services/BuildStamp.h"
 
-// What a build without a stamp says.
+// The placeholders of a build without a stamp.
 #ifdef VORN_STAMP_VERSION
 #define VORN_HAS_STAMP true
 #else

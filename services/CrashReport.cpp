@@ -41,7 +41,7 @@ constexpr char kUnknown[] = "Unknown";
 constexpr std::size_t kLongestProgramPath = 518;
 constexpr std::size_t kLongestTemporaryDirectory = 520;
 
-// A text of constant storage.
+// A text in static storage: a faulted thread must not allocate.
 template <std::size_t Longest>
 class FixedText {
 public:
@@ -52,7 +52,7 @@ private:
     std::array<char, Longest + 1> text_{};
 };
 
-// Empty paths are those that cannot be.
+// A path is empty where it would be too long.
 struct Surroundings {
     FixedText<kLongestProgramPath> programPath;
     FixedText<kLongestProgramPath> programName;
@@ -113,12 +113,12 @@ void FindSurroundings() {
 
 std::uint32_t Low(std::uint64_t value) { return static_cast<std::uint32_t>(value); }
 
-// For numbers that are printed as signed ones.
+// Converts for a signed format; larger numbers print as INT_MAX.
 int Signed(std::uint64_t value) {
     return static_cast<int>(std::min<std::uint64_t>(value, INT_MAX));
 }
 
-// Local time in steps of two seconds.
+// Local time with even seconds: the report's format has the two-second steps of file times.
 struct DateText {
     explicit DateText(std::int64_t secondsSince1970) {
         using namespace std::chrono;
@@ -235,7 +235,7 @@ void PrintStackLine(CrashReportFile& report, std::uint64_t address,
 void PrintStack(CrashReportFile& report, const Fault& fault) {
     constexpr std::size_t kLineSize = 16;
     constexpr std::size_t kWordSize = 4;
-    static std::array<std::byte, 0x3000> stack;
+    static std::array<std::byte, 0x3000> stack;  // static: the faulted stack may be almost full
     report.Print("\r\n\r\nStack:\r\n");
     const std::size_t wanted =
         std::min<std::uint64_t>(fault.stackEnd - fault.stackBegin, stack.size());
@@ -314,7 +314,8 @@ FaultAnswer Report(const Fault& fault) {
     return started ? FaultAnswer::EndProcess : FaultAnswer::PassOn;
 }
 
-// Passing a fault on ends the process as a rule, and would end the report of another thread.
+// Waits for the report of another thread: passing a fault on usually ends the process, and would
+// cut that report off.
 void AwaitReport() {
     constexpr std::uint32_t kStep = 10;
     constexpr std::uint32_t kLongest = 30000;
@@ -341,7 +342,7 @@ FaultAnswer WriteCrashReport(const Fault& fault) {
         return FaultAnswer::PassOn;
     }
     const FaultAnswer answer = Report(fault);
-    // When the process ends now, all others wait for that.
+    // With EndProcess the state stays Writing, so that other faulted threads wait for the end.
     if (answer == FaultAnswer::PassOn) progress = Progress::Written;
     return answer;
 }

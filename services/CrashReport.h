@@ -1,29 +1,27 @@
-// What a fault in a kernel thread leaves behind for a developer: the text ERRORLOG.TXT and the
-// minidump CRASH.DMP, both in the temporary directory and for this user's eyes only.
+// Writes a report for developers when a kernel thread faults: the text ERRORLOG.TXT and the
+// minidump CRASH.DMP, both in the temporary directory and readable by this user only.
 //
-// Registers and addresses in the text are the low 32 bits; the dump has all of them. The text names
-// the program by its path, and says of modules what their format holds: on systems where programs
-// carry no checksum, time stamp or version these are 0 and empty.
+// Registers and addresses in the text are the low 32 bits; the dump has all of them. Check sum,
+// time stamp and version of a module are 0 and empty on systems whose program files have none.
 #pragma once
 
 #include "platform/Faults.h"
 
 namespace Vorn {
 
-// Asks for all that the report needs and a faulted thread cannot ask for: the paths, the user, the
-// time zone's present offset. To be called before the first WriteCrashReport; later calls do
-// nothing. From then on an exception that nobody catches is a fault of its thread too, if that one
-// is guarded. Any thread.
+// Collects in advance what a faulted thread could not query: the paths, the user, the current
+// offset of the time zone. Call it before the first WriteCrashReport; later calls do nothing. From
+// then on an uncaught exception of a guarded thread is a fault of that thread too. Any thread.
 void PrepareCrashReport();
 
 // Writes the report of the process's first fault, ends the log with "Shutdown." and starts the
 // reporter, "XCrashReport.exe" in the program's directory, with the program's file name as its
-// argument. The process ends at once if the reporter has started. In all other cases the fault is
-// passed on: there is no reporter, the text cannot be created, a debugger is present, or this is
-// not the first fault. One that comes while the report is being written waits for its end first,
-// but no longer than half a minute.
+// argument. The process ends at once if the reporter has started. Otherwise the fault is passed on:
+// there is no reporter, the text cannot be created, a debugger is present, or this is not the first
+// fault. A fault in another thread waits until the report is written, at most 30 seconds.
 //
-// A fault filter: allocates nothing, and waits for no lock but the log's, for half a second.
+// This is a fault filter: it allocates nothing, and waits for no lock except the log's, for at most
+// half a second.
 platform::FaultAnswer WriteCrashReport(const platform::Fault& fault);
 
 }  // namespace Vorn

@@ -1,4 +1,4 @@
-// The report's way to its file. For fault filters: allocates nothing, locks nothing.
+// The buffered file of the crash report. For fault filters: it neither allocates nor locks.
 #pragma once
 
 #include <array>
@@ -9,14 +9,14 @@
 
 namespace Vorn {
 
-// Gathers text in a buffer of 7,168 characters; about 8 KiB large.
+// Collects text in a buffer of 7,168 characters. An object takes about 8 KiB.
 class CrashReportFile {
 public:
-    // Replaces an existing file. What is written is on the storage device when Flush returns.
+    // Replaces an existing file. Text is on the storage device when Flush returns.
     [[nodiscard]] bool Create(const char* path) { return file_.Create(path, true); }
 
-    // Formats printf-style, at most 1,024 characters of it; no floating point, no widths beyond a
-    // line, for which the C library would allocate.
+    // Appends at most 1,024 characters, printf-style. Use no floating point and no width beyond a
+    // line: for those the C library would allocate.
     void Print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     void Flush();

@@ -1,4 +1,4 @@
-// What the crash report calls things.
+// Names that the crash report prints. All texts are fixed.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,11 @@
 
 namespace Vorn {
 
-// "an Unknown exception type" for a code without a name.
+// Returns the exception's name; "an Unknown exception type" for a code without one.
 [[nodiscard]] const char* ExceptionName(std::uint32_t code);
 
-// The release by its numbers; "unknown Windows version" for all others, of any system.
+// Returns the release's name by its numbers; "unknown Windows version" for all others, on any
+// system.
 [[nodiscard]] const char* OperatingSystemName(const platform::OperatingSystem& system);
 
 }  // namespace Vorn

@@ -16,7 +16,7 @@ namespace {
 constexpr int kFatalErrorDialog = 101;
 constexpr const char* kLogModule = "ExceptionHandler";
 
-// Before main, so that the log's options find the module.
+// Registered before main, so that the log's options find the module.
 [[maybe_unused]] const LogModule* const registered = RegisterLogModule(kLogModule);
 
 constinit std::atomic<bool> windowEnabled = true;
@@ -25,7 +25,7 @@ constinit std::atomic<bool> terminating = false;
 constinit platform::Lock sharedLockGuard;
 constinit std::weak_ptr<CriticalSection> sharedLock;  // under sharedLockGuard
 
-// Each with its own end of line; the call stack, of many lines, counts as one.
+// Returns the lines with their line ends. The call stack, of several lines, is one of them.
 std::vector<std::string> FatalErrorLines(const Exception& exception) {
     std::vector<std::string> lines;
     const auto add = [&lines](const char* label, const std::string& value) {
@@ -55,7 +55,7 @@ std::string ReportFatalError(const Exception& exception) {
     return text;
 }
 
-// True when the process is to end.
+// Returns whether the process is to end.
 bool ShowWindow(const Exception& exception) {
     try {
         return platform::ShowDialog(kFatalErrorDialog, [&] {

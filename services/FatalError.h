@@ -1,7 +1,6 @@
-// The window that tells the user of an error that ended a thread, and the flags around it.
+// The window that reports an error that ended a thread, and the flags around it.
 //
-// Threads: every operation, any thread. However many threads fail at once, one window shows at a
-// time; the failures of the others meanwhile are not shown.
+// Threads: any. One window shows at a time; errors of other threads in that time are not shown.
 #pragma once
 
 #include <memory>
@@ -11,17 +10,17 @@
 
 namespace Vorn {
 
-// Shows the window. When the user confirms it, or it cannot be shown because showing fails with an
-// exception, the process counts as terminating from then on. A program without the dialog resource
-// shows nothing and goes on. What the window says also goes to the log and ends it: each line, with
-// its "\r\n", is an error of the module "ExceptionHandler".
+// Shows the window. If the user confirms it, or showing it throws, the process counts as
+// terminating from then on. A program without the dialog resource shows nothing and continues. The
+// window's text also goes to the log and ends it: each line, with its "\r\n", is an error of the
+// module "ExceptionHandler".
 void ShowFatalError(const Exception& exception);
 
-// Whether a fatal error was confirmed. Kernel threads that start afterwards end at once.
+// Returns whether a fatal error was confirmed. Kernel threads that start later end at once.
 [[nodiscard]] bool IsTerminating();
 
-// Keeps the lock around the window alive: the first user creates it, the last one deletes it.
-// Every kernel thread is one while it runs.
+// Keeps the window's lock alive: the first user creates it, the last one deletes it. Every kernel
+// thread is a user while it runs.
 class FatalErrorUser {
 public:
     FatalErrorUser();

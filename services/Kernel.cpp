@@ -24,7 +24,7 @@ public:
 
 Kernel::Kernel() {
     RecordMainThread();
-    EarlyInitialise();  // has run before main; creates the string pool where it has not
+    EarlyInitialise();  // a second call does nothing; the first ran before main
     InternWellKnownNames();
     taskManager_ = std::make_unique<TaskManager>();
     logTask_ = std::make_unique<LogTask>();

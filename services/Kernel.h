@@ -1,4 +1,4 @@
-// Brings the kernel up for main and takes it down again.
+// Starts the kernel for main and shuts it down again.
 #pragma once
 
 #include <memory>
@@ -8,12 +8,12 @@ namespace Vorn {
 class Task;
 class TaskManager;
 
-// The first local of main, constructed before other threads exist: records the main thread, makes
-// sure of the string pool, interns the well-known names, and makes the task manager and the log's
-// task. The task is not started: a program that has no host for tasks calls InitLog where it wants
-// a log. One at a time.
+// The first local variable of main, constructed before other threads exist. Records the main
+// thread, makes sure that the string pool exists, interns the well-known names, and makes the task
+// manager and the log's task. The task is not started: a program without a host for tasks calls
+// InitLog where it wants a log. Only one object at a time.
 //
-// Its end destroys the log's task, then the task manager with the tasks that it owns.
+// The destructor destroys the log's task, then the task manager with the tasks it owns.
 class Kernel {
 public:
     Kernel();

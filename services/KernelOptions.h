@@ -1,4 +1,4 @@
-// The options of one program: its list, and what its creator says about it.
+// The options of one program: their list, and the values its creator keeps with it.
 #pragma once
 
 #include "kernel/String.h"
@@ -8,10 +8,10 @@ namespace Vorn {
 
 class KernelOptions {
 public:
-    // The list begins empty: `defaultText` is kept, not parsed, and must outlive the object.
-    // `first` and `second` are numbers of the creator's own, kept for it.
+    // Starts with an empty list. `defaultText` is borrowed and not parsed. `first` and `second` are
+    // the creator's own numbers.
     KernelOptions(const char* name, const char* defaultText, int first, int second);
-    // The task manager forgets it.
+    // Makes the task manager forget these options.
     ~KernelOptions();
     KernelOptions(const KernelOptions&) = delete;
     KernelOptions& operator=(const KernelOptions&) = delete;

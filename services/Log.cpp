@@ -42,7 +42,8 @@ struct Settings {
     }
 };
 
-// Without destructors, as LogFile.h says of the file; CloseLog ends them.
+// Without destructors, like LogFile: static objects may log before and after any other. CloseLog
+// ends them.
 constinit Settings settings;
 constinit LogFile file;
 constinit platform::Lock modulesLock;
@@ -82,8 +83,8 @@ void WriteToSinks(LogModule& module, LogLevel level, const char* format,
     }
 }
 
-// A file in a substitution must end while there are substitutions. They are there now, so what is
-// registered now runs before their end.
+// Ends a file in a mount while mounts still exist. The list of mounts exists now, so a function
+// registered now runs before its destructor.
 void EndBeforeSubstitutions(const char* path) {
     static bool registered = false;
     if (registered || !FileSubstList::Instance().NamesMount(path)) return;
@@ -106,7 +107,7 @@ void OpenFile(const char* path, bool noLog) {
     }
 }
 
-// "module:word:word..."; empty words are skipped, and an item without a module means nothing.
+// Applies "module:word:word...". Empty words are skipped, and an item without a module is ignored.
 void ConfigureModule(std::string_view item) {
     const auto takeToken = [&item] {
         const std::string_view token = item.substr(0, item.find(':'));

@@ -69,7 +69,7 @@ bool LogFile::Open(const char* path) {
 }
 
 void LogFile::Write(std::string_view text) {
-    // A text ends at 4 GiB, as its file does.
+    // A file ends at 4 GiB, so a longer line could not be written anyway.
     file_->Write(text.data(), static_cast<std::uint32_t>(text.size()));
 }
 
@@ -97,7 +97,7 @@ void LogFile::End(std::string_view last) {
     const Held held(lock_);
     if (!file_) return;
     if (!ended_) Write(last);
-    // Lines that closing gives rise to find no file.
+    // Detached first, so that lines logged while it closes find no file.
     const std::unique_ptr<File> closing(std::exchange(file_, nullptr));
     closing->Close();
 }

@@ -1,7 +1,7 @@
-// The file behind the log, and the lock around it.
+// The log's file and its lock.
 //
-// Constant-initialised, and without a destructor: other static objects may log before and after
-// any static object of this floor is there. Threads: any.
+// Constant-initialised and without a destructor: other static objects may log before any static
+// object of this room is constructed and after it is destroyed. Threads: any.
 #pragma once
 
 #include <atomic>
@@ -21,8 +21,8 @@ class VORN_CAPABILITY("log lock") LogLock {
 public:
     void Enter() VORN_ACQUIRE();
     void Leave() VORN_RELEASE();
-    // For fault handlers. False when the calling thread is inside already, or another one stays
-    // inside for so long.
+    // For fault handlers. Returns false if the calling thread already holds the lock, or another
+    // one holds it for all of that time.
     [[nodiscard]] bool TryEnterFirst(int milliseconds) VORN_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
@@ -36,15 +36,15 @@ public:
     // Replaces an existing file.
     [[nodiscard]] bool Open(const char* path);
 
-    // Writes at once, in every case.
+    // Writes and flushes.
     void WriteThrough(std::string_view text);
-    // Writes a line of a module. One that comes while the module writes another, which only the
-    // same thread can do, is dropped.
+    // Writes a line of a module. Drops a line that arises while the same module writes another,
+    // which can only happen on one thread: it would recurse without end.
     void WriteLine(LogModule& module, std::string_view line, bool flush);
 
-    // Writes `last` and closes. Nothing when no file is open.
+    // Writes `last` and closes the file. Does nothing if no file is open.
     void End(std::string_view last);
-    // The same as far as ShutdownLogAfterFault promises.
+    // The same without closing, as ShutdownLogAfterFault promises.
     bool EndAfterFault(std::string_view last) VORN_NO_THREAD_SAFETY_ANALYSIS;
 
 private:

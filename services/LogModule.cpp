@@ -59,7 +59,7 @@ void LogModule::ShowPrefix(bool show) { SetFlag(format_, kLogPrefix, show); }
 std::string LogPrefix(LogLevel level, std::uint32_t threadId, double seconds,
                       const std::string& moduleName) {
     const auto time = static_cast<float>(seconds);
-    // Through an integer, for there is a -0 among the rounded numbers.
+    // Converted through an integer, because rounding may give -0, which would print as "-0".
     const auto minutes = static_cast<float>(std::lrint(time / 60.0F - 0.5F));
     const float rest = time - 60.0F * minutes;
     const auto row = static_cast<std::size_t>(level);

@@ -1,6 +1,6 @@
-// One named channel of the log: which messages it takes, and where and how it writes them.
+// One named channel of the log: which messages it takes, where it writes them, and in what format.
 //
-// Threads: any; a change counts for the lines that begin after it.
+// Threads: any; a change applies to lines that begin after it.
 #pragma once
 
 #include <atomic>
@@ -17,12 +17,12 @@ inline constexpr std::uint32_t kLogToFile = 1;
 inline constexpr std::uint32_t kLogToDebugger = 2;
 inline constexpr std::uint32_t kLogToWindow = 8;  // kept; there is no window
 
-inline constexpr std::uint32_t kLogNewlines = 1;  // "\r\n" behind each line
+inline constexpr std::uint32_t kLogNewlines = 1;  // "\r\n" after each line
 inline constexpr std::uint32_t kLogPrefix = 2;    // level, thread, time and module before it
 
 class LogModule {
 public:
-    // Takes warnings and errors, to the file and the debugger.
+    // Starts with warnings and errors, to the file and the debugger.
     LogModule(std::string_view name, bool prefix);
 
     [[nodiscard]] const std::string& Name() const { return name_; }
@@ -30,9 +30,9 @@ public:
     [[nodiscard]] std::uint32_t Sinks() const { return sinks_; }
     [[nodiscard]] std::uint32_t Format() const { return format_; }
 
-    // A level word ("Err", "Warn", "Diag", "Prog", "None"), or a flag word ("mono" for the
-    // debugger, "window", "newlines", "displaymodulename", "file"), which "=off" behind it clears
-    // and anything else sets. Letter case does not count; other words change nothing.
+    // Applies a level word ("Err", "Warn", "Diag", "Prog", "None") or a flag word ("mono" for the
+    // debugger, "window", "newlines", "displaymodulename", "file"). "=off" after a flag word clears
+    // the flag, anything else sets it. Ignores letter case and unknown words.
     void Configure(std::string_view word);
     void ShowPrefix(bool show);
 

@@ -17,7 +17,7 @@ constexpr std::string_view kNameEnds = " \t\n\v\f\r=-+";
 constexpr std::string_view kQuotes = "'\"";
 
 constexpr std::size_t kMaxTextLength = std::numeric_limits<int>::max();
-constexpr std::size_t kCapacitySlack = 18;  // at most what a String asks for beyond its length
+constexpr std::size_t kCapacitySlack = 18;  // the most that a String reserves beyond its length
 
 bool IsOneOf(char c, std::string_view set) { return set.find(c) != std::string_view::npos; }
 
@@ -31,12 +31,12 @@ struct ParsedOption {
     std::string_view value;
 };
 
-// Takes options off the front of a text, one a call.
+// Reads options from the front of a text, one per call.
 class OptionScanner {
 public:
     explicit OptionScanner(std::string_view text) : rest_(text) {}
 
-    // False at the end of the text.
+    // Returns false at the end of the text.
     bool Next(ParsedOption& option) {
         SkipSpace();
         if (rest_.empty()) return false;
@@ -71,7 +71,7 @@ private:
         return value;
     }
 
-    // Up to the first white space that a prefix follows; white space at the end does not count.
+    // Returns the length up to the first white space that a prefix or the end of the text follows.
     [[nodiscard]] std::size_t PlainValueLength() const {
         std::size_t space = rest_.find_first_of(kWhiteSpace);
         while (space != std::string_view::npos) {
@@ -89,7 +89,7 @@ void Store(String& string, std::string_view text) {
     string.Assign(text.data(), static_cast<int>(text.size()));
 }
 
-// Strings grow in small steps of their own; doubling keeps a million appends linear.
+// A String grows in small steps; doubling here keeps a million appends linear.
 void AppendItem(String& value, std::string_view item) {
     const std::string added = "," + std::string(item);
     const std::size_t needed = value.Length() + added.size() + kCapacitySlack;
@@ -164,7 +164,7 @@ bool GetOptionInt(const OptionList& list, std::string_view name, int& out, int f
     const bool negative = digits.starts_with('-');
     if (negative || digits.starts_with('+')) digits.remove_prefix(1);
 
-    std::uint32_t magnitude = 0;  // of an unsigned type, so that no second sign is read
+    std::uint32_t magnitude = 0;  // unsigned, so that from_chars reads no second sign
     const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
     std::int64_t number = magnitude;
     if (result.ec == std::errc::result_out_of_range) {

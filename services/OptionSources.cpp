@@ -21,7 +21,7 @@ constexpr std::size_t kMaxProgramPath = 256;
 constexpr std::uint32_t kMaxOptionFile = 16 * 1024 * 1024;
 constexpr std::string_view kSuffix = "Options";
 
-// Up to the last separator, or to a ':' behind it.
+// Returns the path up to its last separator, or up to and with a ':' after that.
 std::string DirectoryOf(std::string_view path) {
     const std::size_t end = path.find_last_of("/\\:");
     if (end == std::string_view::npos) return {};

@@ -1,10 +1,10 @@
-// A named unit of periodic work. It registers itself with the kernel's TaskManager when it is made
-// and leaves it when it is destroyed; TaskManager.h says when its operations are called.
+// A named unit of periodic work. Its constructor registers it with the kernel's TaskManager and its
+// destructor removes it; TaskManager.h describes when its operations are called.
 //
-// Whoever made a task owns it, unless it was handed to the manager. A task made while there is no
-// manager belongs to none and is never driven.
+// Its creator owns a task, unless the manager has adopted it. A task made while there is no manager
+// has none and is never driven.
 //
-// Threads: as the manager, one thread at a time.
+// Threads: like the manager, one thread at a time.
 #pragma once
 
 #include "kernel/InternedString.h"
@@ -15,8 +15,8 @@ class KernelOptions;
 
 class Task {
 public:
-    // `period` in seconds: the least time between two updates, 0 for every pass. `option` is kept
-    // for the task's creator.
+    // `period` is the least time between two updates in seconds, 0 for every pass. `option` is a
+    // value of the creator's own.
     Task(const InternedString& name, bool option, float period);
     Task(const Task&) = delete;
     Task& operator=(const Task&) = delete;
@@ -24,21 +24,22 @@ public:
     // The virtual operations, in slot order.
     virtual ~Task();
     [[nodiscard]] virtual const InternedString& GetName() const { return name_; }
-    // Marks the task as started. False when it could not start: it is asked again later.
+    // Marks the task as started. An override returns false if it could not start; the manager then
+    // tries again later.
     virtual bool Start(KernelOptions& options);
-    // Does nothing in any task; it keeps the order of the operations.
+    // Does nothing; it keeps the fixed order of the virtual operations.
     virtual void Reserved() {}
-    // `elapsedSeconds` since the last update. The result is not looked at.
+    // Does the work; `elapsedSeconds` is the time since the last update. The result is ignored.
     virtual int Update(float elapsedSeconds);
 
     [[nodiscard]] bool Option() const { return option_; }
     [[nodiscard]] float Period() const { return period_; }
     [[nodiscard]] bool IsStarted() const { return started_; }
-    // Whether the manager owns the task.
+    // Returns whether the manager owns the task.
     [[nodiscard]] bool IsActive() const { return active_; }
 
-    // When the task had its last turn, in seconds of GetTimeSeconds; a new task counts as one
-    // second overdue.
+    // Returns when the task last had its turn, in seconds of GetTimeSeconds. A new task counts as
+    // last run one second ago.
     [[nodiscard]] double LastTime() const { return lastTime_; }
 
 private:

@@ -16,7 +16,7 @@ TaskManager::TaskManager() { current = this; }
 
 TaskManager::~TaskManager() {
     while (!active_.empty()) {
-        // Out of the list first: the task unregisters while it is destroyed.
+        // Removed from the list first, because the task's destructor unregisters it.
         const std::unique_ptr<Task> task = std::move(active_.front());
         active_.erase(active_.begin());
     }
@@ -89,7 +89,7 @@ void TaskManager::Unregister(Task& task) {
     if (!task.active_) return;
     const auto owned = std::ranges::find(active_, &task, &std::unique_ptr<Task>::get);
     if (owned == active_.end()) return;
-    // It is being destroyed by somebody else.
+    // The task's destructor is running already, so the list must not delete it again.
     (void)owned->release();
     active_.erase(owned);
 }

@@ -7,7 +7,7 @@
 
 namespace Vorn {
 
-// In the order in which they are interned.
+// The order is the order in which they are interned, which is fixed.
 enum class WellKnownName : std::size_t {
     OnMinZoom,
     OnMaxZoom,
@@ -33,10 +33,10 @@ enum class WellKnownName : std::size_t {
 };
 inline constexpr std::size_t kWellKnownNameCount = 21;
 
-// The null handle before the kernel was constructed.
+// Returns the handle of a name; null before the kernel is constructed.
 [[nodiscard]] const InternedString& NameOf(WellKnownName name);
 
-// Interns all names anew; a previous handle is released first. Called by the kernel only, before
+// Interns all names again and releases the previous handles. Only the kernel calls this, before
 // other threads exist.
 void InternWellKnownNames();
 
