@@ -15,8 +15,8 @@ constexpr std::uint32_t kUserSign = 0x1000000;
 constexpr std::uint32_t kNegativeUsers = 0xFE000000;
 constexpr std::uint32_t kMostVersion = 127;
 
-// One handle that every null identifier shares.
-const InternedString g_nullTag = Intern("<NULL>");
+// Interned once: every null identifier shares this handle.
+const InternedString nullTag = Intern("<NULL>");
 
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
@@ -188,7 +188,7 @@ KUID KUID::FromPair(std::span<const std::byte, kPairSize> pair) {
     return FromPacked(LoadU32<0>(pair), static_cast<std::int32_t>(LoadU32<4>(pair)));
 }
 
-InternedString KUID::TagForm() const { return IsNull() ? g_nullTag : Intern(TagText()); }
+InternedString KUID::TagForm() const { return IsNull() ? nullTag : Intern(TagText()); }
 
 std::string KUID::TagText() const {
     return IsNull() ? "<NULL>" : Join(*this, "<kuid:", "<kuid2:", ':') + '>';

@@ -30,67 +30,67 @@ std::string JoinFloats(std::span<const std::byte> value) {
     return text;
 }
 
-// Nobody deletes a converter, least of all through the base.
+// Converters are static objects and never deleted, so their destructors need not be virtual.
 // NOLINTBEGIN(cppcoreguidelines-virtual-class-destructor)
-class OCSConverter_TextInt final : public OCSConverter {
+class TextIntConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_TextInt() : OCSConverter(kTagText, kTagInteger) {}
+    constexpr TextIntConverter() : OCSConverter(kTagText, kTagInteger) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         const NumberRead<std::int32_t> read = ReadInteger(TextOf(value));
         return read.found ? MakeIntegers({&read.value, 1}) : OCSRawData();
     }
 };
 
-class OCSConverter_TextFloat final : public OCSConverter {
+class TextFloatConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_TextFloat() : OCSConverter(kTagText, kTagFloat) {}
+    constexpr TextFloatConverter() : OCSConverter(kTagText, kTagFloat) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         const float number = ReadFloat(TextOf(value)).value;
         return MakeFloats({&number, 1});
     }
 };
 
-class OCSConverter_TextKUID final : public OCSConverter {
+class TextKUIDConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_TextKUID() : OCSConverter(kTagText, kTagKUID) {}
+    constexpr TextKUIDConverter() : OCSConverter(kTagText, kTagKUID) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         return MakeKUID(KUID::Parse(TextOf(value), false));
     }
 };
 
-class OCSConverter_IntText final : public OCSConverter {
+class IntTextConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_IntText() : OCSConverter(kTagInteger, kTagText) {}
+    constexpr IntTextConverter() : OCSConverter(kTagInteger, kTagText) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         return MakeText(JoinIntegers(value));
     }
 };
 
-class OCSConverter_FloatText final : public OCSConverter {
+class FloatTextConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_FloatText() : OCSConverter(kTagFloat, kTagText) {}
+    constexpr FloatTextConverter() : OCSConverter(kTagFloat, kTagText) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         return MakeText(JoinFloats(value));
     }
 };
 
-class OCSConverter_KUIDText final : public OCSConverter {
+class KUIDTextConverter final : public OCSConverter {
 public:
-    constexpr OCSConverter_KUIDText() : OCSConverter(kTagKUID, kTagText) {}
+    constexpr KUIDTextConverter() : OCSConverter(kTagKUID, kTagText) {}
     [[nodiscard]] OCSRawData Convert(std::span<const std::byte> value) const override {
         return KUIDCount(value) > 0 ? MakeText(KUIDAt(value, 0).TagText()) : OCSRawData();
     }
 };
 // NOLINTEND(cppcoreguidelines-virtual-class-destructor)
 
-constexpr OCSConverter_TextInt g_textInt;
-constexpr OCSConverter_TextFloat g_textFloat;
-constexpr OCSConverter_TextKUID g_textKUID;
-constexpr OCSConverter_IntText g_intText;
-constexpr OCSConverter_FloatText g_floatText;
-constexpr OCSConverter_KUIDText g_kuidText;
-constexpr std::array<const OCSConverter*, 6> kConverters = {&g_textInt, &g_textFloat, &g_textKUID,
-                                                            &g_intText, &g_floatText, &g_kuidText};
+constexpr TextIntConverter kTextInt;
+constexpr TextFloatConverter kTextFloat;
+constexpr TextKUIDConverter kTextKUID;
+constexpr IntTextConverter kIntText;
+constexpr FloatTextConverter kFloatText;
+constexpr KUIDTextConverter kKUIDText;
+constexpr std::array<const OCSConverter*, 6> kConverters = {&kTextInt, &kTextFloat, &kTextKUID,
+                                                            &kIntText, &kFloatText, &kKUIDText};
 
 const OCSConverter* FindConverter(std::uint32_t from, std::uint32_t to) {
     const auto found = std::ranges::find_if(kConverters, [&](const OCSConverter* converter) {

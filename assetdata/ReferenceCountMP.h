@@ -33,10 +33,12 @@ protected:
 private:
     void End() noexcept;
 
+    // NOLINTBEGIN(readability-identifier-naming): as private as the union
     union {
         std::atomic<std::uint32_t> references_;
         ReferenceCountMP* nextToEnd_;  // once there are no users
     };
+    // NOLINTEND(readability-identifier-naming)
 };
 
 }  // namespace Vorn
