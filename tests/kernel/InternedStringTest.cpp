@@ -74,16 +74,26 @@ TEST(InternedString, FormatsWithItsOwnTextAmongTheArguments) {
 
 TEST(InternedString, EditsLeaveOtherHandlesAlone) {
     const InternedString before = Intern("abcdef");
-    for (const char* row :
-         {"2|100|ab", "2|18446744073709551615|ab", "1|2|adef", "6|1|abcdef", "0|0|abcdef"}) {
+    for (const auto& [position, count, left] : Table<std::size_t, std::size_t, const char*>{
+             {2, 100, "ab"},
+             {2, SIZE_MAX, "ab"},
+             {1, 2, "adef"},
+             {6, 1, "abcdef"},
+             {0, 0, "abcdef"},
+         }) {
         InternedString name = before;
-        Erase(name, std::stoull(Cells(row)[0]), std::stoull(Cells(row)[1]));
-        EXPECT_EQ(name.View(), Cells(row)[2]);
+        Erase(name, position, count);
+        EXPECT_EQ(name.View(), left);
     }
-    for (const char* row : {"xyz|3|abcxyzdef", "x|6|abcdefx", "x|7|abcdef", "|0|abcdef"}) {
+    for (const auto& [text, position, result] : Table<const char*, std::size_t, const char*>{
+             {"xyz", 3, "abcxyzdef"},
+             {"x", 6, "abcdefx"},
+             {"x", 7, "abcdef"},
+             {"", 0, "abcdef"},
+         }) {
         InternedString name = before;
-        Insert(name, Cells(row)[0].c_str(), std::stoull(Cells(row)[1]));
-        EXPECT_EQ(name.View(), Cells(row)[2]);
+        Insert(name, text, position);
+        EXPECT_EQ(name.View(), result);
     }
     EXPECT_EQ(before.View(), "abcdef");
 

@@ -13,43 +13,74 @@ std::string After(std::string_view path, const std::function<void(PathSpan)>& ed
 }
 
 TEST(Paths, NormaliseFoldsDotsAndSeparators) {
-    for (const char* row : {"./a\\b\\..\\c\\.\\d|a/c/d", "\\x\\..\\..\\y|/../y", "a//b/|a/b", "|",
-                            ".|", "..|..", "../x|../x", "../../x|x", "../../../x|../x", "a/..|",
-                            "a/../b|b", "/|/", "a/b/..|a/", "c:\\a\\..\\b|c:/b", "c:a\\..\\b|c:/b",
-                            "c:\\..\\b|c:/../b", "tex:/a/../b|tex:/b", "...|..."}) {
-        EXPECT_EQ(After(Cells(row)[0], NormalisePath), Cells(row)[1]) << row;
+    for (const auto& [path, folded] : Table<const char*, const char*>{
+             {"./a\\b\\..\\c\\.\\d", "a/c/d"},
+             {"\\x\\..\\..\\y", "/../y"},
+             {"a//b/", "a/b"},
+             {"", ""},
+             {".", ""},
+             {"..", ".."},
+             {"../x", "../x"},
+             {"../../x", "x"},
+             {"../../../x", "../x"},
+             {"a/..", ""},
+             {"a/../b", "b"},
+             {"/", "/"},
+             {"a/b/..", "a/"},
+             {"c:\\a\\..\\b", "c:/b"},
+             {"c:a\\..\\b", "c:/b"},
+             {"c:\\..\\b", "c:/../b"},
+             {"tex:/a/../b", "tex:/b"},
+             {"...", "..."},
+         }) {
+        EXPECT_EQ(After(path, NormalisePath), folded) << path;
     }
 }
 
 TEST(Paths, JoinReplacesTheFileNameOfTheBase) {
-    for (const char* row :
-         {"data\\old.txt|\\new.txt|data\\new.txt", "textures|a.tga|textures:/a.tga", "|a|a",
-          "|/a|/a", ".|a|./a", "c:|a|c:/a", "a/b/|//c|a/b//c", "a|/b|a:/b"}) {
-        PathBuffer result(Cells(row)[0]);
-        JoinPath(result.View(), Cells(row)[1], result);
-        EXPECT_EQ(result.View(), Cells(row)[2]) << row;
+    for (const auto& [base, name, joined] : Table<const char*, const char*, const char*>{
+             {"data\\old.txt", "\\new.txt", "data\\new.txt"},
+             {"textures", "a.tga", "textures:/a.tga"},
+             {"", "a", "a"},
+             {"", "/a", "/a"},
+             {".", "a", "./a"},
+             {"c:", "a", "c:/a"},
+             {"a/b/", "//c", "a/b//c"},
+             {"a", "/b", "a:/b"},
+         }) {
+        PathBuffer result(base);
+        JoinPath(result.View(), name, result);
+        EXPECT_EQ(result.View(), joined) << base << " and " << name;
     }
 }
 
 // Each row: path, without its last folder, file name, folder, folder without its separator, folder
 // and extension.
 TEST(Paths, TakeNamesApart) {
-    for (const char* row :
-         {"a/b/c.x|a/c.x|c.x|a/b/|a/b|a/b/.x", "a/b/|a/||a/b/|a/b|a/b/",
-          "c:a\\b|c:b|b|c:a\\|c:a|c:a\\", "c:name.t|c:name.t|name.t|c:|c:|c:.t",
-          "dir.old/file|file|file|dir.old/|dir.old|dir.old/", "plain|plain|plain|||", "|||||"}) {
-        SCOPED_TRACE(row);
-        const auto cells = Cells(row);
-        const std::string& path = cells[0];
-        EXPECT_EQ(After(path, RemoveLastComponent), cells[1]);
-        EXPECT_EQ(After(path, StripDirectory), cells[2]);
-        EXPECT_EQ(FileNamePart(path.c_str()), cells[2]);
-        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, false); }), cells[3]);
-        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, true); }), cells[4]);
-        EXPECT_EQ(After(path, KeepDirectoryAndExtension), cells[5]);
+    for (const auto& [path, withoutLast, name, folder, bareFolder, nameless] :
+         Table<const char*, const char*, const char*, const char*, const char*, const char*>{
+             {"a/b/c.x", "a/c.x", "c.x", "a/b/", "a/b", "a/b/.x"},
+             {"a/b/", "a/", "", "a/b/", "a/b", "a/b/"},
+             {"c:a\\b", "c:b", "b", "c:a\\", "c:a", "c:a\\"},
+             {"c:name.t", "c:name.t", "name.t", "c:", "c:", "c:.t"},
+             {"dir.old/file", "file", "file", "dir.old/", "dir.old", "dir.old/"},
+             {"plain", "plain", "plain", "", "", ""},
+             {"", "", "", "", "", ""},
+         }) {
+        SCOPED_TRACE(path);
+        EXPECT_EQ(After(path, RemoveLastComponent), withoutLast);
+        EXPECT_EQ(After(path, StripDirectory), name);
+        EXPECT_EQ(std::string_view(FileNamePart(path)), name);
+        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, false); }), folder);
+        EXPECT_EQ(After(path, [](PathSpan b) { StripFileName(b, true); }), bareFolder);
+        EXPECT_EQ(After(path, KeepDirectoryAndExtension), nameless);
     }
-    for (const char* row : {"a/|a", "a//|a/", "|"}) {
-        EXPECT_EQ(After(Cells(row)[0], StripTrailingSeparator), Cells(row)[1]);
+    for (const auto& [path, stripped] : Table<const char*, const char*>{
+             {"a/", "a"},
+             {"a//", "a/"},
+             {"", ""},
+         }) {
+        EXPECT_EQ(After(path, StripTrailingSeparator), stripped);
     }
 }
 
@@ -74,13 +105,21 @@ TEST(Paths, ReplaceAndTestExtensions) {
 }
 
 TEST(Paths, NextComponentSkipsPrefixesAndSeparators) {
-    for (const char* row : {"c:\\a\\b|a|b", "tex:a/b|a|b", "//a//b|a|/b", "a|a|", "/c:/a|a|", "||",
-                            "c:||", "a/|a|"}) {
-        PathBuffer path(Cells(row)[0]);
+    for (const auto& [path, first, rest] : Table<const char*, const char*, const char*>{
+             {"c:\\a\\b", "a", "b"},
+             {"tex:a/b", "a", "b"},
+             {"//a//b", "a", "/b"},
+             {"a", "a", ""},
+             {"/c:/a", "a", ""},
+             {"", "", ""},
+             {"c:", "", ""},
+             {"a/", "a", ""},
+         }) {
+        PathBuffer left(path);
         PathBuffer component("old");
-        NextPathComponent(path, component);
-        EXPECT_EQ(component.View(), Cells(row)[1]) << row;
-        EXPECT_EQ(path.View(), Cells(row)[2]) << row;
+        NextPathComponent(left, component);
+        EXPECT_EQ(component.View(), first) << path;
+        EXPECT_EQ(left.View(), rest) << path;
     }
 }
 
@@ -94,10 +133,15 @@ TEST(Paths, EditPlainBuffers) {
         EraseText(PathSpan(buffer).data(), position, count);
         EXPECT_EQ(buffer.View(), left);
     }
-    for (const char* row : {"a|\\/bcd|a/bc", "a\\|b|a\\b", "|/b|/b", "c:|b|c:/b"}) {
-        PathBuffer buffer(Cells(row)[0]);
-        AppendPathComponent(buffer, Cells(row)[1], 4);
-        EXPECT_EQ(buffer.View(), Cells(row)[2]);
+    for (const auto& [path, component, appended] : Table<const char*, const char*, const char*>{
+             {"a", "\\/bcd", "a/bc"},
+             {"a\\", "b", "a\\b"},
+             {"", "/b", "/b"},
+             {"c:", "b", "c:/b"},
+         }) {
+        PathBuffer buffer(path);
+        AppendPathComponent(buffer, component, 4);
+        EXPECT_EQ(buffer.View(), appended);
     }
     EXPECT_EQ(After("x", [](PathSpan b) { CopyText(b, nullptr); }), "");
     EXPECT_TRUE(LastChar("ab") == 'b' && LastChar("") == '\0');

@@ -112,10 +112,14 @@ TEST(String, FormatsAnyLength) {
 TEST(String, NextTokenLeavesTheDelimiterBehind) {
     String text("\\a\\\\b");
     String token;
-    for (const char* row : {"a|\\\\b", "b|", "|"}) {
+    for (const auto& [taken, left] : Table<const char*, const char*>{
+             {"a", "\\\\b"},
+             {"b", ""},
+             {"", ""},
+         }) {
         text.NextToken("\\/", token);
-        EXPECT_EQ(token.View(), Cells(row)[0]);
-        EXPECT_EQ(text.View(), Cells(row)[1]);
+        EXPECT_EQ(token.View(), taken);
+        EXPECT_EQ(text.View(), left);
     }
     EXPECT_TRUE(token.IsNull());
 }
@@ -126,12 +130,19 @@ TEST(String, FindsAndCompares) {
               std::tuple(0, 3, -1));
     EXPECT_EQ(String().Find('a', 0), -1);
     // Bytes are unsigned, and letter case is that of the ANSI code page.
-    for (const char* row : {"abca|abc|2|2", "abca|abca|1|1", "abca|abd|0|0", "abca|Abca|2|1",
-                            "a|B|2|0", "AB|a|0|2", "\xC4|\xE4|0|1", "z|\xE4|0|0"}) {
-        const auto cells = Cells(row);
-        const String left(cells[0].c_str());
-        EXPECT_EQ(left.Compare(cells[1].c_str()), std::stoi(cells[2])) << row;
-        EXPECT_EQ(left.CompareNoCase(String(cells[1].c_str())), std::stoi(cells[3])) << row;
+    for (const auto& [a, b, order, orderNoCase] : Table<const char*, const char*, int, int>{
+             {"abca", "abc", 2, 2},
+             {"abca", "abca", 1, 1},
+             {"abca", "abd", 0, 0},
+             {"abca", "Abca", 2, 1},
+             {"a", "B", 2, 0},
+             {"AB", "a", 0, 2},
+             {"\xC4", "\xE4", 0, 1},
+             {"z", "\xE4", 0, 0},
+         }) {
+        const String left(a);
+        EXPECT_EQ(left.Compare(b), order) << a << " and " << b;
+        EXPECT_EQ(left.CompareNoCase(String(b)), orderNoCase) << a << " and " << b;
     }
 }
 

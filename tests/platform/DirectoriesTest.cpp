@@ -154,9 +154,13 @@ TEST_F(Directories, ATreeGoesWithWhatItsEntriesNameAndNothingElse) {
 TEST_F(Directories, TemporaryDirectoryEndsInASeparator) {
     std::string before;
     const bool wasSet = GetEnvironment("TMPDIR", before);
-    for (const char* row : {"/x|/x/", "/x/|/x/", "|/tmp/"}) {
-        setenv("TMPDIR", Cells(row)[0].c_str(), 1);
-        EXPECT_EQ(TemporaryDirectory(), Cells(row)[1]);
+    for (const auto& [value, directory] : Table<const char*, const char*>{
+             {"/x", "/x/"},
+             {"/x/", "/x/"},
+             {"", "/tmp/"},
+         }) {
+        setenv("TMPDIR", value, 1);
+        EXPECT_EQ(TemporaryDirectory(), directory);
     }
     wasSet ? setenv("TMPDIR", before.c_str(), 1) : unsetenv("TMPDIR");
 }
@@ -165,15 +169,21 @@ TEST_F(Directories, AreLookedUpByExactNameThenByLetterCase) {
     for (const char* name : {"b.txt", "B.txt", "\xC9t\xE9.TXT", "only"}) {
         folder.Write("Data/"s + name, "12345");
     }
-    // Third row: of several matches, the first in byte order.
-    for (const std::string row :
-         {"Data/b.txt|Data/b.txt", "Data/B.txt|Data/B.txt", "data/b.TXT|Data/B.txt",
-          "DATA\\ONLY|Data/only", "data//only|Data//only",
-          "data/./../dAtA/only|Data/./../Data/only", "data/\xE9T\xC9.txt|Data/\xC9t\xE9.TXT",
-          "data/only/|Data/only/", "data/onl|data/onl", "data/absent\\b.txt|data/absent/b.txt"}) {
+    // The third: of several, the first in byte order.
+    for (const auto& [path, found] : Table<std::string, std::string>{
+             {"Data/b.txt", "Data/b.txt"},
+             {"Data/B.txt", "Data/B.txt"},
+             {"data/b.TXT", "Data/B.txt"},
+             {"DATA\\ONLY", "Data/only"},
+             {"data//only", "Data//only"},
+             {"data/./../dAtA/only", "Data/./../Data/only"},
+             {"data/\xE9T\xC9.txt", "Data/\xC9t\xE9.TXT"},
+             {"data/only/", "Data/only/"},
+             {"data/onl", "data/onl"},
+             {"data/absent\\b.txt", "data/absent/b.txt"},
+         }) {
         for (const std::string& root : {""s, folder.Path() + "/"}) {
-            const auto cells = Cells(row);
-            EXPECT_EQ(posix::FindExistingPath((root + cells[0]).c_str()), root + cells[1]);
+            EXPECT_EQ(posix::FindExistingPath((root + path).c_str()), root + found);
         }
     }
     for (const char* absent : {"data/only/", "data/onl", ""})

@@ -28,15 +28,22 @@ std::int64_t RunShell(const std::string& script) {
     return ExitCodeOf("/bin/sh -c \"" + script + "\"");
 }
 
-// Each row: the text, then its arguments.
 TEST(CommandLine, QuotesAndBackslashes) {
-    for (const char* row :
-         {"", "  \t ", " a  b\tc |a|b|c", R"("a b" c|a b|c)", R"(a" b"c d|a bc|d)", R"("" x||x)",
-          R"("open end|open end)", R"(a\b\\c|a\b\\c)", R"("a\\" b|a\|b)",
-          R"(a\"b "c\\\"d e"|a"b|c\"d e)", R"(a\\\\"b c"|a\\b c)", R"(C:\x\ y|C:\x\|y)"}) {
-        std::vector<std::string> arguments = Cells(row);
-        arguments.erase(arguments.begin());
-        EXPECT_EQ(posix::SplitArguments(Cells(row)[0]), arguments) << row;
+    for (const auto& [text, arguments] : Table<const char*, std::vector<std::string>>{
+             {"", {}},
+             {"  \t ", {}},
+             {" a  b\tc ", {"a", "b", "c"}},
+             {R"("a b" c)", {"a b", "c"}},
+             {R"(a" b"c d)", {"a bc", "d"}},
+             {R"("" x)", {"", "x"}},
+             {R"("open end)", {"open end"}},
+             {R"(a\b\\c)", {R"(a\b\\c)"}},
+             {R"("a\\" b)", {R"(a\)", "b"}},
+             {R"(a\"b "c\\\"d e")", {R"(a"b)", R"(c\"d e)"}},
+             {R"(a\\\\"b c")", {R"(a\\b c)"}},
+             {R"(C:\x\ y)", {R"(C:\x\)", "y"}},
+         }) {
+        EXPECT_EQ(posix::SplitArguments(text), arguments) << text;
     }
 }
 

@@ -89,14 +89,17 @@ TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
         EXPECT_EQ(folder_.Read("console"), console);
         fs::remove("VornLog.txt");
     }
-    for (const char* row : {"-LogStdOut|e\r\n|", "-LogStdErr -LogStdOut||e\r\n"}) {
+    for (const auto& [option, out, err] : Table<const char*, const char*, const char*>{
+             {"-LogStdOut", "e\r\n", ""},
+             {"-LogStdErr -LogStdOut", "", "e\r\n"},
+         }) {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
-        Init("-LogDisplayModuleName- -Log=M:mono=off " + Cells(row)[0]);
+        Init("-LogDisplayModuleName- -Log=M:mono=off " + option);
         Err("e");
         CloseLog();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), Cells(row)[1]);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), Cells(row)[2]);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), out);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), err);
     }
     // Without InitLog; the raw writer asks for no level.
     testing::internal::CaptureStderr();

@@ -24,17 +24,27 @@ std::vector<std::string> ItemsOf(const std::string& text, const char* separators
 }
 
 TEST(OptionParsing, ReadsNamesAndValuesInOrderOfFirstAppearance) {
-    for (const char* row :
-         {"|", " \t\n\v\f\r|", "-HideWindow a/b /C\xC4 +d|hidewindow=;a/b=;c\xC4=;d=;",
-          "-LogFlush- -LogFlush2+x -A -|logflush=-;logflush2=+;x=;a=;", "-A=1 -a=2 -b=1 -B|a=2;b=;",
-          "-Path='C:\\a b' -Next|path=C:\\a b;next=;", "-a=\"x'b -c=\"open -d |a=x;b=;c=open -d ;",
-          "-LogFile=C:\\My Logs\\a.txt -X|logfile=C:\\My Logs\\a.txt;x=;",
-          "-X=a -b /Y=a-b \t /c|x=a;b=;y=a-b;c=;", "X \n = \t a  b \r\n|x=a  b;", "-X= -b|x=-b;",
-          "-X=|x=;", "- =x --n +|n=;", "=x -y=1 - foo|y=1;foo=;",
-          "+R=A,B -S=Soft +s=C +S|r=A,B;s=Soft,C,;", "-R +r=a /r=b|r=b;"}) {
+    for (const auto& [text, options] : Table<const char*, const char*>{
+             {"", ""},
+             {" \t\n\v\f\r", ""},
+             {"-HideWindow a/b /C\xC4 +d", "hidewindow=;a/b=;c\xC4=;d=;"},
+             {"-LogFlush- -LogFlush2+x -A -", "logflush=-;logflush2=+;x=;a=;"},
+             {"-A=1 -a=2 -b=1 -B", "a=2;b=;"},
+             {"-Path='C:\\a b' -Next", "path=C:\\a b;next=;"},
+             {"-a=\"x'b -c=\"open -d ", "a=x;b=;c=open -d ;"},
+             {"-LogFile=C:\\My Logs\\a.txt -X", "logfile=C:\\My Logs\\a.txt;x=;"},
+             {"-X=a -b /Y=a-b \t /c", "x=a;b=;y=a-b;c=;"},
+             {"X \n = \t a  b \r\n", "x=a  b;"},
+             {"-X= -b", "x=-b;"},
+             {"-X=", "x=;"},
+             {"- =x --n +", "n=;"},
+             {"=x -y=1 - foo", "y=1;foo=;"},
+             {"+R=A,B -S=Soft +s=C +S", "r=A,B;s=Soft,C,;"},
+             {"-R +r=a /r=b", "r=b;"},
+         }) {
         OptionList list;
-        ParseOptions(list, Cells(row)[0]);
-        EXPECT_EQ(TextOf(list), Cells(row)[1]) << row;
+        ParseOptions(list, text);
+        EXPECT_EQ(TextOf(list), options) << text;
     }
     KernelOptions options("", "-nullrender", 1, 2);
     OptionList& list = options.GetOptionList();
@@ -68,27 +78,48 @@ TEST(OptionParsing, TakesHundredsOfThousandsOfOptionsAndItems) {
 
 TEST(OptionLookup, BooleansFlipTheDefaultUnlessTheySayWhich) {
     // The text, and what it makes of the defaults false and true.
-    for (const char* row : {"-f|10", "+f|10", "-f=yes|10", "-f-|00", "-f=off|00", "-f=False|00",
-                            "-f=-x|00", "-f+|11", "-f=oN|11", "-f=TRUE|11", "-f=+x|11", "-g|01"}) {
+    for (const auto& [text, ofFalse, ofTrue] : Table<const char*, bool, bool>{
+             {"-f", true, false},
+             {"+f", true, false},
+             {"-f=yes", true, false},
+             {"-f-", false, false},
+             {"-f=off", false, false},
+             {"-f=False", false, false},
+             {"-f=-x", false, false},
+             {"-f+", true, true},
+             {"-f=oN", true, true},
+             {"-f=TRUE", true, true},
+             {"-f=+x", true, true},
+             {"-g", false, true},
+         }) {
         OptionList list;
-        ParseOptions(list, Cells(row)[0]);
+        ParseOptions(list, text);
         for (const bool fallback : {false, true}) {
             bool out = !fallback;
-            EXPECT_EQ(GetOptionBool(list, "F", out, fallback), row != "-g|01"sv);
-            EXPECT_EQ(out, Cells(row)[1][fallback ? 1 : 0] == '1') << row;
+            EXPECT_EQ(GetOptionBool(list, "F", out, fallback), text != "-g"sv);
+            EXPECT_EQ(out, fallback ? ofTrue : ofFalse) << text;
         }
     }
 }
 
 TEST(OptionLookup, NumbersStandAtTheStartAndTextsAreTaken) {
-    for (const char* row : {"-n=12abc|12", "-n|0", "-n=abc|0", "-n=' \t-7'|-7", "-n=+8|8",
-                            "-n='+-8'|0", "-n=2147483648|2147483647", "-n=-2147483648|-2147483648",
-                            "-n=-99999999999999999999999|-2147483648", "-m=7|5"}) {
+    for (const auto& [text, number] : Table<const char*, int>{
+             {"-n=12abc", 12},
+             {"-n", 0},
+             {"-n=abc", 0},
+             {"-n=' \t-7'", -7},
+             {"-n=+8", 8},
+             {"-n='+-8'", 0},
+             {"-n=2147483648", 2147483647},
+             {"-n=-2147483648", std::numeric_limits<int>::min()},
+             {"-n=-99999999999999999999999", std::numeric_limits<int>::min()},
+             {"-m=7", 5},
+         }) {
         OptionList list;
-        ParseOptions(list, Cells(row)[0]);
+        ParseOptions(list, text);
         int out = -1;
-        EXPECT_EQ(GetOptionInt(list, "N", out, 5), row != "-m=7|5"sv);
-        EXPECT_EQ(std::to_string(out), Cells(row)[1]) << row;
+        EXPECT_EQ(GetOptionInt(list, "N", out, 5), text != "-m=7"sv);
+        EXPECT_EQ(out, number) << text;
     }
     OptionList list;
     ParseOptions(list, "-There=text");
@@ -103,8 +134,9 @@ TEST(OptionItems, EndAtSeparatorsAndWithTheirValue) {
     EXPECT_THAT(ItemsOf("-v=File, Err ,Warn", ","), ElementsAre("File", "Err", "Warn"));
     EXPECT_THAT(ItemsOf("-v=a,;, b c;d ", ",;"), ElementsAre("a", "b c", "d"));
     EXPECT_THAT(ItemsOf("-v=a,b", ""), ElementsAre("a,b"));
-    for (const char* empty : {"-v=,a", "-v=' ,a'", "-v"})
+    for (const char* empty : {"-v=,a", "-v=' ,a'", "-v"}) {
         EXPECT_THAT(ItemsOf(empty, ","), IsEmpty());
+    }
 
     OptionList list;
     ParseOptions(list, "-v=long-value,b");
