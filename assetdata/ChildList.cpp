@@ -75,7 +75,7 @@ bool ChildList::Swap(const OCSChunkRef& a, const OCSChunkRef& b) {
     const std::uint32_t ofA = PositionOf(a.Get());
     const std::uint32_t ofB = PositionOf(b.Get());
     if (ofA == PositionIndex::kNone || ofB == PositionIndex::kNone || ofA == ofB) return false;
-    // The pairs may hold the only references, these very ones.
+    // `a` and `b` may be the list's own references, so the swap works on copies.
     const OCSChunkRef keptA(a.Get());
     const OCSChunkRef keptB(b.Get());
     SetChild(ofA, keptB);
@@ -99,7 +99,7 @@ const PositionIndex& ChildList::ByName() const {
         index->Add(HashOf(name), position,
                    [&](std::uint32_t at) { return pairs_[at].name == name; });
     }
-    // Threads that look up at once may all build one; the first that is ready stays.
+    // Several threads may each build an index here; the first to finish is kept.
     PositionIndex* expected = nullptr;
     if (byName_.compare_exchange_strong(expected, index.get(), std::memory_order_acq_rel)) {
         return *index.release();
@@ -137,7 +137,7 @@ std::uint32_t ChildList::PositionOf(const OCSChunk* child) {
 void ChildList::SetChild(std::uint32_t position, const OCSChunkRef& child) {
     const OCSChunkRef old = std::exchange(pairs_[position].child, {});
     if (editing_) {
-        // The index asks about the first of equals, which may be the pair that changes.
+        // The index compares with the first of equal children, which may be this very pair.
         pairs_[position].child = old;
         editing_->byChild.Remove(HashOf(old.Get()), position,
                                  [&](std::uint32_t at) { return pairs_[at].child == old; });

@@ -1,8 +1,8 @@
 // The ordered (name, child) pairs of a container, found by name, by child and by position.
 //
-// Pairs keep their order; equal names and equal children are allowed, and the first counts. Lists
-// of more than a few pairs are indexed at the first lookup that needs it, which several threads may
-// do at once; a change needs the list alone. Copies no names.
+// Pairs keep their order. Names and children may repeat; lookups return the first. Lists of more
+// than a few pairs are indexed at the first lookup that needs it. Several threads may look up at
+// once; a change needs exclusive access. Names are not copied.
 #pragma once
 
 #include <atomic>
@@ -30,21 +30,21 @@ public:
     ChildList& operator=(const ChildList&) = delete;
 
     [[nodiscard]] std::uint32_t Count() const;
-    // Null past the end.
+    // Returns null past the end.
     [[nodiscard]] const Pair* At(std::uint32_t index) const;
-    // The first pair of that name, or null.
+    // Returns the first pair of that name, or null.
     [[nodiscard]] const Pair* Find(const InternedString& name) const;
     [[nodiscard]] bool Holds(const OCSChunk* child);
 
     void Add(const InternedString& name, const OCSChunkRef& child);
-    // Each acts on the first pair that holds the child; false when there is none.
+    // Each changes the first pair that holds the child; false if there is none.
     bool Remove(const OCSChunk* child);
     bool Replace(const OCSChunk* child, const OCSChunkRef& by);
     bool Swap(const OCSChunkRef& a, const OCSChunkRef& b);
     void Clear();
 
 private:
-    // What a long list needs from its first change on.
+    // Indexes that a long list keeps from its first change on.
     struct Editing {
         LivePositions live;
         PositionIndex byChild;
@@ -59,7 +59,7 @@ private:
     void RemoveIndexed(std::uint32_t position);
     void Compact();
 
-    std::vector<Pair> pairs_;  // those of removed positions hold nothing
+    std::vector<Pair> pairs_;  // empty at removed positions until Compact
     mutable std::atomic<PositionIndex*> byName_ = nullptr;
     std::unique_ptr<Editing> editing_;
 };

@@ -16,7 +16,7 @@ constexpr std::uint32_t kAlignment = 16;
 
 }  // namespace
 
-// Stands among added children for a record of the same body.
+// A placeholder among added children for a record of the same body.
 class ChunkBody::KeptRecord final : public OCSChunk {
 public:
     explicit KeptRecord(std::uint32_t record) : record_(record) {}

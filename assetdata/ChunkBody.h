@@ -1,9 +1,9 @@
 // The checked body of a loaded chunk file, and the tree that its records make.
 //
-// Tags are decoded when they are asked for and hold a reference to the body. Changes are kept
-// here, for all tags that stand for the same sequence of records. A tag of this body that is added
-// to this body is kept as the number of its record, so that the body does not hold itself; a tag
-// of the body inside of a container from elsewhere does hold it, until the change is cleared.
+// Tags are decoded on demand and hold a reference to the body. Changes are kept here, for all tags
+// of the same sequence of records. A tag of this body that is added to this body is kept as the
+// offset of its record, so that the body does not hold itself. Inside a container from elsewhere it
+// does hold the body, until that container is cleared.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ namespace Vorn {
 
 class ChunkBody final : public ReferenceCountMP {
 public:
-    // The number under which the whole body stands among its records.
+    // The record number of the whole body.
     static constexpr std::uint32_t kRoot = kNoChunkRecord;
 
     // Takes `size` checked bytes, aligned to 16.
@@ -37,14 +37,15 @@ public:
     [[nodiscard]] OCSChunkRef Root();
     [[nodiscard]] OCSChunkRef Decode(const ChunkRecord& record);
 
-    // The one of the container record `record`, or of the root; made at the first call.
+    // Returns the sequence of the container record `record`, or of the root; made at the first
+    // call.
     [[nodiscard]] ChunkSequence& SequenceOf(std::uint32_t record, ChunkRange range);
 
-    // Whether any sequence may differ from its records.
+    // Returns whether any sequence may differ from its records.
     [[nodiscard]] bool IsChanged() const { return changed_; }
     void SetChanged() { changed_ = true; }
 
-    // A child as added children are kept, and back.
+    // Convert a child to the form in which added children are kept, and back.
     [[nodiscard]] OCSChunkRef ToKept(const OCSChunkRef& child);
     [[nodiscard]] OCSChunkRef FromKept(const OCSChunkRef& kept);
 
@@ -64,11 +65,11 @@ private:
         VORN_GUARDED_BY(lock_);
 };
 
-// A tag that stands for a record of a body.
+// A tag that represents a record of a body.
 class ChunkTag : public OCSChunk {
 public:
     [[nodiscard]] ChunkBody& Body() const { return *body_; }
-    // Its offset, or ChunkBody::kRoot.
+    // Returns the record's offset, or ChunkBody::kRoot.
     [[nodiscard]] std::uint32_t Record() const { return record_; }
 
 protected:
@@ -79,7 +80,7 @@ private:
     std::uint32_t record_;
 };
 
-// Where in its chunk file a tag's record begins; nothing for tags from elsewhere.
+// Returns where a tag's record begins in its chunk file; nullopt for tags from elsewhere.
 [[nodiscard]] std::optional<std::uint64_t> ChunkFileOffset(const OCSChunk& tag);
 
 }  // namespace Vorn

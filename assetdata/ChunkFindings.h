@@ -1,4 +1,4 @@
-// What is odd in a chunk file that can be read all the same.
+// Oddities in a chunk file that do not prevent reading it.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace Vorn {
 
-// Looks at every record of a checked body.
+// Reports the oddities of every record of a checked body.
 void FindChunkOddities(std::span<const std::byte> body, TagObserver& observer);
 
 }  // namespace Vorn

@@ -1,8 +1,7 @@
 // The records of a chunk file's body, as bytes (docs/formats/chunk.md).
 //
 // A body is checked once; after that its records can be walked without further checks, whatever
-// they hold. What the check lets through may still be odd: a name or payload that its record has
-// no room for is then cut to what is there.
+// they hold. A checked body may still be odd: a name or payload longer than its record is cut.
 #pragma once
 
 #include <cstddef>
@@ -53,17 +52,17 @@ struct ChunkFault {
     std::uint32_t offset;  // of the record
 };
 
-// Whether the body's records lie inside of one another. On failure `fault` tells the first that
-// does not. Takes no stack however deep they nest.
+// Returns whether every record lies inside the one that contains it; if not, sets `fault` to the
+// first that does not. Does not recurse, however deep they nest.
 [[nodiscard]] bool CheckChunkRecords(std::span<const std::byte> body, ChunkFault& fault);
 
-// Where the record at `offset` of a checked body ends.
+// Returns where the record at `offset` of a checked body ends.
 [[nodiscard]] inline std::uint32_t NextChunkRecord(std::span<const std::byte> body,
                                                    std::uint32_t offset) {
     return offset + 4 + LoadU32<0>(std::span<const std::byte, 4>(body.data() + offset, 4));
 }
 
-// The record at `offset` of a checked body.
+// Returns the record at `offset` of a checked body.
 [[nodiscard]] inline ChunkRecord ChunkRecordAt(std::span<const std::byte> body,
                                                std::uint32_t offset) {
     const std::byte* at = body.data() + offset;
@@ -81,22 +80,23 @@ struct ChunkFault {
     return record;
 }
 
-// Whether another record begins at `offset` of a sequence that ends at `end`.
+// Returns whether another record begins at `offset` of a sequence that ends at `end`.
 [[nodiscard]] constexpr bool HasChunkRecord(std::uint32_t offset, std::uint32_t end) {
     return end - offset >= kLeastRecord;
 }
 
-// What is left to visit of a body: the rest of one sequence of records, and the ends of those
-// around it. A sequence that ends where its container ends needs no memory of the latter.
+// The part of a body that a walk has still to visit: the rest of one sequence of records, and the
+// ends of the sequences around it. A sequence that ends with its container stores no extra end, so
+// a hostile nesting of such sequences takes no memory.
 class OpenChunkSequences {
 public:
     explicit OpenChunkSequences(std::span<const std::byte> body)
         : rest_{0, static_cast<std::uint32_t>(body.size())} {}
 
-    // Whether the sequence has another record; up to 5 bytes may follow its last one.
+    // Returns whether the sequence has another record; up to 5 bytes may follow the last one.
     [[nodiscard]] bool HasRecord() const { return HasChunkRecord(rest_.begin, rest_.end); }
 
-    // Goes on behind the container that ends here. False when there is none.
+    // Continues after the container that ends here. Returns false if there is none.
     [[nodiscard]] bool Leave() {
         if (ends_.empty()) return false;
         rest_ = {rest_.end, ends_.back()};
@@ -106,7 +106,7 @@ public:
 
     [[nodiscard]] const ChunkRange& Rest() const { return rest_; }
 
-    // Goes past a record, and into its payload when that is a sequence.
+    // Moves past a record, or into its payload if that is a sequence.
     void Pass(ChunkRange payload, bool container) {
         rest_.begin = payload.end;
         if (!container || payload.begin >= payload.end) return;

@@ -7,7 +7,7 @@
 namespace Vorn {
 namespace {
 
-// Names in a file must not be able to collide on purpose.
+// Keyed per run: a hostile file must not be able to choose names that collide.
 std::uint64_t HashOf(std::string_view name) {
     static const SipHashKey key = RandomSipHashKey();
     return SipHash13(key, name) + (name.data() ? 1 : 0);

@@ -1,7 +1,6 @@
-// What is remembered about one sequence of records of a loaded chunk file: where its records
-// stand, their names, and how it was changed since.
+// An index of one sequence of records of a loaded chunk file: offsets, names, and later changes.
 //
-// Borrows the body. Looking up may run on many threads at once, a change needs the sequence alone.
+// Borrows the body. Lookups may run on many threads at once; a change needs exclusive access.
 #pragma once
 
 #include <cstdint>
@@ -20,14 +19,14 @@ namespace Vorn {
 
 inline constexpr std::uint32_t kNoChunkRecord = 0xFFFFFFFF;
 
-// The null handle is the name of a record without one.
+// Returns whether the record has that name; the null handle matches a record without one.
 [[nodiscard]] bool IsNamed(const ChunkRecord& record, const InternedString& name);
 
 class ChunkSequence {
 public:
     ChunkSequence(std::span<const std::byte> body, ChunkRange range);
 
-    // Records that were not removed, by position and by name; the offset of a record.
+    // Find records that were not removed, by position and by name; both return its offset.
     [[nodiscard]] std::uint32_t RecordCount() const { return live_.Count(); }
     [[nodiscard]] std::uint32_t RecordAt(std::uint32_t index) const {
         return records_[live_.Select(index)];
@@ -38,7 +37,7 @@ public:
     void Remove(std::uint32_t record);
     void Clear();
 
-    // Children that were added, behind all records.
+    // Returns the added children, which follow all records.
     [[nodiscard]] const ChildList& Added() const { return added_; }
     [[nodiscard]] ChildList& Added() { return added_; }
 

@@ -31,7 +31,7 @@ std::uint8_t RecordTypeOf(std::uint32_t tagType) {
         case kTagFloat:
             return kRecordFloats;
         case kTagText:
-        case 5:  // a text of old
+        case 5:  // legacy text type
             return kRecordText;
         case kTagInteger:
             return kRecordIntegers;
@@ -48,16 +48,16 @@ std::uint32_t NameFieldSize(std::string_view name) {
 
 struct Sizes {
     std::uint32_t body = 0;
-    // Of the containers' payloads, in the order in which they are entered.
+    // Sizes of the containers' payloads, in the order in which they are entered.
     std::vector<std::uint32_t> payloads;
 };
 
-// Adds up sizes on the way through a tree.
+// Computes all sizes in one walk, since a container's size precedes its records.
 class Measuring {
 public:
     explicit Measuring(TagObserver* observer) : observer_(observer) {}
 
-    // Nothing when the tree cannot be written.
+    // Returns nullopt if the tree cannot be written.
     std::optional<Sizes> Measure(const OCSChunk& root) {
         for (TagWalk walk(root); walk.Next();) {
             if (walk.IsLeaving()) {
@@ -72,11 +72,11 @@ public:
 
 private:
     struct Open {
-        std::uint32_t container;  // its number among the payloads
+        std::uint32_t container;  // its index among the payloads
         std::uint32_t own;        // bytes of its record without the payload
     };
 
-    // False when it is of no use to go on.
+    // Returns false if the tree cannot be written.
     bool Enter(const TagWalk& walk) {
         const OCSChunk& tag = walk.Tag();
         if (walk.Name().size() > kMostChunkName) Refuse(TagFault::NameTooLong, walk);

@@ -1,4 +1,4 @@
-// Writing of chunk files (docs/formats/chunk.md) from any tag tree.
+// Writes chunk files (docs/formats/chunk.md) from any tag tree.
 #pragma once
 
 #include "assetdata/OCSChunk.h"
@@ -7,9 +7,9 @@
 
 namespace Vorn {
 
-// Writes header and records of the children of `root` at the stream's position. Everything is
-// measured first: false, and not a byte written, when a name has more than 254 bytes or a size
-// passes 4 GiB, which the observer is told; false as well when not all could be written.
+// Writes the header, and the records of the children of `root`, at the stream's position. Sizes are
+// computed first: if a name has more than 254 bytes or a size exceeds 4 GiB, reports that to the
+// observer, writes nothing and returns false. Also returns false if not all could be written.
 [[nodiscard]] bool WriteChunkFile(const OCSChunk& root, TStream& stream,
                                   TagObserver* observer = nullptr);
 

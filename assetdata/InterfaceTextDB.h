@@ -1,18 +1,18 @@
-// The texts of the user interface, in the language of the program's choice.
+// The texts of the user interface, in the language that the program chooses.
 //
 // One table for the process: the tags of one language file, found by their names. The program
-// chooses the language, and the first request loads its file from the substitution "data": the
+// chooses the language, and the first request loads its file from the mount "data": the
 // compiled form ("interfaceGerman.chump"), or when that cannot be opened the text form
 // ("interfaceGerman.txt"). Without either the table is empty, and the log says so. Texts are in
 // UTF-8, and stay valid after another language was loaded.
 //
-// Threads: any; lookups run side by side, a load runs alone, and threads that come first together
-// load once. The log lock and those of the file layer are taken inside this one.
+// Threads: any. Lookups run in parallel, a load runs alone, and simultaneous first requests load
+// once. The log lock and the locks of the file layer are taken inside this one.
 //
 // Decided here, where it was open:
-// - What tells of a missing text names the file of the chosen language in its compiled form.
+// - The log line about a missing text names the compiled file of the chosen language.
 // - A tag that is there with an empty text counts as missing for those who want a warning.
-// - A load that ends for want of memory throws std::bad_alloc, and the next request loads again.
+// - A load that runs out of memory throws std::bad_alloc, and the next request loads again.
 #pragma once
 
 #include <atomic>
@@ -27,28 +27,28 @@ namespace Vorn {
 
 class InterfaceTextDB {
 public:
-    // Chooses the language by its two letters (any letter case), or by null or an empty text for
-    // English. A code without a file changes nothing. A table that is loaded stays what it is.
+    // Chooses the language by its two letters (any letter case); null or an empty text chooses
+    // English. An unknown code changes nothing. A loaded table keeps its texts until Load.
     static void SetLanguage(const char* code);
 
-    // The table, loaded by the first call.
+    // Returns the table; the first call loads it.
     static InterfaceTextDB& Instance();
 
     InterfaceTextDB(const InterfaceTextDB&) = delete;
     InterfaceTextDB& operator=(const InterfaceTextDB&) = delete;
 
-    // Loads the chosen language in the place of what the table holds.
+    // Replaces the table's content with the chosen language.
     void Load();
 
-    // The text of `tag`. Without one the result is null or empty; with `warn` it is then the tag's
-    // name, and the log is told the first ten times in the process, whatever was looked up. A null
-    // or empty `tag` is the result itself.
+    // Returns the text of `tag`. If it is missing the result is null or empty; with `warn` it is
+    // the tag's name, and the first ten misses of the process are logged. Returns a null or empty
+    // `tag` unchanged.
     [[nodiscard]] InternedString GetString(const InternedString& tag, bool warn);
     // The same among the texts of "ostrel_map_text" and of "scenario_text".
     [[nodiscard]] InternedString GetMapText(const InternedString& tag, bool warn);
     [[nodiscard]] InternedString GetScenarioText(const InternedString& tag, bool warn);
     // The same among the texts of "ostrel_spec_text", under the name as the text form writes it
-    // ("Max Speed" is "max_speed"). Without a text the result is always `tag`.
+    // ("Max Speed" is "max_speed"). If the text is missing the result is always `tag`.
     [[nodiscard]] InternedString GetSpecText(const InternedString& tag, bool warn);
 
 private:

@@ -46,7 +46,8 @@ public:
         return count > 0;
     }
 
-    // False, and `number` as it was, when there is none; one that does not fit clears `fits`.
+    // Returns false and leaves `number` unchanged if there is none; clears `fits` if it does not
+    // fit.
     bool TakeNumber(std::int32_t& number, bool& fits) {
         const NumberRead<std::int32_t> read = ReadInteger(rest_);
         if (!read.found) return false;
@@ -140,7 +141,7 @@ std::string Join(const KUID& kuid, std::string_view plain, std::string_view vers
                  char separator) {
     std::string text(kuid.IsPlain() ? plain : versioned);
     text += std::to_string(kuid.userId) + separator + std::to_string(kuid.contentId);
-    // As a signed number, whatever a program has put there.
+    // Printed as a signed number, because a program may have stored any value.
     if (!kuid.IsPlain()) {
         text += separator + std::to_string(static_cast<std::int32_t>(kuid.version));
     }

@@ -1,9 +1,9 @@
-// The identifier of an asset: who published it, a number in that user's range, and a version.
+// The identifier of an asset: the user who published it, a number in that user's range, a version.
 //
 // Text forms: "<kuid:1:2>" and "<kuid2:1:2:3>". The first is for plain identifiers, whose version
-// follows from the user: 0 for users from 0 on, 127 for users below 0. The null identifier
-// (-1, -1, 127) is the result of every failed parse. A number that does not fit 32 bits fails the
-// parse: a cut number would name another asset.
+// follows from the user: 0 for users from 0 on, 127 for users below 0. A failed parse returns the
+// null identifier (-1, -1, 127). A number that does not fit 32 bits fails the parse, because a cut
+// number would name another asset.
 //
 // Packed, a user's number keeps 25 bits, -16,777,216 to 16,777,215.
 #pragma once
@@ -29,9 +29,9 @@ struct KUID {
     static constexpr std::size_t kPairSize = 8;
     using Pair = std::array<std::byte, kPairSize>;
 
-    // Reads the text up to a zero byte; letter case does not count. A strict parse takes whole
-    // identifiers only. One that is not strict also takes what may follow or be missing: "1:2",
-    // "<1:2", "<kuid:1:2", "<kuid:1:2> and more", and "2" alone, which is (-1, 2, 127).
+    // Parses the text up to a zero byte, ignoring letter case. A strict parse accepts only complete
+    // identifiers. Otherwise parts may be missing or follow: "1:2", "<1:2", "<kuid:1:2",
+    // "<kuid:1:2> and more", and "2" alone, which is (-1, 2, 127).
     [[nodiscard]] static KUID Parse(std::string_view text, bool strict);
 
     [[nodiscard]] bool IsNull() const { return *this == KUID{}; }
@@ -55,10 +55,10 @@ struct KUID {
     // "1_2", "1_2_3" for the separator '_'; null is "NULLKUID".
     [[nodiscard]] String SeparatedForm(char separator) const;
 
-    // Content, then packed word, little-endian. Null when the stream ends before the eighth byte;
-    // an identifier that is the last thing in its stream counts.
+    // Reads content, then packed word, little-endian. Returns null if the stream ends before the
+    // eighth byte.
     [[nodiscard]] static KUID ReadFrom(TStream& stream);
-    // At the logical position. False when not all was written.
+    // Writes at the logical position. Returns false if not all was written.
     [[nodiscard]] bool WriteTo(TStream& stream) const;
 
     friend bool operator==(const KUID&, const KUID&) = default;

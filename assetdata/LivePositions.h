@@ -1,6 +1,6 @@
-// Tells which entries of a list have been removed, and which is the n-th that has not.
+// Tracks which entries of a list have been removed, and finds the n-th that has not.
 //
-// The list itself keeps its entries where they are. Removing costs nothing; finding the n-th counts
+// The list itself keeps its entries in place. Removing takes constant time; finding the n-th counts
 // through blocks of 4,096 positions, unless nothing was removed.
 #pragma once
 
@@ -36,7 +36,7 @@ public:
         --count_;
     }
 
-    // The position of the live entry number `index`, which must be below the count.
+    // Returns the position of the live entry number `index`, which must be below the count.
     [[nodiscard]] std::uint32_t Select(std::uint32_t index) const {
         if (words_.empty()) return index;
         std::uint32_t block = 0;

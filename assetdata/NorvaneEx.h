@@ -1,4 +1,4 @@
-// What the asset data library throws for misuse. Outcomes are returned, never thrown.
+// The exception that the asset data library throws for misuse. Outcomes are returned, never thrown.
 #pragma once
 
 #include "kernel/Exceptions.h"

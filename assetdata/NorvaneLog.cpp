@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kLogModule = "Norvane";
 
-// Before main, so that the log's options find the module.
+// Registered before main, so that the log's options find the module.
 [[maybe_unused]] const LogModule* const registered = RegisterLogModule(kLogModule);
 
 }  // namespace

@@ -14,14 +14,14 @@ constexpr bool IsHex(std::string_view text) {
     return text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
 }
 
-// Whether digits that fit no float are too small for one rather than too large.
+// Returns whether digits that fit no float are too small for one, rather than too large.
 bool IsTiny(std::string_view digits) {
     const std::size_t exponent = digits.find_first_of("eEpP");
     if (exponent != std::string_view::npos) return digits.substr(exponent + 1).starts_with('-');
     return digits.find_first_not_of('0') == digits.find('.');
 }
 
-// What stands before the digits.
+// The blanks and the sign before the digits.
 struct Front {
     std::size_t length = 0;
     bool negative = false;
@@ -57,7 +57,7 @@ NumberRead<std::int32_t> ReadInteger(std::string_view text) {
 NumberRead<float> ReadFloat(std::string_view text) {
     const Front front = SkipFront(text);
     std::string_view digits = text.substr(front.length);
-    // A sign of its own is no part of the number any more.
+    // The sign is consumed above; a second one must not be read as part of the number.
     if (digits.starts_with('-')) return {};
     auto format = std::chars_format::general;
     if (IsHex(digits)) {

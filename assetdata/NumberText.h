@@ -1,4 +1,4 @@
-// Numbers in texts, as "%d", "%f" and "%g" read and print them, whatever the process's locale.
+// Reads and prints numbers like "%d", "%f" and "%g", independent of the process's locale.
 //
 // Reading skips blanks, takes a sign, and stops at the first byte that cannot continue the number.
 // An integer that does not fit 32 bits becomes the nearest that does, a float the infinity.
@@ -22,8 +22,8 @@ struct NumberRead {
 [[nodiscard]] NumberRead<std::int32_t> ReadInteger(std::string_view text);
 [[nodiscard]] NumberRead<float> ReadFloat(std::string_view text);
 
-// Whether the float that was read from `number` gives its digits again, as many as there are from
-// the first to the last that is not 0. One that is not tiny does so for six.
+// Returns whether `value`, read from `number`, prints the same digits again, from the first to the
+// last that is not 0. A float that is not tiny keeps six digits.
 [[nodiscard]] bool HoldsDigits(float value, std::string_view number);
 
 void AppendInteger(std::string& text, std::int32_t value);

@@ -1,12 +1,12 @@
 // A tag: a container of named children, or a leaf with a typed value.
 //
 // Trees come from the text form (TDBContainerTag, TDBDataTag) or from a chunk file (TDBBinarySoup,
-// TDBDataChunk); who walks one need not know which. A lookup finds the first child of a name;
-// children are kept in the order in which they were added. Names are compared by their bytes, and
-// a child may have no name at all, which is the null handle.
+// TDBDataChunk); a caller need not know which. A lookup returns the first child of a name; children
+// keep the order in which they were added. Names are compared by their bytes, and a child may have
+// no name, which is the null handle.
 //
-// Threads: a tree may be read by any number of threads while none changes it. References may be
-// taken and dropped on any thread.
+// Threads: any number may read a tree while none changes it. References may be taken and released
+// on any thread.
 #pragma once
 
 #include <cstddef>
@@ -44,10 +44,10 @@ struct NamedChild {
     OCSChunkRef child;
 };
 
-// The order of the virtual operations is fixed. What stands here is what a leaf does.
+// The order of the virtual operations is fixed. The defaults are a leaf's.
 class OCSChunk : public ReferenceCountMP {
 public:
-    // Null when there is no such child.
+    // Returns null if there is no such child.
     [[nodiscard]] virtual OCSChunkRef FindChild(const InternedString& /*name*/) { return {}; }
     [[nodiscard]] virtual OCSChunkRef FindChild(const InternedString& /*name*/) const { return {}; }
     [[nodiscard]] virtual std::uint32_t ChildCount() const { return 0; }
@@ -56,19 +56,18 @@ public:
     virtual void Clear() {}
     // Exchanges the children of the first pairs that hold `a` and `b`; names stay where they are.
     virtual void SwapChildren(const OCSChunkRef& /*a*/, const OCSChunkRef& /*b*/) {}
-    // Appends; a null child is ignored. A tree must not come to hold itself: it would never end.
+    // Appends a child; ignores null. A tree must not contain itself: it would never be freed.
     virtual void AddChild(const InternedString& /*name*/, const OCSChunkRef& /*child*/) {}
     // Removes the first pair that holds `child`.
     virtual void RemoveChild(const OCSChunkRef& /*child*/) {}
-    // A new tag that may be added here: a container for type 1, else a leaf without value.
+    // Makes a tag that may be added here: a container for type 1, else a leaf without value.
     [[nodiscard]] virtual OCSChunkRef CreateChunk(std::uint32_t /*type*/) { return {}; }
     [[nodiscard]] virtual const std::byte* Data() const { return nullptr; }
     [[nodiscard]] virtual std::uint32_t DataSize() const { return 0; }
     [[nodiscard]] virtual std::uint32_t GetType() const { return kTagNone; }
     virtual void SetData(std::uint32_t /*type*/, const OCSRawData& /*value*/) {}
 
-    // The child at a position, which ChildName and FindChild cannot tell apart from others of its
-    // name. A null child past the end.
+    // Returns the child at a position, also where several have its name; a null child past the end.
     [[nodiscard]] virtual NamedChild ChildAt(std::uint32_t /*index*/) const { return {}; }
 
     [[nodiscard]] std::span<const std::byte> DataBytes() const { return {Data(), DataSize()}; }

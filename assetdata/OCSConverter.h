@@ -1,7 +1,7 @@
 // Conversion of tag values between types.
 //
-// Texts become integers, floats and identifiers, and the other way round; every other pair of
-// types goes through text where it can. There are six converters, in a fixed order.
+// Six converters, in a fixed order, convert texts to integers, floats and identifiers and back; any
+// other pair of types is converted through text where possible.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ namespace Vorn {
 
 class OCSConverter {
 public:
-    // Null when the value cannot be converted.
+    // Returns null if the value cannot be converted.
     [[nodiscard]] virtual OCSRawData Convert(std::span<const std::byte> value) const = 0;
 
     [[nodiscard]] std::uint32_t SourceType() const { return source_; }
@@ -31,13 +31,13 @@ private:
     std::uint32_t target_;
 };
 
-// The value as type `to`: the value itself for equal types, else by the first converter that
-// leads there, else by the first pair of converters that does; else null.
+// Returns the value as type `to`: the value itself for equal types, else the result of the first
+// converter, or else of the first pair of converters, between the types; null if there is none.
 [[nodiscard]] OCSRawData ConvertValue(const OCSRawData& value, std::uint32_t from,
                                       std::uint32_t to);
 
-// The tag's value as text, empty for what has none: integers and floats ("%d", "%g") joined by
-// ",", the first identifier in its tag form.
+// Returns the tag's value as text: integers and floats ("%d", "%g") joined by ",", or the first
+// identifier in its tag form; empty for other types.
 [[nodiscard]] std::string TextOfTag(const OCSChunk& tag);
 
 }  // namespace Vorn

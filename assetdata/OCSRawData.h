@@ -1,6 +1,6 @@
-// The bytes of one tag value, shared by counting and never changed.
+// The immutable bytes of one tag value, reference-counted.
 //
-// Numbers in values are little-endian and stand at any address: read them through TagValues.h.
+// Numbers in values are little-endian and may be unaligned: read them through TagValues.h.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ namespace Vorn {
 
 class OCSRawDataCore final : public ReferenceCountMP {
 public:
-    // Copies the bytes, and `zeros` zero bytes behind them. Throws NorvaneEx from 4 GiB on.
+    // Copies the bytes and appends `zeros` zero bytes. Throws NorvaneEx for 4 GiB or more.
     [[nodiscard]] static RefPtr<OCSRawDataCore> Make(std::span<const std::byte> bytes,
                                                      std::size_t zeros = 0);
 
@@ -24,14 +24,14 @@ public:
     [[nodiscard]] std::uint32_t Size() const { return size_; }
     [[nodiscard]] std::span<const std::byte> Bytes() const { return {Data(), size_}; }
 
-    // Make takes the block itself, since the bytes stand in it too.
+    // Make allocates the block itself, because the bytes follow the object in it.
     // NOLINTNEXTLINE(misc-new-delete-overloads)
     static void operator delete(void* block) { ::operator delete(block); }
 
 private:
     explicit OCSRawDataCore(std::uint32_t size) : size_(size) {}
 
-    std::uint32_t size_;  // of the bytes, which stand right behind the object
+    std::uint32_t size_;  // of the bytes, which follow the object
 };
 
 using OCSRawData = RefPtr<OCSRawDataCore>;

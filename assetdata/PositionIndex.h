@@ -1,9 +1,9 @@
-// Finds the first of the entries of a list that have a key, and keeps that while entries go.
+// Finds the first entry of a list that has a key, also after entries were removed.
 //
-// The list stands elsewhere; the index knows its entries by their position and their key's hash.
-// `same(position)` tells whether the entry at a position has the wanted key, and is asked for
-// positions in the index only. Entries of one key are linked in ascending order, so finding costs a
-// hash lookup however many equals there are. Finding may run on many threads at once.
+// The caller keeps the list; the index stores positions and the hashes of keys. `same(position)`
+// returns whether the entry at a position has the wanted key; it is called only for positions in
+// the index. Entries of one key are linked in ascending order, so First takes one hash lookup
+// however many equal keys there are. First may run on many threads at once.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ class PositionIndex {
 public:
     static constexpr std::uint32_t kNone = 0xFFFFFFFF;
 
-    // For about `expected` entries.
+    // Reserves room for about `expected` entries.
     explicit PositionIndex(std::size_t expected) {
         links_.reserve(expected);
         slots_.resize(SlotsFor(expected));
@@ -41,7 +41,7 @@ public:
         }
     }
 
-    // The entry must be there.
+    // Removes an entry, which must be in the index.
     template <typename Same>
     void Remove(std::uint64_t hash, std::uint32_t position, const Same& same) {
         Slot& slot = slots_[SlotOf(Mark(hash), same)];
@@ -52,8 +52,8 @@ public:
     }
 
 private:
-    // The entries of one key. A slot whose entries are all gone keeps its mark, for the keys that
-    // were placed behind it.
+    // The entries of one key. A slot whose entries were all removed keeps its mark, so that probes
+    // still reach the keys placed after it.
     struct Slot {
         std::uint32_t mark = 0;  // 0 for a slot that was never used
         std::uint32_t first = kNone;
@@ -73,7 +73,7 @@ private:
         return static_cast<std::uint32_t>(hash ^ hash >> 32) | 1;
     }
 
-    // The slot of the key, or the one where it would stand.
+    // Returns the slot of the key, or the one where it would go.
     template <typename Same>
     [[nodiscard]] std::size_t SlotOf(std::uint32_t mark, const Same& same) const {
         std::size_t free = kNone;
@@ -92,7 +92,8 @@ private:
     void LinkBehindLower(Slot& slot, std::uint32_t position) {
         std::uint32_t lower = links_[slot.first].previous;
         while (lower > position && lower != slot.first) lower = links_[lower].previous;
-        if (lower > position) lower = links_[lower].previous;  // below all: behind the last
+        if (lower > position)
+            lower = links_[lower].previous;  // below all of them: insert after the last
         const std::uint32_t next = links_[lower].next;
         links_[position] = {next, lower};
         links_[lower].next = position;

@@ -2,7 +2,7 @@
 
 namespace Vorn {
 
-// Fills the ring with SplitMix64 (Steele, Lea and Flood), under which no seed is a bad one.
+// Fills the ring with SplitMix64 (Steele, Lea and Flood), because it has no weak seeds.
 RandomGenerator::RandomGenerator(std::uint64_t seed) {
     for (std::uint32_t& word : ring_) {
         seed += 0x9E3779B97F4A7C15;

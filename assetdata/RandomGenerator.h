@@ -1,7 +1,7 @@
-// A lagged exclusive-or generator of 32-bit numbers: for names, not for secrets.
+// A generator of 32-bit pseudo-random numbers, for names and not for secrets.
 //
-// Each number is the exclusive or of the oldest of the last 250 and the one 103 before now (the
-// trinomial x^250 + x^103 + 1). Used by one thread at a time.
+// Each number is the exclusive or of the numbers 250 and 103 before it (the trinomial
+// x^250 + x^103 + 1). For one thread at a time.
 #pragma once
 
 #include <array>

@@ -5,7 +5,7 @@
 namespace Vorn {
 namespace {
 
-// Objects of this thread that have no users any more, and whether they are being deleted.
+// This thread's objects without references, and whether it is deleting them.
 thread_local constinit ReferenceCountMP* waiting = nullptr;
 thread_local constinit bool deleting = false;
 

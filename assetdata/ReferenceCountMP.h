@@ -1,8 +1,8 @@
-// Base of tags, values and files, which their users on any thread share by counting.
+// Base of reference-counted tags, values and files, which any threads may share. Held by RefPtr.
 //
-// An object begins without users and is deleted when the last one releases it. Objects that
-// release others while they are deleted do not nest: those wait for their turn, so that a tree of
-// any depth ends on a small stack. Held through RefPtr.
+// An object starts with a count of 0 and is deleted when the last reference is released. Deletions
+// that a destructor causes are queued instead of nested, so that a tree of any depth is deleted on
+// a small stack.
 #pragma once
 
 #include <atomic>
@@ -20,7 +20,7 @@ public:
 
     void AddRef() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void Release() noexcept {
-        // Nobody can take a reference while this one is the last, so it need not be counted down.
+        // No other thread can take a reference while this is the last, so the count need not drop.
         if (references_.load(std::memory_order_acquire) == 1 ||
             references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             End();
@@ -36,7 +36,7 @@ private:
     // NOLINTBEGIN(readability-identifier-naming): as private as the union
     union {
         std::atomic<std::uint32_t> references_;
-        ReferenceCountMP* nextToEnd_;  // once there are no users
+        ReferenceCountMP* nextToEnd_;  // once there are no references
     };
     // NOLINTEND(readability-identifier-naming)
 };

@@ -1,11 +1,10 @@
-// A lock that many readers hold at once, or one writer alone.
+// A lock held by many readers at once or by one writer alone. Not recursive for either.
 //
-// A writer that waits goes before readers that come later, and readers that wait for a writer go
-// before the next one, so that nobody waits for ever. Not recursive, in either way.
+// Fair both ways: a waiting writer blocks later readers, and readers that waited for a writer enter
+// before the next one.
 //
-// While the main thread waits for it, it cleans the string pool, one bucket at a time: a main
-// thread that waits has nothing better to do, and names that are no longer used are freed nowhere
-// else.
+// While the main thread waits for the lock it sweeps the string pool, one bucket at a time: it has
+// nothing else to do then, and unused names are freed nowhere else.
 #pragma once
 
 #include <chrono>
@@ -19,7 +18,7 @@ namespace Vorn {
 
 class VORN_CAPABILITY("shared lock") SharedLock {
 public:
-    // The main thread sweeps once each time it has waited that long.
+    // The main thread sweeps one bucket each time it has waited this long.
     explicit SharedLock(std::chrono::milliseconds sweepInterval = std::chrono::seconds(15));
     SharedLock(const SharedLock&) = delete;
     SharedLock& operator=(const SharedLock&) = delete;
@@ -30,21 +29,21 @@ public:
     void LeaveShared() VORN_RELEASE_SHARED();
 
 private:
-    // Waits with `guard` held until `free` says that the lock can be taken.
+    // Waits with `guard` held until `free` returns true.
     template <typename Condition>
     void WaitUntil(std::unique_lock<std::mutex>& guard, Condition free);
 
     const std::chrono::milliseconds sweepInterval_;
-    std::mutex mutex_;  // guards the rest; never held while anything else is done
+    std::mutex mutex_;  // guards the rest; innermost
     std::condition_variable changed_;
     std::size_t readers_ = 0;
     std::size_t waitingReaders_ = 0;
     std::size_t waitingWriters_ = 0;
-    std::size_t admittedReaders_ = 0;  // who may enter before the next writer
+    std::size_t admittedReaders_ = 0;  // may enter before the next writer
     bool written_ = false;
 };
 
-// Holds the lock alone for a scope.
+// Holds the lock as the writer for a scope.
 class VORN_SCOPED_CAPABILITY ExclusiveGuard {
 public:
     explicit ExclusiveGuard(SharedLock& lock) VORN_ACQUIRE(lock) : lock_(lock) { lock_.Enter(); }
@@ -56,7 +55,7 @@ private:
     SharedLock& lock_;
 };
 
-// Holds the lock together with other readers for a scope.
+// Holds the lock as a reader for a scope.
 class VORN_SCOPED_CAPABILITY SharedGuard {
 public:
     explicit SharedGuard(SharedLock& lock) VORN_ACQUIRE_SHARED(lock) : lock_(lock) {

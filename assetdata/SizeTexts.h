@@ -1,6 +1,6 @@
-// Sizes and rates as a person reads them, in the words of the interface's language.
+// Sizes and rates as readable texts, in the language of the interface.
 //
-// The words come from InterfaceTextDB; one that is missing shows as its tag's name. Any thread.
+// The words come from InterfaceTextDB; a missing one shows as its tag's name. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,12 @@
 
 namespace Vorn {
 
-// "512 bytes", "1.50 KB": up to 1,024 of a unit, then the next one, up to gigabytes. The word for
-// an unknown size when `bytes` is below 0.
+// Returns "512 bytes", "1.50 KB" and so on: up to 1,024 of a unit, then the next one, up to
+// gigabytes. Returns the word for an unknown size if `bytes` is negative.
 [[nodiscard]] String SizeText(std::int64_t bytes);
 
-// The same for bytes in a second, up to megabytes. The number stands where the language's text has
-// its placeholder, such as "$(KILOBYTES)".
+// The same for bytes per second, up to megabytes. The number replaces the placeholder of the
+// language's text, such as "$(KILOBYTES)".
 [[nodiscard]] String RateText(double bytesPerSecond);
 
 }  // namespace Vorn

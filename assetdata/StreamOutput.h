@@ -33,7 +33,7 @@ public:
         Put({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     }
 
-    // False once something could not be written.
+    // Writes what is collected. Returns false once something could not be written.
     bool Flush() {
         Write(held_);
         held_.clear();

@@ -1,7 +1,7 @@
 // A stream over a block of memory.
 //
-// The block is borrowed, or owned by the stream. A growing block begins empty and takes memory as
-// it is written; a fixed one shows bytes that stand elsewhere and takes no writes.
+// The block is borrowed, or owned by the stream. A growing block starts empty and allocates as it
+// is written; a fixed one is a read-only view of the caller's bytes.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace Vorn {
 
-// What a TBuffer works on. The fields are the state of the stream's store.
+// The store of a TBuffer: memory, position and sizes.
 class TBufferBlock {
 public:
     // Capacities are multiples of `growthStep`. Throws NorvaneEx for a step of 0.
@@ -31,7 +31,7 @@ public:
 private:
     friend class TBuffer;
 
-    // False when the capacity would pass 4 GiB - 1 or the block is fixed.
+    // Returns false if the capacity would exceed 4 GiB - 1 or the block is fixed.
     [[nodiscard]] bool MakeRoom(std::uint64_t end);
 
     const std::byte* data_ = nullptr;
@@ -53,10 +53,10 @@ public:
     bool Truncate() override;
     [[nodiscard]] std::uint32_t Tell() const override { return block_->position_ - Unread(); }
     [[nodiscard]] bool IsOpen() const override { return true; }
-    // All or nothing: 0 for a fixed block and for what would pass 4 GiB - 1.
+    // Writes all or nothing: returns 0 for a fixed block, and if the end would exceed 4 GiB - 1.
     std::uint32_t Write(const void* bytes, std::uint32_t count) override;
     std::uint32_t ReadRaw(void* bytes, std::uint32_t count) override;
-    // Positions are limited to 0 and the capacity; never fails.
+    // Clamps the position to 0 and the capacity; never fails.
     bool Seek(std::int64_t offset, SeekFrom origin) override;
     [[nodiscard]] bool IsEOF() override { return Tell() >= block_->length_; }
 

@@ -11,15 +11,15 @@
 namespace Vorn {
 namespace {
 
-// Tags of aligned raw bytes count on it.
+// Aligned raw values must be aligned in memory as they are in the file.
 static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= 16);
 
-// Read at once before more memory is taken: a header's claim is no reason to take 4 GiB.
+// Bodies are read in steps of this size: a header's claim alone must not allocate 4 GiB.
 constexpr std::uint32_t kFirstPiece = 1 << 20;
 
 using Bytes = std::unique_ptr<std::byte[]>;
 
-// Null when the stream ends before.
+// Returns null if the stream ends before `size` bytes.
 Bytes ReadBytes(TStream& stream, std::uint32_t size) {
     Bytes bytes;
     std::uint32_t done = 0;

@@ -1,7 +1,7 @@
 // A chunk file ("chump", "cdp", "cdp2") in memory (docs/formats/chunk.md).
 //
-// Reading checks the whole structure once; the tree may then be walked whatever it holds. Tags
-// keep what they need of the file, so they stay good when the file object goes or reads again.
+// Reading checks the whole structure once, so walking the tree is safe for any content. Tags keep
+// the body alive, so they stay valid after the file object is destroyed or reads again.
 #pragma once
 
 #include <cstdint>
@@ -16,24 +16,24 @@ namespace Vorn {
 // A file that holds a tag tree. The order of the virtual operations is fixed.
 class OCSFile : public ReferenceCountMP {
 public:
-    // False when the stream holds no such file.
+    // Returns false if the stream holds no such file.
     virtual bool Read(TStream& stream) = 0;
-    // A place in the order of operations that nothing uses.
+    // Unused; it keeps the fixed order of the virtual operations.
     virtual void Reserved() {}
-    // Null when nothing is loaded.
+    // Returns null if nothing is loaded.
     [[nodiscard]] virtual OCSChunkRef Root() = 0;
 };
 
 class TDBBinaryFile final : public OCSFile {
 public:
-    // Reads from the stream's position. False, with nothing loaded, for what is no chunk file, is
-    // cut short, or has records that do not lie inside of one another.
+    // Reads from the stream's position. Returns false, with nothing loaded, if this is not a chunk
+    // file, is cut short, or has a record that exceeds the one that contains it.
     bool Read(TStream& stream) override { return Read(stream, nullptr); }
-    // Null too when the version is neither 0 (ANSI) nor 1 (UTF-8).
+    // Also returns null if the version is neither 0 (ANSI) nor 1 (UTF-8).
     [[nodiscard]] OCSChunkRef Root() override;
 
-    // With an observer, which is told the reason of a refusal, and everything odd in a file that
-    // is read all the same.
+    // The same, and reports to the observer why a file is refused, and every oddity of one that is
+    // read.
     bool Read(TStream& stream, TagObserver* observer);
 
     [[nodiscard]] std::uint32_t Version() const { return version_; }

@@ -8,7 +8,7 @@
 namespace Vorn {
 namespace {
 
-// Containers with no more records than this are walked; it costs less than remembering them.
+// Containers with at most this many records are walked; indexing them costs more.
 constexpr std::uint32_t kMostUnlisted = 16;
 
 InternedString NameOf(std::string_view name) {
@@ -79,7 +79,7 @@ void TDBBinarySoup::SwapChildren(const OCSChunkRef& a, const OCSChunkRef& b) {
         std::swap(recordA, recordB);
         std::swap(keptA, keptB);
     }
-    // From here on a record comes first, if one of them is one.
+    // From here on, if one of the two is a record, it is the first.
     if (keptA == keptB) return;
     if (recordA == kNoChunkRecord) {
         (void)added.Swap(keptA, keptB);

@@ -1,8 +1,7 @@
-// A container of a chunk file: children are decoded when they are asked for.
+// A container of a chunk file, which decodes its children on demand.
 //
-// Records come first, in file order, then the children that were added. A changed container is the
-// same for everyone who asks the file for it. Each lookup makes a new tag, which RemoveChild and
-// SwapChildren know by its record.
+// Records come first, in file order, then added children. All tags of one container share its
+// changes. Each lookup makes a new tag; RemoveChild and SwapChildren identify it by its record.
 #pragma once
 
 #include <atomic>
@@ -37,18 +36,18 @@ private:
         std::uint32_t offset;
     };
 
-    // The record of a child by its index, or kNoChunkRecord: an added child, or none.
+    // Returns the record of a child by its index; kNoChunkRecord for an added child or none.
     [[nodiscard]] std::uint32_t RecordAt(std::uint32_t index) const;
     [[nodiscard]] std::uint32_t WalkTo(std::uint32_t index, Place from) const;
     [[nodiscard]] const ChildList::Pair* AddedAt(std::uint32_t index) const;
-    // Whether the records tell all that is to know; a walk over a few of them is then cheaper.
+    // Returns whether the container is unchanged, so that walking its few records is cheaper.
     [[nodiscard]] bool MayWalk() const;
     [[nodiscard]] ChunkSequence& Sequence() const;
-    // For a change, after which no container of the body is merely walked.
+    // Returns the sequence for a change, after which no container of the body uses MayWalk's way.
     [[nodiscard]] ChunkSequence& ChangedSequence();
-    // The record of a child that is one of this container's records, or kNoChunkRecord.
+    // Returns the record of a child if it is one of this container's records, or kNoChunkRecord.
     [[nodiscard]] std::uint32_t RecordOf(const OCSChunkRef& child) const;
-    // Takes a record out and puts `by` under its name among the added children.
+    // Removes a record and adds `by` under its name to the added children.
     void ReplaceRecord(std::uint32_t record, const OCSChunkRef& by);
 
     ChunkRange range_;

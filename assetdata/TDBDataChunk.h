@@ -28,7 +28,7 @@ private:
     std::uint32_t type_;
 };
 
-// A text whose bytes in the file are not those of the value: converted, or given its zero byte.
+// A text whose value differs from its bytes in the file: converted, or with a zero byte appended.
 class TDBTextChunk final : public TDBDataChunk {
 public:
     TDBTextChunk(ChunkBody& body, std::uint32_t record, const OCSRawData& text)

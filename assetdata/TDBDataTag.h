@@ -14,7 +14,7 @@ class TDBDataTag final : public OCSChunk {
 public:
     TDBDataTag() = default;
     TDBDataTag(std::uint32_t type, OCSRawData value);
-    // Copies the bytes; a number or an identifier takes no memory of its own.
+    // Copies the bytes. A number or an identifier is stored inside the tag.
     TDBDataTag(std::uint32_t type, std::span<const std::byte> value);
 
     [[nodiscard]] const std::byte* Data() const override;

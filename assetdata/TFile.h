@@ -1,7 +1,8 @@
 // A stream over the kernel's file object.
 //
-// An owned File is destroyed with the stream; a borrowed one is moved back instead, so that its
-// position is where the reader stopped. The File's misuse exceptions (FileEx) pass through.
+// An owned File is destroyed with the stream. A borrowed one is instead moved back over the
+// read-ahead, so that its position is where the reader stopped. The File's misuse exceptions
+// (FileEx) pass through.
 #pragma once
 
 #include <memory>
@@ -13,14 +14,14 @@ namespace Vorn {
 
 class TFile final : public TStream {
 public:
-    // No file: reads and writes give 0 and set the error flag.
+    // Has no file: reads and writes return 0 and set the error flag.
     TFile() = default;
     explicit TFile(File& borrowed) : file_(&borrowed) {}
     explicit TFile(std::unique_ptr<File> owned) : owned_(std::move(owned)), file_(owned_.get()) {}
     ~TFile() override;
 
-    // Opens the file's name anew, for writing from the start. The name is the one that the file
-    // system knows, so a member of an archive cannot be truncated. Success clears the error flag.
+    // Opens the file's name again, for writing from the start. The name is that of the file system,
+    // so a member of an archive cannot be truncated. Success clears the error flag.
     bool Truncate() override;
     [[nodiscard]] std::uint32_t Tell() const override;
     [[nodiscard]] bool IsOpen() const override { return file_ && file_->IsOpen(); }
@@ -29,10 +30,10 @@ public:
     bool Seek(std::int64_t offset, SeekFrom origin) override;
     [[nodiscard]] bool IsEOF() override;
 
-    // A read or write was short, or there was no open file to read, write, seek in or truncate.
+    // Returns whether a read or write was short, or an operation found no open file.
     [[nodiscard]] bool HasError() const { return error_; }
 
-    // Lets go of the file: destroys or moves it as the destructor does.
+    // Releases the file: destroys it or moves it back, as the destructor does.
     void Close();
 
 private:

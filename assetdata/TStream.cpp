@@ -10,7 +10,7 @@ std::uint32_t TStream::Length() {
     const std::uint32_t position = Tell();
     if (!Seek(0, SeekFrom::End)) return 0;
     const std::uint32_t length = Tell();
-    // The buffer is valid again as soon as the store stands behind it.
+    // Set first: the buffer is valid once the store's position is at its end.
     if (Seek(std::int64_t{position} + unread, SeekFrom::Start)) {
         count_ = unread;
         offset_ = offset;
@@ -52,7 +52,7 @@ bool TStream::ReturnTo(std::uint32_t position) {
 
 void TStream::DiscardReadAhead() {
     if (count_ > 0) (void)Seek(0, SeekFrom::Current);
-    EmptyBuffer();  // of what was read before, too: the store moves on without it
+    EmptyBuffer();  // also drops the bytes kept for stepping back, which the store moves away from
 }
 
 void TStream::EmptyBuffer() {

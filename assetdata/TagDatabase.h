@@ -1,4 +1,4 @@
-// Loading of tag databases by the extension of their file.
+// Loads tag databases by the extension of their file.
 #pragma once
 
 #include "assetdata/OCSChunk.h"

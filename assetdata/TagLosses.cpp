@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
 
-// Whether every line end is CR LF, so that reading changes none.
+// Returns whether every line end is CR LF, which reading does not change.
 bool HasOnlyWrittenLineEnds(std::string_view text) {
     for (std::size_t at = 0; (at = text.find_first_of("\r\n", at)) != text.npos; at += 2) {
         if (text.substr(at, 2) != "\r\n") return false;
@@ -32,7 +32,7 @@ bool IsSameFloat(float value, std::string_view written) {
     return read.value == value && read.length == written.size();
 }
 
-// Looks for what writing a tree as text and reading it back would change.
+// Finds what writing a tree as text and reading it back would change.
 class TextLossFinder {
 public:
     TextLossFinder(const OCSChunk& root, TagObserver& observer) : walk_(root), observer_(observer) {
@@ -149,7 +149,7 @@ private:
 
     TagWalk walk_;
     TagObserver& observer_;
-    std::vector<Container> containers_;  // those around the tag, outermost first
+    std::vector<Container> containers_;  // that contain the tag, outermost first
     std::uint64_t indentation_ = 0;
 };
 

@@ -1,4 +1,4 @@
-// What one form of a tag tree cannot hold.
+// Reports what one form of a tag tree cannot represent.
 #pragma once
 
 #include "assetdata/OCSChunk.h"
@@ -6,8 +6,8 @@
 
 namespace Vorn {
 
-// Tells everything of the tree that would not be the same after it was written as text and read
-// back. Findings carry the path of the tag, and the offset for tags of a chunk file.
+// Reports everything that would change if the tree were written as text and read back. Findings
+// have the path of the tag, and the offset for tags of a chunk file.
 void FindTextLosses(const OCSChunk& root, TagObserver& observer);
 
 // The same for the chunk form.

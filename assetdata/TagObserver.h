@@ -1,7 +1,7 @@
-// What readers and conversions tell about a tag database beside their results.
+// Findings that readers and conversions report about a tag database besides their results.
 //
-// Readers take an observer that may be null; without one they do no work for it. Each finding
-// comes with its place: line and column for texts, the offset for both forms.
+// Readers accept a null observer and then do no work for findings. Each finding has its place: line
+// and column for texts, the offset for both forms.
 #pragma once
 
 #include <cstddef>
@@ -48,7 +48,7 @@ enum class TagFault : std::uint8_t {
     OddPayload,
     TextWithoutZero,
     BytesBehindText,
-    // What the text form cannot hold.
+    // Losses in the text form.
     RawBytesLost,
     NameFolded,
     NamesFoldAlike,
@@ -60,7 +60,7 @@ enum class TagFault : std::uint8_t {
     EmptyValueLost,
     QuoteReplaced,
     LineEndReplaced,
-    // What the chunk form cannot hold.
+    // Losses in the chunk form.
     NameTooLong,
     EmptyTree,
     TooLarge,
@@ -68,9 +68,9 @@ enum class TagFault : std::uint8_t {
 inline constexpr std::size_t kTagFaultCount = static_cast<std::size_t>(TagFault::TooLarge) + 1;
 
 enum class TagWeight : std::uint8_t {
-    Warning,  // programs read something otherwise than it stands there
-    Damage,   // programs can read nothing at all
-    Loss,     // another form does not hold it
+    Warning,  // programs read something other than what is written
+    Damage,   // programs cannot read the file
+    Loss,     // the other form cannot represent it
 };
 
 struct TagFaultText {
@@ -84,7 +84,7 @@ struct TagPlace {
     std::uint32_t line = 0;    // from 1; 0 for chunk files
     std::uint32_t column = 0;  // bytes in the line, from 1
 
-    // That many bytes further on in the line.
+    // Returns the place that many bytes further in the line.
     [[nodiscard]] TagPlace Behind(std::size_t bytes) const {
         return {offset + bytes, line, static_cast<std::uint32_t>(column + bytes)};
     }
@@ -101,11 +101,12 @@ class TagObserver {
 public:
     virtual ~TagObserver() = default;
     virtual void OnFinding(const TagFinding& finding) = 0;
-    // A tag that was read, placed where its name stands. It lives as long as the tree does.
+    // Called for each tag that was read, with the place of its name. The tag lives as long as the
+    // tree.
     virtual void OnTag(const OCSChunk& /*tag*/, const TagPlace& /*place*/) {}
 };
 
-// At most 80 bytes of a text for a message, bytes that are not printable replaced.
+// Returns at most 80 bytes of a text for a message, with unprintable bytes replaced.
 [[nodiscard]] std::string Printable(std::string_view text);
 
 }  // namespace Vorn

@@ -24,7 +24,7 @@ constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::string_view kBlanks = " \t";
 
-// Which bytes end what; a zero byte is the end of the text.
+// The bytes that end each part. A zero byte always ends the text.
 enum Ends : std::uint8_t { kEndsBlanks = 1, kEndsName = 2, kEndsQuoted = 4, kEndsBare = 8 };
 constexpr auto kEnds = [] {
     std::array<std::uint8_t, 256> ends{};
@@ -36,12 +36,12 @@ constexpr auto kEnds = [] {
     return ends;
 }();
 
-// The text, and where it stands.
+// The stream's text and the current place in it.
 class Source {
 public:
     explicit Source(TStream& stream) : stream_(stream), start_(stream.Tell()) {}
 
-    // Passes over a UTF-8 mark; whether there was one. Before anything else.
+    // Skips a UTF-8 byte-order mark and returns whether there was one. Call first.
     bool TakeMark() {
         std::array<char, 3> mark;
         const bool marked = stream_.Read(mark.data(), 3) == 3 &&
@@ -55,7 +55,7 @@ public:
         return marked;
     }
 
-    // The byte that comes next.
+    // Returns the next byte without consuming it.
     [[nodiscard]] char Peek() const { return at_ < ahead_.size() ? ahead_[at_] : '\0'; }
 
     void Advance() {
@@ -64,7 +64,7 @@ public:
         if (at_ == ahead_.size()) Load();
     }
 
-    // Goes on to the next byte that ends this, and appends what is passed to `to`, if given.
+    // Advances to the next byte in the set, and appends the bytes before it to `to`, if given.
     void AdvanceTo(Ends end, std::string* to = nullptr) {
         while (at_ < ahead_.size()) {
             const std::size_t from = at_;
@@ -82,7 +82,7 @@ public:
         return {offset, line_, static_cast<std::uint32_t>(offset - lineStart_ + 1)};
     }
 
-    // Leaves the stream in front of the next byte. Whether that is a zero byte of the text.
+    // Moves the stream to the next byte, and returns whether that is a zero byte of the text.
     bool Finish() {
         stream_.Skip(static_cast<std::uint32_t>(at_));
         return at_ < ahead_.size() && ahead_[at_] == '\0';
@@ -96,7 +96,7 @@ private:
         at_ = 0;
     }
 
-    // CR LF and LF CR are one line end.
+    // CR LF and LF CR count as one line end.
     void PassLineEnd(char c) {
         const std::uint64_t offset = passed_ + at_;
         const bool second = halfLineEnd_ != '\0' && halfLineEnd_ != c && lineStart_ + 1 == offset;
@@ -125,7 +125,8 @@ void ReplaceEscapes(std::string& text) {
     }
 }
 
-// Names that came before, since most names come often. A name stays until another takes its place.
+// A cache of interned names, because most names repeat. Each slot keeps the last name that hashed
+// to it.
 class NameCache {
 public:
     const InternedString& Find(std::string_view name) {
@@ -162,7 +163,7 @@ public:
     }
 
 private:
-    // One entry, or the end of a container. False at the end of the text.
+    // Reads one entry or the end of a container. Returns false at the end of the text.
     bool ReadNext() {
         SkipToEntry();
         place_ = source_.Place();
@@ -221,7 +222,7 @@ private:
         open_.push_back(container.Get());
     }
 
-    // Up to the next quote.
+    // Reads up to the next quote.
     void ReadQuoted() {
         source_.Advance();
         text_.clear();
@@ -251,7 +252,7 @@ private:
         text_ += "\r\n";
     }
 
-    // The rest of the line, or up to a '}'.
+    // Reads the rest of the line, or up to a '}'.
     void ReadBare() {
         text_.clear();
         valuePlace_ = source_.Place();
@@ -361,10 +362,10 @@ private:
     Source source_;
     bool utf8_;
     TagObserver* observer_;
-    std::vector<OCSChunk*> open_;  // the containers that are read, outermost first
+    std::vector<OCSChunk*> open_;  // containers being read, outermost first
     NameCache names_;
-    const InternedString* name_ = nullptr;  // of the entry that is read
-    TagPlace place_;                        // where the entry stands
+    const InternedString* name_ = nullptr;  // of the current entry
+    TagPlace place_;                        // of the current entry
     TagPlace valuePlace_;
     std::string text_;
 };

@@ -19,12 +19,12 @@ constexpr bool IsTagLineEnd(char c) { return c == '\r' || c == '\n'; }
 // replaced by "_", cut to 1,024 bytes.
 [[nodiscard]] std::string FoldTagName(std::string_view name);
 
-// A value without quotes that ends with its line: one number, integer or float by its dots, or
-// else a list of floats. Both may turn out to hold no digit.
+// Classify a value without quotes that ends with its line: as one number (an integer or, with a
+// dot, a float), or else as a list of floats. Either may contain no digit.
 [[nodiscard]] bool IsNumberValue(std::string_view value);
 [[nodiscard]] bool IsListValue(std::string_view value);
 
-// A text that becomes a KUID: it begins with one and holds no second.
+// Returns whether a text becomes a KUID: it begins with one and contains no second.
 [[nodiscard]] bool IsKUIDValue(std::string_view text);
 
 }  // namespace Vorn

@@ -21,7 +21,8 @@ constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
 
 bool IsContainer(const OCSChunk& tag) { return tag.GetType() == kTagContainer; }
 
-// Texts are always quoted; numbers and identifiers only where a blank would end them.
+// Texts are always quoted; numbers and identifiers only if they contain a blank, which would end
+// them.
 bool NeedsQuotes(std::uint32_t type, std::string_view text) {
     const bool bare = type == kTagFloat || type == kTagInteger || type == kTagKUID;
     return !bare || text.find_first_of("\r\n \t") != std::string_view::npos;

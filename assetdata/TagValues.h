@@ -1,7 +1,7 @@
-// Reading and making tag values: numbers, identifiers and texts as they stand in value bytes.
+// Reads and makes the bytes of tag values: numbers, identifiers and texts.
 //
-// A value's bytes may come from a hostile file: they may hold a part of a number at their end, and
-// a text may lack its zero byte. Nothing here reads past the bytes it is given.
+// A value's bytes may come from a hostile file: they may end inside a number, and a text may lack
+// its zero byte. Nothing here reads past the bytes it is given.
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@
 
 namespace Vorn {
 
-// Whole numbers in a value; a rest of 1 to 3 bytes does not count.
+// Returns the count of complete numbers in a value; 1 to 3 bytes at the end do not count.
 [[nodiscard]] constexpr std::size_t NumberCount(std::span<const std::byte> value) {
     return value.size() / 4;
 }
@@ -23,11 +23,11 @@ namespace Vorn {
     return value.size() / KUID::kPairSize;
 }
 
-// The element at an index below the count.
+// Return the element at an index below the count.
 [[nodiscard]] std::int32_t IntegerAt(std::span<const std::byte> value, std::size_t index);
 [[nodiscard]] float FloatAt(std::span<const std::byte> value, std::size_t index);
 [[nodiscard]] KUID KUIDAt(std::span<const std::byte> value, std::size_t index);
-// Up to the first zero byte, or all.
+// Returns the text up to the first zero byte, or all of it.
 [[nodiscard]] std::string_view TextOf(std::span<const std::byte> value);
 
 [[nodiscard]] bool IsAscii(std::string_view text);

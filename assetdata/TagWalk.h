@@ -18,30 +18,30 @@ namespace Vorn {
 
 class TagWalk {
 public:
-    // Begins before the first child of `root`, which must stay as it is and outlive the walk.
+    // Starts before the first child of `root`, which must not change and must outlive the walk.
     explicit TagWalk(const OCSChunk& root);
 
-    // Goes on: into the container that was entered last, to the next child, or out of a container.
-    // False when the root's children have all been visited.
+    // Moves into the container that was entered last, to the next child, or out of a container.
+    // Returns false after the last of the root's children.
     bool Next();
 
     [[nodiscard]] bool IsLeaving() const { return leaving_; }
     [[nodiscard]] const OCSChunk& Tag() const { return *tag_.child; }
-    // Null data() for no name. Empty when leaving.
+    // Returns the tag's name: null data() for no name, empty when leaving.
     [[nodiscard]] std::string_view Name() const { return tag_.name; }
-    // Of the tag among the children of its container.
+    // Returns the tag's position among the children of its container.
     [[nodiscard]] std::uint32_t Index() const { return frames_.back().next - 1; }
-    // Containers around the tag, the root not counted.
+    // Returns the number of containers around the tag, without the root.
     [[nodiscard]] std::size_t Depth() const { return frames_.size() - 1; }
 
-    // The last names on the way to the tag, joined by '/', for messages.
+    // Returns the last names on the way to the tag, joined by '/', for messages.
     [[nodiscard]] std::string Path() const;
 
 private:
     // A container that has been entered.
     struct Frame {
         OCSChunkRef container;  // null for the root
-        std::uint32_t next;     // index of the child that comes next
+        std::uint32_t next;     // index of the next child
     };
     [[nodiscard]] const OCSChunk& ContainerOf(const Frame& frame) const {
         return frame.container ? *frame.container : root_;
