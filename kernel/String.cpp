@@ -208,7 +208,7 @@ int String::Compare(const String& other) const {
 }
 
 int String::Compare(const char* text) const {
-    if (IsNull() || !text) return Verdict(!IsNull() <=> (text != nullptr));
+    if (IsNull() || !text) return Verdict(!text <=> IsNull());
     return Verdict(View() <=> std::string_view(text));
 }
 
