@@ -1,7 +1,7 @@
 #include "converter/WorkFolder.h"
 
 #include <algorithm>
-#include <ranges>
+#include <vector>
 
 #include "converter/Console.h"
 #include "kernel/Paths.h"
@@ -68,7 +68,8 @@ struct FolderContent {
 
 void DeleteLeftovers(const FolderContent& content) {
     for (const std::string& file : content.leftovers) (void)platform::RemoveFile(file.c_str());
-    for (const std::string& folder : content.folders | std::views::reverse) {
+    for (const std::string& folder :
+         std::vector(content.folders.rbegin(), content.folders.rend())) {
         (void)platform::RemoveEmptyDirectory(folder.c_str());
     }
 }
@@ -91,7 +92,7 @@ bool MadeFolders::Make(const std::string& path) {
 }
 
 void MadeFolders::DeleteEmpty() {
-    for (const std::string& path : made_ | std::views::reverse) {
+    for (const std::string& path : std::vector(made_.rbegin(), made_.rend())) {
         (void)platform::RemoveEmptyDirectory(path.c_str());
     }
     made_.clear();

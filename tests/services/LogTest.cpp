@@ -89,7 +89,7 @@ TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
         EXPECT_EQ(folder_.Read("console"), console);
         fs::remove("VornLog.txt");
     }
-    for (const auto& [option, out, err] : Table<const char*, const char*, const char*>{
+    for (const auto& [option, out, err] : Table<std::string, const char*, const char*>{
              {"-LogStdOut", "e\r\n", ""},
              {"-LogStdErr -LogStdOut", "", "e\r\n"},
          }) {
