@@ -1,7 +1,7 @@
 // Reports to a person what readers and conversions found, one line each:
 //
 //   config.txt:12:5: warning: the number does not fit; the nearest one is taken: mass
-//   config.chump: offset 28: error: the record is longer than what holds it
+//   config.chump: offset 28: error: the record extends past its container
 //   config.chump: offset 40: loss: raw bytes are not written as text: body/data
 //   config.txt: warning: the number does not fit; the nearest one is taken: and 4,980 more
 //
