@@ -65,7 +65,7 @@ void FileSubArchive::CreateArchive() {
                      "Substitute() Open new archive failed");
     }
     contents_.indexStale = true;
-    appender_.emplace(handle_, contents_, archive::Appender::Publish::EachMember);
+    appender_.emplace(handle_, contents_, archive::Appender::Publish::InBatches);
 }
 
 void FileSubArchive::ReadArchive() {
@@ -123,6 +123,7 @@ bool FileSubArchive::LacksIndex() {
 
 bool FileSubArchive::OpenRead(File& file, const char* name, OpenFlags /*flags*/) {
     const ScopedLock hold(lock_);
+    (void)FlushBatch();  // what is read must be in the file; members that are lost are not found
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     const archive::Member member = contents_.members[*ordinal];

@@ -36,6 +36,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -106,6 +108,21 @@ public:
     // destructor does the same and cannot say.
     [[nodiscard]] bool Complete();
 
+    // From now on members that AddMember adds may appear several at a time, at the latest with
+    // Flush: a process that is killed meanwhile leaves fewer of them, but whole ones only.
+    void AddInBatches();
+    // Adds a member whose content is at hand, or replaces the one of that name. False when it was
+    // not added; the member that it would have replaced then stays. Call BeginChanges first.
+    [[nodiscard]] bool AddMember(const char* name, std::span<const std::byte> content,
+                                 bool compress);
+    // Whether AddMember and File::Open may add a member of that name.
+    [[nodiscard]] bool CanAdd(const char* name) const;
+    // Makes the members of an unfinished batch appear. False when some could not be written.
+    [[nodiscard]] bool Flush();
+    // Returns the names of members that were added to a batch and then could not be written, since
+    // the last call.
+    [[nodiscard]] std::vector<std::string> TakeLost();
+
     // Whether the last member that was not added had no room: the archive would pass 4 GiB.
     [[nodiscard]] bool WasFull() const { return wasFull_; }
 
@@ -154,15 +171,17 @@ private:
     void WaitForOtherChanges();
     [[nodiscard]] bool EnterChanges() VORN_REQUIRES(lock_);
     [[nodiscard]] bool BeginAppending() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool CanAddMembers() const;
     // Whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
     // A separate empty file for what is written; not open when there can be none.
     [[nodiscard]] platform::FileHandle TakeTemporary();
-    [[nodiscard]] bool AddMember(const File& file, const platform::FileHandle& content,
-                                 std::uint32_t size) VORN_REQUIRES(lock_);
-    void CopyContent(const platform::FileHandle& content, std::uint32_t size, bool compress)
-        VORN_REQUIRES(lock_);
+    [[nodiscard]] bool FlushBatch() VORN_REQUIRES(lock_);
+    // `nextPiece(done, count)` gives the next `count` bytes of content.
+    template <typename NextPiece>
+    [[nodiscard]] bool Append(const char* name, std::uint32_t size, bool compress,
+                              const NextPiece& nextPiece) VORN_REQUIRES(lock_);
+    [[nodiscard]] bool AppendFrom(const platform::FileHandle& content, const File& file,
+                                  std::uint32_t size) VORN_REQUIRES(lock_);
 
     CriticalSection lock_{"FileSubArchive"};
     PathBuffer path_;
@@ -173,6 +192,7 @@ private:
     bool changing_ VORN_GUARDED_BY(lock_) = false;  // holds the change lock
     // While this mount changes an archive that may be changed.
     std::optional<archive::Appender> appender_ VORN_GUARDED_BY(lock_);
+    bool batches_ VORN_GUARDED_BY(lock_) = false;
     bool waitedInVain_ VORN_GUARDED_BY(lock_) = false;
     bool wasFull_ = false;
     bool readFailed_ = false;

@@ -60,13 +60,14 @@ bool FileSubArchive::BeginAppending() {
         std::max<std::uint64_t>(contents_.members.EndOfData(), archive::kFirstChunkOffset);
     while (NextChunk(position)) {
     }
-    appender_.emplace(handle_, contents_, archive::Appender::Publish::EachMember);
+    appender_.emplace(handle_, contents_, archive::Appender::Publish::InBatches);
     return true;
 }
 
-bool FileSubArchive::CanAddMembers() const {
+bool FileSubArchive::CanAdd(const char* name) const {
     return IsAvailable() && contents_.headerInPlace &&
-           contents_.header.version == archive::kArchiveVersion102;
+           contents_.header.version == archive::kArchiveVersion102 &&
+           std::string_view(name).size() < kMaxPath;
 }
 
 bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
@@ -78,8 +79,8 @@ bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
 }
 
 bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags flags) {
-    if (!CanAddMembers() || !WritesMember(file.WriteKind())) return false;
-    if (std::string_view(name).size() >= kMaxPath || !MayCreate(name, flags.creation)) return false;
+    if (!CanAdd(name) || !WritesMember(file.WriteKind())) return false;
+    if (!MayCreate(name, flags.creation)) return false;
     platform::FileHandle temporary = TakeTemporary();
     if (!temporary.IsOpen()) return false;
     file.AttachNewMember(std::move(temporary), *this, name);
@@ -106,49 +107,93 @@ bool FileSubArchive::CloseFile(File& file) {
     platform::FileHandle content = std::move(file.OwnHandle());
     if (!file.WriteFailed()) WaitForOtherChanges();
     const ScopedLock hold(lock_);
-    const bool added =
-        !file.WriteFailed() && EnterChanges() && CanAddMembers() && AddMember(file, content, size);
+    const bool added = !file.WriteFailed() && EnterChanges() && CanAdd(file.Name()) &&
+                       AppendFrom(content, file, size);
     if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
         spareTemporary_ = std::move(content);
     }
     return added;
 }
 
-bool FileSubArchive::AddMember(const File& file, const platform::FileHandle& content,
-                               std::uint32_t size) {
-    const bool compress = file.WriteKind() == kWriteCompressed;
+bool FileSubArchive::AppendFrom(const platform::FileHandle& content, const File& file,
+                                std::uint32_t size) {
+    const auto buffer =
+        std::make_unique_for_overwrite<std::array<std::byte, archive::kBlockSize>>();
+    const auto nextPiece = [&](std::uint32_t done, std::uint32_t count) {
+        const auto piece = std::span(*buffer).first(count);
+        if (content.ReadAt(done, piece) != count) {
+            throw archive::Error(archive::ErrorCode::CannotRead, "its content cannot be read");
+        }
+        return std::span<const std::byte>(piece);
+    };
+    return Append(file.Name(), size, file.WriteKind() == kWriteCompressed, nextPiece);
+}
+
+bool FileSubArchive::AddMember(const char* name, std::span<const std::byte> content,
+                               bool compress) {
+    if (IsSeparator(*name)) ++name;
+    const ScopedLock hold(lock_);
+    return EnterChanges() && appender_ && CanAdd(name) &&
+           Append(name, static_cast<std::uint32_t>(content.size()), compress,
+                  [content](std::uint32_t done, std::uint32_t count) {
+                      return content.subspan(done, count);
+                  });
+}
+
+template <typename NextPiece>
+bool FileSubArchive::Append(const char* name, std::uint32_t size, bool compress,
+                            const NextPiece& nextPiece) {
     try {
         wasFull_ = false;
-        appender_->Begin({.name = file.Name(),
-                          .compress = compress,
-                          .size = size,
-                          .replaces = LookUp(file.Name())});
-        CopyContent(content, size, compress);
+        auto replaces = LookUp(name);
+        if (replaces) {
+            appender_->Settle(*replaces);
+            replaces = LookUp(name);
+        }
+        appender_->Begin({.name = name, .compress = compress, .size = size, .replaces = replaces});
+        for (std::uint32_t done = 0; done < size;) {
+            const auto count =
+                std::min(static_cast<std::uint32_t>(archive::kBlockSize), size - done);
+            appender_->Write(nextPiece(done, count));
+            done += count;
+            if (progressHook != nullptr) {
+                progressHook(done, compress ? appender_->StoredSoFar() : 0);
+            }
+        }
         appender_->Finish();
+        if (!batches_) appender_->Flush();
     } catch (const archive::Error& error) {
         wasFull_ = error.Code() == archive::ErrorCode::Full;
         appender_->Abandon();
         return false;
     }
     // The folders of new members become known when the index is read next, or by a walk.
-    if (!contents_.Maintained()) folders_.AddDirectoriesOf(file.Name());
+    if (!contents_.Maintained()) folders_.AddDirectoriesOf(name);
     return true;
 }
 
-void FileSubArchive::CopyContent(const platform::FileHandle& content, std::uint32_t size,
-                                 bool compress) {
-    const auto buffer =
-        std::make_unique_for_overwrite<std::array<std::byte, archive::kBlockSize>>();
-    for (std::uint32_t done = 0; done < size;) {
-        const auto piece =
-            std::span(*buffer).first(std::min<std::size_t>(archive::kBlockSize, size - done));
-        if (content.ReadAt(done, piece) != static_cast<std::int64_t>(piece.size())) {
-            throw archive::Error(archive::ErrorCode::CannotRead, "its content cannot be read");
-        }
-        appender_->Write(piece);
-        done += static_cast<std::uint32_t>(piece.size());
-        if (progressHook != nullptr) progressHook(done, compress ? appender_->StoredSoFar() : 0);
+void FileSubArchive::AddInBatches() {
+    const ScopedLock hold(lock_);
+    batches_ = true;
+}
+
+bool FileSubArchive::Flush() {
+    const ScopedLock hold(lock_);
+    return FlushBatch();
+}
+
+bool FileSubArchive::FlushBatch() {
+    try {
+        if (appender_) appender_->Flush();
+    } catch (const archive::Error&) {
+        return false;
     }
+    return true;
+}
+
+std::vector<std::string> FileSubArchive::TakeLost() {
+    const ScopedLock hold(lock_);
+    return appender_ ? appender_->TakeLost() : std::vector<std::string>();
 }
 
 bool FileSubArchive::Delete(const char* name) {

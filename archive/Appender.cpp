@@ -121,12 +121,15 @@ void Appender::EncodePiece() {
 
 std::optional<MemberTable::Ordinal> Appender::Find(std::string_view name) {
     const auto found = contents_.members.Find(name);
-    const auto goes = [&found](const Pending& pending) {
-        return pending.replaces == found || pending.ordinal == found;
+    if (found) Settle(*found);
+    return found ? contents_.members.Find(name) : found;
+}
+
+void Appender::Settle(MemberTable::Ordinal ordinal) {
+    const auto concerns = [ordinal](const Pending& pending) {
+        return pending.replaces == ordinal || pending.ordinal == ordinal;
     };
-    if (!found || std::ranges::none_of(pending_, goes)) return found;
-    Flush();
-    return contents_.members.Find(name);
+    if (std::ranges::any_of(pending_, concerns)) Flush();
 }
 
 std::uint32_t Appender::StoredSoFar() const {
@@ -214,26 +217,47 @@ void Appender::Flush() {
     if (!pending_.empty()) PublishPending();
 }
 
-// Writes the finished chunks of the batch and makes them members: the first chunk header last,
-// since it hides the others. A member that was begun stays in the buffer and starts the next batch.
+// A batch that cannot be written whole is written member by member, so that those that fit stay.
 void Appender::PublishPending() {
-    const std::uint64_t end = begun_ ? chunkOffset_ : End();
-    const Member first = contents_.members[pending_.front().ordinal];
-    try {
-        if (end > written_) {
-            const auto finished = static_cast<std::ptrdiff_t>(end - written_);
-            WriteAt(written_, std::span(buffer_).first(static_cast<std::size_t>(finished)));
-            buffer_.erase(buffer_.begin(), buffer_.begin() + finished);
-            written_ = end;
+    std::size_t count = pending_.size();
+    while (!pending_.empty()) {
+        try {
+            PublishFirst(count);
+        } catch (const Error&) {
+            if (count > 1 && !pending_.empty()) {
+                count = 1;
+                continue;
+            }
+            DropFrom(0);
+            throw;
         }
-        std::array<std::byte, kChunkHeaderSize> header{};
-        EncodeChunkHeader(header, kMemberChunk, ChunkLength(first));
-        WriteAt(batchStart_, header);
-    } catch (const Error&) {
-        DropFrom(0);
-        throw;
+        DeleteReplaced(count);
     }
-    for (std::size_t i = 0; i < pending_.size(); ++i) {
+}
+
+// Writes the first chunks of the batch and makes them members: the first chunk header last, since
+// it hides the others. What follows them stays in the buffer and starts the next batch.
+void Appender::PublishFirst(std::size_t count) {
+    const std::uint64_t open = begun_ ? chunkOffset_ : End();
+    const std::uint64_t end = count < pending_.size() ? pending_[count].chunkOffset : open;
+    if (end > written_) {
+        if (written_ == batchStart_) EncodeHidden(std::span(buffer_).first<kChunkHeaderSize>());
+        const auto size = static_cast<std::size_t>(end - written_);
+        WriteAt(written_, std::span(buffer_).first(size));
+        buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(size));
+        written_ = end;
+    }
+    std::array<std::byte, kChunkHeaderSize> header{};
+    EncodeChunkHeader(header, kMemberChunk,
+                      ChunkLength(contents_.members[pending_.front().ordinal]));
+    WriteAt(batchStart_, header);
+    batchStart_ = end;
+    if (contents_.Maintained()) contents_.header.indexOffset = static_cast<std::uint32_t>(end);
+}
+
+// Deletes what the first members of the batch replace, which have appeared.
+void Appender::DeleteReplaced(std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
         if (!pending_[i].replaces) continue;
         try {
             MarkDeleted(*pending_[i].replaces);
@@ -247,17 +271,14 @@ void Appender::PublishPending() {
             contents_.members.Remove(*pending_[i].replaces);
         }
     }
-    pending_.clear();
-    batchStart_ = end;
-    if (contents_.Maintained()) {
-        contents_.header.indexOffset = static_cast<std::uint32_t>(batchStart_);
-    }
+    pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 // Drops the finished members of the batch from one on, and the member that was begun.
 void Appender::DropFrom(std::size_t pending) {
     const std::uint64_t end = pending_[pending].chunkOffset;
     for (std::size_t i = pending; i < pending_.size(); ++i) {
+        lost_.emplace_back(contents_.members.Name(pending_[i].ordinal));
         contents_.members.Remove(pending_[i].ordinal);
     }
     pending_.clear();

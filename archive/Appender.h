@@ -17,7 +17,9 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "archive/Contents.h"
@@ -48,8 +50,8 @@ public:
 
     // Adds a member whose content comes in pieces: Begin, Write as often as needed, Finish. Each
     // throws Error: BadName, Full when the archive would pass 4 GiB, CannotWrite. The member is
-    // then not added, and the one that it would have replaced stays. In batches, Finish may also
-    // throw for earlier members of the batch; none of the batch is then added.
+    // then not added, and the one that it would have replaced stays. In batches, each may also
+    // throw for earlier members of the batch: those that do not fit are not added (TakeLost).
     void Begin(const NewMember& member);
     void Write(std::span<const std::byte> content);
     void Finish();
@@ -65,6 +67,12 @@ public:
     // Returns the member of that name (SameName), for NewMember::replaces and Delete. Flushes first
     // if the unfinished batch adds or replaces it.
     [[nodiscard]] std::optional<MemberTable::Ordinal> Find(std::string_view name);
+
+    // Flushes if the unfinished batch adds or replaces that member, so that it can be replaced.
+    void Settle(MemberTable::Ordinal ordinal);
+
+    // Returns the names of finished members that could not be written since the last call.
+    [[nodiscard]] std::vector<std::string> TakeLost() { return std::exchange(lost_, {}); }
 
     // Returns the bytes of stored data of the begun member so far.
     [[nodiscard]] std::uint32_t StoredSoFar() const;
@@ -96,6 +104,8 @@ private:
     void WriteOut();
     void FinishChunk();
     void PublishPending();
+    void PublishFirst(std::size_t count);
+    void DeleteReplaced(std::size_t count);
     void DropFrom(std::size_t pending);
     void MarkDeleted(MemberTable::Ordinal ordinal);
     void WriteIndex();
@@ -112,6 +122,7 @@ private:
     std::uint64_t written_ = 0;
     std::vector<std::byte> buffer_;
     std::vector<Pending> pending_;
+    std::vector<std::string> lost_;
 
     // The member that was begun.
     bool begun_ = false;

@@ -34,7 +34,14 @@ enum class Creation {
 };
 
 // What an opener denies to all other openers while its handle is open.
-enum class Share { DenyAll, DenyWrite, DenyNone };
+enum class Share {
+    DenyAll,
+    DenyWrite,
+    DenyNone,
+    // For a reader that reads the file at once and closes it: fails beside a writer, as DenyWrite
+    // does, but denies nothing itself, which costs half.
+    CheckOnly,
+};
 
 enum class SeekOrigin { Begin, Current, End };
 

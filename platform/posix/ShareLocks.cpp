@@ -106,18 +106,19 @@ void PauseBriefly() {
 bool PlaceShareLocks(int descriptor, Access access, Share share) {
     constexpr int kAttempts = 6;
     const LockSet own = BytesOf(access, share);
+    const bool places = share != Share::CheckOnly;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         if (attempt > 0) {
             PauseBriefly();
         }
         // Lock first, test second: of two racing openers at least one sees the other.
-        if (!Place(descriptor, own)) {
+        if (places && !Place(descriptor, own)) {
             return LacksLocks();
         }
         if (!HeldByAnother(descriptor, ConflictsOf(own))) {
             return true;
         }
-        Withdraw(descriptor);
+        if (places) Withdraw(descriptor);
     }
     errno = EBUSY;
     return false;

@@ -10,9 +10,9 @@
 
 namespace platform::posix {
 
-// Registers `descriptor`, which must be readable, among the openers of its file. Fails with EBUSY
-// and leaves nothing locked if another opener's share mode and access disagree with these. A file
-// system without lock support agrees to everything.
+// Registers `descriptor`, which must be readable, among the openers of its file; with CheckOnly it
+// is only compared with them. Fails with EBUSY and leaves nothing locked if another opener's share
+// mode and access disagree with these. A file system without lock support agrees to everything.
 [[nodiscard]] bool PlaceShareLocks(int descriptor, Access access, Share share);
 
 // Takes and releases the change lock (see FileHandle), on a byte next to those four. Taking fails

@@ -119,6 +119,17 @@ TEST_F(ShareModes, EveryPairOfOpenersAgreesOrNot) {
     EXPECT_EQ(TryOpen(Access::ReadWrite, Share::DenyAll), kOpened);
 }
 
+TEST_F(ShareModes, ABriefReaderIsRefusedBesideAWriterAndDeniesNothing) {
+    FileHandle writer;
+    ASSERT_TRUE(writer.Open("f", Access::Write, OpenExisting, Share::DenyNone));
+    EXPECT_EQ(TryOpen(Access::Read, Share::CheckOnly), kBusy);
+    writer.Close();
+    FileHandle reader;
+    ASSERT_TRUE(reader.Open("f", Access::Read, OpenExisting, Share::CheckOnly));
+    EXPECT_EQ(TryOpen(Access::Read, Share::CheckOnly), kOpened);
+    EXPECT_EQ(TryOpen(Access::ReadWrite, Share::DenyAll), kOpened);
+}
+
 TEST_F(ShareModes, ARefusedOpenerTruncatesNothingAndDevicesAreShared) {
     FileHandle reader;
     ASSERT_TRUE(reader.Open("f", Access::Read, OpenExisting, Share::DenyWrite));

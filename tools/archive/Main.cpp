@@ -1,16 +1,52 @@
 // VArchive: builds, lists and unpacks asset archives.
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "kernel/Exceptions.h"
 #include "services/Kernel.h"
-#include "tools/archive/CommandLine.h"
+#include "services/OptionSources.h"
 #include "tools/archive/VArchive.h"
 
 namespace {
 
+using Arguments = std::vector<std::string>;
+
 constexpr const char* kName = "VArchive";
+
+// Returns one command line, each argument in double quotes, so that blanks and length do not
+// matter. Nothing when an argument is empty or holds a double quote or a line end: it would become
+// another one.
+[[nodiscard]] std::optional<std::string> JoinArguments(const Arguments& arguments) {
+    std::string line;
+    for (const std::string& argument : arguments) {
+        if (argument.empty() || argument.find_first_of("\"\r\n") != std::string::npos) return {};
+        if (!line.empty()) line += ' ';
+        line.append("\"").append(argument).append("\"");
+    }
+    return line;
+}
+
+// Returns the kernel's options among the arguments as option text: in quotes they do not read as
+// such. It says that there is no log file unless they, or the options loaded for this program, name
+// one.
+[[nodiscard]] std::string OptionText(const Arguments& arguments) {
+    Vorn::OptionList loaded;
+    Vorn::LoadOptions(loaded, kName, nullptr);
+    Vorn::String logFile;
+    Vorn::GetOptionString(loaded, "LogFile", logFile, "");
+    // Either quote ends a quoted value, and without one an empty value takes the next option.
+    const bool hasQuote = logFile.View().find_first_of("\"'") != std::string_view::npos;
+    const char* quote = hasQuote ? "" : "\"";
+    std::string text = std::string("-LogFile=") + quote + logFile.Text() + quote;
+    for (const std::string& argument : arguments) {
+        if (argument.starts_with('-')) text.append(" ").append(argument);
+    }
+    return text;
+}
 
 int Fail(const char* problem) {
     std::fflush(stdout);
@@ -24,12 +60,12 @@ int Finish(bool good) {
     return good ? 0 : 1;
 }
 
-int RunTool(const Vorn::Arguments& arguments) {
-    const auto line = Vorn::JoinArguments(arguments);
+int RunTool(const Arguments& arguments) {
+    const auto line = JoinArguments(arguments);
     if (!line) return Fail("an argument is empty, or holds a double quote or a line end");
     Vorn::VArchive tool;
     tool.Init(Vorn::VArchive::kFlags);
-    const std::string options = Vorn::OptionText(arguments, kName);
+    const std::string options = OptionText(arguments);
     bool good = tool.Startup(line->c_str(), kName, options.c_str());
     if (!good) return Fail("the kernel cannot be started");
     good = tool.Run() && !tool.AnyFailed();
@@ -37,7 +73,7 @@ int RunTool(const Vorn::Arguments& arguments) {
     return Finish(good);
 }
 
-int RunProgram(const Vorn::Arguments& arguments) {
+int RunProgram(const Arguments& arguments) {
     const std::string_view first = arguments.empty() ? std::string_view() : arguments.front();
     if (first == "--help") {
         Vorn::VArchive().PrintUsage();
@@ -55,7 +91,7 @@ int RunProgram(const Vorn::Arguments& arguments) {
 int main(int argc, char** argv) {
     try {
         const Vorn::Kernel kernel;
-        return RunProgram(Vorn::Arguments(argv + 1, argv + argc));
+        return RunProgram(Arguments(argv + 1, argv + argc));
     } catch (const Vorn::Exception& exception) {
         return Fail(exception.GetReason());
     } catch (const std::exception& exception) {

@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
 #include "kernel/Exceptions.h"
 #include "platform/Directories.h"
@@ -10,58 +9,35 @@
 namespace Vorn {
 namespace {
 
-// Null for a target that is mounted as a folder.
-[[nodiscard]] std::shared_ptr<FileSubArchive> ArchiveOf(const InternedString& name) {
-    const auto backend = FileSubstList::Instance().TopBackend(name);
-    return backend->IsKind(kKindArchive) ? std::static_pointer_cast<FileSubArchive>(backend)
-                                         : nullptr;
+// Returns whether there was no archive and this created it.
+[[nodiscard]] bool Mount(const InternedString& name, const char* path, bool forReading) {
+    const bool existed = platform::Exists(path);
+    try {
+        Subst(name, path, true);
+    } catch (const FileEx& exception) {
+        if (!forReading || !existed) {
+            throw FileEx::Formatted(exception.GetFile(), exception.GetLine(), "%s: %s",
+                                    exception.GetReason(), path);
+        }
+        Subst(name, path, false);
+    }
+    return !existed && platform::Exists(path);
 }
 
 }  // namespace
 
 TargetMount::TargetMount(const InternedString& name, const char* path, bool forReading)
     : name_(name), owned_(!FileSubstList::Instance().IsMounted(name)) {
-    if (!owned_) return;
-    const bool existed = platform::Exists(path);
-    try {
-        Subst(name_, path, true);
-    } catch (const FileEx& exception) {
-        if (!forReading || !existed) {
-            throw FileEx::Formatted(exception.GetFile(), exception.GetLine(), "%s: %s",
-                                    exception.GetReason(), path);
-        }
-        Subst(name_, path, false);
-    }
-    wasCreated_ = !existed && platform::Exists(path);
+    if (owned_) wasCreated_ = Mount(name, path, forReading);
+    const auto backend = FileSubstList::Instance().TopBackend(name);
+    if (backend->IsKind(kKindArchive)) archive_ = std::static_pointer_cast<FileSubArchive>(backend);
 }
 
 TargetMount::~TargetMount() {
+    archive_.reset();  // so that unmounting closes it
     if (owned_) Subst(name_, nullptr);
 }
 
-bool TargetMount::IsReadable() const {
-    const auto archive = ArchiveOf(name_);
-    return archive == nullptr || archive->IsAvailable();
-}
-
-bool TargetMount::BeginChanges() {
-    const auto archive = ArchiveOf(name_);
-    return archive == nullptr || archive->BeginChanges();
-}
-
-bool TargetMount::LacksIndex() const {
-    const auto archive = ArchiveOf(name_);
-    return archive != nullptr && archive->LacksIndex();
-}
-
-bool TargetMount::Complete() {
-    const auto archive = ArchiveOf(name_);
-    return archive == nullptr || archive->Complete();
-}
-
-bool TargetMount::WasFull() const {
-    const auto archive = ArchiveOf(name_);
-    return archive != nullptr && archive->WasFull();
-}
+bool TargetMount::IsReadable() const { return archive_ == nullptr || archive_->IsAvailable(); }
 
 }  // namespace Vorn

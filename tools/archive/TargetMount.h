@@ -1,6 +1,9 @@
 // The archive under work, mounted for a scope.
 #pragma once
 
+#include <memory>
+
+#include "KernelStandard/FileSubArchive.h"
 #include "kernel/InternedString.h"
 
 namespace Vorn {
@@ -22,28 +25,17 @@ public:
     // Whether there was none and this created it.
     [[nodiscard]] bool WasCreated() const { return wasCreated_; }
 
-    // False for a file that is not an archive or cannot be read.
+    // Returns the mounted archive; null for a target that is mounted as a folder.
+    [[nodiscard]] FileSubArchive* Archive() const { return archive_.get(); }
+
+    // Whether the target's members can be read: false for a file that is not an archive.
     [[nodiscard]] bool IsReadable() const;
-
-    // Waits until no other process changes the archive. False when one still does after a while;
-    // see FileSubArchive.
-    [[nodiscard]] bool BeginChanges();
-
-    // Whether the header promises an index that is not there, or is cut short: members may be
-    // missing.
-    [[nodiscard]] bool LacksIndex() const;
-
-    // Writes the index of an archive that has changed. False when that failed: readers then walk
-    // the archive.
-    [[nodiscard]] bool Complete();
-
-    // Whether the archive had no room for the last member that failed: nothing in it passes 4 GiB.
-    [[nodiscard]] bool WasFull() const;
 
 private:
     const InternedString& name_;
     const bool owned_;
     bool wasCreated_ = false;
+    std::shared_ptr<FileSubArchive> archive_;
 };
 
 }  // namespace Vorn

@@ -65,7 +65,8 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
     if (command.searchTarget && !command.target.IsNull()) {
         mount.emplace(searchMount, command.target.Text(), true);
         CheckReadable(*mount, command.target);
-        if (mount->LacksIndex()) {
+        FileSubArchive* archive = mount->Archive();
+        if (archive != nullptr && archive->LacksIndex()) {
             ReportProblem(command.target.Text() +
                           std::string(" was cut or damaged: the index that its header promises is "
                                       "not there; members may be missing"));

@@ -74,15 +74,16 @@ public:
     // also where Run was true.
     [[nodiscard]] bool AnyFailed() const { return anyFailed_; }
 
-protected:
+    // For the commands of a tool: makes AnyFailed true.
     void NoteFailure() { anyFailed_ = true; }
-    // The same, with a line on standard error.
+    // Does the same and prints a line on standard error.
     void ReportProblem(const std::string& text);
-    // A line on standard error alone.
-    void Warn(const std::string& text) const;
+    // Reports a target that is not an archive, or cannot be read.
     void CheckReadable(const TargetMount& mount, const String& target);
 
 private:
+    // Prints a line on standard error.
+    void Warn(const std::string& text) const;
     [[nodiscard]] bool ProcessCommandLine(ToolCommand& command, const char* line);
     [[nodiscard]] bool ParseCommandLine(ToolCommand& command, const char* line);
     [[nodiscard]] bool ProcessArgumentFile(ToolCommand& command, const char* fileName);

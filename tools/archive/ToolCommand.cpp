@@ -8,6 +8,12 @@
 
 namespace Vorn {
 
+PathBuffer ToolFileRecord::Path() const {
+    PathBuffer path(directory.View());
+    AppendPathComponent(path, entry.Name());
+    return path;
+}
+
 void ToolCommand::TakeSwitch(std::string_view token) {
     constexpr std::size_t kSwitchLength = 2;
     const char letter = token[1];

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "archive/ArchiveFormat.h"
+#include "kernel/PathBuffer.h"
 #include "kernel/String.h"
 
 namespace Vorn {
@@ -20,6 +21,9 @@ struct ToolFileRecord {
     archive::FindEntry entry;
     String directory;  // where it was found; never empty: ".\" stands for no folder
     String prefix;     // the folder it goes to; the same
+
+    // Returns the path under which it was found.
+    [[nodiscard]] PathBuffer Path() const;
 };
 
 struct ToolCommand {

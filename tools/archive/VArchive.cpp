@@ -1,47 +1,29 @@
-// The course of a command: switches, the archive's mount, progress.
 #include "tools/archive/VArchive.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "KernelStandard/FileSubArchive.h"
-#include "platform/Clock.h"
-#include "platform/Terminal.h"
+#include "tools/archive/AddCommand.h"
+#include "tools/archive/ExtractCommand.h"
 #include "tools/archive/TargetMount.h"
+#include "tools/archive/ViewCommands.h"
 
 namespace Vorn {
 namespace {
 
-constexpr std::uint32_t kReportInterval = 200;  // milliseconds
+constexpr std::string_view kCommandWords = "aelb";
 
 const InternedString toolMount = Intern(kTargetMountName);
 
-// The decimal number at the start of a text, 0 without one.
+// Returns the decimal number at the start of a text, 0 without one.
 [[nodiscard]] std::uint32_t NumberIn(const char* text) {
     return static_cast<std::uint32_t>(std::strtoll(text, nullptr, 10));
 }
 
 }  // namespace
-
-// Shows the progress of members being written, for a scope.
-class VArchive::ProgressScope {
-public:
-    explicit ProgressScope(VArchive& tool) {
-        reporting_ = &tool;
-        FileSubArchive::SetProgressHook([](std::uint32_t consumed, std::uint32_t written) {
-            reporting_->ReportProgress(consumed, written);
-        });
-    }
-    ~ProgressScope() { FileSubArchive::SetProgressHook(nullptr); }
-    ProgressScope(const ProgressScope&) = delete;
-    ProgressScope& operator=(const ProgressScope&) = delete;
-
-private:
-    static VArchive* reporting_;
-};
-
-VArchive* VArchive::ProgressScope::reporting_ = nullptr;
 
 VArchive::VArchive() : Tool("cnP") {}
 
@@ -49,11 +31,8 @@ VArchive::~VArchive() = default;
 
 void VArchive::Init(std::uint32_t flags) {
     copyBuffer_ = std::make_unique_for_overwrite<CopyBuffer>();
-    compress_ = false;
     nameAsPrefix_ = false;
-    verbose_ = false;
-    prefixGiven_ = false;
-    prefixPath_ = "";
+    prefix_.reset();
     Tool::Init(flags);
 }
 
@@ -64,13 +43,8 @@ void VArchive::Shutdown() {
 
 void VArchive::ParseSwitches(ToolCommand& command) {
     Tool::ParseSwitches(command);
-    verbose_ = command.verbose;
-    compress_ = command.HasSwitch('c');
     if (command.HasSwitch('n')) nameAsPrefix_ = true;
-    if (command.HasSwitch('p')) {
-        prefixGiven_ = true;
-        prefixPath_ = command.SwitchValue('p');
-    }
+    if (command.HasSwitch('p')) prefix_ = command.SwitchValue('p');
     if (command.HasSetting("buildversion")) {
         FileSubArchive::SetDefaultBuildVersion(NumberIn(command.SettingValue("buildversion")));
     }
@@ -79,94 +53,99 @@ void VArchive::ParseSwitches(ToolCommand& command) {
     }
 }
 
+std::unique_ptr<ArchiveCommand> VArchive::CommandFor(const ToolCommand& line, TargetMount& target) {
+    const ArchiveCommand::Context context{*this, line, target, progress_, *copyBuffer_};
+    switch (line.command.Text()[0]) {
+        case 'a':
+            return std::make_unique<AddCommand>(context);
+        case 'e':
+            return std::make_unique<ExtractCommand>(context, prefix_);
+        case 'l':
+            return std::make_unique<ListCommand>(context);
+        default:
+            return std::make_unique<BlocksCommand>(context);
+    }
+}
+
 bool VArchive::Execute(ToolCommand& command) {
-    constexpr std::string_view kWords = "aelb";
     ParseSwitches(command);
     const std::string_view word = command.command.View();
-    const std::size_t index = word.size() == 1 ? kWords.find(word) : std::string_view::npos;
-    if (index == std::string_view::npos) {
+    if (word.size() != 1 || kCommandWords.find(word) == std::string_view::npos) {
         std::printf("VArchive::Execute(): No command specified.\n");
         return false;
     }
-    commandIndex_ = static_cast<Command>(index + 1);
-    if (nameAsPrefix_) {
-        prefixPath_ = command.target;
-        prefixGiven_ = true;
+    if (nameAsPrefix_) prefix_ = command.target;
+    TargetMount target(toolMount, command.target.Text(), word != "a");
+    // Tool::Execute takes the switches again, of which -p replaces the target's name.
+    ParseSwitches(command);
+    running_ = CommandFor(command, target);
+    bool result = running_->Begin();
+    if (result) {
+        result = Tool::Execute(command);
+        running_->End();
     }
-    destination_.reset();
-
-    const bool adds = commandIndex_ == Command::Add;
-    TargetMount mount(toolMount, command.target.Text(), !adds);
-    std::optional<ProgressScope> progress;
-    if (adds) {
-        progress.emplace(*this);
-        CheckReadable(mount, command.target);
-        if (!mount.BeginChanges()) {
-            ReportProblem(std::string("cannot change ") + command.target.Text() +
-                          ": another process is changing it; try again when that has ended");
-            return false;
-        }
-    }
-    mount_ = &mount;
-    const bool result = Tool::Execute(command);
-    mount_ = nullptr;
-    if (!mount.Complete()) {
+    running_.reset();
+    FileSubArchive* archive = target.Archive();
+    if (archive != nullptr && !archive->Complete()) {
         ReportProblem(std::string("cannot write the index of ") + command.target.Text() +
                       "; it will be read without one");
     }
     return result;
 }
 
-bool VArchive::ProcessFile(const ToolCommand& command, const ToolFileRecord& record) {
-    switch (commandIndex_) {
-        case Command::Add:
-            AddFile(command, record);
-            return true;
-        case Command::Extract:
-            ExtractFile(command, record);
-            return true;
-        case Command::List:
-            ListFile(record);
-            return true;
-        case Command::ViewBlocks:
-            ViewBlocks(record);
-            return true;
-        default:
-            return false;
-    }
-}
-
-void VArchive::FinishFile() {
-    startTime_ = platform::TickMilliseconds();
-    lastReport_ = 0;
-    std::printf("\n");
-}
-
-void VArchive::ShowNow() {
-    static const bool watched = platform::IsTerminal(platform::StandardStream::Output);
-    if (watched) std::fflush(stdout);
-}
-
-bool VArchive::ReportProgress(std::uint32_t bytesConsumed, std::uint32_t bytesWritten) {
-    const std::uint32_t elapsed = platform::TickMilliseconds() - startTime_;
-    const auto percentOf = [](std::uint32_t part, std::uint32_t whole) {
-        return whole == 0 ? 0.0F : static_cast<float>(part * 100.0 / whole);
-    };
-    const float ratio = percentOf(bytesWritten, bytesConsumed);
-    const float percent = percentOf(bytesConsumed, totalBytes_);
-    if (lastReport_ != 0 && percent < 100 && elapsed - lastReport_ < kReportInterval) return true;
-    lastReport_ = elapsed;
-    if (verbose_) {
-        std::printf("\rAdd: %5uk %3.0f%% %5dkbs", bytesConsumed >> 10, static_cast<double>(ratio),
-                    static_cast<int>(elapsed == 0 ? 0 : bytesConsumed / elapsed));
-    } else if (bytesWritten == 0) {
-        std::printf("\rAdd: %5uk", bytesConsumed >> 10);
-    } else {
-        std::printf("\rAdd: %5uk %3.0f%%", (totalBytes_ - (bytesConsumed - bytesWritten)) >> 10,
-                    static_cast<double>(percent < 100 ? percent : ratio));
-    }
-    ShowNow();
+bool VArchive::ProcessFile(const ToolCommand& /*command*/, const ToolFileRecord& record) {
+    if (running_ == nullptr) return false;
+    running_->Process(record);
     return true;
+}
+
+void VArchive::PrintUsage() {
+    static bool printed = false;
+    if (printed) return;
+    printed = true;
+    std::fputs(
+        "Vorn Archiver v1.9\n"
+        "Usage:\n"
+        "  VArchive {<Switches>} <Command> Execute one command with switches\n"
+        "  VArchive @<file>                Read file for multiple commands (one per line)\n"
+        "\n"
+        "Switches:\n"
+        "  <Switch>{ <Switches>}           A switch plus optional switches\n"
+        "\n"
+        "Switch:\n"
+        "  -r                              Recursive Search\n"
+        "  -P                              Use Full Paths\n"
+        "  -v                              Verbose Display\n"
+        "  -c                              Enable Compression\n"
+        "  -n                              Use archive name as path prefix\n"
+        "  -p<path>                        Use path prefix\n"
+        "  -x<Wildcards>                   Exclude files\n"
+        "  -sbuildversion=<buildversion>   Specify archive build version\n"
+        "  -sproductcode=<productcode>     Specify archive product code\n"
+        "\n"
+        "Command:\n"
+        "  a <archive> <Paths>             Add matching wildcards to archive\n"
+        "  e <archive> <Paths>             Extract matching wildcards from archive\n"
+        "  l <archive> <Paths>             List matching wildcards in archive\n"
+        "  b <file>                        View blocks in file\n"
+        "\n"
+        "Paths:\n"
+        "  <Path>{ <Paths>}                A path plus optional paths\n"
+        "\n"
+        "Path:\n"
+        "  {<dir>}<Wildcards>              An optional directory plus wildcards\n"
+        "\n"
+        "Wildcards:\n"
+        "  <Wildcard>{;<Wildcards>}        A wildcard plus optional wildcards\n"
+        "\n"
+        "Example:\n"
+        "  VArchive -c -n -r a MyArchive Data/*.txt;*.bmp;*.*.*\n"
+        "\n"
+        "     Enables compression and recursive directory scanning. Adds to the\n"
+        "     archive file MyArchive.va in the current directory, starting from\n"
+        "     the sub directory Data all .txt, .bmp and files with two extensions.\n"
+        "     Note: By default the path prefix is removed from files.\n",
+        stdout);
 }
 
 }  // namespace Vorn

@@ -118,7 +118,7 @@ TEST_F(Faults, AFailedCallIsNeverASuccessWithAWrongResult) {
     const std::string add = "-c a x.va after/b after/d after/e";
     const std::string extract = "-pto/x e x.va a b c";
     const Table<std::string, std::string, std::string, std::string, int> rows = {
-        {add, "write,pwrite64", ":error=ENOSPC", "", 8},
+        {add, "write,pwrite64", ":error=ENOSPC", "", 5},  // a batch is tried once more
         {add, "write,pwrite64", ":error=ENOSPC", "+", 8},
         {add, "openat,/^rename", ":error=EACCES", "", 4},
         {add, "openat,/^rename", ":error=EACCES", "+", 20},
@@ -163,6 +163,23 @@ TEST_F(Faults, AFileSizeLimitIsNeverASuccessWithAWrongResult) {
     }
     EXPECT_GE(failed, 8);
     EXPECT_LT(failed, 12);
+}
+
+TEST_F(Faults, FilesOfABatchThatDoNotFitAreNamed) {
+    Files files;
+    for (unsigned i = 0; i < 90; ++i) files["n" + std::to_string(i)] = Noise(1000, i);
+    Files paths;
+    for (const auto& [name, content] : files) paths["many/" + name] = content;
+    Write(paths);
+    const Outcome outcome = Run("a x.va 'many/*'", "sh -c 'ulimit -f 100; exec \"$@\"' sh");
+    EXPECT_EQ(outcome.exitCode, 1);
+    const Files added = Unpack("x.va");
+    EXPECT_GT(added.size(), 35U);
+    for (const auto& [name, content] : files) {
+        const std::string named = "cannot add " + name + ": the archive cannot be written";
+        EXPECT_EQ(CountOf(named, outcome.problems), added.contains(name) ? 0U : 1U) << name;
+        EXPECT_TRUE(!added.contains(name) || added.at(name) == content) << name;
+    }
 }
 
 }  // namespace

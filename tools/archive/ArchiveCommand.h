@@ -1,0 +1,65 @@
+// The base of VArchive's commands: each works on the files of one command line, one by one.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <span>
+
+#include "kernel/Exceptions.h"
+#include "tools/archive/FileProgress.h"
+#include "tools/archive/TargetMount.h"
+#include "tools/archive/Tool.h"
+
+namespace Vorn {
+
+class ArchiveCommand {
+public:
+    // What a command borrows while it runs.
+    struct Context {
+        Tool& tool;
+        const ToolCommand& line;
+        TargetMount& target;
+        FileProgress& progress;
+        std::span<std::byte> buffer;  // all content passes through it
+    };
+
+    explicit ArchiveCommand(const Context& context) : context_(context) {}
+    virtual ~ArchiveCommand() = default;
+    ArchiveCommand(const ArchiveCommand&) = delete;
+    ArchiveCommand& operator=(const ArchiveCommand&) = delete;
+
+    // Prepares the command. Returns false, with the reason reported, if no file can be processed.
+    [[nodiscard]] virtual bool Begin() { return true; }
+    // Processes one file. What goes wrong with it is printed and noted; the command continues.
+    virtual void Process(const ToolFileRecord& record) = 0;
+    // Finishes what Process left unfinished.
+    virtual void End() {}
+
+protected:
+    // Runs `work`, which returns null or what went wrong, and prints that, or the FileEx it throws,
+    // as the file's error.
+    template <typename Work>
+    void Attempt(const char* lineEnd, const Work& work) {
+        try {
+            if (const char* problem = work()) PrintError(problem, lineEnd);
+        } catch (const FileEx& exception) {
+            PrintError(exception.GetReason(), lineEnd);
+        }
+    }
+
+    [[nodiscard]] Tool& Reporter() const { return context_.tool; }
+    [[nodiscard]] const ToolCommand& Line() const { return context_.line; }
+    [[nodiscard]] TargetMount& Target() const { return context_.target; }
+    [[nodiscard]] FileProgress& Progress() const { return context_.progress; }
+    [[nodiscard]] std::span<std::byte> Buffer() const { return context_.buffer; }
+
+private:
+    void PrintError(const char* problem, const char* lineEnd) {
+        context_.tool.NoteFailure();
+        std::printf("Error, %s!%s", problem, lineEnd);
+    }
+
+    const Context context_;
+};
+
+}  // namespace Vorn
