@@ -8,7 +8,10 @@ namespace converter {
 namespace {
 
 void Write(std::FILE* stream, std::initializer_list<std::string_view> texts) {
-    for (const std::string_view text : texts) std::fwrite(text.data(), 1, text.size(), stream);
+    for (const std::string_view text : texts) {
+        // An empty view may have no address, which fwrite must not be given.
+        if (!text.empty()) std::fwrite(text.data(), 1, text.size(), stream);
+    }
 }
 
 }  // namespace
