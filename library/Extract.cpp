@@ -1,7 +1,6 @@
 // Members to files. The plan (which member becomes which path, and what is in the way) is made
 // before the first byte is written; workers then take runs of members in the order of the archive.
 #include <algorithm>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -177,8 +176,8 @@ public:
     ExtractResult Run() {
         std::vector<Worker> workers;
         for (unsigned i = 0; i < std::max(options_.threads, 1U); ++i)
-            workers.emplace_back(ArchiveAccess::TreeOf(archive_).NewReader(),
-                                 FolderChain(root_, true));
+            workers.push_back(
+                Worker{ArchiveAccess::TreeOf(archive_).NewReader(), FolderChain(root_, true)});
         RunPieces(
             runs_.size(), options_.threads, progress_, [&](unsigned worker, std::size_t piece) {
                 const std::size_t end = piece + 1 < runs_.size() ? runs_[piece + 1] : plan_.size();
