@@ -90,7 +90,7 @@ private:
         const auto found = substs.GetRealPath(member.mount, real);
         if (found && *found) ReadLibrary(std::string(real.View()));
     } catch (const FileEx&) {
-        // The name, or what it stands for, does not fit a path.
+        // The name, or the path that it expands to, does not fit.
     }
 
     OptionList& list_;

@@ -43,7 +43,7 @@ void LogFailure(const Resource& resource, const char* reason) {
 }
 
 // Runs one stage of a load. Nothing it throws may end the queue's worker, or leave others waiting
-// for this load. A failed assertion throws a type of its own, which was reported already.
+// for this load. A failed assertion throws a separate type, which was reported already.
 template <typename Stage>
 [[nodiscard]] bool RunStage(const Resource& resource, Stage stage) {
     ResourceResult result = RES_RESOURCEOK;

@@ -97,7 +97,7 @@ public:
     // the memory budget.
     [[nodiscard]] virtual int GetDataSize() { return -1; }
     [[nodiscard]] virtual int GetSecondSize() { return 0; }
-    // Returns the resource that this one stands for, or null.
+    // Returns the resource that this one redirects to, or null.
     [[nodiscard]] virtual Resource* GetTarget() const { return nullptr; }
     // Frees what a load has made. Called before the destructor if a load was tried. Must not wait
     // for other threads.
@@ -220,7 +220,7 @@ private:
     ResourceResult result_ = RES_RESOURCEOK;
 };
 
-// A resource that stands for another one: its database gives out the target under its name.
+// A resource that redirects to another one: its database gives out the target under its name.
 class RedirResource final : public Resource {
 public:
     // Becomes a holder of `target`.

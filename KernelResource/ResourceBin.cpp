@@ -21,7 +21,7 @@ void ResourceBin::Unshelve(Resource& resource) {
 bool ResourceBin::Retire(Resource& resource) {
     // The state is read before the acquires. A bin retires without the home's lock what it held
     // since before its load; that load counts its acquires before it makes the resource available,
-    // so whoever sees the new state here sees the acquires too.
+    // so a thread that sees the new state also sees the acquires.
     const ResourceState from = resource.State();
     if (resource.IsInUse() || resource.isQueued_) return false;
     switch (from) {

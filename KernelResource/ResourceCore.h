@@ -1,7 +1,7 @@
 // The inside of the resource system: what resources, databases and bins call of it. Hosts use
 // ResourceSystem.h, which owns the one core of the process.
 //
-// Threads: any, but for the section of the resource system. Order of locks, outermost first: the
+// Threads: any, except in the section of the resource system. Order of locks, outermost first: the
 // register of archive databases, the detaching lock, a database's lock, the bin's lock, all others.
 // Resources are destroyed, and holds on them dropped, outside of all locks: a destructor may lead
 // back here.

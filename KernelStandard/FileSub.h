@@ -3,7 +3,7 @@
 // A backend serves the names below one mounted root: a directory (FileSubPath) or an archive
 // (FileSubArchive). The substitution list shares its backends with the files and searches that are
 // open through them, and calls them under its lock; names come relative to the root, without a
-// leading separator. A failure is a result and not an exception, but for the base's CloseFile. An
+// leading separator. A failure is a result and not an exception, except in the base's CloseFile. An
 // operation that a backend does not override fails, except MakeDirectory, which succeeds and does
 // nothing.
 #pragma once

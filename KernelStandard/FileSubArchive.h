@@ -24,7 +24,7 @@
 //   complete is found by walking.
 // - One process at a time changes an archive: from the creation of the file, or the first member
 //   that is added or deleted, to Complete, it holds the file's change lock. Another one waits for
-//   it for 30 seconds; then its changes fail, the next ones at once. Whoever gets the lock reads
+//   it for 30 seconds; then its changes fail, the next ones at once. The next holder reads
 //   the archive anew if it has changed since it was read; searches under way end then. Two mounts
 //   of one archive in one process count as two.
 // - Readers take no lock. The mark that makes a member one is written last, and so is the mark of

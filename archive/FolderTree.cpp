@@ -112,7 +112,7 @@ public:
 
     [[nodiscard]] std::span<const std::byte> Next() override {
         const std::int64_t got = file_.Read(piece_);
-        // Whoever changes a file while it is read would give us a mixture.
+        // A file that changes while it is read would give a mixture of two contents.
         if (got < 0) throw Error(ErrorCode::CannotRead, "the file cannot be read", 0, name_);
         if (static_cast<std::uint64_t>(got) > left_ || (got == 0 && left_ > 0))
             throw Error(ErrorCode::CannotRead, "the file changed while it was read", 0, name_);

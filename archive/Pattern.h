@@ -6,7 +6,7 @@
 namespace archive {
 
 // Whether `name` matches `pattern`; both are bytes of code page 1252. '*' and '?' stay within a
-// component, a component "**" stands for any number of components. A pattern that matches a folder
+// component, a component "**" matches any number of components. A pattern that matches a folder
 // of the name matches all below it, unless its last component holds '*' or '?': "a" reaches
 // "a/b/c", "a/*" reaches "a/b" only. Letter case is ignored, '\' is '/', and a '/' at the end is
 // ignored.

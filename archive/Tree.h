@@ -1,7 +1,7 @@
 // A tree of members to read: those of an archive, or the files of a folder.
 //
 // A tree does not change after it was opened, and any number of threads use it at once, each with a
-// reader of its own.
+// separate reader.
 #pragma once
 
 #include <cstddef>

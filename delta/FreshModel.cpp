@@ -6,7 +6,7 @@
 namespace delta {
 namespace {
 
-// Stands in for a coder where both sides know the bits.
+// Replaces a coder where both sides know the bits.
 struct NoCoder {
     static bool Code(bool bit, std::uint32_t /*probability*/) { return bit; }
 };

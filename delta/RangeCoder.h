@@ -41,7 +41,7 @@ private:
     std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
 };
 
-// Reads zeros behind the end of its input, as Finish expects, but throws Error (Damaged)
+// Reads zeros after the end of its input, as Finish expects, but throws Error (Damaged)
 // when it has to go on and on with them.
 class RangeDecoder {
 public:

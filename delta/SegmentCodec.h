@@ -93,7 +93,7 @@ private:
         if constexpr (Coder::kDecodes) new_[newAt_] = byte;
     }
 
-    // As a count of copied bytes, 0 stands for all that is left, and n + 1 for n.
+    // As a count of copied bytes, 0 means all that is left, and n + 1 for n.
     void CodePlace(Place& place) {
         const std::uint64_t left = new_.size() - newAt_;
         const std::uint64_t distance = models_.distance.Code(

@@ -30,7 +30,7 @@ struct String::NullBlock {
     std::array<char, 4> text;
 };
 
-// Counts one reference of its own, so that it is never freed.
+// Holds one reference to itself, so that it is never freed.
 constinit String::NullBlock String::null_{.block = {1, 0, 0}, .text = {}};
 
 namespace {

@@ -1,4 +1,4 @@
-// What stands behind va::Archive, for the other sources of the library.
+// The data of va::Archive, shared with the other sources of the library.
 #pragma once
 
 #include <filesystem>

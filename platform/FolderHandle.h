@@ -1,7 +1,7 @@
 // Open folders, and new files in them, for code that writes where others may write too.
 //
 // Everything is named by one component below an open folder, exactly as given, and no link is ever
-// followed: nothing that somebody moves or plants meanwhile leads a write to another place.
+// followed: nothing that another process moves or plants meanwhile leads a write to another place.
 //
 // Threads: a folder may be used by several threads at once; a new file belongs to one.
 #pragma once
@@ -44,7 +44,7 @@ private:
 };
 
 // A file that gets its name when it is whole. Until then it has none, or where the file system
-// cannot do that, a hidden name of its own; however the process ends, nothing half-written has the
+// cannot do that, a separate hidden name; however the process ends, nothing half-written has the
 // name that was asked for.
 class NewFile {
 public:

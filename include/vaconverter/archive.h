@@ -154,7 +154,7 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-// Whether `name` matches `pattern`: '*' and '?' stay within a component, "**" stands for any number
+// Whether `name` matches `pattern`: '*' and '?' stay within a component, "**" matches any number
 // of components, a folder's name means all below it
 // ("a" reaches "a/b/c", "a/*" does not), letter case is ignored. Both in UTF-8.
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);

@@ -107,7 +107,7 @@ TEST_F(PatchMaking, NamesThatDifferOnlyInLetterCaseAreOneMember) {
         (Content{{"addedFiles.txt", ""}, {"deletedFiles.txt", ""}, {"patchedFiles.txt", ""}}));
 }
 
-// One name of this system; a path elsewhere for whoever reads '\\' as a separator.
+// One name of this system; a path elsewhere if '\\' is read as a separator.
 TEST_F(PatchMaking, AFileWithABackslashInItsNameLeadsNowhere) {
     PackPair({{"a", "old"}}, {{"a", "new"}});
     folder_.Write("out/old/..\\victim.diff", "");

@@ -18,7 +18,7 @@ ByteBuffer Noise(std::size_t size, std::uint32_t seed);
 // Lines of a configuration, about `size` bytes.
 ByteBuffer Config(std::size_t size, std::uint32_t seed);
 
-// MakeDelta's result in a workspace of its own.
+// MakeDelta's result in a separate workspace.
 ByteBuffer DiffOf(ByteView oldFile, ByteView newFile);
 
 // A diff by this method, whichever would be the smallest.

@@ -122,7 +122,7 @@ void FatalError::ExpectTerminating(const std::function<DialogResult()>& answer, 
     const bool ended = thread.Wait(-1) && thread.GetExitCode(code) && !thread.IsRunning();
     ShowFatalError(kError);
     const bool quiet = ended && code == 0 && !called && dialogs.calls == shown;
-    // The fixture's destructor does not run, and this process has a folder of its own.
+    // The fixture's destructor does not run, and this process has a separate folder.
     fs::remove_all(folder_.Path());
     std::_Exit(quiet && IsTerminating() && dialogs.errorBox == box ? 0 : 1);
 }

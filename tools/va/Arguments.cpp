@@ -168,7 +168,7 @@ void Arguments::ChooseCommand() {
 }
 
 // Options that share a name share their letter and whether they take a value, but each command may
-// list one of its own, with its own meaning: that one counts.
+// list its own object, with its own meaning: that one counts.
 void Arguments::CheckOptions() {
     const auto allows = [&](std::span<const Option* const> options, const Option* option) {
         return std::ranges::find(options, option) != options.end();
