@@ -1,7 +1,8 @@
 #include "KernelStandard/File.h"
 
+#include <algorithm>
 #include <atomic>
-#include <limits>
+#include <string_view>
 
 #include "KernelStandard/FileSubstList.h"
 #include "archive/ArchiveFormat.h"
@@ -12,19 +13,9 @@ namespace Vorn {
 
 namespace {
 
-constexpr std::uint64_t kNoRawEnd = std::numeric_limits<std::uint64_t>::max();
-
 std::atomic<int> openFiles{0};
 
-[[nodiscard]] bool IsCreating(FileMode mode) {
-    const FileMode creation = mode & kCreationMask;
-    return creation == kCreateOrTruncate || creation == kCreateNew;
-}
-
 }  // namespace
-
-// Left uninitialised: nothing is read that was not put there before.
-File::File() : buffer_(std::make_unique_for_overwrite<Buffer>()) {}
 
 File::~File() { Close(); }
 
@@ -42,196 +33,167 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
                       int textMode) {
     textMode_ = textMode == 0 ? kTextAnsi : textMode;
     if (IsOpen()) return RES_ALREADYOPEN;
-    Reset(mode);
+    file_.Begin(mode);
+    reader_.Begin();
+    position_ = 0;
     const bool append = (mode & kCreationMask) == kAppend;
-    if ((mode & kUnsupportedMask) == kUnsupported || (append && WriteKind() == kWriteCompressed)) {
+    if ((mode & kUnsupportedMask) == kUnsupported ||
+        (append && file_.WriteKind() == kWriteCompressed)) {
         return RES_MODENOTSUPPORTED;
     }
     if (std::string_view(path).size() >= kMaxPath) return RES_FILENOTFOUND;
 
-    const auto served = OpenThroughSubst(substName, path);
-    const bool mounted = served.has_value();
-    const bool opened = mounted ? *served : OpenPlain(path);
-    if (!opened && refusedReadOnly_) return RES_READONLY;
-    if (!opened) {
-        // Mounts that are asked to read find the file or do not.
-        const bool createNew = (mode & kCreationMask) == kCreateNew;
-        const bool reading = mounted && ReadKind() != 0;
-        return createNew && !reading ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
-    }
-    if (const FileResult result = ProbeCompression(); result != RES_OK) return result;
-    if (handle_ != &own_ && WriteKind() != 0) return Refuse(RES_READONLY);
+    if (const FileResult result = Attach(substName, path); result != RES_OK) return result;
+    if (const FileResult result = DetectStream(); result != RES_OK) return result;
+    if (file_.IsBorrowed() && file_.WriteKind() != 0) return Refuse(RES_READONLY);
     if (append) {
-        if (handle_->Length() > static_cast<std::int64_t>(archive::kMaxArchiveSize)) {
+        if (file_.Length() > static_cast<std::int64_t>(archive::kMaxArchiveSize)) {
             return Refuse(RES_UNKNOWN);
         }
-        Seek(0, SeekFrom::End);
+        position_ = Size();
     }
     ++openFiles;
     counted_ = true;
     return RES_OK;
 }
 
-void File::Reset(FileMode mode) {
-    mode_ = mode;
-    size_.reset();
-    if (IsCreating(mode)) size_ = 0;
-    cursor_ = buffered_ = unwritten_ = 0;
-    headerLength_ = position_ = nextBlock_ = 0;
-    rawPosition_ = 0;
-    rawEnd_ = kNoRawEnd;
-    writeFailed_ = false;
-    readFailed_ = false;
-    newMember_ = false;
-    refusedReadOnly_ = false;
-    owner_ = nullptr;
-}
-
-OpenFlags File::FlagsOfMode() const {
-    using platform::Creation;
-    OpenFlags flags;
-    flags.access = WriteKind() != 0 ? platform::Access::ReadWrite : platform::Access::Read;
-    switch (mode_ & kCreationMask) {
-        case kCreateOrTruncate:
-            flags.creation = Creation::CreateOrTruncate;
-            break;
-        case kAppend:
-            flags.creation = Creation::OpenOrCreate;
-            break;
-        case kCreateNew:
-            flags.creation = Creation::CreateNew;
-            break;
-        default:
-            flags.creation = Creation::OpenExisting;
-    }
-    return flags;
-}
-
-std::optional<bool> File::OpenThroughSubst(const InternedString& substName, const char* path) {
+FileResult File::Attach(const InternedString& substName, const char* path) {
     FileSubstList& list = FileSubstList::Instance();
-    if (IsSeparator(*path)) ++path;
-    return ReadKind() == 0 ? list.OpenWrite(substName, *this, path, FlagsOfMode())
-                           : list.OpenRead(substName, *this, path, FlagsOfMode());
+    const char* name = IsSeparator(*path) ? path + 1 : path;
+    const bool reads = file_.ReadKind() != 0;
+    const auto served = reads ? list.OpenRead(substName, file_, name, file_.Flags())
+                              : list.OpenWrite(substName, file_, name, file_.Flags());
+    const bool mounted = served.has_value();
+    if (mounted ? *served : file_.OpenPath(path)) return RES_OK;
+    if (file_.WasRefusedReadOnly()) return RES_READONLY;
+    // A mount that was asked to read never reports that the file already exists.
+    const bool createNew = (file_.Mode() & kCreationMask) == kCreateNew;
+    return createNew && !(mounted && reads) ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
 }
 
-bool File::OpenPlain(const char* path) {
-    const OpenFlags flags = FlagsOfMode();
-    const auto share = WriteKind() != 0 ? platform::Share::DenyAll : platform::Share::DenyWrite;
-    if (!own_.Open(path, flags.access, flags.creation, share)) return false;
-    handle_ = &own_;
-    SetPath(name_, path);
-    return true;
-}
-
-void File::AttachOwned(platform::FileHandle handle, FileSub& owner, std::string_view name) {
-    SetPath(name_, name);
-    own_ = std::move(handle);
-    handle_ = &own_;
-    owner_ = owner.shared_from_this();
-    owner.CountOpened();
-}
-
-void File::AttachNewMember(platform::FileHandle temporary, FileSub& owner, std::string_view name) {
-    AttachOwned(std::move(temporary), owner, name);
-    newMember_ = true;
-    size_ = 0;  // whatever the temporary file holds
-}
-
-void File::AttachMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
-                        std::uint32_t dataOffset, std::uint32_t storedSize, std::uint32_t size) {
-    SetPath(name_, name);
-    handle_ = &shared;
-    owner_ = owner.shared_from_this();
-    owner.CountOpened();
-    size_ = size;
-    headerLength_ = dataOffset;
-    rawPosition_ = dataOffset;
-    rawEnd_ = std::uint64_t{dataOffset} + storedSize;
-}
-
-FileResult File::ProbeCompression() {
-    if (IsCreating(mode_)) {
-        if (ReadKind() == kReadDetect) mode_ = (mode_ & ~kReadKindMask) | kReadPlain;
-        return RES_OK;
+FileResult File::DetectStream() {
+    using Form = BlockReader::Form;
+    const FileMode kind = file_.ReadKind();
+    if (file_.IsNew() || (kind != kReadDetect && kind != kReadCompressed)) return RES_OK;
+    switch (reader_.DetectStream()) {
+        case Form::Unreadable:
+            return Refuse(RES_UNKNOWN);
+        case Form::Stream:
+            return file_.WriteKind() != 0 ? Refuse(RES_CANTWRITECOMPRESSED) : RES_OK;
+        case Form::Bytes:
+            return kind == kReadCompressed ? Refuse(RES_NOTCOMPRESSED) : RES_OK;
+        case Form::TooShort:
+            break;
     }
-    if (ReadKind() != kReadDetect && ReadKind() != kReadCompressed) return RES_OK;
-
-    const bool shortHeader =
-        owner_ != nullptr && owner_->GetStorageKind() == archive::kArchiveVersion101;
-    const std::size_t wanted =
-        shortHeader ? archive::kShortStreamHeaderSize : archive::kStreamHeaderSize;
-    // A file of its own is read on: it is mostly plain, and mostly small.
-    const std::size_t most = owner_ == nullptr ? buffer_->size() : wanted;
-    const std::int64_t got = RawRead(std::span(*buffer_).first(most));
-    if (got < 0) return Refuse(RES_UNKNOWN);
-
-    const auto probed = static_cast<std::size_t>(got);
-    if (probed >= wanted && archive::IsStreamMark(std::span(*buffer_).first(wanted))) {
-        return AcceptStream(wanted);
-    }
-    if (probed >= wanted && ReadKind() == kReadCompressed) return Refuse(RES_NOTCOMPRESSED);
-    mode_ = (mode_ & ~kReadKindMask) | kReadPlain;
-    buffered_ = static_cast<std::uint32_t>(probed);
     return RES_OK;
 }
 
-FileResult File::AcceptStream(std::size_t probed) {
-    headerLength_ += static_cast<std::uint32_t>(probed);
-    rawPosition_ = headerLength_;
-    mode_ = (mode_ & ~kReadKindMask) | kReadCompressed;
-    if (probed == archive::kStreamHeaderSize) {
-        const archive::StreamHeader header =
-            archive::DecodeStreamHeader(std::span(*buffer_).first<archive::kStreamHeaderSize>());
-        if (header.version >= archive::kStreamVersion) size_ = header.contentSize;
-    }
-    return WriteKind() != 0 ? Refuse(RES_CANTWRITECOMPRESSED) : RES_OK;
-}
-
 FileResult File::Refuse(FileResult result) {
-    if (handle_ != &own_ && result != RES_UNKNOWN) {
-        // A write would go straight into the archive.
-        mode_ &= ~kWriteKindMask;
-        return result;
+    if (file_.IsBorrowed() && result != RES_UNKNOWN) {
+        file_.DenyWriting();
+    } else {
+        file_.Drop();
     }
-    own_.Close();
-    handle_ = nullptr;
-    if (owner_ != nullptr) owner_->CountClosed();
-    owner_ = nullptr;
     return result;
 }
 
 bool File::Close() {
     if (!IsOpen()) return true;
     Flush();
-    bool good = !writeFailed_;
-    if (owner_ != nullptr) {
-        good = owner_->CloseFile(*this) && good;
-    } else {
-        good = own_.Close() && good;
-        if (good && WriteKind() == kWriteCompressed) good = CompressFileInPlace(name_.c_str());
-    }
-    own_.Close();
-    handle_ = nullptr;
-    owner_ = nullptr;
+    const bool good = file_.Close();
     if (counted_) --openFiles;
     counted_ = false;
     return good;
 }
 
 void File::Abandon() {
-    writeFailed_ = true;
+    file_.SetWriteFailed();
     (void)Close();
 }
 
-std::uint32_t File::Size() {
-    if (!size_) {
-        const std::int64_t length = IsOpen() ? handle_->Length() : -1;
-        if (length < 0 || static_cast<std::uint64_t>(length) > archive::kMaxArchiveSize) {
-            throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
-        }
-        size_ = static_cast<std::uint32_t>(length);
+void File::RequireReading() const {
+    if (!IsOpen()) throw FileEx("KernelStandard/File", __LINE__, "Read() File is not open");
+    if (file_.ReadKind() == 0) {
+        throw FileEx("KernelStandard/File", __LINE__, "Read() File not open for reading");
     }
-    return *size_;
+}
+
+std::uint32_t File::Read(void* destination, std::uint32_t count, std::uint32_t elementSize) {
+    RequireReading();
+    const std::uint64_t wanted = std::uint64_t{count} * elementSize;
+    if (wanted == 0) return 0;
+
+    // What was written is read back from the file.
+    Flush();
+    const std::span into(static_cast<std::byte*>(destination), wanted);
+    const std::size_t done = reader_.Read(position_, into);
+    position_ += static_cast<std::uint32_t>(done);
+    return static_cast<std::uint32_t>(done / elementSize);
+}
+
+std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t elementSize) {
+    if (!IsOpen()) throw FileEx("KernelStandard/File", __LINE__, "Write() File not open");
+    if (file_.WriteKind() == 0) {
+        throw FileEx("KernelStandard/File", __LINE__, "Write() File not open for writing");
+    }
+    const std::uint64_t wanted = std::uint64_t{count} * elementSize;
+    if (wanted == 0) return 0;
+
+    reader_.Forget();
+    if (writer_.IsEmpty()) writer_.MoveTo(position_);
+    if (position_ > Size()) file_.ClearPastEnd();
+    const std::uint64_t room = archive::kMaxArchiveSize - position_;
+    if (wanted > room) file_.SetWriteFailed();
+    const std::span from(static_cast<const std::byte*>(source), std::min(wanted, room));
+    const std::size_t done = writer_.Write(from);
+    position_ = writer_.Position();
+    return static_cast<std::uint32_t>(done / elementSize);
+}
+
+void File::Flush() {
+    if (writer_.IsEmpty()) return;
+    writer_.Flush();
+    position_ = writer_.Position();
+}
+
+void File::Commit() {
+    if (!IsOpen() || writer_.IsEmpty()) return;
+    Flush();
+    file_.Commit();
+}
+
+std::uint32_t File::Seek(std::int64_t offset, SeekFrom origin) {
+    if (file_.WriteKind() == kWriteCompressed) {
+        throw FileEx("KernelStandard/File", __LINE__, "Seek() Can't seek writing compressed file");
+    }
+    Flush();
+    constexpr std::int64_t kLimit = kFailedSeek;
+    if (offset < -kLimit || offset > kLimit) return kFailedSeek;
+    std::int64_t target = 0;
+    switch (origin) {
+        case SeekFrom::Start:
+            target = offset;
+            break;
+        case SeekFrom::Current:
+            target = position_ + offset;
+            break;
+        case SeekFrom::End:
+            target = Size() - offset;
+            break;
+        default:
+            return kFailedSeek;
+    }
+    if (target < 0 || target >= kLimit) return kFailedSeek;
+
+    const auto position = static_cast<std::uint32_t>(target);
+    if (!IsStream()) {
+        // Other programs may change the file; a seek is where a caller expects to see that.
+        reader_.Forget();
+    } else if (position < Size() && !reader_.GoTo(position)) {
+        return kFailedSeek;
+    }
+    position_ = position;
+    return position;
 }
 
 int File::OpenFileCount() { return openFiles.load(); }

@@ -4,11 +4,15 @@
 
 namespace Vorn {
 
-bool FileSub::OpenWrite(File& /*file*/, const char* /*name*/, OpenFlags /*flags*/) { return false; }
+bool FileSub::OpenWrite(OpenFile& /*file*/, const char* /*name*/, OpenFlags /*flags*/) {
+    return false;
+}
 
-bool FileSub::OpenRead(File& /*file*/, const char* /*name*/, OpenFlags /*flags*/) { return false; }
+bool FileSub::OpenRead(OpenFile& /*file*/, const char* /*name*/, OpenFlags /*flags*/) {
+    return false;
+}
 
-bool FileSub::CloseFile(File& /*file*/) {
+bool FileSub::CloseFile(OpenFile& /*file*/) {
     throw FileEx("KernelStandard/FileSub", 87, "CloseFile() Logic Error");
 }
 

@@ -19,7 +19,7 @@
 
 namespace Vorn {
 
-class File;
+class OpenFile;
 class FileSub;
 
 using FileSubs = std::vector<std::shared_ptr<FileSub>>;
@@ -58,12 +58,12 @@ public:
     // Archive format version; tells the File object how long a stream header is.
     [[nodiscard]] virtual std::uint32_t GetStorageKind() const { return 0; }
     [[nodiscard]] virtual bool IsKind(int /*kind*/) const { return false; }
-    // Open `name` into `file`: see File::AttachOwned and File::AttachMember.
-    [[nodiscard]] virtual bool OpenWrite(File& file, const char* name, OpenFlags flags);
-    [[nodiscard]] virtual bool OpenRead(File& file, const char* name, OpenFlags flags);
+    // Open `name` into `file`: see OpenFile.h.
+    [[nodiscard]] virtual bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags);
+    [[nodiscard]] virtual bool OpenRead(OpenFile& file, const char* name, OpenFlags flags);
     // Ends what this backend opened. True when everything written is safely in place. The base
     // throws FileEx: a backend that opens files closes them.
-    virtual bool CloseFile(File& file);
+    virtual bool CloseFile(OpenFile& file);
     // `substName` holds the substitution's name; a backend may change it.
     [[nodiscard]] virtual bool Exists(InternedString& substName, const char* name);
     // Where a name is to be found; whether it exists.

@@ -5,7 +5,7 @@
 #include <array>
 #include <utility>
 
-#include "KernelStandard/File.h"
+#include "KernelStandard/OpenFile.h"
 #include "archive/Cursor.h"
 #include "archive/Error.h"
 #include "kernel/Exceptions.h"
@@ -121,14 +121,14 @@ bool FileSubArchive::LacksIndex() {
     return false;
 }
 
-bool FileSubArchive::OpenRead(File& file, const char* name, OpenFlags /*flags*/) {
+bool FileSubArchive::OpenRead(OpenFile& file, const char* name, OpenFlags /*flags*/) {
     const ScopedLock hold(lock_);
     (void)FlushBatch();  // what is read must be in the file; members that are lost are not found
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     const archive::Member member = contents_.members[*ordinal];
     const bool raw = file.ReadKind() == kReadPlain;
-    file.AttachMember(handle_, *this, name, member.dataOffset, member.storedSize,
+    file.BorrowMember(handle_, *this, name, member.dataOffset, member.storedSize,
                       raw ? member.storedSize : member.size);
     return true;
 }

@@ -74,9 +74,9 @@ public:
     [[nodiscard]] bool IsAvailable() const override { return handle_.IsOpen(); }
     [[nodiscard]] std::uint32_t GetStorageKind() const override { return contents_.header.version; }
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindArchive; }
-    [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
-    [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
-    bool CloseFile(File& file) override;
+    [[nodiscard]] bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags) override;
+    [[nodiscard]] bool OpenRead(OpenFile& file, const char* name, OpenFlags flags) override;
+    bool CloseFile(OpenFile& file) override;
     // A member, or a directory of the archive when the last component has none of ". * ?".
     [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
     [[nodiscard]] bool Delete(const char* name) override;
@@ -180,7 +180,7 @@ private:
     template <typename NextPiece>
     [[nodiscard]] bool Append(const char* name, std::uint32_t size, bool compress,
                               const NextPiece& nextPiece) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool AppendFrom(const platform::FileHandle& content, const File& file,
+    [[nodiscard]] bool AppendFrom(const platform::FileHandle& content, const OpenFile& file,
                                   std::uint32_t size) VORN_REQUIRES(lock_);
 
     CriticalSection lock_{"FileSubArchive"};

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "KernelStandard/CompressedStream.h"
-#include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
+#include "KernelStandard/OpenFile.h"
 #include "archive/Error.h"
 #include "kernel/Paths.h"
 
@@ -78,12 +78,12 @@ bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
     return !LookUp(name);
 }
 
-bool FileSubArchive::OpenWrite(File& file, const char* name, OpenFlags flags) {
+bool FileSubArchive::OpenWrite(OpenFile& file, const char* name, OpenFlags flags) {
     if (!CanAdd(name) || !WritesMember(file.WriteKind())) return false;
     if (!MayCreate(name, flags.creation)) return false;
     platform::FileHandle temporary = TakeTemporary();
     if (!temporary.IsOpen()) return false;
-    file.AttachNewMember(std::move(temporary), *this, name);
+    file.TakeNewMember(std::move(temporary), *this, name);
     return true;
 }
 
@@ -99,7 +99,7 @@ platform::FileHandle FileSubArchive::TakeTemporary() {
     return temporary;
 }
 
-bool FileSubArchive::CloseFile(File& file) {
+bool FileSubArchive::CloseFile(OpenFile& file) {
     CountClosed();
     if (!WritesMember(file.WriteKind())) return true;
     constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; more of them give their room back
@@ -115,7 +115,7 @@ bool FileSubArchive::CloseFile(File& file) {
     return added;
 }
 
-bool FileSubArchive::AppendFrom(const platform::FileHandle& content, const File& file,
+bool FileSubArchive::AppendFrom(const platform::FileHandle& content, const OpenFile& file,
                                 std::uint32_t size) {
     const auto buffer =
         std::make_unique_for_overwrite<std::array<std::byte, archive::kBlockSize>>();

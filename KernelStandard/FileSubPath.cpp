@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubstList.h"
+#include "KernelStandard/OpenFile.h"
 #include "archive/ArchiveFormat.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
@@ -27,15 +29,15 @@ bool FileSubPath::Join(const char* name, PathBuffer& path) const {
     }
 }
 
-bool FileSubPath::OpenJoined(File& file, const PathBuffer& path, OpenFlags flags,
+bool FileSubPath::OpenJoined(OpenFile& file, const PathBuffer& path, OpenFlags flags,
                              platform::Share share) {
     platform::FileHandle handle;
     if (!handle.Open(path.c_str(), flags.access, flags.creation, share)) return false;
-    file.AttachOwned(std::move(handle), *this, path.View());
+    file.TakeFile(std::move(handle), *this, path.View());
     return true;
 }
 
-bool FileSubPath::OpenWrite(File& file, const char* name, OpenFlags flags) {
+bool FileSubPath::OpenWrite(OpenFile& file, const char* name, OpenFlags flags) {
     PathBuffer path;
     if (!Join(name, path)) return false;
     PathBuffer folder = path;
@@ -51,11 +53,11 @@ bool FileSubPath::OpenWrite(File& file, const char* name, OpenFlags flags) {
     return opened ? *opened : OpenJoined(file, path, flags, platform::Share::DenyAll);
 }
 
-bool FileSubPath::OpenRead(File& file, const char* name, OpenFlags flags) {
+bool FileSubPath::OpenRead(OpenFile& file, const char* name, OpenFlags flags) {
     PathBuffer path;
     if (!Join(name, path)) return false;
     if (readOnly_ && flags.Modifies()) {
-        if (flags.Creates() || File::Exists(path.c_str()) == RES_OK) file.NoteReadOnly();
+        if (flags.Creates() || File::Exists(path.c_str()) == RES_OK) file.RefuseAsReadOnly();
         return false;
     }
     const MountPath inner = SplitMountPath(path.c_str());
@@ -63,7 +65,7 @@ bool FileSubPath::OpenRead(File& file, const char* name, OpenFlags flags) {
     return opened ? *opened : OpenJoined(file, path, flags, platform::Share::DenyWrite);
 }
 
-bool FileSubPath::CloseFile(File& file) {
+bool FileSubPath::CloseFile(OpenFile& file) {
     const bool closed = file.OwnHandle().Close();
     CountClosed();
     if (file.WriteKind() != kWriteCompressed) return closed;

@@ -20,12 +20,12 @@ public:
     [[nodiscard]] std::uint32_t GetStorageKind() const override;
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindDirectory; }
     // Creates missing directories on the way. Denies all other openers.
-    [[nodiscard]] bool OpenWrite(File& file, const char* name, OpenFlags flags) override;
+    [[nodiscard]] bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags) override;
     // Others may read but not write. A file that is not opened because the mount is read-only is
     // told so.
-    [[nodiscard]] bool OpenRead(File& file, const char* name, OpenFlags flags) override;
+    [[nodiscard]] bool OpenRead(OpenFile& file, const char* name, OpenFlags flags) override;
     // Compresses a file that was opened for compressed writing.
-    bool CloseFile(File& file) override;
+    bool CloseFile(OpenFile& file) override;
     [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
     [[nodiscard]] bool Delete(const char* name) override;
     [[nodiscard]] bool Rename(const char* oldName, const char* newName) override;
@@ -41,7 +41,7 @@ public:
 private:
     // Root + name; false when that does not fit a path.
     [[nodiscard]] bool Join(const char* name, PathBuffer& path) const;
-    [[nodiscard]] bool OpenJoined(File& file, const PathBuffer& path, OpenFlags flags,
+    [[nodiscard]] bool OpenJoined(OpenFile& file, const PathBuffer& path, OpenFlags flags,
                                   platform::Share share);
 
     PathBuffer root_;

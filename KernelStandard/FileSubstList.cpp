@@ -123,13 +123,13 @@ FileSubstList::Answer FileSubstList::AskInTurn(const InternedString& mount, May 
     return false;
 }
 
-FileSubstList::Answer FileSubstList::OpenWrite(const InternedString& mount, File& file,
+FileSubstList::Answer FileSubstList::OpenWrite(const InternedString& mount, OpenFile& file,
                                                const char* name, OpenFlags flags) {
     return AskInTurn(mount, May::Write,
                      [&](FileSub& backend) { return backend.OpenWrite(file, name, flags); });
 }
 
-FileSubstList::Answer FileSubstList::OpenRead(const InternedString& mount, File& file,
+FileSubstList::Answer FileSubstList::OpenRead(const InternedString& mount, OpenFile& file,
                                               const char* name, OpenFlags flags) {
     return AskInTurn(mount, May::Read,
                      [&](FileSub& backend) { return backend.OpenRead(file, name, flags); });

@@ -28,7 +28,7 @@
 
 namespace Vorn {
 
-class File;
+class OpenFile;
 
 // A path at its substitution's name, which is null when the path begins with none.
 struct MountPath {
@@ -63,9 +63,9 @@ public:
     // Each asks the backends of `mount` from the most recent one down. Nothing when that is not
     // mounted; else whether one said yes.
     using Answer = std::optional<bool>;
-    [[nodiscard]] Answer OpenWrite(const InternedString& mount, File& file, const char* name,
+    [[nodiscard]] Answer OpenWrite(const InternedString& mount, OpenFile& file, const char* name,
                                    OpenFlags flags);
-    [[nodiscard]] Answer OpenRead(const InternedString& mount, File& file, const char* name,
+    [[nodiscard]] Answer OpenRead(const InternedString& mount, OpenFile& file, const char* name,
                                   OpenFlags flags);
     [[nodiscard]] Answer Exists(const InternedString& mount, const char* name);
     // Every backend that may is asked; true if any deleted.

@@ -1,25 +1,25 @@
 // Lines and texts of the File object, in 8-bit and UTF-16 form.
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <string>
+#include <string_view>
 
 #include "KernelStandard/File.h"
-#include "kernel/Exceptions.h"
 #include "platform/CodePage.h"
 
 namespace Vorn {
 
 bool File::NextByte(unsigned char& byte) {
-    if (Unread() == 0 && !Refill()) return false;
-    byte = std::to_integer<unsigned char>((*buffer_)[cursor_++]);
+    const auto content = reader_.Peek(position_);
+    if (content.empty()) return false;
+    byte = std::to_integer<unsigned char>(content.front());
     ++position_;
     return true;
 }
 
 std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
-    if (!IsOpen()) throw FileEx("KernelStandard/File", __LINE__, "Read() File is not open");
-    if (ReadKind() == 0) {
-        throw FileEx("KernelStandard/File", __LINE__, "Read() File not open for reading");
-    }
+    RequireReading();
     if (size <= 1) return 0;
     Flush();
     const std::span into(buffer, size - 2);
@@ -30,11 +30,20 @@ std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
 }
 
 std::uint32_t File::ReadAnsiLine(std::span<char> into) {
-    std::uint32_t stored = 0;
-    for (unsigned char byte = 0; byte != '\n' && NextByte(byte);) {
-        if (stored < into.size()) into[stored++] = static_cast<char>(byte);
+    std::size_t stored = 0;
+    for (bool ended = false; !ended;) {
+        const auto content = reader_.Peek(position_);
+        if (content.empty()) break;
+        const auto feed = std::ranges::find(content, std::byte{'\n'});
+        ended = feed != content.end();
+        const auto length = static_cast<std::size_t>(feed - content.begin()) + (ended ? 1 : 0);
+        // The rest of a line that is too long is read all the same: the next call begins a line.
+        const std::size_t kept = std::min(length, into.size() - stored);
+        std::memcpy(into.data() + stored, content.data(), kept);
+        stored += kept;
+        position_ += static_cast<std::uint32_t>(length);
     }
-    return stored;
+    return static_cast<std::uint32_t>(stored);
 }
 
 std::uint32_t File::ReadUtf16Line(std::span<char> into) {

@@ -72,8 +72,7 @@ std::span<const std::byte> ContentReader::NextBlock() {
     const BlockHeader header = DecodeBlockHeader(first.first<kBlockHeaderSize>());
     const std::size_t expected = std::min<std::size_t>(kBlockSize, left_);
     const std::size_t whole = kBlockHeaderSize + header.length;
-    if (header.length == 0 || header.length > kBlockSize || whole > stored ||
-        (header.stored && header.length > expected)) {
+    if (!IsPossible(header, left_) || whole > stored) {
         Fail(ErrorCode::Damaged, "a block of its compressed stream has an impossible length");
     }
     const auto bytes = window_.At(position_, whole, stored);

@@ -42,6 +42,12 @@ BlockHeader DecodeBlockHeader(std::span<const std::byte, kBlockHeaderSize> bytes
             .length = static_cast<std::uint16_t>(word & ~kStoredBlock)};
 }
 
+bool IsPossible(BlockHeader header, std::uint64_t left) {
+    const std::uint64_t most =
+        header.stored ? std::min<std::uint64_t>(kBlockSize, left) : kBlockSize;
+    return header.length > 0 && header.length <= most;
+}
+
 std::span<const std::byte> EncodeBlock(BlockBuffer& block, std::span<const std::byte> piece) {
     const std::span<std::byte, kBlockHeaderSize + kBlockSize> whole(block);
     const std::size_t length = CompressBlock(whole.subspan<kBlockHeaderSize>(), piece);

@@ -30,9 +30,13 @@ struct StreamHeader {
 
 struct BlockHeader {
     bool stored = false;
-    std::uint16_t length = 0;  // data bytes after the header, up to 32,767: check before use
+    std::uint16_t length = 0;  // data bytes after the header, up to 32,767: see IsPossible
 };
 [[nodiscard]] BlockHeader DecodeBlockHeader(std::span<const std::byte, kBlockHeaderSize> bytes);
+
+// Returns whether a block with this header can be the next one of a stream that has `left` bytes of
+// content left. Only a stored block, or the last one, holds less than 16,384 bytes of content.
+[[nodiscard]] bool IsPossible(BlockHeader header, std::uint64_t left);
 
 // Makes the block of one piece (at most 16,384 bytes): header and data, in `block`.
 [[nodiscard]] std::span<const std::byte> EncodeBlock(BlockBuffer& block,

@@ -40,7 +40,7 @@ namespace {
     const auto entry = EntryOf(mount, member);
     if (!entry || entry->crc == 0 || entry->crc == SumOf(content)) return true;
     const bool storedPlain = (entry->attributes & archive::kMemberCompressed) == 0;
-    if (!storedPlain || file.ReadKind() != kReadCompressed) return false;
+    if (!storedPlain || !file.IsStream()) return false;
 
     // The content of a plain member may begin like a stream. It was expanded, but the sum is that
     // of the bytes as they are stored.

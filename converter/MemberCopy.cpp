@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "archive/Stream.h"
 #include "converter/Console.h"
 
 namespace converter {

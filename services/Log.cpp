@@ -91,7 +91,7 @@ void EndBeforeSubstitutions(const char* path) {
     registered = std::atexit([] { file.End("End.\r\n"); }) == 0;
 }
 
-void OpenFile(const char* path, bool noLog) {
+void OpenLogFile(const char* path, bool noLog) {
     if (*path == '\0') return;
     if (!file.Open(path)) {
         settings.disabled = true;
@@ -161,7 +161,7 @@ void InitLog(OptionList& options) {
 
     String path;
     GetOptionString(options, "LogFile", path, "VornLog.txt");
-    OpenFile(path.Text(), FindOption(options, "NoLog") != nullptr);
+    OpenLogFile(path.Text(), FindOption(options, "NoLog") != nullptr);
 
     if (FindOption(options, "LogStdOut")) SetLogConsoleStream(stdout);
     if (FindOption(options, "LogStdErr")) SetLogConsoleStream(stderr);

@@ -1,5 +1,6 @@
 #include "KernelStandard/FileFind.h"
 #include "KernelStandard/FileSubPath.h"
+#include "KernelStandard/OpenFile.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -206,7 +207,7 @@ TEST_F(SubstStack, ABackendAnswersForItself) {
     sub.SetReadOnly("both", true);
     EXPECT_FALSE(sub.Delete("both"));
     EXPECT_FALSE(sub.Delete(std::string(259, 'x').c_str())) << "no room for root and name";
-    File closed;
+    OpenFile closed;
     EXPECT_THROW(FileSub().CloseFile(closed), FileEx);
 }
 

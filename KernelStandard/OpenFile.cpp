@@ -1,0 +1,163 @@
+#include "KernelStandard/OpenFile.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "KernelStandard/CompressedStream.h"
+#include "archive/ArchiveFormat.h"
+#include "archive/Stream.h"
+#include "kernel/Exceptions.h"
+
+namespace Vorn {
+
+namespace {
+
+constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+
+// Holds a backend's own lock for a scope; a plain file has no owner.
+class OwnerLock {
+public:
+    explicit OwnerLock(FileSub* owner) : owner_(owner) {
+        if (owner_ != nullptr) owner_->Lock();
+    }
+    ~OwnerLock() {
+        if (owner_ != nullptr) owner_->Unlock();
+    }
+    OwnerLock(const OwnerLock&) = delete;
+    OwnerLock& operator=(const OwnerLock&) = delete;
+
+private:
+    FileSub* owner_;
+};
+
+}  // namespace
+
+void OpenFile::Begin(FileMode mode) {
+    mode_ = mode;
+    size_.reset();
+    if (IsNew()) size_ = 0;
+    dataOffset_ = 0;
+    storedSize_ = kNoLimit;
+    newMember_ = refusedReadOnly_ = writeFailed_ = false;
+}
+
+void OpenFile::Attach(platform::FileHandle& handle, FileSub& owner, std::string_view name) {
+    SetPath(name_, name);
+    handle_ = &handle;
+    owner_ = owner.shared_from_this();
+    owner.CountOpened();
+}
+
+void OpenFile::TakeFile(platform::FileHandle handle, FileSub& owner, std::string_view name) {
+    own_ = std::move(handle);
+    Attach(own_, owner, name);
+}
+
+void OpenFile::TakeNewMember(platform::FileHandle temporary, FileSub& owner,
+                             std::string_view name) {
+    TakeFile(std::move(temporary), owner, name);
+    newMember_ = true;
+    size_ = 0;
+}
+
+void OpenFile::BorrowMember(platform::FileHandle& shared, FileSub& owner, std::string_view name,
+                            std::uint32_t dataOffset, std::uint32_t storedSize,
+                            std::uint32_t size) {
+    Attach(shared, owner, name);
+    dataOffset_ = dataOffset;
+    storedSize_ = storedSize;
+    size_ = size;
+}
+
+bool OpenFile::OpenPath(const char* path) {
+    const OpenFlags flags = Flags();
+    const auto share = WriteKind() != 0 ? platform::Share::DenyAll : platform::Share::DenyWrite;
+    if (!own_.Open(path, flags.access, flags.creation, share)) return false;
+    handle_ = &own_;
+    SetPath(name_, path);
+    return true;
+}
+
+bool OpenFile::IsNew() const {
+    const FileMode creation = mode_ & kCreationMask;
+    return creation == kCreateOrTruncate || creation == kCreateNew;
+}
+
+OpenFlags OpenFile::Flags() const {
+    using platform::Creation;
+    OpenFlags flags;
+    flags.access = WriteKind() != 0 ? platform::Access::ReadWrite : platform::Access::Read;
+    switch (mode_ & kCreationMask) {
+        case kCreateOrTruncate:
+            flags.creation = Creation::CreateOrTruncate;
+            break;
+        case kAppend:
+            flags.creation = Creation::OpenOrCreate;
+            break;
+        case kCreateNew:
+            flags.creation = Creation::CreateNew;
+            break;
+        default:
+            flags.creation = Creation::OpenExisting;
+    }
+    return flags;
+}
+
+std::size_t OpenFile::StreamHeaderSize() const {
+    const bool isShort =
+        owner_ != nullptr && owner_->GetStorageKind() == archive::kArchiveVersion101;
+    return isShort ? archive::kShortStreamHeaderSize : archive::kStreamHeaderSize;
+}
+
+std::uint32_t OpenFile::TakeSize() {
+    const std::int64_t length = IsOpen() ? Length() : -1;
+    if (length < 0 || static_cast<std::uint64_t>(length) > archive::kMaxArchiveSize) {
+        throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
+    }
+    size_ = static_cast<std::uint32_t>(length);
+    return *size_;
+}
+
+std::int64_t OpenFile::ReadAt(std::uint64_t offset, std::span<std::byte> into) {
+    if (offset >= storedSize_) return 0;
+    const auto count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), storedSize_ - offset));
+    const OwnerLock lock(owner_.get());
+    return handle_->ReadAt(dataOffset_ + offset, into.first(count));
+}
+
+std::uint32_t OpenFile::WriteAt(std::uint64_t offset, std::span<const std::byte> from) {
+    const std::size_t written = handle_->WriteAt(offset, from);
+    if (written < from.size()) writeFailed_ = true;
+    return static_cast<std::uint32_t>(written);
+}
+
+void OpenFile::ClearPastEnd() {
+    // A file grows by zeros by itself. Only the temporary file of a new member may hold an earlier
+    // member's bytes past the end.
+    if (newMember_ && !handle_->Truncate(Size())) writeFailed_ = true;
+}
+
+bool OpenFile::Close() {
+    bool good = !writeFailed_;
+    if (owner_ != nullptr) {
+        good = owner_->CloseFile(*this) && good;
+    } else {
+        good = own_.Close() && good;
+        if (good && WriteKind() == kWriteCompressed) good = CompressFileInPlace(Name());
+    }
+    own_.Close();
+    handle_ = nullptr;
+    owner_ = nullptr;
+    return good;
+}
+
+void OpenFile::Drop() {
+    own_.Close();
+    handle_ = nullptr;
+    if (owner_ != nullptr) owner_->CountClosed();
+    owner_ = nullptr;
+}
+
+}  // namespace Vorn
