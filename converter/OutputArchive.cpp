@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "KernelStandard/FileSubArchive.h"
-#include "KernelStandard/FileSubstList.h"
 #include "converter/Console.h"
 #include "converter/RunLock.h"
 #include "kernel/Exceptions.h"
@@ -41,8 +40,7 @@ bool OutputArchive::Create(const InternedString& mount, const std::string& path)
     const bool removed = platform::RemoveFile(part.c_str());
     if (removed || platform::GetEntryKind(part.c_str()) == platform::EntryKind::None) {
         try {
-            Subst(mount, part.c_str(), true);
-            mount_ = mount;
+            mount_.emplace(mount, part.c_str(), true);
             path_ = part;
             unfinished_ = true;
             return true;
@@ -56,9 +54,8 @@ bool OutputArchive::Create(const InternedString& mount, const std::string& path)
 
 bool OutputArchive::Complete() {
     // Nothing here may keep the archive when its mount is closed.
-    const bool complete =
-        static_cast<FileSubArchive&>(*FileSubstList::Instance().TopBackend(mount_)).Complete();
-    CloseMount();
+    const bool complete = static_cast<FileSubArchive&>(*mount_->Backend()).Complete();
+    mount_.reset();
     if (complete && CommitFile(path_)) return true;
     PrintProblem("cannot complete \"" + path_ + '"');
     return false;
@@ -85,12 +82,8 @@ bool OutputArchive::CommitName() const {
 }
 
 void OutputArchive::Discard() {
-    CloseMount();
+    mount_.reset();
     if (std::exchange(unfinished_, false)) (void)platform::RemoveFile(path_.c_str());
-}
-
-void OutputArchive::CloseMount() {
-    if (mount_) Subst(std::exchange(mount_, InternedString()), nullptr);
 }
 
 }  // namespace converter

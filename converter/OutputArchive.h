@@ -5,9 +5,10 @@
 // these operations report is named on standard error, unless the caller knows more.
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "kernel/InternedString.h"
+#include "KernelStandard/ScopedMount.h"
 #include "platform/PathLock.h"
 
 namespace converter {
@@ -47,10 +48,9 @@ public:
     void Discard();
 
 private:
-    void CloseMount();
     [[nodiscard]] bool TakeName(const std::string& path, bool moved);
 
-    Vorn::InternedString mount_;  // null once it is closed
+    std::optional<Vorn::ScopedMount> mount_;  // until Complete or Discard
     std::string path_;
     bool unfinished_ = false;
 };

@@ -12,7 +12,7 @@
 
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileFind.h"
-#include "KernelStandard/FileSubstList.h"
+#include "KernelStandard/ScopedMount.h"
 #include "kernel/Exceptions.h"
 
 namespace fs = std::filesystem;
@@ -107,16 +107,11 @@ void WriteMembers(const InternedString& mount, const std::vector<std::string>& n
 
 void Mount(const InternedString& name, bool writable, auto&& use) {
     try {
-        Subst(name, kArchive, writable);
-    } catch (const Exception&) {
-        return;
-    }
-    try {
+        const ScopedMount mount(name, kArchive, writable);
         use();
     } catch (const Exception&) {
-        // Misuse that the input provoked, such as a path that does not fit its buffer.
+        // Not an archive, or misuse that the input provoked: a path that does not fit its buffer.
     }
-    Subst(name, nullptr);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <latch>
 
-#include "KernelStandard/FileSubstList.h"
+#include "KernelStandard/ScopedMount.h"
 #include "assetdata/InterfaceTextDB.h"
 #include "assetdata/SizeTexts.h"
 #include "services/Log.h"
@@ -18,7 +18,6 @@ constexpr const char* kNotCompiled =
 class InterfaceTexts : public testing::Test {
 protected:
     InterfaceTexts() {
-        Subst(Intern("data"), folder_.Path("").append("/").c_str());
         LogModule* module = RegisterLogModule("Norvane");
         module->Configure("displaymodulename=off");
         module->Configure("None");  // which its lines do not ask
@@ -27,7 +26,6 @@ protected:
     }
     ~InterfaceTexts() override {
         SetLogConsoleStream(nullptr);
-        Subst(Intern("data"), nullptr);
         std::fclose(console_);
     }
 
@@ -53,6 +51,7 @@ protected:
     }
 
     TempFolder folder_;
+    const ScopedMount mount_{Intern("data"), folder_.Path("").append("/").c_str()};
     std::FILE* console_ = std::fopen(folder_.Path("console").c_str(), "wb");
     std::size_t seen_ = 0;
 };

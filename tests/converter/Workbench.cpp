@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "KernelStandard/FileFind.h"
+#include "KernelStandard/ScopedMount.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -51,12 +52,11 @@ void Workbench::ReleaseDisks() {
 void Workbench::Pack(const std::string& archive, const Members& members) const {
     const std::string path = folder_.Path(archive);
     fs::create_directories(fs::path(path).parent_path());
-    Subst(Intern("wb"), path.c_str(), true);
+    const ScopedMount mount(Intern("wb"), path.c_str(), true);
     for (const auto& [name, content] : members) {
         const bool plain = content.size() <= kLargestPlainMember && !content.starts_with("CFIL");
         EXPECT_TRUE(Store("wb:" + name, content, plain ? kWritePlain : kWriteCompressed)) << name;
     }
-    Subst(Intern("wb"), nullptr);
 }
 
 void Workbench::PackPair(const Members& before, const Members& after) const {
@@ -67,9 +67,8 @@ void Workbench::PackPair(const Members& before, const Members& after) const {
 Content Workbench::Unpack(const std::string& archive) const {
     EXPECT_TRUE(folder_.Has(archive)) << archive;
     Content content;
-    Subst(Intern("wb"), folder_.Path(archive).c_str());
+    const ScopedMount mount(Intern("wb"), folder_.Path(archive).c_str());
     ReadInto(content, "");
-    Subst(Intern("wb"), nullptr);
     return content;
 }
 

@@ -2,7 +2,7 @@
 #include "services/OptionSources.h"
 
 #include "KernelStandard/File.h"
-#include "KernelStandard/FileSubstList.h"
+#include "KernelStandard/ScopedMount.h"
 #include "platform/Processes.h"
 #include "tests/support/Tests.h"
 
@@ -111,13 +111,11 @@ TEST_F(OptionLoading, AFolderWithAColonIsNoMount) {
 }
 
 TEST_F(OptionLoading, ReadsMountedFilesWithTheLongestNames) {
-    const InternedString mount = Intern("options");
     const std::string name(255, 'x');
     folder.Write(name, "-v=mounted");
-    Subst(mount, "./");
+    const ScopedMount mount(Intern("options"), "./");
     OptionList list;
     EXPECT_TRUE(ParseOptionFile(list, ("options:" + name).c_str()));
-    Subst(mount, nullptr);
     EXPECT_FALSE(ParseOptionFile(list, std::string(260, 'x').c_str()));
 }
 

@@ -1,0 +1,32 @@
+// A mount that ends with its scope.
+#pragma once
+
+#include "KernelStandard/FileSubstList.h"
+
+namespace Vorn {
+
+class ScopedMount {
+public:
+    // Mounts `path` as Subst does, and throws as it does. The name should have no other mount:
+    // the end of the scope closes all that the name has.
+    ScopedMount(const InternedString& name, const char* path, bool writable = false) : name_(name) {
+        Subst(name_, path, writable);
+    }
+    // Completes an archive that was changed. Does nothing if the name was closed meanwhile.
+    ~ScopedMount() {
+        if (FileSubstList::Instance().IsMounted(name_)) Subst(name_, nullptr);
+    }
+    ScopedMount(const ScopedMount&) = delete;
+    ScopedMount& operator=(const ScopedMount&) = delete;
+
+    [[nodiscard]] const InternedString& Name() const { return name_; }
+    // Returns the backend that is asked first. The name must still be mounted.
+    [[nodiscard]] std::shared_ptr<FileSub> Backend() const {
+        return FileSubstList::Instance().TopBackend(name_);
+    }
+
+private:
+    const InternedString name_;
+};
+
+}  // namespace Vorn
