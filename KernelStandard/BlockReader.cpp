@@ -19,7 +19,7 @@ BlockReader::Form BlockReader::DetectStream() {
     // Most files are small and not compressed, so that the probe doubles as the first read. Only a
     // member that is stored in another form is probably a stream.
     const std::size_t most = file_.IsStoredInOtherForm() ? headerSize : kBlockSize;
-    if (block_ == nullptr) block_ = std::make_unique_for_overwrite<Block>();
+    if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     const std::int64_t got = file_.ReadAt(0, std::span(*block_).first(most));
     if (got < 0) return Form::Unreadable;
 
@@ -68,7 +68,7 @@ std::size_t BlockReader::ReadStep(std::uint32_t position, std::span<std::byte> i
 
 bool BlockReader::Refill(std::uint32_t position) {
     if (position >= file_.Size()) return false;
-    if (block_ == nullptr) block_ = std::make_unique_for_overwrite<Block>();
+    if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     start_ = position;
     held_ = stream_ ? FillBlock(*block_) : FillBytes(position, *block_);
     return held_ > 0;
@@ -99,7 +99,7 @@ std::uint32_t BlockReader::DecodeBlock(std::span<std::byte, kBlockSize> into) {
     if (!ReadHeader(header)) return 0;
     if (header.stored) return ReadStored(into.first(header.length)) ? header.length : 0;
 
-    if (packed_ == nullptr) packed_ = std::make_unique_for_overwrite<Block>();
+    if (!packed_) packed_ = std::make_unique_for_overwrite<Block>();
     const auto packed = std::span(*packed_).first(header.length);
     const auto expected =
         static_cast<std::uint32_t>(std::min<std::size_t>(kBlockSize, file_.Size() - next_));

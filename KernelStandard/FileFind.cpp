@@ -111,7 +111,7 @@ bool File::Find::Next() {
 
 bool File::Find::Advance() {
     for (;;) {
-        if (archive_ != nullptr) {
+        if (archive_) {
             if (archive_->FindNext(archivePattern_.c_str(), archiveSearch_, entry_, true, false)) {
                 return true;
             }
@@ -180,7 +180,7 @@ bool File::Find::NextInDirectory() {
 }
 
 void File::Find::EndEnumeration() {
-    if (archive_ != nullptr) archive_->EndFind(archiveSearch_);
+    if (archive_) archive_->EndFind(archiveSearch_);
     archive_.reset();
     listing_.clear();
     nextListed_ = 0;

@@ -156,7 +156,7 @@ bool FileSubArchive::Append(const char* name, std::uint32_t size, bool compress,
                 std::min(static_cast<std::uint32_t>(archive::kBlockSize), size - done);
             appender_->Write(nextPiece(done, count));
             done += count;
-            if (progressHook != nullptr) {
+            if (progressHook) {
                 progressHook(done, compress ? appender_->StoredSoFar() : 0);
             }
         }

@@ -58,7 +58,7 @@ FileSubstList::~FileSubstList() {
 
 void FileSubstList::Subst(const InternedString& name, const char* path, bool writable) {
     const ScopedLock hold(lock_);
-    if (path == nullptr) {
+    if (!path) {
         CloseSubst(name);
     } else {
         Mount(name, path, writable);
@@ -78,7 +78,7 @@ void FileSubstList::Mount(const InternedString& name, const char* path, bool wri
 }
 
 void FileSubstList::CloseSubst(const InternedString& name) {
-    if (Find(name) == nullptr) {
+    if (!Find(name)) {
         throw FileEx::Formatted("KernelStandard/FileSubstList", 72,
                                 "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
     }
@@ -111,7 +111,7 @@ template <typename Ask>
 FileSubstList::Answer FileSubstList::AskInTurn(const InternedString& mount, May what, Ask ask) {
     const ScopedLock hold(lock_);
     Backends* const backends = Find(mount);
-    if (backends == nullptr) return std::nullopt;
+    if (!backends) return std::nullopt;
     for (auto backend = backends->rbegin(); backend != backends->rend(); ++backend) {
         const FileSub& sub = *backend->sub;
         const bool available = what == May::Write || sub.IsAvailable();
@@ -198,7 +198,7 @@ int FileSubstList::OpenFileCount(const InternedString& mount) {
     const ScopedLock hold(lock_);
     const Backends* const backends = Find(mount);
     int sum = 0;
-    if (backends == nullptr) return sum;
+    if (!backends) return sum;
     for (const Backend& backend : *backends) sum += backend.sub->OpenCount();
     return sum;
 }

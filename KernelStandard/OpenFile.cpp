@@ -19,10 +19,10 @@ constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 class OwnerLock {
 public:
     explicit OwnerLock(FileSub* owner) : owner_(owner) {
-        if (owner_ != nullptr) owner_->Lock();
+        if (owner_) owner_->Lock();
     }
     ~OwnerLock() {
-        if (owner_ != nullptr) owner_->Unlock();
+        if (owner_) owner_->Unlock();
     }
     OwnerLock(const OwnerLock&) = delete;
     OwnerLock& operator=(const OwnerLock&) = delete;
@@ -141,7 +141,7 @@ void OpenFile::ClearPastEnd() {
 
 bool OpenFile::Close() {
     bool good = !writeFailed_;
-    if (owner_ != nullptr) {
+    if (owner_) {
         good = owner_->CloseFile(*this) && good;
     } else {
         good = own_.Close() && good;
@@ -156,7 +156,7 @@ bool OpenFile::Close() {
 void OpenFile::Drop() {
     own_.Close();
     handle_ = nullptr;
-    if (owner_ != nullptr) owner_->CountClosed();
+    if (owner_) owner_->CountClosed();
     owner_ = nullptr;
 }
 

@@ -20,7 +20,7 @@ std::size_t WriteBuffer::Write(std::span<const std::byte> from) {
 
 std::size_t WriteBuffer::WriteBuffered(std::span<const std::byte> from) {
     using Block = std::array<std::byte, kBlockSize>;
-    if (block_ == nullptr) block_ = std::make_unique_for_overwrite<Block>();
+    if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     const std::size_t count = std::min(kBlockSize - held_, from.size());
     std::memcpy(block_->data() + held_, from.data(), count);
     held_ += static_cast<std::uint32_t>(count);

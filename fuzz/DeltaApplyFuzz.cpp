@@ -23,8 +23,7 @@ void Apply(ByteView oldFile, ByteView diff) {
     try {
         // One for all inputs: a diff must not depend on what its workspace was used for before.
         static delta::Workspace workspace;
-        static_cast<void>(
-            delta::ApplyDelta(std::as_bytes(oldFile), std::as_bytes(diff), workspace));
+        (void)delta::ApplyDelta(std::as_bytes(oldFile), std::as_bytes(diff), workspace);
     } catch (const delta::Error&) {
         return;
     }

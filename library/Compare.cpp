@@ -71,7 +71,7 @@ std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
             const auto [place, isNew] = places.emplace(key, pairs.size());
             if (isNew) pairs.push_back({std::move(key)});
             // Of members of one name only the first can be reached.
-            if (pairs[place->second].*field == nullptr) pairs[place->second].*field = &member;
+            if (!(pairs[place->second].*field)) pairs[place->second].*field = &member;
         }
     };
     add(a, &Pair::a);
@@ -98,7 +98,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     std::uint64_t total = 0;
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         Pair& pair = pairs[i];
-        if (pair.a == nullptr || pair.b == nullptr) continue;
+        if (!pair.a || !pair.b) continue;
         pair.differs = pair.a->Size() != pair.b->Size() ||
                        (pair.a->Crc() && pair.b->Crc() && *pair.a->Crc() != *pair.b->Crc());
         if (pair.differs) continue;
@@ -132,13 +132,13 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     const bool anyAdded =
         std::ranges::any_of(pairs, [](const Pair& pair) { return pair.a == nullptr; });
     for (const Pair& pair : pairs) {
-        if (pair.b != nullptr || pair.a->Size() == 0 || !anyAdded) continue;
+        if (pair.b || pair.a->Size() == 0 || !anyAdded) continue;
         removed.emplace(std::pair{pair.a->Size(), SumOf(sideA, *pair.a)}, pair.a);
         removedSizes.insert(pair.a->Size());
     }
     std::unordered_set<const Member*> renamed;
     for (const Pair& pair : pairs) {
-        if (pair.a != nullptr && pair.b != nullptr) {
+        if (pair.a && pair.b) {
             result.same += pair.differs ? 0 : 1;
             if (pair.differs)
                 result.differences.push_back({Difference::Kind::Changed,
@@ -146,7 +146,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
                                               {},
                                               pair.a->Size(),
                                               pair.b->Size()});
-        } else if (pair.a == nullptr) {
+        } else if (!pair.a) {
             Difference difference{Difference::Kind::Added, pair.b->Name(), {}, 0, pair.b->Size()};
             if (removedSizes.contains(pair.b->Size())) {
                 auto [from, end] = removed.equal_range({pair.b->Size(), SumOf(sideB, *pair.b)});
@@ -163,7 +163,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
         }
     }
     for (const Pair& pair : pairs) {
-        if (pair.b == nullptr && !renamed.contains(pair.a)) {
+        if (!pair.b && !renamed.contains(pair.a)) {
             result.differences.push_back(
                 {Difference::Kind::Removed, pair.a->Name(), {}, pair.a->Size(), 0});
         }

@@ -137,7 +137,7 @@ void RefuseWhatExists(const std::vector<Planned>& plan, const platform::FolderHa
     FolderChain chain(root, false);
     for (const Planned& planned : plan) {
         const platform::FolderHandle* folder = chain.FolderOf(planned.path);
-        if (folder == nullptr) continue;
+        if (!folder) continue;
         const platform::EntryKind kind = folder->KindOf(FileName(planned.path));
         if (kind == platform::EntryKind::None) continue;
         const bool replaceable =
@@ -215,7 +215,7 @@ private:
         const std::string target = (options_.folder / planned.path).string();
         const platform::FolderHandle* folder =
             options_.dryRun ? nullptr : worker.chain.FolderOf(planned.path);
-        if (!options_.dryRun && folder == nullptr)
+        if (!options_.dryRun && !folder)
             throw Error(
                 ErrorCode::Refused,
                 "cannot open the folder of '" + target + "'; a file or a link is in the way",
@@ -227,14 +227,12 @@ private:
                 std::string(what) + " '" + target + "'; is the disk full, or the folder read-only?",
                 target);
         };
-        if (folder != nullptr && !file.Begin(*folder, FileName(planned.path)))
-            refuse("cannot create");
+        if (folder && !file.Begin(*folder, FileName(planned.path))) refuse("cannot create");
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {
-            if (folder != nullptr && !file.Write(piece)) refuse("cannot write");
+            if (folder && !file.Write(piece)) refuse("cannot write");
             progress_.Add(piece.size());
         }
-        if (folder != nullptr && !file.Publish(options_.replace))
-            refuse("cannot put a file in the place of");
+        if (folder && !file.Publish(options_.replace)) refuse("cannot put a file in the place of");
     }
 
     const Archive& archive_;

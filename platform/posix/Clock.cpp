@@ -34,7 +34,7 @@ LocalTime ToLocalTime(std::int64_t secondsSince1970) {
     constexpr int kYearOrigin = 1900;
     const std::time_t seconds = secondsSince1970;
     std::tm parts{};
-    if (localtime_r(&seconds, &parts) == nullptr) {
+    if (!localtime_r(&seconds, &parts)) {
         return {};
     }
     return {.year = parts.tm_year + kYearOrigin,

@@ -125,7 +125,7 @@ std::span<const std::byte> ThreadContext(const void* systemContext) noexcept {
         record.U64(static_cast<std::uint64_t>(saved[which]));
     }
     static_assert(sizeof(*floats) == 512);  // both use the processor's own layout
-    if (floats != nullptr) {
+    if (floats) {
         record.Copy(std::as_bytes(std::span(floats, 1)));
     } else {
         record.Zeros(sizeof(*floats));

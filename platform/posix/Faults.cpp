@@ -53,7 +53,7 @@ public:
     AlternateStack& operator=(const AlternateStack&) = delete;
     ~AlternateStack() {
         if (installed_) sigaltstack(&before_, nullptr);
-        if (place_ != nullptr) munmap(place_, kForbidden + kSize);
+        if (place_) munmap(place_, kForbidden + kSize);
     }
 
 private:
@@ -207,7 +207,7 @@ void OnFault(Guard& guard, int number, siginfo_t* signal, void* context) {
 void OnSignal(int number, siginfo_t* signal, void* context) {
     const int error = errno;
     Guard* const guard = innermost;
-    if (guard != nullptr && IsFault(*guard, *signal)) {
+    if (guard && IsFault(*guard, *signal)) {
         OnFault(*guard, number, signal, context);
     } else {
         PassOn(number, signal, context);

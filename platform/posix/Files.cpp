@@ -70,7 +70,7 @@ void IgnoreFileSizeSignal() {
         }
         return true;
     }();
-    static_cast<void>(done);
+    (void)done;
 }
 
 bool Refuse(int error) {

@@ -160,7 +160,7 @@ OtherThreads::OtherThreads() noexcept {
     StopThreads();
     for (std::size_t i = 0; i < slotCount; ++i) {
         found[i] = {.id = slots[i].id, .context = slots[i].context};
-        if (found[i].context == nullptr) {
+        if (!found[i].context) {
             FindPlace(found[i]);
         } else {
             const ThreadPlace place = PlaceOf(found[i].context);

@@ -113,7 +113,7 @@ std::string ProgramPath() {
 
 bool GetEnvironment(const char* name, std::string& value) {
     const char* const found = std::getenv(name);
-    if (found == nullptr) {
+    if (!found) {
         return false;
     }
     value = found;
@@ -188,7 +188,7 @@ bool Process::GetExitCode(std::uint32_t& code) {
 
 void Process::Close() noexcept {
     if (processId_ != kNoProcess && !ended_) {
-        static_cast<void>(Collect(WNOHANG));
+        (void)Collect(WNOHANG);
     }
     processId_ = kNoProcess;
     ended_ = false;

@@ -185,7 +185,7 @@ private:
 // Returns the open object named `name`, or a new one made from `arguments` under that name.
 template <class Object, class... Arguments>
 std::shared_ptr<Object> OpenOrCreate(const char* name, Arguments... arguments) {
-    if (name == nullptr || *name == '\0') {
+    if (!name || *name == '\0') {
         return std::make_shared<Object>(arguments...);
     }
     // Guarded by the gate's lock, and like the gate never destroyed.

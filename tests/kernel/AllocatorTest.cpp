@@ -30,7 +30,7 @@ TEST(Allocator, ServesEachSizeFromItsClass) {
     setenv("VORN_DEBUG_OUTPUT", "1", 1);
     for (const std::size_t size : {SIZE_MAX, SIZE_MAX - 8, std::size_t{1} << 34}) {
         testing::internal::CaptureStderr();
-        EXPECT_THROW(static_cast<void>(New(size)), std::bad_alloc) << size;
+        EXPECT_THROW((void)New(size), std::bad_alloc) << size;
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "Alloc::New> out of memory!\n");
     }
     unsetenv("VORN_DEBUG_OUTPUT");

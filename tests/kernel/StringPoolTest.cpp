@@ -56,7 +56,7 @@ TEST_F(StringPoolTest, EachSweepFreesWhatNobodyHoldsInOneBucket) {
     SweepAll();
     const std::uint64_t entries = Entries();
     const InternedString kept = Intern("kept over the sweep");
-    for (int i = 0; i < 3000; ++i) static_cast<void>(Intern("dropped " + std::to_string(i)));
+    for (int i = 0; i < 3000; ++i) (void)Intern("dropped " + std::to_string(i));
     EXPECT_EQ(Entries(), entries + 3001);
     SweepAll();
     EXPECT_EQ(Entries(), entries + 1);
@@ -65,7 +65,7 @@ TEST_F(StringPoolTest, EachSweepFreesWhatNobodyHoldsInOneBucket) {
     std::set<std::uint32_t> filled;
     for (int i = 0; filled.size() < StringPool::kBucketCount && i < 100000; ++i) {
         const std::string text = "one per bucket " + std::to_string(i);
-        if (filled.insert(StringPool::BucketOf(text)).second) static_cast<void>(Intern(text));
+        if (filled.insert(StringPool::BucketOf(text)).second) (void)Intern(text);
     }
     for (std::size_t left = StringPool::kBucketCount; left-- > 0;) {
         pool.Sweep();

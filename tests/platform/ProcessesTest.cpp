@@ -80,7 +80,7 @@ TEST_F(Processes, ExitCodes) {
     EXPECT_EXIT(ExitProcess(7), testing::ExitedWithCode(7), "");
     const auto before = std::signal(SIGCHLD, SIG_IGN);  // some parents leave it so
     EXPECT_EQ(RunShell("exit 5"), 5);
-    static_cast<void>(std::signal(SIGCHLD, before));
+    (void)std::signal(SIGCHLD, before);
 }
 
 TEST_F(Processes, ChildrenInheritNeitherBlockedSignalsNorDescriptors) {

@@ -166,7 +166,7 @@ TEST(Threads, PriorityReachesTheSystem) {
     const auto gate = MakeEvent(true, false, nullptr);
     const auto thread = Start([&] {
         id = CurrentThreadId();
-        static_cast<void>(gate->Wait(kWaitForever));
+        (void)gate->Wait(kWaitForever);
     });
     EXPECT_TRUE(thread->SetPriority(-100));  // clamped to the lowest
     while (id == 0) SleepMilliseconds(1);

@@ -14,7 +14,7 @@ namespace {
 
 [[noreturn]] void RefuseUsage(const std::string& complaint, const Command* command = nullptr) {
     std::string message = complaint;
-    if (command != nullptr) {
+    if (command) {
         message += "\nusage: " + UsageLine(*command) + "\n'va help " + std::string(command->words) +
                    "' explains it";
     }
@@ -163,7 +163,7 @@ void Arguments::ChooseCommand() {
     if (operands_.empty()) RefuseUsage("what to do?\n\n" + OverviewHelp());
     std::size_t used = 0;
     command_ = FindCommand(operands_, used);
-    if (command_ == nullptr) RefuseCommand(operands_);
+    if (!command_) RefuseCommand(operands_);
     operands_.erase(operands_.begin(), operands_.begin() + static_cast<std::ptrdiff_t>(used));
 }
 

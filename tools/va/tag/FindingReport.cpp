@@ -67,7 +67,7 @@ void FindingReport::Finish() {
 }
 
 Vorn::TagPlace FindingReport::PlaceOf(const Vorn::TagFinding& finding) {
-    if (finding.tag == nullptr) return finding.place;
+    if (!finding.tag) return finding.place;
     if (!placesSorted_) std::ranges::sort(places_, std::less<>(), &PlacedTag::tag);
     placesSorted_ = true;
     const auto known =
