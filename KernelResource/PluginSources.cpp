@@ -64,8 +64,9 @@ public:
         if (!FileSubstList::Instance().NamesMount(folder.c_str())) return ScanDisk(folder);
         File::Find find;
         bool more = find.Open(std::string(folder).append("/").append(kLibraries).c_str());
-        for (; more; more = find.Next())
+        for (; more; more = find.Next()) {
             ReadMounted(folder + '/' + std::string(find.Entry().Name()));
+        }
     }
 
     std::vector<std::string> TakeFolders() { return std::move(folders_); }

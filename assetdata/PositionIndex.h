@@ -92,8 +92,9 @@ private:
     void LinkBehindLower(Slot& slot, std::uint32_t position) {
         std::uint32_t lower = links_[slot.first].previous;
         while (lower > position && lower != slot.first) lower = links_[lower].previous;
-        if (lower > position)
+        if (lower > position) {
             lower = links_[lower].previous;  // below all of them: insert after the last
+        }
         const std::uint32_t next = links_[lower].next;
         links_[position] = {next, lower};
         links_[lower].next = position;

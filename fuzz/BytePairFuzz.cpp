@@ -25,9 +25,10 @@ void CheckExpand(const Bytes& packed, std::size_t room) {
     Bytes literal(room);
     const auto size = archive::ExpandBlock(content, packed);
     Require(size == Literal::ExpandBlock(literal, packed));
-    if (size)
+    if (size) {
         Require(
             std::equal(content.begin(), content.begin() + std::ptrdiff_t(*size), literal.begin()));
+    }
 }
 
 void CheckCompress(const Bytes& content) {

@@ -83,8 +83,9 @@ void Archive::ListMembers() {
     }
     if (impl_->info.isFolder) {
         impl_->info.fileSize = impl_->info.contentSize;
-        for (const archive::Unusable& file : tree.LeftOut())
+        for (const archive::Unusable& file : tree.LeftOut()) {
             impl_->skipped.push_back({file.name, file.reason});
+        }
         return;
     }
     // Header, chunk headers and entries, index: everything else is dead.
@@ -116,10 +117,11 @@ std::optional<Member> Archive::Find(std::string_view name) const {
 
 std::vector<std::byte> Archive::Read(std::string_view name, std::uint64_t limit) const {
     const std::optional<Member> member = Find(name);
-    if (!member)
+    if (!member) {
         throw Error(ErrorCode::NotFound,
                     impl_->path.string() + ": there is no member '" + std::string(name) + "'",
                     impl_->path, std::string(name));
+    }
     return Read(*member, limit);
 }
 
@@ -159,12 +161,14 @@ CheckResult Archive::Check(unsigned threads, std::size_t most,
         for (const Member& member : impl_->members) {
             try {
                 reader->Begin(member.Index());
-                for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next())
+                for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
                     work.Add(piece.size());
+                }
                 result.contentSize += member.Size();
             } catch (const archive::Error& error) {
-                if (result.findings.size() < most)
+                if (result.findings.size() < most) {
                     result.findings.push_back({error.Reason(), member.Name()});
+                }
                 ++result.found;
             }
         }
@@ -176,8 +180,9 @@ CheckResult Archive::Check(unsigned threads, std::size_t most,
     });
     work.Add(impl_->info.fileSize);
     work.Report(true);
-    for (const archive::Finding& finding : judgement.findings)
+    for (const archive::Finding& finding : judgement.findings) {
         result.findings.push_back({finding.text, PublicName(finding.member), finding.offset});
+    }
     result.found = judgement.damages + judgement.oddities;
     result.contentSize = judgement.contentBytes;
     return result;

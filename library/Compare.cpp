@@ -111,8 +111,9 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
         SideReader b;
     };
     std::vector<Sides> workers;
-    for (unsigned i = 0; i < std::max(threads, 1U); ++i)
+    for (unsigned i = 0; i < std::max(threads, 1U); ++i) {
         workers.push_back({SideReader(a), SideReader(b)});
+    }
     constexpr std::size_t kRun = 64;
     RunPieces(
         (toRead.size() + kRun - 1) / kRun, threads, work, [&](unsigned worker, std::size_t piece) {
@@ -140,18 +141,20 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     for (const Pair& pair : pairs) {
         if (pair.a && pair.b) {
             result.same += pair.differs ? 0 : 1;
-            if (pair.differs)
+            if (pair.differs) {
                 result.differences.push_back({Difference::Kind::Changed,
                                               pair.b->Name(),
                                               {},
                                               pair.a->Size(),
                                               pair.b->Size()});
+            }
         } else if (!pair.a) {
             Difference difference{Difference::Kind::Added, pair.b->Name(), {}, 0, pair.b->Size()};
             if (removedSizes.contains(pair.b->Size())) {
                 auto [from, end] = removed.equal_range({pair.b->Size(), SumOf(sideB, *pair.b)});
-                while (from != end && !SameContent(sideA, *from->second, sideB, *pair.b, work))
+                while (from != end && !SameContent(sideA, *from->second, sideB, *pair.b, work)) {
                     ++from;
+                }
                 if (from != end) {
                     difference = {Difference::Kind::Renamed, pair.b->Name(), from->second->Name(),
                                   pair.b->Size(), pair.b->Size()};

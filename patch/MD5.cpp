@@ -37,8 +37,9 @@ std::uint32_t LoadWord(const std::byte* bytes) {
 template <std::size_t size>
 void StoreWords(std::byte* bytes, const std::array<std::uint32_t, size>& words) {
     for (const std::uint32_t word : words) {
-        for (int shift = 0; shift < 32; shift += 8)
+        for (int shift = 0; shift < 32; shift += 8) {
             *bytes++ = static_cast<std::byte>(word >> shift);
+        }
     }
 }
 

@@ -58,8 +58,9 @@ bool FolderHandle::OpenIn(const FolderHandle& parent, const std::string& name, b
     int descriptor = openat(parent.descriptor_, name.c_str(), kFlags);
     if (descriptor < 0 && errno == ENOENT && make) {
         // Another thread or process may be quicker to make it.
-        if (mkdirat(parent.descriptor_, name.c_str(), kFolderMode) != 0 && errno != EEXIST)
+        if (mkdirat(parent.descriptor_, name.c_str(), kFolderMode) != 0 && errno != EEXIST) {
             return false;
+        }
         descriptor = openat(parent.descriptor_, name.c_str(), kFlags);
     }
     if (descriptor < 0) return false;
@@ -70,8 +71,9 @@ bool FolderHandle::OpenIn(const FolderHandle& parent, const std::string& name, b
 
 EntryKind FolderHandle::KindOf(const std::string& name) const {
     struct stat status {};
-    if (fstatat(descriptor_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    if (fstatat(descriptor_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return EntryKind::None;
+    }
     if (S_ISREG(status.st_mode)) return EntryKind::File;
     if (S_ISDIR(status.st_mode)) return EntryKind::Directory;
     return S_ISLNK(status.st_mode) ? EntryKind::Link : EntryKind::Other;
@@ -142,11 +144,13 @@ bool NewFile::Publish(bool replace) {
         return false;
     }
     if (exists && S_ISREG(status.st_mode) &&
-        fchmod(descriptor_, status.st_mode & kPermissions) != 0)
+        fchmod(descriptor_, status.st_mode & kPermissions) != 0) {
         return false;
+    }
     constexpr unsigned kNoReplace = 1;  // RENAME_NOREPLACE of <linux/fs.h>
-    if (renameat2(folder, hidden_.c_str(), folder, name_.c_str(), replace ? 0 : kNoReplace) != 0)
+    if (renameat2(folder, hidden_.c_str(), folder, name_.c_str(), replace ? 0 : kNoReplace) != 0) {
         return false;
+    }
     hidden_.clear();
     close(std::exchange(descriptor_, -1));
     return true;

@@ -33,8 +33,9 @@ Interruptible::Interruptible() {
     for (const int signal : kRequests) {
         // SA_RESETHAND lets a second request of a kind do what it always does. System calls are
         // begun again: no caller expects EINTR.
-        if (!IsIgnored(signal))
+        if (!IsIgnored(signal)) {
             SetHandler(signal, Note, static_cast<int>(SA_RESETHAND) | SA_RESTART);
+        }
     }
 }
 

@@ -11,8 +11,9 @@ constexpr unsigned kSchema = 1;  // of the JSON objects; fields are only ever ad
 }  // namespace
 
 Answer::Answer(bool json, std::string_view command) : json_(json), last_("end") {
-    if (json_)
+    if (json_) {
         Write(JsonObject("va").Set("schema", std::uint64_t{kSchema}).Set("command", command));
+    }
 }
 
 void Answer::Write(std::string_view text) {
@@ -30,13 +31,15 @@ void Answer::End(ExitCode code, std::string_view error) {
 }
 
 void Answer::Flush() {
-    if (!failed_)
+    if (!failed_) {
         failed_ = std::fwrite(pending_.data(), 1, pending_.size(), stdout) != pending_.size() ||
                   std::fflush(stdout) != 0;
+    }
     pending_.clear();
-    if (failed_)
+    if (failed_) {
         throw Failure{ExitCode::Refused,
                       "standard output cannot be written; is the disk full, or the reader gone?"};
+    }
 }
 
 }  // namespace va::tool

@@ -28,8 +28,9 @@ std::string Suggestion(std::string_view nearest, const std::string& otherwise) {
 // Every option of the table, each once.
 std::vector<const Option*> AllOptions() {
     std::vector<const Option*> options(CommonOptions().begin(), CommonOptions().end());
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         options.insert(options.end(), command->options.begin(), command->options.end());
+    }
     return options;
 }
 
@@ -45,13 +46,15 @@ std::vector<const Option*> AllOptions() {
         }
     }
     if (!family.empty()) {
-        if (words.size() == 1)
+        if (words.size() == 1) {
             RefuseUsage("'va " + words.front() + "' needs one of its commands:" + family);
+        }
         RefuseUsage("'va " + words.front() + "' has no command '" + Shown(words[1]) + "'; " +
                     Suggestion(Nearest(words[1], names), "it has:" + family));
     }
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         names.push_back(command->words.substr(0, command->words.find(' ')));
+    }
     RefuseUsage("there is no command '" + Shown(words.front()) + "'; " +
                 Suggestion(Nearest(words.front(), names), "'va help' lists them"));
 }
@@ -138,8 +141,9 @@ void Arguments::Take(const Option& option, std::string value) {
     if (!option.choices.empty() &&
         std::ranges::find(option.choices, value) == option.choices.end()) {
         std::string allowed;
-        for (const std::string_view choice : option.choices)
+        for (const std::string_view choice : option.choices) {
             allowed.append(allowed.empty() ? "" : ", ").append(choice);
+        }
         RefuseUsage(typed_.back() + " takes one of " + allowed + ", not '" + Shown(value) + "'");
     }
     given_.push_back({&option, std::move(value)});
@@ -178,20 +182,23 @@ void Arguments::CheckOptions() {
         const auto own = std::ranges::find(command_->options, option->name, &Option::name);
         if (own != command_->options.end()) option = *own;
         if (allows(CommonOptions(), option)) continue;
-        if (!allows(command_->options, option))
+        if (!allows(command_->options, option)) {
             RefuseUsage("'va " + std::string(command_->words) + "' has no option " + typed_[i],
                         command_);
-        if (!option->repeats && Count(*option) > 1 && !option->value.empty())
+        }
+        if (!option->repeats && Count(*option) > 1 && !option->value.empty()) {
             RefuseUsage("--" + std::string(option->name) + " is given twice", command_);
+        }
     }
 }
 
 void Arguments::CheckOperands() const {
     std::size_t least = 0;
     for (const Operand& operand : command_->operands) least += operand.optional ? 0 : 1;
-    if (operands_.size() < least)
+    if (operands_.size() < least) {
         RefuseUsage(std::string(command_->operands[operands_.size()].name) + " is missing",
                     command_);
+    }
     const bool endless = !command_->operands.empty() && command_->operands.back().repeats;
     if (!endless && operands_.size() > command_->operands.size()) {
         RefuseUsage("'" + Shown(operands_[command_->operands.size()]) + "' is one operand too many",

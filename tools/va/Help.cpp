@@ -28,14 +28,16 @@ std::string OptionLeft(const Option& option) {
 std::string CommandHelp(const Command& command) {
     std::string text = "usage: " + UsageLine(command) + "\n\n" + Wrapped(command.details, 0);
     if (!command.operands.empty()) text += "\n";
-    for (const Operand& operand : command.operands)
+    for (const Operand& operand : command.operands) {
         text += Row(std::string(operand.name), operand.meaning);
+    }
     text += "\noptions:\n\n";
     for (const Option* option : command.options) text += Row(OptionLeft(*option), option->meaning);
     for (const Option* option : CommonOptions()) text += Row(OptionLeft(*option), option->meaning);
     if (!command.examples.empty()) text += "\nexamples:\n\n";
-    for (const std::string_view example : command.examples)
+    for (const std::string_view example : command.examples) {
         text.append("  ").append(example).append("\n");
+    }
     return text;
 }
 
@@ -43,8 +45,9 @@ std::string CommandHelp(const Command& command) {
 std::string FamilyHelp(const std::string& word) {
     std::string text;
     for (const Command* command : AllCommands()) {
-        if (command->words.starts_with(word + " "))
+        if (command->words.starts_with(word + " ")) {
             text += Row("va " + std::string(command->words), command->summary);
+        }
     }
     return text;
 }
@@ -93,8 +96,9 @@ std::string OverviewHelp() {
     std::string text = "va: looks into asset archives, changes them, makes and applies patches\n";
     for (const Group& group : Groups()) {
         text.append("\n").append(group.heading).append("\n");
-        for (const Command& command : group.commands)
+        for (const Command& command : group.commands) {
             text += Row(std::string(command.words), command.summary, 18);
+        }
     }
     return text +
            "\n"

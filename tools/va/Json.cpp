@@ -13,11 +13,13 @@ std::string Base64(std::string_view bytes) {
     std::string out;
     for (std::size_t at = 0; at < bytes.size(); at += 3) {
         std::uint32_t group = 0;
-        for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t i = 0; i < 3; ++i) {
             group = group << 8 |
                     (at + i < bytes.size() ? static_cast<unsigned char>(bytes[at + i]) : 0U);
-        for (std::size_t i = 0; i < 4; ++i)
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
             out += at + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : '=';
+        }
     }
     return out;
 }
@@ -62,8 +64,9 @@ JsonObject& JsonObject::SetReal(std::string_view field, double number) {
 JsonObject& JsonObject::SetName(std::string_view field, std::string_view name,
                                 std::string_view stored) {
     Set(field, name);
-    if (std::ranges::any_of(stored, IsUndefined))
+    if (std::ranges::any_of(stored, IsUndefined)) {
         Set(std::string(field) + "_bytes", Base64(stored));
+    }
     return *this;
 }
 

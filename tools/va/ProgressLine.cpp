@@ -55,8 +55,9 @@ void ProgressLine::Draw(std::uint64_t done, std::uint64_t total, Clock::time_poi
     if (done > 0 && seconds > 0.2) {
         const double rate = static_cast<double>(done) / seconds;
         line += "  " + ShownBytes(static_cast<std::uint64_t>(rate)) + "/s";
-        if (total > done)
+        if (total > done) {
             line += "  " + TimeLeft(static_cast<double>(total - done) / rate) + " left";
+        }
     }
     constexpr std::size_t kMostColumns = 79;
     line.resize(std::min(line.size(), kMostColumns));

@@ -26,8 +26,9 @@ Run::Run(const Arguments& arguments)
 
 unsigned Run::Jobs() const {
     constexpr std::uint64_t kMostJobs = 256;
-    if (const auto jobs = Value(kJobs))
+    if (const auto jobs = Value(kJobs)) {
         return static_cast<unsigned>(NumberValue(kJobs, *jobs, 1, kMostJobs));
+    }
     return std::clamp(std::thread::hardware_concurrency(), 1U, static_cast<unsigned>(kMostJobs));
 }
 

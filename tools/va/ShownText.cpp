@@ -46,8 +46,9 @@ std::string Shown(std::string_view text) {
         if (length == 0) {
             AppendEscaped(out, byte);
         } else if (isControl) {
-            for (const char c : text.substr(length - 1, 1))
+            for (const char c : text.substr(length - 1, 1)) {
                 AppendEscaped(out, static_cast<unsigned char>(c));
+            }
         } else if (text.starts_with("\\x")) {
             out += "\\\\";
         } else {

@@ -16,9 +16,10 @@ std::vector<std::string> ReadPatterns(const std::string& path, char end) {
     std::ifstream file;
     if (path != "-") {
         file.open(path, std::ios::binary);
-        if (!file)
+        if (!file) {
             throw Failure{ExitCode::NotFound, "cannot read '" + Shown(path) +
                                                   "'; --files-from names a file of patterns"};
+        }
     }
     std::istream& in = path == "-" ? std::cin : file;
     std::vector<std::string> patterns;
@@ -35,11 +36,13 @@ Archive OpenSide(Run& run, const std::string& operand) {
     Archive side{std::filesystem::path(operand)};
     constexpr std::size_t kMostNamed = 10;
     const std::span<const LeftOut> skipped = side.Skipped();
-    for (const LeftOut& file : skipped.first(std::min(skipped.size(), kMostNamed)))
+    for (const LeftOut& file : skipped.first(std::min(skipped.size(), kMostNamed))) {
         run.talk.Warning(Shown(operand + "/" + file.name) + " " + file.reason + "; skipped");
-    if (skipped.size() > kMostNamed)
+    }
+    if (skipped.size() > kMostNamed) {
         run.talk.Warning(Shown(operand) + ": " + std::to_string(skipped.size() - kMostNamed) +
                          " more files skipped");
+    }
     return side;
 }
 
@@ -48,9 +51,10 @@ std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t 
                                                                    first, run.Operands().size())),
                                       run.Operands().end());
     const std::optional<std::string> from = run.Value(kFilesFrom);
-    if (from)
+    if (from) {
         std::ranges::copy(ReadPatterns(*from, run.Has(kZero) ? '\0' : '\n'),
                           std::back_inserter(patterns));
+    }
     const std::vector<std::string> excluded = run.Values(kExclude);
 
     std::vector<char> matched(patterns.size(), 0);

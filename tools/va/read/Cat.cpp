@@ -28,10 +28,11 @@ public:
         for (const std::byte byte : bytes) {
             const auto c = std::to_integer<unsigned char>(byte);
             const bool isText = c >= 0x20 || c == '\n' || c == '\r' || c == '\t' || c == '\f';
-            if (guarded_ && (!isText || c == 0x7F))
+            if (guarded_ && (!isText || c == 0x7F)) {
                 Refuse(
                     "standard output is a terminal and the content is not text; -f writes it all "
                     "the same");
+            }
         }
         answer_.Write(bytes);
     }
@@ -48,10 +49,11 @@ ExitCode Cat(Run& run) {
         const MemberOperand parts = SplitMemberOperand(operand);
         const Archive archive{std::filesystem::path(parts.archive)};
         const std::optional<Member> member = archive.Find(parts.member);
-        if (!member)
+        if (!member) {
             throw Failure{ExitCode::NotFound, "there is no member '" + Shown(parts.member) +
                                                   "' in '" + Shown(parts.archive) +
                                                   "'; 'va list' shows its members"};
+        }
         Output output(run.answer, guarded);
         archive.Read(*member, output);
     }

@@ -41,8 +41,9 @@ ExitCode RunExtract(Run& run) {
     const std::vector<Member> members = SelectMembers(run, archive, 1);
     ExtractOptions options;
     options.folder = run.Value(kDirectory).value_or(".");
-    if (const auto strip = run.Value(kStrip))
+    if (const auto strip = run.Value(kStrip)) {
         options.strip = static_cast<unsigned>(NumberValue(kStrip, *strip, 0, kMostFolders));
+    }
     options.flat = run.Has(kFlat);
     options.replace = run.Has(kForce);
     options.keepGoing = run.Has(kKeepGoing);
@@ -52,11 +53,12 @@ ExitCode RunExtract(Run& run) {
     const bool tellsEach = run.answer.IsJson() || run.talk.IsVerbose();
     if (tellsEach) {
         options.written = [&](const Member& member, const std::string& path) {
-            if (run.answer.IsJson())
+            if (run.answer.IsJson()) {
                 run.answer.Write(JsonObject("extracted")
                                      .SetName("name", member.Name(), member.StoredName())
                                      .Set("path", path)
                                      .Set("size", member.Size()));
+            }
             run.talk.Detail(Shown(path));
         };
     }
@@ -70,10 +72,11 @@ ExitCode RunExtract(Run& run) {
                      ShownBytes(result.bytes) + " to " + Shown(options.folder.string()));
     const IndexState index = archive.Info().index;
     const bool mayLack = index == IndexState::Missing || index == IndexState::Damaged;
-    if (mayLack)
+    if (mayLack) {
         run.talk.Warning(
             Shown(run.Operand(0)) +
             ": its index is missing or damaged, members may be missing; 'va test' shows more");
+    }
     return result.failures.empty() && !mayLack ? ExitCode::Done : ExitCode::LookAt;
 }
 

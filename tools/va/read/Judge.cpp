@@ -32,9 +32,10 @@ bool TestOne(Run& run, const std::string& path) {
                              std::to_string(finding.offset) + ")\n");
         }
     }
-    if (result.found > result.findings.size())
+    if (result.found > result.findings.size()) {
         run.talk.Note(Shown(path) + ": and " +
                       std::to_string(result.found - result.findings.size()) + " more");
+    }
     const std::string verdict = result.found == 0 ? "whole" : Counted(result.found, "problem");
     if (run.answer.IsJson()) {
         run.answer.Write(JsonObject("tested")
