@@ -10,7 +10,7 @@
 namespace Vorn {
 namespace {
 
-constinit std::atomic<ResourceCore*> g_core = nullptr;
+constinit std::atomic<ResourceCore*> current = nullptr;
 
 }  // namespace
 
@@ -23,7 +23,7 @@ ResourceCore::~ResourceCore() {
     queue_.reset();
     bin_.reset();
     ResourceCore* self = this;
-    g_core.compare_exchange_strong(self, nullptr);
+    current.compare_exchange_strong(self, nullptr);
 }
 
 ResourceCore& ResourceCore::Instance() {
@@ -35,14 +35,14 @@ ResourceCore& ResourceCore::Instance() {
     return *core;
 }
 
-ResourceCore* ResourceCore::Find() { return g_core; }
+ResourceCore* ResourceCore::Find() { return current; }
 
 CriticalSection& ResourceCore::LockOf(const Resource& resource) {
     ResourceDatabase* const home = resource.Home();
     return home ? home->Lock() : homelessLock_;
 }
 
-void ResourceCore::MakeCurrent() { g_core = this; }
+void ResourceCore::MakeCurrent() { current = this; }
 
 // The old bin goes first: it makes what is in use available again, for the new one to receive.
 void ResourceCore::SetBin(std::unique_ptr<ResourceBin> bin) {

@@ -9,10 +9,10 @@ namespace {
 
 constexpr std::array kRequests = {SIGHUP, SIGINT, SIGPIPE, SIGTERM};
 
-std::atomic<int> g_asked = 0;
+std::atomic<int> askedSignal = 0;
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler writes it");
 
-void Note(int signal) { g_asked.store(signal, std::memory_order_relaxed); }
+void Note(int signal) { askedSignal.store(signal, std::memory_order_relaxed); }
 
 bool IsIgnored(int signal) {
     struct sigaction action {};
@@ -45,10 +45,10 @@ Interruptible::~Interruptible() {
     }
 }
 
-bool InterruptionAsked() noexcept { return g_asked.load(std::memory_order_relaxed) != 0; }
+bool InterruptionAsked() noexcept { return askedSignal.load(std::memory_order_relaxed) != 0; }
 
 void EndAsAsked() {
-    const int signal = g_asked.load(std::memory_order_relaxed);
+    const int signal = askedSignal.load(std::memory_order_relaxed);
     if (signal == 0) return;
     SetHandler(signal, SIG_DFL, 0);
     std::raise(signal);

@@ -8,12 +8,12 @@
 
 namespace {
 
-std::FILE* g_output = nullptr;
+std::FILE* output = nullptr;
 
 void Note(const char* what) {
-    if (!g_output) return;
-    std::fprintf(g_output, "%s, pool %s\n", what, Vorn::FindStringPool() ? "there" : "gone");
-    std::fflush(g_output);
+    if (!output) return;
+    std::fprintf(output, "%s, pool %s\n", what, Vorn::FindStringPool() ? "there" : "gone");
+    std::fflush(output);
 }
 
 // Knows nothing of the kernel when it is made, and is given a name later.
@@ -21,7 +21,7 @@ struct Early {
     ~Early() { Note("early object"); }
     Vorn::InternedString name;
 };
-Early g_early;
+Early early;
 
 // Interns while it is made, before the kernel's own initialiser need have run.
 struct Interning {
@@ -29,17 +29,17 @@ struct Interning {
     ~Interning() { Note(name.Text()); }
     Vorn::InternedString name;
 };
-Interning g_interning;
+Interning interning;
 
-const bool g_poolBeforeMain = Vorn::FindStringPool() != nullptr;
+const bool poolBeforeMain = Vorn::FindStringPool() != nullptr;
 
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount != 2) return 2;
-    g_output = std::fopen(arguments[1], "w");
-    if (!g_output || !g_poolBeforeMain) return 3;
-    g_early.name = Vorn::Intern("given in main");
+    output = std::fopen(arguments[1], "w");
+    if (!output || !poolBeforeMain) return 3;
+    early.name = Vorn::Intern("given in main");
     Vorn::RegisterTeardown([] {
         Note("first registered");
         Vorn::RegisterTeardown([] { Note("registered during teardown"); });
