@@ -4,6 +4,7 @@
 
 #include "archive/Error.h"
 #include "archive/Window.h"
+#include "platform/Error.h"
 
 namespace archive {
 
@@ -25,6 +26,13 @@ void EncodeHidden(std::span<std::byte, kChunkHeaderSize> bytes) {
 
 [[nodiscard]] std::uint32_t ChunkLength(const Member& member) {
     return static_cast<std::uint32_t>(kFindEntrySize + member.storedSize);
+}
+
+// Throws for the write that failed last.
+[[noreturn]] void ThrowUnwritten(std::uint64_t offset, std::string_view member) {
+    if (platform::LastError().kind == platform::ErrorKind::NoSpace)
+        throw Error(ErrorCode::NoSpace, "the disk is full", offset, member);
+    throw Error(ErrorCode::CannotWrite, "the archive cannot be written", offset, member);
 }
 
 }  // namespace
@@ -441,8 +449,7 @@ void Appender::WriteIndex() {
 
 void Appender::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
     if (file_.WriteAt(offset, bytes) == bytes.size()) return;
-    throw Error(ErrorCode::CannotWrite, "the archive cannot be written", offset,
-                begun_ ? new_.name : std::string_view());
+    ThrowUnwritten(offset, begun_ ? new_.name : std::string_view());
 }
 
 Contents StartArchive(platform::FileHandle& file, std::uint32_t buildVersion,
@@ -450,9 +457,7 @@ Contents StartArchive(platform::FileHandle& file, std::uint32_t buildVersion,
     Contents contents = NewContents(buildVersion, productCode);
     contents.indexStale = true;
     const auto preamble = EncodePreamble(contents.header);
-    if (file.WriteAt(0, preamble) != preamble.size()) {
-        throw Error(ErrorCode::CannotWrite, "the archive's header cannot be written");
-    }
+    if (file.WriteAt(0, preamble) != preamble.size()) ThrowUnwritten(0, {});
     return contents;
 }
 

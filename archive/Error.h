@@ -15,7 +15,8 @@ enum class ErrorCode {
     NotAnArchive,  // no mark, no header, or a format version that this room does not know
     Damaged,       // bytes that contradict the format or each other
     SumDiffers,    // content that disagrees with its check sum
-    CannotWrite,   // the system failed to write: a full disk, a size limit
+    CannotWrite,   // the system failed to write, such as past a size limit
+    NoSpace,       // the system failed to write: the disk, or the user's share of it, is full
     Full,          // the archive would pass 4 GiB
     Refused,       // an archive that is read and not written
     BadName,       // a name that does not fit an entry

@@ -12,6 +12,7 @@ ErrorCode CodeOf(archive::ErrorCode code) {
         case archive::ErrorCode::NotFound:
             return ErrorCode::NotFound;
         case archive::ErrorCode::Full:
+        case archive::ErrorCode::NoSpace:
             return ErrorCode::DiskFull;
         default:
             return ErrorCode::Refused;

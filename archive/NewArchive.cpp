@@ -1,0 +1,106 @@
+#include "archive/NewArchive.h"
+
+#include <array>
+#include <random>
+#include <string_view>
+#include <utility>
+
+#include "archive/Error.h"
+#include "platform/Directories.h"
+#include "platform/Error.h"
+
+namespace archive {
+namespace {
+
+[[nodiscard]] std::size_t NameStart(std::string_view path) { return path.find_last_of("/\\") + 1; }
+
+[[nodiscard]] std::string FolderOf(std::string_view path) {
+    const std::size_t name = NameStart(path);
+    return name == 0 ? "." : std::string(path.substr(0, name));
+}
+
+// A name that no other run chooses: ".NAME.va-XXXXXX" beside its place.
+[[nodiscard]] std::string NewHiddenName(std::string_view path) {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr std::size_t kRandomLetters = 6;
+    // A name may be as long as the system allows; the hidden one must not be longer.
+    constexpr std::size_t kMostOfName = 200;
+    const std::size_t start = NameStart(path);
+    std::string name(path.substr(0, start));
+    name += '.';
+    name += path.substr(start, kMostOfName);
+    name += ".va-";
+    std::random_device random;
+    for (std::size_t i = 0; i < kRandomLetters; ++i) name += kLetters[random() % kLetters.size()];
+    return name;
+}
+
+[[noreturn]] void ThrowSystem(const std::string& what) {
+    const platform::Error error = platform::LastError();
+    throw Error(
+        error.kind == platform::ErrorKind::NoSpace ? ErrorCode::NoSpace : ErrorCode::CannotWrite,
+        what + ": " + error.Message());
+}
+
+}  // namespace
+
+NewArchive::NewArchive(std::string path, std::uint32_t buildVersion, std::uint32_t productCode)
+    : path_(std::move(path)) {
+    using namespace platform;
+    constexpr int kTries = 100;
+    bool opened = file_.OpenUnnamed(FolderOf(path_).c_str());
+    for (int i = 0; !opened && i < kTries; ++i) {
+        hidden_.path = NewHiddenName(path_);
+        opened = file_.Open(hidden_.path.c_str(), Access::ReadWrite, Creation::CreateNew,
+                            Share::DenyNone);
+        if (!opened && LastError().kind != ErrorKind::Exists) break;
+    }
+    if (!opened) {
+        hidden_.path.clear();
+        ThrowSystem("cannot create a file in its folder");
+    }
+    contents_ = StartArchive(file_, buildVersion, productCode);
+    members_.emplace(file_, contents_, Appender::Publish::InBatches);
+}
+
+NewArchive::HiddenName::~HiddenName() {
+    if (!path.empty()) (void)platform::RemoveFile(path.c_str());
+}
+
+const Reader& NewArchive::Complete() {
+    members_->Complete();
+    members_.reset();
+    if (!file_.Commit()) ThrowSystem("cannot flush the file to the storage device");
+    return reader_.emplace(std::move(file_));
+}
+
+void NewArchive::Publish(bool replace) {
+    using namespace platform;
+    const bool named = hidden_.path.empty() ? reader_->File().GiveName(path_.c_str())
+                                            : Rename(hidden_.path.c_str(), path_.c_str());
+    if (!named) {
+        if (LastError().kind != ErrorKind::Exists) ThrowSystem("cannot give the file its name");
+        if (!replace) throw Error(ErrorCode::Refused, "the file exists");
+        if (!MoveOver(reader_->File())) ThrowSystem("cannot replace the file");
+    }
+    hidden_.path.clear();
+    if (!CommitDirectory(FolderOf(path_).c_str()))
+        ThrowSystem("cannot flush the folder to the storage device");
+}
+
+// No call replaces a name by a file that has none, so that one gets a hidden name first.
+bool NewArchive::MoveOver(const platform::FileHandle& file) {
+    using namespace platform;
+    if (hidden_.path.empty()) {
+        std::string hidden = NewHiddenName(path_);
+        if (!file.GiveName(hidden.c_str())) return false;
+        hidden_.path = std::move(hidden);
+    }
+    if (GetEntryKind(path_.c_str()) == EntryKind::File &&
+        !CopyPermissions(path_.c_str(), hidden_.path.c_str())) {
+        return false;
+    }
+    return RenameOver(hidden_.path.c_str(), path_.c_str());
+}
+
+}  // namespace archive

@@ -1,0 +1,54 @@
+// A new archive file that gets its name when it is whole.
+//
+// Until then it has no name, or, where the system cannot do that, a hidden one beside its place:
+// however the process ends, nothing half-written has the name that was asked for. One that is not
+// published vanishes with the object. One thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "archive/Appender.h"
+#include "archive/Reader.h"
+
+namespace archive {
+
+class NewArchive {
+public:
+    // Begins an archive that is to become `path`. Throws Error: CannotWrite, NoSpace.
+    NewArchive(std::string path, std::uint32_t buildVersion, std::uint32_t productCode);
+    ~NewArchive() = default;
+    NewArchive(const NewArchive&) = delete;
+    NewArchive& operator=(const NewArchive&) = delete;
+
+    // Takes its members; not after Complete.
+    [[nodiscard]] Appender& Members() { return *members_; }
+
+    // Writes the index, forces the file to the storage device and opens it for reading, so that it
+    // can be judged before it is published. Throws Error.
+    const Reader& Complete();
+
+    // Gives a complete archive its name. With `replace` it takes the place and the permissions of a
+    // file, or the place of a link; without, whatever has the name stays, and Error (Refused) is
+    // thrown. Also throws CannotWrite.
+    void Publish(bool replace);
+
+private:
+    // The name of the file before it is published; empty when it has none.
+    struct HiddenName {
+        ~HiddenName();
+        std::string path;
+    };
+
+    [[nodiscard]] bool MoveOver(const platform::FileHandle& file);
+
+    const std::string path_;
+    HiddenName hidden_;
+    platform::FileHandle file_;  // until Complete, which gives it to the reader
+    Contents contents_;
+    std::optional<Appender> members_;
+    std::optional<Reader> reader_;
+};
+
+}  // namespace archive
