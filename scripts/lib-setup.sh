@@ -6,7 +6,7 @@ export LC_ALL=C.UTF-8
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
-build_packages=(g++ cmake ninja-build ccache libzstd-dev liblzma-dev nlohmann-json3-dev)
+build_packages=(g++ cmake ninja-build ccache libzstd-dev liblzma-dev nlohmann-json3-dev nettle-dev)
 test_packages=(libgtest-dev libgmock-dev strace)
 
 fail() {

@@ -1,0 +1,405 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <type_traits>
+#include <utility>
+
+#include "archive/Names.h"
+#include "patch/Lists.h"
+#include "patch/Manifest.h"
+#include "patch/ManifestText.h"
+#include "platform/CodePage.h"
+
+namespace patch {
+namespace {
+
+constexpr std::size_t kMostNameBytes = 259;
+constexpr std::size_t kMostFileNameBytes = 255;
+
+// The lines of a manifest, of which the reader takes the fields one by one.
+class Lines {
+public:
+    explicit Lines(std::string_view text) : text_(text) { Advance(); }
+
+    // Whether the line begins with that word and a blank; they are then taken.
+    bool Take(std::string_view word) {
+        if (!line_.starts_with(word) || line_.substr(word.size()).substr(0, 1) != " ") return false;
+        line_.remove_prefix(word.size() + 1);
+        return true;
+    }
+    void Expect(std::string_view word) {
+        if (!Take(word)) Fail("'" + std::string(word) + "' is missing");
+    }
+    [[nodiscard]] std::string_view Word() {
+        const std::string_view word = line_.substr(0, line_.find(' '));
+        if (word.size() + 1 == line_.size()) Fail("the line ends with a blank");
+        line_.remove_prefix(std::min(line_.size(), word.size() + 1));
+        return word;
+    }
+    [[nodiscard]] std::string_view Rest() { return std::exchange(line_, {}); }
+
+    template <typename Number = std::uint64_t>
+    [[nodiscard]] Number TakeNumber() {
+        return NumberOf<Number>(Word());
+    }
+    template <typename Number>
+    [[nodiscard]] Number NumberOf(std::string_view word) const {
+        Number number = 0;
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+        if (error != std::errc() || end != word.data() + word.size() ||
+            (word.size() > 1 && word.front() == '0')) {
+            Fail("a number is missing, or too large");
+        }
+        return number;
+    }
+    [[nodiscard]] Sha256Digest TakeDigest() {
+        const auto digest = Sha256FromHex(Word());
+        if (!digest) Fail("a digest of 64 hexadecimal digits is missing");
+        return *digest;
+    }
+
+    // Goes on to the next line; all of this one must have been taken.
+    void Advance() {
+        if (!line_.empty()) Fail("there is more on the line than belongs there");
+        line_ = text_.substr(0, text_.find('\n'));
+        text_.remove_prefix(std::min(text_.size(), line_.size() + 1));
+        ++number_;
+    }
+    [[nodiscard]] std::string_view Line() const { return line_; }
+    [[nodiscard]] bool AtEnd() const { return line_.empty() && text_.empty(); }
+
+    [[noreturn]] void Fail(const std::string& reason) const {
+        throw ManifestError(number_, reason);
+    }
+
+private:
+    std::string_view text_;
+    std::string_view line_;
+    std::size_t number_ = 0;
+};
+
+// Whether it is UTF-8 without control characters other than tabs.
+bool IsPlainText(std::string_view text) {
+    while (!text.empty()) {
+        const auto lead = static_cast<unsigned char>(text.front());
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        constexpr std::array<char32_t, 5> kLeast = {0, 0, 0x80, 0x800, 0x10000};
+        if (text.size() < length || (lead >= 0x80 && lead < 0xC2) || lead > 0xF4) return false;
+        char32_t code = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+        for (const char c : text.substr(1, length - 1)) {
+            const auto byte = static_cast<unsigned char>(c);
+            if ((byte & 0xC0) != 0x80) return false;
+            code = code << 6 | (byte & 0x3F);
+        }
+        const bool control = (code < 0x20 && code != '\t') || (code >= 0x7F && code < 0xA0);
+        const bool surrogate = code >= 0xD800 && code < 0xE000;
+        if (control || surrogate || code < kLeast[length] || code > 0x10FFFF) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+// A name that an old archive may have, however odd.
+std::string OldName(const Lines& lines, std::string_view text) {
+    std::string name = platform::Utf8ToAnsi(text);
+    if (name.empty() || name.size() > kMostNameBytes || name.find('\0') != std::string::npos)
+        lines.Fail("a member name is empty or too long");
+    if (platform::AnsiToUtf8(name) != text)
+        lines.Fail("a member name is not UTF-8, or cannot be stored in an archive");
+    return name;
+}
+
+// A name for the new side, where it may become a file.
+std::string NewName(const Lines& lines, std::string_view text) {
+    std::string name = OldName(lines, text);
+    std::string path = name;
+    std::ranges::replace(path, '\\', '/');
+    if (const char* problem = archive::NameProblem(path))
+        lines.Fail("the member name '" + std::string(text) + "' " + problem);
+    if (IsListName(name) || archive::FoldName(name).starts_with(kOwnFolder))
+        lines.Fail("the member name '" + std::string(text) + "' is reserved for patches");
+    return name;
+}
+
+Side ReadSide(Lines& lines, std::string_view which) {
+    lines.Expect(which);
+    Side side;
+    side.members = lines.TakeNumber<std::uint32_t>();
+    lines.Expect("members");
+    side.bytes = lines.TakeNumber();
+    lines.Expect("bytes");
+    lines.Expect("sha256");
+    side.sha256 = lines.TakeDigest();
+    lines.Advance();
+    return side;
+}
+
+std::vector<Run> ReadRuns(Lines& lines, std::uint64_t members) {
+    std::vector<Run> runs;
+    std::string_view text = lines.Rest();
+    while (!text.empty()) {
+        const std::string_view item = text.substr(0, text.find(','));
+        if (item.size() + 1 == text.size()) lines.Fail("a number is missing after ','");
+        text.remove_prefix(std::min(text.size(), item.size() + 1));
+        const std::size_t dash = item.find('-');
+        Run run;
+        run.first = run.last = lines.NumberOf<std::uint32_t>(item.substr(0, dash));
+        if (dash != std::string_view::npos) {
+            run.last = lines.NumberOf<std::uint32_t>(item.substr(dash + 1));
+            if (run.last <= run.first) lines.Fail("a range of numbers is empty");
+        }
+        if (run.last >= members) lines.Fail("a number is not one of a member");
+        if (!runs.empty() && run.first == std::uint64_t{runs.back().last} + 1)
+            lines.Fail("two ranges of numbers are one");
+        runs.push_back(run);
+    }
+    return runs;
+}
+
+template <typename Base, std::size_t count>
+Base ReadBase(Lines& lines, const std::array<std::string_view, count>& names) {
+    const auto found = std::ranges::find(names, lines.Word());
+    if (found == names.end()) lines.Fail("it says neither of the words that are known");
+    return static_cast<Base>(found - names.begin());
+}
+
+Order ReadOrder(Lines& lines, std::uint64_t members) {
+    lines.Expect("order");
+    Order order{ReadBase<Order::Base>(lines, kOrderNames), {}};
+    order.runs = ReadRuns(lines, members);
+    // Sorted, the runs of a permutation follow each other without gap and overlap.
+    std::vector<Run> sorted = order.runs;
+    std::ranges::sort(sorted, {}, &Run::first);
+    std::uint64_t next = 0;
+    for (const Run& run : sorted) {
+        if (run.first != next) lines.Fail("the order does not name each member once");
+        next = std::uint64_t{run.last} + 1;
+    }
+    if (!sorted.empty() && next != members) lines.Fail("the order does not name each member once");
+    if (sorted.size() == 1) lines.Fail("the order is the base order itself");
+    lines.Advance();
+    return order;
+}
+
+Storage ReadStorage(Lines& lines, std::uint64_t members) {
+    lines.Expect("stored");
+    Storage storage{ReadBase<Storage::Base>(lines, kStorageNames), {}};
+    storage.exceptions = ReadRuns(lines, members);
+    for (std::size_t i = 1; i < storage.exceptions.size(); ++i) {
+        if (storage.exceptions[i].first <= storage.exceptions[i - 1].last)
+            lines.Fail("the numbers are not ascending");
+    }
+    lines.Advance();
+    return storage;
+}
+
+Spots ReadSpots(Lines& lines) {
+    constexpr std::size_t kDigits = Spots::kSpotBytes * 8 / 6;
+    lines.Expect("spots");
+    const std::string_view text = lines.Rest();
+    if (text.size() != Spots::kCount * kDigits) lines.Fail("the spots do not have their length");
+    Spots spots;
+    for (std::size_t i = 0; i < Spots::kCount; ++i) {
+        std::uint64_t value = 0;
+        for (const char c : text.substr(i * kDigits, kDigits)) {
+            const std::size_t digit = kBase64Digits.find(c);
+            if (digit == std::string_view::npos) lines.Fail("the spots are not base64");
+            value = value << 6 | digit;
+        }
+        spots.Set(i, value);
+    }
+    lines.Advance();
+    return spots;
+}
+
+void ReadHead(Lines& lines, Manifest& manifest) {
+    lines.Advance();
+    manifest.old = ReadSide(lines, "old");
+    manifest.fresh = ReadSide(lines, "new");
+    if (lines.Take("archive")) {
+        Manifest::File& file = manifest.archive.emplace();
+        file.bytes = lines.TakeNumber();
+        lines.Expect("bytes");
+        lines.Expect("sha256");
+        file.sha256 = lines.TakeDigest();
+        lines.Advance();
+    }
+    if (lines.Take("versions")) {
+        Manifest::Versions& versions = manifest.versions.emplace();
+        lines.Expect("build");
+        versions.build = lines.TakeNumber<std::uint32_t>();
+        lines.Expect("product");
+        versions.product = lines.TakeNumber<std::uint32_t>();
+        lines.Advance();
+    }
+}
+
+void ReadName(Lines& lines, Manifest& manifest) {
+    if (!lines.Take("name")) return;
+    manifest.name = lines.Rest();
+    const std::string& name = manifest.name;
+    if (name.empty() || name == "." || name == ".." || name.size() > kMostFileNameBytes ||
+        name.find_first_of("/\\:\t") != std::string::npos || !IsPlainText(name)) {
+        lines.Fail("it is not a plain file name");
+    }
+    lines.Advance();
+}
+
+void ReadNote(Lines& lines, Manifest& manifest) {
+    for (bool first = true; lines.Take("note"); first = false) {
+        const std::string_view line = lines.Rest();
+        if (!IsPlainText(line)) lines.Fail("the note is not plain text in UTF-8");
+        if (!first) manifest.note += '\n';
+        manifest.note += line;
+        if (manifest.note.size() > kMostNoteBytes) lines.Fail("the note is too long");
+        lines.Advance();
+        if (manifest.note.empty() && !lines.Line().starts_with("note "))
+            lines.Fail("the note before this line is empty");
+    }
+}
+
+// Reads the entries of one kind into `list`, which `read` fills; their names ascend.
+template <typename Entry, typename Read>
+void ReadEntries(Lines& lines, std::string_view kind, std::vector<Entry>& list, Read read) {
+    const auto nameOf = [](const Entry& entry) -> const std::string& {
+        if constexpr (std::is_same_v<Entry, std::string>) {
+            return entry;
+        } else {
+            return entry.name;
+        }
+    };
+    while (lines.Take(kind)) {
+        Entry entry = read();
+        if (!list.empty() && archive::CompareNames(nameOf(list.back()), nameOf(entry)) >= 0)
+            lines.Fail("the members are not sorted, or one is named twice");
+        list.push_back(std::move(entry));
+        lines.Advance();
+    }
+}
+
+std::uint64_t TakeContentSize(Lines& lines) {
+    const auto bytes = lines.TakeNumber();
+    if (bytes == 0) lines.Fail("a member without content belongs to the lines of 'E'");
+    return bytes;
+}
+
+void ReadAllEntries(Lines& lines, Manifest& manifest) {
+    ReadEntries(lines, "A", manifest.added, [&lines] {
+        Manifest::Content entry;
+        entry.bytes = TakeContentSize(lines);
+        entry.sha256 = lines.TakeDigest();
+        entry.name = NewName(lines, lines.Rest());
+        return entry;
+    });
+    ReadEntries(lines, "C", manifest.changed, [&lines] {
+        Manifest::Changed entry;
+        entry.oldBytes = lines.TakeNumber();
+        entry.oldSha256 = lines.TakeDigest();
+        entry.newBytes = lines.TakeNumber();
+        entry.newSha256 = lines.TakeDigest();
+        entry.name = NewName(lines, lines.Rest());
+        return entry;
+    });
+    ReadEntries(lines, "D", manifest.removed, [&lines] {
+        Manifest::Content entry;
+        entry.bytes = lines.TakeNumber();
+        entry.sha256 = lines.TakeDigest();
+        entry.name = OldName(lines, lines.Rest());
+        return entry;
+    });
+    ReadEntries(lines, "E", manifest.empty, [&lines] { return NewName(lines, lines.Rest()); });
+    ReadEntries(lines, "M", manifest.moved, [&lines] {
+        Manifest::Moved entry;
+        entry.bytes = TakeContentSize(lines);
+        entry.sha256 = lines.TakeDigest();
+        // A new name has no control characters, so the first tab ends it.
+        const std::string_view names = lines.Rest();
+        const std::size_t tab = names.find('\t');
+        if (tab == std::string_view::npos) lines.Fail("the old name is missing");
+        entry.name = NewName(lines, names.substr(0, tab));
+        entry.oldName = OldName(lines, names.substr(tab + 1));
+        return entry;
+    });
+}
+
+using Names = std::vector<std::string_view>;
+
+// Sorts names, and refuses two that an archive treats as one.
+void SortUnique(const Lines& lines, Names& names) {
+    const auto before = [](std::string_view a, std::string_view b) {
+        return archive::CompareNames(a, b) < 0;
+    };
+    std::ranges::sort(names, before);
+    const auto twice = std::ranges::adjacent_find(names, archive::SameName);
+    if (twice != names.end())
+        lines.Fail("the member '" + platform::AnsiToUtf8(*twice) + "' is listed twice");
+}
+
+// Compares the lists with each other and with the counts of the sides.
+void CheckLists(const Lines& lines, const Manifest& manifest) {
+    Names fresh(manifest.empty.begin(), manifest.empty.end());
+    for (const auto& entry : manifest.added) fresh.push_back(entry.name);
+    for (const auto& entry : manifest.moved) fresh.push_back(entry.name);
+    SortUnique(lines, fresh);
+    for (const auto& entry : manifest.removed) {
+        const auto same = std::ranges::lower_bound(
+            fresh, std::string_view(entry.name),
+            [](std::string_view a, std::string_view b) { return archive::CompareNames(a, b) < 0; });
+        if (same != fresh.end() && *same == entry.name)
+            lines.Fail("the member '" + platform::AnsiToUtf8(*same) + "' is removed and added");
+    }
+    const std::size_t appeared = fresh.size();
+    Names old;
+    for (const auto& entry : manifest.changed) {
+        fresh.push_back(entry.name);
+        old.push_back(entry.name);
+    }
+    for (const auto& entry : manifest.removed) old.push_back(entry.name);
+    SortUnique(lines, fresh);
+    SortUnique(lines, old);
+    if (old.size() > manifest.old.members ||
+        manifest.old.members - manifest.removed.size() + appeared != manifest.fresh.members) {
+        lines.Fail("the members that change do not fit the counts of the sides");
+    }
+}
+
+// Returns the lines that the digest at the end covers.
+std::string_view TextUnderDigest(std::string_view text) {
+    const std::size_t length = kManifestEnd.size() + 2 * std::tuple_size_v<Sha256Digest> + 1;
+    const bool ended = text.size() >= length && text.ends_with('\n') &&
+                       text.substr(text.size() - length).starts_with(kManifestEnd);
+    if (!ended) throw ManifestError(0, "it has no end: it was cut off, or is damaged");
+    const std::string_view body = text.substr(0, text.size() - length);
+    const std::string_view digest = text.substr(body.size() + kManifestEnd.size());
+    if (digest.substr(0, digest.size() - 1) != ToHex(Sha256Of(body)))
+        throw ManifestError(0, "it does not have the digest that it ends with: it is damaged");
+    return body;
+}
+
+}  // namespace
+
+Manifest ParseManifest(std::string_view text) {
+    if (text.size() > kMostManifestBytes) throw ManifestError(0, "it is longer than 256 MB");
+    // First of all, so that damage is never reported as something else.
+    Lines lines(TextUnderDigest(text));
+    if (!(lines.Line().starts_with(kManifestMark))) lines.Fail("this is not a manifest");
+    const std::string_view version = lines.Line().substr(kManifestMark.size());
+    if (version != std::string_view(&kManifestVersion, 1)) {
+        lines.Fail("version '" + std::string(version) +
+                   "' of the manifest is unknown; a later version of this program reads it");
+    }
+    (void)lines.Rest();
+    Manifest manifest;
+    ReadHead(lines, manifest);
+    ReadName(lines, manifest);
+    ReadNote(lines, manifest);
+    manifest.order = ReadOrder(lines, manifest.fresh.members);
+    manifest.storage = ReadStorage(lines, manifest.fresh.members);
+    manifest.spots = ReadSpots(lines);
+    ReadAllEntries(lines, manifest);
+    if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
+    CheckLists(lines, manifest);
+    return manifest;
+}
+
+}  // namespace patch
