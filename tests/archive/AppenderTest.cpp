@@ -4,6 +4,7 @@
 
 #include "archive/Check.h"
 #include "archive/Error.h"
+#include "archive/PackedMember.h"
 #include "tests/support/RawArchive.h"
 
 namespace Vorn::Testing {
@@ -111,6 +112,16 @@ TEST_F(ArchiveAppending, BytesDoNotDependOnHowContentComesIn) {
         streamed.appender->Complete();
     }
     EXPECT_EQ(folder.Read("streamed"), expected);
+    {
+        Archive apart(folder.Path("packed"), Publish::InBatches);
+        archive::PackedMember packed;
+        for (const auto& [name, content] : members) {
+            archive::Pack(Bytes(content), compress(name), packed);
+            archive::AddPacked(*apart.appender, name, packed);
+        }
+        apart.appender->Complete();
+    }
+    EXPECT_EQ(folder.Read("packed"), expected);
     {
         Archive stored(folder.Path("stored"), Publish::InBatches);
         const Reader source(path_);

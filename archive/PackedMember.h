@@ -1,0 +1,26 @@
+// A member's stored data, made apart from the file it goes to: so several threads pack members at
+// once, and one appends them.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "archive/Appender.h"
+
+namespace archive {
+
+struct PackedMember {
+    Member entry;  // sizes, check sum and attributes; neither name nor place
+    std::vector<std::byte> data;
+};
+
+// Stores content as Appender::Add would. `packed` is overwritten and keeps its memory.
+void Pack(std::span<const std::byte> content, bool compress, PackedMember& packed);
+
+// Appends a packed member: the same bytes as Appender::Add of its content. Throws Error as that
+// does.
+void AddPacked(Appender& appender, std::string_view name, const PackedMember& packed);
+
+}  // namespace archive
