@@ -61,12 +61,13 @@ public:
     // Goes on to the next line; all of this one must have been taken.
     void Advance() {
         if (!line_.empty()) Fail("there is more on the line than belongs there");
+        ended_ = text_.empty();
         line_ = text_.substr(0, text_.find('\n'));
         text_.remove_prefix(std::min(text_.size(), line_.size() + 1));
         ++number_;
     }
     [[nodiscard]] std::string_view Line() const { return line_; }
-    [[nodiscard]] bool AtEnd() const { return line_.empty() && text_.empty(); }
+    [[nodiscard]] bool AtEnd() const { return ended_; }
 
     [[noreturn]] void Fail(const std::string& reason) const {
         throw ManifestError(number_, reason);
@@ -76,6 +77,7 @@ private:
     std::string_view text_;
     std::string_view line_;
     std::size_t number_ = 0;
+    bool ended_ = false;
 };
 
 // Whether it is UTF-8 without control characters other than tabs.
@@ -159,7 +161,7 @@ std::vector<Run> ReadRuns(Lines& lines, std::uint64_t members) {
 template <typename Base, std::size_t count>
 Base ReadBase(Lines& lines, const std::array<std::string_view, count>& names) {
     const auto found = std::ranges::find(names, lines.Word());
-    if (found == names.end()) lines.Fail("it says neither of the words that are known");
+    if (found == names.end()) lines.Fail("it says none of the words that are known");
     return static_cast<Base>(found - names.begin());
 }
 

@@ -36,5 +36,44 @@ TEST(Sha256, HexadecimalDigitsAreReadStrictly) {
         EXPECT_EQ(patch::Sha256FromHex(wrong), std::nullopt) << wrong;
 }
 
+TEST(Sums, LinesAreThoseOfSha256sum) {
+    const TempFolder folder;
+    std::vector<patch::Sum> sums;
+    for (const std::string name : {"plain", "with blanks", "b\\slash", "two\nlines", "re\rturn",
+                                   "\xC3\xA4", "Z", "a", "*star"}) {
+        folder.Write(name, name);
+        sums.push_back({name, Sha256Of(name)});
+    }
+    patch::SortSums(sums);
+    std::string lines;
+    for (const patch::Sum& sum : sums) lines += patch::FormatSum(sum);
+    const TempFolder results;
+    ASSERT_EQ(Shell("cd " + folder.Path() + " && LC_ALL=C sha256sum -- * >" + results.Path("sums")),
+              0);
+    EXPECT_EQ(lines, results.Read("sums"));
+    EXPECT_EQ(patch::DigestOfSide({sums.rbegin(), sums.rend()}), Sha256Of(lines));
+}
+
+TEST(Sums, SpotsTellOnlyTheAlteredMembersSpot) {
+    patch::Spots all;
+    patch::Spots altered;
+    patch::Spots halves[2];
+    for (int i = 2000; i-- > 0;) {
+        const std::string name = "Data/" + std::to_string(i);
+        altered.Add(name, Sha256Of(i == 77 ? "other" : name));
+        halves[i % 2].Add(name, Sha256Of(name));
+    }
+    for (int i = 0; i < 2000; ++i) {
+        const std::string name = "Data/" + std::to_string(i);
+        all.Add(name, Sha256Of(name));
+    }
+    halves[0].Join(halves[1]);
+    EXPECT_EQ(halves[0], all) << "the order matters";
+    for (std::size_t spot = 0; spot < patch::Spots::kCount; ++spot) {
+        EXPECT_NE(all[spot], 0U);
+        EXPECT_EQ(altered[spot] != all[spot], spot == patch::Spots::SpotOf("data\\77")) << spot;
+    }
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
