@@ -14,9 +14,9 @@ namespace {
     if (!file.Open(path.c_str(), platform::Access::Read, platform::Creation::OpenExisting,
                    platform::Share::DenyNone)) {
         if (!platform::Exists(path.c_str())) {
-            throw Error(ErrorCode::NotFound, path + ": there is no such file");
+            throw Error(ErrorCode::NotFound, "there is no such file");
         }
-        throw Error(ErrorCode::CannotOpen, path + ": the file cannot be opened for reading");
+        throw Error(ErrorCode::CannotOpen, "the file cannot be opened for reading");
     }
     return file;
 }

@@ -79,6 +79,10 @@ std::string Counted(std::uint64_t count, std::string_view what) {
     return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
 }
 
+std::string RightAligned(const std::string& text, std::size_t columns) {
+    return text.size() < columns ? std::string(columns - text.size(), ' ') + text : text;
+}
+
 std::string Percent(std::uint64_t part, std::uint64_t whole) {
     const double share =
         whole == 0 ? 0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);

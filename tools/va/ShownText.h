@@ -17,6 +17,9 @@ namespace va::tool {
 // "1 member", "12 members"; the plural is the word with an 's'.
 [[nodiscard]] std::string Counted(std::uint64_t count, std::string_view what);
 
+// `text` with blanks before it, so that it ends in this column; longer text stays as it is.
+[[nodiscard]] std::string RightAligned(const std::string& text, std::size_t columns);
+
 // "68 %" of a whole; "0 %" of nothing.
 [[nodiscard]] std::string Percent(std::uint64_t part, std::uint64_t whole);
 

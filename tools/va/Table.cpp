@@ -5,6 +5,7 @@
 
 #include "tools/va/HelpCommands.h"
 #include "tools/va/Options.h"
+#include "tools/va/patch/PatchCommands.h"
 #include "tools/va/read/ReadCommands.h"
 #include "tools/va/tag/TagCommands.h"
 
@@ -35,8 +36,10 @@ std::size_t MatchingWords(std::span<const std::string> typed, std::string_view w
 std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
                                         CatCommand(),  ExtractCommand(), CompareCommand()};
+    static const std::array kPatches = {ReportCommand()};
     static const std::array kGroups = {
         Group{"look into archives and folders", kReading},
+        Group{"patches", kPatches},
         Group{"asset descriptions", TagCommands()},
         Group{"about va", HelpCommands()},
     };

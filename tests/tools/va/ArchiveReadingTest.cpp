@@ -48,7 +48,7 @@ TEST_F(VaReadsArchives, ListShowsMembersInEveryForm) {
         {"list --json Town.va config.txt", 0,
          "{\"type\":\"end\",\"members\":1,\"bytes\":10,\"exit\":0}\n"},
         {"list Town.va 'nothing*'", 9, "nothing in 'Town.va' matches 'nothing*'"},
-        {"list Nowhere.va", 9, "Nowhere.va"},
+        {"list Nowhere.va", 9, "va: Nowhere.va: there is no such file\n"},
         {"list --files-from=- Town.va < /dev/null", 0, ""},
     });
     EXPECT_THAT(Va("list -l Town.va config.txt").out,

@@ -91,10 +91,15 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
     folder_.Write("a/two.txt", std::string(5000, '2'));
     folder_.Write("b/two.txt", "other");
     Pack("Odd.va", "plain.txt", "content");
+    Pack("New.va", "fresh.txt", "fresh");
     Pack("Bad.va", "hurt.txt", "content that is hurt");
     std::string bytes = folder_.Read("Bad.va");
     bytes.at(bytes.find("content") + 3) ^= 0x20;
     folder_.Write("Bad.va", bytes);
+    ASSERT_EQ(std::system(("cd " + folder_.Path() +
+                           " && " VACONVERTER " patchdiff Odd.va New.va . >/dev/null")
+                              .c_str()),
+              0);
     for (const char* words : {
              "list --json Odd.va",
              "list --json Nowhere.va",
@@ -102,6 +107,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "compare --json a b",
+             "report --json Odd-diff.va",
          }) {
         SCOPED_TRACE(words);
         CheckAnswer(Va(words).out);

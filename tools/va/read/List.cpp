@@ -49,10 +49,6 @@ void Sort(std::vector<Member>& members, const std::string& by) {
     if (by == "ratio") std::ranges::stable_sort(members, {}, Ratio);
 }
 
-std::string RightAligned(const std::string& text, std::size_t columns) {
-    return text.size() < columns ? std::string(columns - text.size(), ' ') + text : text;
-}
-
 std::string LongLine(const Member& member) {
     std::array<char, 16> sum{"-       "};
     if (member.Crc()) std::snprintf(sum.data(), sum.size(), "%08x", *member.Crc());

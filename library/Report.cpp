@@ -1,0 +1,38 @@
+#include "vaconverter/report.h"
+
+#include "archive/Reader.h"
+#include "library/Translate.h"
+#include "patch/Report.h"
+
+namespace va {
+namespace {
+
+PatchReport::Reason ReasonOf(patch::Reason reason) {
+    switch (reason) {
+        case patch::Reason::Rewritten:
+            return PatchReport::Reason::Rewritten;
+        case patch::Reason::Moved:
+            return PatchReport::Reason::Moved;
+        case patch::Reason::ChangedInPart:
+            return PatchReport::Reason::ChangedInPart;
+        default:
+            return PatchReport::Reason::NewContent;
+    }
+}
+
+}  // namespace
+
+PatchReport ReportPatch(const std::filesystem::path& path) {
+    return Translated(path, [&] {
+        const patch::Report found = patch::ReportOn(archive::Reader(SystemPath(path)));
+        PatchReport report{.patchBytes = found.fileBytes, .overhead = found.overhead, .items = {}};
+        report.items.reserve(found.items.size());
+        for (const patch::ReportItem& item : found.items) {
+            report.items.push_back(
+                {PublicName(item.name), ReasonOf(item.reason), item.patchBytes, item.contentBytes});
+        }
+        return report;
+    });
+}
+
+}  // namespace va

@@ -1,0 +1,10 @@
+// The commands that make, apply and examine patches.
+#pragma once
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+[[nodiscard]] Command ReportCommand();
+
+}  // namespace va::tool

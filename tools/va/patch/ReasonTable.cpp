@@ -1,0 +1,46 @@
+#include "tools/va/patch/ReasonTable.h"
+
+#include <algorithm>
+#include <array>
+
+namespace va::tool {
+namespace {
+
+struct ReasonName {
+    std::string_view code;
+    std::string_view text;
+};
+
+// In the order of PatchReport::Reason; the last one is the overhead.
+constexpr std::array<ReasonName, 5> kNames = {{
+    {"new", "new content"},
+    {"rewritten", "changed almost wholly (re-encoded?)"},
+    {"moved", "moved or copied from another member"},
+    {"changed", "changed in part"},
+    {"overhead", "lists of names and digests, headers, index"},
+}};
+
+}  // namespace
+
+std::string_view CodeOf(PatchReport::Reason reason) {
+    return kNames.at(static_cast<std::size_t>(reason)).code;
+}
+
+std::vector<ReasonRow> RowsOf(const PatchReport& report) {
+    std::vector<ReasonRow> rows;
+    for (const ReasonName& name : kNames) {
+        rows.push_back({.code = name.code, .text = name.text, .items = {}});
+    }
+    for (const PatchReport::Item& item : report.items) {
+        ReasonRow& row = rows.at(static_cast<std::size_t>(item.reason));
+        row.bytes += item.patchBytes;
+        ++row.members;
+        row.items.push_back(&item);
+    }
+    rows.back().bytes = report.overhead;
+    std::erase_if(rows, [](const ReasonRow& row) { return row.bytes == 0 && row.members == 0; });
+    std::ranges::stable_sort(rows, std::greater{}, &ReasonRow::bytes);
+    return rows;
+}
+
+}  // namespace va::tool

@@ -1,0 +1,26 @@
+// The bytes of a patch by reason, as the table and the page of `va report` show them.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "vaconverter/report.h"
+
+namespace va::tool {
+
+struct ReasonRow {
+    std::string_view code;  // in JSON, and as a class in the page
+    std::string_view text;
+    std::uint64_t bytes = 0;
+    std::uint64_t members = 0;
+    std::vector<const PatchReport::Item*> items;  // the largest first
+};
+
+// The reasons that take any bytes, the largest first.
+[[nodiscard]] std::vector<ReasonRow> RowsOf(const PatchReport& report);
+
+// The code of an item's reason.
+[[nodiscard]] std::string_view CodeOf(PatchReport::Reason reason);
+
+}  // namespace va::tool

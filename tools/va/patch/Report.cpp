@@ -1,0 +1,100 @@
+#include <array>
+#include <filesystem>
+
+#include "tools/va/Run.h"
+#include "tools/va/ShownText.h"
+#include "tools/va/patch/PatchCommands.h"
+#include "tools/va/patch/ReasonTable.h"
+#include "tools/va/patch/ReportPage.h"
+#include "tools/va/tag/OutputFile.h"
+
+namespace va::tool {
+namespace {
+
+constexpr Operand kOperands[] = {
+    {.name = "PATCH", .meaning = "a patch archive", .completes = Completes::Patches},
+};
+constexpr std::array kOptions = {&kOutput, &kForce, &kDryRun, &kJson};
+constexpr std::array<std::string_view, 2> kExamples = {
+    "va report Town-1.0-1.1.patch.va", "va report Town-1.0-1.1.patch.va -o why.html"};
+
+void WriteTable(Answer& answer, const PatchReport& report) {
+    constexpr std::size_t kReasonColumns = 44;
+    answer.Write("patch bytes  share  reason                                       members\n");
+    for (const ReasonRow& row : RowsOf(report)) {
+        std::string line = RightAligned(std::to_string(row.bytes), 11) +
+                           RightAligned(Percent(row.bytes, report.patchBytes), 7) + "  " +
+                           std::string(row.text);
+        if (!row.items.empty()) {
+            line.resize(20 + kReasonColumns, ' ');
+            line += RightAligned(std::to_string(row.members), 8);
+        }
+        answer.Write(line + "\n");
+    }
+}
+
+void WriteJson(Answer& answer, const PatchReport& report) {
+    for (const ReasonRow& row : RowsOf(report)) {
+        answer.Write(JsonObject("reason")
+                         .Set("reason", row.code)
+                         .Set("bytes", row.bytes)
+                         .Set("members", row.members));
+    }
+    for (const PatchReport::Item& item : report.items) {
+        answer.Write(JsonObject("member")
+                         .Set("name", item.name)
+                         .Set("reason", CodeOf(item.reason))
+                         .Set("bytes", item.patchBytes)
+                         .Set("content", item.contentBytes));
+    }
+}
+
+void WritePage(Run& run, const PatchReport& report, const std::string& path) {
+    const std::string page =
+        ReportPage(report, std::filesystem::path(run.Operand(0)).filename().string());
+    if (path == "-") return run.answer.Write(page);
+    OutputFile::Check(path, run.Has(kForce));
+    if (run.Has(kDryRun)) return;
+    OutputFile file(path, run.Has(kForce));
+    (void)file.Write(page.data(), static_cast<std::uint32_t>(page.size()));
+    file.Place();
+    run.talk.Summary(Shown(path) + ": " + ShownBytes(page.size()) + ", open it in a browser");
+}
+
+ExitCode RunReport(Run& run) {
+    const auto output = run.Value(kOutput);
+    if (output && output == "-" && run.answer.IsJson()) {
+        throw Failure{ExitCode::Usage, "--json and -o - both want standard output; leave one out"};
+    }
+    const PatchReport report = ReportPatch(run.Operand(0));
+    if (output) WritePage(run, report, *output);
+    if (run.answer.IsJson()) {
+        WriteJson(run.answer, report);
+    } else if (!output) {
+        WriteTable(run.answer, report);
+    }
+    run.answer.Last().Set("bytes", report.patchBytes);
+    return ExitCode::Done;
+}
+
+}  // namespace
+
+Command ReportCommand() {
+    return {.words = "report",
+            .summary = "show why a patch is as big as it is",
+            .operands = kOperands,
+            .options = kOptions,
+            .details =
+                "Shows how many bytes of PATCH go to new content, to members that changed almost "
+                "wholly (their diff is larger than half the content, as when pictures or sounds "
+                "are encoded anew), to members that were moved or copied, to members that changed "
+                "in part, and to lists and headers.\n"
+                "\n"
+                "With -o FILE.html it writes one page instead: a map whose areas are bytes of the "
+                "patch, with the largest members below. The page needs nothing else and runs no "
+                "scripts.\n",
+            .examples = kExamples,
+            .run = RunReport};
+}
+
+}  // namespace va::tool
