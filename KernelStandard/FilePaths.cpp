@@ -16,7 +16,7 @@ template <typename Value>
     if (!backends) return 0;
     for (const auto& backend : *backends) {
         if (!backend->IsKind(kKindArchive)) continue;
-        const auto& header = static_cast<const FileSubArchive&>(*backend).Header();
+        const auto header = static_cast<const FileSubArchive&>(*backend).Header();
         if (const std::uint32_t found = value(header); found != 0) return found;
     }
     return 0;

@@ -86,6 +86,11 @@ public:
     // The mount is over: puts what was written in order. Files that are open may still be read and
     // closed.
     virtual void EndMount() {}
+    // Appends the backends whose BeginChanges must come before Delete of `name`.
+    virtual void CollectToDelete(const char* /*name*/, FileSubs& /*list*/) {}
+    // Waits until no other process changes the storage, and keeps others from it. False if that
+    // takes too long. Called without the list's lock, since it may wait for half a minute.
+    [[nodiscard]] virtual bool BeginChanges() { return true; }
 
     // Files open through this backend.
     [[nodiscard]] int OpenCount() const { return openCount_.load(); }

@@ -109,6 +109,16 @@ void FileSubArchive::ReadAnew() {
     }
 }
 
+bool FileSubArchive::IsAvailable() const {
+    const ScopedLock hold(lock_);
+    return handle_.IsOpen();
+}
+
+archive::ArchiveHeader FileSubArchive::Header() const {
+    const ScopedLock hold(lock_);
+    return contents_.header;
+}
+
 bool FileSubArchive::LacksIndex() {
     const ScopedLock hold(lock_);
     while (contents_.index == archive::IndexState::Missing ||

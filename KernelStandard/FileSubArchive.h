@@ -23,7 +23,8 @@
 //   is killed while it adds leaves an archive without an index, in which every member that was
 //   complete is found by walking.
 // - One process at a time changes an archive: from the creation of the file, or the first member
-//   that is added or deleted, to Complete, it holds the file's change lock. Another one waits for
+//   that is added or deleted, to Complete, it holds the file's change lock. A member that is
+//   finished after its mount has ended takes it for itself alone. Another one waits for
 //   it for 30 seconds; then its changes fail, the next ones at once. The next holder reads
 //   the archive anew if it has changed since it was read; searches under way end then. Two mounts
 //   of one archive in one process count as two.
@@ -71,8 +72,8 @@ public:
     static void SetProgressHook(ProgressHook hook);  // null for none
 
     [[nodiscard]] bool IsReadOnly() const override { return readOnly_; }
-    [[nodiscard]] bool IsAvailable() const override { return handle_.IsOpen(); }
-    [[nodiscard]] std::uint32_t GetStorageKind() const override { return contents_.header.version; }
+    [[nodiscard]] bool IsAvailable() const override;
+    [[nodiscard]] std::uint32_t GetStorageKind() const override { return Header().version; }
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindArchive; }
     [[nodiscard]] bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags) override;
     [[nodiscard]] bool OpenRead(OpenFile& file, const char* name, OpenFlags flags) override;
@@ -85,10 +86,16 @@ public:
     void Lock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Enter(); }
     void Unlock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Leave(); }
     [[nodiscard]] bool IsRoot(const char* text) const override { return path_.View() == text; }
-    void EndMount() override { (void)Complete(); }
+    void EndMount() override;
+    // This archive, if it has a member `name` and may be changed.
+    void CollectToDelete(const char* name, FileSubs& list) override;
+    // Reads the archive anew if another process changed it. This mount then is the one that changes
+    // it, until Complete. False when the other one still works after 30 seconds. Adding calls it
+    // itself.
+    [[nodiscard]] bool BeginChanges() override;
 
     // As last read or written; the defaults for an archive that is not open.
-    [[nodiscard]] const archive::ArchiveHeader& Header() const { return contents_.header; }
+    [[nodiscard]] archive::ArchiveHeader Header() const;
 
     // Whether a file that is there could not be opened or read when it was mounted for reading, so
     // that nobody knows what it holds. What is no archive, or only its beginning, was read.
@@ -97,11 +104,6 @@ public:
     // Whether the header promises an index that is not there, or cut short: members may be missing.
     // False while another process changes the archive, since then all that are whole are found.
     [[nodiscard]] bool LacksIndex();
-
-    // Makes this the one that changes the archive, until Complete: waits for another one, then
-    // reads the archive anew if that changed it. False when the other one still works after 30
-    // seconds. Adding and deleting call it themselves.
-    [[nodiscard]] bool BeginChanges();
 
     // Writes index and header if they must be written, and lets others change the archive. False
     // when they could not be: the header then is as it was, and readers walk the chunks. The
@@ -183,13 +185,14 @@ private:
     [[nodiscard]] bool AppendFrom(const platform::FileHandle& content, const OpenFile& file,
                                   std::uint32_t size) VORN_REQUIRES(lock_);
 
-    CriticalSection lock_{"FileSubArchive"};
+    mutable CriticalSection lock_{"FileSubArchive"};
     PathBuffer path_;
     const bool readOnly_;
     platform::FileHandle handle_;
     archive::Contents contents_;
     ArchiveFolders folders_ VORN_GUARDED_BY(lock_);
     bool changing_ VORN_GUARDED_BY(lock_) = false;  // holds the change lock
+    bool mountEnded_ VORN_GUARDED_BY(lock_) = false;
     // While this mount changes an archive that may be changed.
     std::optional<archive::Appender> appender_ VORN_GUARDED_BY(lock_);
     bool batches_ VORN_GUARDED_BY(lock_) = false;

@@ -65,6 +65,7 @@ bool FileSubArchive::BeginAppending() {
 }
 
 bool FileSubArchive::CanAdd(const char* name) const {
+    const ScopedLock hold(lock_);
     return IsAvailable() && contents_.headerInPlace &&
            contents_.header.version == archive::kArchiveVersion102 &&
            std::string_view(name).size() < kMaxPath;
@@ -112,7 +113,8 @@ bool FileSubArchive::CloseFile(OpenFile& file) {
     if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
         spareTemporary_ = std::move(content);
     }
-    return added;
+    // No end of the mount is to come that would let others change the archive.
+    return (!mountEnded_ || Complete()) && added;
 }
 
 bool FileSubArchive::AppendFrom(const platform::FileHandle& content, const OpenFile& file,
@@ -196,15 +198,15 @@ std::vector<std::string> FileSubArchive::TakeLost() {
     return appender_ ? appender_->TakeLost() : std::vector<std::string>();
 }
 
-bool FileSubArchive::Delete(const char* name) {
-    if (readOnly_ || !contents_.headerInPlace) return false;
-    {
-        const ScopedLock hold(lock_);
-        if (!LookUp(name)) return false;  // nothing to wait for
-    }
-    WaitForOtherChanges();
+void FileSubArchive::CollectToDelete(const char* name, FileSubs& list) {
     const ScopedLock hold(lock_);
-    if (!EnterChanges() || !appender_) return false;
+    if (!readOnly_ && contents_.headerInPlace && LookUp(name)) list.push_back(shared_from_this());
+}
+
+// The list has called BeginChanges if there is such a member.
+bool FileSubArchive::Delete(const char* name) {
+    const ScopedLock hold(lock_);
+    if (!LookUp(name) || !EnterChanges() || !appender_) return false;
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     try {
@@ -213,6 +215,12 @@ bool FileSubArchive::Delete(const char* name) {
         return false;
     }
     return true;
+}
+
+void FileSubArchive::EndMount() {
+    const ScopedLock hold(lock_);
+    mountEnded_ = true;
+    (void)Complete();
 }
 
 bool FileSubArchive::Complete() {

@@ -82,6 +82,13 @@ bool FileSubPath::Delete(const char* name) {
     return Join(name, path) && File::Delete(path.c_str());
 }
 
+void FileSubPath::CollectToDelete(const char* name, FileSubs& list) {
+    PathBuffer path;
+    if (!Join(name, path)) return;
+    const MountPath inner = SplitMountPath(path.c_str());
+    FileSubstList::Instance().CollectToDelete(inner.mount, inner.rest, list);
+}
+
 bool FileSubPath::Rename(const char* oldName, const char* newName) {
     PathBuffer from;
     PathBuffer to;

@@ -34,6 +34,7 @@ public:
     [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
     void SetReadOnly(const char* name, bool readOnly) override;
     void CollectInto(FileSubs& list) override { list.push_back(shared_from_this()); }
+    void CollectToDelete(const char* name, FileSubs& list) override;
     [[nodiscard]] bool IsRoot(const char* text) const override { return root_.View() == text; }
 
     [[nodiscard]] const char* Root() const { return root_.c_str(); }

@@ -57,37 +57,34 @@ FileSubstList::~FileSubstList() {
 }
 
 void FileSubstList::Subst(const InternedString& name, const char* path, bool writable) {
-    const ScopedLock hold(lock_);
     if (!path) {
-        CloseSubst(name);
-    } else {
-        Mount(name, path, writable);
+        if (Close(name)) return;
+        throw FileEx::Formatted("KernelStandard/FileSubstList", 72,
+                                "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
     }
-}
-
-void FileSubstList::Mount(const InternedString& name, const char* path, bool writable) {
+    // Outside the lock: the index of a large archive takes a while to read.
     std::shared_ptr<FileSub> backend;
     if (IsSeparator(LastChar(path))) {
         backend = std::make_shared<FileSubPath>(path, writable);
     } else {
         backend = std::make_shared<FileSubArchive>(path, writable);
     }
+    const ScopedLock hold(lock_);
     Entry& entry = entries_[name.Entry()];
     entry.name = name;
     entry.backends.push_back({.sub = std::move(backend)});
 }
 
-void FileSubstList::CloseSubst(const InternedString& name) {
-    if (!Find(name)) {
-        throw FileEx::Formatted("KernelStandard/FileSubstList", 72,
-                                "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
-    }
+bool FileSubstList::Close(const InternedString& name) {
+    const ScopedLock hold(lock_);
+    if (!Find(name)) return false;
     for (auto& [identity, entry] : entries_) {
         for (const Backend& backend : entry.backends) backend.sub->OnSubstClosed(name);
     }
     auto closing = entries_.extract(name.Entry());
     Backends& backends = closing.mapped().backends;
     for (; !backends.empty(); backends.pop_back()) backends.back().sub->EndMount();
+    return true;
 }
 
 FileSubstList::Backends* FileSubstList::Find(const InternedString& name) {
@@ -142,7 +139,19 @@ FileSubstList::Answer FileSubstList::Exists(const InternedString& mount, const c
     });
 }
 
+void FileSubstList::CollectToDelete(const InternedString& mount, const char* name, FileSubs& list) {
+    (void)AskInTurn(mount, May::Modify, [&](FileSub& backend) {
+        backend.CollectToDelete(name, list);
+        return false;
+    });
+}
+
 FileSubstList::Answer FileSubstList::Delete(const InternedString& mount, const char* name) {
+    FileSubs changing;
+    CollectToDelete(mount, name, changing);
+    // One that cannot be waited for refuses the deletion below.
+    for (const auto& backend : changing) (void)backend->BeginChanges();
+
     bool deleted = false;
     const Answer asked = AskInTurn(mount, May::Modify, [&](FileSub& backend) {
         deleted = backend.Delete(name) || deleted;

@@ -51,6 +51,9 @@ public:
     // FileEx when that fails. A null path closes the name; throws FileEx when it is not mounted.
     void Subst(const InternedString& name, const char* path, bool writable);
 
+    // Closes the name; false if it is not mounted.
+    bool Close(const InternedString& name);
+
     // False also for a null handle or an empty name.
     [[nodiscard]] bool IsMounted(const InternedString& name);
     // Whether a path begins with the name of a mount.
@@ -68,7 +71,8 @@ public:
     [[nodiscard]] Answer OpenRead(const InternedString& mount, OpenFile& file, const char* name,
                                   OpenFlags flags);
     [[nodiscard]] Answer Exists(const InternedString& mount, const char* name);
-    // Every backend that may is asked; true if any deleted.
+    // Every backend that may is asked; true if any deleted. Waits first, and without the lock, for
+    // other processes that change an archive with that member.
     [[nodiscard]] Answer Delete(const InternedString& mount, const char* name);
     [[nodiscard]] Answer Rename(const InternedString& mount, const char* oldName,
                                 const char* newName);
@@ -81,6 +85,8 @@ public:
     [[nodiscard]] Answer GetRealPath(const InternedString& mount, PathSpan name);
     // The available backends, the most recent mount first.
     [[nodiscard]] std::optional<FileSubs> Collect(const InternedString& mount);
+    // Appends the archives that Delete waits for.
+    void CollectToDelete(const InternedString& mount, const char* name, FileSubs& list);
     // Files open through the mounts of a name; 0 when it is not mounted.
     [[nodiscard]] int OpenFileCount(const InternedString& mount);
 
@@ -96,8 +102,6 @@ private:
     FileSubstList();
     ~FileSubstList();
 
-    void Mount(const InternedString& name, const char* path, bool writable) VORN_REQUIRES(lock_);
-    void CloseSubst(const InternedString& name) VORN_REQUIRES(lock_);
     // Null when the name is not mounted.
     [[nodiscard]] Backends* Find(const InternedString& name) VORN_REQUIRES(lock_);
     // Asks the backends that allow `what` until one says yes.

@@ -13,9 +13,7 @@ public:
         Subst(name_, path, writable);
     }
     // Completes an archive that was changed. Does nothing if the name was closed meanwhile.
-    ~ScopedMount() {
-        if (FileSubstList::Instance().IsMounted(name_)) Subst(name_, nullptr);
-    }
+    ~ScopedMount() { FileSubstList::Instance().Close(name_); }
     ScopedMount(const ScopedMount&) = delete;
     ScopedMount& operator=(const ScopedMount&) = delete;
 

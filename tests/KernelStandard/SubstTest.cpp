@@ -160,6 +160,19 @@ TEST_F(SubstStack, MountsInACircleEnd) {
     EXPECT_FALSE(File::DeleteDirectory("bb:dir"));
     EXPECT_TRUE(TimeOf("bb:both") && !TimeOf("bb:newer"));
 
+    // Three in a circle, with folders on the way.
+    Mount("c1", "b/", true);
+    for (const auto& [name, path] : Table<const char*, const char*>{
+             {"c2", "c1:/"}, {"c3", "c2:/"}, {"c1", "c3:/"}, {"c2", "c3:x/"}}) {
+        Mount(name, path, true);
+    }
+    folder.Write("b/x/in-x", "x");
+    for (const std::string name : {"c1:", "c2:", "c3:"}) {
+        ExpectContents(
+            {{name + "both", "from b"}, {name + "x/in-x", "x"}, {name + "none", std::nullopt}});
+        EXPECT_THAT(NamesOf(name + "bo*"), ElementsAre("both"));
+    }
+
     // A circle that no folder ends has nothing.
     Mount("cc", "dd:/", true);
     Mount("dd", "cc:/", true);
