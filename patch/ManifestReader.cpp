@@ -219,20 +219,22 @@ void ReadHead(Lines& lines, Manifest& manifest) {
     manifest.old = ReadSide(lines, "old");
     manifest.fresh = ReadSide(lines, "new");
     if (lines.Take("archive")) {
-        Manifest::File& file = manifest.archive.emplace();
+        Manifest::File file;
         file.bytes = lines.TakeNumber();
         lines.Expect("bytes");
         lines.Expect("sha256");
         file.sha256 = lines.TakeDigest();
         lines.Advance();
+        manifest.archive = file;
     }
     if (lines.Take("versions")) {
-        Manifest::Versions& versions = manifest.versions.emplace();
+        Manifest::Versions versions;
         lines.Expect("build");
         versions.build = lines.TakeNumber<std::uint32_t>();
         lines.Expect("product");
         versions.product = lines.TakeNumber<std::uint32_t>();
         lines.Advance();
+        manifest.versions = versions;
     }
 }
 
