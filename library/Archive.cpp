@@ -174,12 +174,15 @@ CheckResult Archive::Check(unsigned threads, std::size_t most,
         }
         return result;
     }
-    WorkProgress work(progress, "testing", impl_->info.fileSize);
-    const archive::Judgement judgement = Translated(impl_->path, [&] {
-        return archive::Check(*impl_->reader, {.workers = threads, .findings = most});
-    });
-    work.Add(impl_->info.fileSize);
-    work.Report(true);
+    archive::CheckOptions options{.workers = threads, .findings = most};
+    if (progress) {
+        options.progress = [&progress](std::uint64_t done, std::uint64_t total) {
+            return progress({"testing", done, total});
+        };
+    }
+    const archive::Judgement judgement =
+        Translated(impl_->path, [&] { return archive::Check(*impl_->reader, options); });
+    if (judgement.cancelled) throw Error(ErrorCode::Refused, "cancelled");
     for (const archive::Finding& finding : judgement.findings) {
         result.findings.push_back({finding.text, PublicName(finding.member), finding.offset});
     }

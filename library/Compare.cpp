@@ -8,8 +8,7 @@
 
 #include "archive/Crc32.h"
 #include "archive/Names.h"
-#include "library/ArchiveAccess.h"
-#include "library/Translate.h"
+#include "library/SideReader.h"
 #include "library/Workers.h"
 
 namespace va {
@@ -20,24 +19,6 @@ struct Pair {
     const Member* a = nullptr;
     const Member* b = nullptr;
     bool differs = false;
-};
-
-// Reads contents of one side, its errors translated.
-class SideReader {
-public:
-    explicit SideReader(const Archive& archive)
-        : archive_(archive), reader_(ArchiveAccess::TreeOf(archive).NewReader()) {}
-
-    void Begin(const Member& member) {
-        Translated(archive_.Path(), [&] { reader_->Begin(member.Index()); });
-    }
-    [[nodiscard]] std::span<const std::byte> Next() {
-        return Translated(archive_.Path(), [&] { return reader_->Next(); });
-    }
-
-private:
-    const Archive& archive_;
-    std::unique_ptr<archive::TreeReader> reader_;
 };
 
 // Whether both contents are equal; pieces of the two sides may be cut differently. Both are read to
@@ -114,16 +95,15 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) {
         workers.push_back({SideReader(a), SideReader(b)});
     }
-    constexpr std::size_t kRun = 64;
-    RunPieces(
-        (toRead.size() + kRun - 1) / kRun, threads, work, [&](unsigned worker, std::size_t piece) {
-            for (std::size_t i = piece * kRun; i < std::min(toRead.size(), (piece + 1) * kRun);
-                 ++i) {
-                Pair& pair = pairs[toRead[i]];
-                pair.differs =
-                    !SameContent(workers[worker].a, *pair.a, workers[worker].b, *pair.b, work);
-            }
-        });
+    const auto runs =
+        CutRuns(toRead.size(), [&](std::size_t i) { return pairs[toRead[i]].a->Size(); });
+    RunPieces(runs.size(), threads, work, [&](unsigned worker, std::size_t run) {
+        Sides& sides = workers[worker];
+        for (std::size_t i = runs[run].begin; i < runs[run].end; ++i) {
+            Pair& pair = pairs[toRead[i]];
+            pair.differs = !SameContent(sides.a, *pair.a, sides.b, *pair.b, work);
+        }
+    });
 
     Comparison result;
     std::multimap<std::pair<std::uint64_t, std::uint32_t>, const Member*> removed;

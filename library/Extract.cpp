@@ -16,9 +16,7 @@
 namespace va {
 namespace {
 
-constexpr std::size_t kListedAtMost = 10;      // names in one refusal
-constexpr std::size_t kRunMembers = 64;        // members that a worker takes at a time
-constexpr std::uint64_t kRunBytes = 4U << 20;  // or their content
+constexpr std::size_t kListedAtMost = 10;  // names in one refusal
 
 struct Planned {
     const Member* member;
@@ -163,13 +161,6 @@ public:
           root_(root),
           options_(options),
           progress_(progress) {
-        for (std::size_t at = 0; at < plan_.size();) {
-            runs_.push_back(at);
-            std::uint64_t bytes = 0;
-            for (const std::size_t first = at;
-                 at < plan_.size() && at - first < kRunMembers && bytes < kRunBytes; ++at)
-                bytes += plan_[at].member->Size();
-        }
         failures_.resize(plan_.size());
     }
 
@@ -178,11 +169,12 @@ public:
         for (unsigned i = 0; i < std::max(options_.threads, 1U); ++i)
             workers.push_back(
                 Worker{ArchiveAccess::TreeOf(archive_).NewReader(), FolderChain(root_, true)});
-        RunPieces(
-            runs_.size(), options_.threads, progress_, [&](unsigned worker, std::size_t piece) {
-                const std::size_t end = piece + 1 < runs_.size() ? runs_[piece + 1] : plan_.size();
-                for (std::size_t i = runs_[piece]; i < end; ++i) ExtractOne(workers[worker], i);
-            });
+        const auto runs =
+            CutRuns(plan_.size(), [&](std::size_t i) { return plan_[i].member->Size(); });
+        RunPieces(runs.size(), options_.threads, progress_, [&](unsigned worker, std::size_t run) {
+            for (std::size_t i = runs[run].begin; i < runs[run].end; ++i)
+                ExtractOne(workers[worker], i);
+        });
         ExtractResult result;
         for (std::size_t i = 0; i < plan_.size(); ++i) {
             if (failures_[i]) {
@@ -240,7 +232,6 @@ private:
     const platform::FolderHandle& root_;
     const ExtractOptions& options_;
     WorkProgress& progress_;
-    std::vector<std::size_t> runs_;  // where each begins in the plan
     std::vector<std::optional<Error>>
         failures_;  // one for each member; each is written by one worker
 };

@@ -7,12 +7,36 @@
 #include <functional>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "vaconverter/progress.h"
 
 namespace va {
 
 class WorkProgress;
+
+// Consecutive items that are one piece of work: begin to end - 1.
+struct ItemRun {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+// Cuts items into runs: small ones are worth no thread alone, and large ones are a run each.
+template <typename SizeOf>
+[[nodiscard]] std::vector<ItemRun> CutRuns(std::size_t items, SizeOf sizeOf) {
+    constexpr std::size_t kMostItems = 64;
+    constexpr std::uint64_t kEnoughBytes = 1 << 20;
+    std::vector<ItemRun> runs;
+    for (std::size_t at = 0; at < items;) {
+        ItemRun run{at, at};
+        for (std::uint64_t bytes = 0;
+             at < items && at - run.begin < kMostItems && bytes < kEnoughBytes; ++at)
+            bytes += sizeOf(at);
+        run.end = at;
+        runs.push_back(run);
+    }
+    return runs;
+}
 
 // Calls `work(worker, piece)` once for every piece from 0 to `pieces` - 1, in this order, on up to
 // `threads` threads; worker numbers are below `threads`. After the first exception no further piece

@@ -10,15 +10,29 @@ namespace {
 
 constexpr std::uint64_t kSpotMask = (std::uint64_t{1} << 8 * Spots::kSpotBytes) - 1;
 
+// Returns how a byte of a name is escaped; empty for most.
+std::string EscapeOf(char c) {
+    if (c == '\\') return "\\\\";
+    if (c == '\n') return "\\n";
+    if (c == '\r') return "\\r";
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) return {};
+    return {'\\', 'x', static_cast<char>('0' + byte / 16), "0123456789abcdef"[byte % 16]};
+}
+
 }  // namespace
 
 std::string FormatSum(const Sum& sum) {
     std::string name;
     bool escaped = false;
     for (const char c : sum.name) {
-        const char* escape = c == '\\' ? "\\\\" : c == '\n' ? "\\n" : c == '\r' ? "\\r" : nullptr;
-        escaped = escaped || escape != nullptr;
-        escape != nullptr ? name += escape : name += c;
+        const std::string escape = EscapeOf(c);
+        escaped = escaped || !escape.empty();
+        if (escape.empty()) {
+            name += c;
+        } else {
+            name += escape;
+        }
     }
     return (escaped ? "\\" : "") + ToHex(sum.digest) + "  " + name + "\n";
 }

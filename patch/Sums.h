@@ -21,7 +21,8 @@ struct Sum {
 };
 
 // Returns the line that `sha256sum` prints for a file of that name, with its line feed. A name
-// with a backslash or a line end is escaped, and the line then begins with a backslash.
+// with a backslash or a line end is escaped, and the line then begins with a backslash. So is one
+// with another control byte, as \x1b: `sha256sum` would print the byte, and terminals obey it.
 [[nodiscard]] std::string FormatSum(const Sum& sum);
 
 // Sorts by the byte order of the names; members of one name by their digests.

@@ -46,6 +46,15 @@ Archive OpenSide(Run& run, const std::string& operand) {
     return side;
 }
 
+bool MayLackMembers(Run& run, const Archive& archive) {
+    const IndexState index = archive.Info().index;
+    if (index == IndexState::Whole || index == IndexState::Absent) return false;
+    run.talk.Warning(
+        Shown(archive.Path().string()) +
+        ": its index is missing or damaged, members may be missing; 'va test' shows more");
+    return true;
+}
+
 std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t first) {
     std::vector<std::string> patterns(run.Operands().begin() + static_cast<std::ptrdiff_t>(std::min(
                                                                    first, run.Operands().size())),

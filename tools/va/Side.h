@@ -13,6 +13,10 @@ namespace va::tool {
 // va::Error.
 [[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
 
+// Whether members may be missing because the archive was cut or its index is damaged; warns then.
+// The exit code is 1.
+[[nodiscard]] bool MayLackMembers(Run& run, const Archive& archive);
+
 // The members that the operands from `first` on, --files-from and --exclude select; all of them
 // without a pattern. Throws Failure (NotFound) for patterns that match nothing.
 [[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,

@@ -35,7 +35,8 @@ std::size_t MatchingWords(std::span<const std::string> typed, std::string_view w
 
 std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
-                                        CatCommand(),  ExtractCommand(), CompareCommand()};
+                                        CatCommand(),  ExtractCommand(), CompareCommand(),
+                                        SumsCommand()};
     static const std::array kPatches = {ReportCommand()};
     static const std::array kGroups = {
         Group{"look into archives and folders", kReading},

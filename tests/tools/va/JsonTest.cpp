@@ -108,6 +108,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "extract --json -C out Odd.va",
              "compare --json a b",
              "report --json Odd-diff.va",
+             "sums --json Odd.va",
          }) {
         SCOPED_TRACE(words);
         CheckAnswer(Va(words).out);

@@ -70,13 +70,7 @@ ExitCode RunExtract(Run& run) {
         .Set("failed", std::uint64_t{result.failures.size()});
     run.talk.Summary((options.dryRun ? "would write " : "") + Counted(result.files, "file") + ", " +
                      ShownBytes(result.bytes) + " to " + Shown(options.folder.string()));
-    const IndexState index = archive.Info().index;
-    const bool mayLack = index == IndexState::Missing || index == IndexState::Damaged;
-    if (mayLack) {
-        run.talk.Warning(
-            Shown(run.Operand(0)) +
-            ": its index is missing or damaged, members may be missing; 'va test' shows more");
-    }
+    const bool mayLack = MayLackMembers(run, archive);
     return result.failures.empty() && !mayLack ? ExitCode::Done : ExitCode::LookAt;
 }
 

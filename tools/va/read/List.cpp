@@ -111,12 +111,7 @@ ExitCode List(Run& run) {
         }
     }
     run.answer.Last().Set("members", std::uint64_t{members.size()}).Set("bytes", bytes);
-    const IndexState index = archive.Info().index;
-    if (index == IndexState::Whole || index == IndexState::Absent) return ExitCode::Done;
-    run.talk.Warning(
-        Shown(run.Operand(0)) +
-        ": its index is missing or damaged, members may be missing; 'va test' shows more");
-    return ExitCode::LookAt;
+    return MayLackMembers(run, archive) ? ExitCode::LookAt : ExitCode::Done;
 }
 
 }  // namespace

@@ -1,0 +1,35 @@
+// SHA-256 digests of contents, and the lines in which `sha256sum` tells them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vaconverter/archive.h"
+
+namespace va {
+
+using Digest = std::array<std::byte, 32>;
+
+// Returns the digest of each member's content, in the order of Members(). Throws Error for a member
+// that cannot be read or is damaged.
+[[nodiscard]] std::vector<Digest> Digests(const Archive& archive, unsigned threads = 1,
+                                          const ProgressFunction& progress = {});
+
+// Returns 64 lower-case hexadecimal digits.
+[[nodiscard]] std::string HexOf(const Digest& digest);
+
+// Returns the line that `sha256sum` prints for a file of that name, with its line feed: names with
+// a backslash or a line end are escaped. Other control bytes, which `sha256sum` prints as they are,
+// become \x1b: no terminal obeys them, and no extracted file has them.
+[[nodiscard]] std::string SumLine(std::string_view name, const Digest& digest);
+
+// Returns the digest of the whole content: that of the lines of all members, in the byte order of
+// their names in UTF-8. Neither order nor storage of the members count. `digests` are those that
+// Digests returned.
+[[nodiscard]] Digest ContentDigest(const Archive& archive, std::span<const Digest> digests);
+
+}  // namespace va
