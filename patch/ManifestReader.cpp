@@ -370,7 +370,8 @@ void CheckLists(const Lines& lines, const Manifest& manifest) {
 // Returns the lines that the digest at the end covers.
 std::string_view TextUnderDigest(std::string_view text) {
     const std::size_t length = kManifestEnd.size() + 2 * std::tuple_size_v<Sha256Digest> + 1;
-    const bool ended = text.size() >= length && text.ends_with('\n') &&
+    const bool ended = text.size() > length && text.ends_with('\n') &&
+                       text[text.size() - length - 1] == '\n' &&
                        text.substr(text.size() - length).starts_with(kManifestEnd);
     if (!ended) throw ManifestError(0, "it has no end: it was cut off, or is damaged");
     const std::string_view body = text.substr(0, text.size() - length);

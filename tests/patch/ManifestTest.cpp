@@ -206,6 +206,7 @@ TEST(Manifest, WhatItMustNotSayIsRefusedWithTheLine) {
         {"f.txt\n", "f.txt\nE x\n", "line 13: the members that change do not fit"},
         {"f.txt\n", "f.txt\nM 1" + digest + "x\n", "line 12: the old name is missing"},
         {"f.txt\n", "f.txt\n\n", "line 12: this is no line"},
+        {"f.txt\n", "f.txt", "it has no end"},
     };
     for (const auto& [from, to, message] : rows) {
         try {
