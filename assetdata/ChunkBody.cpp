@@ -98,4 +98,13 @@ std::optional<std::uint64_t> ChunkFileOffset(const OCSChunk& tag) {
                : std::uint64_t{kChunkFileHeaderSize} + chunk->Record();
 }
 
+std::optional<std::uint64_t> ChunkFileEnd(const OCSChunk& tag) {
+    const auto* chunk = dynamic_cast<const ChunkTag*>(&tag);
+    if (!chunk) return std::nullopt;
+    const ChunkBody& body = chunk->Body();
+    return std::uint64_t{kChunkFileHeaderSize} + (chunk->Record() == ChunkBody::kRoot
+                                                      ? body.Bytes().size()
+                                                      : body.RecordAt(chunk->Record()).next);
+}
+
 }  // namespace Vorn

@@ -82,5 +82,7 @@ private:
 
 // Returns where a tag's record begins in its chunk file; nullopt for tags from elsewhere.
 [[nodiscard]] std::optional<std::uint64_t> ChunkFileOffset(const OCSChunk& tag);
+// Returns where it ends; for the root, where the last record ends.
+[[nodiscard]] std::optional<std::uint64_t> ChunkFileEnd(const OCSChunk& tag);
 
 }  // namespace Vorn

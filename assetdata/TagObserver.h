@@ -71,10 +71,12 @@ enum class TagWeight : std::uint8_t {
     Warning,  // programs read something other than what is written
     Damage,   // programs cannot read the file
     Loss,     // the other form cannot represent it
+    Note,     // legal, and likely not what was meant
 };
 
 struct TagFaultText {
     TagWeight weight;
+    const char* kind;  // a word for programs and options, which never changes: "number-range"
     const char* text;  // one line for a person, without a full stop
 };
 [[nodiscard]] const TagFaultText& DescribeTagFault(TagFault fault);
@@ -97,6 +99,14 @@ struct TagFinding {
     const OCSChunk* tag = nullptr;  // for findings in a tree; the root for one about all of it
 };
 
+// Where a tag stands in a text, in bytes from where reading began.
+struct TagExtent {
+    std::uint64_t name = 0;
+    std::uint64_t nameEnd = 0;
+    std::uint64_t value = 0;  // with its quotes or braces; of a tag without value, nameEnd
+    std::uint64_t end = 0;  // after the value, which without quotes reaches to the line end or '}'
+};
+
 class TagObserver {
 public:
     virtual ~TagObserver() = default;
@@ -104,6 +114,8 @@ public:
     // Called for each tag that was read, with the place of its name. The tag lives as long as the
     // tree.
     virtual void OnTag(const OCSChunk& /*tag*/, const TagPlace& /*place*/) {}
+    // Called for each tag of a text when all of it has been read, a container after its children.
+    virtual void OnTagEnd(const OCSChunk& /*tag*/, const TagExtent& /*extent*/) {}
 };
 
 // Returns at most 80 bytes of a text for a message, with unprintable bytes replaced.

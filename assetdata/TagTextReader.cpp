@@ -159,6 +159,7 @@ public:
         const TagPlace end = source_.Place();
         name_ = nullptr;
         if (open_.size() > 1) Tell(TagFault::MissingBrace, end);
+        while (open_.size() > 1) CloseContainer();
         if (source_.Finish()) Tell(TagFault::ZeroByte, end);
     }
 
@@ -177,8 +178,8 @@ private:
             Tell(TagFault::StrayBrace, place_);
             return false;
         }
-        open_.pop_back();
         source_.Advance();
+        CloseContainer();
         return true;
     }
 
@@ -212,18 +213,32 @@ private:
         }
         std::ranges::transform(text_, text_.begin(), AsciiToLower);
         name_ = &names_.Find(text_);
+        extent_ = {place_.offset, source_.Place().offset, 0, 0};
+        extent_.value = extent_.end = extent_.nameEnd;
         if (cut) Tell(TagFault::NameCut, place_);
     }
 
     void OpenContainer() {
+        extent_.value = source_.Place().offset;
         source_.Advance();
         const auto container = MakeRef<TDBContainerTag>();
         Append(OCSChunkRef(container.Get()));
         open_.push_back(container.Get());
+        if (observer_) openExtents_.push_back(extent_);
+    }
+
+    void CloseContainer() {
+        if (observer_) {
+            openExtents_.back().end = source_.Place().offset;
+            observer_->OnTagEnd(*open_.back(), openExtents_.back());
+            openExtents_.pop_back();
+        }
+        open_.pop_back();
     }
 
     // Reads up to the next quote.
     void ReadQuoted() {
+        extent_.value = source_.Place().offset;
         source_.Advance();
         text_.clear();
         for (;;) {
@@ -256,6 +271,7 @@ private:
     void ReadBare() {
         text_.clear();
         valuePlace_ = source_.Place();
+        extent_.value = valuePlace_.offset;
         source_.AdvanceTo(kEndsBare, &text_);
         // Only a value that ends with its line is a number.
         const bool endsLine = source_.Peek() != '}';
@@ -338,11 +354,19 @@ private:
     }
 
     void Add(std::uint32_t type, OCSRawData value) {
-        Append(OCSChunkRef(new TDBDataTag(type, std::move(value))));
+        AddLeaf(OCSChunkRef(new TDBDataTag(type, std::move(value))));
     }
 
     void AddSmall(std::uint32_t type, std::span<const std::byte> value) {
-        Append(OCSChunkRef(new TDBDataTag(type, value)));
+        AddLeaf(OCSChunkRef(new TDBDataTag(type, value)));
+    }
+
+    void AddLeaf(const OCSChunkRef& tag) {
+        Append(tag);
+        if (!observer_) return;
+        // Looking for a '{' may have led past the line of a tag without value.
+        if (tag->GetType() != kTagNone) extent_.end = source_.Place().offset;
+        observer_->OnTagEnd(*tag, extent_);
     }
 
     void Append(const OCSChunkRef& tag) {
@@ -362,11 +386,13 @@ private:
     Source source_;
     bool utf8_;
     TagObserver* observer_;
-    std::vector<OCSChunk*> open_;  // containers being read, outermost first
+    std::vector<OCSChunk*> open_;         // containers being read, outermost first
+    std::vector<TagExtent> openExtents_;  // theirs, without the root's; empty without observer
     NameCache names_;
     const InternedString* name_ = nullptr;  // of the current entry
     TagPlace place_;                        // of the current entry
     TagPlace valuePlace_;
+    TagExtent extent_;  // of the current entry
     std::string text_;
 };
 

@@ -27,6 +27,11 @@ public:
         Check(place);
     }
 
+    void OnTagEnd(const OCSChunk& /*tag*/, const TagExtent& extent) override {
+        Require(extent.name <= extent.nameEnd && extent.nameEnd <= extent.value);
+        Require(extent.value <= extent.end && extent.end <= size_);
+    }
+
 private:
     void Check(const TagPlace& place) const {
         Require(place.offset <= size_);

@@ -24,6 +24,7 @@ public:
     void Warning(std::string_view text) {
         Say(quiet_ < 2, "warning: ", text);
     }  // worth a look; the exit code is 1
+    void Finding(std::string_view line) { Say(quiet_ < 2, "", line); }  // with its own prefix
     void Error(std::string_view text) { Say(quiet_ < 2, "va: ", text); }
     void Detail(std::string_view text) { Say(verbose_, "", text); }  // a line for a member, with -v
 

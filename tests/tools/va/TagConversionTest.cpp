@@ -43,16 +43,14 @@ TEST_F(VaConversion, MembersOfArchivesAreReadAndArchivesStayAsTheyAre) {
         {"tag to-text 'Town.VA:Trains\\engine.cdp' engine.txt", 0, ""},
         {"tag get engine.txt a", 0, "7\n"},
         {"tag get odd.va:name.txt n", 0, "5\n"},
-        {"tag check Town.va:trains/none.txt", 9, "has no member 'trains/none.txt'"},
-        {"tag check Town.va:trains", 9, "has no member"},
-        {"tag check Village.va:a.txt", 9, "there is no archive 'Village.va'"},
-        {"tag check none.va:a.txt", 2, "'none.va' is not an archive"},
+        {"tag check Town.va:trains/none.txt", 9, "nothing in 'Town.va' matches 'trains/none.txt'"},
+        {"tag check Village.va:a.txt", 9, "Village.va: there is no such file"},
+        {"tag check none.va:a.txt", 2, "none.va: it does not begin with \"ARCH\""},
         {"tag check Town.va", 2,
-         "'Town.va' is an archive; name one of its members: Town.va:member/path"},
+         "'Town.va' is an archive, not a description; Town.va:** names those in it"},
         {"tag check none.txt", 9, "there is no file 'none.txt'"},
-        {"tag check .", 2, "cannot read '.'"},
-        {"tag to-binary Torn.va:a.txt a.chump", 2, "the member 'a.txt' in 'Torn.va' is damaged"},
-        {"tag to-binary --force Lost.va:a.txt mine.chump", 2, "'Lost.va' is damaged"},
+        {"tag to-binary Torn.va:a.txt a.chump", 2, "Torn.va: a.txt: a block of its compressed"},
+        {"tag to-binary --force Lost.va:a.txt mine.chump", 2, "Lost.va: a.txt: a block of its"},
         {"tag to-binary --force Flipped.va:a.txt mine.chump", 2, "disagrees with its check sum"},
     });
     EXPECT_EQ(folder_.Read("mine.chump"), "mine");
@@ -67,7 +65,9 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
     folder_.Write("target.txt", "theirs");
     fs::create_symlink("target.txt", folder_.Path("link.txt"));
     fs::create_directory(folder_.Path("folder.txt"));
-    ExpectAnswers({{"tag to-text in.chump out.txt", 2, "--force replaces it"}});
+    ExpectAnswers({{"tag to-text in.chump out.txt", 2, "--force replaces it"},
+                   {"tag to-text -n in.chump out.txt", 2, "--force replaces it"},
+                   {"tag to-text -nf in.chump out.txt", 0, ""}});
     EXPECT_EQ(folder_.Read("out.txt"), "mine");
     ExpectAnswers({{"tag to-text --force in.chump out.txt", 0, ""},
                    {"tag get out.txt a", 0, "7\n"},
@@ -78,6 +78,59 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
     EXPECT_EQ(folder_.Read("target.txt"), "theirs");
     EXPECT_EQ(folder_.Read("in.chump"), kSeven);
     EXPECT_EQ(Names(), "folder.txt in.chump link.txt out.txt target.txt ");
+}
+
+TEST_F(VaConversion, StandardStreamsAreInputAndOutput) {
+    folder_.Write("a.txt", "a 7\n");
+    EXPECT_EQ(Va("tag to-binary a.txt -").out, kSeven);
+    EXPECT_EQ(Va("tag to-binary - - < a.txt").out, kSeven);
+    ExpectAnswers(
+        {{"tag to-binary - a.chump < a.txt", 0, ""},
+         {"tag to-text - - < a.chump", 0, "a                                       7\r\n"},
+         {"tag to-binary a.txt - >/dev/full", 2, "standard output cannot be written"},
+         {"tag to-binary --out-dir=out - < a.txt", 7, "standard input has no name"}});
+    EXPECT_EQ(folder_.Read("a.chump"), kSeven);
+}
+
+TEST_F(VaConversion, ManyInputsGoToAFolder) {
+    folder_.Write("in/a.txt", "a 7\n");
+    folder_.Write("in/sub/b.txt", "a 7\n");
+    folder_.Write("in/sub/b.md", "no description");
+    Pack("Town.va", "trains/c.txt", "a 7\n");
+    Outcome run = Va("tag to-binary -n --out-dir=out in 'Town.va:**'");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, "out  3 descriptions would be written\n");
+    EXPECT_EQ(Names(), "Town.va in ");
+    run = Va("tag to-binary -v --out-dir=out in 'Town.va:**'");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err,
+              "in/a.txt -> out/a.chump\nin/sub/b.txt -> out/sub/b.chump\n"
+              "Town.va:trains/c.txt -> out/trains/c.chump\nout  3 descriptions written\n");
+    for (const char* name : {"out/a.chump", "out/sub/b.chump", "out/trains/c.chump"}) {
+        EXPECT_EQ(folder_.Read(name), kSeven) << name;
+    }
+    // What exists is found before anything is written, and named.
+    folder_.Write("in/new.txt", "a 7\n");
+    run = Va("tag to-binary --out-dir out in");
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err,
+              "va: 'out/a.chump', 'out/sub/b.chump' exist and stay as they are; --force replaces "
+              "them\n");
+    EXPECT_FALSE(fs::exists(folder_.Path("out/new.chump")));
+    folder_.Write("in/bad.chump", "no tags");
+    folder_.Write("in/a.cdp", kSeven);
+    fs::create_directory(folder_.Path("else"));
+    fs::create_directory(folder_.Path("links"));
+    fs::create_directory_symlink("../else", folder_.Path("links/sub"));
+    ExpectAnswers({
+        {"tag to-binary -f --out-dir=out in", 2, "several inputs would become 'out/a.chump'"},
+        {"tag to-binary -f --out-dir=out in --exclude='*.cdp' nowhere", 2, "out  3 descriptions"},
+        {"tag to-binary --out-dir=links in --exclude='**/*.c*'", 2,
+         "a file or a link is in the way"},
+        {"tag to-binary in out.chump", 7, "which need --out-dir"},
+    });
+    EXPECT_EQ(folder_.Read("out/new.chump"), kSeven);
+    EXPECT_TRUE(fs::is_empty(folder_.Path("else")));
 }
 
 TEST_F(VaConversion, WhatReplacesAFileKeepsItsPermissions) {
@@ -131,7 +184,7 @@ TEST_F(VaConversion, AFileThatCannotBeWrittenToItsEndIsNotThere) {
     // A limit on the size of files whose signal is ignored: writes then fall short.
     const Outcome run =
         Va("tag to-binary --force in.txt out.chump", "trap '' XFSZ; ulimit -f 1024;");
-    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.exitCode, 50);
     EXPECT_THAT(run.err, HasSubstr("cannot write 'out.chump': File too large"));
     EXPECT_EQ(folder_.Read("out.chump"), "mine");
     EXPECT_EQ(Names(), "in.txt out.chump ");
@@ -169,17 +222,20 @@ TEST_F(VaConversion, WhatTheOtherFormCannotHoldIsNamed) {
                   ChunkFile(Record("Raw", 4, "\1\2"s) + Record("exact", 2, "\xDB\x0F\x49\x40"s) +
                             Record("fine", 1, "\1\0\0\0"s)));
     EXPECT_EQ(Va("tag to-text in.chump out.txt").err,
-              "in.chump: offset 16: loss: the name is written differently: Raw\n"
-              "in.chump: offset 16: loss: raw bytes are not written as text: Raw\n"
-              "in.chump: offset 28: loss: the float has more digits than are written: exact\n");
+              "in.chump: offset 16: loss: the name is written differently: Raw [name-folded]\n"
+              "in.chump: offset 16: loss: raw bytes are not written as text: Raw [raw-bytes]\n"
+              "in.chump: offset 28: loss: the float has more digits than are written: exact "
+              "[float-rounded]\n");
     ExpectAnswers({{"tag get out.txt exact", 0, "3.14159\n"}});
 
     folder_.Write("odd.txt", "a 99999999999\nPi 3.14159265\nk <kuid:20000000:1>\n");
     const std::string odd =
-        "odd.txt:1:3: warning: the number does not fit; the nearest one is taken: a\n"
-        "odd.txt:2:1: loss: capital letters of the name become small ones: Pi\n"
-        "odd.txt:2:4: loss: the number has more digits than a float holds: pi\n"
-        "odd.txt:3:1: warning: the KUID's user number does not fit and becomes another: k\n";
+        "odd.txt:1:3: warning: the number does not fit; the nearest one is taken: a "
+        "[number-range]\n"
+        "odd.txt:2:1: loss: capital letters of the name become small ones: Pi [name-lowered]\n"
+        "odd.txt:2:4: loss: the number has more digits than a float holds: pi [number-rounded]\n"
+        "odd.txt:3:1: warning: the KUID's user number does not fit and becomes another: k "
+        "[kuid-range]\n";
     EXPECT_EQ(Va("tag to-binary odd.txt odd.chump").err, odd);
     EXPECT_EQ(Va("tag check odd.txt").out,
               odd + "odd.txt: text form, 3 tags, 2 warnings, 2 losses in the binary form\n");

@@ -33,11 +33,13 @@ TEST_F(VaReading, TwentyFindingsOfAKindAreShownAndTheOthersCounted) {
     std::string text = "Pi 3\n";
     for (int i = 0; i < 5000; ++i) text += "mass 99999999999\n";
     const std::string fault = "the number does not fit; the nearest one is taken: ";
-    std::string expected = "a.txt:1:1: loss: capital letters of the name become small ones: Pi\n";
+    std::string expected =
+        "a.txt:1:1: loss: capital letters of the name become small ones: Pi [name-lowered]\n";
     for (int i = 2; i < 22; ++i) {
-        expected += "a.txt:" + std::to_string(i) + ":6: warning: " + fault + "mass\n";
+        expected +=
+            "a.txt:" + std::to_string(i) + ":6: warning: " + fault + "mass [number-range]\n";
     }
-    expected += "a.txt: warning: " + fault + "and 4,980 more\n";
+    expected += "a.txt: warning: " + fault + "and 4,980 more [number-range]\n";
     folder_.Write("a.txt", text);
     EXPECT_EQ(
         Va("tag check a.txt").out,
@@ -49,28 +51,32 @@ TEST_F(VaReading, TwentyFindingsOfAKindAreShownAndTheOthersCounted) {
     for (int i = 0; i < 1021; ++i) text += std::string(300, 'n') + " 1\n";
     folder_.Write("b.txt", text);
     const std::string err = Va("tag to-binary b.txt b.chump").err;
-    EXPECT_THAT(err, HasSubstr("\nb.txt: loss: the name has more than 254 bytes: and 1,001 more\n"
-                               "va: 'b.chump' is not written"));
+    EXPECT_THAT(
+        err, HasSubstr(
+                 "\nb.txt: loss: the name has more than 254 bytes: and 1,001 more [name-too-long]\n"
+                 "va: the tags of 'b.txt' are not written"));
 }
 
-// Lines of several runs into one log do not mix: each is one write.
-TEST_F(VaReading, AFindingIsOneWrite) {
+// Lines of several runs into one log do not mix: each write ends with a line.
+TEST_F(VaReading, AWriteEndsWithALine) {
     if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
         GTEST_SKIP() << "a traced run is needed";
     }
     folder_.Write("a.txt", "Pi 3.14159265\nmass 99999999999\nTwo 2\n");
-    for (const char* words : {"check a.txt", "to-binary a.txt a.chump"}) {
+    for (const auto& [words, writes] :
+         Table<std::string, int>{{"check a.txt", 1}, {"to-binary a.txt a.chump", 4}}) {
         SCOPED_TRACE(words);
-        EXPECT_EQ(Shell("cd " + folder_.Path() + "; strace -o trace -e write -s 1000 " VA " tag " +
+        EXPECT_EQ(Shell("cd " + folder_.Path() + "; strace -o trace -e write -s 10000 " VA " tag " +
                         words + " >log 2>&1"),
                   1);
         const std::string trace = folder_.Read("trace");
-        int lines = 0;
+        int found = 0;
         for (std::size_t at = 0; (at = trace.find(", \"a.txt:", at)) != trace.npos; ++at) {
-            EXPECT_EQ(trace.find("\\n", at), trace.find("\", ", at + 3) - 2) << trace;
-            ++lines;
+            const std::size_t end = trace.find("\", ", at + 3);
+            EXPECT_EQ(trace.substr(end - 2, 2), "\\n") << trace;
+            ++found;
         }
-        EXPECT_EQ(lines, words == "check a.txt"s ? 5 : 4) << trace;
+        EXPECT_EQ(found, writes) << trace;
     }
 }
 
@@ -119,6 +125,108 @@ TEST_F(VaReading, GetPrintsOneValue) {
                    {"tag get b.chump 'd\\/e/f\\/'", 9, "there is no tag 'f/' in 'd/e'"},
                    {"tag get b.chump 'd/e'", 9, "there is no tag 'd' at the top"},
                    {"tag get b.chump 'g\\h'", 0, "8\n"}});
+}
+
+TEST_F(VaReading, GetJudgesOnlyTheTagsThatAreAskedFor) {
+    folder_.Write("a.txt",
+                  "good 1\nbad 99999999999\nquoted \"x\" y\nbox {\n  inner \"z\"q\n}\nlast 2\n}");
+    ExpectAnswers({
+        {"tag get a.txt good last", 0, "1\n2\n"},
+        {"tag get a.txt y", 0, ""},
+        {"tag get a.txt good bad", 1, "number-range"},
+        {"tag get a.txt quoted", 1, "a.txt:3:12: warning: text after a closing quote"},
+        {"tag get a.txt box", 1, "a.txt:5:12: warning: text after a closing quote"},
+        {"tag get a.txt bax", 9, "closes nothing"},
+        {"tag get --default=7 a.txt bax good", 0, "7\n1\n"},
+        {"tag get a.txt bax --default ''", 0, "\n"},
+        {"tag get --default=7 b.txt good", 9, "there is no file"},
+    });
+    folder_.Write("a.chump", ChunkFile(Record("good", 1, "\1\0\0\0"s) +
+                                       Record("box", 0, Record("bad", 1, "\7\0\0"s)) +
+                                       Record("last", 1, "\2\0\0\0"s)));
+    ExpectAnswers({{"tag get a.chump good last", 0, "1\n2\n"},
+                   {"tag get a.chump box", 1, "whole values: bad"},
+                   {"tag get a.chump box/bad", 1, "whole values: bad"}});
+}
+
+TEST_F(VaReading, ManyInputsAreReadAndTheGravestResultCounts) {
+    folder_.Write("in/config.txt", "mass 1\n");
+    folder_.Write("in/sub/b.chump", ChunkFile(Record("mass", 1, "\2\0\0\0"s)));
+    folder_.Write("in/sub/odd.txt", "mass 99999999999\n");
+    folder_.Write("in/wall.tga", "no description");
+    folder_.Write("empty/readme.md", "");
+    Pack("Town.va", "trains/a.txt", "mass 3\n");
+    const std::string one =
+        "in/config.txt: text form, 1 tag, no warnings, no losses in the binary "
+        "form\n";
+    const std::string two =
+        "in/sub/b.chump: binary form, 1 tag, no warnings, no losses in the text "
+        "form\n";
+    Outcome run = Va("tag check in --exclude='sub/odd*'");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, one + two);
+    EXPECT_EQ(run.err, "2 descriptions, 2 without findings\n");
+    run = Va("tag check -q in/config.txt nowhere.txt in/sub/b.chump");
+    EXPECT_EQ(run.exitCode, 9);
+    EXPECT_EQ(run.out, one + two);
+    EXPECT_THAT(run.err, testing::StartsWith("va: there is no file 'nowhere.txt'"));
+    ExpectAnswers({
+        {"tag check in/", 1, "in/sub/odd.txt:1:6: warning: the number does not fit"},
+        {"tag check in --ignore=number-range", 0, "3 descriptions, 3 without findings"},
+        {"tag check in in/wall.tga nowhere.txt empty", 9, "3 without findings"},
+        {"tag check empty", 9, "no description in 'empty'; their names end in .txt, .chump"},
+        {"tag check 'Town.va:**' Town.va:trains/A.TXT", 0, "2 descriptions, 2 without"},
+        {"tag get in mass", 1, "in/config.txt\t1\nin/sub/b.chump\t2\nin/sub/odd.txt\t2147483647"},
+        {"tag get 'Town.va:trains/*' mass", 0, "3\n"},
+        {"tag print 'Town.va:tr*/*.txt' in/config.txt", 0,
+         "Town.va:trains/a.txt:\nmass                                    3\n\nin/config.txt:\n"},
+        {"tag get - mass < in/config.txt", 0, "1\n"},
+        {"tag get - mass < in/sub/b.chump", 0, "2\n"},
+        {"tag check - < in/sub/odd.txt", 1, "-:1:6: warning:"},
+    });
+}
+
+TEST_F(VaReading, CheckCountsWhatABuildWantsToHear) {
+    folder_.Write("a.chump", ChunkFile(Record("raw", 4, "\1"s)));
+    folder_.Write("b.txt", "Pi 3.14159265\n");
+    ExpectAnswers({
+        {"tag check a.chump", 1, "[raw-bytes]\na.chump: binary form, 1 tag, no warnings, 1 loss"},
+        {"tag check a.chump b.txt --losses=no", 0,
+         "a.chump: binary form, 1 tag, no warnings\nb.txt: text form, 1 tag, no warnings\n"},
+        {"tag check --ignore=raw-bytes a.chump", 0, "no losses in the text form"},
+        {"tag check --ignore raw-bytes --ignore=name-lowered b.txt", 1, "1 loss"},
+        {"tag to-text --ignore=raw-bytes a.chump -", 0, "raw "},
+    });
+}
+
+// What is no description is named for what it is, whatever its name says.
+TEST_F(VaReading, OtherFilesAreNamedForWhatTheyAre) {
+    Pack("Town.va", "wall.png", "\x89PNG\r\n\x1A\n....");
+    const Table<const char*, std::string, std::string> rows = {
+        {"a.txt", folder_.Read("Town.va"), "an archive"},
+        {"a.chump", "\x89PNG\r\n\x1A\n\0\0"s, "a picture (PNG)"},
+        {"a.txt", "\xFF\xD8\xFF\xE0", "a picture (JPEG)"},
+        {"a.txt", "DDS \x7C\0\0\0"s, "a picture (DDS)"},
+        {"a.tga", "\0\0\2"s + Noise(600), "neither a text nor in the binary form"},
+        {"a.txt", Noise(600) + "TRUEVISION-XFILE.\0"s, "a picture (TGA)"},
+        {"a.txt", "PK\3\4....", "a ZIP archive"},
+        {"a.txt", "CFIL\1\1\0\0\5\0\0\0"s, "a compressed file"},
+        {"a.txt",
+         "\xFF\xFE"
+         "a\0 \0"s,
+         "a text in UTF-16"},
+    };
+    for (const auto& [name, content, kind] : rows) {
+        folder_.Write(name, content);
+        ExpectAnswers({{"tag check "s + name, 2, "'"s + name + "' is " + kind}});
+    }
+    ExpectAnswers({{"tag print Town.va:wall.png", 2, "'Town.va:wall.png' is a picture (PNG)"},
+                   {"tag get Town.va n", 2, "'Town.va' is an archive"}});
+    // Words that begin like marks are texts.
+    for (const char* text : {"BMW 5", "DDS 5", "CFIL 5", "RIFF WAVE", "MZ 1", "ID3 4"}) {
+        folder_.Write("a.txt", text);
+        ExpectAnswers({{"tag check --losses=no a.txt", 0, "1 tag, no warnings"}});
+    }
 }
 
 TEST_F(VaReading, DeepFilesAreWalkedOnASmallStack) {

@@ -53,11 +53,9 @@ void WritePage(Run& run, const PatchReport& report, const std::string& path) {
     const std::string page =
         ReportPage(report, std::filesystem::path(run.Operand(0)).filename().string());
     if (path == "-") return run.answer.Write(page);
-    OutputFile::Check(path, run.Has(kForce));
+    CheckOutputs({path}, run.Has(kForce));
     if (run.Has(kDryRun)) return;
-    OutputFile file(path, run.Has(kForce));
-    (void)file.Write(page.data(), static_cast<std::uint32_t>(page.size()));
-    file.Place();
+    WriteFileWhole(path, std::as_bytes(std::span(page)), run.Has(kForce));
     run.talk.Summary(Shown(path) + ": " + ShownBytes(page.size()) + ", open it in a browser");
 }
 

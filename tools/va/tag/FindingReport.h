@@ -1,31 +1,46 @@
-// Reports to a person what readers and conversions found, one line each:
+// Reports to a person, or in JSON, what readers and conversions found, one line each:
 //
-//   config.txt:12:5: warning: the number does not fit; the nearest one is taken: mass
-//   config.chump: offset 28: error: the record extends past its container
-//   config.chump: offset 40: loss: raw bytes are not written as text: body/data
-//   config.txt: warning: the number does not fit; the nearest one is taken: and 4,980 more
+//   a.txt:12:5: warning: the number does not fit; the nearest one is taken: mass [number-range]
+//   a.chump: offset 28: error: the record extends past its container [record-past-end]
+//   a.chump: offset 40: loss: raw bytes are not written as text: body/data [raw-bytes]
+//   a.txt: warning: text after a closing quote starts a new tag: and 4,980 more [after-quote]
 //
-// Lines count from 1, columns in bytes from 1, offsets in bytes from 0. The first 20 findings of a
-// kind are shown, the others counted at the end.
-//
-// Each line is one write, so that the lines of runs that share a terminal or a log stay whole.
+// Lines count from 1, columns in bytes from 1, offsets in bytes from 0. The word in brackets is the
+// kind, by which findings are ignored. The first 20 findings of a kind are shown, the others
+// counted at the end.
 #pragma once
 
 #include <array>
+#include <bitset>
 #include <cstddef>
-#include <iosfwd>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "assetdata/TagObserver.h"
+#include "tools/va/Run.h"
 
 namespace va::tool {
 
+// Which findings count.
+struct Heard {
+    bool losses = true;
+    bool notes = false;
+    std::bitset<Vorn::kTagFaultCount> ignored{};
+};
+
+// The names of all kinds, for --ignore.
+[[nodiscard]] std::span<const std::string_view> FindingKinds();
+// Adds the kinds that --ignore was given.
+void Ignore(Heard& heard, const std::vector<std::string>& kinds);
+
 class FindingReport final : public Vorn::TagObserver {
 public:
-    // Writes to `out`, which must outlive the report, about the input `name`.
-    FindingReport(std::ostream& out, std::string name) : out_(out), name_(std::move(name)) {}
+    // Where findings are written: a command that converts talks of them; for `check` they are the
+    // answer.
+    enum class To { Talk, Answer };
+
+    // `run` must outlive the report, which is about the input `name`.
+    FindingReport(Run& run, const std::string& name, To to, Heard heard = {});
     // Finishes.
     ~FindingReport() override;
     FindingReport(const FindingReport&) = delete;
@@ -34,15 +49,15 @@ public:
     void OnFinding(const Vorn::TagFinding& finding) override;
     void OnTag(const Vorn::OCSChunk& tag, const Vorn::TagPlace& place) override;
 
-    // For commands that write no other form.
-    void IgnoreLosses() { hearsLosses_ = false; }
-
     // Writes how many findings of each kind were not shown. Nothing is reported after that.
     void Finish();
 
     [[nodiscard]] std::size_t Problems() const { return problems_; }  // errors and warnings
     [[nodiscard]] std::size_t Losses() const { return losses_; }
-    [[nodiscard]] bool IsClean() const { return problems_ + losses_ == 0; }
+    [[nodiscard]] std::size_t Notes() const { return notes_; }
+    [[nodiscard]] bool HearsLosses() const { return heard_.losses; }
+    // LookAt once anything was reported, else Done.
+    [[nodiscard]] ExitCode Code() const;
 
 private:
     struct PlacedTag {
@@ -50,14 +65,18 @@ private:
         Vorn::TagPlace place;
     };
 
+    [[nodiscard]] bool Hears(Vorn::TagFault fault) const;
     [[nodiscard]] Vorn::TagPlace PlaceOf(const Vorn::TagFinding& finding);
-    void WriteLine(std::string line);
+    void WriteObject(const Vorn::TagFinding& finding, const Vorn::TagPlace& place);
+    void WriteLine(Vorn::TagFault fault, const std::string& place, const std::string& about);
 
-    std::ostream& out_;
+    Run& run_;
     const std::string name_;
-    bool hearsLosses_ = true;
+    const To to_;
+    const Heard heard_;
     std::size_t problems_ = 0;
     std::size_t losses_ = 0;
+    std::size_t notes_ = 0;
     std::array<std::size_t, Vorn::kTagFaultCount> found_{};  // by kind
     // The tags of a text: findings in a tree know their tag only. Most texts have no such finding,
     // so the list is sorted when the first one comes.

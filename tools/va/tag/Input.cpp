@@ -1,64 +1,167 @@
 #include "tools/va/tag/Input.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <array>
+#include <iostream>
+#include <iterator>
 #include <limits>
 #include <string_view>
 #include <utility>
 
-#include "archive/Error.h"
-#include "archive/Reader.h"
 #include "kernel/LetterCase.h"
+#include "kernel/Paths.h"
 #include "platform/Directories.h"
 #include "platform/Error.h"
 #include "platform/Files.h"
-#include "tools/va/ExitCode.h"
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
 
 namespace va::tool {
 namespace {
 
-Bytes ReadMember(const std::string& path, const std::string& name) {
-    try {
-        const archive::Reader reader(path);
-        const auto member = reader.Find(name);
-        if (!member) {
-            throw Failure{ExitCode::NotFound, "the archive '" + path + "' has no member '" + name +
-                                                  "'; VArchive lists what it has"};
-        }
-        return reader.Read(*member);
-    } catch (const archive::Error& error) {
-        switch (error.Code()) {
-            case archive::ErrorCode::NotFound:
-                throw Failure{ExitCode::NotFound, "there is no archive '" + path + "'"};
-            case archive::ErrorCode::NotAnArchive:
-                Refuse("'" + path + "' is not an archive: " + error.Reason());
-            case archive::ErrorCode::Damaged:
-            case archive::ErrorCode::SumDiffers:
-                Refuse("the member '" + name + "' in '" + path + "' is damaged: " + error.Reason());
-            default:
-                Refuse("cannot read '" + path + "': " + error.Reason());
-        }
-    }
+constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+
+bool IsNamedLikeDescription(const std::string& name) {
+    constexpr std::array kEndings = {"txt", "chump", "cdp", "cdp2"};
+    return std::ranges::any_of(
+        kEndings, [&](const char* ending) { return Vorn::HasExtension(name, ending); });
 }
 
 Bytes ReadFile(const std::string& path) {
     platform::FileHandle handle;
     if (!handle.Open(path.c_str(), platform::Access::Read, platform::Creation::OpenExisting,
                      platform::Share::DenyNone)) {
-        Refuse("cannot read '" + path + "': " + platform::LastError().Message());
+        RefuseInput("cannot read '" + Shown(path) + "': " + platform::LastError().Message());
     }
     const std::int64_t length = handle.Length();
-    if (length > std::numeric_limits<std::uint32_t>::max()) {
-        Refuse("'" + path + "' is larger than 4 GiB");
+    if (length > static_cast<std::int64_t>(kMostBytes)) {
+        RefuseInput("'" + Shown(path) + "' is larger than 4 GiB");
     }
     Bytes bytes(length > 0 ? static_cast<std::size_t>(length) : 0);
     if (length < 0 || handle.Read(bytes) != length) {
-        Refuse("cannot read '" + path + "' to its end");
+        RefuseInput("cannot read '" + Shown(path) + "' to its end");
     }
     return bytes;
 }
 
+Bytes ReadStandardInput() {
+    constexpr std::size_t kPiece = 1U << 16;
+    Bytes bytes;
+    for (std::size_t size = 0;; size = bytes.size()) {
+        if (size > kMostBytes) RefuseInput("standard input is larger than 4 GiB");
+        bytes.resize(size + kPiece);
+        std::cin.read(reinterpret_cast<char*>(&bytes[size]), kPiece);
+        bytes.resize(size + static_cast<std::size_t>(std::cin.gcount()));
+        if (!std::cin) break;
+    }
+    if (std::cin.bad()) RefuseInput("cannot read standard input to its end");
+    return bytes;
+}
+
+Failure FailureOf(const Error& error) {
+    return {static_cast<ExitCode>(error.code()), Shown(error.what())};
+}
+
+ExitCode Graver(ExitCode a, ExitCode b) {
+    constexpr std::array kOrder = {ExitCode::Done, ExitCode::LookAt, ExitCode::NotFound,
+                                   ExitCode::Refused};
+    return std::ranges::find(kOrder, a) < std::ranges::find(kOrder, b) ? b : a;
+}
+
 }  // namespace
+
+class InputFinder {
+public:
+    explicit InputFinder(Run& run) : run_(run) {}
+
+    void Find(const std::string& operand) {
+        if (operand == "-") return AddFile(operand);
+        platform::FileStatus status;
+        if (platform::GetStatus(operand.c_str(), status)) {
+            if (!status.IsDirectory()) return AddFile(operand, status.size);
+            const bool ends = operand.ends_with('/') || operand.ends_with('\\');
+            return AddMembers(operand, operand + (ends ? "" : "/"), operand, "**");
+        }
+        const std::size_t start = MemberStart(operand);
+        if (start == std::string::npos) {
+            return AddFailure(operand, {ExitCode::NotFound, "there is no file '" + Shown(operand) +
+                                                                "'; a member of an archive is "
+                                                                "named archive.va:member/path"});
+        }
+        AddMembers(operand, operand.substr(0, start), operand.substr(0, start - 1),
+                   operand.substr(start));
+    }
+
+    [[nodiscard]] std::vector<Input> Take() { return std::move(inputs_); }
+
+private:
+    void AddFile(const std::string& name, std::uint64_t size = 0) {
+        Input input;
+        input.name_ = name;
+        input.place_ = name.substr(name.find_last_of("/\\") + 1);
+        input.size_ = size;
+        inputs_.push_back(std::move(input));
+    }
+
+    void AddFailure(const std::string& name, Failure failure) {
+        Input input;
+        input.name_ = name;
+        input.failure_ = std::move(failure);
+        inputs_.push_back(std::move(input));
+    }
+
+    // Adds the members of the archive or folder at `path` that match; their names follow `before`.
+    void AddMembers(const std::string& operand, const std::string& before, const std::string& path,
+                    const std::string& pattern) {
+        try {
+            const auto archive = std::make_shared<const Archive>(OpenSide(run_, path));
+            if (const std::optional<Member> member = archive->Find(pattern)) {
+                return AddMember(before, archive, *member);
+            }
+            const std::vector<std::string> excluded = run_.Values(kExclude);
+            const std::vector<Member> members = archive->Members(pattern);
+            const std::size_t known = inputs_.size();
+            for (const Member& member : members) {
+                const auto excludes = [&](const std::string& excluding) {
+                    return MatchesPattern(member.Name(), excluding);
+                };
+                if (!IsNamedLikeDescription(member.Name())) continue;
+                if (std::ranges::none_of(excluded, excludes)) AddMember(before, archive, member);
+            }
+            if (inputs_.size() == known) AddNothing(operand, path, pattern, members.empty());
+        } catch (const Error& error) {
+            AddFailure(operand, FailureOf(error));
+        }
+    }
+
+    void AddNothing(const std::string& operand, const std::string& path, const std::string& pattern,
+                    bool nothingMatches) {
+        const bool isFolder = operand == path;
+        const std::string where = "in '" + Shown(path) + "'";
+        const std::string what = isFolder ? "" : " matches '" + Shown(pattern) + "'";
+        AddFailure(operand, {ExitCode::NotFound,
+                             nothingMatches && !isFolder
+                                 ? "nothing " + where + what + "; 'va list' shows its members"
+                                 : "no description " + where + what +
+                                       "; their names end in .txt, .chump, .cdp or .cdp2"});
+    }
+
+    void AddMember(const std::string& before, const std::shared_ptr<const Archive>& archive,
+                   const Member& member) {
+        Input input;
+        input.name_ = before + member.Name();
+        input.place_ = member.Name();
+        input.size_ = member.Size();
+        input.archive_ = archive;
+        input.member_ = member;
+        inputs_.push_back(std::move(input));
+    }
+
+    Run& run_;
+    std::vector<Input> inputs_;
+};
+
+void RefuseInput(const std::string& message) { throw BadInput{{ExitCode::Refused, message}}; }
 
 std::size_t MemberStart(const std::string& name) {
     constexpr std::string_view kArchiveEnd = ".va:";
@@ -69,15 +172,48 @@ std::size_t MemberStart(const std::string& name) {
     return static_cast<std::size_t>(found - name.begin()) + kArchiveEnd.size();
 }
 
-Bytes ReadInput(const std::string& name) {
-    if (platform::Exists(name.c_str())) return ReadFile(name);
-    const std::size_t member = MemberStart(name);
-    if (member != std::string::npos) {
-        return ReadMember(name.substr(0, member - 1), name.substr(member));
+Bytes Input::Read() const {
+    if (failure_) throw BadInput{*failure_};
+    if (name_ == "-") return ReadStandardInput();
+    if (!member_) return ReadFile(name_);
+    try {
+        return archive_->Read(*member_, kMostBytes);
+    } catch (const Error& error) {
+        throw BadInput{FailureOf(error)};
     }
-    throw Failure{ExitCode::NotFound, "there is no file '" + name +
-                                          "'; a member of an archive is named "
-                                          "archive.va:member/path"};
+}
+
+std::vector<Input> FindInputs(Run& run, const std::vector<std::string>& operands) {
+    InputFinder finder(run);
+    for (const std::string& operand : operands) finder.Find(operand);
+    return finder.Take();
+}
+
+ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
+                      const std::function<ExitCode(const Input&)>& work) {
+    std::uint64_t total = 0;
+    for (const Input& input : inputs) total += input.Size();
+    std::uint64_t done = 0;
+    ExitCode gravest = ExitCode::Done;
+    for (const Input& input : inputs) {
+        if (!run.ShowProgress("descriptions", done, total)) Refuse("stopped");
+        ExitCode code = ExitCode::Done;
+        try {
+            code = work(input);
+        } catch (const BadInput& failure) {
+            code = failure.code;
+            run.talk.Error(failure.message);
+            if (run.answer.IsJson()) {
+                run.answer.Write(JsonObject("failed")
+                                     .Set("input", input.Name())
+                                     .Set("exit", static_cast<std::uint64_t>(code))
+                                     .Set("error", failure.message));
+            }
+        }
+        gravest = Graver(gravest, code);
+        done += input.Size();
+    }
+    return gravest;
 }
 
 }  // namespace va::tool

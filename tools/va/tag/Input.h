@@ -1,22 +1,63 @@
-// The inputs that a command names: files on disk and members of archives.
+// The inputs that tag commands name: files, members of archives and folders, standard input.
+//
+// "-" is standard input. A name that exists on disk is a file or a folder, whatever it looks like;
+// a folder means the descriptions below it, told by their endings. Otherwise "archive.va:pattern"
+// names members: one by its whole name whatever its ending, or the descriptions that a pattern
+// selects. --exclude leaves out members that a folder or a pattern would give.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "tools/va/Run.h"
+#include "vaconverter/archive.h"
 
 namespace va::tool {
 
 using Bytes = std::vector<std::byte>;
 
-// The content of a file on disk, or of a member of an archive: "archive.va:member/path". A name
-// that exists on disk is a file, whatever it looks like. An archive is opened read-only; members
-// are found in any letter case and read as their content. A file is taken as its bytes are, like
-// programs that load it. Less than 4 GiB. Throws Failure: NotFound when there is no such file,
-// archive or member, else Refused.
-[[nodiscard]] Bytes ReadInput(const std::string& name);
+// Ends the work on one input; a command continues with the next.
+struct BadInput : Failure {};
+[[noreturn]] void RefuseInput(const std::string& message);
 
-// Where the member's part of a name in that form begins, or npos.
+class Input {
+public:
+    // The name that selects this input alone: "folder/a.txt", "Town.va:a.txt", "-".
+    [[nodiscard]] const std::string& Name() const { return name_; }
+    // Its path below the folder or archive that gave it, with '/'; a file's own name.
+    [[nodiscard]] const std::string& Place() const { return place_; }
+    [[nodiscard]] std::uint64_t Size() const { return size_; }  // bytes; 0 if unknown
+
+    // Reads the whole content: the bytes of a file, the content of a member, at most 4 GiB - 1.
+    // Throws BadInput: NotFound for a name that leads nowhere, else Refused.
+    [[nodiscard]] Bytes Read() const;
+
+private:
+    friend class InputFinder;
+
+    std::string name_;
+    std::string place_;
+    std::uint64_t size_ = 0;
+    std::shared_ptr<const Archive> archive_;  // null for a file
+    std::optional<Member> member_;
+    std::optional<Failure> failure_;  // why the name leads nowhere
+};
+
+// Finds the inputs of these operands, in order. A name that leads nowhere is an input that fails
+// when it is read, so that the others are still worked on.
+[[nodiscard]] std::vector<Input> FindInputs(Run& run, const std::vector<std::string>& operands);
+
+// Calls `work` for each input and returns the gravest result: refused, not found, something to look
+// at, done. Reports an input that fails and continues with the next.
+[[nodiscard]] ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
+                                    const std::function<ExitCode(const Input&)>& work);
+
+// Where the member's part of a name "archive.va:member" begins, or npos.
 [[nodiscard]] std::size_t MemberStart(const std::string& name);
 
 }  // namespace va::tool

@@ -11,7 +11,8 @@
 #include "assetdata/TagText.h"
 #include "kernel/Paths.h"
 #include "tools/va/ExitCode.h"
-#include "tools/va/tag/Input.h"
+#include "tools/va/ShownText.h"
+#include "tools/va/tag/ContentKind.h"
 
 namespace va::tool {
 namespace {
@@ -31,19 +32,6 @@ TagForm FormOfContent(const Bytes& bytes) {
     return binary ? TagForm::Binary : TagForm::Text;
 }
 
-// An archive begins with the mark and its first chunk. Read as text it would be one long riddle.
-void RefuseArchive(const std::string& name, const Bytes& bytes) {
-    constexpr std::string_view kStart = "ARCHINFO";
-    const auto byteOf = [](char c) { return static_cast<std::byte>(c); };
-    if (bytes.size() < kStart.size() ||
-        !std::equal(kStart.begin(), kStart.end(), bytes.begin(),
-                    [&](char c, std::byte byte) { return byteOf(c) == byte; })) {
-        return;
-    }
-    Refuse("'" + name + "' is an archive; name one of its members" +
-           (Vorn::HasExtension(name, "va") ? ": " + name + ":member/path" : ""));
-}
-
 Vorn::OCSChunkRef ReadText(Vorn::TStream& stream, Vorn::TagObserver& observer) {
     Vorn::OCSChunkRef root = Vorn::NewTag(Vorn::kTagContainer);
     observer.OnTag(*root, {.offset = 0, .line = 1, .column = 1});
@@ -59,22 +47,29 @@ Vorn::OCSChunkRef ReadBinary(Vorn::TStream& stream, Vorn::TagObserver& observer)
 
 }  // namespace
 
-TagFile ReadTagFile(const std::string& name, Vorn::TagObserver& observer) {
-    const Bytes bytes = ReadInput(name);
-    RefuseArchive(name, bytes);
-    Vorn::TBufferBlock block{std::span(bytes)};
+TagFile ReadTags(const Bytes& content, const std::string& name, Vorn::TagObserver& observer) {
+    const std::optional<TagForm> named = FormOfEnding(name);
+    if (FormOfContent(content) == TagForm::Text) {
+        const std::string kind = KindOfContent(content, named == TagForm::Text);
+        const bool isArchive = kind == "an archive";
+        if (!kind.empty()) {
+            RefuseInput("'" + Shown(name) + "' is " + kind + ", not a description" +
+                        (isArchive ? "; " + Shown(name) + ":** names those in it" : ""));
+        }
+    }
+    Vorn::TBufferBlock block{std::span(content)};
     Vorn::TBuffer stream(block);
-    const TagForm form = FormOfEnding(name).value_or(FormOfContent(bytes));
+    const TagForm form = named.value_or(FormOfContent(content));
     TagFile file{form,
                  form == TagForm::Text ? ReadText(stream, observer) : ReadBinary(stream, observer)};
-    if (!file.root) Refuse("'" + name + "' holds no tags that can be read");
+    if (!file.root) RefuseInput("'" + Shown(name) + "' holds no tags that can be read");
     return file;
 }
 
 void CheckEnding(const std::string& path, TagForm form) {
-    if (FormOfEnding(path) == form) return;
+    if (path == "-" || FormOfEnding(path) == form) return;
     const char* endings = form == TagForm::Text ? ".txt" : ".chump, .cdp or .cdp2";
-    throw Failure{ExitCode::Usage, "programs would not take '" + path +
+    throw Failure{ExitCode::Usage, "programs would not take '" + Shown(path) +
                                        "' for this form: let its name end in " + endings};
 }
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "assetdata/OCSChunk.h"
-#include "assetdata/TStream.h"
 #include "assetdata/TagObserver.h"
+#include "tools/va/tag/Input.h"
 
 namespace va::tool {
 
@@ -16,13 +16,18 @@ struct TagFile {
     Vorn::OCSChunkRef root;
 };
 
-// Reads the input of that name (Input.h). Its form is the one that its ending stands for, or under
-// another ending the binary one if it begins like that. `observer` hears what there is to say.
-// Throws Failure, Refused for one that holds no tags and for a whole archive.
-[[nodiscard]] TagFile ReadTagFile(const std::string& name, Vorn::TagObserver& observer);
+// Reads the tags in the content of the input `name`. The form is the one that the name's ending
+// stands for, or under another ending the binary one if the content begins like that. `observer`
+// hears what there is to say. Throws BadInput (Refused) for content that holds no tags, and for an
+// archive, a picture or another kind of file, which it names.
+[[nodiscard]] TagFile ReadTags(const Bytes& content, const std::string& name,
+                               Vorn::TagObserver& observer);
+[[nodiscard]] inline TagFile ReadTagFile(const Input& input, Vorn::TagObserver& observer) {
+    return ReadTags(input.Read(), input.Name(), observer);
+}
 
 // The form that programs take a file of this name for. Throws Failure (Usage) when that is not
-// `form`.
+// `form`; any name will do for standard output, "-".
 void CheckEnding(const std::string& path, TagForm form);
 
 }  // namespace va::tool

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <ostream>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "assetdata/TagValues.h"
@@ -84,6 +82,8 @@ std::string NumbersText(const Vorn::OCSChunk& tag) {
     }
 }
 
+}  // namespace
+
 std::string ShownValue(const Vorn::OCSChunk& tag) {
     const Value value = tag.DataBytes();
     if (tag.GetType() == Vorn::kTagText) return '"' + Escaped(Vorn::TextOf(value)) + '"';
@@ -93,9 +93,7 @@ std::string ShownValue(const Vorn::OCSChunk& tag) {
     return text + "... (" + std::to_string(value.size()) + " bytes)";
 }
 
-}  // namespace
-
-void PrintTree(std::ostream& out, const Vorn::OCSChunk& root) {
+void PrintTree(Answer& answer, const Vorn::OCSChunk& root) {
     for (Vorn::TagWalk walk(root); walk.Next();) {
         std::string line(2 * std::min(walk.Depth(), kMostIndented), ' ');
         if (walk.IsLeaving()) {
@@ -108,26 +106,19 @@ void PrintTree(std::ostream& out, const Vorn::OCSChunk& root) {
                 line.append(std::max(line.size() + 1, kValueColumn) - line.size(), ' ') += value;
             }
         }
-        out << line << '\n';
+        answer.Write(line += '\n');
     }
 }
 
-void PrintValue(std::ostream& out, const Vorn::OCSChunk& tag) {
+std::string ValueText(const Vorn::OCSChunk& tag) {
     const Value value = tag.DataBytes();
-    switch (tag.GetType()) {
-        case Vorn::kTagNone:
-            return;
-        case Vorn::kTagContainer:
-            return PrintTree(out, tag);
-        case Vorn::kTagText:
-            out << Vorn::TextOf(value) << '\n';
-            return;
-        case Vorn::kTagRaw:
-            out << HexOf(value) << '\n';
-            return;
-        default:
-            out << NumbersText(tag) << '\n';
-    }
+    if (tag.GetType() == Vorn::kTagText) return std::string(Vorn::TextOf(value));
+    return tag.GetType() == Vorn::kTagRaw ? HexOf(value) : NumbersText(tag);
+}
+
+void PrintValue(Answer& answer, const Vorn::OCSChunk& tag) {
+    if (tag.GetType() == Vorn::kTagContainer) return PrintTree(answer, tag);
+    if (tag.GetType() != Vorn::kTagNone) answer.Write(ValueText(tag) + "\n");
 }
 
 }  // namespace va::tool

@@ -1,12 +1,12 @@
 // Tags and their values as a person reads them, exactly.
 //
-// Control characters in names and texts of a file are never written as they are, but by
-// PrintValue for a text of its own.
+// Control characters in names and texts of a file are written as they are only in ValueText.
 #pragma once
 
-#include <iosfwd>
+#include <string>
 
 #include "assetdata/OCSChunk.h"
+#include "tools/va/Answer.h"
 
 namespace va::tool {
 
@@ -18,11 +18,16 @@ namespace va::tool {
 //   }
 //
 // A float has as many digits as tell it apart, and a '.'; of raw bytes the first 64 are shown.
-void PrintTree(std::ostream& out, const Vorn::OCSChunk& root);
+void PrintTree(Answer& answer, const Vorn::OCSChunk& root);
 
 // The value of one tag for other programs: a text as it is, numbers and identifiers joined by ',',
-// raw bytes in hex; a line end behind it. A container is printed as a tree, and nothing for a tag
-// without a value.
-void PrintValue(std::ostream& out, const Vorn::OCSChunk& tag);
+// raw bytes in hex; empty for a tag without a value, and for a container.
+[[nodiscard]] std::string ValueText(const Vorn::OCSChunk& tag);
+
+// ValueText and a line end; a container as a tree, and nothing for a tag without a value.
+void PrintValue(Answer& answer, const Vorn::OCSChunk& tag);
+
+// The value as PrintTree shows it, which tells its type: 1.0, "text", raw 01ab.
+[[nodiscard]] std::string ShownValue(const Vorn::OCSChunk& tag);
 
 }  // namespace va::tool

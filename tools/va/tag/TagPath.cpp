@@ -1,0 +1,77 @@
+#include "tools/va/tag/TagPath.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "assetdata/TagObserver.h"
+#include "kernel/InternedString.h"
+#include "kernel/LetterCase.h"
+#include "tools/va/ShownText.h"
+
+namespace va::tool {
+namespace {
+
+// What a person may have meant, from the names of a container.
+std::string SomeNames(const Vorn::OCSChunk& container) {
+    constexpr std::uint32_t kMostNames = 12;
+    std::string names;
+    for (std::uint32_t i = 0; i < std::min(container.ChildCount(), kMostNames); ++i) {
+        names.append(i > 0 ? ", " : "").append(Vorn::Printable(container.ChildAt(i).name));
+    }
+    if (container.ChildCount() > kMostNames) names += ", ...";
+    return names.empty() ? "it holds none" : "it has " + Shown(names);
+}
+
+}  // namespace
+
+std::vector<std::string> SplitPath(std::string_view path) {
+    std::vector<std::string> names(1);
+    while (!path.empty()) {
+        const bool escaped = path.starts_with("\\/") || path.starts_with("\\\\");
+        const char c = path[escaped ? 1 : 0];
+        path.remove_prefix(escaped ? 2 : 1);
+        if (c == '/' && !escaped) {
+            names.emplace_back();
+        } else {
+            names.back() += c;
+        }
+    }
+    std::erase(names, std::string());
+    return names;
+}
+
+void AppendName(std::string& path, std::string_view name) {
+    if (!path.empty()) path += '/';
+    for (const char c : name) {
+        if (c == '/' || c == '\\') path += '\\';
+        path += c;
+    }
+}
+
+Vorn::OCSChunkRef FindChild(const Vorn::OCSChunk& container, std::string_view name) {
+    if (Vorn::OCSChunkRef exact = container.FindChild(Vorn::Intern(name))) return exact;
+    for (std::uint32_t i = 0; i < container.ChildCount(); ++i) {
+        const Vorn::NamedChild child = container.ChildAt(i);
+        if (Vorn::EqualAsciiNoCase(child.name, name)) return child.child;
+    }
+    return {};
+}
+
+Vorn::OCSChunkRef FindTag(const Vorn::OCSChunkRef& root, std::string_view path,
+                          std::string& missing) {
+    Vorn::OCSChunkRef tag = root;
+    std::string way;
+    for (const std::string& name : SplitPath(path)) {
+        const Vorn::OCSChunkRef child = FindChild(*tag, name);
+        if (!child) {
+            const std::string place = way.empty() ? "at the top" : "in '" + Shown(way) + "'";
+            missing = "there is no tag '" + Shown(name) + "' " + place + ": " + SomeNames(*tag);
+            return {};
+        }
+        tag = child;
+        way.append(way.empty() ? "" : "/").append(name);
+    }
+    return tag;
+}
+
+}  // namespace va::tool
