@@ -1,8 +1,11 @@
 #include "archive/PackedMember.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <memory>
 
+#include "archive/BytePair.h"
 #include "archive/Crc32.h"
 #include "archive/Stream.h"
 
@@ -11,6 +14,10 @@ namespace {
 
 void Append(std::vector<std::byte>& data, std::span<const std::byte> bytes) {
     data.insert(data.end(), bytes.begin(), bytes.end());
+}
+
+bool SameBytes(std::span<const std::byte> a, std::span<const std::byte> b) {
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
 }
 
 }  // namespace
@@ -37,6 +44,28 @@ void Pack(std::span<const std::byte> content, bool compress, PackedMember& packe
         }
     }
     packed.entry.storedSize = static_cast<std::uint32_t>(packed.data.size());
+}
+
+bool GivesBack(const PackedMember& packed, std::span<const std::byte> content) {
+    std::span<const std::byte> data = packed.data;
+    if (packed.entry.size != content.size()) return false;
+    if ((packed.entry.attributes & kMemberCompressed) == 0) return SameBytes(data, content);
+    data = data.subspan(kStreamHeaderSize);
+    const auto room = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
+    while (!content.empty()) {
+        if (data.size() < kBlockHeaderSize) return false;
+        const BlockHeader header = DecodeBlockHeader(data.first<kBlockHeaderSize>());
+        data = data.subspan(kBlockHeaderSize);
+        if (!IsPossible(header, content.size()) || header.length > data.size()) return false;
+        const auto block = data.first(header.length);
+        data = data.subspan(header.length);
+        const std::size_t size =
+            header.stored ? block.size() : ExpandBlock(*room, block).value_or(0);
+        const auto piece = header.stored ? block : std::span<const std::byte>(*room).first(size);
+        if (size > content.size() || !SameBytes(piece, content.first(size))) return false;
+        content = content.subspan(size);
+    }
+    return data.empty();
 }
 
 void AddPacked(Appender& appender, std::string_view name, const PackedMember& packed) {

@@ -19,6 +19,9 @@ struct PackedMember {
 // Stores content as Appender::Add would. `packed` is overwritten and keeps its memory.
 void Pack(std::span<const std::byte> content, bool compress, PackedMember& packed);
 
+// Returns whether a reader of the packed member gets exactly this content.
+[[nodiscard]] bool GivesBack(const PackedMember& packed, std::span<const std::byte> content);
+
 // Appends a packed member: the same bytes as Appender::Add of its content. Throws Error as that
 // does.
 void AddPacked(Appender& appender, std::string_view name, const PackedMember& packed);
