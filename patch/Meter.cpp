@@ -1,0 +1,24 @@
+#include "patch/Meter.h"
+
+#include <algorithm>
+
+namespace patch {
+
+void Meter::Add(std::uint64_t bytes) {
+    done_.fetch_add(bytes, std::memory_order_relaxed);
+    if (std::this_thread::get_id() == home_) Report();
+    if (cancelled_.load(std::memory_order_relaxed)) throw Cancelled();
+}
+
+void Meter::Report(bool force) {
+    constexpr std::uint64_t kReportStep = 1 << 20;
+    const std::uint64_t done = done_.load(std::memory_order_relaxed);
+    if (!function_ || (!force && done - reported_ < kReportStep)) return;
+    reported_ = done;
+    // Set first: an exception of the function must stop the workers, too.
+    cancelled_ = true;
+    if (!function_(step_, std::min(done, total_), total_)) throw Cancelled();
+    cancelled_ = false;
+}
+
+}  // namespace patch
