@@ -90,6 +90,8 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
     folder_.Write("a/one.txt", "one");
     folder_.Write("a/two.txt", std::string(5000, '2'));
     folder_.Write("b/two.txt", "other");
+    folder_.Write("c/one.txt", "changed");
+    folder_.Write("c/moved.txt", std::string(5000, '2'));
     Pack("Odd.va", "plain.txt", "content");
     Pack("New.va", "fresh.txt", "fresh");
     Pack("Bad.va", "hurt.txt", "content that is hurt");
@@ -107,6 +109,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "compare --json a b",
+             "diff --json a c",
              "report --json Odd-diff.va",
              "sums --json Odd.va",
          }) {

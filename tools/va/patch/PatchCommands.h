@@ -5,6 +5,7 @@
 
 namespace va::tool {
 
+[[nodiscard]] Command DiffCommand();
 [[nodiscard]] Command ReportCommand();
 
 }  // namespace va::tool

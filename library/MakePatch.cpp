@@ -1,0 +1,151 @@
+#include <set>
+#include <string>
+#include <utility>
+
+#include "library/ArchiveAccess.h"
+#include "library/PatchCalls.h"
+#include "library/Translate.h"
+#include "patch/Maker.h"
+#include "platform/Directories.h"
+#include "vaconverter/patch.h"
+
+namespace va {
+namespace {
+
+patch::Input InputOf(const Archive& archive) {
+    return {SystemPath(archive.Path()), ArchiveAccess::TreeOf(archive),
+            ArchiveAccess::ReaderOf(archive)};
+}
+
+// Without its index members may be missing, which a patch would remove.
+void RefuseWithoutIndex(const Archive& archive) {
+    const IndexState index = archive.Info().index;
+    if (index == IndexState::Missing || index == IndexState::Damaged) {
+        throw Error(ErrorCode::Refused,
+                    archive.Path().string() +
+                        ": its index is missing or damaged, so members may be missing",
+                    archive.Path());
+    }
+}
+
+// What is certain to fail at the end is refused before the work.
+void JudgeResult(const Archive& old, const Archive& fresh, const MakePatchOptions& options) {
+    const std::string result = SystemPath(options.result);
+    for (const Archive* input : {&old, &fresh}) {
+        if (platform::IsSameFile(result.c_str(), SystemPath(input->Path()).c_str()))
+            throw Error(ErrorCode::Refused, result + ": the patch would replace one of its inputs",
+                        options.result);
+    }
+    const platform::EntryKind kind = platform::GetEntryKind(result.c_str());
+    const bool replaceable = kind == platform::EntryKind::File || kind == platform::EntryKind::Link;
+    if (kind != platform::EntryKind::None && !(replaceable && options.replace)) {
+        throw Error(ErrorCode::Refused,
+                    result + (replaceable ? ": the file exists (-f replaces it)"
+                                          : ": a folder or device has this name"),
+                    options.result);
+    }
+}
+
+// "Town-1.1.va": what the new side is called, as an archive.
+std::string NameOf(const Archive& fresh) {
+    std::filesystem::path path = fresh.Path().lexically_normal();
+    if (!path.has_filename()) path = path.parent_path();
+    std::string name = path.filename().string();
+    // A folder such as "." or "/" has no name to give.
+    if (name.empty() || name == "." || name == "..") return {};
+    return fresh.Info().isFolder ? name + ".va" : name;
+}
+
+MemberChange::Kind KindOf(patch::MemberChange::Kind kind) {
+    switch (kind) {
+        case patch::MemberChange::Kind::Added:
+            return MemberChange::Kind::Added;
+        case patch::MemberChange::Kind::Moved:
+            return MemberChange::Kind::Moved;
+        case patch::MemberChange::Kind::Removed:
+            return MemberChange::Kind::Removed;
+        case patch::MemberChange::Kind::Empty:
+            return MemberChange::Kind::Empty;
+        default:
+            return MemberChange::Kind::Changed;
+    }
+}
+
+PatchCounts CountsOf(const patch::MakeResult& made) {
+    using enum patch::MemberChange::Kind;
+    PatchCounts counts{.same = made.same};
+    std::set<std::string_view> sources;
+    for (const patch::MemberChange& change : made.changes) {
+        counts.changed += change.kind == Changed ? 1 : 0;
+        counts.added += change.kind == Added || change.kind == Empty ? 1 : 0;
+        counts.moved += change.kind == Moved ? 1 : 0;
+        if (change.kind == Moved) sources.insert(change.oldName);
+    }
+    for (const patch::MemberChange& change : made.changes)
+        counts.removed += change.kind == Removed && !sources.contains(change.name) ? 1 : 0;
+    return counts;
+}
+
+std::vector<std::byte> Copied(std::span<const std::byte> bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+// Calls `work`; what the room of diffs throws becomes Error.
+template <typename Work>
+auto OfDeltas(Work work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const delta::Error& error) {
+        const bool noMemory = error.Kind() == delta::ErrorKind::OutOfMemory;
+        throw Error(noMemory ? ErrorCode::NoMemory : ErrorCode::Refused, error.what());
+    }
+}
+
+}  // namespace
+
+MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePatchOptions& options,
+                          const ProgressFunction& progress) {
+    RefuseWithoutIndex(old);
+    RefuseWithoutIndex(fresh);
+    JudgeResult(old, fresh, options);
+    const patch::MakeOptions toMake{.result = SystemPath(options.result),
+                                    .replace = options.replace,
+                                    .dryRun = options.dryRun,
+                                    .manifest = !options.plain,
+                                    .allowLossy = options.allowLossy,
+                                    .prove = options.verify,
+                                    .name = options.name.empty() ? NameOf(fresh) : options.name,
+                                    .note = options.note,
+                                    .threads = options.threads,
+                                    .memory = options.memoryLimit};
+    patch::MakeResult made = OfPatches(
+        [&] { return patch::MakePatch(InputOf(old), InputOf(fresh), toMake, Passed(progress)); });
+    MakePatchResult result;
+    result.counts = CountsOf(made);
+    result.patchSize = made.patchBytes;
+    result.newMembers = fresh.Members().size();
+    if (!options.plain) result.newContent = made.fresh.sha256;
+    if (made.archive) result.newArchive = made.archive->sha256;
+    for (const patch::MemberChange& change : made.changes)
+        result.changes.push_back({KindOf(change.kind), PublicName(change.name),
+                                  PublicName(change.oldName), change.oldBytes, change.newBytes,
+                                  change.patchBytes});
+    return result;
+}
+
+std::vector<std::byte> MakeDelta(std::span<const std::byte> old, std::span<const std::byte> fresh) {
+    return OfDeltas([&] {
+        delta::Workspace workspace;
+        return Copied(delta::MakeDelta(old, fresh, workspace));
+    });
+}
+
+std::vector<std::byte> ApplyDelta(std::span<const std::byte> old, std::span<const std::byte> diff,
+                                  std::uint64_t limit) {
+    return OfDeltas([&] {
+        delta::Workspace workspace;
+        return Copied(delta::ApplyDelta(old, diff, workspace, limit));
+    });
+}
+
+}  // namespace va

@@ -1,0 +1,74 @@
+// What is known about the difference of two sides while a patch is made, and how the patch says it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "patch/Input.h"
+#include "patch/Lists.h"
+#include "patch/Manifest.h"
+#include "patch/MemberMaker.h"
+#include "patch/Pairs.h"
+
+namespace patch {
+
+// What becomes of a member.
+struct MemberChange {
+    enum class Kind { Changed, Added, Moved, Removed, Empty };
+    Kind kind = Kind::Changed;
+    std::string name{};     // as stored, '/' between components
+    std::string oldName{};  // of a moved member: one of the old side with the same content
+    std::uint64_t oldBytes = 0;
+    std::uint64_t newBytes = 0;
+    std::uint64_t patchBytes = 0;  // that the patch stores for it
+};
+
+struct Difference {
+    Difference(const Input& oldSide, const Input& newSide) : old(oldSide), fresh(newSide) {}
+
+    const Input& old;
+    const Input& fresh;
+    Pairs pairs;
+    SideDigests digests;
+
+    // Each in the canonical order of the names.
+    std::vector<Carried> carried;
+    std::vector<Number> empty;  // added members without content
+    std::vector<Number> removed;
+
+    // What is learnt when members are made, by their places in `carried` and `removed`.
+    std::vector<std::string> oldMd5;
+    std::vector<std::string> newMd5;
+    std::vector<std::uint64_t> patchBytes;
+    std::vector<std::string> removedMd5;
+    std::vector<std::optional<Number>> movedFrom;  // of added members, by their places in `carried`
+};
+
+// The name under which a patch knows a member.
+[[nodiscard]] std::string PatchName(std::string_view stored);
+
+// Compares the sides and lists what differs. With `digests`, those of equal members are known then.
+// Throws Error.
+[[nodiscard]] Difference FindDifference(const Input& old, const Input& fresh, bool digests,
+                                        unsigned threads, const ProgressFunction& progress);
+
+// Throws Error (Refused) naming members that differ and that a patch cannot carry. With
+// `needsContent`, also members of the new side without content.
+void RefuseUncarried(const Difference& difference, bool needsContent);
+
+// Sets movedFrom. All digests must be known.
+void FindMoved(Difference& difference);
+
+[[nodiscard]] List AddedList(const Difference& difference);
+[[nodiscard]] List DeletedList(const Difference& difference);
+[[nodiscard]] List PatchedList(const Difference& difference);
+
+// In the canonical order of the names.
+[[nodiscard]] std::vector<MemberChange> ChangesOf(const Difference& difference);
+
+// Sides, spots and members; what it says about the result's file is the caller's.
+[[nodiscard]] Manifest ManifestOf(const Difference& difference);
+
+}  // namespace patch

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "archive/Reader.h"
+#include "archive/Tree.h"
+#include "patch/Error.h"
+
+namespace patch {
+
+// One side that a patch is made of. Borrows what it names.
+struct Input {
+    std::string path;  // for messages
+    const archive::Tree& tree;
+    const archive::Reader* reader = nullptr;  // of the tree; null for a folder
+};
+
+}  // namespace patch

@@ -1,0 +1,233 @@
+#include "patch/Maker.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <numeric>
+
+#include "archive/Check.h"
+#include "archive/NewArchive.h"
+#include "archive/PackedMember.h"
+#include "archive/Stream.h"
+#include "patch/InOrder.h"
+#include "patch/MD5.h"
+
+namespace patch {
+namespace {
+
+constexpr std::uint64_t kBaseMemory = 64U << 20;
+constexpr std::uint64_t kMemoryOfMember = 400;
+
+// Fixed: longer members of a patch are compressed; the lists are not.
+constexpr std::size_t kLargestPlainMember = 1024;
+
+// The patch file, or in a dry run what its size would be.
+class PatchWriter {
+public:
+    explicit PatchWriter(const MakeOptions& options) : options_(options) {
+        if (!options_.dryRun) About(options_.result, [&] { file_.emplace(options_.result, 0, 0); });
+    }
+
+    void Store(std::string_view name, const archive::PackedMember& packed) {
+        bytes_ += archive::kMemberPrefixSize + packed.data.size() + archive::kIndexRecordSize;
+        if (bytes_ > archive::kMaxArchiveSize)
+            throw Error(ErrorCode::NoSpace, options_.result, "the patch would pass 4 GiB");
+        if (file_)
+            About(options_.result, [&] { archive::AddPacked(file_->Members(), name, packed); });
+    }
+
+    void StoreText(std::string_view name, std::string_view text, bool compress) {
+        const auto bytes = std::as_bytes(std::span(text));
+        archive::PackedMember packed;
+        // A text that begins like a compressed stream would be read back as one.
+        archive::Pack(bytes, compress || archive::IsStreamMark(bytes), packed);
+        Store(name, packed);
+    }
+
+    // Reads the patch back, and gives it its name. Returns its bytes.
+    std::uint64_t Finish() {
+        if (!file_) return bytes_;
+        About(options_.result, [&] {
+            const archive::Reader& reader = file_->Complete();
+            if (options_.prove && !archive::Check(reader, {.workers = options_.threads}).Whole()) {
+                throw archive::Error(archive::ErrorCode::Damaged,
+                                     "what was written reads back otherwise; the disk or the "
+                                     "memory of this machine may be faulty");
+            }
+            bytes_ = reader.All().fileSize;
+            file_->Publish(options_.replace);
+        });
+        return bytes_;
+    }
+
+private:
+    const MakeOptions& options_;
+    std::optional<archive::NewArchive> file_;  // nothing in a dry run
+    std::uint64_t bytes_ = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
+};
+
+class Maker {
+public:
+    Maker(const Input& old, const Input& fresh, const MakeOptions& options,
+          const ProgressFunction& progress)
+        : options_(options),
+          progress_(progress),
+          difference_(FindDifference(old, fresh, options.manifest, options.threads, progress)) {}
+
+    MakeResult Run() {
+        RefuseUncarried(difference_, !options_.manifest && !options_.allowLossy);
+        PlanMemory();
+        PatchWriter writer(options_);
+        DigestRemoved();
+        MakeCarried(writer);
+        if (options_.manifest) FindMoved(difference_);
+        writer.StoreText(kAddedList, FormatList(AddedList(difference_)), false);
+        writer.StoreText(kDeletedList, FormatList(DeletedList(difference_)), false);
+        writer.StoreText(kPatchedList, FormatList(PatchedList(difference_)), false);
+        MakeResult result;
+        if (options_.manifest) WriteManifest(writer, result);
+        result.changes = ChangesOf(difference_);
+        result.same = static_cast<std::uint64_t>(
+            std::ranges::count(difference_.pairs.both, true, &Pair::same));
+        result.patchBytes = writer.Finish();
+        return result;
+    }
+
+private:
+    void PlanMemory();
+    void DigestRemoved();
+    void MakeCarried(PatchWriter& writer);
+    void WriteManifest(PatchWriter& writer, MakeResult& result);
+
+    const MakeOptions& options_;
+    const ProgressFunction& progress_;
+    Difference difference_;
+    MakerLimits limits_;
+    std::vector<std::uint64_t> memory_;  // that each carried member takes to make
+    std::uint64_t budget_ = 0;           // for all that are made at a time
+};
+
+// Finds out what each member takes. What one may take must not depend on how many are made at a
+// time, for under a limit the bytes of its diff depend on it.
+void Maker::PlanMemory() {
+    limits_ = {.prove = options_.prove, .digests = options_.manifest};
+    const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
+    const bool limited = options_.memory != delta::kNoLimit;
+    const std::uint64_t base =
+        kBaseMemory + kMemoryOfMember * (old.tree.Count() + fresh.tree.Count());
+    if (limited) limits_.memory = options_.memory > base ? options_.memory - base : 0;
+    for (const Carried& member : difference_.carried) {
+        const std::uint64_t least = MemberMaker::LeastMemory(old, fresh, member, limits_);
+        if (least > limits_.memory) {
+            throw Error(ErrorCode::NoMemory, fresh.path,
+                        "its diff needs a memory limit of " +
+                            std::to_string(((base + least) >> 20) + 1) + "M or more",
+                        fresh.tree[member.fresh].name);
+        }
+        memory_.push_back(MemberMaker::MemoryToMake(old, fresh, member, limits_));
+    }
+    if (limited) {
+        budget_ = limits_.memory;
+        return;
+    }
+    std::vector<std::uint64_t> most = memory_;
+    std::ranges::sort(most, std::greater<>());
+    most.resize(std::min<std::size_t>(most.size(), options_.threads));
+    budget_ = std::accumulate(most.begin(), most.end(), kBaseMemory);
+}
+
+void Maker::DigestRemoved() {
+    const Input& old = difference_.old;
+    std::uint64_t total = 0;
+    for (const Number number : difference_.removed) total += old.tree[number].size;
+    Meter meter(progress_, "digesting removed members", total);
+    const auto reader = old.tree.NewReader();
+    for (std::size_t i = 0; i < difference_.removed.size(); ++i) {
+        const Number number = difference_.removed[i];
+        MD5 md5;
+        Sha256 sha256;
+        About(old.path, [&] {
+            reader->Begin(number);
+            for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
+                md5.update(piece.data(), piece.size());
+                if (options_.manifest) sha256.Update(piece);
+                meter.Add(piece.size());
+            }
+        });
+        md5.finalize();
+        difference_.removedMd5[i] = md5.hex_digest().get();
+        difference_.digests.old[number] = sha256.Finish();
+    }
+}
+
+void Maker::MakeCarried(PatchWriter& writer) {
+    const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
+    const std::vector<Carried>& carried = difference_.carried;
+    std::uint64_t total = 0;
+    for (const Carried& member : carried) total += fresh.tree[member.fresh].size;
+    Meter meter(progress_, "making the patch", total);
+    const unsigned threads = std::max(options_.threads, 1U);
+    std::vector<MemberMaker> workers;
+    workers.reserve(threads);
+    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(old, fresh, limits_);
+    InOrder<CarriedMember> work(
+        carried.size(), threads, [this](std::size_t unit) { return memory_[unit]; }, budget_);
+    work.Run(
+        meter,
+        [&](unsigned worker, std::size_t unit) {
+            CarriedMember made = workers[worker].Make(carried[unit]);
+            meter.Add(fresh.tree[carried[unit].fresh].size);
+            return made;
+        },
+        [&](std::size_t unit, CarriedMember made) {
+            const Carried& member = carried[unit];
+            difference_.digests.fresh[member.fresh] = made.newDigest;
+            if (member.old) difference_.digests.old[*member.old] = made.oldDigest;
+            difference_.oldMd5[unit] = std::move(made.oldMd5);
+            difference_.newMd5[unit] = std::move(made.newMd5);
+            difference_.patchBytes[unit] = made.packed.data.size();
+            writer.Store(PatchName(fresh.tree[member.fresh].name), made.packed);
+        });
+    meter.Report(true);
+}
+
+void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
+    Manifest manifest = ManifestOf(difference_);
+    manifest.name = options_.name;
+    manifest.note = options_.note;
+    manifest.storage.base = Storage::Base::Old;
+    std::string text;
+    try {
+        text = FormatManifest(manifest);
+    } catch (const ManifestError& error) {
+        throw Error(ErrorCode::Refused, difference_.fresh.path,
+                    std::string("no manifest can be made of it: ") + error.what());
+    }
+    writer.StoreText(kManifestName, text, text.size() > kLargestPlainMember);
+    result.old = manifest.old;
+    result.fresh = manifest.fresh;
+    result.archive = manifest.archive;
+}
+
+// Finds out before the work whether a manifest can hold the texts.
+void JudgeTexts(const MakeOptions& options) {
+    Manifest manifest;
+    manifest.name = options.name;
+    manifest.note = options.note;
+    try {
+        (void)FormatManifest(manifest);
+    } catch (const ManifestError& error) {
+        throw Error(ErrorCode::Refused, options.result,
+                    std::string("its manifest cannot hold the note or the name: ") + error.what());
+    }
+}
+
+}  // namespace
+
+MakeResult MakePatch(const Input& old, const Input& fresh, const MakeOptions& options,
+                     const ProgressFunction& progress) {
+    if (options.manifest) JudgeTexts(options);
+    return Maker(old, fresh, options, progress).Run();
+}
+
+}  // namespace patch

@@ -1,0 +1,69 @@
+// Makes the members of a patch that carry content: diffs of changed members, and added ones.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "archive/PackedMember.h"
+#include "delta/Delta.h"
+#include "patch/Input.h"
+#include "patch/Pairs.h"
+
+namespace patch {
+
+// A member of the new side that the patch carries.
+struct Carried {
+    Number fresh;
+    std::optional<Number> old;  // what its diff is made from; nothing for an added one
+};
+
+struct CarriedMember {
+    archive::PackedMember packed;  // as the patch stores it
+    std::string oldMd5;            // as the lists have them
+    std::string newMd5;
+    Sha256Digest oldDigest{};
+    Sha256Digest newDigest{};
+};
+
+struct MakerLimits {
+    bool prove = true;                       // rebuild every member and compare
+    bool digests = true;                     // SHA-256 as well
+    std::uint64_t memory = delta::kNoLimit;  // bytes for one member
+};
+
+// Serves one thread at a time. Borrows the sides.
+class MemberMaker {
+public:
+    MemberMaker(const Input& old, const Input& fresh, const MakerLimits& limits);
+
+    // Throws Error for a member that cannot be read, or does not come out of its diff as it was.
+    [[nodiscard]] CarriedMember Make(const Carried& member);
+
+    // The least limit with which a member can be made, in bytes.
+    [[nodiscard]] static std::uint64_t LeastMemory(const Input& old, const Input& fresh,
+                                                   const Carried& member,
+                                                   const MakerLimits& limits);
+    // Returns how many bytes Make takes at most. The limit must allow it.
+    [[nodiscard]] static std::uint64_t MemoryToMake(const Input& old, const Input& fresh,
+                                                    const Carried& member,
+                                                    const MakerLimits& limits);
+
+private:
+    void Prove(const Carried& member, std::span<const std::byte> diff);
+    void ProvePacked(const Carried& member, std::span<const std::byte> payload,
+                     const archive::PackedMember& packed) const;
+
+    const Input& old_;
+    const Input& fresh_;
+    const MakerLimits limits_;
+    std::unique_ptr<archive::TreeReader> oldReader_;
+    std::unique_ptr<archive::TreeReader> freshReader_;
+    std::vector<std::byte> oldContent_;
+    std::vector<std::byte> newContent_;
+    delta::Workspace workspace_;
+};
+
+}  // namespace patch

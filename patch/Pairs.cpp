@@ -1,0 +1,165 @@
+#include "patch/Pairs.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "archive/Window.h"
+#include "patch/InOrder.h"
+#include "patch/NameList.h"
+
+namespace patch {
+namespace {
+
+using archive::TreeMember;
+
+constexpr std::size_t kRunMembers = 128;       // that a worker compares at a time
+constexpr std::uint64_t kRunBytes = 1U << 20;  // or their content
+constexpr std::size_t kWindow = 256U << 10;
+
+bool SameSpelling(std::string_view a, std::string_view b) {
+    const auto plain = [](char c) { return c == '\\' ? '/' : c; };
+    return std::ranges::equal(a, b, {}, plain, plain);
+}
+
+void RefuseDoubles(const Input& side) {
+    NameList doubles;
+    for (std::size_t i = 0; i < side.tree.Count(); ++i) {
+        const std::string_view name = side.tree[i].name;
+        if (side.tree.Find(name) != i) doubles.Add(ShownName(name));
+    }
+    if (!doubles.IsEmpty())
+        throw Error(ErrorCode::Refused, side.path,
+                    "several members have one name, letter case ignored; rename or delete all but "
+                    "one of each:" +
+                        doubles.Text());
+}
+
+// Compares and digests pairs on one thread.
+class PairComparer {
+public:
+    PairComparer(const Input& old, const Input& fresh, SideDigests* digests)
+        : old_(old),
+          fresh_(fresh),
+          digests_(digests),
+          oldReader_(old.tree.NewReader()),
+          freshReader_(fresh.tree.NewReader()) {
+        if (old.reader == nullptr || fresh.reader == nullptr) return;
+        oldWindow_.emplace(old.reader->File(), kWindow);
+        freshWindow_.emplace(fresh.reader->File(), kWindow);
+    }
+
+    void Compare(Pair& pair) {
+        const TreeMember a = old_.tree[pair.old];
+        const TreeMember b = fresh_.tree[pair.fresh];
+        if (a.size != b.size || (a.crc != 0 && b.crc != 0 && a.crc != b.crc)) return;
+        pair.storedAlike = IsStoredAlike(a, b);
+        pair.same = pair.storedAlike;
+        if (pair.same && digests_ == nullptr) return;
+        const Sha256Digest digest = DigestOf(old_, *oldReader_, pair.old);
+        pair.same = pair.same || DigestOf(fresh_, *freshReader_, pair.fresh) == digest;
+        if (pair.same && digests_ != nullptr)
+            digests_->old[pair.old] = digests_->fresh[pair.fresh] = digest;
+    }
+
+private:
+    static Sha256Digest DigestOf(const Input& side, archive::TreeReader& reader, Number number) {
+        return About(side.path, [&] {
+            Sha256 digest;
+            reader.Begin(number);
+            for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next())
+                digest.Update(piece);
+            return digest.Finish();
+        });
+    }
+
+    bool IsStoredAlike(const TreeMember& a, const TreeMember& b) {
+        if (!oldWindow_ || a.storedSize != b.storedSize || a.compressed != b.compressed ||
+            a.crc != b.crc || old_.reader->Header().version != fresh_.reader->Header().version) {
+            return false;
+        }
+        for (std::uint64_t done = 0; done < a.storedSize;) {
+            const auto pieceA = About(old_.path, [&] {
+                return oldWindow_->Some(a.dataOffset + done, a.storedSize - done);
+            });
+            const auto pieceB = About(fresh_.path, [&] {
+                return freshWindow_->Some(b.dataOffset + done, b.storedSize - done);
+            });
+            const std::size_t count = std::min(pieceA.size(), pieceB.size());
+            // A member that is cut off is named when its content is read.
+            if (count == 0 || std::memcmp(pieceA.data(), pieceB.data(), count) != 0) return false;
+            done += count;
+        }
+        return true;
+    }
+
+    const Input& old_;
+    const Input& fresh_;
+    SideDigests* digests_;
+    std::unique_ptr<archive::TreeReader> oldReader_;
+    std::unique_ptr<archive::TreeReader> freshReader_;
+    std::optional<archive::Window> oldWindow_;  // both, or neither
+    std::optional<archive::Window> freshWindow_;
+};
+
+}  // namespace
+
+Pairs PairMembers(const Input& old, const Input& fresh) {
+    RefuseDoubles(old);
+    RefuseDoubles(fresh);
+    Pairs pairs;
+    std::vector<bool> taken(old.tree.Count());
+    for (Number number = 0; number < fresh.tree.Count(); ++number) {
+        const std::string_view name = fresh.tree[number].name;
+        const std::optional<std::size_t> found = old.tree.Find(name);
+        if (found && SameSpelling(old.tree[*found].name, name)) {
+            taken[*found] = true;
+            pairs.both.push_back({static_cast<Number>(*found), number});
+        } else {
+            pairs.added.push_back(number);
+        }
+    }
+    for (Number number = 0; number < old.tree.Count(); ++number) {
+        if (!taken[number]) pairs.removed.push_back(number);
+    }
+    return pairs;
+}
+
+void ComparePairs(const Input& old, const Input& fresh, Pairs& pairs, SideDigests* digests,
+                  unsigned threads, const ProgressFunction& progress) {
+    std::uint64_t total = 0;
+    std::vector<std::size_t> runs;  // where each begins
+    std::uint64_t bytes = kRunBytes;
+    for (std::size_t i = 0; i < pairs.both.size(); ++i) {
+        if (bytes >= kRunBytes || i - runs.back() >= kRunMembers) {
+            runs.push_back(i);
+            bytes = 0;
+        }
+        const std::uint64_t size = fresh.tree[pairs.both[i].fresh].size;
+        bytes += size;
+        total += size;
+    }
+    std::vector<PairComparer> workers;
+    workers.reserve(std::max(threads, 1U));
+    for (unsigned i = 0; i < std::max(threads, 1U); ++i) workers.emplace_back(old, fresh, digests);
+    Meter meter(progress, "comparing", total);
+    struct Nothing {};
+    InOrder<Nothing> compare(
+        runs.size(), threads, [](std::size_t) { return 0; }, 0);
+    compare.Run(
+        meter,
+        [&](unsigned worker, std::size_t run) {
+            const std::size_t end = run + 1 < runs.size() ? runs[run + 1] : pairs.both.size();
+            for (std::size_t i = runs[run]; i < end; ++i) {
+                workers[worker].Compare(pairs.both[i]);
+                meter.Add(fresh.tree[pairs.both[i].fresh].size);
+            }
+            return Nothing{};
+        },
+        [](std::size_t, Nothing) {});
+    meter.Report(true);
+}
+
+}  // namespace patch

@@ -1,0 +1,203 @@
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
+#include "tools/va/patch/PatchCommands.h"
+#include "vaconverter/patch.h"
+
+namespace va::tool {
+namespace {
+
+constexpr Option kPlain{.name = "plain",
+                        .meaning = "leave the manifest out, as VAConverter patchdiff does"};
+constexpr Option kAllowLossy{
+    .name = "allow-lossy",
+    .meaning = "with --plain: leave out members without content instead of refusing them"};
+constexpr Option kNoVerify{.name = "no-verify",
+                           .meaning = "do not rebuild and compare what the patch holds"};
+constexpr Option kNote{.name = "note",
+                       .value = "FILE",
+                       .meaning = "a text for the users of the patch, which travels in it",
+                       .completes = Completes::Files};
+
+constexpr Operand kOperands[] = {
+    {.name = "OLD", .meaning = "an archive, or a folder", .completes = Completes::Archives},
+    {.name = "NEW", .meaning = "an archive, or a folder", .completes = Completes::Archives},
+};
+constexpr std::array kOptions = {&kOutput, &kForce,    &kDryRun, &kPlain,       &kAllowLossy,
+                                 &kNote,   &kNoVerify, &kJobs,   &kMemoryLimit, &kJson};
+constexpr std::array<std::string_view, 3> kExamples = {
+    "va diff Town-1.0.va Town-1.1.va", "va diff Town-1.0.va town-work -o town-1.1.patch.va",
+    "va diff --dry-run -v Town-1.0.va town-work"};
+
+// The report counts a member as changed almost wholly when its diff has more than half its bytes.
+constexpr std::uint64_t kRewrittenShare = 2;
+constexpr std::uint64_t kWorthNoting = 10000;  // bytes of the patch
+
+// "Town-1.0" for "games/Town-1.0.va", "town-work" for "town-work/".
+std::string BaseName(const std::string& operand) {
+    std::filesystem::path path = std::filesystem::path(operand).lexically_normal();
+    if (!path.has_filename()) path = path.parent_path();
+    if (path.empty() || path == "." || path.filename() == "..")
+        path = std::filesystem::weakly_canonical(operand);
+    if (path.extension() == ".va") path = path.stem();
+    return path.filename().string();
+}
+
+std::string ReadNote(const std::string& path) {
+    std::ifstream file;
+    if (path != "-") file.open(path, std::ios::binary);
+    std::istream& in = path == "-" ? std::cin : file;
+    std::string note{std::istreambuf_iterator<char>(in), {}};
+    if (!in)
+        throw Failure{ExitCode::NotFound,
+                      "cannot read '" + Shown(path) + "'; --note names a file of text"};
+    std::erase(note, '\r');
+    while (note.ends_with('\n')) note.pop_back();
+    return note;
+}
+
+const char* WordOf(MemberChange::Kind kind) {
+    switch (kind) {
+        case MemberChange::Kind::Added:
+            return "added";
+        case MemberChange::Kind::Moved:
+            return "moved";
+        case MemberChange::Kind::Removed:
+            return "removed";
+        case MemberChange::Kind::Empty:
+            return "empty";
+        default:
+            return "changed";
+    }
+}
+
+std::string HexOf(const Sha256& digest) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text;
+    for (const std::byte byte : digest) {
+        text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
+        text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
+    }
+    return text;
+}
+
+void TellMembers(Run& run, const MakePatchResult& made) {
+    for (const MemberChange& change : made.changes) {
+        if (run.answer.IsJson()) {
+            JsonObject object("change");
+            object.Set("change", WordOf(change.kind)).Set("name", change.name);
+            if (!change.oldName.empty()) object.Set("old_name", change.oldName);
+            run.answer.Write(object.Set("old_size", change.oldSize)
+                                 .Set("new_size", change.newSize)
+                                 .Set("patch_size", change.patchSize));
+        }
+        const std::string from = change.oldName.empty() ? "" : " from " + Shown(change.oldName);
+        run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name) + from + ", " +
+                        ShownBytes(change.patchSize));
+    }
+}
+
+// How it was proved, and what of. With an archive that can be made again, that is its bytes.
+void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
+    if (!made.newContent) return;
+    const std::string what = "applied to " + Shown(run.Operand(0)) + " it gives the " +
+                             Counted(made.newMembers, "member") + " of " + Shown(run.Operand(1)) +
+                             " (sha256 " + HexOf(*made.newContent) + ")";
+    run.talk.Summary((isProved ? "proved: " : "not proved: ") + what);
+}
+
+void TellRewritten(Run& run, const MakePatchResult& made) {
+    std::uint64_t members = 0;
+    std::uint64_t bytes = 0;
+    for (const MemberChange& change : made.changes) {
+        if (change.kind != MemberChange::Kind::Changed ||
+            change.patchSize <= change.newSize / kRewrittenShare) {
+            continue;
+        }
+        ++members;
+        bytes += change.patchSize;
+    }
+    if (bytes >= kWorthNoting)
+        run.talk.Note(Counted(members, "member") + " changed almost wholly, " + ShownBytes(bytes) +
+                      "; 'va report' tells which");
+}
+
+ExitCode RunDiff(Run& run) {
+    MakePatchOptions options;
+    options.result = run.Value(kOutput).value_or(BaseName(run.Operand(0)) + "-" +
+                                                 BaseName(run.Operand(1)) + ".patch.va");
+    if (options.result == "-")
+        throw Failure{ExitCode::Usage, "a patch cannot be written to standard output; name a file"};
+    options.replace = run.Has(kForce);
+    options.plain = run.Has(kPlain);
+    options.allowLossy = run.Has(kAllowLossy);
+    if (options.allowLossy && !options.plain)
+        throw Failure{ExitCode::Usage, "--allow-lossy needs --plain: nothing is lost without it"};
+    options.verify = !run.Has(kNoVerify);
+    options.dryRun = run.Has(kDryRun);
+    if (const auto note = run.Value(kNote)) options.note = ReadNote(*note);
+    if (options.plain && !options.note.empty())
+        throw Failure{ExitCode::Usage, "--plain leaves out the manifest, and --note needs it"};
+    if (const auto limit = run.Value(kMemoryLimit))
+        options.memoryLimit = BytesValue(kMemoryLimit, *limit);
+    options.threads = run.Jobs();
+
+    const Archive old = OpenSide(run, run.Operand(0));
+    const Archive fresh = OpenSide(run, run.Operand(1));
+    const MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
+    const PatchCounts& counts = made.counts;
+    TellMembers(run, made);
+    run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
+                     "  " + ShownBytes(made.patchSize) + "  " + std::to_string(counts.same) +
+                     " same  " + std::to_string(counts.changed) + " changed  " +
+                     std::to_string(counts.added) + " added  " + std::to_string(counts.moved) +
+                     " moved  " + std::to_string(counts.removed) + " removed");
+    TellProof(run, made, options.verify);
+    TellRewritten(run, made);
+    run.answer.Last()
+        .Set("patch", options.result.string())
+        .Set("size", made.patchSize)
+        .Set("same", counts.same)
+        .Set("changed", counts.changed)
+        .Set("added", counts.added)
+        .Set("moved", counts.moved)
+        .Set("removed", counts.removed)
+        .Set("members", made.newMembers)
+        .Set("proved", options.verify);
+    if (made.newContent) run.answer.Last().Set("sha256", HexOf(*made.newContent));
+    if (made.newArchive) run.answer.Last().Set("archive_sha256", HexOf(*made.newArchive));
+    const bool skipped = !old.Skipped().empty() || !fresh.Skipped().empty();
+    return skipped ? ExitCode::LookAt : ExitCode::Done;
+}
+
+}  // namespace
+
+Command DiffCommand() {
+    return {.words = "diff",
+            .summary = "make a patch from the old to the new version",
+            .operands = kOperands,
+            .options = kOptions,
+            .details =
+                "Writes a patch that turns OLD into NEW: the diffs of changed members, the added "
+                "members, and lists of both and of the removed ones. Without -o it is "
+                "OLD-NEW.patch.va in the current folder. Every changed and added member is rebuilt "
+                "from the patch and compared before the patch gets its name.\n"
+                "\n"
+                "VAConverter patchapply applies the patch too. Only members without content need "
+                "'va apply': the manifest carries them, which is one more member of the patch. "
+                "--plain leaves it out.\n"
+                "\n"
+                "Refused, naming them: members that differ and have names that a patch cannot "
+                "hold, and members of one side whose names differ in letter case only. Equal sides "
+                "give an empty patch. Files of a folder that cannot be members are skipped, and "
+                "the exit code is then 1.\n",
+            .examples = kExamples,
+            .run = RunDiff};
+}
+
+}  // namespace va::tool
