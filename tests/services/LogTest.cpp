@@ -185,6 +185,11 @@ TEST_F(Log, EndsAsTheVeryLastThingInTheProcess) {
     EXPECT_EQ(Body("sub.txt"), "Begin:\r\nEnd.\r\n");
 }
 
+TEST_F(Log, HoldsTheLastLineOfAStaticObjectOfTheProgram) {
+    EXPECT_EQ(Shell("'" VORN_LAST_LINE_PROGRAM "'"), 0);
+    EXPECT_EQ(Body(), "Begin:\r\nmain ends\r\nlast words\r\nEnd.\r\n");
+}
+
 void LimitFiles(rlim_t size) {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
