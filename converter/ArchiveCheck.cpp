@@ -17,11 +17,25 @@ namespace {
     return place + ": " + finding.text;
 }
 
-void PrintDamage(const std::string& name, const archive::Judgement& judgement) {
+// Returns whether only the index is gone, and not because the file was cut: what a writer leaves
+// that is stopped before it writes the index. The members before that point are whole.
+[[nodiscard]] bool LooksUnfinished(const archive::Reader& reader,
+                                   const archive::Judgement& judgement) {
+    return reader.Index() == archive::IndexState::Missing && judgement.damages == 1 &&
+           reader.Header().indexOffset < reader.All().fileSize;
+}
+
+void PrintDamage(const std::string& name, const archive::Reader& reader,
+                 const archive::Judgement& judgement) {
     const auto first = std::ranges::find_if(
         judgement.findings, [](const auto& finding) { return IsDamage(finding.fault); });
     const bool known = first != judgement.findings.end();
-    PrintProblem(name + " is damaged" + (known ? Place(*first) : "") + "; fetch it again");
+    const char* const cure =
+        LooksUnfinished(reader, judgement)
+            ? "; if the program that wrote it was stopped, add a file to it with VArchive, which "
+              "writes the index again, else fetch it again"
+            : "; fetch it again";
+    PrintProblem(name + " is damaged" + (known ? Place(*first) : "") + cure);
 }
 
 }  // namespace
@@ -33,7 +47,7 @@ bool IsWholeArchive(std::string_view path, Depth depth) {
         const archive::Judgement judgement =
             archive::Check(reader, {.content = depth == Depth::Content});
         if (!judgement.Whole()) {
-            PrintDamage(name, judgement);
+            PrintDamage(name, reader, judgement);
         } else if (reader.Index() == archive::IndexState::Absent) {
             PrintProblem(name + " has no index; its members were found by walking its chunks");
         }

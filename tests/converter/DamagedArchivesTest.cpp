@@ -125,6 +125,27 @@ TEST_F(DamagedArchives, TheLineNamesPatchPlaceAndMember) {
     EXPECT_EQ(std::ranges::count(outcome.problems, '\n'), 1);
 }
 
+// Only the index is gone, and adding to the archive brings it back.
+TEST_F(DamagedArchives, AnArchiveWhoseWriterWasKilledIsToldFromADamagedOne) {
+    folder_.Write("patch.va", patch_);
+    folder_.Write("more", Noise(50'000));
+    const auto addMore = [this](const std::string& tracer) {
+        return Shell("cd '" + folder_.Path() + "' && exec " + tracer +
+                     " '" VARCHIVE "' a old.va more >/dev/null 2>&1");
+    };
+    const std::string kill = "strace -o /dev/null -e inject=pwrite64:signal=KILL:when=3";
+    if (addMore(kill) != 128 + 9) GTEST_SKIP() << "needs strace";
+    const Outcome outcome = Apply("patch.va");
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.problems,
+                HasSubstr("the index that the header promises is not there; if the program that "
+                          "wrote it was stopped, add a file to it with VArchive, which writes the "
+                          "index again, else fetch it again\n"));
+    EXPECT_EQ(std::ranges::count(outcome.problems, '\n'), 1);
+    ASSERT_EQ(addMore(""), 0);
+    EXPECT_EQ(Apply("patch.va").exitCode, 0);
+}
+
 TEST_F(DamagedArchives, ACutPatchIsRefused) {
     std::vector<std::size_t> sizes = {0, 3, 20, 43, 44, 60, patch_.size() - 1};
     for (int i = 0; i < 40; ++i) sizes.push_back(random_() % patch_.size());
