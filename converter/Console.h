@@ -6,14 +6,17 @@
 
 namespace converter {
 
+// What to do when memory runs out.
+inline constexpr std::string_view kMoreMemory =
+    "close other programs or raise the memory limit, then try again";
+
 // Prints a line of standard output: `text`, and the name that it ends in.
 void PrintLine(std::string_view text, std::string_view name = {});
 
 // The same with the name in double quotes.
 void PrintQuoted(std::string_view text, std::string_view name);
 
-// Returns false, after a line on standard error, if any line of standard output could not be
-// printed.
+// Returns false if any line of standard output could not be printed so far.
 [[nodiscard]] bool AllLinesPrinted();
 
 // Prints a line of standard error, after "VAConverter: ".

@@ -14,12 +14,12 @@ public:
     }
 
     [[nodiscard]] bool Any() const { return count_ > 0; }
+    [[nodiscard]] bool One() const { return count_ == 1; }
 
     // Returns "N members without content (the first is "NAME")".
     [[nodiscard]] std::string Text() const {
-        const bool one = count_ == 1;
-        return std::to_string(count_) + (one ? " member" : " members") + " without content (" +
-               (one ? "" : "the first is ") + "\"" + first_ + "\")";
+        return std::to_string(count_) + (One() ? " member" : " members") + " without content (" +
+               (One() ? "" : "the first is ") + "\"" + first_ + "\")";
     }
 
 private:

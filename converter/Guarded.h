@@ -2,6 +2,8 @@
 #pragma once
 
 #include <exception>
+#include <new>
+#include <string>
 
 #include "converter/Console.h"
 #include "kernel/Exceptions.h"
@@ -15,6 +17,8 @@ template <typename Result, typename Step>
         return step();
     } catch (const Vorn::Exception& error) {
         PrintProblem(error.GetReason());
+    } catch (const std::bad_alloc&) {
+        PrintProblem("out of memory; " + std::string(kMoreMemory));
     } catch (const std::exception& error) {
         PrintProblem(error.what());
     }

@@ -36,5 +36,7 @@ int main(int argc, char** argv) {
     } else {
         program->PrintUsage();
     }
-    return converter::AllLinesPrinted() ? result : 1;
+    if (converter::AllLinesPrinted()) return result;
+    converter::PrintProblem("cannot print all lines, so no archive was made");
+    return 1;
 }

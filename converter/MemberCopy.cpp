@@ -29,7 +29,9 @@ bool MemberContent::ReadAll(File& file) {
     try {
         bytes_ = std::make_unique_for_overwrite<std::byte[]>(size_);
     } catch (const std::bad_alloc&) {
-        return Fail("there is no memory for", file.Name());
+        PrintProblem("out of memory for \"" + std::string(file.Name()) + "\"; " +
+                     std::string(kMoreMemory));
+        return false;
     }
     const bool whole =
         file.Seek(0, SeekFrom::Start) == 0 && file.Read(bytes_.get(), size_) == size_;

@@ -61,7 +61,8 @@ bool PatchApplier::Run(const OldArchive& old) {
     Subst(inputs_.other.mount, nullptr);
     if (!good) return false;
     old.close();
-    return output_.Complete() && PutInPlace();
+    // A result that comes with exit code 1 would be taken for a good one.
+    return AllLinesPrinted() && output_.Complete() && PutInPlace();
 }
 
 bool PatchApplier::PutInPlace() {
@@ -71,8 +72,8 @@ bool PatchApplier::PutInPlace() {
         return false;
     }
     if (emptyMembers_.Any()) {
-        PrintProblem(emptyMembers_.Text() +
-                     " cannot be stored and are omitted from the new archive");
+        PrintProblem(emptyMembers_.Text() + " cannot be stored and " +
+                     (emptyMembers_.One() ? "is" : "are") + " omitted from the new archive");
     }
     return true;
 }

@@ -131,7 +131,8 @@ bool PatchMaker::Run(const OldArchive& old) {
     }
     bool good = old.walk() && WalkNewFolder("") == 0;
     Subst(inputs_.other.mount, nullptr);
-    good = good && WriteLists() && output_.Complete();
+    // A result that comes with exit code 1 would be taken for a good one.
+    good = good && WriteLists() && AllLinesPrinted() && output_.Complete();
     if (good) {
         ReportEmptyMembers();
         good = MoveOutOfWorkFolder();
@@ -287,8 +288,10 @@ bool PatchMaker::WriteLists() {
 void PatchMaker::ReportEmptyMembers() const {
     if (!emptyMembers_.Any()) return;
     PrintProblem(emptyMembers_.Text() + " cannot be stored; " +
-                 (addsEmptyMember_ ? "the patch adds one, so patchapply will refuse it"
-                                   : "patchapply will omit them from the new archive"));
+                 (addsEmptyMember_
+                      ? "the patch adds one, so patchapply will refuse it"
+                      : "patchapply will omit " + std::string(emptyMembers_.One() ? "it" : "them") +
+                            " from the new archive"));
 }
 
 bool PatchMaker::MoveOutOfWorkFolder() {

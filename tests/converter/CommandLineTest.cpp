@@ -65,15 +65,45 @@ TEST_F(CommandLine, NamesOfTheOutputsComeFromTheOldArchive) {
     ExpectSameContent("game/my.data-tmp.va", "new.va");
 }
 
-TEST_F(CommandLine, LinesThatCannotBePrintedAreAFailure) {
-    Pack("old.va", {{"a", "a"}});
-    Pack("new.va", {{"a", "a"}});
-    for (const char* words : {"patchdiff old.va new.va out", "patchapply old.va new.va x"}) {
+TEST_F(CommandLine, LinesThatCannotBePrintedAreAFailureThatLeavesNothing) {
+    PackPair({{"a", "a"}, {"b", "old"}}, {{"a", "a"}, {"b", "new"}});
+    ASSERT_EQ(Diff().exitCode, 0);
+    fs::rename(folder_.Path("out/old-diff.va"), folder_.Path("patch.va"));
+    fs::remove(folder_.Path("out"));
+    folder_.Write("problem", "");
+    const auto before = Tree();
+    for (const char* words : {"patchdiff old.va new.va out", "patchapply old.va patch.va x", ""}) {
         SCOPED_TRACE(words);
         const std::string run = "cd '" + folder_.Path() + "' && " + bin_ + "/VAConverter " + words;
         EXPECT_EQ(Shell(run + " >/dev/full 2>problem"), 1);
-        EXPECT_THAT(folder_.Read("problem"), HasSubstr("cannot print all lines"));
+        if (*words != '\0') {
+            EXPECT_EQ(folder_.Read("problem"),
+                      "VAConverter: cannot print all lines, so no archive was made\n");
+        }
+        EXPECT_EQ(Tree(), before);
     }
+}
+
+// From too little for the program to start to enough for the run.
+TEST_F(CommandLine, WithoutMemoryALineSaysSoAndWhatToDo) {
+    if (VORN_SANITIZED) GTEST_SKIP() << "the sanitizer needs more than any limit";
+    Members members;
+    for (int i = 0; i < 5000; ++i) members.emplace_back("folder/" + std::to_string(i), "text");
+    PackPair(members, {{"folder/1", "text"}});
+    int refused = 0;
+    for (int limit = 8000, code = 1; limit < 60'000 && code != 0; limit += 250) {
+        SCOPED_TRACE(limit);
+        fs::remove_all(folder_.Path("out"));
+        const Outcome outcome = Convert(
+            {"patchdiff", "old.va", "new.va", "out"},
+            "sh -c 'ulimit -c 0; ulimit -v " + std::to_string(limit) + "; exec \"$0\" \"$@\"'");
+        code = outcome.exitCode;
+        EXPECT_TRUE(code == 0 || code == 1 || code == 127) << outcome.problems;
+        if (code != 1) continue;
+        EXPECT_THAT(outcome.problems, Not(HasSubstr("std::")));
+        if (outcome.problems.starts_with("VAConverter: out of memory; close other")) ++refused;
+    }
+    EXPECT_GT(refused, 0);
 }
 
 TEST_F(CommandLine, OnlyTheNamedArchiveIsTheInput) {

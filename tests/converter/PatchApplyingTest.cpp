@@ -80,6 +80,13 @@ TEST_F(PatchApplying, ProgramNamedLikeTheBeginningOfTheFolderIsNotRun) {
     EXPECT_FALSE(folder_.Has("ran"));
 }
 
+TEST_F(PatchApplying, OneMemberWithoutContentIsToldInTheSingular) {
+    PackPair({{"same", "1"}, {"emptied", "2"}}, {{"same", "1"}, {"emptied", ""}});
+    const std::string one = "VAConverter: 1 member without content (\"emptied\") cannot be stored";
+    EXPECT_EQ(Diff().problems, one + "; patchapply will omit it from the new archive\n");
+    EXPECT_EQ(Apply().problems, one + " and is omitted from the new archive\n");
+}
+
 TEST_F(PatchApplying, APatchThatAddsAMemberWithoutContentIsRefused) {
     PackPair({{"same", "1"}}, {{"same", "1"}, {"added", ""}});
     const Outcome diff = Diff();
