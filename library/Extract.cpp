@@ -221,7 +221,7 @@ private:
         };
         if (folder && !file.Begin(*folder, FileName(planned.path))) refuse("cannot create");
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {
-            if (folder && !file.Write(piece)) refuse("cannot write");
+            if (folder && file.Write(piece) != piece.size()) refuse("cannot write");
             progress_.Add(piece.size());
         }
         if (folder && !file.Publish(options_.replace)) refuse("cannot put a file in the place of");

@@ -66,12 +66,13 @@ public:
     // name `path` for a moment.
     [[nodiscard]] bool OpenTemporary(const char* path);
 
-    // Opens a new file without a name, in `folder`, for GiveName. It ends with the handle, or with
-    // the process however that ends, unless it got a name. It denies nothing to others. False where
-    // the system has no such files.
+    // Opens a new file without a name, in `folder`, for GiveName. Unless it gets a name, it
+    // vanishes with the handle or the process, however that ends. It denies nothing to others.
+    // False if the file system has no such files. NewFile (FolderHandle.h) does the whole job for a
+    // plain file.
     [[nodiscard]] bool OpenUnnamed(const char* folder);
-    // Gives a file that OpenUnnamed opened a name in that folder. Never replaces: false when the
-    // name exists.
+    // Gives a file that OpenUnnamed opened a name in that folder. Never replaces: false if the name
+    // exists.
     [[nodiscard]] bool GiveName(const char* path) const;
 
     // Returns false if the system reports a delayed write error.
@@ -112,6 +113,13 @@ public:
     bool Commit();
 
 private:
+    friend class NewFile;
+
+    // The same, and creating a file, by a system path relative to an open folder.
+    [[nodiscard]] bool OpenUnnamedIn(int folder, const char* path);
+    [[nodiscard]] bool GiveNameIn(int folder, const char* path) const;
+    [[nodiscard]] bool CreateIn(int folder, const char* path);
+
     int descriptor_ = -1;
 };
 

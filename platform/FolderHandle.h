@@ -53,28 +53,34 @@ public:
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
 
-    // Begins a file that is to become `name` in `folder`, which must stay open. Ends one that was
-    // begun before.
+    // Begins a file that is to become `name` in `folder`, which must stay open until the file is
+    // published or given up. Gives up one that was begun before.
     [[nodiscard]] bool Begin(const FolderHandle& folder, const std::string& name);
 
-    // Appends to it. False when the system stops early.
-    [[nodiscard]] bool Write(std::span<const std::byte> bytes);
+    // Returns whether a file was begun that a killed process would leave no trace of.
+    [[nodiscard]] bool IsUnnamed() const { return handle_.IsOpen() && hidden_.empty(); }
 
-    // Gives it its name. With `replace` it takes the place and the permissions of a file, or the
-    // place of a link, in one step; without, and for everything else that has the name, it is
-    // refused.
+    // Appends to it. Returns the bytes written, fewer than given if the system stops early.
+    [[nodiscard]] std::size_t Write(std::span<const std::byte> bytes);
+
+    // Gives it its name and closes it. With `replace` it takes the place and, if possible, the
+    // permissions of a file, or the place of a link, in one step. Without, and for anything else
+    // that has the name, returns false with the reason Exists, and can be called again. A delayed
+    // write error ends the file.
     [[nodiscard]] bool Publish(bool replace);
 
     // Removes it.
     void GiveUp();
 
 private:
+    [[nodiscard]] bool CreateHidden();
     [[nodiscard]] bool GetHiddenName();
+    [[nodiscard]] bool MoveHidden(bool replace);
 
     const FolderHandle* folder_ = nullptr;
     std::string name_;
     std::string hidden_;  // its name before it is published; empty when it has none
-    int descriptor_ = -1;
+    FileHandle handle_;
 };
 
 }  // namespace platform

@@ -6,18 +6,17 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <utility>
 
 namespace platform {
 namespace {
 
-constexpr mode_t kFileMode = 0666;
 constexpr mode_t kFolderMode = 0777;
 constexpr mode_t kPermissions = 0777;
 
-// File systems that cannot make files without a name answer every try alike; one is enough.
-std::atomic<bool> g_namelessFiles = true;
+// A file system that cannot make files without a name refuses each try the same way, so that the
+// first refusal ends the tries.
+std::atomic<bool> unnamedFiles = true;
 
 std::string HiddenName(const std::string& name) {
     static std::atomic<unsigned> counter = 0;
@@ -85,79 +84,88 @@ bool NewFile::Begin(const FolderHandle& folder, const std::string& name) {
     GiveUp();
     folder_ = &folder;
     name_ = name;
-    if (g_namelessFiles.load(std::memory_order_relaxed)) {
-        descriptor_ = openat(folder.descriptor_, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
-        if (descriptor_ >= 0) return true;
+    if (unnamedFiles.load(std::memory_order_relaxed)) {
+        if (handle_.OpenUnnamedIn(folder.descriptor_, ".")) return true;
         if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return false;
-        g_namelessFiles.store(false, std::memory_order_relaxed);
+        unnamedFiles.store(false, std::memory_order_relaxed);
     }
-    do {
-        hidden_ = HiddenName(name);
-        descriptor_ = openat(folder.descriptor_, hidden_.c_str(),
-                             O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
-    } while (descriptor_ < 0 && errno == EEXIST);
-    if (descriptor_ < 0) hidden_.clear();
-    return descriptor_ >= 0;
+    return CreateHidden();
 }
 
-bool NewFile::Write(std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
+bool NewFile::CreateHidden() {
+    do {
+        hidden_ = HiddenName(name_);
+        if (handle_.CreateIn(folder_->descriptor_, hidden_.c_str())) return true;
+    } while (errno == EEXIST);
+    hidden_.clear();
+    return false;
+}
+
+std::size_t NewFile::Write(std::span<const std::byte> bytes) { return handle_.Write(bytes); }
+
+bool NewFile::Publish(bool replace) {
+    if (!hidden_.empty()) return MoveHidden(replace);
+    const int folder = folder_->descriptor_;
+    if (handle_.GiveNameIn(folder, name_.c_str())) {
+        // Only a file that is open can be linked, so that closing, which may report what could not
+        // be written, comes last here.
+        if (handle_.Close()) return true;
+        const int error = errno;
+        unlinkat(folder, name_.c_str(), 0);
+        errno = error;
+        return false;
     }
-    return true;
+    if (errno != EEXIST || !replace) return false;
+    // No call replaces a name by a file that has none.
+    return GetHiddenName() && MoveHidden(true);
 }
 
 bool NewFile::GetHiddenName() {
-    if (!hidden_.empty()) return true;
-    char self[32];
-    std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor_);
     std::string hidden;
     do {
         hidden = HiddenName(name_);
-        if (linkat(AT_FDCWD, self, folder_->descriptor_, hidden.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-            hidden_ = hidden;
+        if (handle_.GiveNameIn(folder_->descriptor_, hidden.c_str())) {
+            hidden_ = std::move(hidden);
             return true;
         }
     } while (errno == EEXIST);
     return false;
 }
 
-bool NewFile::Publish(bool replace) {
+bool NewFile::MoveHidden(bool replace) {
     const int folder = folder_->descriptor_;
-    if (hidden_.empty()) {
-        char self[32];
-        std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor_);
-        if (linkat(AT_FDCWD, self, folder, name_.c_str(), AT_SYMLINK_FOLLOW) == 0) {
-            close(std::exchange(descriptor_, -1));
-            return true;
-        }
-        if (errno != EEXIST || !replace) return false;
-        if (!GetHiddenName()) return false;
-    }
     struct stat status {};
     const bool exists = fstatat(folder, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-    if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+    if (exists && (!replace || (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)))) {
         errno = EEXIST;
         return false;
     }
-    if (exists && S_ISREG(status.st_mode) &&
-        fchmod(descriptor_, status.st_mode & kPermissions) != 0) {
-        return false;
+    // A file whose permissions cannot be set still replaces the other: its content matters more.
+    if (exists && S_ISREG(status.st_mode)) {
+        (void)fchmodat(folder, hidden_.c_str(), status.st_mode & kPermissions, 0);
     }
     constexpr unsigned kNoReplace = 1;  // RENAME_NOREPLACE of <linux/fs.h>
-    if (renameat2(folder, hidden_.c_str(), folder, name_.c_str(), replace ? 0 : kNoReplace) != 0) {
+    if (!handle_.Close()) {
+        const int error = errno;
+        GiveUp();
+        errno = error;
         return false;
     }
+    const unsigned flags = replace ? 0 : kNoReplace;
+    if (renameat2(folder, hidden_.c_str(), folder, name_.c_str(), flags) != 0) {
+        // Where the system cannot refuse to replace, linking does not replace either.
+        const bool unknownFlag = !replace && (errno == EINVAL || errno == ENOSYS);
+        if (!unknownFlag || linkat(folder, hidden_.c_str(), folder, name_.c_str(), 0) != 0) {
+            return false;
+        }
+        unlinkat(folder, hidden_.c_str(), 0);
+    }
     hidden_.clear();
-    close(std::exchange(descriptor_, -1));
     return true;
 }
 
 void NewFile::GiveUp() {
-    if (descriptor_ >= 0) close(std::exchange(descriptor_, -1));
+    handle_.Close();
     if (!hidden_.empty()) unlinkat(folder_->descriptor_, hidden_.c_str(), 0);
     hidden_.clear();
 }
