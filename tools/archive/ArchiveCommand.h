@@ -47,6 +47,12 @@ protected:
         }
     }
 
+    // Prints and notes the file's error.
+    void PrintError(const char* problem, const char* lineEnd) {
+        context_.tool.NoteFailure();
+        std::printf("Error, %s!%s", problem, lineEnd);
+    }
+
     [[nodiscard]] Tool& Reporter() const { return context_.tool; }
     [[nodiscard]] const ToolCommand& Line() const { return context_.line; }
     [[nodiscard]] TargetMount& Target() const { return context_.target; }
@@ -54,11 +60,6 @@ protected:
     [[nodiscard]] std::span<std::byte> Buffer() const { return context_.buffer; }
 
 private:
-    void PrintError(const char* problem, const char* lineEnd) {
-        context_.tool.NoteFailure();
-        std::printf("Error, %s!%s", problem, lineEnd);
-    }
-
     const Context context_;
 };
 

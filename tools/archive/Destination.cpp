@@ -16,12 +16,18 @@ constexpr const char* kCannotWrite = "Cannot open output file";
     return platform::GetStatus(path, status) && status.IsDirectory();
 }
 
-// Makes the folder and those above it that are missing.
+// A name that no path can hold below a folder: it would begin with a drive or a mount.
+[[nodiscard]] bool HasPrefix(std::string_view name) {
+    return name.find(':') != std::string_view::npos;
+}
+
+// Creates the folder and the missing ones above it.
 [[nodiscard]] bool MakeFolders(const std::string& path) {
     if (IsFolder(path.c_str())) return true;
     const std::size_t above = path.rfind('/');
-    if (above != std::string::npos && above > 0 && !MakeFolders(path.substr(0, above)))
+    if (above != std::string::npos && above > 0 && !MakeFolders(path.substr(0, above))) {
         return false;
+    }
     return platform::MakeDirectory(path.c_str()) || IsFolder(path.c_str());
 }
 
@@ -51,61 +57,86 @@ std::string Destination::Folded::Text(std::size_t count) const {
     return text.empty() ? "." : text;
 }
 
-bool Destination::Folded::IsBelow(const Folded& folder) const {
+bool Destination::Folded::IsWithin(const Folded& folder) const {
     const std::size_t shared = folder.components.size();
-    if (fromRoot != folder.fromRoot || components.size() <= shared ||
+    if (fromRoot != folder.fromRoot || components.size() < shared ||
         !std::equal(folder.components.begin(), folder.components.end(), components.begin())) {
         return false;
     }
     return std::none_of(components.begin() + static_cast<std::ptrdiff_t>(shared), components.end(),
-                        [](const std::string& name) {
-                            return name == ".." || name.find(':') != std::string::npos;
-                        });
+                        [](const std::string& name) { return name == ".." || HasPrefix(name); });
 }
 
-Destination::Destination(const std::vector<std::string>& namedFolders, std::string source)
-    : named_(namedFolders.begin(), namedFolders.end()), source_(std::move(source)) {}
+Destination::Destination(const std::vector<std::string>& namedFolders, std::string source,
+                         std::function<void(const std::string&)> beforeEntering)
+    : named_(namedFolders.begin(), namedFolders.end()),
+      source_(std::move(source)),
+      beforeEntering_(std::move(beforeEntering)) {}
 
-const Destination::Folded* Destination::NamedAbove(const Folded& path) const {
-    const auto above =
-        std::ranges::find_if(named_, [&](const Folded& folder) { return path.IsBelow(folder); });
-    return above == named_.end() ? nullptr : &*above;
-}
-
-const char* Destination::Prepare(std::string_view path, std::string& prepared) {
-    const std::string_view name = path.substr(path.find_last_of("/\\") + 1);
-    const Folded folded(path);
-    const Folded* above = NamedAbove(folded);
-    if (above == nullptr || name.empty() || name == "." || name == "..") return kLeavesFolder;
-
-    const std::size_t length = folded.components.size();
-    prepared = folded.Text(length);
-    if (entered_.contains(folded.Text(length - 1))) return nullptr;
-    const std::size_t start = above->components.size();
-    const std::string named = above->Text(start);
-    for (std::size_t count = start; count < length; ++count) {
-        if (const char* problem = EnterFolder(named, folded.Text(count))) return problem;
+const char* Destination::Prepare(std::string_view path, Place& place) {
+    const std::size_t nameAt = path.find_last_of("/\\") + 1;
+    const std::string_view name = path.substr(nameAt);
+    if (name.empty() || name == "." || name == ".." || HasPrefix(name)) return kLeavesFolder;
+    const std::string_view folderText = path.substr(0, nameAt);
+    if (!current_ || folderText != currentText_) {
+        if (const char* problem = Enter(folderText)) return problem;
     }
+    place.folder = current_;
+    place.name = name;
+    place.path = currentPrefix_;
+    place.path += name;
     return nullptr;
 }
 
-const char* Destination::CheckExisting(const std::string& prepared) const {
-    using platform::EntryKind;
-    const Folded* above = NamedAbove(Folded(prepared));
-    const EntryKind kind = platform::GetEntryKind(prepared.c_str());
-    if (kind == EntryKind::Directory || kind == EntryKind::Other) return kCannotWrite;
-    const bool link = kind == EntryKind::Link;
-    if (above == nullptr || (link && LeadsOut(above->Text(above->components.size()), prepared))) {
-        return kLeavesFolder;
+const char* Destination::Enter(std::string_view folderText) {
+    const Folded folder(folderText);
+    const auto above =
+        std::ranges::find_if(named_, [&](const Folded& named) { return folder.IsWithin(named); });
+    if (above == named_.end()) return kLeavesFolder;
+    const std::string named = above->Text();
+    for (std::size_t count = above->components.size(); count <= folder.components.size(); ++count) {
+        if (const char* problem = EnterLevel(named, folder.Text(count))) return problem;
     }
-    return platform::IsSameFile(prepared.c_str(), source_.c_str())
-               ? "Destination is the archive itself"
-               : nullptr;
+    auto entered = std::make_shared<Folder>();
+    const std::string path = folder.Text();
+    if (!entered->handle.Open(path.c_str())) return kCannotWrite;
+    entered->named = named;
+    current_ = std::move(entered);
+    currentText_ = folderText;
+    const bool isCurrentFolder = folder.components.empty() && !folder.fromRoot;
+    currentPrefix_ = isCurrentFolder ? "" : path.ends_with('/') ? path : path + '/';
+    return nullptr;
+}
+
+const char* Destination::CheckExisting(const Place& place) const {
+    using platform::EntryKind;
+    const char* path = place.path.c_str();
+    platform::FileStatus status;
+    switch (platform::GetEntryKind(path)) {
+        case EntryKind::Directory:
+        case EntryKind::Other:
+            return kCannotWrite;
+        case EntryKind::Link:
+            if (LeadsOut(place.folder->named, place.path)) return kLeavesFolder;
+            break;
+        case EntryKind::File:
+            // The folder's permissions alone would let it be replaced.
+            if (!platform::GetStatus(path, status) ||
+                (status.attributes & platform::kAttributeReadOnly) != 0) {
+                return kCannotWrite;
+            }
+            break;
+        case EntryKind::None:
+            break;
+    }
+    return platform::IsSameFile(path, source_.c_str()) ? "Destination is the archive itself"
+                                                       : nullptr;
 }
 
 // The folders above are entered already.
-const char* Destination::EnterFolder(const std::string& named, const std::string& folder) {
+const char* Destination::EnterLevel(const std::string& named, const std::string& folder) {
     if (entered_.contains(folder)) return nullptr;
+    beforeEntering_(folder);
     if (folder == named) {
         if (!MakeFolders(folder)) return kCannotWrite;
     } else if (platform::GetEntryKind(folder.c_str()) == platform::EntryKind::Link) {

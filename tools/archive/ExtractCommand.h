@@ -1,6 +1,7 @@
 // The command e: extracts members to disk.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,30 +9,43 @@
 #include "KernelStandard/File.h"
 #include "tools/archive/ArchiveCommand.h"
 #include "tools/archive/Destination.h"
-#include "tools/archive/OutputFile.h"
+#include "tools/archive/PlacingQueue.h"
 
 namespace Vorn {
 
+// The lines of small members appear in batches, unless the display is verbose.
 class ExtractCommand final : public ArchiveCommand {
 public:
-    // `prefix` is the path before each member's, whose extension does not count; nullopt if there
-    // is none.
+    // `prefix` is the path before each member's, of which the extension is dropped; nullopt if
+    // there is none.
     ExtractCommand(const Context& context, std::optional<String> prefix);
 
     void Process(const ToolFileRecord& record) override;
 
 private:
     // Each returns null, or what went wrong with the member.
-    [[nodiscard]] const char* Extract(const ToolFileRecord& record);
-    [[nodiscard]] const char* Write(File& member, const ToolFileRecord& record,
-                                    const std::string& to);
-    [[nodiscard]] const char* Copy(File& member, const archive::FindEntry& entry, OutputFile& file,
-                                   const char* memberPath);
+    [[nodiscard]] const char* Extract(const ToolFileRecord& record, ExtractedFile& file);
+    [[nodiscard]] const char* Begin(std::string_view path, ExtractedFile& file);
+    // Reads a small member; Place writes it.
+    [[nodiscard]] const char* Load(File& member, ExtractedFile& file) const;
+    [[nodiscard]] const char* Copy(File& member, ExtractedFile& file) const;
+    // Runs on the queue's thread too.
+    [[nodiscard]] const char* Place(ExtractedFile& file) const;
+
+    static void CheckSum(ExtractedFile& file, std::uint32_t sum);
+    static void Warn(ExtractedFile& file, const char* what);
+    [[nodiscard]] bool MayWait(const ToolFileRecord& record) const;
+    void ShowCopied(std::uint32_t bytes, std::uint32_t size) const;
+    void Report(const ExtractedFile& file);
     [[nodiscard]] PathBuffer PathOnDisk(const ToolFileRecord& record) const;
     [[nodiscard]] std::vector<std::string> NamedFolders() const;
 
     const std::optional<String> prefix_;
     Destination destination_;
+    PlacingQueue queue_;
+    // A target that is a folder may be what is written to: each file must be there before the next
+    // is read.
+    const bool mayWait_;
 };
 
 }  // namespace Vorn
