@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace platform {
@@ -34,5 +35,9 @@ struct MemoryStatus {
     std::uint64_t addressFree = 0;
 };
 [[nodiscard]] MemoryStatus GetMemoryStatus();
+
+// Returns the bytes that this user may still write to the device of `path`, which must exist;
+// nullopt if they are unknown.
+[[nodiscard]] std::optional<std::uint64_t> FreeSpace(const char* path);
 
 }  // namespace platform

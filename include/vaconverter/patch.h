@@ -3,12 +3,16 @@
 //     const va::Archive old("Town-1.0.va");
 //     const va::Archive fresh("town-work");
 //     va::MakePatch(old, fresh, {.result = "town-1.1.patch.va"});
+//
+//     va::ApplyPatch({.old = "Town.va", .patch = "town-1.1.patch.va", .result = "Town-1.1.va"},
+//                    [](const va::Progress& p) { return !userCancelled; });
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -82,6 +86,73 @@ struct MakePatchResult {
 // NoMemory before the work if the limit is too low for a member; DiskFull.
 MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePatchOptions& options,
                           const ProgressFunction& progress = {});
+
+// Which side of a patch an archive or folder is.
+struct Verdict {
+    enum class Side {
+        Old,      // what the patch was made from
+        New,      // what it gives
+        Neither,  // an altered copy of the old side, or another archive altogether
+        Damaged,
+    };
+    Side side = Side::Old;
+    // Names in UTF-8: the damaged members, or those that differ from the old side, as far as they
+    // are known.
+    std::vector<std::string> members;
+    bool certain = true;   // each of `members` differs; else one or more of them do
+    bool another = false;  // so much differs that it is no copy of the old side
+    std::string message;   // for people; empty for the old and the new side
+};
+
+// Returns whether a file is a patch, or the damaged rest of one, by the lists in it. False for
+// whatever cannot be read.
+[[nodiscard]] bool IsPatch(const std::filesystem::path& path);
+
+// Reads a patch and an archive or folder whole, and compares them. Throws Error: NotFound, Refused
+// for a damaged patch.
+[[nodiscard]] Verdict VerifyAgainst(const std::filesystem::path& target,
+                                    const std::filesystem::path& patch, unsigned threads = 1,
+                                    const ProgressFunction& progress = {});
+
+struct ApplyPatchOptions {
+    std::filesystem::path old;  // an archive or folder
+    std::filesystem::path patch;
+    // The new archive. Empty: the name in the patch, or for a patch without one OLD-new.va, beside
+    // `old`, which must not be a folder then. A folder that exists: that name in it.
+    std::filesystem::path result = {};
+    bool replace = false;  // a file that exists
+    bool check = false;    // judge the patch and the old side, and do no more
+    bool trust = false;    // do not judge the old side first
+    bool dryRun = false;   // do all but write
+    unsigned threads = 1;
+    std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take
+    // Called with what was found about `old`, before anything is written or thrown.
+    std::function<void(const Verdict&)> judged = {};
+};
+
+struct ApplyPatchResult {
+    PatchCounts counts;
+    // As the patch lists them: added, changed, removed. Sizes of content are those that the patch
+    // tells, and 0 where it does not.
+    std::vector<MemberChange> changes;
+    // `old` is the new side, and was copied to `result` if that was named; or `result` was there.
+    bool alreadyApplied = false;
+    std::filesystem::path result;  // empty if there is none
+    std::uint64_t resultSize = 0;  // 0 if nothing was written
+    std::uint64_t resultMembers = 0;
+    // Of the result: equal to the maker's, where the patch promises that.
+    std::optional<Sha256> archive;
+    // The patch promises an archive byte for byte, and the result has its members and contents, but
+    // stores them otherwise: so does `old` compared with the one the patch was made from.
+    bool storedOtherwise = false;
+    std::string note;  // of the maker
+};
+
+// Makes the new archive out of the old one. The result appears whole or not at all, and does not
+// depend on the number of threads. Throws Error: NotFound; DiskFull; NoMemory; Refused when
+// the patch is damaged, `old` is neither side of it, the result exists, or is one of the inputs.
+ApplyPatchResult ApplyPatch(const ApplyPatchOptions& options,
+                            const ProgressFunction& progress = {});
 
 // Byte diffs of two contents in memory, in the format of the members of a patch. Throws Error
 // (Refused) for 4 GiB and more.

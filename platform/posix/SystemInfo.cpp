@@ -2,6 +2,7 @@
 
 #include <pwd.h>
 #include <sched.h>
+#include <sys/statvfs.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -91,6 +92,12 @@ MemoryStatus GetMemoryStatus() {
     const std::uint64_t used = bytes(posix::ReadText("/proc/self/status", buffer), "VmSize:");
     status.addressFree = kAddressSpace - std::min(used, kAddressSpace);
     return status;
+}
+
+std::optional<std::uint64_t> FreeSpace(const char* path) {
+    struct statvfs device {};
+    if (statvfs(path, &device) != 0) return std::nullopt;
+    return std::uint64_t{device.f_bavail} * device.f_frsize;
 }
 
 }  // namespace platform

@@ -37,7 +37,8 @@ std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
                                         CatCommand(),  ExtractCommand(), CompareCommand(),
                                         SumsCommand()};
-    static const std::array kPatches = {DiffCommand(), ReportCommand()};
+    static const std::array kPatches = {DiffCommand(), ApplyCommand(), VerifyCommand(),
+                                        ReportCommand()};
     static const std::array kGroups = {
         Group{"look into archives and folders", kReading},
         Group{"patches", kPatches},

@@ -112,6 +112,9 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "diff --json a c",
              "report --json Odd-diff.va",
              "sums --json Odd.va",
+             "apply --json Odd.va Odd-diff.va",
+             "apply --json a Odd-diff.va -o never.va",
+             "verify --json a Odd-diff.va",
          }) {
         SCOPED_TRACE(words);
         CheckAnswer(Va(words).out);

@@ -7,6 +7,7 @@
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
+#include "tools/va/patch/PatchSide.h"
 #include "vaconverter/patch.h"
 
 namespace va::tool {
@@ -74,16 +75,6 @@ const char* WordOf(MemberChange::Kind kind) {
         default:
             return "changed";
     }
-}
-
-std::string HexOf(const Sha256& digest) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string text;
-    for (const std::byte byte : digest) {
-        text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
-        text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
-    }
-    return text;
 }
 
 void TellMembers(Run& run, const MakePatchResult& made) {

@@ -5,7 +5,9 @@
 
 namespace va::tool {
 
+[[nodiscard]] Command ApplyCommand();
 [[nodiscard]] Command DiffCommand();
 [[nodiscard]] Command ReportCommand();
+[[nodiscard]] Command VerifyCommand();
 
 }  // namespace va::tool

@@ -1,0 +1,42 @@
+// Builds the result of a patch: a new archive that appears whole, or not at all.
+//
+// What does not change is copied as it is stored. Changed members are rebuilt on worker threads,
+// each in memory, and compared with their digests; the calling thread writes. The bytes do not
+// depend on the number of threads. Everything is read back before the archive gets its name.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "patch/Meter.h"
+#include "patch/OldSide.h"
+#include "patch/PatchFile.h"
+#include "patch/Plan.h"
+
+namespace patch {
+
+struct BuildOptions {
+    std::string result;    // the archive to write; empty: everything is done but that
+    bool replace = false;  // a file that exists
+    bool judged = true;    // the old side is known to be the one of the patch
+    unsigned threads = 1;
+    std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take
+};
+
+struct Built {
+    std::uint64_t members = 0;
+    std::uint64_t bytes = 0;                // of the archive; 0 if none was written
+    std::optional<Sha256Digest> archive{};  // where the manifest promises it
+};
+
+// Applies the patch to the old side, which should have been judged. Throws Error, Cancelled.
+[[nodiscard]] Built BuildResult(const OldSide& old, const PatchFile& patch,
+                                const BuildOptions& options, const ProgressFunction& progress);
+
+// Writes a side that is the new one already to another place.
+[[nodiscard]] Built BuildCopy(const OldSide& side, const PatchFile& patch,
+                              const BuildOptions& options, const ProgressFunction& progress);
+
+}  // namespace patch

@@ -1,0 +1,228 @@
+#include "patch/OldSide.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "archive/Check.h"
+#include "archive/Names.h"
+#include "patch/Contents.h"
+#include "patch/Error.h"
+#include "patch/InOrder.h"
+#include "patch/Sums.h"
+#include "platform/Directories.h"
+
+namespace patch {
+namespace {
+
+using Kind = Verdict::Kind;
+
+// A run of members that a worker reads at a time.
+constexpr std::uint64_t kRunBytes = 1 << 20;
+constexpr std::size_t kRunMembers = 256;
+
+// What was read of a member: its digest, or why there is none.
+struct Content {
+    std::optional<Digest> digest;
+    std::string failure;
+};
+
+// The contents of a side, against what a patch says about it.
+class Comparison {
+public:
+    Comparison(const OldSide& side, const PatchFile& patch, const std::vector<Content>& contents)
+        : side_(side), patch_(patch), contents_(contents) {}
+
+    [[nodiscard]] Verdict Compare() const {
+        return patch_.GetManifest() ? ByManifest(*patch_.GetManifest()) : ByLists();
+    }
+
+private:
+    [[nodiscard]] const Content* ContentOf(std::string_view name) const {
+        const auto number = side_.Members().Find(name);
+        return number ? &contents_[*number] : nullptr;
+    }
+    [[nodiscard]] bool HasOld(const Change& change) const {
+        const Content* content = ContentOf(change.name);
+        if (change.kind == Change::Kind::Added)
+            return content == nullptr || patch_.OfOld(change.name) != nullptr;
+        return content != nullptr && content->digest == change.oldDigest;
+    }
+    [[nodiscard]] bool HasNew(const Change& change) const {
+        const Content* content = ContentOf(change.name);
+        if (change.kind == Change::Kind::Removed)
+            return content == nullptr || patch_.OfNew(change.name) != nullptr;
+        return content != nullptr && content->digest == change.newDigest;
+    }
+
+    // The listed members that are not as on the old side, and those that are there at all.
+    struct Listed {
+        Verdict verdict{.kind = Kind::Neither};
+        std::size_t old = 0;
+        std::size_t asOld = 0;
+    };
+    [[nodiscard]] Listed CompareListed() const {
+        Listed listed;
+        for (const Change& change : patch_.Changes()) {
+            const bool same = HasOld(change);
+            if (!same) listed.verdict.members.push_back(change.name);
+            if (change.kind == Change::Kind::Added) continue;
+            ++listed.old;
+            listed.asOld += same ? 1 : 0;
+        }
+        return listed;
+    }
+
+    [[nodiscard]] Verdict ByLists() const {
+        Listed listed = CompareListed();
+        if (listed.verdict.members.empty()) return {.kind = Kind::Old};
+        const auto hasNew = [this](const Change& change) { return HasNew(change); };
+        if (std::ranges::all_of(patch_.Changes(), hasNew)) return {.kind = Kind::New};
+        listed.verdict.another = listed.old > 2 && listed.asOld * 2 < listed.old;
+        return std::move(listed.verdict);
+    }
+
+    [[nodiscard]] Verdict ByManifest(const Manifest& manifest) const {
+        std::vector<Sum> sums;
+        sums.reserve(side_.Reachable().size());
+        for (const std::size_t member : side_.Reachable())
+            sums.push_back({ShownName(side_.Members()[member].name), *contents_[member].digest});
+        const Sha256Digest digest = DigestOfSide(std::move(sums));
+        if (digest == manifest.old.sha256) return {.kind = Kind::Old};
+        if (digest == manifest.fresh.sha256) return {.kind = Kind::New};
+        return FindSuspects(manifest);
+    }
+
+    // Members that are in no list have no digest of their own in the manifest, but share one for
+    // each spot.
+    [[nodiscard]] Verdict FindSuspects(const Manifest& manifest) const {
+        Spots spots;
+        std::vector<std::vector<std::size_t>> members(Spots::kCount);
+        for (const std::size_t member : side_.Reachable()) {
+            const std::string_view name = side_.Members()[member].name;
+            if (patch_.OfOld(name) != nullptr || patch_.OfNew(name) != nullptr) continue;
+            spots.Add(name, *contents_[member].digest);
+            members[Spots::SpotOf(name)].push_back(member);
+        }
+        Listed listed = CompareListed();
+        Verdict& verdict = listed.verdict;
+        std::size_t used = 0;
+        std::size_t differ = 0;
+        for (std::size_t spot = 0; spot < Spots::kCount; ++spot) {
+            used += manifest.spots[spot] != 0 ? 1 : 0;
+            if (spots[spot] == manifest.spots[spot]) continue;
+            ++differ;
+            if (members[spot].size() > 1) verdict.certain = false;
+            for (const std::size_t member : members[spot])
+                verdict.members.emplace_back(side_.Members()[member].name);
+        }
+        const std::size_t all = used + listed.old;
+        const std::size_t wrong = differ + listed.old - listed.asOld;
+        verdict.another = all > 2 && wrong * 2 > all;
+        return std::move(verdict);
+    }
+
+    const OldSide& side_;
+    const PatchFile& patch_;
+    const std::vector<Content>& contents_;
+};
+
+bool IsFolder(const std::string& path) {
+    platform::FileStatus status;
+    return platform::GetStatus(path.c_str(), status) && status.IsDirectory();
+}
+
+// Where the runs of members begin, and the end.
+std::vector<std::size_t> CutIntoRuns(const archive::Tree& tree,
+                                     const std::vector<std::size_t>& members) {
+    std::vector<std::size_t> starts;
+    std::uint64_t bytes = kRunBytes;
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        if (bytes >= kRunBytes || i - starts.back() == kRunMembers) {
+            starts.push_back(i);
+            bytes = 0;
+        }
+        bytes += tree[members[i]].size;
+    }
+    starts.push_back(members.size());
+    return starts;
+}
+
+}  // namespace
+
+OldSide::OldSide(std::string path) : path_(std::move(path)) {
+    About(path_, [&] {
+        if (IsFolder(path_)) {
+            tree_ = archive::OpenFolder(path_);
+        } else {
+            auto reader = std::make_unique<archive::Reader>(path_);
+            reader_ = reader.get();
+            tree_ = archive::TreeOf(std::move(reader));
+        }
+    });
+    for (std::size_t i = 0; i < tree_->Count(); ++i) {
+        if (tree_->Find((*tree_)[i].name) == i) reachable_.push_back(i);
+    }
+}
+
+Verdict OldSide::JudgeStructure() const {
+    Verdict verdict;
+    if (reader_ == nullptr) return verdict;
+    const archive::Judgement judgement = archive::Check(*reader_, {.content = false});
+    for (const archive::Finding& finding : judgement.findings) {
+        if (!archive::IsDamage(finding.fault)) continue;
+        if (verdict.reason.empty()) verdict.reason = finding.text;
+        if (!finding.member.empty()) verdict.members.push_back(finding.member);
+    }
+    if (judgement.damages > 0) verdict.kind = Kind::Damaged;
+    return verdict;
+}
+
+Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
+                       const ProgressFunction& progress) const {
+    Verdict verdict = JudgeStructure();
+    if (verdict.kind == Kind::Damaged) return verdict;
+
+    std::uint64_t bytes = 0;
+    for (const std::size_t member : reachable_) bytes += (*tree_)[member].size;
+    Meter meter(progress, "judging the old side", bytes);
+    const auto readers = NewReaders(*tree_, threads);
+    const std::vector<std::size_t> runs = CutIntoRuns(*tree_, reachable_);
+    std::vector<Content> contents(tree_->Count());
+    // Lists say nothing about a member that they do not name; only its check sum can be compared.
+    const auto isDigested = [&patch](std::string_view name) {
+        return patch.GetManifest() || patch.OfOld(name) != nullptr || patch.OfNew(name) != nullptr;
+    };
+    const auto read = [&](unsigned worker, std::size_t run) {
+        for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
+            const std::size_t member = reachable_[i];
+            try {
+                if (isDigested((*tree_)[member].name)) {
+                    contents[member].digest =
+                        DigestContent(*readers[worker], member, patch.Digests(), meter);
+                } else {
+                    ReadThrough(*readers[worker], member, meter);
+                }
+            } catch (const archive::Error& error) {
+                // A file that cannot be read says nothing about which side this is.
+                if (error.Code() == archive::ErrorCode::CannotRead) throw Error(path_, error);
+                contents[member].failure = error.Reason();
+            }
+        }
+        return true;
+    };
+    InOrder<bool> work(
+        runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
+    work.Run(meter, read, [](std::size_t, bool) {});
+
+    for (const std::size_t member : reachable_) {
+        if (contents[member].failure.empty()) continue;
+        if (verdict.reason.empty()) verdict.reason = contents[member].failure;
+        verdict.kind = Kind::Damaged;
+        verdict.members.emplace_back((*tree_)[member].name);
+    }
+    if (verdict.kind == Kind::Damaged) return verdict;
+    return Comparison(*this, patch, contents).Compare();
+}
+
+}  // namespace patch

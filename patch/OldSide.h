@@ -1,0 +1,63 @@
+// The archive or folder that a patch is applied to, and which side of the patch it is.
+//
+// Does not change after it was opened; any number of threads use it at once.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "archive/Reader.h"
+#include "archive/Tree.h"
+#include "patch/Digest.h"
+#include "patch/PatchFile.h"
+
+namespace patch {
+
+struct Verdict {
+    enum class Kind {
+        Old,      // what the patch was made from
+        New,      // what the patch gives
+        Neither,  // an altered copy of the old side, or something else altogether
+        Damaged,
+    };
+    Kind kind = Kind::Old;
+    // Stored names: the damaged members, or those that differ from the old side.
+    std::vector<std::string> members{};
+    // Whether each of `members` differs; else one or more of them do.
+    bool certain = true;
+    // Neither: so much differs that this is no copy of the old side.
+    bool another = false;
+    // Damaged: what was found first.
+    std::string reason{};
+};
+
+class OldSide {
+public:
+    // Throws Error (NotFound, Refused).
+    explicit OldSide(std::string path);
+
+    [[nodiscard]] const std::string& Path() const { return path_; }
+    [[nodiscard]] const archive::Tree& Members() const { return *tree_; }
+    // Null for a folder.
+    [[nodiscard]] const archive::Reader* Reader() const { return reader_; }
+
+    // Numbers of the members that can be reached by name, in stored order.
+    [[nodiscard]] const std::vector<std::size_t>& Reachable() const { return reachable_; }
+
+    // Reads every member and compares what the patch says about this side. Throws Error for a
+    // folder that cannot be read; Cancelled.
+    [[nodiscard]] Verdict Judge(const PatchFile& patch, unsigned threads,
+                                const ProgressFunction& progress) const;
+
+private:
+    [[nodiscard]] Verdict JudgeStructure() const;
+
+    const std::string path_;
+    const archive::Reader* reader_ = nullptr;
+    std::unique_ptr<archive::Tree> tree_;
+    std::vector<std::size_t> reachable_;
+};
+
+}  // namespace patch

@@ -1,0 +1,155 @@
+#include "patch/Plan.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "archive/Names.h"
+#include "patch/Error.h"
+#include "patch/Layout.h"
+
+namespace patch {
+namespace {
+
+using From = Part::From;
+using Store = Part::Store;
+
+[[noreturn]] void RefuseOld(const OldSide& old, const char* reason, std::string_view member) {
+    throw Error(ErrorCode::Refused, old.Path(), reason, member);
+}
+
+// Streams in archives of the earlier format have another header.
+bool CanCopy(const OldSide& side, std::size_t member) {
+    if (side.Reader() == nullptr) return false;
+    return side.Reader()->Header().version == archive::kArchiveVersion102 ||
+           !side.Members()[member].compressed;
+}
+
+Part Unchanged(const OldSide& side, std::size_t member) {
+    return {.from = From::Old,
+            .store = CanCopy(side, member) ? Store::Copied : Store::AsConverter,
+            .name = side.Members()[member].name,
+            .old = member};
+}
+
+// The parts in the order of the fixed converter: added members, then those of the old side.
+std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
+    std::vector<Part> parts;
+    for (const Change& change : patch.Changes()) {
+        if (change.kind == Change::Kind::Changed && !old.Members().Find(change.name))
+            RefuseOld(old,
+                      "the patch changes it and it is missing; the patch is for another archive",
+                      change.name);
+        if (change.kind != Change::Kind::Added) continue;
+        Part part{.name = change.name, .change = &change};
+        if (change.held) {
+            part.from = From::Patch;
+            part.store = Store::Copied;
+            part.held = *change.held;
+        }
+        parts.push_back(part);
+    }
+    for (const std::size_t member : old.Reachable()) {
+        Part part = Unchanged(old, member);
+        const Change* change = patch.OfOld(part.name);
+        if (change != nullptr && change->kind == Change::Kind::Removed) continue;
+        if (change != nullptr) {
+            part.from = From::Diff;
+            part.store = Store::AsConverter;
+            part.held = *change->held;
+            part.change = change;
+        } else if (patch.OfNew(part.name) != nullptr) {
+            RefuseOld(old, "the patch adds it and it is there; the patch is for another archive",
+                      part.name);
+        }
+        parts.push_back(part);
+    }
+    return parts;
+}
+
+// Lays parts out as a manifest says.
+class Arrangement {
+public:
+    Arrangement(const OldSide& old, const PatchFile& patch, std::vector<Part> parts)
+        : old_(old), patch_(patch), parts_(std::move(parts)) {
+        std::ranges::sort(parts_, [](const Part& a, const Part& b) {
+            return archive::CompareNames(a.name, b.name) < 0;
+        });
+    }
+
+    [[nodiscard]] std::vector<Part> Arrange(const Manifest& manifest) {
+        if (parts_.size() != manifest.fresh.members)
+            RefuseOld(old_, "it has another number of members than the patch was made for", {});
+        std::vector<LaidMember> laid;
+        laid.reserve(parts_.size());
+        for (const Part& part : parts_) laid.push_back(Describe(part));
+        const std::vector<StoreAs> storage = StorageOf(manifest.storage, laid);
+        std::vector<Part> arranged;
+        arranged.reserve(parts_.size());
+        for (const std::uint32_t number : OrderOf(manifest.order, laid)) {
+            Part& part = arranged.emplace_back(parts_[number]);
+            part.store = StoreOf(part, storage[number]);
+        }
+        return arranged;
+    }
+
+private:
+    // The member whose stored bytes the part could take.
+    [[nodiscard]] std::optional<archive::TreeMember> Source(const Part& part) const {
+        if (part.from == From::Patch) return patch_.Members()[part.held];
+        if (part.from == From::Old && CanCopy(old_, part.old)) return old_.Members()[part.old];
+        return std::nullopt;
+    }
+
+    [[nodiscard]] LaidMember Describe(const Part& part) const {
+        LaidMember laid;
+        laid.bytes = part.change != nullptr ? part.change->newBytes : old_.Members()[part.old].size;
+        if (const auto place = old_.Members().Find(part.name))
+            laid.oldPlace = static_cast<std::uint32_t>(*place);
+        laid.unchanged = part.from == From::Old;
+        if (laid.unchanged && old_.Reader() != nullptr)
+            laid.oldCompressed = old_.Members()[part.old].compressed;
+        return laid;
+    }
+
+    // Bytes that are stored in the wanted way already are copied. Those of a stream also say
+    // whether compressing saves enough.
+    [[nodiscard]] Store StoreOf(const Part& part, StoreAs as) const {
+        const std::optional<archive::TreeMember> source = Source(part);
+        const bool isStream = source && source->compressed;
+        const bool saves = isStream && SavesEnough(source->size, source->storedSize);
+        if (isStream && as == StoreAs::CompressedIfItSaves)
+            as = saves ? StoreAs::Compressed : StoreAs::Plain;
+        if (isStream && as == StoreAs::PlainIfItSaves)
+            as = saves ? StoreAs::Plain : StoreAs::Compressed;
+        switch (as) {
+            case StoreAs::Plain:
+                return source && !isStream ? Store::Copied : Store::Plain;
+            case StoreAs::Compressed:
+                return isStream ? Store::Copied : Store::Compressed;
+            case StoreAs::CompressedIfItSaves:
+                return Store::CompressedIfItSaves;
+            default:
+                return Store::PlainIfItSaves;
+        }
+    }
+
+    const OldSide& old_;
+    const PatchFile& patch_;
+    std::vector<Part> parts_;
+};
+
+}  // namespace
+
+std::vector<Part> PlanResult(const OldSide& old, const PatchFile& patch) {
+    std::vector<Part> parts = Collect(old, patch);
+    if (!patch.GetManifest()) return parts;
+    return Arrangement(old, patch, std::move(parts)).Arrange(*patch.GetManifest());
+}
+
+std::vector<Part> PlanCopy(const OldSide& side) {
+    std::vector<Part> parts;
+    for (const std::size_t member : side.Reachable()) parts.push_back(Unchanged(side, member));
+    return parts;
+}
+
+}  // namespace patch

@@ -1,0 +1,170 @@
+// va apply and va verify on the patches of the fixed converter.
+#include "tests/tools/va/VaProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class VaApplies : public VaProgram {
+protected:
+    // Members of all kinds, "old.va", "new.va", and their patch "p.va".
+    void SetUp() override {
+        const std::string scene = Prose(60000);
+        const std::string picture = Noise(40000);
+        folder_.Write("old/config.txt", "name Town\n");
+        folder_.Write("old/scenes/a.txt", scene);
+        folder_.Write("old/scenes/b.txt", scene + "same");
+        folder_.Write("old/wall.tga", picture);
+        folder_.Write("old/gone.txt", Prose(3000));
+        folder_.Write("new/config.txt", "name Town 2\n");
+        folder_.Write("new/scenes/a.txt", scene.substr(0, 30000) + "between" + scene.substr(30000));
+        folder_.Write("new/scenes/b.txt", scene + "same");
+        folder_.Write("new/wall.tga", picture);
+        folder_.Write("new/added/door.tga", Noise(9000, 2));
+        folder_.Write("new/added/sign.txt", "small");
+        for (const char* side : {"old", "new"}) PackFolder(side);
+        ASSERT_EQ(InShell(VACONVERTER " patchdiff old.va new.va out"), 0);
+        fs::rename(folder_.Path("out/old-diff.va"), folder_.Path("p.va"));
+    }
+
+    void PackFolder(const std::string& folder) const {
+        ASSERT_EQ(
+            InShell("cd " + folder + " && " VARCHIVE " -r -P -k -c a ../" + folder + ".va './*'"),
+            0);
+    }
+    [[nodiscard]] int InShell(const std::string& command) const {
+        return Shell("cd " + folder_.Path() + " && " + command + " >/dev/null 2>&1");
+    }
+    [[nodiscard]] bool SameContent(const std::string& a, const std::string& b) const {
+        return Va("compare " + a + " " + b).exitCode == 0;
+    }
+    // Changes one byte in the data of the file that holds `text`.
+    void Damage(const std::string& file, const std::string& text) const {
+        std::string bytes = folder_.Read(file);
+        const std::size_t at = bytes.find(text);
+        ASSERT_NE(at, std::string::npos);
+        bytes[at] ^= 0x20;
+        folder_.Write(file, bytes);
+    }
+};
+
+TEST_F(VaApplies, GivesWhatTheConverterGives) {
+    const Outcome run = Va("apply old.va p.va");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, testing::MatchesRegex("old-new.va   [0-9.]+ kB   2 same  2 changed  "
+                                               "2 added  1 removed     [0-9.]+ s\n"));
+    EXPECT_TRUE(SameContent("old-new.va", "new.va"));
+    ASSERT_EQ(InShell(VACONVERTER " patchapply old.va p.va x"), 0);
+    EXPECT_TRUE(folder_.Read("old-new.va") == folder_.Read("old-tmp.va"));
+
+    // In either order, with any number of threads, into a folder.
+    fs::create_directory(folder_.Path("dir"));
+    EXPECT_EQ(Va("apply -j1 -q p.va old.va -o dir").err, "");
+    EXPECT_TRUE(folder_.Read("dir/old-new.va") == folder_.Read("old-tmp.va"));
+    EXPECT_EQ(Va("apply -j5 old.va p.va -o five.va").exitCode, 0);
+    EXPECT_TRUE(folder_.Read("five.va") == folder_.Read("old-tmp.va"));
+    EXPECT_EQ(Va("apply --memory-limit=80M old.va p.va -o tight.va").exitCode, 0);
+    EXPECT_TRUE(folder_.Read("tight.va") == folder_.Read("old-tmp.va"));
+    ExpectAnswers({{"apply --memory-limit=100K old.va p.va -o none.va", 8,
+                    "bytes of memory; raise --memory-limit"}});
+    EXPECT_EQ(Va("apply --trust old.va p.va -o trusted.va").exitCode, 0);
+    EXPECT_TRUE(folder_.Read("trusted.va") == folder_.Read("old-tmp.va"));
+}
+
+TEST_F(VaApplies, TakesAFolderForTheOldSide) {
+    ExpectAnswers({{"apply old p.va", 7, "old is a folder; name the archive to write with -o"},
+                   {"apply old p.va -o made.va", 0, "made.va"}});
+    EXPECT_TRUE(SameContent("made.va", "new.va"));
+}
+
+TEST_F(VaApplies, MembersWithoutContentStay) {
+    folder_.Write("old/empty", "");
+    folder_.Write("new/empty", "");
+    folder_.Write("new/new-empty", "");
+    folder_.Write("new/config.txt", "");
+    for (const char* side : {"old", "new"}) {
+        fs::remove(folder_.Path(side + ".va"s));
+        PackFolder(side);
+    }
+    ASSERT_EQ(InShell(VACONVERTER " patchdiff old.va new.va out"), 0);
+    EXPECT_EQ(Va("apply old.va out/old-diff.va").exitCode, 0);
+    EXPECT_TRUE(SameContent("old-new.va", "new.va"));
+}
+
+TEST_F(VaApplies, ReplacesOnlyWhenAskedAndNeverAnInput) {
+    const std::string old = folder_.Read("old.va");
+    folder_.Write("taken.va", "what was there", fs::perms{0600});
+    ExpectAnswers({
+        {"apply old.va p.va -o taken.va", 2, "taken.va: exists; -f replaces it"},
+        {"apply -f old.va p.va -o old.va", 2, "old.va: is one of the inputs"},
+        {"apply -f old.va p.va -o ./p.va", 2, "p.va: is one of the inputs"},
+        {"apply old.va p.va -o nowhere/new.va", 9, "nowhere: there is no such folder"},
+        {"apply old.va nowhere.va", 9, "nowhere.va: there is no such file"},
+        {"apply nowhere.va p.va", 9, "nowhere.va: there is no such file"},
+        {"apply old.va", 7, "PATCH"},
+    });
+    EXPECT_EQ(folder_.Read("taken.va"), "what was there");
+    const std::string names = Names();
+    for (const char* option : {"-n", "--check"}) {
+        EXPECT_EQ(Va("apply "s + option + " old.va p.va").exitCode, 0);
+        EXPECT_EQ(Names(), names);
+    }
+    EXPECT_EQ(Va("apply -f old.va p.va -o taken.va").exitCode, 0);
+    EXPECT_TRUE(SameContent("taken.va", "new.va"));
+    EXPECT_EQ(fs::status(folder_.Path("taken.va")).permissions(), fs::perms{0600});
+    EXPECT_TRUE(folder_.Read("old.va") == old);
+}
+
+TEST_F(VaApplies, DamagedPatchIsRefused) {
+    const std::string patch = folder_.Read("p.va");
+    const std::string size = std::to_string(patch.size() / 1000) + "," +
+                             std::to_string(1000 + patch.size() % 1000).substr(1);
+    folder_.Write("cut.va", patch.substr(0, 5500));
+    folder_.Write("stub.va", patch.substr(0, 20));
+    folder_.Write("flip.va", patch);
+    Damage("flip.va", "small");
+    folder_.Write("list.va", patch);
+    Damage("list.va", "scenes/a.txt\n");
+    ExpectAnswers({
+        {"apply old.va cut.va", 2,
+         "cut.va: damaged or cut off (5,500 of " + size + " bytes); download it again"},
+        {"apply old.va stub.va", 2, "stub.va: is not a patch, or is damaged; download it again"},
+        {"apply old.va flip.va", 2, "flip.va: damaged: added/sign.txt: its content disagrees"},
+        {"apply old.va list.va", 2, "list.va: damaged: patchedFiles.txt: its content disagrees"},
+        {"apply old.va new.va", 2, "new.va: is an archive and not a patch"},
+        {"verify old.va cut.va", 2, "cut.va: damaged or cut off"},
+    });
+    EXPECT_FALSE(folder_.Has("old-new.va"));
+}
+
+TEST_F(VaApplies, OldSideIsJudgedFirst) {
+    folder_.Write("old/config.txt", "name City\n");
+    fs::rename(folder_.Path("old"), folder_.Path("edited"));
+    PackFolder("edited");
+    folder_.Write("other/readme", "something else");
+    PackFolder("other");
+    folder_.Write("hurt.va", folder_.Read("old.va"));
+    Damage("hurt.va", "name Town\n");
+    ExpectAnswers({
+        {"apply edited.va p.va", 2,
+         "edited.va is not the archive that this patch is for; changed on this machine: "
+         "config.txt; 'va compare"},
+        {"apply other.va p.va", 2, "other.va is not the archive that this patch is for: another"},
+        {"apply hurt.va p.va", 2,
+         "hurt.va: damaged: config.txt: its content disagrees with its check sum"},
+        {"verify edited.va p.va", 1, "changed on this machine: config.txt"},
+        {"verify hurt.va p.va", 2, "damaged: config.txt"},
+        {"verify old.va p.va", 0, "old.va: the old side\n"},
+        {"verify p.va new.va", 0, "new.va: the new side\n"},
+        {"verify edited p.va", 1, "edited is not"},
+        {"apply new.va p.va", 0, "new.va: already applied\n"},
+        {"apply new.va p.va -o copy.va", 0, "new.va was the new side already, and was copied"},
+    });
+    EXPECT_TRUE(SameContent("copy.va", "new.va"));
+    EXPECT_FALSE(folder_.Has("edited-new.va"));
+    EXPECT_EQ(Va("apply --trust edited.va p.va").exitCode, 2);
+    EXPECT_FALSE(folder_.Has("edited-new.va"));
+}
+
+}  // namespace
+}  // namespace Vorn::Testing

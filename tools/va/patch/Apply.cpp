@@ -1,0 +1,154 @@
+#include <array>
+#include <chrono>
+#include <cstdio>
+
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
+#include "tools/va/patch/PatchCommands.h"
+#include "tools/va/patch/PatchSide.h"
+
+namespace va::tool {
+namespace {
+
+constexpr Option kResult{.name = "output",
+                         .letter = 'o',
+                         .value = "NEW",
+                         .meaning = "the archive to write, or a folder for it",
+                         .completes = Completes::Files};
+constexpr Option kCheck{.name = "check", .meaning = "only judge PATCH and OLD; write nothing"};
+constexpr Option kTrust{.name = "trust", .meaning = "do not judge OLD first"};
+
+constexpr Operand kOperands[] = {
+    {.name = "OLD",
+     .meaning = "the archive that the patch is for, or its folder",
+     .completes = Completes::Archives},
+    {.name = "PATCH", .meaning = "the patch", .completes = Completes::Patches},
+};
+constexpr std::array kOptions = {&kResult, &kCheck, &kTrust,       &kForce,
+                                 &kDryRun, &kJobs,  &kMemoryLimit, &kJson};
+constexpr std::array<std::string_view, 3> kExamples = {
+    "va apply Town.va town-1.1.patch.va", "va apply Town.va town-1.1.patch.va -o Town-1.1.va",
+    "va apply --check Town.va town-1.1.patch.va"};
+
+using Clock = std::chrono::steady_clock;
+
+std::string ShownSeconds(Clock::duration time) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f s", std::chrono::duration<double>(time).count());
+    return text.data();
+}
+
+// Kinds of members that do not occur are left out, but for those that stay.
+std::string ShownCounts(const PatchCounts& counts) {
+    std::string text = std::to_string(counts.same) + " same";
+    const auto add = [&text](std::uint64_t count, const char* what) {
+        if (count > 0) text += "  " + std::to_string(count) + " " + what;
+    };
+    add(counts.changed, "changed");
+    add(counts.added, "added");
+    add(counts.moved, "moved");
+    add(counts.removed, "removed");
+    return text;
+}
+
+const char* WordOf(MemberChange::Kind kind) {
+    switch (kind) {
+        case MemberChange::Kind::Changed:
+            return "changed";
+        case MemberChange::Kind::Moved:
+            return "moved";
+        case MemberChange::Kind::Removed:
+            return "removed";
+        default:
+            return "added";
+    }
+}
+
+ApplyPatchOptions OptionsOf(Run& run) {
+    const PatchOperands operands = SortOperands(run);
+    ApplyPatchOptions options{.old = operands.target, .patch = operands.patch};
+    options.result = run.Value(kResult).value_or("");
+    options.replace = run.Has(kForce);
+    options.check = run.Has(kCheck);
+    options.trust = run.Has(kTrust);
+    options.dryRun = run.Has(kDryRun);
+    options.threads = run.Jobs();
+    if (const auto limit = run.Value(kMemoryLimit))
+        options.memoryLimit = BytesValue(kMemoryLimit, *limit);
+    options.judged = [&run](const Verdict& verdict) { WriteSuspects(run, verdict); };
+    return options;
+}
+
+void Summarize(Run& run, const ApplyPatchOptions& options, const ApplyPatchResult& result,
+               Clock::duration time) {
+    const std::string old = Shown(options.old.string());
+    const std::string path = Shown(result.result.string());
+    const std::string counts = ShownCounts(result.counts);
+    if (result.alreadyApplied && result.resultSize == 0)
+        return run.talk.Summary((path.empty() ? old : path) + ": already applied");
+    if (options.check) return run.talk.Summary(old + ": the patch can be applied  " + counts);
+    if (options.dryRun) return run.talk.Summary("would write " + path + "  " + counts);
+    if (result.alreadyApplied) {
+        return run.talk.Summary(path + "   " + ShownBytes(result.resultSize) + "   " + old +
+                                " was the new side already, and was copied");
+    }
+    run.talk.Summary(path + "   " + ShownBytes(result.resultSize) + "   " + counts + "     " +
+                     ShownSeconds(time));
+    if (result.archive)
+        run.talk.Summary("proved: sha256 " + HexOf(*result.archive) + " as the maker's");
+}
+
+void Answer(Run& run, const ApplyPatchResult& result) {
+    JsonObject& last = run.answer.Last();
+    last.Set("already_applied", result.alreadyApplied)
+        .Set("result", result.result.string())
+        .Set("size", result.resultSize)
+        .Set("same", result.counts.same)
+        .Set("changed", result.counts.changed)
+        .Set("added", result.counts.added)
+        .Set("moved", result.counts.moved)
+        .Set("removed", result.counts.removed);
+    if (result.archive) last.Set("sha256", HexOf(*result.archive));
+}
+
+ExitCode RunApply(Run& run) {
+    const Clock::time_point start = Clock::now();
+    const ApplyPatchOptions options = OptionsOf(run);
+    const ApplyPatchResult result = ApplyPatch(options, ProgressOf(run));
+    if (!result.note.empty()) run.talk.Note(Shown(result.note));
+    for (const MemberChange& change : result.changes)
+        run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name));
+    Summarize(run, options, result, Clock::now() - start);
+    Answer(run, result);
+    if (!result.storedOtherwise) return ExitCode::Done;
+    run.talk.Warning(Shown(result.result.string()) +
+                     ": its members and contents are the maker's, but not its bytes: OLD stores "
+                     "them otherwise than the archive that the patch was made from");
+    return ExitCode::LookAt;
+}
+
+}  // namespace
+
+Command ApplyCommand() {
+    return {.words = "apply",
+            .summary = "apply a patch: make the new archive out of the old one",
+            .operands = kOperands,
+            .options = kOptions,
+            .details =
+                "Makes the new archive out of OLD and PATCH, which may stand in either order. "
+                "First every byte of both is judged: a damaged patch, and an archive that the "
+                "patch is not for, end with exit code 2, and the members that were changed are "
+                "named. The new archive is read back and compared before it gets its name; it "
+                "appears whole or not at all, and OLD stays as it is.\n"
+                "\n"
+                "Without -o it gets the name that the maker chose, beside OLD. A patch of "
+                "VAConverter names none; the new archive is then OLD-new.va.\n"
+                "\n"
+                "If OLD is the new side already, nothing is done but to copy it to NEW when that "
+                "is named, and the exit code is 0. It is 1 when the contents are the maker's and "
+                "the bytes of the archive are not.\n",
+            .examples = kExamples,
+            .run = RunApply};
+}
+
+}  // namespace va::tool

@@ -1,0 +1,26 @@
+// What the commands on patches share.
+#pragma once
+
+#include <string>
+
+#include "tools/va/Run.h"
+#include "vaconverter/patch.h"
+
+namespace va::tool {
+
+// The operands TARGET and PATCH, in either order: lists tell the patch.
+struct PatchOperands {
+    std::string target;
+    std::string patch;
+};
+[[nodiscard]] PatchOperands SortOperands(const Run& run);
+
+// "old", "new", "neither" or "damaged"
+[[nodiscard]] const char* NameOf(Verdict::Side side);
+
+// Writes the members that a verdict names as objects; only with --json.
+void WriteSuspects(Run& run, const Verdict& verdict);
+
+[[nodiscard]] std::string HexOf(const Sha256& digest);
+
+}  // namespace va::tool

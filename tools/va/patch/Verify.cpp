@@ -1,0 +1,85 @@
+#include <array>
+
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
+#include "tools/va/patch/PatchCommands.h"
+#include "tools/va/patch/PatchSide.h"
+
+namespace va::tool {
+namespace {
+
+constexpr Operand kOperands[] = {
+    {.name = "TARGET", .meaning = "an archive, or a folder", .completes = Completes::Archives},
+    {.name = "PATCH", .meaning = "the patch", .completes = Completes::Patches},
+};
+constexpr std::array kOptions = {&kJobs, &kJson};
+constexpr std::array<std::string_view, 1> kExamples = {"va verify Town.va town-1.1.patch.va"};
+
+ExitCode RunVerify(Run& run) {
+    const PatchOperands operands = SortOperands(run);
+    const Verdict verdict =
+        VerifyAgainst(operands.target, operands.patch, run.Jobs(), ProgressOf(run));
+    const char* const side = NameOf(verdict.side);
+    WriteSuspects(run, verdict);
+    run.answer.Last().Set("file", operands.target).Set("side", side);
+    if (verdict.message.empty()) {
+        if (!run.answer.IsJson())
+            run.answer.Write(Shown(operands.target) + ": the " + side + " side\n");
+        return ExitCode::Done;
+    }
+    run.talk.Error(Shown(verdict.message));
+    return verdict.side == Verdict::Side::Damaged ? ExitCode::Refused : ExitCode::LookAt;
+}
+
+}  // namespace
+
+PatchOperands SortOperands(const Run& run) {
+    const std::string& first = run.Operand(0);
+    const std::string& second = run.Operand(1);
+    if (!IsPatch(second) && IsPatch(first)) return {second, first};
+    return {first, second};
+}
+
+const char* NameOf(Verdict::Side side) {
+    switch (side) {
+        case Verdict::Side::Old:
+            return "old";
+        case Verdict::Side::New:
+            return "new";
+        case Verdict::Side::Neither:
+            return "neither";
+        default:
+            return "damaged";
+    }
+}
+
+void WriteSuspects(Run& run, const Verdict& verdict) {
+    if (!run.answer.IsJson()) return;
+    for (const std::string& member : verdict.members)
+        run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
+}
+
+std::string HexOf(const Sha256& digest) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string text;
+    for (const std::byte byte : digest) {
+        text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
+        text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
+    }
+    return text;
+}
+
+Command VerifyCommand() {
+    return {.words = "verify",
+            .summary = "tell whether an archive is the old or the new side of a patch",
+            .operands = kOperands,
+            .options = kOptions,
+            .details =
+                "Reads TARGET and PATCH whole, which may stand in either order, and tells which "
+                "side of the patch TARGET is. The exit code is 0 for either side, 1 for neither, "
+                "and 2 when TARGET or PATCH is damaged.\n",
+            .examples = kExamples,
+            .run = RunVerify};
+}
+
+}  // namespace va::tool
