@@ -14,7 +14,7 @@ namespace {
     return name.size() >= 2 && name[0] == '.' && IsSeparator(name[1]) ? name.substr(2) : name;
 }
 
-// A directory name as IsDirectory keeps it.
+// Returns a directory's name in the form in which `directories_` holds it.
 [[nodiscard]] std::string NormaliseDirectory(std::string_view name) {
     std::string normal(name);
     for (char& c : normal) c = c == '\\' ? '/' : AsciiToLower(c);
@@ -30,12 +30,14 @@ void ArchiveFolders::AddDirectoriesOf(std::string_view name) {
         const std::size_t cut = folder.rfind('/');
         if (cut == std::string::npos || cut == 0) return;
         folder.resize(cut);
+        // A known directory's parents are known too.
         if (!directories_.insert(Intern(folder)).second) return;
     }
 }
 
 bool ArchiveFolders::IsDirectory(std::string_view name, bool normalise) {
     const std::string wanted = normalise ? NormaliseDirectory(name) : std::string(name);
+    // Asking for the same folder again, as most callers do, must not cost a string pool look-up.
     if (!lastDirectory_.empty() && wanted == lastDirectory_) return true;
     if (!directories_.contains(Intern(wanted))) return false;
     lastDirectory_ = wanted;
@@ -51,7 +53,7 @@ void ArchiveFolders::SortNewNames(const archive::MemberTable& members) {
     for (auto ordinal = static_cast<Ordinal>(byName_.size()); ordinal < members.End(); ++ordinal) {
         byName_.push_back(ordinal);
     }
-    // Archives are mostly written in the order of the names.
+    // Most archives are written in the order of the names, so that there is nothing to sort.
     const auto middle = byName_.begin() + sortedCount;
     if (!std::is_sorted(middle, byName_.end(), byCanonicalName)) {
         std::sort(middle, byName_.end(), byCanonicalName);
@@ -63,7 +65,8 @@ std::vector<ArchiveFolders::Ordinal> ArchiveFolders::MembersBelow(
     const archive::MemberTable& members, std::string_view prefix) {
     SortNewNames(members);
     const std::string_view wanted = WithoutDotSlash(prefix);
-    // Where in the canonical order a member's beginning lies, relative to the prefix.
+    // Compares as many bytes of a member's name as the prefix has with the prefix. The members
+    // below the prefix, for which this is 0, are neighbours in `byName_`.
     const auto beginning = [&members, &wanted](Ordinal ordinal) {
         return archive::CompareNames(
             WithoutDotSlash(members.Name(ordinal)).substr(0, wanted.size()), wanted);
@@ -73,6 +76,7 @@ std::vector<ArchiveFolders::Ordinal> ArchiveFolders::MembersBelow(
     const auto last =
         std::partition_point(first, byName_.end(), [&](Ordinal o) { return beginning(o) == 0; });
     std::vector<Ordinal> below(first, last);
+    // `byName_` keeps removed members: dropping them there would cost a pass over all for each.
     std::erase_if(below, [&members](Ordinal ordinal) { return !members.Has(ordinal); });
     std::sort(below.begin(), below.end());
     return below;

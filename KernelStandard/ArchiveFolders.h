@@ -1,7 +1,7 @@
-// The folders of one archive's members, for the mount layer: which names are directories, and which
-// members lie below one.
+// Knows the folders of one archive's members: which names are directories, and which members lie
+// below one. An archive stores no directories; they follow from the members' names.
 //
-// Not locked: the archive's lock guards it.
+// Not locked: the lock of the archive's backend guards it.
 #pragma once
 
 #include <string>
@@ -18,15 +18,15 @@ class ArchiveFolders {
 public:
     using Ordinal = archive::MemberTable::Ordinal;
 
-    // Makes the directories on the way to `name` known to IsDirectory.
+    // Makes the parent directories of `name` known to IsDirectory.
     void AddDirectoriesOf(std::string_view name);
-    // Whether `name` is a known directory; with `normalise` in any letter case, with either
-    // separator and one trailing separator ignored.
+    // Returns whether `name` is a known directory. With `normalise`, letter case, the kind of
+    // separator and one trailing separator do not matter.
     [[nodiscard]] bool IsDirectory(std::string_view name, bool normalise);
 
-    // The ordinals, ascending, of the members whose names begin with `prefix`: any letter case,
-    // either separator, a leading "./" ignored on both sides. Finding them costs no look at the
-    // others, so that walking a tree folder by folder costs members times depth.
+    // Returns the ordinals, ascending, of the members whose names begin with `prefix`. Letter case,
+    // the kind of separator and a leading "./" on either side do not matter. The other members are
+    // not visited, so that walking a whole tree folder by folder costs members times depth.
     [[nodiscard]] std::vector<Ordinal> MembersBelow(const archive::MemberTable& members,
                                                     std::string_view prefix);
 
@@ -34,8 +34,8 @@ private:
     void SortNewNames(const archive::MemberTable& members);
 
     std::unordered_set<InternedString, InternedHash> directories_;
-    std::string lastDirectory_;    // what the last directory test found
-    std::vector<Ordinal> byName_;  // in the canonical order; may lag behind the members
+    std::string lastDirectory_;    // the last name that IsDirectory found
+    std::vector<Ordinal> byName_;  // sorted by CompareNames; the newest members may be missing
 };
 
 }  // namespace Vorn

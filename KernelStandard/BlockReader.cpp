@@ -16,8 +16,8 @@ void BlockReader::Begin() {
 
 BlockReader::Form BlockReader::DetectStream() {
     const std::size_t headerSize = file_.StreamHeaderSize();
-    // Most files are small and not compressed, so that the probe doubles as the first read. Only a
-    // member that is stored in another form is probably a stream.
+    // Most files are small and not compressed: probing with a full block doubles as the first read.
+    // A member that is stored in another form is probably a stream, for which the header suffices.
     const std::size_t most = file_.IsStoredInOtherForm() ? headerSize : kBlockSize;
     if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     const std::int64_t got = file_.ReadAt(0, std::span(*block_).first(most));
@@ -31,6 +31,7 @@ BlockReader::Form BlockReader::DetectStream() {
     if (headerSize == kStreamHeaderSize) {
         const auto header =
             archive::DecodeStreamHeader(std::span(*block_).first<kStreamHeaderSize>());
+        // An older stream does not record its size; the archive's entry has given it.
         if (header.version >= archive::kStreamVersion) file_.SetSize(header.contentSize);
     }
     stream_ = true;
@@ -53,7 +54,8 @@ std::size_t BlockReader::Read(std::uint32_t position, std::span<std::byte> into)
 std::size_t BlockReader::ReadStep(std::uint32_t position, std::span<std::byte> into) {
     if (Held(position).empty()) {
         if (into.size() >= kBlockSize) {
-            // The block that is held must be the one before next_: GoTo may lead back into it.
+            // A held block must be the one before next_, because GoTo may return to it. This read
+            // moves next_ and holds nothing.
             held_ = 0;
             if (!stream_) return FillBytes(position, into);
             return position < file_.Size() ? FillBlock(into.first<kBlockSize>()) : 0;
@@ -93,12 +95,13 @@ std::uint32_t BlockReader::FillBlock(std::span<std::byte, kBlockSize> into) {
     return content;
 }
 
-// Returns the content bytes of the next block, or 0 if it is damaged.
 std::uint32_t BlockReader::DecodeBlock(std::span<std::byte, kBlockSize> into) {
     BlockHeader header;
     if (!ReadHeader(header)) return 0;
     if (header.stored) return ReadStored(into.first(header.length)) ? header.length : 0;
 
+    // Every compressed block but the last has kBlockSize bytes of content; the size tells how many
+    // the last one has. A block that expands to any other number is damaged.
     if (!packed_) packed_ = std::make_unique_for_overwrite<Block>();
     const auto packed = std::span(*packed_).first(header.length);
     const auto expected =
@@ -126,7 +129,8 @@ bool BlockReader::GoTo(std::uint32_t position) {
         EndAtDamage();
         return false;
     }
-    // Read now: the next read goes on inside this block.
+    // The position lies inside this block: it must be decoded whole, and the next read continues
+    // in it.
     return Refill(next_);
 }
 
@@ -135,6 +139,7 @@ bool BlockReader::SkipToBlockOf(std::uint32_t position) {
         const std::uint64_t headerOffset = nextOffset_;
         BlockHeader header;
         if (!ReadHeader(header)) return false;
+        // Wrong only for the last block, which has the position in any case.
         const std::uint64_t content = header.stored ? header.length : kBlockSize;
         if (next_ + content > position) {
             nextOffset_ = headerOffset;
@@ -150,6 +155,7 @@ void BlockReader::Rewind() {
     nextOffset_ = firstBlock_;
 }
 
+// Size 0 makes every later read and seek end here, also for callers that never ask Failed.
 void BlockReader::EndAtDamage() {
     failed_ = true;
     file_.SetSize(0);

@@ -20,7 +20,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
     return file.Write(bytes) == bytes.size();
 }
 
-// Writes the stream of everything `plain` holds, from its start.
+// Writes the stream whose content is the `length` bytes of `plain`.
 [[nodiscard]] bool WriteStream(platform::FileHandle& plain, std::uint32_t length,
                                platform::FileHandle& out) {
     if (!WriteAll(out, archive::EncodeStreamHeader(length))) return false;
@@ -29,6 +29,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
     for (std::uint32_t left = length; left > 0;) {
         const std::size_t wanted = std::min<std::size_t>(left, archive::kBlockSize);
         const auto content = std::span(*piece).first(wanted);
+        // The header promises `length`: a file that became shorter meanwhile is not compressed.
         if (plain.Read(content) != static_cast<std::int64_t>(wanted)) return false;
         if (!WriteAll(out, archive::EncodeBlock(*block, content))) return false;
         left -= static_cast<std::uint32_t>(wanted);
@@ -63,7 +64,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
     }
 }
 
-// A name moves within one file system only; beyond it the bytes do.
+// A file is renamed within one file system only: the current directory may lie on another.
 [[nodiscard]] bool RenameOrCopy(const char* from, const char* to) {
     return platform::Rename(from, to) || (CopyToNewFile(from, to) && platform::RemoveFile(from));
 }
@@ -75,6 +76,7 @@ bool CompressFileInPlace(const char* path) {
     const std::string temporary = CreateTemporaryFile("", out);
     if (temporary.empty()) return false;
     platform::SetHidden(temporary.c_str(), true);
+    // Close may report that the disk is full, so the plain file is removed only after it.
     const bool written = WriteStreamOf(path, out);
     if (!out.Close() || !written || !platform::RemoveFile(path)) {
         (void)platform::RemoveFile(temporary.c_str());
@@ -92,7 +94,8 @@ TemporaryName MakeTemporaryName() {
     return name;
 }
 
-// The names can be guessed: nothing that is there already, a link least of all, is written to.
+// The names can be guessed, so only a new file is written to: never an existing one, and never
+// through a link that somebody has put there.
 std::string CreateTemporaryFile(const std::string& folder, platform::FileHandle& file) {
     constexpr int kMostTries = 100;
     for (int tries = 0; tries < kMostTries; ++tries) {
@@ -101,6 +104,7 @@ std::string CreateTemporaryFile(const std::string& folder, platform::FileHandle&
                       platform::Share::DenyAll)) {
             return path;
         }
+        // The name was free: another name would not help.
         if (platform::GetEntryKind(path.c_str()) == platform::EntryKind::None) break;
     }
     return {};

@@ -21,6 +21,7 @@ File::~File() { Close(); }
 
 FileResult File::Open(const char* path, FileMode mode, int textMode) {
     const std::string_view whole(path);
+    // A ':' at index 1 follows a drive letter.
     const std::size_t colon = whole.find(':');
     if (colon == std::string_view::npos || colon < 2) {
         return Open(InternedString(), path, mode, textMode);
@@ -36,6 +37,7 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     file_.Begin(mode);
     reader_.Begin();
     position_ = 0;
+    // Compression rewrites a whole file at close, so that nothing can be appended to a stream.
     const bool append = (mode & kCreationMask) == kAppend;
     if ((mode & kUnsupportedMask) == kUnsupported ||
         (append && file_.WriteKind() == kWriteCompressed)) {
@@ -47,6 +49,7 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     if (const FileResult result = DetectStream(); result != RES_OK) return result;
     if (file_.IsBorrowed() && file_.WriteKind() != 0) return Refuse(RES_READONLY);
     if (append) {
+        // Size would throw; a file that cannot take another byte is refused instead.
         if (file_.Length() > static_cast<std::int64_t>(archive::kMaxArchiveSize)) {
             return Refuse(RES_UNKNOWN);
         }
@@ -60,6 +63,8 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
 FileResult File::Attach(const InternedString& substName, const char* path) {
     FileSubstList& list = FileSubstList::Instance();
     const char* name = IsSeparator(*path) ? path + 1 : path;
+    // A mode with a read kind goes to OpenRead even if it writes too; OpenWrite is for modes that
+    // only write.
     const bool reads = file_.ReadKind() != 0;
     const auto served = reads ? list.OpenRead(substName, file_, name, file_.Flags())
                               : list.OpenWrite(substName, file_, name, file_.Flags());
@@ -82,12 +87,15 @@ FileResult File::DetectStream() {
             return file_.WriteKind() != 0 ? Refuse(RES_CANTWRITECOMPRESSED) : RES_OK;
         case Form::Bytes:
             return kind == kReadCompressed ? Refuse(RES_NOTCOMPRESSED) : RES_OK;
+        // A file shorter than a header cannot be judged, so it opens as bytes.
         case Form::TooShort:
             break;
     }
     return RES_OK;
 }
 
+// A refused member stays open until Close, which is fixed: callers may still read it, and Close
+// returns it to its archive. A member that cannot even be read is closed.
 FileResult File::Refuse(FileResult result) {
     if (file_.IsBorrowed() && result != RES_UNKNOWN) {
         file_.DenyWriting();
@@ -107,6 +115,7 @@ bool File::Close() {
 }
 
 void File::Abandon() {
+    // The archive takes no member of which a write has failed.
     file_.SetWriteFailed();
     (void)Close();
 }
@@ -123,7 +132,7 @@ std::uint32_t File::Read(void* destination, std::uint32_t count, std::uint32_t e
     const std::uint64_t wanted = std::uint64_t{count} * elementSize;
     if (wanted == 0) return 0;
 
-    // What was written is read back from the file.
+    // The reader does not know what the writer holds.
     Flush();
     const std::span into(static_cast<std::byte*>(destination), wanted);
     const std::size_t done = reader_.Read(position_, into);
@@ -140,6 +149,7 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
     if (wanted == 0) return 0;
 
     reader_.Forget();
+    // While the buffer holds bytes, they end at position_: Seek and Read flush it first.
     if (writer_.IsEmpty()) writer_.MoveTo(position_);
     if (position_ > Size()) file_.ClearPastEnd();
     const std::uint64_t room = archive::kMaxArchiveSize - position_;
@@ -167,6 +177,7 @@ std::uint32_t File::Seek(std::int64_t offset, SeekFrom origin) {
         throw FileEx("KernelStandard/File", __LINE__, "Seek() Can't seek writing compressed file");
     }
     Flush();
+    // The largest position is one below the result that reports failure.
     constexpr std::int64_t kLimit = kFailedSeek;
     if (offset < -kLimit || offset > kLimit) return kFailedSeek;
     std::int64_t target = 0;
@@ -190,6 +201,7 @@ std::uint32_t File::Seek(std::int64_t offset, SeekFrom origin) {
         // Other programs may change the file; a seek is where a caller expects to see that.
         reader_.Forget();
     } else if (position < Size() && !reader_.GoTo(position)) {
+        // At or after the end there is nothing to go to: a read there returns nothing.
         return kFailedSeek;
     }
     position_ = position;

@@ -2,17 +2,18 @@
 //
 // Opens plain files and members of mounted archives alike, buffers reads and writes, reads
 // compressed streams as their content, and compresses a file at close if it was opened for that.
-// A path "name:rest" goes to the mount of that name (FileSubstList.h); every other path belongs to
+// A path "name:rest" leads to the mount of that name (FileSubstList.h); every other path belongs to
 // the file system.
 //
-// A File puts three parts together: OpenFile (what the backend gives), BlockReader and WriteBuffer.
+// A File joins three parts: OpenFile (what the backend provides), BlockReader and WriteBuffer.
 //
 // Sizes and positions are in bytes, at most 4 GiB - 1. Size throws FileEx for a larger file, and a
 // write that would pass the limit is cut short.
 //
-// Reading and writing throw FileEx for misuse (a closed file, the wrong mode); other failures show
-// in what they return. Damage and a failed read both look like the end of the file: Read returns
-// what came before, and Size is 0 from then on. ReadFailed tells them from a real end.
+// Reading and writing throw FileEx for misuse (a closed file, the wrong mode), and report other
+// failures by their result. Damage and a failed read both look like the end of the file: Read
+// returns what came before, and Size is 0 from then on. ReadFailed distinguishes them from a real
+// end.
 //
 // A file outlives the mount that it was opened through: it can be read, written and closed after
 // the mount is closed.
@@ -34,6 +35,7 @@ namespace Vorn {
 
 inline constexpr std::uint32_t kFailedSeek = 0xFFFFFFFF;
 
+// The numbers are fixed.
 enum class SeekFrom : int { Start = 0, Current = 1, End = 2 };
 
 // The two text forms of a file. The numbers are fixed: callers pass them as the text mode.
@@ -45,17 +47,17 @@ public:
     class Find;
 
     File() = default;
-    // Closes.
+    // Closes the file; its result is lost.
     ~File();
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
-    // Opens `path`; ':' at byte index 2 or later ends the name of a mount. A name that is not
-    // mounted is dropped, and the rest is opened as a plain path. A name that does not fit a path
-    // buffer gives RES_FILENOTFOUND. `textMode` 0 means 8-bit.
+    // Opens `path`. A ':' at byte index 2 or later ends the name of a mount; a name that is not
+    // mounted is dropped, and the rest is opened as a path of the file system. RES_FILENOTFOUND for
+    // a name or path of 260 bytes or more. `textMode` 0 means 8-bit.
     [[nodiscard]] FileResult Open(const char* path, FileMode mode, int textMode = 0);
-    // The same with the mount named separately. A name that is null, empty or not mounted means
-    // the file system, where ':' has no meaning. Use it for paths that belong to the system.
+    // Opens `path` in the mount `substName`. A name that is null, empty or not mounted means the
+    // file system, where ':' has no meaning: use a null name for paths that belong to the system.
     [[nodiscard]] FileResult Open(const InternedString& substName, const char* path, FileMode mode,
                                   int textMode = 0);
 
@@ -65,7 +67,7 @@ public:
     bool Close();
 
     // Closes a new member without adding it to its archive; an older member of its name stays. Any
-    // other file is closed as it is.
+    // other file is closed with what it holds.
     void Abandon();
 
     [[nodiscard]] bool IsOpen() const { return file_.IsOpen(); }
@@ -86,7 +88,9 @@ public:
     std::uint32_t Seek(std::int64_t offset, SeekFrom origin);
     // Returns the size of the content. Throws FileEx if the system cannot give it.
     [[nodiscard]] std::uint32_t Size() { return file_.Size(); }
+    // Returns the position of the next read or write.
     [[nodiscard]] std::uint32_t Tell() const { return position_; }
+    // Writes out what is buffered.
     void Flush();
 
     // Returns whether a read or seek since Open met damage or an error instead of content.
@@ -103,17 +107,19 @@ public:
     [[nodiscard]] int TextMode() const { return textMode_; }
     // Writes a text in the file's text mode. Returns the bytes written.
     std::uint32_t WriteText(const char* text);
-    // Forces what was written to the storage device. For plain files open for writing.
+    // Forces what was written to the storage device. Does nothing if nothing is buffered.
     void Commit();
 
     // Operations on paths; none needs an open file. The text before the first ':' names a mount,
     // unless it is a drive letter followed by a separator. If nothing is mounted under that name,
     // the whole path belongs to the file system.
+    // Returns RES_OK or RES_FILENOTFOUND.
     [[nodiscard]] static FileResult Exists(const char* path);
     // The same with the mount named separately, as in Open.
     [[nodiscard]] static FileResult Exists(const InternedString& substName, const char* path);
+    // Returns whether the file existed and was deleted.
     static bool Delete(const char* path);
-    // Never replaces an existing target.
+    // Renames within one mount or within the file system; never replaces an existing target.
     [[nodiscard]] static bool Rename(const char* from, const char* to);
     [[nodiscard]] static bool ChangeDirectory(const char* path);
     // Creates every missing level. True if all levels exist as directories.
@@ -122,7 +128,8 @@ public:
     // the first failure. True if the directory itself is gone. In a mount it works on the
     // directory's real path, which archives and read-only mounts do not give.
     static bool DeleteDirectory(const char* path);
-    // Sets `time` to seconds since 1970-01-01 UTC. False if there is no such file or member.
+    // Sets `time` to the modification time, in seconds since 1970-01-01 UTC. False if there is no
+    // such file or member.
     [[nodiscard]] static bool GetModifiedTime(const char* path, std::uint32_t& time);
     // Return the value of the most recently mounted archive under `substName` that has one; else 0.
     [[nodiscard]] static std::uint32_t GetArchiveBuildVersion(const InternedString& substName);
@@ -134,6 +141,7 @@ public:
 private:
     // Opens the path through its mount, or in the file system.
     [[nodiscard]] FileResult Attach(const InternedString& substName, const char* path);
+    // Looks for a stream if the mode asks for that, and refuses what the mode cannot read.
     [[nodiscard]] FileResult DetectStream();
     // Returns `result` and closes; a member that can be read stays open until Close.
     FileResult Refuse(FileResult result);

@@ -14,7 +14,7 @@ namespace Vorn {
 
 namespace {
 
-// The folder of a search in the file system; the current one has no text.
+// Returns the folder to list: a pattern without a folder means the current one.
 [[nodiscard]] std::string FolderPath(std::string_view folder) {
     return folder.empty() ? std::string(".") : std::string(folder);
 }
@@ -31,7 +31,7 @@ namespace {
     return entry;
 }
 
-// A bit for folders, another one for files.
+// Returns one bit for folders and another for files.
 [[nodiscard]] unsigned KindOf(const FindEntry& entry) {
     return (entry.attributes & archive::kEntryDirectory) != 0 ? 2 : 1;
 }
@@ -43,6 +43,7 @@ bool File::Find::Open(const char* path) {
     if (!SplitPattern(path)) return false;
     const MountPath target = SplitMountPath(directory_.c_str());
     const std::string_view rest(target.rest != nullptr ? target.rest : "");
+    // Backends take names without a leading separator.
     const std::string below(rest.substr(std::min(rest.find_first_not_of("/\\"), rest.size())));
     if (Enter(target.mount, below, {})) {
         SetPath(directory_, below);
@@ -56,6 +57,7 @@ bool File::Find::Open(const char* path, const InternedString& substName) {
     Close();
     if (!SplitPattern(path)) return false;
     if (!Enter(substName, directory_.View(), {})) {
+        // The text and the line number are fixed.
         throw FileEx("KernelStandard/FileFind", 62, "Open() Subst not found");
     }
     return Next();
@@ -81,6 +83,8 @@ bool File::Find::Enter(const InternedString& mount, std::string_view folder,
     const auto backends = FileSubstList::Instance().Collect(mount);
     if (!backends) return false;
     mounted_ = true;
+    // The list is searched from its end, so the most recent mount is pushed last. A backend that
+    // led here is skipped: mounts that lead to each other would be searched indefinitely.
     for (auto backend = backends->rbegin(); backend != backends->rend(); ++backend) {
         if (std::ranges::find(through, *backend) != through.end()) continue;
         FileSubs way = through;
@@ -103,7 +107,8 @@ bool File::Find::Next() {
         const unsigned kind = KindOf(entry_);
         kinds |= kind;
         if (before == 0) return true;
-        // Backends hide what those behind them have, and an archive names a folder for each member.
+        // In a mount it is normal that a name comes again: a backend hides the names of those after
+        // it, and an archive returns a folder once for each member below it.
         if (!mounted_ || (before & kind) == 0) passedOver_.push_back(entry_);
     }
     return false;
@@ -140,6 +145,8 @@ bool File::Find::SearchPlace(const Place& place) {
         return true;
     }
     if (!place.backend->IsKind(kKindDirectory)) return false;
+    // A search whose mount is given separately may name a mount in its pattern as well. That name
+    // is ignored.
     const std::string_view folder = place.folder;
     const std::size_t colon = folder.find(':');
     const std::string_view below =
@@ -158,8 +165,8 @@ void File::Find::SearchDirectory(const std::string& folder) {
     listing_.clear();
     nextListed_ = 0;
     const auto take = [this](const platform::DirectoryEntry& entry) {
-        // A longer name fits no path of the kernel, which takes one with a separator or a colon for
-        // another one.
+        // Names of 260 bytes or more do not fit a PathBuffer; a name with a separator or ':' would
+        // be parsed as another path.
         const std::string_view name = FileNamePart(entry.name.c_str());
         if (entry.name.size() >= kMaxPath || !MatchWildcards(name, pattern_)) return true;
         if (name == entry.name) {
@@ -169,7 +176,7 @@ void File::Find::SearchDirectory(const std::string& folder) {
         }
         return true;
     };
-    // A part of a directory is none of it: nobody could tell what is missing.
+    // A partial listing counts as none: the caller could not know what is missing.
     if (!platform::ListDirectory(folder.c_str(), take)) listing_.clear();
 }
 

@@ -1,13 +1,14 @@
 // Lists the files that match a path pattern.
 //
-// "data:sub\*.txt" walks every available backend of the substitution, the most recent mount first;
-// each name is returned once, in any letter case, from the first backend that has it.
-// "work/*.*" walks a directory of the file system, in byte order of the names. Wildcards stand
-// only in the last component.
+// "data:sub\*.txt" searches every available backend of the mount, the most recent one first. Each
+// name is returned once, letter case ignored, from the first backend that has it.
+// "work/*.*" searches a directory of the file system, in byte order of the names. Wildcards are
+// allowed only in the last component.
 //
-// A mounted folder that leads to another mount is searched there, as its files open there.
+// If a mounted folder itself leads to another mount, that mount is searched, because files open
+// there too.
 //
-// A search is used by one thread. It may outlive its mount, whose backends it keeps.
+// One thread at a time uses a search. It keeps its backends alive, so it may outlive the mount.
 #pragma once
 
 #include <cstddef>
@@ -37,56 +38,60 @@ public:
     Find(const Find&) = delete;
     Find& operator=(const Find&) = delete;
 
-    // Starts a search and moves to its first entry; false when there is none, when a folder in the
-    // pattern holds wildcards, and when the pattern does not fit a path.
+    // Starts a search and moves to its first entry. False if there is none, if a folder in the
+    // pattern holds wildcards, or if the pattern does not fit a path.
     [[nodiscard]] bool Open(const char* path);
-    // The same within a substitution. Throws FileEx when it is not mounted.
+    // The same within a mount. Throws FileEx if it is not mounted.
     [[nodiscard]] bool Open(const char* path, const InternedString& substName);
 
-    // The same in the file system, where a ':' names no substitution.
+    // The same in the file system, where a ':' names no mount.
     [[nodiscard]] bool OpenOnDisk(const char* path);
 
-    // The next entry; false at the end.
+    // Moves to the next entry. False at the end.
     [[nodiscard]] bool Next();
 
-    // The current entry, its name without the folder. Its name is empty before the first.
+    // Returns the current entry, its name without the folder. The name is empty before the first.
     [[nodiscard]] const FindEntry& Entry() const { return entry_; }
 
-    // The pattern's folder joined with the current name. Throws FileEx when that does not fit.
+    // Joins the pattern's folder with the current name. Throws FileEx if that does not fit.
     void GetPath(PathSpan out) const;
 
-    // What was found and not returned so far. In a directory of the file system: its name holds a
-    // sign that parts paths here, or an entry before it has the same name in other letter case. In
-    // a substitution: a folder of the name of a file before it, or a file of that of a folder.
+    // Returns the entries skipped so far. On disk: names containing ':' or '\', and names that
+    // differ from an earlier one only in letter case. In a mount: a file and a folder of one name;
+    // the later is skipped.
     [[nodiscard]] const std::vector<FindEntry>& PassedOver() const { return passedOver_; }
 
     void Close();
 
 private:
-    // A backend to search, and where in it.
+    // A folder of a backend that is still to be searched.
     struct Place {
         std::shared_ptr<FileSub> backend;
         std::string folder;
-        FileSubs through;  // the backends that led here, none of which is searched again from here
+        FileSubs through;  // the backends that led here; from here none of them is searched again
     };
 
+    // Splits the pattern into folder and last component. False for wildcards in the folder, and for
+    // a pattern that is too long.
     [[nodiscard]] bool SplitPattern(const char* path);
-    // Puts the backends of a mount in front of those that are still to search; false when it is
-    // not mounted.
+    // Puts a mount's backends before the places that are still to be searched. False if the name
+    // is not mounted.
     [[nodiscard]] bool Enter(const InternedString& mount, std::string_view folder,
                              const FileSubs& through);
+    // Moves to the next entry of any backend, names that were returned before included.
     [[nodiscard]] bool Advance();
     [[nodiscard]] bool NextBackend();
+    // Begins the search of a place. False if there is nothing to search itself.
     [[nodiscard]] bool SearchPlace(const Place& place);
     void SearchDirectory(const std::string& folder);
     [[nodiscard]] bool NextInDirectory();
     void EndEnumeration();
 
     FindEntry entry_;
-    PathBuffer directory_;       // up to and including the last component end
+    PathBuffer directory_;       // the pattern's folder, with its separator or colon
     std::string pattern_;        // the last component
-    std::vector<Place> places_;  // still to search, the next one last
-    // Names returned, in lower case, with the kinds that were found of them.
+    std::vector<Place> places_;  // still to be searched, the next one last
+    // Names found so far, in lower case, and the kinds (KindOf) of their entries.
     std::unordered_map<std::string, unsigned> seen_;
     std::shared_ptr<FileSubArchive> archive_;
     std::string archivePattern_;

@@ -1,5 +1,5 @@
-// The operations of File that work on paths: each goes to the substitution that the path names, or
-// to the file system.
+// The operations of File on paths. Each asks the mount that the path names, and goes to the file
+// system only if there is no such mount: the answer of a mount is final.
 #include "KernelStandard/File.h"
 #include "KernelStandard/FileSubArchive.h"
 #include "KernelStandard/FileSubstList.h"
@@ -10,6 +10,7 @@ namespace Vorn {
 
 namespace {
 
+// Returns the first value that is not 0: an archive's 0 means that it has none.
 template <typename Value>
 [[nodiscard]] std::uint32_t FirstArchiveValue(const InternedString& substName, Value value) {
     const auto backends = FileSubstList::Instance().Collect(substName);
@@ -46,6 +47,8 @@ bool File::Rename(const char* from, const char* to) {
     FileSubstList& list = FileSubstList::Instance();
     const MountPath source = SplitMountPath(from);
     const MountPath destination = SplitMountPath(to);
+    // The source's backend does the renaming: the target's mount only tells which part of `to` is
+    // the name.
     const char* newName = list.IsMounted(destination.mount) ? destination.rest : to;
     const auto renamed = list.Rename(source.mount, source.rest, newName);
     return renamed ? *renamed : platform::Rename(from, to);

@@ -13,6 +13,7 @@ bool FileSub::OpenRead(OpenFile& /*file*/, const char* /*name*/, OpenFlags /*fla
 }
 
 bool FileSub::CloseFile(OpenFile& /*file*/) {
+    // The text and the line number are fixed.
     throw FileEx("KernelStandard/FileSub", 87, "CloseFile() Logic Error");
 }
 

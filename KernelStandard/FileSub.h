@@ -2,10 +2,11 @@
 //
 // A backend serves the names below one mounted root: a directory (FileSubPath) or an archive
 // (FileSubArchive). The substitution list shares its backends with the files and searches that are
-// open through them, and calls them under its lock; names come relative to the root, without a
-// leading separator. A failure is a result and not an exception, except in the base's CloseFile. An
-// operation that a backend does not override fails, except MakeDirectory, which succeeds and does
-// nothing.
+// open through them. It calls them under its lock, except where a comment says otherwise. Names are
+// relative to the root and have no leading separator.
+//
+// Operations report failure by their result; only the base's CloseFile throws. An operation that a
+// backend does not override fails, except MakeDirectory, which succeeds and does nothing.
 #pragma once
 
 #include <atomic>
@@ -29,13 +30,13 @@ struct OpenFlags {
     platform::Access access = platform::Access::Read;
     platform::Creation creation = platform::Creation::OpenExisting;
 
-    // The opening itself makes a file or empties one.
+    // Returns whether opening itself may create a file or empty one.
     [[nodiscard]] bool Creates() const { return creation != platform::Creation::OpenExisting; }
-    // The file may change, by the opening or after it.
+    // Returns whether the file may change, by opening it or later.
     [[nodiscard]] bool Modifies() const { return Creates() || access != platform::Access::Read; }
 };
 
-// What IsKind asks for.
+// The kinds that IsKind is asked about.
 inline constexpr int kKindArchive = 0;
 inline constexpr int kKindDirectory = 1;
 
@@ -45,54 +46,61 @@ public:
     FileSub(const FileSub&) = delete;
     FileSub& operator=(const FileSub&) = delete;
 
-    // The virtual operations, in slot order.
+    // The virtual operations, in slot order, which is fixed.
     virtual ~FileSub() = default;
-    // A substitution with this name is being closed.
+    // Called when any substitution is being closed.
     virtual void OnSubstClosed(const InternedString& /*name*/) {}
-    // Asked by the list, which passes read-only backends over when it opens to write, deletes,
-    // renames or makes folders; a backend need not check it there. OpenRead and SetReadOnly reach
-    // read-only backends too.
+    // Returns whether the backend refuses changes. The list skips read-only backends in OpenWrite,
+    // Delete, Rename and MakeDirectory, so they need not check it; OpenRead and SetReadOnly are
+    // called on read-only backends too.
     [[nodiscard]] virtual bool IsReadOnly() const { return true; }
-    // The storage exists and can be read.
+    // Returns whether the storage exists and can be read.
     [[nodiscard]] virtual bool IsAvailable() const { return false; }
-    // Archive format version; tells the File object how long a stream header is.
+    // Returns the archive format version, on which the length of a stream's header depends.
     [[nodiscard]] virtual std::uint32_t GetStorageKind() const { return 0; }
+    // Returns whether the backend is of that kind (kKindArchive, kKindDirectory).
     [[nodiscard]] virtual bool IsKind(int /*kind*/) const { return false; }
-    // Open `name` into `file`: see OpenFile.h.
+    // Open `name` into `file` (see OpenFile.h). False if it cannot be opened.
     [[nodiscard]] virtual bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags);
     [[nodiscard]] virtual bool OpenRead(OpenFile& file, const char* name, OpenFlags flags);
-    // Ends what this backend opened. True when everything written is safely in place. The base
-    // throws FileEx: a backend that opens files closes them.
+    // Closes a file that this backend opened. True if everything written is safely in place. The
+    // base throws FileEx, because a backend that opens files must also close them.
     virtual bool CloseFile(OpenFile& file);
-    // `substName` holds the substitution's name; a backend may change it.
+    // Returns whether `name` exists. `substName` holds the substitution's name; a backend may
+    // change it.
     [[nodiscard]] virtual bool Exists(InternedString& substName, const char* name);
-    // Where a name is to be found; whether it exists.
+    // Sets `outPath` to the name's path within the backend and returns whether it exists.
     [[nodiscard]] virtual bool Locate(PathSpan outPath, const char* name);
+    // Returns whether the file existed and was deleted.
     [[nodiscard]] virtual bool Delete(const char* /*name*/) { return false; }
     [[nodiscard]] virtual bool Rename(const char* oldName, const char* newName);
-    // Missing parents included.
+    // Creates the directory and its missing parents.
     [[nodiscard]] virtual bool MakeDirectory(const char* /*name*/) { return true; }
-    // Replaces `name` by its real file-system path if it exists.
+    // Replaces `name` by its real file-system path. False if it does not exist or has none.
     [[nodiscard]] virtual bool GetRealPath(PathSpan /*name*/) { return false; }
-    // Modification time, seconds since 1970-01-01 UTC.
+    // Sets `writeTime` to the modification time, in seconds since 1970-01-01 UTC. False if there
+    // is no such file.
     [[nodiscard]] virtual bool Stat(std::uint32_t& writeTime, const char* name);
+    // Sets or clears a file's read-only attribute.
     virtual void SetReadOnly(const char* /*name*/, bool /*readOnly*/) {}
-    // Appends this backend for a search.
+    // Appends this backend if it can be searched.
     virtual void CollectInto(FileSubs& /*list*/) {}
+    // Enter and leave the backend's own lock, which a file holds around each read of a descriptor
+    // that it shares.
     virtual void Lock() {}
     virtual void Unlock() {}
-    // Whether `text` equals the mounted path byte for byte.
+    // Returns whether `text` equals the mounted path byte for byte.
     [[nodiscard]] virtual bool IsRoot(const char* /*text*/) const { return false; }
-    // The mount is over: puts what was written in order. Files that are open may still be read and
-    // closed.
+    // Called when the mount is closed: completes what was written. Files that are open may still
+    // be read and closed.
     virtual void EndMount() {}
-    // Appends the backends whose BeginChanges must come before Delete of `name`.
+    // Appends the backends whose BeginChanges must be called before Delete of `name`.
     virtual void CollectToDelete(const char* /*name*/, FileSubs& /*list*/) {}
-    // Waits until no other process changes the storage, and keeps others from it. False if that
-    // takes too long. Called without the list's lock, since it may wait for half a minute.
+    // Waits until no other process changes the storage, then blocks the changes of others. False
+    // if the wait takes too long. Called without the list's lock, since it may take half a minute.
     [[nodiscard]] virtual bool BeginChanges() { return true; }
 
-    // Files open through this backend.
+    // Returns the number of files that are open through this backend.
     [[nodiscard]] int OpenCount() const { return openCount_.load(); }
     void CountOpened() { ++openCount_; }
     void CountClosed() { --openCount_; }

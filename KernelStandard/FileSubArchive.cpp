@@ -1,4 +1,4 @@
-// Mounting an archive; finding and reading its members.
+// Mounts an archive; finds and reads its members.
 #include "KernelStandard/FileSubArchive.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace {
 std::uint32_t defaultBuildVersion = 0;
 std::uint32_t defaultProductCode = 0;
 
-// Where a walk over the chunks after the known members begins.
+// Returns the offset where a walk over the chunks after the known members begins.
 [[nodiscard]] std::uint64_t WalkStart(const archive::MemberTable& members) {
     return std::max<std::uint64_t>(members.EndOfData(), archive::kFirstChunkOffset);
 }
@@ -50,7 +50,8 @@ void FileSubArchive::CreateArchive() {
     using namespace platform;
     const bool created =
         handle_.Open(path_.c_str(), Access::ReadWrite, Creation::CreateNew, Share::DenyNone);
-    // Another process may have been quicker to create it, or to change what was created here.
+    // Another process may have created the file first, or may already be changing the one that was
+    // created here.
     changing_ = created && handle_.LockChanges(0);
     if (!changing_ && (created || handle_.Open(path_.c_str(), Access::ReadWrite,
                                                Creation::OpenExisting, Share::DenyNone))) {
@@ -60,18 +61,19 @@ void FileSubArchive::CreateArchive() {
     const auto preamble = archive::EncodePreamble(contents_.header);
     if (!created || handle_.WriteAt(0, preamble) != preamble.size()) {
         handle_.Close();
+        // Half a header would be a file that no one can mount.
         if (created) (void)RemoveFile(path_.c_str());
         throw FileEx("KernelStandard/FileSubArchive", __LINE__,
                      "Substitute() Open new archive failed");
     }
-    contents_.indexStale = true;
+    contents_.indexStale = true;  // an archive without members gets an index too
     appender_.emplace(handle_, contents_, archive::Appender::Publish::InBatches);
 }
 
 void FileSubArchive::ReadArchive() {
     const archive::ArchiveHeader defaults{.buildVersion = defaultBuildVersion,
                                           .productCode = defaultProductCode};
-    // Taken first: a change that another process makes from here on shows.
+    // Taken before anything is read, so that a change made meanwhile is noticed later.
     const archive::Footprint footprint = archive::TakeFootprint(handle_);
     const std::int64_t length = footprint.length;
     contents_ = archive::Contents();
@@ -80,7 +82,7 @@ void FileSubArchive::ReadArchive() {
         contents_ = archive::NewContents(defaultBuildVersion, defaultProductCode);
     }
     contents_.footprint = footprint;
-    // Open without a header: no members are found, and none are added.
+    // A file without a mark stays open: no members are found, and none are added.
     if (length >= 0 && static_cast<std::size_t>(length) < archive::kArchiveMark.size()) return;
     try {
         contents_ = archive::ReadContents(handle_, defaults);
@@ -89,6 +91,8 @@ void FileSubArchive::ReadArchive() {
         handle_.Close();
         return;
     }
+    // An index without records is not maintained: new members go after it, and none is written.
+    // This is fixed.
     if (contents_.members.End() == 0 && contents_.Maintained()) {
         contents_.index = archive::IndexState::Absent;
     }
@@ -101,6 +105,7 @@ void FileSubArchive::ReadAnew() {
     folders_ = ArchiveFolders();
     walkedFrom_ = walkedSize_ = 0;
     ReadArchive();
+    // Ordinals and offsets now mean other members: searches that are under way end.
     for (Search& search : searches_) {
         search.candidates.clear();
         search.prepared = true;
@@ -124,7 +129,7 @@ bool FileSubArchive::LacksIndex() {
     while (contents_.index == archive::IndexState::Missing ||
            contents_.index == archive::IndexState::CutShort) {
         if (handle_.OthersChange()) return false;
-        // Who changed it may have written the index since it was looked for.
+        // Another process may have written the index since it was looked for.
         if (archive::TakeFootprint(handle_) == contents_.footprint) return true;
         ReadAnew();
     }
@@ -133,7 +138,7 @@ bool FileSubArchive::LacksIndex() {
 
 bool FileSubArchive::OpenRead(OpenFile& file, const char* name, OpenFlags /*flags*/) {
     const ScopedLock hold(lock_);
-    (void)FlushBatch();  // what is read must be in the file; members that are lost are not found
+    (void)FlushBatch();  // a member can be read only from the file; one that is lost is not found
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     const archive::Member member = contents_.members[*ordinal];
@@ -167,22 +172,24 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::LookUp(const char* name) 
         NormalisePath(normal);
         for (auto found = members.Find(normal.View()); found;
              found = members.NextOfSameName(*found)) {
-            // A name stored with '\' is reached by searching only.
+            // The names compare with '/' and '\' as equal, but this must not find a name that is
+            // stored with '\': such members are reached by searching only.
             if (members.Name(*found).find('\\') == std::string_view::npos) return found;
         }
     }
     return WalkFor(name);
 }
 
-// Members after the known ones are found by walking the file; the walk treats the name as a
-// pattern.
+// Finds members after the known ones by walking the file; the walk treats the name as a pattern,
+// which is fixed.
 std::optional<FileSubArchive::Ordinal> FileSubArchive::WalkFor(const char* name) {
-    // While an appender is at work all members are known.
+    // While there is an appender, all members are known.
     if (appender_) return std::nullopt;
     const std::int64_t length = handle_.Length();
     if (length < 0) return std::nullopt;
     const auto size = static_cast<std::uint64_t>(length);
     std::uint64_t position = WalkStart(contents_.members);
+    // A file that has not grown is walked once, not once for every name that is missing.
     if (walkedFrom_ == position && walkedSize_ == size) return std::nullopt;
 
     while (const auto ordinal = NextChunk(position)) {
@@ -216,6 +223,7 @@ archive::FindEntry FileSubArchive::EntryOf(Ordinal ordinal) const {
 
 int FileSubArchive::BeginFind() {
     const ScopedLock hold(lock_);
+    // Handles are reused, so that the list is as long as the most searches at one time.
     auto free = std::ranges::find(searches_, false, &Search::used);
     if (free == searches_.end()) free = searches_.emplace(free);
     *free = Search{};
@@ -253,6 +261,7 @@ bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search,
     while (const auto ordinal = NextMember(search)) {
         const std::string_view name = contents_.members.Name(*ordinal);
         std::size_t dirEnd = std::string_view::npos;
+        // If only the name's beginning up to a separator matches, that is a folder.
         const bool matched = MatchWildcards(name, pattern, &dirEnd);
         if (!matched && dirEnd >= name.size()) continue;
 
@@ -270,6 +279,7 @@ bool FileSubArchive::FindByPattern(std::string_view pattern, Search& search,
 
 void FileSubArchive::PrepareSearch(std::string_view pattern, Search& search) {
     search.prepared = true;
+    // With a folder that holds no wildcards, only the members below it can match.
     const std::size_t separator = pattern.find_last_of("/\\");
     if (separator == std::string_view::npos) return;
     const std::string_view folders = pattern.substr(0, separator + 1);
@@ -293,6 +303,7 @@ std::optional<FileSubArchive::Ordinal> FileSubArchive::NextMember(Search& search
         search.position = members[*found].DataEnd();
         return found;
     }
+    // All known members were returned: the rest of the file may have more of them.
     search.position = std::max(search.position, members.EndOfData());
     found = NextChunk(search.position);
     search.next = members.End();

@@ -1,37 +1,37 @@
-// Serves the members of one archive file, and writes them: the mount layer's slots and lock over
-// archive/, which knows the format.
+// Serves the members of one archive file, and changes the file. archive/ knows the format; this
+// class adds what a mount needs: the slots of a backend, a lock, names in any letter case.
 //
-// Owns the descriptor and the index in memory. Member Files borrow the descriptor: each raw read
-// holds Lock() around it. Lock order: substitution list, then this.
+// Owns the descriptor and the index in memory. Files that read members borrow the descriptor and
+// hold Lock() around each read. Lock order: substitution list, then this.
 //
-// A member is found by its name in any letter case. A name stored with '\', or with "." or ".."
+// A member is found by its name, letter case ignored. A name stored with '\', or with "." or ".."
 // parts, is reached by searching only. Without a usable index, members are found by walking the
 // chunks of the file.
 //
 // Decided here, where the format leaves it open:
-// - An empty file becomes an archive when its first member is added: a process that was killed
-//   while it created one left it. Other files shorter than 4 bytes, and those of format version
-//   0x101, refuse new members: what was written could not be read back. One whose header is longer
-//   than ours, or not at the front, refuses every change: writing our header would spoil it.
-// - A member that cannot be written whole (a full disk, more than 4 GiB) is not added, the member
-//   of that name that it would have replaced stays, and File::Close says so.
-// - A member is always written anew: appending to one that exists, changing it and opening it for
-//   reading and writing are refused.
-// - An archive without a usable index whose last member was cut short refuses new members; bytes
-//   that no walk gets past become a deleted chunk before the first of them.
+// - An empty file (what a process killed during creation leaves) becomes an archive when its first
+//   member is added. Other files shorter than 4 bytes, and those of format version 0x101, refuse
+//   new members, because these could not be read back. An archive whose header is longer than 32
+//   bytes, or not first in the file, is read-only: rewriting it would corrupt it.
+// - A member that cannot be written whole (a full disk, more than 4 GiB) is not added: File::Close
+//   returns false, and an older member of its name stays.
+// - A member is always written anew: modes that append to an existing one, change it, or read and
+//   write it are refused.
+// - An archive without a usable index whose last member was cut short refuses new members. Bytes
+//   at the end that a walk cannot pass become a deleted chunk before the first new member.
 // - A new member is complete on disk before the one it replaces is marked deleted. A process that
-//   is killed while it adds leaves an archive without an index, in which every member that was
-//   complete is found by walking.
-// - One process at a time changes an archive: from the creation of the file, or the first member
-//   that is added or deleted, to Complete, it holds the file's change lock. A member that is
-//   finished after its mount has ended takes it for itself alone. Another one waits for
-//   it for 30 seconds; then its changes fail, the next ones at once. The next holder reads
-//   the archive anew if it has changed since it was read; searches under way end then. Two mounts
-//   of one archive in one process count as two.
-// - Readers take no lock. The mark that makes a member one is written last, and so is the mark of
-//   the index; an index that changed while it was read is not used. A reader so finds whole members
-//   only, as they were before or after a change.
-// - Deleting removes exactly the member that the lookup found, also when its name holds wildcards.
+//   is killed while it adds members leaves an archive without an index, in which a walk finds every
+//   complete member.
+// - One process at a time changes an archive. It holds the file's change lock from the creation of
+//   the file, or from the first member added or deleted, until Complete. A member that is finished
+//   after its mount has ended takes the lock for itself alone. Others wait for the lock for 30
+//   seconds; then their changes fail, later ones without a wait. A new holder reads the archive
+//   again if it has changed meanwhile, which ends its searches. Two mounts of one archive in one
+//   process count as two processes.
+// - Readers take no lock. The mark of a new member, and that of a new index, is written last; an
+//   index that changed while it was read is not used. So a reader finds whole members only, as they
+//   were before or after a change.
+// - Deleting removes exactly the member that the lookup found, also if its name holds wildcards.
 // - A member chunk shorter than its entry ends a walk over the chunks: it was never finished.
 #pragma once
 
@@ -54,19 +54,20 @@ namespace Vorn {
 
 class FileSubArchive final : public FileSub {
 public:
-    // Called while a member is written: content bytes done, and stored bytes so far (0 for a plain
-    // member).
+    // Called after each piece of a member, with the content bytes written and the stored bytes so
+    // far (0 for a plain member).
     using ProgressHook = void (*)(std::uint32_t contentBytes, std::uint32_t storedBytes);
 
-    // A missing file, or one that is not an archive, leaves the backend unavailable; a missing file
-    // that is writable is created. Throws FileEx only when a writable archive can be neither opened
-    // nor created. An existing file is never replaced.
+    // Opens the file, or creates it if it is missing and `writable`. A file that is missing or not
+    // an archive leaves the backend unavailable. Throws FileEx only if a writable archive can be
+    // neither opened nor created. Never replaces an existing file.
     FileSubArchive(const char* path, bool writable);
 
-    // Writes the index if it must be written.
+    // Completes the archive; its result is lost.
     ~FileSubArchive() override;
 
-    // What archives constructed from now on carry. Set before any thread writes.
+    // Set the numbers in the headers of archives created from now on, and the hook of the whole
+    // process. Call them before other threads write.
     static void SetDefaultBuildVersion(std::uint32_t value);
     static void SetDefaultProductCode(std::uint32_t value);
     static void SetProgressHook(ProgressHook hook);  // null for none
@@ -78,7 +79,8 @@ public:
     [[nodiscard]] bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags) override;
     [[nodiscard]] bool OpenRead(OpenFile& file, const char* name, OpenFlags flags) override;
     bool CloseFile(OpenFile& file) override;
-    // A member, or a directory of the archive when the last component has none of ". * ?".
+    // Returns whether there is such a member, or such a folder if the last component of `name` has
+    // none of ". * ?".
     [[nodiscard]] bool Exists(InternedString& substName, const char* name) override;
     [[nodiscard]] bool Delete(const char* name) override;
     [[nodiscard]] bool Stat(std::uint32_t& writeTime, const char* name) override;
@@ -87,53 +89,54 @@ public:
     void Unlock() override VORN_NO_THREAD_SAFETY_ANALYSIS { lock_.Leave(); }
     [[nodiscard]] bool IsRoot(const char* text) const override { return path_.View() == text; }
     void EndMount() override;
-    // This archive, if it has a member `name` and may be changed.
+    // Appends this archive if it has a member `name` and may be changed.
     void CollectToDelete(const char* name, FileSubs& list) override;
-    // Reads the archive anew if another process changed it. This mount then is the one that changes
-    // it, until Complete. False when the other one still works after 30 seconds. Adding calls it
-    // itself.
+    // Takes the change lock, which this mount then holds until Complete; reads the archive again if
+    // another process has changed it. False if another process still holds the lock after 30
+    // seconds. Files that add a member do this themselves.
     [[nodiscard]] bool BeginChanges() override;
 
-    // As last read or written; the defaults for an archive that is not open.
+    // Returns the header as last read or written; the defaults for an archive that is not open.
     [[nodiscard]] archive::ArchiveHeader Header() const;
 
-    // Whether a file that is there could not be opened or read when it was mounted for reading, so
-    // that nobody knows what it holds. What is no archive, or only its beginning, was read.
+    // True if the file exists but could not be opened or read at mount time. False for a file that
+    // was read and is not an archive, or only the start of one.
     [[nodiscard]] bool ReadFailed() const { return readFailed_; }
 
-    // Whether the header promises an index that is not there, or cut short: members may be missing.
-    // False while another process changes the archive, since then all that are whole are found.
+    // Returns whether the header promises an index that is missing or cut short, so that members
+    // may be missing. False while another process changes the archive, because then every complete
+    // member is found.
     [[nodiscard]] bool LacksIndex();
 
     // Writes index and header if they must be written, and lets others change the archive. False
-    // when they could not be: the header then is as it was, and readers walk the chunks. The
-    // destructor does the same and cannot say.
+    // if they could not be written: the header is then unchanged, and readers walk the chunks.
     [[nodiscard]] bool Complete();
 
-    // From now on members that AddMember adds may appear several at a time, at the latest with
-    // Flush: a process that is killed meanwhile leaves fewer of them, but whole ones only.
+    // Lets members that AddMember adds from now on appear several at a time, at the latest with
+    // Flush. A process that is killed meanwhile leaves fewer members, but whole ones only.
     void AddInBatches();
-    // Adds a member whose content is at hand, or replaces the one of that name. False when it was
-    // not added; the member that it would have replaced then stays. Call BeginChanges first.
+    // Adds a member whose content is in memory; replaces the one of that name. False if it was not
+    // added; the older member then stays. Call BeginChanges first.
     [[nodiscard]] bool AddMember(const char* name, std::span<const std::byte> content,
                                  bool compress);
-    // Whether AddMember and File::Open may add a member of that name.
+    // Returns whether AddMember and File::Open may add a member of that name.
     [[nodiscard]] bool CanAdd(const char* name) const;
-    // Makes the members of an unfinished batch appear. False when some could not be written.
+    // Makes the members of an unfinished batch appear. False if some could not be written.
     [[nodiscard]] bool Flush();
-    // Returns the names of members that were added to a batch and then could not be written, since
-    // the last call.
+    // Returns the names of members that AddMember accepted for a batch and that could not be
+    // written, since the last call.
     [[nodiscard]] std::vector<std::string> TakeLost();
 
-    // Whether the last member that was not added had no room: the archive would pass 4 GiB.
+    // Returns whether the last member that was not added had no room: the archive would pass 4 GiB.
     [[nodiscard]] bool WasFull() const { return wasFull_; }
 
-    // A search over the members. Handles are small numbers; an invalid one is ignored.
+    // Begin and end a search over the members. Handles are small numbers; an invalid one is
+    // ignored.
     [[nodiscard]] int BeginFind();
     void EndFind(int search);
-    // The next entry that matches `pattern` (MatchWildcards). A member below a directory that the
-    // pattern matches gives a directory entry, once for every such member. `advance` moves the
-    // search past the member's data; `exact` looks `pattern` up as one name instead.
+    // Finds the next entry that matches `pattern` (MatchWildcards). A member below a folder that
+    // the pattern matches gives an entry of that folder, once for every such member. `advance`
+    // moves the search past the member's data; `exact` looks `pattern` up as one name instead.
     [[nodiscard]] bool FindNext(const char* pattern, int search, archive::FindEntry& entry,
                                 bool advance, bool exact);
 
@@ -142,7 +145,7 @@ private:
 
     struct Search {
         bool used = false;
-        std::uint64_t position = 0;  // in the file; a walk over the chunks goes on from here
+        std::uint64_t position = 0;  // in the file; a walk over the chunks continues from here
         bool prepared = false;
         std::vector<Ordinal> candidates;  // members below the pattern's directories
         std::size_t nextCandidate = 0;
@@ -152,11 +155,11 @@ private:
     // Mounting.
     void CreateArchive() VORN_REQUIRES(lock_);
     void ReadArchive() VORN_REQUIRES(lock_);
-    // Forgets what was read, and reads again.
+    // Forgets what was read, and reads it again.
     void ReadAnew() VORN_REQUIRES(lock_);
 
     // Searching.
-    // The member that `name` means, one leading separator ignored; nothing when there is none.
+    // Returns the member that `name` means; one leading separator is ignored.
     [[nodiscard]] std::optional<Ordinal> LookUp(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
     [[nodiscard]] archive::FindEntry EntryOf(Ordinal ordinal) const VORN_REQUIRES(lock_);
@@ -168,17 +171,17 @@ private:
     [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
 
     // Writing.
-    // Both are needed before a change: the first waits, and leaves the archive readable meanwhile;
-    // the second gives the appender.
+    // Both are needed before a change: the first waits without lock_, so that the archive stays
+    // readable; the second makes the appender.
     void WaitForOtherChanges();
     [[nodiscard]] bool EnterChanges() VORN_REQUIRES(lock_);
     [[nodiscard]] bool BeginAppending() VORN_REQUIRES(lock_);
-    // Whether a member of that name may be begun.
+    // Returns whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
-    // A separate empty file for what is written; not open when there can be none.
+    // Returns an empty temporary file for the content of a new member; closed if there is none.
     [[nodiscard]] platform::FileHandle TakeTemporary();
     [[nodiscard]] bool FlushBatch() VORN_REQUIRES(lock_);
-    // `nextPiece(done, count)` gives the next `count` bytes of content.
+    // `nextPiece(done, count)` returns the next `count` bytes of content.
     template <typename NextPiece>
     [[nodiscard]] bool Append(const char* name, std::uint32_t size, bool compress,
                               const NextPiece& nextPiece) VORN_REQUIRES(lock_);
@@ -193,7 +196,7 @@ private:
     ArchiveFolders folders_ VORN_GUARDED_BY(lock_);
     bool changing_ VORN_GUARDED_BY(lock_) = false;  // holds the change lock
     bool mountEnded_ VORN_GUARDED_BY(lock_) = false;
-    // While this mount changes an archive that may be changed.
+    // Exists while this mount changes an archive that may be changed.
     std::optional<archive::Appender> appender_ VORN_GUARDED_BY(lock_);
     bool batches_ VORN_GUARDED_BY(lock_) = false;
     bool waitedInVain_ VORN_GUARDED_BY(lock_) = false;
@@ -201,7 +204,7 @@ private:
     bool readFailed_ = false;
     platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member
     std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
-    // A walk that began here met the end of a file of that size and found nothing.
+    // A walk that began here reached the end of a file of that size and found nothing.
     std::uint64_t walkedFrom_ VORN_GUARDED_BY(lock_) = 0;
     std::uint64_t walkedSize_ VORN_GUARDED_BY(lock_) = 0;
 };

@@ -1,4 +1,4 @@
-// Writing of a mounted archive: adding and deleting members, the change lock.
+// Changes a mounted archive: adds and deletes members under the file's change lock.
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -53,7 +53,7 @@ bool FileSubArchive::EnterChanges() {
     return BeginAppending();
 }
 
-// All members must be known: a later walk would find a new one and add it twice.
+// All members must become known first: a later walk would find a new member and add it twice.
 bool FileSubArchive::BeginAppending() {
     if (!IsAvailable() || !contents_.headerInPlace) return true;
     std::uint64_t position =
@@ -94,6 +94,7 @@ platform::FileHandle FileSubArchive::TakeTemporary() {
     if (temporary.IsOpen()) return temporary;
     const TemporaryName name = MakeTemporaryName();
     if (temporary.OpenTemporary(name.data())) return temporary;
+    // The current folder may not be writable; the archive's usually is.
     PathBuffer besideArchive = path_;
     StripFileName(besideArchive, false);
     (void)temporary.OpenTemporary((std::string(besideArchive.View()) + name.data()).c_str());
@@ -103,17 +104,19 @@ platform::FileHandle FileSubArchive::TakeTemporary() {
 bool FileSubArchive::CloseFile(OpenFile& file) {
     CountClosed();
     if (!WritesMember(file.WriteKind())) return true;
-    constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; more of them give their room back
+    constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; a larger content is truncated
     const std::uint32_t size = file.Size();
     platform::FileHandle content = std::move(file.OwnHandle());
     if (!file.WriteFailed()) WaitForOtherChanges();
     const ScopedLock hold(lock_);
     const bool added = !file.WriteFailed() && EnterChanges() && CanAdd(file.Name()) &&
                        AppendFrom(content, file, size);
+    // Kept for the next member, which saves creating a file for each. The content of a small member
+    // may stay in it; what was not added may be of any length.
     if ((added && size <= kKeptInSpare) || content.Truncate(0)) {
         spareTemporary_ = std::move(content);
     }
-    // No end of the mount is to come that would let others change the archive.
+    // After the end of its mount nothing else would complete the archive and release its lock.
     return (!mountEnded_ || Complete()) && added;
 }
 
@@ -148,6 +151,8 @@ bool FileSubArchive::Append(const char* name, std::uint32_t size, bool compress,
     try {
         wasFull_ = false;
         auto replaces = LookUp(name);
+        // A member of the unfinished batch must be in the file before it can be replaced. If the
+        // batch could not be written, there is nothing to replace.
         if (replaces) {
             appender_->Settle(*replaces);
             replaces = LookUp(name);
@@ -169,7 +174,8 @@ bool FileSubArchive::Append(const char* name, std::uint32_t size, bool compress,
         appender_->Abandon();
         return false;
     }
-    // The folders of new members become known when the index is read next, or by a walk.
+    // In an archive whose index is maintained, the folders of new members become known when it is
+    // mounted next. This is fixed.
     if (!contents_.Maintained()) folders_.AddDirectoriesOf(name);
     return true;
 }
@@ -207,6 +213,7 @@ void FileSubArchive::CollectToDelete(const char* name, FileSubs& list) {
 bool FileSubArchive::Delete(const char* name) {
     const ScopedLock hold(lock_);
     if (!LookUp(name) || !EnterChanges() || !appender_) return false;
+    // EnterChanges may have read the archive again, after which ordinals differ.
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     try {
@@ -232,6 +239,7 @@ bool FileSubArchive::Complete() {
         return false;
     }
     appender_.reset();
+    // The next change must not read the archive again because of what was written here.
     contents_.footprint = archive::TakeFootprint(handle_);
     changing_ = false;
     handle_.UnlockChanges();

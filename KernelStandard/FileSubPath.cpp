@@ -18,6 +18,7 @@ FileSubPath::FileSubPath(const char* path, bool writable)
       readOnly_(!writable),
       available_(File::Exists(path) == RES_OK) {}
 
+// Streams in files of their own have the long header.
 std::uint32_t FileSubPath::GetStorageKind() const { return archive::kArchiveVersion102; }
 
 bool FileSubPath::Join(const char* name, PathBuffer& path) const {
@@ -46,8 +47,9 @@ bool FileSubPath::OpenWrite(OpenFile& file, const char* name, OpenFlags flags) {
         !File::MakePath(folder.c_str())) {
         return false;
     }
-    available_ = true;
+    available_ = true;  // the folder exists now
 
+    // If the root leads to another mount, that mount opens the file and is its owner.
     const MountPath inner = SplitMountPath(path.c_str());
     const auto opened = FileSubstList::Instance().OpenWrite(inner.mount, file, inner.rest, flags);
     return opened ? *opened : OpenJoined(file, path, flags, platform::Share::DenyAll);
@@ -57,6 +59,7 @@ bool FileSubPath::OpenRead(OpenFile& file, const char* name, OpenFlags flags) {
     PathBuffer path;
     if (!Join(name, path)) return false;
     if (readOnly_ && flags.Modifies()) {
+        // A missing file that would not have been created is simply not found.
         if (flags.Creates() || File::Exists(path.c_str()) == RES_OK) file.RefuseAsReadOnly();
         return false;
     }
@@ -68,6 +71,7 @@ bool FileSubPath::OpenRead(OpenFile& file, const char* name, OpenFlags flags) {
 bool FileSubPath::CloseFile(OpenFile& file) {
     const bool closed = file.OwnHandle().Close();
     CountClosed();
+    // An incomplete file stays plain: it could not be read as a stream.
     if (file.WriteKind() != kWriteCompressed) return closed;
     return closed && !file.WriteFailed() && CompressFileInPlace(file.Name());
 }

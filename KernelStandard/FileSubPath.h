@@ -1,8 +1,8 @@
-// The backend that maps a substitution onto a directory of the file system.
+// Serves the files below a directory.
 //
-// Every operation joins the root with the relative name and hands the result to the File layer's
-// own path operations, so a root may itself be a substitution path. One that is mounted read-only
-// opens nothing that the opening or a write may change, whatever reading the mode asks for.
+// Every operation joins the root with the relative name and passes the result to File's own path
+// operations, so that a root may itself lead to another mount. A read-only mount refuses every mode
+// that can change a file, also if the mode reads as well.
 #pragma once
 
 #include "KernelStandard/FileSub.h"
@@ -19,10 +19,10 @@ public:
     [[nodiscard]] bool IsAvailable() const override { return available_; }
     [[nodiscard]] std::uint32_t GetStorageKind() const override;
     [[nodiscard]] bool IsKind(int kind) const override { return kind == kKindDirectory; }
-    // Creates missing directories on the way. Denies all other openers.
+    // Creates missing parent directories. Denies all other openers.
     [[nodiscard]] bool OpenWrite(OpenFile& file, const char* name, OpenFlags flags) override;
-    // Others may read but not write. A file that is not opened because the mount is read-only is
-    // told so.
+    // Lets others read but not write. Records in `file` if it was refused only because the mount
+    // is read-only (OpenFile::RefuseAsReadOnly).
     [[nodiscard]] bool OpenRead(OpenFile& file, const char* name, OpenFlags flags) override;
     // Compresses a file that was opened for compressed writing.
     bool CloseFile(OpenFile& file) override;
@@ -40,8 +40,9 @@ public:
     [[nodiscard]] const char* Root() const { return root_.c_str(); }
 
 private:
-    // Root + name; false when that does not fit a path.
+    // Joins root and name. False if that does not fit a path.
     [[nodiscard]] bool Join(const char* name, PathBuffer& path) const;
+    // Opens a path of the file system into `file`.
     [[nodiscard]] bool OpenJoined(OpenFile& file, const PathBuffer& path, OpenFlags flags,
                                   platform::Share share);
 

@@ -14,10 +14,10 @@ namespace Vorn {
 
 namespace {
 
-// Makes sure that the list is there before main.
+// Constructs the list before main, so that it is destroyed after everything that main's code makes.
 [[maybe_unused]] const FileSubstList& listBeforeMain = FileSubstList::Instance();
 
-// Sets a mark for a scope.
+// Sets a mark for a scope, and clears it also when a backend throws.
 class Marked {
 public:
     explicit Marked(bool& mark) : mark_(mark) { mark_ = true; }
@@ -46,11 +46,12 @@ FileSubstList& FileSubstList::Instance() {
     return list;
 }
 
-// The early initialisation comes first so that, in reverse, the list is emptied before the string
-// pool goes.
+// Early initialisation comes first, so that the string pool is destroyed after the list, which
+// holds interned names.
 FileSubstList::FileSubstList() { EarlyInitialise(); }
 
 FileSubstList::~FileSubstList() {
+    // The most recent mount first, as Close does it.
     for (auto& [identity, entry] : entries_) {
         while (!entry.backends.empty()) entry.backends.pop_back();
     }
@@ -59,10 +60,11 @@ FileSubstList::~FileSubstList() {
 void FileSubstList::Subst(const InternedString& name, const char* path, bool writable) {
     if (!path) {
         if (Close(name)) return;
+        // The text and the line number are fixed.
         throw FileEx::Formatted("KernelStandard/FileSubstList", 72,
                                 "Subst(%s) Closing non-existant subst?", name ? name.Text() : "");
     }
-    // Outside the lock: the index of a large archive takes a while to read.
+    // Without the lock, because reading the index of a large archive takes time.
     std::shared_ptr<FileSub> backend;
     if (IsSeparator(LastChar(path))) {
         backend = std::make_shared<FileSubPath>(path, writable);
@@ -81,6 +83,7 @@ bool FileSubstList::Close(const InternedString& name) {
     for (auto& [identity, entry] : entries_) {
         for (const Backend& backend : entry.backends) backend.sub->OnSubstClosed(name);
     }
+    // Taken out first: while a backend completes, no path may lead to the mount.
     auto closing = entries_.extract(name.Entry());
     Backends& backends = closing.mapped().backends;
     for (; !backends.empty(); backends.pop_back()) backends.back().sub->EndMount();
@@ -134,7 +137,7 @@ FileSubstList::Answer FileSubstList::OpenRead(const InternedString& mount, OpenF
 
 FileSubstList::Answer FileSubstList::Exists(const InternedString& mount, const char* name) {
     return AskInTurn(mount, May::Read, [&](FileSub& backend) {
-        InternedString substName = mount;
+        InternedString substName = mount;  // a backend may change it
         return backend.Exists(substName, name);
     });
 }
@@ -149,7 +152,7 @@ void FileSubstList::CollectToDelete(const InternedString& mount, const char* nam
 FileSubstList::Answer FileSubstList::Delete(const InternedString& mount, const char* name) {
     FileSubs changing;
     CollectToDelete(mount, name, changing);
-    // One that cannot be waited for refuses the deletion below.
+    // A result is not needed here: an archive that another process still changes refuses below.
     for (const auto& backend : changing) (void)backend->BeginChanges();
 
     bool deleted = false;
@@ -188,6 +191,8 @@ FileSubstList::Answer FileSubstList::DeleteDirectory(const InternedString& mount
         if (std::string_view(name).size() >= kMaxPath) return false;
         PathBuffer real{std::string_view(name)};
         if (!backend.GetRealPath(real)) return false;
+        // The first backend that has the directory decides, also when deleting fails: the next one
+        // must not lose its directory instead.
         deleted = File::DeleteDirectory(real.c_str());
         return true;
     });

@@ -1,4 +1,4 @@
-// Lines and texts of the File object, in 8-bit and UTF-16 form.
+// The operations of File on text: lines and whole texts, in 8-bit and UTF-16 form.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -22,6 +22,7 @@ std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
     RequireReading();
     if (size <= 1) return 0;
     Flush();
+    // One byte holds the NUL and one stays unused: the limit is fixed.
     const std::span into(buffer, size - 2);
     const int mode = textMode == 0 ? textMode_ : textMode;
     const std::uint32_t stored = mode == kTextUtf16 ? ReadUtf16Line(into) : ReadAnsiLine(into);
@@ -37,7 +38,7 @@ std::uint32_t File::ReadAnsiLine(std::span<char> into) {
         const auto feed = std::ranges::find(content, std::byte{'\n'});
         ended = feed != content.end();
         const auto length = static_cast<std::size_t>(feed - content.begin()) + (ended ? 1 : 0);
-        // The rest of a line that is too long is read all the same: the next call begins a line.
+        // The rest of a long line is skipped, so that the next call starts at a line's beginning.
         const std::size_t kept = std::min(length, into.size() - stored);
         std::memcpy(into.data() + stored, content.data(), kept);
         stored += kept;
@@ -54,7 +55,7 @@ std::uint32_t File::ReadUtf16Line(std::span<char> into) {
         if (!NextByte(low) || !NextByte(high)) break;
         unit = static_cast<char16_t>(low | high << 8);
         if (stored == into.size()) continue;
-        unsigned char ansi = '?';
+        unsigned char ansi = '?';  // stays for a unit that the code page does not have
         (void)platform::Utf16ToAnsi(unit, ansi);
         into[stored++] = static_cast<char>(ansi);
     }
@@ -64,6 +65,7 @@ std::uint32_t File::ReadUtf16Line(std::span<char> into) {
 void File::DetectTextEncoding() {
     const std::uint32_t start = position_;
     std::array<unsigned char, 2> mark{};
+    // Only the little-endian mark counts: WriteText writes no other 16-bit form.
     const bool found = Read(mark.data(), 2) == 2 && mark[0] == 0xFF && mark[1] == 0xFE;
     textMode_ = found ? kTextUtf16 : kTextAnsi;
     if (!found) Seek(start, SeekFrom::Start);
@@ -74,6 +76,7 @@ std::uint32_t File::WriteText(const char* text) {
     if (textMode_ != kTextUtf16) {
         return Write(ansi.data(), static_cast<std::uint32_t>(ansi.size()));
     }
+    // Encoded whole, so that one write shows whether all of it was accepted.
     std::string units;
     units.reserve(2 * ansi.size());
     for (const char c : ansi) {

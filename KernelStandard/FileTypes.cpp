@@ -6,6 +6,7 @@ namespace Vorn {
 
 namespace {
 
+// Indexed by the code. The texts are fixed.
 constexpr std::array<ResultText, 10> kResultTexts{{
     {"RES_OK", ""},
     {"RES_UNKNOWN", "Unknown file error"},

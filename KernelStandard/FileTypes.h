@@ -7,8 +7,8 @@
 
 namespace Vorn {
 
-// A bit field of three nibbles that combine: write kind, read kind, creation. The bit 0x1000 alone
-// of its nibble is refused; the other high bits are ignored.
+// A bit field of three nibbles that combine: write kind, read kind, creation. Open refuses a fourth
+// nibble of exactly 1; all other high bits are ignored. The numbers are fixed.
 using FileMode = std::uint32_t;
 
 inline constexpr FileMode kWriteKindMask = 0x00F;
@@ -16,12 +16,12 @@ inline constexpr FileMode kWritePlain = 0x001;
 inline constexpr FileMode kWriteCompressed = 0x002;  // compressed when the file is closed
 
 inline constexpr FileMode kReadKindMask = 0x0F0;
-// A file that begins like a compressed stream reads as its content, any other one as its bytes. A
-// file that is created or truncated is not looked at, and reads as its bytes.
+// A file that begins with a stream's header reads as the stream's content, any other file as its
+// bytes. A file that is created or truncated always reads as its bytes.
 inline constexpr FileMode kReadDetect = 0x010;
 inline constexpr FileMode kReadPlain = 0x020;  // the bytes as they are stored
-// As kReadDetect, but gives RES_NOTCOMPRESSED for a file that is at least as long as a stream's
-// header and does not begin with one. A shorter one reads as its bytes.
+// As kReadDetect, but opening gives RES_NOTCOMPRESSED for a file that is at least as long as a
+// stream's header and does not begin with one. A shorter file reads as its bytes.
 inline constexpr FileMode kReadCompressed = 0x030;
 
 inline constexpr FileMode kCreationMask = 0xF00;
@@ -33,7 +33,7 @@ inline constexpr FileMode kCreateNew = 0x300;  // fails when the file exists
 inline constexpr FileMode kUnsupportedMask = 0xF000;
 inline constexpr FileMode kUnsupported = 0x1000;
 
-// The numbers reach messages and callers' tables.
+// The numbers are fixed: they appear in messages and in callers' tables.
 enum FileResult : int {
     RES_OK = 0,
     RES_UNKNOWN = 1,
@@ -47,7 +47,7 @@ enum FileResult : int {
     RES_READONLY = 9,
 };
 
-// The row of a code; codes outside the table read as RES_UNKNOWN.
+// Returns the name and text of a code; those of RES_UNKNOWN for a code outside the table.
 [[nodiscard]] const ResultText& DescribeFileResult(FileResult result);
 
 }  // namespace Vorn

@@ -13,9 +13,11 @@ namespace Vorn {
 
 namespace {
 
+// The stored size of a file that is not a member: it may grow while it is open, so that only the
+// system knows where it ends.
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 
-// Holds a backend's own lock for a scope; a plain file has no owner.
+// Holds a backend's own lock for a scope. Null for a file that has no backend.
 class OwnerLock {
 public:
     explicit OwnerLock(FileSub* owner) : owner_(owner) {
@@ -36,6 +38,7 @@ private:
 void OpenFile::Begin(FileMode mode) {
     mode_ = mode;
     size_.reset();
+    // Opening empties such a file, so that its size needs no system call.
     if (IsNew()) size_ = 0;
     dataOffset_ = 0;
     storedSize_ = kNoLimit;
@@ -105,6 +108,7 @@ OpenFlags OpenFile::Flags() const {
 }
 
 std::size_t OpenFile::StreamHeaderSize() const {
+    // A file of the file system always has the long header.
     const bool isShort =
         owner_ != nullptr && owner_->GetStorageKind() == archive::kArchiveVersion101;
     return isShort ? archive::kShortStreamHeaderSize : archive::kStreamHeaderSize;
@@ -113,6 +117,7 @@ std::size_t OpenFile::StreamHeaderSize() const {
 std::uint32_t OpenFile::TakeSize() {
     const std::int64_t length = IsOpen() ? Length() : -1;
     if (length < 0 || static_cast<std::uint64_t>(length) > archive::kMaxArchiveSize) {
+        // Named after the source of the operation that callers know; the text is fixed.
         throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
     }
     size_ = static_cast<std::uint32_t>(length);
@@ -123,6 +128,7 @@ std::int64_t OpenFile::ReadAt(std::uint64_t offset, std::span<std::byte> into) {
     if (offset >= storedSize_) return 0;
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), storedSize_ - offset));
+    // Another thread may close a shared descriptor: an archive that cannot be read anew does so.
     const OwnerLock lock(owner_.get());
     return handle_->ReadAt(dataOffset_ + offset, into.first(count));
 }
@@ -134,14 +140,15 @@ std::uint32_t OpenFile::WriteAt(std::uint64_t offset, std::span<const std::byte>
 }
 
 void OpenFile::ClearPastEnd() {
-    // A file grows by zeros by itself. Only the temporary file of a new member may hold an earlier
-    // member's bytes past the end.
+    // The system fills a gap in a file with zeros. Only the temporary file of a new member, which
+    // is reused, may hold an earlier member's bytes past the end.
     if (newMember_ && !handle_->Truncate(Size())) writeFailed_ = true;
 }
 
 bool OpenFile::Close() {
     bool good = !writeFailed_;
     if (owner_) {
+        // Called after a failed write as well: the backend must drop what it began.
         good = owner_->CloseFile(*this) && good;
     } else {
         good = own_.Close() && good;
@@ -149,7 +156,7 @@ bool OpenFile::Close() {
     }
     own_.Close();
     handle_ = nullptr;
-    owner_ = nullptr;
+    owner_ = nullptr;  // may destroy the backend, which completes its archive
     return good;
 }
 

@@ -7,12 +7,13 @@ namespace Vorn {
 
 class ScopedMount {
 public:
-    // Mounts `path` as Subst does, and throws as it does. The name should have no other mount:
-    // the end of the scope closes all that the name has.
+    // Mounts `path` as Subst does, and throws as it does. The name should have no other mount,
+    // because the end of the scope closes all mounts of the name.
     ScopedMount(const InternedString& name, const char* path, bool writable = false) : name_(name) {
         Subst(name_, path, writable);
     }
-    // Completes an archive that was changed. Does nothing if the name was closed meanwhile.
+    // Closes the mount, which completes a changed archive. Does nothing if the name was closed
+    // meanwhile.
     ~ScopedMount() { FileSubstList::Instance().Close(name_); }
     ScopedMount(const ScopedMount&) = delete;
     ScopedMount& operator=(const ScopedMount&) = delete;

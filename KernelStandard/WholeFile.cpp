@@ -6,7 +6,7 @@ namespace Vorn {
 
 std::optional<std::vector<std::byte>> ReadToEnd(File& file) {
     constexpr std::uint32_t kPiece = 1U << 20;
-    // Asked only once: damage sets the size to 0.
+    // Asked only once: damage sets the size to 0, which would end the loop as if all were read.
     const std::uint32_t size = file.Size();
     std::vector<std::byte> bytes;
     while (file.Tell() < size) {

@@ -27,17 +27,18 @@ std::size_t WriteBuffer::WriteBuffered(std::span<const std::byte> from) {
     const std::uint32_t end = Position();
     if (end > file_.Size()) file_.SetSize(end);
     if (held_ < kBlockSize) return count;
+    // A full block goes out at once, so that its failure is this write's and not a later one's.
     Flush();
     return Position() == end ? count : 0;
 }
 
 std::size_t WriteBuffer::WriteDirect(std::span<const std::byte> from) {
-    Flush();
+    Flush();  // first, to keep the order of the bytes
     if (file_.WriteFailed()) return 0;
     const std::uint32_t written = file_.WriteAt(start_, from);
     start_ += written;
     if (start_ > file_.Size()) file_.SetSize(start_);
-    // Nothing more can be read back: the caller sees the count, and a reader an ended file.
+    // The content is incomplete: as after damage, whatever reads this file finds its end at once.
     if (file_.WriteFailed()) file_.SetSize(0);
     return written;
 }
