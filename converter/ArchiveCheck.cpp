@@ -6,6 +6,7 @@
 #include "archive/Check.h"
 #include "archive/Error.h"
 #include "converter/Console.h"
+#include "converter/Guarded.h"
 
 namespace converter {
 
@@ -44,8 +45,12 @@ bool IsWholeArchive(std::string_view path, Depth depth) {
     const std::string name = '"' + std::string(path) + '"';
     try {
         const archive::Reader reader{std::string(path)};
-        const archive::Judgement judgement =
-            archive::Check(reader, {.content = depth == Depth::Content});
+        const archive::Judgement judgement = archive::Check(
+            reader,
+            {.content = depth == Depth::Content, .progress = [](std::uint64_t, std::uint64_t) {
+                 return !platform::InterruptionAsked();
+             }});
+        StopIfAsked();
         if (!judgement.Whole()) {
             PrintDamage(name, reader, judgement);
         } else if (reader.Index() == archive::IndexState::Absent) {

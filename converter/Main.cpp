@@ -6,6 +6,7 @@
 #include "converter/FixedLines.h"
 #include "converter/PatchConverter.h"
 #include "kernel/InternedString.h"
+#include "platform/Interruption.h"
 #include "services/Kernel.h"
 #include "services/KernelOptions.h"
 
@@ -16,10 +17,7 @@ namespace {
     return Vorn::CompareText(name, "patchdiff") == 0 || Vorn::CompareText(name, "patchapply") == 0;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    const Vorn::Kernel kernel;
+int Convert(int argc, char** argv) {
     Vorn::KernelOptions options("", "-nullrender -hidewindow", 0, 0);
     Vorn::StartResourceSystem(options.GetOptionList());
 
@@ -33,10 +31,21 @@ int main(int argc, char** argv) {
     int result = 1;
     if (program->Prepare(argc, argv)) {
         result = program->Run();
-    } else {
+    } else if (!platform::InterruptionAsked()) {
         program->PrintUsage();
     }
-    if (converter::AllLinesPrinted()) return result;
+    if (converter::AllLinesPrinted() || platform::InterruptionAsked()) return result;
     converter::PrintProblem("cannot print all lines, so no archive was made");
     return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Vorn::Kernel kernel;
+    const platform::Interruptible interruptible;
+    const int result = Convert(argc, argv);
+    // After the run has deleted what it made.
+    platform::EndAsAsked();
+    return result;
 }

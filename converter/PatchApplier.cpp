@@ -6,6 +6,7 @@
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
 #include "converter/FixedLines.h"
+#include "converter/Guarded.h"
 #include "converter/MemberCheck.h"
 #include "converter/MemberCopy.h"
 #include "converter/PatchTools.h"
@@ -62,7 +63,9 @@ bool PatchApplier::Run(const OldArchive& old) {
     if (!good) return false;
     old.close();
     // A result that comes with exit code 1 would be taken for a good one.
-    return AllLinesPrinted() && output_.Complete() && PutInPlace();
+    if (!AllLinesPrinted() || !output_.Complete()) return false;
+    StopIfAsked();
+    return PutInPlace();
 }
 
 bool PatchApplier::PutInPlace() {
@@ -121,6 +124,7 @@ bool PatchApplier::ReadList(const char* name, int digestLines, patch::List& list
 
 bool PatchApplier::AddNewMembers() {
     for (const auto& [name, digest] : added_) {
+        StopIfAsked();
         if (CopyToOutput(inputs_.other, name.c_str())) continue;
         if (File::Exists(inputs_.other.mount, name.c_str()) != RES_OK) {
             PrintProblem("the patch lists \"" + name +
@@ -133,6 +137,7 @@ bool PatchApplier::AddNewMembers() {
 }
 
 bool PatchApplier::ProcessMember(const char* member) {
+    StopIfAsked();
     progress_.Step();
     if (*member == '\0') return Fail(line::kNoMemberName, {});
     if (deleted_.contains(member)) {

@@ -123,23 +123,26 @@ bool PatchMaker::Prepare() {
 }
 
 bool PatchMaker::Run(const OldArchive& old) {
+    const bool good = Guarded(false, [&] { return MakePatch(old); });
+    output_.Discard();
+    workFolder_.Delete();
+    return good;
+}
+
+bool PatchMaker::MakePatch(const OldArchive& old) {
     for (const InputArchive* input : {&inputs_.old, &inputs_.other}) {
         // Damage is named; the members that can be read are compared all the same.
         if (KindOf(*input) == InputKind::Archive) {
             (void)IsWholeArchive(input->path, Depth::Structure);
         }
     }
-    bool good = old.walk() && WalkNewFolder("") == 0;
+    const bool walked = old.walk() && WalkNewFolder("") == 0;
     Subst(inputs_.other.mount, nullptr);
     // A result that comes with exit code 1 would be taken for a good one.
-    good = good && WriteLists() && AllLinesPrinted() && output_.Complete();
-    if (good) {
-        ReportEmptyMembers();
-        good = MoveOutOfWorkFolder();
-    }
-    output_.Discard();
-    workFolder_.Delete();
-    return good;
+    if (!walked || !WriteLists() || !AllLinesPrinted() || !output_.Complete()) return false;
+    StopIfAsked();
+    ReportEmptyMembers();
+    return MoveOutOfWorkFolder();
 }
 
 bool PatchMaker::IsRunsOwn(std::string_view file) const {
@@ -156,6 +159,7 @@ bool PatchMaker::IsRunsOwn(std::string_view file) const {
 bool PatchMaker::EnterFolder(const char* folder) { return workFolder_.MakeFolder(folder); }
 
 bool PatchMaker::ProcessMember(const char* member) {
+    StopIfAsked();
     progress_.Step();
     File oldFile;
     File newFile;
@@ -177,6 +181,7 @@ int PatchMaker::WalkNewFolder(const char* folder) {
 }
 
 bool PatchMaker::ProcessNewMember(const char* member) {
+    StopIfAsked();
     progress_.Step();
     const bool isOld = Holds(inputs_.old, member);
     // The first pass has compared a member that both archives hold.

@@ -44,6 +44,7 @@ public:
     [[nodiscard]] bool ProcessMember(const char* member) override;
 
 private:
+    [[nodiscard]] bool MakePatch(const OldArchive& old);
     // Returns whether a file of the working folder is what a run with these archives writes there.
     [[nodiscard]] bool IsRunsOwn(std::string_view file) const;
     [[nodiscard]] std::string DiffPathOf(const char* member) const;

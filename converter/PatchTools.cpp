@@ -5,6 +5,7 @@
 #include <string>
 
 #include "converter/Console.h"
+#include "converter/Guarded.h"
 #include "platform/Clock.h"
 #include "platform/Directories.h"
 #include "platform/Processes.h"
@@ -40,6 +41,16 @@ constexpr std::uint32_t kPollMilliseconds = 200;
     return false;
 }
 
+// Waits for a program to end. A run that is stopped ends it first.
+void WaitForEnd(platform::Process& process) {
+    while (!process.Wait(kPollMilliseconds)) {
+        if (!platform::InterruptionAsked()) continue;
+        process.RequestEnd();
+        (void)process.Wait(platform::kWaitForever);
+    }
+    StopIfAsked();
+}
+
 }  // namespace
 
 bool DeleteEarlierOutput(const std::string& path) {
@@ -69,7 +80,7 @@ bool RunDiffProgram(std::string_view programDir, std::string_view oldFile, std::
                       {oldFile, newFile, diffFile}, platform::Console::None)) {
         return false;
     }
-    (void)process.Wait(platform::kWaitForever);
+    WaitForEnd(process);
     return true;
 }
 
@@ -80,7 +91,7 @@ bool RunPatchProgram(std::string_view programDir, std::string_view oldFile,
                       {oldFile, diffFile, outFile}, platform::Console::Shared)) {
         return false;
     }
-    (void)process.Wait(platform::kWaitForever);
+    WaitForEnd(process);
     exitCode = 0;
     while (process.GetExitCode(exitCode) && exitCode == platform::Process::kStillRunning) {
         platform::SleepMilliseconds(kPollMilliseconds);

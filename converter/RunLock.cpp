@@ -1,6 +1,7 @@
 #include "converter/RunLock.h"
 
 #include "converter/Console.h"
+#include "converter/Guarded.h"
 #include "platform/Clock.h"
 
 namespace converter {
@@ -19,6 +20,7 @@ bool WaitForLock(platform::PathLock& lock, const std::string& path, const std::s
         if (result != Result::Busy) return result == Result::Held;
         if (!told) PrintProblem(problem);
         told = true;
+        StopIfAsked();
         platform::SleepMilliseconds(kRetryMilliseconds);
     }
 }

@@ -8,28 +8,47 @@
 #include "converter/RunLock.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
+#include "platform/Interruption.h"
 
 namespace converter {
 
-WorkFiles::~WorkFiles() {
-    if (!private_) return;
-    // The patch program may have left temporary files too.
+namespace {
+
+// Returns the names of what is in a folder.
+[[nodiscard]] std::vector<std::string> NamesIn(const std::string& folder) {
     std::vector<std::string> names;
-    (void)platform::ListDirectory(folder_.c_str(), [&](const platform::DirectoryEntry& entry) {
+    (void)platform::ListDirectory(folder.c_str(), [&](const platform::DirectoryEntry& entry) {
         names.push_back(entry.name);
         return true;
     });
-    for (const std::string& name : names) (void)platform::RemoveFile(Path(name.c_str()).c_str());
+    return names;
+}
+
+}  // namespace
+
+WorkFiles::~WorkFiles() {
+    if (!private_) {
+        if (isLocked_ && platform::InterruptionAsked()) Clear();
+        return;
+    }
+    for (const std::string& name : NamesIn(folder_)) Delete({name.c_str()});
     (void)platform::RemoveEmptyDirectory(folder_.c_str());
+}
+
+void WorkFiles::Clear() const {
+    Delete({kSourceFile, kTargetFile, kDiffFile, kOutFile});
+    for (const std::string& name : NamesIn(folder_)) {
+        if (IsDiffProgramTemporary(name)) Delete({name.c_str()});
+    }
 }
 
 bool WorkFiles::Open(std::string_view programDir) {
     folder_ = programDir;
     if (WaitForLock(lock_, Path("VAConverter.lock"),
                     "another run is using the program folder; waiting for it to end")) {
-        // This run may need none, and would leave them.
-        Delete({kSourceFile, kTargetFile, kDiffFile, kOutFile});
-        return true;
+        // What a killed run left: this run may need none, and would leave them too.
+        Clear();
+        return isLocked_ = true;
     }
     const std::string temporary = platform::TemporaryDirectory();
     folder_ = platform::MakePrivateDirectory(temporary + "VAConverter-");

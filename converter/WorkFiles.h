@@ -4,6 +4,8 @@
 // each other. If the program folder cannot be written (an installed copy, another user's), a run
 // uses a private folder for temporary files, which it deletes at the end, and waits for no other.
 //
+// A run that is stopped deletes its working files, those of its programs included.
+//
 // A working file is always created anew, so that a link under its name is not followed.
 #pragma once
 
@@ -41,8 +43,12 @@ public:
     void Delete(std::initializer_list<const char*> names) const;
 
 private:
+    // Deletes the working files, and temporary files of programs that were killed.
+    void Clear() const;
+
     std::string folder_;
     bool private_ = false;
+    bool isLocked_ = false;
     platform::PathLock lock_;  // of a folder that is not private
 };
 

@@ -53,6 +53,9 @@ public:
     // False without a child.
     [[nodiscard]] bool GetExitCode(std::uint32_t& code);
 
+    // Asks a child that still runs to end, as a user who stops a program does.
+    void RequestEnd() noexcept;
+
     void Close() noexcept;
 
 private:

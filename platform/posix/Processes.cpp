@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -171,7 +172,11 @@ bool Process::Wait(int milliseconds) {
     }
     if (milliseconds >= 0) {
         const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, processId_, 0));
-        const bool ended = descriptor >= 0 && PollReadable(descriptor, milliseconds);
+        if (descriptor < 0) {  // systems before Linux 5.3
+            std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+            return Collect(WNOHANG);
+        }
+        const bool ended = PollReadable(descriptor, milliseconds);
         close(descriptor);
         return ended && Collect(0);
     }
@@ -184,6 +189,12 @@ bool Process::GetExitCode(std::uint32_t& code) {
     }
     code = ended_ || Collect(WNOHANG) ? exitCode_ : kStillRunning;
     return true;
+}
+
+void Process::RequestEnd() noexcept {
+    if (processId_ != kNoProcess && !ended_) {
+        kill(processId_, SIGTERM);
+    }
 }
 
 void Process::Close() noexcept {

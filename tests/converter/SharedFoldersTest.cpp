@@ -1,6 +1,8 @@
 // Runs that share folders with each other, with killed runs and with people's files.
+#include <fcntl.h>
 #include <sys/file.h>
 
+#include <csignal>
 #include <future>
 #include <thread>
 
@@ -262,6 +264,51 @@ TEST_F(SharedFolders, ProgramFolderThatCannotBeWrittenIsNoObstacle) {
     EXPECT_EQ(nowhere.exitCode, 1);
     EXPECT_THAT(nowhere.problems, HasSubstr("let TMPDIR name a folder"));
     EXPECT_EQ(Tree(), before);
+}
+
+// Each run is stopped while the diff or patch program works, which would not end by itself.
+TEST_F(SharedFolders, StoppedRunEndsItsProgramAndLeavesNothing) {
+    const std::string stop =
+        "kill -$(cat signal) $PPID; echo x > \"${3%/*}/.vpatch-$$.tmp\"; "
+        "echo $$ > worker; exec sleep 1000";
+    Replace(diff_, stop);
+    Replace(bin_ + "/vpatchl-w32.exe", stop);
+    fs::create_directory(folder_.Path("temporary"));
+    const std::string here = "env TMPDIR='" + folder_.Path("temporary") + "'";
+    for (const bool writable : {true, false}) {
+        if (!writable && (!MakeSmallDisk("app", 1 << 20) ||
+                          Shell("mount -o remount,ro '" + folder_.Path("app") + "'") != 0)) {
+            GTEST_SKIP() << "mounting is not permitted";
+        }
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+            folder_.Write("signal", std::to_string(signal));
+            for (const Arguments& arguments : {Arguments{"patchdiff", "old.va", "new.va", "out"},
+                                               Arguments{"patchapply", "old.va", "good.va", "x"}}) {
+                SCOPED_TRACE(arguments[0] + std::to_string(signal) + std::to_string(writable));
+                Replace("worker", "");
+                const auto before = Tree();
+                const Outcome outcome = Convert(arguments, here);
+                EXPECT_EQ(outcome.exitCode, 128 + signal);
+                EXPECT_EQ(outcome.problems, "");
+                EXPECT_NE(Shell("kill -0 $(cat '" + folder_.Path("worker") + "') 2>/dev/null"), 0);
+                Replace("worker", "");
+                EXPECT_EQ(Tree(), before);
+            }
+        }
+    }
+}
+
+TEST_F(SharedFolders, RunThatWaitsForAnotherCanBeStopped) {
+    const int lock = open(folder_.Path(bin_ + "/VAConverter.lock").c_str(), O_CREAT | O_RDWR, 0600);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    const Outcome outcome =
+        Convert({"patchdiff", "old.va", "new.va", "out"},
+                "sh -c '\"$0\" \"$@\" 2>waits & until grep -q waiting waits; do sleep 0.02; done; "
+                "kill $!; wait $!'");
+    EXPECT_EQ(outcome.exitCode, 128 + SIGTERM);
+    EXPECT_THAT(outcome.lines, IsEmpty());
+    EXPECT_EQ(std::ranges::count(folder_.Read("waits"), '\n'), 1);
+    close(lock);
 }
 
 }  // namespace
