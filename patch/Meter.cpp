@@ -15,10 +15,16 @@ void Meter::Report(bool force) {
     const std::uint64_t done = done_.load(std::memory_order_relaxed);
     if (!function_ || (!force && done - reported_ < kReportStep)) return;
     reported_ = done;
-    // Set first: an exception of the function must stop the workers, too.
+    bool goesOn = false;
+    try {
+        goesOn = function_(step_, std::min(done, total_), total_);
+    } catch (...) {
+        cancelled_ = true;
+        throw;
+    }
+    if (goesOn) return;
     cancelled_ = true;
-    if (!function_(step_, std::min(done, total_), total_)) throw Cancelled();
-    cancelled_ = false;
+    throw Cancelled();
 }
 
 }  // namespace patch
