@@ -1,0 +1,177 @@
+#!/usr/bin/env python3
+"""Measures the patch commands of va against xdelta3.
+
+usage: bench/va/run.py BUILD_FOLDER [ROUNDS] [CORPUS ...]
+
+Makes three corpora in memory (assets: 3,000 members of 230 MB; small: 50,000 members of 65 MB; large: 20 members
+of 350 MB), each with its next version (5 % of the members changed, some added, removed and moved), as folders,
+archives with and without compression, and tars. Runs every program on each in turn, ROUNDS times (5). Prints medians
+of the seconds that passed and of processor seconds, sizes of the patches, and for each limit the median of the
+rounds' ratios of seconds, and of processor seconds with one worker. Each patch of va is applied by VAConverter, and
+the result compared with the new folder. On Debian, xdelta3 is installed if it is missing. Takes some 3 GB below
+$TMPDIR, by default in memory.
+"""
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "archive"))
+import run as archive_bench  # pylint: disable=wrong-import-position
+
+CHANGED, ADDED, REMOVED, MOVED = 0.05, 0.01, 0.005, 0.01
+
+# corpus, step of ours, step of the peer, largest ratio of their seconds
+LIMITS = [
+    ("assets", "diff", "xdelta3 -9 va", 0.3),
+    ("assets", "diff", "xdelta3 tar", 0.8),
+    ("small", "diff", "xdelta3 -9 va", 0.5),
+    ("large", "diff", "xdelta3 -9 va", 0.5),
+]
+
+
+def sizes_of(name, random):
+    if name == "assets":
+        sizes = [int(random.lognormvariate(0, 1.2) * 1000) for _ in range(3000)]
+        scale = 230e6 / sum(sizes)
+        return [int(size * scale) for size in sizes]
+    if name == "small":
+        return [random.randint(20, 2600) for _ in range(50000)]
+    return [17_500_000] * 20
+
+
+def fresh(size, material):
+    """A content that shares nothing with others: the pieces of all are the same, so their bytes are renamed."""
+    return material.file(size).translate(bytes(material.random.sample(range(256), 256)))
+
+
+def edited(content, material):
+    """The next version of a file: edited in a few places, more in larger ones, or now and then made anew."""
+    random = material.random
+    if random.random() < 0.1:
+        return fresh(len(content), material)
+    for _ in range(random.randint(1, min(max(len(content) // 2000, 2), 8))):
+        at = random.randrange(len(content) + 1)
+        cut = random.choice((0, 16, 100))
+        content[at:at + cut] = random.randbytes(random.choice((4, 16, 60)))
+    return content
+
+
+def write(folder, name, content):
+    path = folder / name
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_bytes(content)
+
+
+def make_sides(name, old, new):
+    material = archive_bench.Material()
+    random = material.random
+    sizes = sizes_of(name, random)
+    names = [f"folder{number % max(len(sizes) // 50, 4):04}/member{number:05}.dat" for number in range(len(sizes))]
+    count = {kind: max(round(len(sizes) * share), least)
+             for kind, share, least in (("changed", CHANGED, 3), ("removed", REMOVED, 1), ("moved", MOVED, 1))}
+    chosen = random.sample(range(len(sizes)), sum(count.values()))
+    changed = set(chosen[:count["changed"]])
+    removed = set(chosen[count["changed"]:count["changed"] + count["removed"]])
+    moved = set(chosen[-count["moved"]:])
+    for number, size in enumerate(sizes):
+        content = fresh(size, material)
+        write(old, names[number], content)
+        if number in removed:
+            continue
+        if number in changed:
+            content = edited(content, material)
+        write(new, f"moved/{number:05}.dat" if number in moved else names[number], content)
+    for number in range(max(round(len(sizes) * ADDED), 1)):
+        write(new, f"added/member{number:05}.dat", fresh(sizes[number], material))
+
+
+def measure(command, folder):
+    """Runs to success in `folder`; seconds that passed, and processor seconds."""
+    start = time.perf_counter()
+    child = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    message = child.stderr.read()
+    _, status, usage = os.wait4(child.pid, 0)
+    child.returncode = os.waitstatus_to_exitcode(status)
+    if child.returncode != 0:
+        sys.exit(f"{command}: {message.decode()}")
+    return time.perf_counter() - start, usage.ru_utime + usage.ru_stime
+
+
+class Course:
+    """One corpus and the steps that are measured on it."""
+
+    def __init__(self, name, dist, work):
+        self.name, self.work = name, work
+        self.va = str(dist / "VAConverter/bin/va")
+        self.converter = str(dist / "VAConverter/bin/VAConverter")
+        archiver = str(dist / "VAConverter/bin/VArchive")
+        make_sides(name, work / "old", work / "new")
+        for side in ("old", "new"):
+            for letters, ending in (("-c", "va"), (None, "plain.va")):
+                words = [archiver, "-r", "-k", *([letters] if letters else []), "a", f"{work}/{side}.{ending}", "*"]
+                subprocess.run(words, cwd=work / side, check=True, stdout=subprocess.DEVNULL)
+            subprocess.run(["tar", "--sort=name", "-cf", f"{work}/{side}.tar", "-C", work / side, "."], check=True)
+
+    def steps(self):
+        xdelta = ["xdelta3", "-q", "-f", "-e"]
+        return {
+            "diff": [self.va, "diff", "-q", "-f", "old.va", "new.va", "-o", "made.patch.va"],
+            "diff -j1": [self.va, "diff", "-q", "-f", "-j1", "old.va", "new.va", "-o", "one.patch.va"],
+            "diff plain": [self.va, "diff", "-q", "-f", "old.plain.va", "new.plain.va", "-o", "plain.patch.va"],
+            "diff folders": [self.va, "diff", "-q", "-f", "old", "new", "-o", "folders.patch.va"],
+            "xdelta3 -9 va": [*xdelta, "-9", "-s", "old.va", "new.va", "va9.xdelta"],
+            "xdelta3 -9 plain": [*xdelta, "-9", "-s", "old.plain.va", "new.plain.va", "plain9.xdelta"],
+            "xdelta3 tar": [*xdelta, "-s", "old.tar", "new.tar", "tar.xdelta"],
+        }
+
+    def round(self, number):
+        """Each round begins with another step: the first one finds the memory cold."""
+        steps = list(self.steps().items())
+        first = number % len(steps)
+        return {step: measure(words, self.work) for step, words in steps[first:] + steps[:first]}
+
+    def check(self):
+        for patch in ("made", "plain", "folders"):
+            subprocess.run([self.converter, "patchapply", "old.va", f"{patch}.patch.va", "-"], cwd=self.work, check=True,
+                           stdout=subprocess.DEVNULL)
+            subprocess.run([self.va, "compare", "--stat", "old-tmp.va", "new"], cwd=self.work, check=True,
+                           stdout=subprocess.DEVNULL)
+
+    def report(self, rounds):
+        print(f"{self.name}: median seconds, processor seconds, bytes written")
+        for step, words in self.steps().items():
+            seconds, processor = (statistics.median(r[step][i] for r in rounds) for i in (0, 1))
+            print(f"  {step:18} {seconds:8.3f} {processor:8.3f} {(self.work / words[-1]).stat().st_size:12}")
+        for corpus, ours, theirs, limit in LIMITS:
+            if corpus != self.name:
+                continue
+            ratio = statistics.median(r[ours][0] / r[theirs][0] for r in rounds)
+            single = statistics.median(r[ours + " -j1"][1] / r[theirs][1] for r in rounds)
+            print(f"  {ours + ' / ' + theirs:26} {ratio:6.2f}  (wanted {limit}){'' if ratio <= limit else '  MISSED'}"
+                  f"  one worker, processor: {single:.2f}")
+        sys.stdout.flush()
+
+
+def main():
+    if len(sys.argv) < 2:
+        sys.exit(__doc__)
+    if shutil.which("xdelta3") is None:
+        subprocess.run(["apt-get", "install", "-y", "-q", "xdelta3"], check=True)
+    dist = (pathlib.Path(sys.argv[1]) / "dist").resolve()
+    count = int(sys.argv[2]) if len(sys.argv) > 2 else 5
+    place = os.environ.get("TMPDIR") or ("/dev/shm" if os.access("/dev/shm", os.W_OK) else None)
+    for name in sys.argv[3:] or ("assets", "small", "large"):
+        with tempfile.TemporaryDirectory(dir=place) as folder:
+            course = Course(name, dist, pathlib.Path(folder))
+            rounds = [course.round(number) for number in range(count)]
+            course.check()
+            course.report(rounds)
+
+
+if __name__ == "__main__":
+    main()
