@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "tools/va/ShownText.h"
+
 namespace va::tool {
 namespace {
 
@@ -56,8 +58,28 @@ JsonObject& JsonObject::SetTruth(std::string_view field, bool truth) {
     return *this;
 }
 
-JsonObject& JsonObject::SetReal(std::string_view field, double number) {
-    impl_->json[std::string(field)] = number;
+JsonObject& JsonObject::SetText(std::string_view field, std::string_view text) {
+    if (IsUtf8(text)) return Set(field, text);
+    return Set(field, Shown(text))
+        .SetBytes(std::string(field) + "_bytes", std::as_bytes(std::span(text)));
+}
+
+JsonObject& JsonObject::SetBytes(std::string_view field, std::span<const std::byte> bytes) {
+    return Set(field, Base64({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
+}
+
+JsonObject& JsonObject::SetList(std::string_view field, const std::vector<std::int32_t>& numbers) {
+    impl_->json[std::string(field)] = numbers;
+    return *this;
+}
+
+JsonObject& JsonObject::SetList(std::string_view field, const std::vector<float>& numbers) {
+    impl_->json[std::string(field)] = numbers;
+    return *this;
+}
+
+JsonObject& JsonObject::SetList(std::string_view field, const std::vector<std::string>& texts) {
+    impl_->json[std::string(field)] = texts;
     return *this;
 }
 

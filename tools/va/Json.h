@@ -4,8 +4,10 @@
 #include <concepts>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace va::tool {
 
@@ -24,12 +26,20 @@ public:
     JsonObject& Set(std::string_view field, std::same_as<bool> auto truth) {
         return SetTruth(field, truth);
     }
-    // A number that is not an integer, such as a value of a description.
-    JsonObject& SetReal(std::string_view field, double number);
-
     // A member's name: `name` for people, and where `stored` holds bytes that code page 1252 does
     // not define, the stored bytes as base64 (RFC 4648) in the field with "_bytes" after its name.
     JsonObject& SetName(std::string_view field, std::string_view name, std::string_view stored);
+
+    // A text that may be in no encoding: bytes that are not UTF-8 appear as \xff, and the field
+    // with
+    // "_bytes" after its name then holds them all as base64.
+    JsonObject& SetText(std::string_view field, std::string_view text);
+    JsonObject& SetBytes(std::string_view field, std::span<const std::byte> bytes);  // base64
+
+    // A number that is not finite becomes null.
+    JsonObject& SetList(std::string_view field, const std::vector<std::int32_t>& numbers);
+    JsonObject& SetList(std::string_view field, const std::vector<float>& numbers);
+    JsonObject& SetList(std::string_view field, const std::vector<std::string>& texts);
 
     // The object as one line with its line feed.
     [[nodiscard]] std::string Line() const;

@@ -59,6 +59,15 @@ std::string Shown(std::string_view text) {
     return out;
 }
 
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = SequenceLength(text);
+        if (length == 0) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
 std::string ShownBytes(std::uint64_t bytes) {
     if (bytes < 1000) return std::to_string(bytes) + " B";
     constexpr std::array kUnits = {"kB", "MB", "GB", "TB", "PB", "EB"};

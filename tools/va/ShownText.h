@@ -11,6 +11,8 @@ namespace va::tool {
 // backslash only where it would be mistaken for one of these, bytes that are not UTF-8 as \xff.
 [[nodiscard]] std::string Shown(std::string_view text);
 
+[[nodiscard]] bool IsUtf8(std::string_view text);
+
 // "612 B", "3.4 MB", "1.25 GB": powers of 1000, three digits at most.
 [[nodiscard]] std::string ShownBytes(std::uint64_t bytes);
 

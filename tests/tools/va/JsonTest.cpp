@@ -39,6 +39,7 @@ Objects ReadPage() {
 std::string KindOf(const nlohmann::json& value) {
     if (value.is_string()) return "text";
     if (value.is_boolean()) return "truth";
+    if (value.is_array()) return "list";
     return value.is_number() ? "number" : "something else";
 }
 
@@ -87,6 +88,11 @@ protected:
 };
 
 TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
+    folder_.Write(
+        "tags.chump",
+        ChunkFile(Record("box", 0, Record("f", 2, "\0\0\x80\x7F"s)) + Record("n", 1, "\1\0\0\0"s) +
+                  Record("odd \xFF", 3, "\xFE\0"s) + Record("r", 4, "\1\2"s) +
+                  Record("k", 13, "\5\0\0\4\x09\0\0\0"s) + Record("none", 5, "")));
     folder_.Write("a/one.txt", "one");
     folder_.Write("a/two.txt", std::string(5000, '2'));
     folder_.Write("b/two.txt", "other");
@@ -103,6 +109,10 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
                               .c_str()),
               0);
     for (const char* words : {
+             "tag print --json tags.chump",
+             "tag check --json tags.chump a/one.txt nowhere.txt",
+             "tag check --json --losses=no tags.chump",
+             "tag get --json --default=x tags.chump box n r none nowhere",
              "list --json Odd.va",
              "list --json Nowhere.va",
              "info --json Odd.va a",

@@ -127,6 +127,39 @@ TEST_F(VaReading, GetPrintsOneValue) {
                    {"tag get b.chump 'g\\h'", 0, "8\n"}});
 }
 
+TEST_F(VaReading, JsonTellsTypesAndBytes) {
+    folder_.Write("a.chump",
+                  ChunkFile(Record("a/b", 0, Record("f", 2, "\xDB\x0F\x49\x40\0\0\x80\x7F"s)) +
+                            Record("\xFF", 3, "x\x1B\xFE\0"s) + Record("r", 4, "\1\2"s) +
+                            Record("n", 1, "\xFE\xFF\xFF\xFF"s)));
+    EXPECT_EQ(
+        Va("tag print --json a.chump").out,
+        R"({"type":"va","schema":1,"command":"tag print"})"
+        "\n"
+        R"({"type":"tag","input":"a.chump","depth":0,"name":"a/b","path":"a\\/b","kind":"container"})"
+        "\n"
+        R"({"type":"tag","input":"a.chump","depth":1,"name":"f","path":"a\\/b/f","kind":"float",)"
+        R"("numbers":[3.1415927410125732,null]})"
+        "\n"
+        R"({"type":"tag","input":"a.chump","depth":0,"name":"\\xff","name_bytes":"/w==",)"
+        R"("path":"\\xff","path_bytes":"/w==","kind":"text","text":"x\\x1b\\xfe",)"
+        R"("text_bytes":"eBv+"})"
+        "\n"
+        R"({"type":"tag","input":"a.chump","depth":0,"name":"r","path":"r","kind":"raw","bytes":"AQI="})"
+        "\n"
+        R"({"type":"tag","input":"a.chump","depth":0,"name":"n","path":"n","kind":"integer","numbers":[-2]})"
+        "\n"
+        R"({"type":"end","exit":0})"
+        "\n");
+    folder_.Write("t.txt", "a 99999999999\n");
+    EXPECT_THAT(
+        Va("tag check --json t.txt").out,
+        HasSubstr(
+            R"({"type":"finding","input":"t.txt","kind":"number-range","weight":"warning",)"
+            R"("what":"the number does not fit; the nearest one is taken","about":"a","offset":2,)"
+            R"("line":1,"column":3})"));
+}
+
 TEST_F(VaReading, GetJudgesOnlyTheTagsThatAreAskedFor) {
     folder_.Write("a.txt",
                   "good 1\nbad 99999999999\nquoted \"x\" y\nbox {\n  inner \"z\"q\n}\nlast 2\n}");

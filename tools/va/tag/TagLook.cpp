@@ -8,6 +8,7 @@
 #include "tools/va/ShownText.h"
 #include "tools/va/tag/TagConvert.h"
 #include "tools/va/tag/TagFile.h"
+#include "tools/va/tag/TagJson.h"
 #include "tools/va/tag/TagJudge.h"
 #include "tools/va/tag/TagPath.h"
 #include "tools/va/tag/TagPrint.h"
@@ -32,6 +33,10 @@ ExitCode Print(Run& run) {
     return ForEachInput(run, inputs, [&](const Input& input) {
         FindingReport report(run, input.Name(), FindingReport::To::Talk, {.losses = false});
         const TagFile file = ReadTagFile(input, report);
+        if (run.answer.IsJson()) {
+            WriteTags(run.answer, input.Name(), {}, *file.root);
+            return report.Code();
+        }
         if (inputs.size() > 1) {
             run.answer.Write((isFirst ? "" : "\n") + Shown(input.Name()) + ":\n");
         }
@@ -54,6 +59,15 @@ std::string CountedOrNone(std::size_t count, const std::string& what) {
 
 void WriteChecked(Run& run, const Input& input, const TagFile& file, const FindingReport& report) {
     const bool isText = file.form == TagForm::Text;
+    if (run.answer.IsJson()) {
+        JsonObject object("checked");
+        object.Set("input", input.Name()).Set("form", isText ? "text" : "binary");
+        object.Set("tags", std::uint64_t{CountTags(*file.root)});
+        object.Set("warnings", std::uint64_t{report.Problems()});
+        object.Set("notes", std::uint64_t{report.Notes()});
+        if (report.HearsLosses()) object.Set("losses", std::uint64_t{report.Losses()});
+        return run.answer.Write(object);
+    }
     std::string line = Shown(input.Name()) + (isText ? ": text form, " : ": binary form, ") +
                        CountedOrNone(CountTags(*file.root), "tag") + ", " +
                        CountedOrNone(report.Problems(), "warning");
@@ -84,6 +98,8 @@ ExitCode Check(Run& run) {
         clean += report.Code() == ExitCode::Done ? 1 : 0;
         return report.Code();
     });
+    run.answer.Last().Set("descriptions", std::uint64_t{inputs.size()});
+    run.answer.Last().Set("clean", std::uint64_t{clean});
     if (inputs.size() > 1) {
         run.talk.Summary(Counted(inputs.size(), "description") + ", " + std::to_string(clean) +
                          " without findings");
@@ -100,22 +116,32 @@ public:
     [[nodiscard]] ExitCode Get(const std::string& path) {
         std::string missing;
         const Vorn::OCSChunkRef tag = FindTag(file_.root, path, missing);
-        if (!tag) return GetMissing(missing);
+        if (!tag) return GetMissing(path, missing);
         FindingReport report(run_, name_, FindingReport::To::Talk, {.losses = false});
         held_.Tell(*tag, report);
-        if (many_) run_.answer.Write(Shown(name_) + "\t");
-        PrintValue(run_.answer, *tag);
-        if (many_ && tag->GetType() == Vorn::kTagNone) run_.answer.Write("\n");
+        if (run_.answer.IsJson()) {
+            WriteTagValue(run_.answer, name_, path, *tag);
+        } else {
+            if (many_) run_.answer.Write(Shown(name_) + "\t");
+            PrintValue(run_.answer, *tag);
+            if (many_ && tag->GetType() == Vorn::kTagNone) run_.answer.Write("\n");
+        }
         return report.Code();
     }
 
 private:
-    [[nodiscard]] ExitCode GetMissing(const std::string& missing) {
+    [[nodiscard]] ExitCode GetMissing(const std::string& path, const std::string& missing) {
         const std::optional<std::string> value = run_.Value(kDefault);
-        if (value) {
+        if (value && run_.answer.IsJson()) {
+            run_.answer.Write(JsonObject("value")
+                                  .Set("input", name_)
+                                  .Set("path", path)
+                                  .Set("kind", "default")
+                                  .Set("text", *value));
+        } else if (value) {
             run_.answer.Write((many_ ? Shown(name_) + "\t" : "") + *value + "\n");
-            return ExitCode::Done;
         }
+        if (value) return ExitCode::Done;
         // Whatever is wrong with the text may be why the tag is not found.
         FindingReport report(run_, name_, FindingReport::To::Talk, {.losses = false});
         held_.TellAll(report);
@@ -149,9 +175,9 @@ constexpr Operand kPath{.name = "PATH",
                         .repeats = true,
                         .completes = Completes::Nothing};
 constexpr std::array kInputAndPaths = {kTagInput, kPath};
-constexpr std::array kPrintOptions = {&kExclude};
-constexpr std::array<const Option*, 3> kCheckOptions = {&kIgnore, &kLosses, &kExclude};
-constexpr std::array<const Option*, 2> kGetOptions = {&kDefault, &kExclude};
+constexpr std::array kPrintOptions = {&kJson, &kExclude};
+constexpr std::array<const Option*, 4> kCheckOptions = {&kIgnore, &kLosses, &kJson, &kExclude};
+constexpr std::array<const Option*, 3> kGetOptions = {&kDefault, &kJson, &kExclude};
 
 constexpr std::array<std::string_view, 2> kPrintExamples = {"va tag print config.chump",
                                                             "va tag print Town.va:config.txt"};
