@@ -3,13 +3,15 @@
 #include <array>
 
 #include "tools/va/tag/TagConvert.h"
+#include "tools/va/tag/TagEdit.h"
 #include "tools/va/tag/TagLook.h"
 
 namespace va::tool {
 
 std::span<const Command> TagCommands() {
-    static const std::array kCommands = {TagToTextCommand(), TagToBinaryCommand(),
-                                         TagPrintCommand(), TagCheckCommand(), TagGetCommand()};
+    static const std::array kCommands = {
+        TagToTextCommand(), TagToBinaryCommand(), TagPrintCommand(), TagCheckCommand(),
+        TagGetCommand(),    TagSetCommand(),      TagRemoveCommand()};
     return kCommands;
 }
 

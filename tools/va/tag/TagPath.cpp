@@ -50,11 +50,18 @@ void AppendName(std::string& path, std::string_view name) {
 
 Vorn::OCSChunkRef FindChild(const Vorn::OCSChunk& container, std::string_view name) {
     if (Vorn::OCSChunkRef exact = container.FindChild(Vorn::Intern(name))) return exact;
-    for (std::uint32_t i = 0; i < container.ChildCount(); ++i) {
-        const Vorn::NamedChild child = container.ChildAt(i);
-        if (Vorn::EqualAsciiNoCase(child.name, name)) return child.child;
+    return container.ChildAt(FindIndex(container, name)).child;
+}
+
+std::uint32_t FindIndex(const Vorn::OCSChunk& container, std::string_view name) {
+    const std::uint32_t count = container.ChildCount();
+    std::uint32_t found = count;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::string_view other = container.ChildAt(i).name;
+        if (other == name) return i;
+        if (found == count && Vorn::EqualAsciiNoCase(other, name)) found = i;
     }
-    return {};
+    return found;
 }
 
 Vorn::OCSChunkRef FindTag(const Vorn::OCSChunkRef& root, std::string_view path,

@@ -4,6 +4,7 @@
 // count.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,9 @@ void AppendName(std::string& path, std::string_view name);
 
 // Returns the tag of that name, in any letter case, the exact one first; null if there is none.
 [[nodiscard]] Vorn::OCSChunkRef FindChild(const Vorn::OCSChunk& container, std::string_view name);
+
+// Returns the position of that tag; the count of children if there is none.
+[[nodiscard]] std::uint32_t FindIndex(const Vorn::OCSChunk& container, std::string_view name);
 
 // Returns the tag at a path below `root`, the first of equals; `root` itself for an empty path.
 // Null if there is none; `missing` then says which name is missing where, and what is there.

@@ -1,0 +1,269 @@
+#include "tools/va/tag/TagEdit.h"
+
+#include <algorithm>
+#include <array>
+
+#include "assetdata/TDBContainerTag.h"
+#include "assetdata/TDBDataTag.h"
+#include "kernel/LetterCase.h"
+#include "platform/CodePage.h"
+#include "platform/Directories.h"
+#include "tools/va/ShownText.h"
+#include "tools/va/tag/NewValue.h"
+#include "tools/va/tag/OutputFile.h"
+#include "tools/va/tag/SameTags.h"
+#include "tools/va/tag/TagConvert.h"
+#include "tools/va/tag/TagPath.h"
+#include "tools/va/tag/TagPrint.h"
+#include "tools/va/tag/TagTable.h"
+#include "tools/va/tag/TextEdit.h"
+
+namespace va::tool {
+namespace {
+
+std::string_view TextOf(const Bytes& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+Bytes BytesOf(std::string_view text) {
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
+
+constexpr Option kResult{.name = kOutput.name,
+                         .letter = kOutput.letter,
+                         .value = kOutput.value,
+                         .meaning = "write the result to FILE ('-': standard output), not to IN",
+                         .completes = Completes::Files};
+
+// A container with one child replaced; with `index` past its end, `by` is added; null `by` removes.
+Vorn::OCSChunkRef WithChild(const Vorn::OCSChunk& container, std::uint32_t index,
+                            const std::string& name, const Vorn::OCSChunkRef& by) {
+    Vorn::OCSChunkRef changed = Vorn::NewTag(Vorn::kTagContainer);
+    const std::uint32_t count = container.ChildCount();
+    for (std::uint32_t i = 0; i < count; ++i) {
+        changed->AddChild(container.ChildName(i), i == index ? by : container.ChildAt(i).child);
+    }
+    if (index == count) changed->AddChild(Vorn::Intern(name), by);
+    return changed;
+}
+
+// One description, the tag that is to be changed, and where the result goes.
+class Editing {
+public:
+    explicit Editing(Run& run) : run_(run), input_(OneInput(run)) {
+        output_ = run.Value(kResult).value_or(input_.Name());
+        CheckPlace();
+        content_ = input_.Read();
+        file_ = ReadTags(content_, input_.Name(), places_);
+        names_ = SplitPath(run.Operand(1));
+        if (names_.empty()) throw Failure{ExitCode::Usage, "PATH names no tag"};
+        containers_.push_back({file_.root, 0});
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            Level& level = containers_.back();
+            level.index = FindIndex(*level.container, names_[i]);
+            tag_ = level.container->ChildAt(level.index).child;
+            if (i + 1 == names_.size()) break;
+            if (!tag_) ReportMissing();
+            containers_.push_back({tag_, 0});
+        }
+    }
+
+    [[nodiscard]] ExitCode Set(const std::string& typed, const std::string& type) {
+        if (tag_ && tag_->GetType() == Vorn::kTagContainer) {
+            Refuse("'" + Path() + "' in '" + Shown(input_.Name()) +
+                   "' is a container; set a tag in it, or remove it first");
+        }
+        if (Parent().GetType() != Vorn::kTagContainer) {
+            Refuse("the tag around '" + Path() + "' is no container and holds no tags");
+        }
+        const NewValue value = ReadNewValue(typed, type, tag_.Get());
+        std::vector<std::string> texts;
+        if (IsText()) texts = tag_ ? ChangedTexts(value) : TextsWithNew(value);
+        const std::string old = tag_ ? ShownValue(*tag_) : "";
+        const Vorn::OCSChunkRef tag(new Vorn::TDBDataTag(value.type, value.data));
+        Replace(tag);
+        return Finish(texts, (tag_ ? old + " -> " : "new ") + ShownValue(*tag));
+    }
+
+    [[nodiscard]] ExitCode Remove() {
+        if (!tag_) ReportMissing();
+        std::vector<std::string> texts;
+        if (IsText()) texts = {TextWithoutTag(TextOf(content_), *places_.Find(tag_.Get()))};
+        Replace({});
+        return Finish(texts, "removed");
+    }
+
+private:
+    // On the way to the tag: a container, and which of its children goes on.
+    struct Level {
+        Vorn::OCSChunkRef container;
+        std::uint32_t index;
+    };
+
+    static Input OneInput(Run& run) {
+        std::vector<Input> inputs = FindInputs(run, {run.Operand(0)});
+        if (inputs.size() == 1) return inputs.front();
+        throw Failure{ExitCode::Usage, "'" + Shown(run.Operand(0)) + "' gives " +
+                                           Counted(inputs.size(), "description") +
+                                           "; this command changes one"};
+    }
+
+    void CheckPlace() const {
+        const bool isInPlace = output_ == input_.Name();
+        if (isInPlace && MemberStart(output_) != std::string::npos &&
+            !platform::Exists(output_.c_str())) {
+            throw Failure{ExitCode::Usage, "'" + Shown(output_) +
+                                               "' is a member, and archives are only read here; "
+                                               "name a file for the result with -o"};
+        }
+        const bool isLink = platform::GetEntryKind(output_.c_str()) == platform::EntryKind::Link;
+        if (isInPlace && isLink && !run_.Has(kForce)) {
+            Refuse("'" + Shown(output_) +
+                   "' is a link; name the file that it leads to, or replace the link with -f");
+        }
+        const bool isNew = isInPlace && !platform::Exists(output_.c_str());
+        if (!isNew) CheckOutputs({output_}, isInPlace || run_.Has(kForce));
+    }
+
+    [[noreturn]] void ReportMissing() const {
+        std::string missing;
+        (void)FindTag(file_.root, run_.Operand(1), missing);
+        throw Failure{ExitCode::NotFound, Shown(input_.Name()) + ": " + missing};
+    }
+
+    // Containers are made anew, because those of a binary file do not keep the order of changes.
+    void Replace(Vorn::OCSChunkRef by) {
+        for (std::size_t i = containers_.size(); i-- > 0;) {
+            by = WithChild(*containers_[i].container, containers_[i].index, NewName(), by);
+        }
+        file_.root = by;
+    }
+
+    [[nodiscard]] const Vorn::OCSChunk& Parent() const { return *containers_.back().container; }
+    [[nodiscard]] bool IsText() const { return file_.form == TagForm::Text; }
+    [[nodiscard]] std::string Path() const { return Shown(run_.Operand(1)); }
+
+    // A tag keeps its name; a text has no capital letters in names.
+    [[nodiscard]] std::string NewName() const {
+        std::string name = names_.back();
+        if (IsText()) std::ranges::transform(name, name.begin(), Vorn::AsciiToLower);
+        return name;
+    }
+
+    // The value in the encoding of the text.
+    [[nodiscard]] std::string Written(const NewValue& value) const {
+        const bool isUtf8 = TextOf(content_).starts_with("\xEF\xBB\xBF");
+        return isUtf8 ? value.written : platform::Utf8ToAnsi(value.written);
+    }
+
+    [[nodiscard]] std::vector<std::string> ChangedTexts(const NewValue& value) const {
+        return TextsWithValue(TextOf(content_), *places_.Find(tag_.Get()), Written(value));
+    }
+
+    [[nodiscard]] std::vector<std::string> TextsWithNew(const NewValue& value) const {
+        const std::uint32_t count = Parent().ChildCount();
+        const Vorn::TagExtent* last =
+            count > 0 ? places_.Find(Parent().ChildAt(count - 1).child.Get()) : nullptr;
+        return {TextWithTag(TextOf(content_), places_.Find(&Parent()), last, NewName(),
+                            Written(value))};
+    }
+
+    // Writes the changed tree: of a text the first of `texts` that reads as it.
+    [[nodiscard]] ExitCode Finish(const std::vector<std::string>& texts, const std::string& what) {
+        FindingReport report(run_, input_.Name(), FindingReport::To::Talk, {.losses = false});
+        Bytes result;
+        if (IsText()) {
+            const auto holds = [&](const std::string& text) {
+                TagPlaces places;
+                return SameTags(*ReadTags(BytesOf(text), input_.Name(), places).root, *file_.root);
+            };
+            const auto found = std::ranges::find_if(texts, holds);
+            if (found == texts.end()) {
+                Refuse("'" + Shown(input_.Name()) + "' stays as it is: this text cannot hold '" +
+                       Path() + "' like that, or another tag would read differently");
+            }
+            result = BytesOf(*found);
+        } else {
+            result = TagBytes(file_, input_.Name(), TagForm::Binary, report);
+        }
+        run_.talk.Summary(Shown(output_) + ": " + Path() + " " + what);
+        // A file that would not change keeps its time.
+        const bool isSame = output_ == input_.Name() && output_ != "-" && result == content_;
+        if (!isSame) {
+            WriteOutput(run_, output_, result, output_ == input_.Name() || run_.Has(kForce));
+        }
+        return report.Code();
+    }
+
+    Run& run_;
+    Input input_;
+    std::string output_;
+    Bytes content_;
+    TagPlaces places_;
+    TagFile file_;
+    std::vector<std::string> names_;
+    std::vector<Level> containers_;  // outermost first
+    Vorn::OCSChunkRef tag_;          // null if there is none
+};
+
+constexpr std::array<std::string_view, 6> kTypes = {"auto", "integer", "float",
+                                                    "text", "kuid",    "none"};
+constexpr Option kType{.name = "type",
+                       .value = "TYPE",
+                       .meaning =
+                           "auto (default): as a text would read VALUE, but a text stays a text "
+                           "and a float a float; or integer, float, text, kuid, none",
+                       .choices = kTypes,
+                       .completes = Completes::Choices};
+constexpr Operand kOne{.name = "IN",
+                       .meaning = "a file, '-' for standard input, or with -o archive.va:member",
+                       .completes = Completes::Members};
+constexpr Operand kPath{.name = "PATH",
+                        .meaning = "names from the top down, joined by '/'; the first of equals",
+                        .completes = Completes::Nothing};
+constexpr Operand kValue{.name = "VALUE", .meaning = "the value", .completes = Completes::Nothing};
+constexpr std::array kSetOperands = {kOne, kPath, kValue};
+constexpr std::array kRemoveOperands = {kOne, kPath};
+constexpr std::array<const Option*, 4> kSetOptions = {&kType, &kResult, &kForce, &kDryRun};
+constexpr std::array<const Option*, 3> kRemoveOptions = {&kResult, &kForce, &kDryRun};
+constexpr std::array<std::string_view, 3> kSetExamples = {
+    "va tag set config.txt mass 14300.5", "va tag set --type=text config.txt build 7",
+    "va tag set -o - Town.va:config.txt engine/power 20"};
+constexpr std::array<std::string_view, 1> kRemoveExamples = {"va tag remove config.txt mesh-table"};
+
+}  // namespace
+
+Command TagSetCommand() {
+    return {.words = "tag set",
+            .summary = "change or add one value",
+            .operands = kSetOperands,
+            .options = kSetOptions,
+            .details =
+                "Gives one tag of IN a value; a tag that is not there is added at the end of its "
+                "container. Every other byte of a text stays as it is, and the result is read back "
+                "before it is written: when the text cannot hold the value there, or another tag "
+                "would read differently, IN stays as it is and the exit code is 2.\n"
+                "\n"
+                "A VALUE that begins with '-' goes after '--'. IN is replaced in one step; -o "
+                "writes elsewhere, and -f lets it replace a "
+                "file. The binary form is written anew, as version 1 of it.\n",
+            .examples = kSetExamples,
+            .run = [](Run& run) {
+                return Editing(run).Set(run.Operand(2), run.Value(kType).value_or("auto"));
+            }};
+}
+
+Command TagRemoveCommand() {
+    return {.words = "tag remove",
+            .summary = "remove one tag",
+            .operands = kRemoveOperands,
+            .options = kRemoveOptions,
+            .details =
+                "Removes one tag of IN, a container with all that it holds. Every other byte of a "
+                "text stays as it is, as for 'va tag set'.\n",
+            .examples = kRemoveExamples,
+            .run = [](Run& run) { return Editing(run).Remove(); }};
+}
+
+}  // namespace va::tool

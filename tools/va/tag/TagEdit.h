@@ -1,0 +1,11 @@
+// set and remove: the commands that change one tag.
+#pragma once
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+[[nodiscard]] Command TagSetCommand();
+[[nodiscard]] Command TagRemoveCommand();
+
+}  // namespace va::tool
