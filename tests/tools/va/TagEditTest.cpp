@@ -89,6 +89,48 @@ TEST_F(VaEditing, OneValueOfABinaryFileChanges) {
                                                   Record("r", 4, "\1\2"s)));
 }
 
+TEST_F(VaEditing, FormatLaysOutLinesAndKeepsNamesAndValues) {
+    const std::string column(39, ' ');
+    const Table<std::string, std::string> rows = {
+        {"; a  note \nMass\t 1.50 \n\n\nlast 1, 2",
+         "; a  note \nMass" + column.substr(3) + "1.50\nlast" + column.substr(3) + "1, 2\n"},
+        {"b { mode 5 }\n\n", "b\n{\n  mode" + column.substr(5) + "\"5 \"\n}\n"},
+        {"a \"x\ny\"  z fast car\n", "a" + column + "\"x\ny\"\nz" + column + "fast car\n"},
+        {"\xEF\xBB\xBF"
+         "a\n\nb\n{ }",
+         "\xEF\xBB\xBF"
+         "a\n\nb\n{\n}\n"},
+    };
+    for (const auto& [before, after] : rows) {
+        SCOPED_TRACE(before);
+        folder_.Write("in.txt", before);
+        EXPECT_EQ(Va("tag format --check in.txt").exitCode, 1);
+        EXPECT_EQ(Va("tag format in.txt").out, "in.txt\n");
+        EXPECT_EQ(folder_.Read("in.txt"), after);
+        EXPECT_EQ(Va("tag format --check in.txt").exitCode, 0);
+    }
+    // What to-text writes is laid out.
+    folder_.Write("in/a.chump", ChunkFile(Record("a", 0, Record("b", 0, "")) +
+                                          Record("c", 0, Record("d", 3, "x\0"s)) +
+                                          Record("e", 1, "\1\0\0\0\2\0\0\0"s)));
+    ExpectAnswers({{"tag to-text --ignore=other-type --out-dir=in in", 0, "1 description"},
+                   {"tag format --check in", 0, "1 text, 0 to format"},
+                   {"tag format in/a.chump", 2, "is in the binary form"},
+                   {"tag format - <in/a.txt -o new.txt", 0, "1 text, 0 formatted"},
+                   {"tag format -o one.txt in/a.txt in.txt", 7, "-o takes the result of one"}});
+    EXPECT_EQ(folder_.Read("new.txt"), folder_.Read("in/a.txt"));
+    // What would be lost or read differently stays.
+    for (const std::string& text : {"a  1\n}\nlost 2"s, "a  1\0 lost"s, "a  \"x"s}) {
+        folder_.Write("odd.txt", text);
+        ExpectAnswers({{"tag format odd.txt", 2, "'odd.txt' stays as it is"}});
+        EXPECT_EQ(folder_.Read("odd.txt"), text);
+    }
+    std::string deep;
+    for (int i = 0; i < 50000; ++i) deep += "a {\n";
+    folder_.Write("deep.txt", deep);
+    ExpectAnswers({{"tag format deep.txt", 2, "nested too deeply"}});
+}
+
 TEST_F(VaEditing, TheResultGoesWhereItIsSafe) {
     folder_.Write("in.txt", "a 1\n", fs::perms{0600});
     folder_.Write("other.txt", "mine");

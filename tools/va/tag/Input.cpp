@@ -126,7 +126,9 @@ private:
                     return MatchesPattern(member.Name(), excluding);
                 };
                 if (!IsNamedLikeDescription(member.Name())) continue;
-                if (std::ranges::none_of(excluded, excludes)) AddMember(before, archive, member);
+                if (std::ranges::any_of(excluded, excludes)) continue;
+                AddMember(before, archive, member);
+                inputs_.back().selected_ = true;
             }
             if (inputs_.size() == known) AddNothing(operand, path, pattern, members.empty());
         } catch (const Error& error) {

@@ -11,7 +11,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/va/Run.h"
@@ -20,6 +22,13 @@
 namespace va::tool {
 
 using Bytes = std::vector<std::byte>;
+[[nodiscard]] inline std::string_view TextOf(const Bytes& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+[[nodiscard]] inline Bytes BytesOf(std::string_view text) {
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
 
 // Ends the work on one input; a command continues with the next.
 struct BadInput : Failure {};
@@ -32,6 +41,8 @@ public:
     // Its path below the folder or archive that gave it, with '/'; a file's own name.
     [[nodiscard]] const std::string& Place() const { return place_; }
     [[nodiscard]] std::uint64_t Size() const { return size_; }  // bytes; 0 if unknown
+    // Whether a folder or a pattern gave it: it was not named itself.
+    [[nodiscard]] bool IsSelected() const { return selected_; }
 
     // Reads the whole content: the bytes of a file, the content of a member, at most 4 GiB - 1.
     // Throws BadInput: NotFound for a name that leads nowhere, else Refused.
@@ -43,6 +54,7 @@ private:
     std::string name_;
     std::string place_;
     std::uint64_t size_ = 0;
+    bool selected_ = false;
     std::shared_ptr<const Archive> archive_;  // null for a file
     std::optional<Member> member_;
     std::optional<Failure> failure_;  // why the name leads nowhere

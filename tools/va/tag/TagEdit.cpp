@@ -7,10 +7,9 @@
 #include "assetdata/TDBDataTag.h"
 #include "kernel/LetterCase.h"
 #include "platform/CodePage.h"
-#include "platform/Directories.h"
 #include "tools/va/ShownText.h"
+#include "tools/va/tag/EditPlace.h"
 #include "tools/va/tag/NewValue.h"
-#include "tools/va/tag/OutputFile.h"
 #include "tools/va/tag/SameTags.h"
 #include "tools/va/tag/TagConvert.h"
 #include "tools/va/tag/TagPath.h"
@@ -20,21 +19,6 @@
 
 namespace va::tool {
 namespace {
-
-std::string_view TextOf(const Bytes& bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-Bytes BytesOf(std::string_view text) {
-    const auto bytes = std::as_bytes(std::span(text));
-    return {bytes.begin(), bytes.end()};
-}
-
-constexpr Option kResult{.name = kOutput.name,
-                         .letter = kOutput.letter,
-                         .value = kOutput.value,
-                         .meaning = "write the result to FILE ('-': standard output), not to IN",
-                         .completes = Completes::Files};
 
 // A container with one child replaced; with `index` past its end, `by` is added; null `by` removes.
 Vorn::OCSChunkRef WithChild(const Vorn::OCSChunk& container, std::uint32_t index,
@@ -52,8 +36,8 @@ Vorn::OCSChunkRef WithChild(const Vorn::OCSChunk& container, std::uint32_t index
 class Editing {
 public:
     explicit Editing(Run& run) : run_(run), input_(OneInput(run)) {
-        output_ = run.Value(kResult).value_or(input_.Name());
-        CheckPlace();
+        output_ = run.Value(kEditResult).value_or(input_.Name());
+        CheckEditPlace(run, input_, output_);
         content_ = input_.Read();
         file_ = ReadTags(content_, input_.Name(), places_);
         names_ = SplitPath(run.Operand(1));
@@ -107,23 +91,6 @@ private:
         throw Failure{ExitCode::Usage, "'" + Shown(run.Operand(0)) + "' gives " +
                                            Counted(inputs.size(), "description") +
                                            "; this command changes one"};
-    }
-
-    void CheckPlace() const {
-        const bool isInPlace = output_ == input_.Name();
-        if (isInPlace && MemberStart(output_) != std::string::npos &&
-            !platform::Exists(output_.c_str())) {
-            throw Failure{ExitCode::Usage, "'" + Shown(output_) +
-                                               "' is a member, and archives are only read here; "
-                                               "name a file for the result with -o"};
-        }
-        const bool isLink = platform::GetEntryKind(output_.c_str()) == platform::EntryKind::Link;
-        if (isInPlace && isLink && !run_.Has(kForce)) {
-            Refuse("'" + Shown(output_) +
-                   "' is a link; name the file that it leads to, or replace the link with -f");
-        }
-        const bool isNew = isInPlace && !platform::Exists(output_.c_str());
-        if (!isNew) CheckOutputs({output_}, isInPlace || run_.Has(kForce));
     }
 
     [[noreturn]] void ReportMissing() const {
@@ -188,11 +155,7 @@ private:
             result = TagBytes(file_, input_.Name(), TagForm::Binary, report);
         }
         run_.talk.Summary(Shown(output_) + ": " + Path() + " " + what);
-        // A file that would not change keeps its time.
-        const bool isSame = output_ == input_.Name() && output_ != "-" && result == content_;
-        if (!isSame) {
-            WriteOutput(run_, output_, result, output_ == input_.Name() || run_.Has(kForce));
-        }
+        WriteEdited(run_, input_, content_, result, output_);
         return report.Code();
     }
 
@@ -225,8 +188,8 @@ constexpr Operand kPath{.name = "PATH",
 constexpr Operand kValue{.name = "VALUE", .meaning = "the value", .completes = Completes::Nothing};
 constexpr std::array kSetOperands = {kOne, kPath, kValue};
 constexpr std::array kRemoveOperands = {kOne, kPath};
-constexpr std::array<const Option*, 4> kSetOptions = {&kType, &kResult, &kForce, &kDryRun};
-constexpr std::array<const Option*, 3> kRemoveOptions = {&kResult, &kForce, &kDryRun};
+constexpr std::array<const Option*, 4> kSetOptions = {&kType, &kEditResult, &kForce, &kDryRun};
+constexpr std::array<const Option*, 3> kRemoveOptions = {&kEditResult, &kForce, &kDryRun};
 constexpr std::array<std::string_view, 3> kSetExamples = {
     "va tag set config.txt mass 14300.5", "va tag set --type=text config.txt build 7",
     "va tag set -o - Town.va:config.txt engine/power 20"};

@@ -39,13 +39,6 @@ std::string_view Indentation(std::string_view text, std::size_t at) {
     return text.substr(start, std::min(SkipBlanks(text, start), at) - start);
 }
 
-// As the text ends its lines; as the writer does if it has none.
-std::string_view LineEndOf(std::string_view text) {
-    const std::size_t first = text.find_first_of(kLineEnds);
-    if (first == text.npos) return kLineEnds;
-    return text.substr(first, AfterLineEnd(text, first) - first);
-}
-
 std::string Replaced(std::string_view text, std::size_t begin, std::size_t end,
                      std::string_view by) {
     return std::string(text.substr(0, begin)).append(by).append(text.substr(end));
@@ -56,6 +49,20 @@ std::string Replaced(std::string_view text, std::size_t begin, std::size_t end,
 const Vorn::TagExtent* TagPlaces::Find(const Vorn::OCSChunk* tag) const {
     const auto found = std::ranges::find(places_, tag, &PlacedTag::tag);
     return found == places_.end() ? nullptr : &found->extent;
+}
+
+std::vector<Vorn::TagExtent> TagPlaces::InOrder() const {
+    std::vector<Vorn::TagExtent> extents;
+    extents.reserve(places_.size());
+    for (const PlacedTag& placed : places_) extents.push_back(placed.extent);
+    std::ranges::sort(extents, {}, &Vorn::TagExtent::name);
+    return extents;
+}
+
+std::string_view LineEndOf(std::string_view text) {
+    const std::size_t first = text.find_first_of(kLineEnds);
+    if (first == text.npos) return kLineEnds;
+    return text.substr(first, AfterLineEnd(text, first) - first);
 }
 
 std::vector<std::string> TextsWithValue(std::string_view text, const Vorn::TagExtent& tag,

@@ -21,6 +21,8 @@ public:
     }
     // Null for the root, and for tags of the binary form.
     [[nodiscard]] const Vorn::TagExtent* Find(const Vorn::OCSChunk* tag) const;
+    // All places in the order of their names, in which TagWalk enters the tags.
+    [[nodiscard]] std::vector<Vorn::TagExtent> InOrder() const;
 
 private:
     struct PlacedTag {
@@ -29,6 +31,9 @@ private:
     };
     std::vector<PlacedTag> places_;
 };
+
+// The line end that the text uses first; CR LF if it has none.
+[[nodiscard]] std::string_view LineEndOf(std::string_view text);
 
 // `value` as it stands in a text, with its quotes; empty for a tag without value. The second text
 // also ends the line after the value, which makes it a number where a '}' would follow.
