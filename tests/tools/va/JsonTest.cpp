@@ -113,6 +113,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "tag check --json tags.chump a/one.txt nowhere.txt",
              "tag check --json --losses=no tags.chump",
              "tag get --json --default=x tags.chump box n r none nowhere",
+             "tag diff --json tags.chump a/one.txt",
              "list --json Odd.va",
              "list --json Nowhere.va",
              "info --json Odd.va a",

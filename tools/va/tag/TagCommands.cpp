@@ -3,6 +3,7 @@
 #include <array>
 
 #include "tools/va/tag/TagConvert.h"
+#include "tools/va/tag/TagDiff.h"
 #include "tools/va/tag/TagEdit.h"
 #include "tools/va/tag/TagFormat.h"
 #include "tools/va/tag/TagLook.h"
@@ -11,8 +12,9 @@ namespace va::tool {
 
 std::span<const Command> TagCommands() {
     static const std::array kCommands = {
-        TagToTextCommand(), TagToBinaryCommand(), TagPrintCommand(),  TagCheckCommand(),
-        TagGetCommand(),    TagSetCommand(),      TagRemoveCommand(), TagFormatCommand()};
+        TagToTextCommand(), TagToBinaryCommand(), TagPrintCommand(),
+        TagCheckCommand(),  TagGetCommand(),      TagSetCommand(),
+        TagRemoveCommand(), TagDiffCommand(),     TagFormatCommand()};
     return kCommands;
 }
 

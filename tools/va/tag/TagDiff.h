@@ -1,0 +1,9 @@
+#pragma once
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+[[nodiscard]] Command TagDiffCommand();
+
+}  // namespace va::tool

@@ -1,0 +1,32 @@
+// What differs between two trees of tags, by their paths.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "assetdata/OCSChunk.h"
+
+namespace va::tool {
+
+struct TagDifference {
+    enum class Kind {
+        Added,      // only in B
+        Removed,    // only in A; of a container nothing below it is told
+        Changed,    // another type or value
+        Reordered,  // a container whose children are in another order
+    };
+    Kind kind;
+    std::string path;         // in A, or for an added tag in B; empty for the root
+    const Vorn::OCSChunk* a;  // null for an added tag
+    const Vorn::OCSChunk* b;  // null for a removed one
+};
+
+// Calls `tell` for each difference, in the order of A, what a container of B adds after the
+// container's other tags. Of equal names in a container the first is compared with the first, and
+// so on. With `folded` names are compared as texts write them. Does not recurse. Returns how many
+// tags are the same.
+std::size_t DiffTags(const Vorn::OCSChunkRef& a, const Vorn::OCSChunkRef& b, bool folded,
+                     const std::function<void(const TagDifference&)>& tell);
+
+}  // namespace va::tool
