@@ -61,9 +61,9 @@ struct MakePatchOptions {
     bool dryRun = false;           // do all but write
     // The file name that the result of applying the patch gets unless its user says otherwise;
     // empty for that of the new side.
-    std::string name;
-    std::string note;      // for people, in UTF-8; travels in the patch
-    unsigned threads = 1;  // the bytes of the patch do not depend on it
+    std::string name = {};
+    std::string note = {};  // for people, in UTF-8; travels in the patch
+    unsigned threads = 1;   // the bytes of the patch do not depend on it
     // In bytes. Under a limit, diffs of large members may be larger.
     std::uint64_t memoryLimit = UINT64_MAX;
 };
