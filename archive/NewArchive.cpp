@@ -4,6 +4,7 @@
 #include <random>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "archive/Error.h"
 #include "platform/Directories.h"
@@ -19,20 +20,45 @@ namespace {
     return name == 0 ? "." : std::string(path.substr(0, name));
 }
 
-// A name that no other run chooses: ".NAME.va-XXXXXX" beside its place.
-[[nodiscard]] std::string NewHiddenName(std::string_view path) {
-    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-    constexpr std::size_t kRandomLetters = 6;
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::size_t kRandomLetters = 6;
+
+// What the names of hidden files for `path` begin with.
+[[nodiscard]] std::string HiddenStem(std::string_view path) {
     // A name may be as long as the system allows; the hidden one must not be longer.
     constexpr std::size_t kMostOfName = 200;
-    const std::size_t start = NameStart(path);
-    std::string name(path.substr(0, start));
-    name += '.';
-    name += path.substr(start, kMostOfName);
-    name += ".va-";
+    return "." + std::string(path.substr(NameStart(path), kMostOfName)) + ".va-";
+}
+
+// A name that no other run chooses: ".NAME.va-XXXXXX" beside its place.
+[[nodiscard]] std::string NewHiddenName(std::string_view path) {
+    std::string name = std::string(path.substr(0, NameStart(path))) + HiddenStem(path);
     std::random_device random;
     for (std::size_t i = 0; i < kRandomLetters; ++i) name += kLetters[random() % kLetters.size()];
     return name;
+}
+
+// Removes hidden files that no process holds: a killed run left them.
+[[nodiscard]] std::vector<std::string> RemoveAbandoned(const std::string& path) {
+    using namespace platform;
+    const std::string stem = HiddenStem(path);
+    const std::string folder = path.substr(0, NameStart(path));
+    std::vector<std::string> removed;
+    (void)ListDirectory(FolderOf(path).c_str(), [&](const DirectoryEntry& entry) {
+        const std::string_view name = entry.name;
+        const bool isHidden =
+            name.starts_with(stem) && name.size() == stem.size() + kRandomLetters &&
+            name.find_first_not_of(kLetters, stem.size()) == name.npos && !entry.isLink;
+        const std::string hidden = folder + entry.name;
+        FileHandle file;
+        if (isHidden && entry.isRegular &&
+            file.Open(hidden.c_str(), Access::ReadWrite, Creation::OpenExisting, Share::DenyNone) &&
+            file.LockChanges(0) && RemoveFile(hidden.c_str())) {
+            removed.push_back(hidden);
+        }
+        return true;
+    });
+    return removed;
 }
 
 [[noreturn]] void ThrowSystem(const std::string& what) {
@@ -45,22 +71,30 @@ namespace {
 }  // namespace
 
 NewArchive::NewArchive(std::string path, std::uint32_t buildVersion, std::uint32_t productCode)
-    : path_(std::move(path)) {
-    using namespace platform;
-    constexpr int kTries = 100;
-    bool opened = file_.OpenUnnamed(FolderOf(path_).c_str());
-    for (int i = 0; !opened && i < kTries; ++i) {
-        hidden_.path = NewHiddenName(path_);
-        opened = file_.Open(hidden_.path.c_str(), Access::ReadWrite, Creation::CreateNew,
-                            Share::DenyNone);
-        if (!opened && LastError().kind != ErrorKind::Exists) break;
-    }
-    if (!opened) {
-        hidden_.path.clear();
-        ThrowSystem("cannot create a file in its folder");
-    }
+    : path_(std::move(path)), abandoned_(RemoveAbandoned(path_)) {
+    if (!file_.OpenUnnamed(FolderOf(path_).c_str())) OpenHidden();
+    // Says to other runs that a process holds the file, once it has a name.
+    (void)file_.LockChanges(0);
     contents_ = StartArchive(file_, buildVersion, productCode);
     members_.emplace(file_, contents_, Appender::Publish::InBatches);
+}
+
+void NewArchive::OpenHidden() {
+    using namespace platform;
+    constexpr int kTries = 100;
+    for (int i = 0; i < kTries; ++i) {
+        hidden_.path = NewHiddenName(path_);
+        if (!file_.Open(hidden_.path.c_str(), Access::ReadWrite, Creation::CreateNew,
+                        Share::DenyNone)) {
+            if (LastError().kind != ErrorKind::Exists) break;
+            continue;
+        }
+        // Another run may have found the file before it was locked, and removed it.
+        if (file_.LockChanges(0) && GetEntryKind(hidden_.path.c_str()) == EntryKind::File) return;
+        file_.Close();
+    }
+    hidden_.path.clear();
+    ThrowSystem("cannot create a file in its folder");
 }
 
 NewArchive::HiddenName::~HiddenName() {

@@ -2,12 +2,14 @@
 //
 // Until then it has no name, or, where the system cannot do that, a hidden one beside its place:
 // however the process ends, nothing half-written has the name that was asked for. One that is not
-// published vanishes with the object. One thread at a time.
+// published vanishes with the object. Only a killed process may leave a hidden file; the next one
+// that makes the same archive removes it. One thread at a time.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "archive/Appender.h"
 #include "archive/Reader.h"
@@ -21,6 +23,9 @@ public:
     ~NewArchive() = default;
     NewArchive(const NewArchive&) = delete;
     NewArchive& operator=(const NewArchive&) = delete;
+
+    // The hidden files of killed runs with the same place, which were removed.
+    [[nodiscard]] const std::vector<std::string>& Abandoned() const { return abandoned_; }
 
     // Takes its members; not after Complete.
     [[nodiscard]] Appender& Members() { return *members_; }
@@ -41,9 +46,11 @@ private:
         std::string path;
     };
 
+    void OpenHidden();
     [[nodiscard]] bool MoveOver(const platform::FileHandle& file);
 
     const std::string path_;
+    const std::vector<std::string> abandoned_;
     HiddenName hidden_;
     platform::FileHandle file_;  // until Complete, which gives it to the reader
     Contents contents_;

@@ -216,6 +216,7 @@ private:
         result.resultSize = built.bytes;
         result.resultMembers = built.members;
         result.archive = built.archive;
+        result.abandoned.assign(built.abandoned.begin(), built.abandoned.end());
         result.storedOtherwise = !options_.dryRun && !result.alreadyApplied &&
                                  patch_.GetManifest() && patch_.GetManifest()->archive &&
                                  !built.archive;

@@ -52,6 +52,7 @@ public:
             const Manifest::Versions versions = GetVersions();
             About(options_.result,
                   [&] { result_.emplace(options_.result, versions.build, versions.product); });
+            built.abandoned = result_->Abandoned();
         }
         written_.resize(parts_.size());
         WriteParts();
@@ -133,6 +134,7 @@ private:
                 meter.Add(CostOf(parts_[made_[unit]]));
             });
         copyUpTo(parts_.size());
+        meter.Report(true);
     }
 
     // An estimate of a part's stored bytes.

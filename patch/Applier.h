@@ -28,6 +28,7 @@ struct BuildOptions {
 struct Built {
     std::uint64_t members = 0;
     std::uint64_t bytes = 0;                // of the archive; 0 if none was written
+    std::vector<std::string> abandoned{};   // files of killed runs that were removed
     std::optional<Sha256Digest> archive{};  // where the manifest promises it
 };
 

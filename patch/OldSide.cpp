@@ -214,6 +214,7 @@ Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
     InOrder<bool> work(
         runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
     work.Run(meter, read, [](std::size_t, bool) {});
+    meter.Report(true);
 
     for (const std::size_t member : reachable_) {
         if (contents[member].failure.empty()) continue;

@@ -116,6 +116,7 @@ bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
             return true;
         },
         [&all](std::size_t, bool same) { all = all && same; });
+    meter.Report(true);
     return all;
 }
 

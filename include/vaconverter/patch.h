@@ -146,6 +146,8 @@ struct ApplyPatchResult {
     // stores them otherwise: so does `old` compared with the one the patch was made from.
     bool storedOtherwise = false;
     std::string note;  // of the maker
+    // Unfinished files of killed runs that were to give the same result, which were removed.
+    std::vector<std::filesystem::path> abandoned;
 };
 
 // Makes the new archive out of the old one. The result appears whole or not at all, and does not

@@ -116,6 +116,8 @@ ExitCode RunApply(Run& run) {
     const ApplyPatchOptions options = OptionsOf(run);
     const ApplyPatchResult result = ApplyPatch(options, ProgressOf(run));
     if (!result.note.empty()) run.talk.Note(Shown(result.note));
+    for (const std::filesystem::path& file : result.abandoned)
+        run.talk.Note("removed " + Shown(file.string()) + ", which a run that was killed left");
     for (const MemberChange& change : result.changes)
         run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name));
     Summarize(run, options, result, Clock::now() - start);
