@@ -165,7 +165,8 @@ public:
         if (patch_.GetManifest()) result.note = patch_.GetManifest()->note;
         result.changes = ChangesOf(patch_);
         result.counts = CountsOf(result.changes, old_.Reachable().size());
-        if (!options_.trust) result.alreadyApplied = Judge();
+        const bool proves = ResultProves();
+        if (!options_.trust && !proves) result.alreadyApplied = Judge();
         if (options_.check || (result.alreadyApplied && options_.result.empty())) return result;
 
         const Place place(options_, patch_);
@@ -181,6 +182,32 @@ public:
     }
 
 private:
+    // Whether the digest of the result, which the patch promises, can prove the old side as well:
+    // then only the members that change need to be read before. A wrong guess costs time alone.
+    [[nodiscard]] bool ResultProves() const {
+        const auto& manifest = patch_.GetManifest();
+        if (options_.trust || options_.check || options_.dryRun || !manifest ||
+            !manifest->archive) {
+            return false;
+        }
+        return old_.JudgeListed(patch_, options_.threads, progress_).kind ==
+               patch::Verdict::Kind::Old;
+    }
+
+    // Refuses an old side whose result is not the promised one; one that only stores its members
+    // otherwise is good.
+    void Confirm() const {
+        if (!options_.trust) {
+            (void)Judge();
+            return;
+        }
+        throw Error(ErrorCode::Refused,
+                    old_.Path() +
+                        ": the result would not be the maker's archive; leave out "
+                        "--trust to learn why",
+                    options_.old);
+    }
+
     // Returns whether the patch has been applied already.
     [[nodiscard]] bool Judge() const {
         const Verdict verdict =
@@ -207,7 +234,7 @@ private:
         patch::BuildOptions build;
         if (!options_.dryRun) build.result = SystemPath(result.result);
         build.replace = options_.replace;
-        build.judged = !options_.trust;
+        build.confirm = [this] { Confirm(); };
         build.threads = options_.threads;
         build.memoryLimit = options_.memoryLimit;
         const patch::Built built = result.alreadyApplied

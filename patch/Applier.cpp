@@ -63,7 +63,7 @@ public:
         About(options_.result, [&] {
             if (promised) built.archive = Promised(reader);
             if (!built.archive) {
-                RefuseUnproved();
+                if (promised && Promise() && options_.confirm) options_.confirm();
                 Prove(reader);
             }
             result_->Publish(options_.replace);
@@ -184,24 +184,21 @@ private:
         About(options_.result, [&] { AddPacked(result_->Members(), parts_[i].name, packed); });
     }
 
+    [[nodiscard]] const Manifest::File* Promise() const {
+        const auto& manifest = patch_.GetManifest();
+        return manifest && manifest->archive ? &*manifest->archive : nullptr;
+    }
+
     // Returns the digest of the result if it is the promised one.
     [[nodiscard]] std::optional<Sha256Digest> Promised(const archive::Reader& reader) const {
-        const auto& manifest = patch_.GetManifest();
+        const Manifest::File* const promise = Promise();
         const std::uint64_t size = reader.All().fileSize;
-        if (!manifest || !manifest->archive || manifest->archive->bytes != size) return {};
+        if (promise == nullptr || promise->bytes != size) return {};
         Meter meter(progress_, "reading back", size);
         const Sha256Digest digest = DigestOfFile(reader.File(), size, meter);
         meter.Report(true);
-        if (digest != manifest->archive->sha256) return {};
+        if (digest != promise->sha256) return {};
         return digest;
-    }
-
-    // An old side that was not judged can only be proved by a result that is the promised archive.
-    void RefuseUnproved() const {
-        const auto& manifest = patch_.GetManifest();
-        if (options_.judged || !manifest || !manifest->archive) return;
-        throw Error(ErrorCode::Refused, options_.result,
-                    "the result would not be the maker's archive; leave out --trust to learn why");
     }
 
     void Prove(const archive::Reader& reader) const {

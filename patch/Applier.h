@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +21,8 @@ namespace patch {
 struct BuildOptions {
     std::string result;    // the archive to write; empty: everything is done but that
     bool replace = false;  // a file that exists
-    bool judged = true;    // the old side is known to be the one of the patch
+    // Called when the result is not the archive that the patch promises, before it is kept.
+    std::function<void()> confirm = {};
     unsigned threads = 1;
     std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take
 };
@@ -32,7 +34,8 @@ struct Built {
     std::optional<Sha256Digest> archive{};  // where the manifest promises it
 };
 
-// Applies the patch to the old side, which should have been judged. Throws Error, Cancelled.
+// Applies the patch to the old side. That should have been judged, unless `confirm` judges it when
+// the promised digest has not. Throws Error, Cancelled, and what `confirm` throws.
 [[nodiscard]] Built BuildResult(const OldSide& old, const PatchFile& patch,
                                 const BuildOptions& options, const ProgressFunction& progress);
 

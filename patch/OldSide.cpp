@@ -21,10 +21,24 @@ using Kind = Verdict::Kind;
 constexpr std::uint64_t kRunBytes = 1 << 20;
 constexpr std::size_t kRunMembers = 256;
 
-// What was read of a member: its digest, or why there is none.
-struct Content {
-    std::optional<Digest> digest;
-    std::string failure;
+// Reads members of an archive without comparing their check sums, where a digest says more.
+class UnsummedReader final : public archive::TreeReader {
+public:
+    explicit UnsummedReader(const archive::Reader& reader)
+        : reader_(reader), content_(reader.NewContentReader(kWindow)) {}
+
+    void Begin(std::size_t number) override {
+        archive::Member member = reader_[number];
+        member.crc = 0;
+        content_.Begin(member);
+    }
+    [[nodiscard]] std::span<const std::byte> Next() override { return content_.Next(); }
+
+private:
+    static constexpr std::size_t kWindow = 1 << 18;
+
+    const archive::Reader& reader_;
+    archive::ContentReader content_;
 };
 
 // The contents of a side, against what a patch says about it.
@@ -35,6 +49,15 @@ public:
 
     [[nodiscard]] Verdict Compare() const {
         return patch_.GetManifest() ? ByManifest(*patch_.GetManifest()) : ByLists();
+    }
+
+    [[nodiscard]] Verdict ByLists() const {
+        Listed listed = CompareListed();
+        if (listed.verdict.members.empty()) return {.kind = Kind::Old};
+        const auto hasNew = [this](const Change& change) { return HasNew(change); };
+        if (std::ranges::all_of(patch_.Changes(), hasNew)) return {.kind = Kind::New};
+        listed.verdict.another = listed.old > 2 && listed.asOld * 2 < listed.old;
+        return std::move(listed.verdict);
     }
 
 private:
@@ -71,15 +94,6 @@ private:
             listed.asOld += same ? 1 : 0;
         }
         return listed;
-    }
-
-    [[nodiscard]] Verdict ByLists() const {
-        Listed listed = CompareListed();
-        if (listed.verdict.members.empty()) return {.kind = Kind::Old};
-        const auto hasNew = [this](const Change& change) { return HasNew(change); };
-        if (std::ranges::all_of(patch_.Changes(), hasNew)) return {.kind = Kind::New};
-        listed.verdict.another = listed.old > 2 && listed.asOld * 2 < listed.old;
-        return std::move(listed.verdict);
     }
 
     [[nodiscard]] Verdict ByManifest(const Manifest& manifest) const {
@@ -178,52 +192,95 @@ Verdict OldSide::JudgeStructure() const {
     return verdict;
 }
 
-Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
-                       const ProgressFunction& progress) const {
-    Verdict verdict = JudgeStructure();
-    if (verdict.kind == Kind::Damaged) return verdict;
+std::unique_ptr<archive::TreeReader> OldSide::NewReader(Sums sums) const {
+    if (reader_ == nullptr || sums == Sums::Compared) return tree_->NewReader();
+    return std::make_unique<UnsummedReader>(*reader_);
+}
 
+std::vector<Content> OldSide::Read(const std::vector<std::size_t>& members, Sums sums,
+                                   const PatchFile& patch, unsigned threads,
+                                   const ProgressFunction& progress) const {
     std::uint64_t bytes = 0;
-    for (const std::size_t member : reachable_) bytes += (*tree_)[member].size;
+    for (const std::size_t member : members) bytes += (*tree_)[member].size;
     Meter meter(progress, "judging the old side", bytes);
-    const auto readers = NewReaders(*tree_, threads);
-    const std::vector<std::size_t> runs = CutIntoRuns(*tree_, reachable_);
-    std::vector<Content> contents(tree_->Count());
+    std::vector<std::unique_ptr<archive::TreeReader>> readers(std::max(threads, 1U));
+    for (auto& reader : readers) reader = NewReader(sums);
     // Lists say nothing about a member that they do not name; only its check sum can be compared.
     const auto isDigested = [&patch](std::string_view name) {
         return patch.GetManifest() || patch.OfOld(name) != nullptr || patch.OfNew(name) != nullptr;
     };
-    const auto read = [&](unsigned worker, std::size_t run) {
-        for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
-            const std::size_t member = reachable_[i];
-            try {
-                if (isDigested((*tree_)[member].name)) {
-                    contents[member].digest =
-                        DigestContent(*readers[worker], member, patch.Digests(), meter);
-                } else {
-                    ReadThrough(*readers[worker], member, meter);
-                }
-            } catch (const archive::Error& error) {
-                // A file that cannot be read says nothing about which side this is.
-                if (error.Code() == archive::ErrorCode::CannotRead) throw Error(path_, error);
-                contents[member].failure = error.Reason();
+    std::vector<Content> contents(tree_->Count());
+    const auto readOne = [&](archive::TreeReader& reader, std::size_t member) {
+        try {
+            if (isDigested((*tree_)[member].name)) {
+                contents[member].digest = DigestContent(reader, member, patch.Digests(), meter);
+            } else {
+                ReadThrough(reader, member, meter);
             }
+        } catch (const archive::Error& error) {
+            // A file that cannot be read says nothing about which side this is.
+            if (error.Code() == archive::ErrorCode::CannotRead) throw Error(path_, error);
+            contents[member].failure = error.Reason();
         }
-        return true;
     };
+    const std::vector<std::size_t> runs = CutIntoRuns(*tree_, members);
     InOrder<bool> work(
         runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
-    work.Run(meter, read, [](std::size_t, bool) {});
+    work.Run(
+        meter,
+        [&](unsigned worker, std::size_t run) {
+            for (std::size_t i = runs[run]; i < runs[run + 1]; ++i)
+                readOne(*readers[worker], members[i]);
+            return true;
+        },
+        [](std::size_t, bool) {});
     meter.Report(true);
+    return contents;
+}
 
+Verdict OldSide::FindDamage(const std::vector<Content>& contents) const {
+    Verdict verdict;
     for (const std::size_t member : reachable_) {
         if (contents[member].failure.empty()) continue;
         if (verdict.reason.empty()) verdict.reason = contents[member].failure;
         verdict.kind = Kind::Damaged;
         verdict.members.emplace_back((*tree_)[member].name);
     }
+    return verdict;
+}
+
+Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
+                       const ProgressFunction& progress) const {
+    Verdict verdict = JudgeStructure();
     if (verdict.kind == Kind::Damaged) return verdict;
-    return Comparison(*this, patch, contents).Compare();
+    const auto judge = [&](Sums sums) {
+        const std::vector<Content> contents = Read(reachable_, sums, patch, threads, progress);
+        Verdict found = FindDamage(contents);
+        return found.kind == Kind::Damaged ? found : Comparison(*this, patch, contents).Compare();
+    };
+    // Digests of all contents say whether this is one of the sides; if it is not, the check sums
+    // tell a damaged copy from an altered one.
+    verdict = judge(patch.GetManifest() ? Sums::Ignored : Sums::Compared);
+    if (verdict.kind == Kind::Neither && patch.GetManifest()) verdict = judge(Sums::Compared);
+    return verdict;
+}
+
+Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
+                             const ProgressFunction& progress) const {
+    Verdict verdict = JudgeStructure();
+    if (verdict.kind == Kind::Damaged) return verdict;
+    if (patch.GetManifest() && patch.GetManifest()->old.members != reachable_.size())
+        return {.kind = Kind::Neither};
+    std::vector<std::size_t> listed;
+    for (const Change& change : patch.Changes()) {
+        if (const auto member = tree_->Find(change.name)) listed.push_back(*member);
+    }
+    std::ranges::sort(listed);
+    listed.erase(std::ranges::unique(listed).begin(), listed.end());
+    const std::vector<Content> contents = Read(listed, Sums::Ignored, patch, threads, progress);
+    verdict = FindDamage(contents);
+    if (verdict.kind == Kind::Damaged) return verdict;
+    return Comparison(*this, patch, contents).ByLists();
 }
 
 }  // namespace patch

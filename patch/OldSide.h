@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@
 #include "patch/PatchFile.h"
 
 namespace patch {
+
+// What was read of a member: its digest if one was asked for, or why it cannot be read.
+struct Content {
+    std::optional<Digest> digest{};
+    std::string failure{};
+};
 
 struct Verdict {
     enum class Kind {
@@ -51,8 +58,20 @@ public:
     [[nodiscard]] Verdict Judge(const PatchFile& patch, unsigned threads,
                                 const ProgressFunction& progress) const;
 
+    // The same by the members that the patch lists alone: Old says nothing about the others.
+    [[nodiscard]] Verdict JudgeListed(const PatchFile& patch, unsigned threads,
+                                      const ProgressFunction& progress) const;
+
 private:
+    enum class Sums { Compared, Ignored };
+
     [[nodiscard]] Verdict JudgeStructure() const;
+    [[nodiscard]] std::unique_ptr<archive::TreeReader> NewReader(Sums sums) const;
+    // Reads members, and digests those that `patch` says something about. By member number.
+    [[nodiscard]] std::vector<Content> Read(const std::vector<std::size_t>& members, Sums sums,
+                                            const PatchFile& patch, unsigned threads,
+                                            const ProgressFunction& progress) const;
+    [[nodiscard]] Verdict FindDamage(const std::vector<Content>& contents) const;
 
     const std::string path_;
     const archive::Reader* reader_ = nullptr;
