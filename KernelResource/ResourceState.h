@@ -28,8 +28,8 @@
 //   Inactive -> Available  the bin, when it gives the resource back; the home's lock
 //   Ready -> Delete        the bin that unloads it; the lock of what the bin holds, or the home's
 //   Inactive -> Delete     the same
-//   Available -> Delete    the same: a bin that keeps nothing, or that held it since before its
-//   load any -> Delete          the database that ends; its lock, and no load runs any more
+//   Available -> Delete    the same: a bin that keeps nothing, or held it before its load
+//   any -> Delete          the database that ends; its lock, and no load runs any more
 //
 // From Ready three moves compete under three different locks: the queue's, a load's and the bin's.
 // Each is one compare-and-exchange (Resource::TryMove), so exactly one of them succeeds.

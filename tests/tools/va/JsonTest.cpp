@@ -22,7 +22,7 @@ Objects ReadPage() {
     const std::regex row(R"(\| `(\w+)` \| (\w+)(, optional)? \|.*)");
     Objects objects;
     std::string object;
-    std::ifstream page(JSON_PAGE);
+    std::ifstream page(PAGES "/docs/formats/json.md");
     for (std::string line; std::getline(page, line);) {
         std::smatch match;
         if (std::regex_match(line, match, heading)) {
