@@ -1,5 +1,6 @@
 // Serves the members of one archive file, and changes the file. archive/ knows the format; this
-// class adds what a mount needs: the slots of a backend, a lock, names in any letter case.
+// class adds the slots of a backend and one lock around ArchiveMembers (lookup), ArchiveSearch and
+// ArchiveChanges.
 //
 // Owns the descriptor and the index in memory. Files that read members borrow the descriptor and
 // hold Lock() around each read. Lock order: substitution list, then this.
@@ -42,11 +43,10 @@
 #include <string_view>
 #include <vector>
 
-#include "KernelStandard/ArchiveFolders.h"
+#include "KernelStandard/ArchiveChanges.h"
+#include "KernelStandard/ArchiveMembers.h"
+#include "KernelStandard/ArchiveSearch.h"
 #include "KernelStandard/FileSub.h"
-#include "KernelStandard/FileTypes.h"
-#include "archive/Appender.h"
-#include "archive/Contents.h"
 #include "kernel/SyncObject.h"
 #include "platform/Files.h"
 
@@ -54,9 +54,7 @@ namespace Vorn {
 
 class FileSubArchive final : public FileSub {
 public:
-    // Called after each piece of a member, with the content bytes written and the stored bytes so
-    // far (0 for a plain member).
-    using ProgressHook = void (*)(std::uint32_t contentBytes, std::uint32_t storedBytes);
+    using ProgressHook = ArchiveChanges::ProgressHook;
 
     // Opens the file, or creates it if it is missing and `writable`. A file that is missing or not
     // an archive leaves the backend unavailable. Throws FileEx only if a writable archive can be
@@ -101,7 +99,7 @@ public:
 
     // True if the file exists but could not be opened or read at mount time. False for a file that
     // was read and is not an archive, or only the start of one.
-    [[nodiscard]] bool ReadFailed() const { return readFailed_; }
+    [[nodiscard]] bool ReadFailed() const;
 
     // Returns whether the header promises an index that is missing or cut short, so that members
     // may be missing. False while another process changes the archive, because then every complete
@@ -127,8 +125,8 @@ public:
     // written, since the last call.
     [[nodiscard]] std::vector<std::string> TakeLost();
 
-    // Returns whether the last member that was not added had no room: the archive would pass 4 GiB.
-    [[nodiscard]] bool WasFull() const { return wasFull_; }
+    // Returns whether the last member was not added because the archive would pass 4 GiB.
+    [[nodiscard]] bool WasFull() const;
 
     // Begin and end a search over the members. Handles are small numbers; an invalid one is
     // ignored.
@@ -141,72 +139,34 @@ public:
                                 bool advance, bool exact);
 
 private:
-    using Ordinal = archive::MemberTable::Ordinal;
+    using Ordinal = ArchiveMembers::Ordinal;
 
-    struct Search {
-        bool used = false;
-        std::uint64_t position = 0;  // in the file; a walk over the chunks continues from here
-        bool prepared = false;
-        std::vector<Ordinal> candidates;  // members below the pattern's directories
-        std::size_t nextCandidate = 0;
-        Ordinal next = 0;  // then every member from here on
-    };
-
-    // Mounting.
     void CreateArchive() VORN_REQUIRES(lock_);
-    void ReadArchive() VORN_REQUIRES(lock_);
-    // Forgets what was read, and reads it again.
-    void ReadAnew() VORN_REQUIRES(lock_);
-
-    // Searching.
     // Returns the member that `name` means; one leading separator is ignored.
     [[nodiscard]] std::optional<Ordinal> LookUp(const char* name) VORN_REQUIRES(lock_);
-    [[nodiscard]] std::optional<Ordinal> WalkFor(const char* name) VORN_REQUIRES(lock_);
-    [[nodiscard]] archive::FindEntry EntryOf(Ordinal ordinal) const VORN_REQUIRES(lock_);
-    [[nodiscard]] bool FindByPattern(std::string_view pattern, Search& search,
-                                     archive::FindEntry& entry, bool advance) VORN_REQUIRES(lock_);
-    void PrepareSearch(std::string_view pattern, Search& search) VORN_REQUIRES(lock_);
-    [[nodiscard]] std::optional<Ordinal> NextMember(Search& search) VORN_REQUIRES(lock_);
-    // Walks the chunks from `position` to the next member, which it adds; moves past its data.
-    [[nodiscard]] std::optional<Ordinal> NextChunk(std::uint64_t& position) VORN_REQUIRES(lock_);
 
-    // Writing.
-    // Both are needed before a change: the first waits without lock_, so that the archive stays
-    // readable; the second makes the appender.
+    // Waits for the change lock without lock_, so that the archive stays readable. Call it before
+    // ArchiveChanges::Enter.
     void WaitForOtherChanges();
-    [[nodiscard]] bool EnterChanges() VORN_REQUIRES(lock_);
-    [[nodiscard]] bool BeginAppending() VORN_REQUIRES(lock_);
     // Returns whether a member of that name may be begun.
     [[nodiscard]] bool MayCreate(const char* name, platform::Creation creation);
+    [[nodiscard]] bool Add(const char* name, std::uint32_t size, bool compress,
+                           const ArchiveChanges::NextPiece& nextPiece) VORN_REQUIRES(lock_);
+    // Adds a member from the temporary file that holds its content.
+    [[nodiscard]] bool AddFrom(const platform::FileHandle& content, const OpenFile& file,
+                               std::uint32_t size) VORN_REQUIRES(lock_);
     // Returns an empty temporary file for the content of a new member; closed if there is none.
     [[nodiscard]] platform::FileHandle TakeTemporary();
-    [[nodiscard]] bool FlushBatch() VORN_REQUIRES(lock_);
-    // `nextPiece(done, count)` returns the next `count` bytes of content.
-    template <typename NextPiece>
-    [[nodiscard]] bool Append(const char* name, std::uint32_t size, bool compress,
-                              const NextPiece& nextPiece) VORN_REQUIRES(lock_);
-    [[nodiscard]] bool AppendFrom(const platform::FileHandle& content, const OpenFile& file,
-                                  std::uint32_t size) VORN_REQUIRES(lock_);
 
     mutable CriticalSection lock_{"FileSubArchive"};
     PathBuffer path_;
     const bool readOnly_;
-    platform::FileHandle handle_;
-    archive::Contents contents_;
-    ArchiveFolders folders_ VORN_GUARDED_BY(lock_);
-    bool changing_ VORN_GUARDED_BY(lock_) = false;  // holds the change lock
+    ArchiveMembers archive_ VORN_GUARDED_BY(lock_);
+    ArchiveChanges changes_ VORN_GUARDED_BY(lock_);
+    ArchiveChanges::Result lastAdded_ VORN_GUARDED_BY(lock_) = ArchiveChanges::Result::Done;
     bool mountEnded_ VORN_GUARDED_BY(lock_) = false;
-    // Exists while this mount changes an archive that may be changed.
-    std::optional<archive::Appender> appender_ VORN_GUARDED_BY(lock_);
-    bool batches_ VORN_GUARDED_BY(lock_) = false;
-    bool waitedInVain_ VORN_GUARDED_BY(lock_) = false;
-    bool wasFull_ = false;
-    bool readFailed_ = false;
     platform::FileHandle spareTemporary_ VORN_GUARDED_BY(lock_);  // for the next new member
-    std::vector<Search> searches_ VORN_GUARDED_BY(lock_);
-    // A walk that began here reached the end of a file of that size and found nothing.
-    std::uint64_t walkedFrom_ VORN_GUARDED_BY(lock_) = 0;
-    std::uint64_t walkedSize_ VORN_GUARDED_BY(lock_) = 0;
+    std::vector<std::optional<ArchiveSearch>> searches_ VORN_GUARDED_BY(lock_);  // by handle
 };
 
 }  // namespace Vorn

@@ -146,6 +146,15 @@ TEST_F(ArchiveWriting, SomeFilesRefuseNewMembers) {
     EXPECT_EQ(CloseAndRead().size(), RawArchive({{"a", "1"}}).size());
 }
 
+TEST_F(ArchiveWriting, AnArchiveThatCannotBeChangedMakesNoOtherOpenerWait) {
+    folder.Write("a.va", "ARC");
+    FileSubArchive one("a.va", true);
+    FileSubArchive two("a.va", true);
+    EXPECT_TRUE(one.BeginChanges());
+    EXPECT_TRUE(two.BeginChanges());
+    EXPECT_FALSE(two.AddMember("m", {}, false));
+}
+
 TEST_F(ArchiveWriting, AnIndexThatPointsElsewhereLosesItsRecordOnly) {
     std::string bytes = RawArchive({{"a", "1"}, {"b", "2"}});
     Put32(bytes, Get32(bytes, kIndexOffsetAt) + 8, 400);  // "a" at a place without a chunk
