@@ -7,7 +7,7 @@
 
 namespace Vorn {
 
-using namespace archive;
+using archive::kBlockSize;
 
 void BlockReader::Begin() {
     start_ = held_ = 0;
@@ -28,9 +28,9 @@ BlockReader::Form BlockReader::DetectStream() {
         held_ = static_cast<std::uint32_t>(probed);
         return probed < headerSize ? Form::TooShort : Form::Bytes;
     }
-    if (headerSize == kStreamHeaderSize) {
+    if (headerSize == archive::kStreamHeaderSize) {
         const auto header =
-            archive::DecodeStreamHeader(std::span(*block_).first<kStreamHeaderSize>());
+            archive::DecodeStreamHeader(std::span(*block_).first<archive::kStreamHeaderSize>());
         // An older stream does not record its size; the archive's entry has given it.
         if (header.version >= archive::kStreamVersion) file_.SetSize(header.contentSize);
     }
@@ -72,6 +72,8 @@ bool BlockReader::Refill(std::uint32_t position) {
     if (position >= file_.Size()) return false;
     if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     start_ = position;
+    // The last block may fill only a part of block_; what an earlier one left after that does not
+    // count.
     held_ = stream_ ? FillBlock(*block_) : FillBytes(position, *block_);
     return held_ > 0;
 }
@@ -96,7 +98,7 @@ std::uint32_t BlockReader::FillBlock(std::span<std::byte, kBlockSize> into) {
 }
 
 std::uint32_t BlockReader::DecodeBlock(std::span<std::byte, kBlockSize> into) {
-    BlockHeader header;
+    archive::BlockHeader header;
     if (!ReadHeader(header)) return 0;
     if (header.stored) return ReadStored(into.first(header.length)) ? header.length : 0;
 
@@ -106,11 +108,11 @@ std::uint32_t BlockReader::DecodeBlock(std::span<std::byte, kBlockSize> into) {
     const auto packed = std::span(*packed_).first(header.length);
     const auto expected =
         static_cast<std::uint32_t>(std::min<std::size_t>(kBlockSize, file_.Size() - next_));
-    return ReadStored(packed) && ExpandBlock(into, packed) == expected ? expected : 0;
+    return ReadStored(packed) && archive::ExpandBlock(into, packed) == expected ? expected : 0;
 }
 
-bool BlockReader::ReadHeader(BlockHeader& header) {
-    std::array<std::byte, kBlockHeaderSize> bytes{};
+bool BlockReader::ReadHeader(archive::BlockHeader& header) {
+    std::array<std::byte, archive::kBlockHeaderSize> bytes{};
     if (!ReadStored(bytes)) return false;
     header = archive::DecodeBlockHeader(bytes);
     return archive::IsPossible(header, file_.Size() - next_);
@@ -137,7 +139,7 @@ bool BlockReader::GoTo(std::uint32_t position) {
 bool BlockReader::SkipToBlockOf(std::uint32_t position) {
     for (;;) {
         const std::uint64_t headerOffset = nextOffset_;
-        BlockHeader header;
+        archive::BlockHeader header;
         if (!ReadHeader(header)) return false;
         // Wrong only for the last block, which has the position in any case.
         const std::uint64_t content = header.stored ? header.length : kBlockSize;

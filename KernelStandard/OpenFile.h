@@ -23,6 +23,7 @@
 
 namespace Vorn {
 
+// What backends see is public; the rest is for File.
 class OpenFile {
 public:
     // For backends, during OpenRead and OpenWrite. The next three count the file at its owner, and
@@ -52,7 +53,12 @@ public:
     // or more.
     [[nodiscard]] std::uint32_t Size() { return size_ ? *size_ : TakeSize(); }
 
-    // For File, its reader and its writer.
+private:
+    // File and the two parts of it that move bytes.
+    friend class File;
+    friend class BlockReader;
+    friend class WriteBuffer;
+
     // Forgets the previous file and keeps the mode of the next one.
     void Begin(FileMode mode);
     // Opens a file of the file system. Sharing follows the mode: a writer shares with no one, a
@@ -95,7 +101,6 @@ public:
     // Closes a file that is refused right after it was opened; its backend sees no CloseFile.
     void Drop();
 
-private:
     [[nodiscard]] std::uint32_t TakeSize();
     void Attach(platform::FileHandle& handle, FileSub& owner, std::string_view name);
 
