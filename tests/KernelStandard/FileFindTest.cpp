@@ -13,13 +13,17 @@ TEST_F(FileFind, AFolderIsListedInByteOrder) {
     folder.Write("d/b.txt", "12345");
     for (const char* name : {"d/A.TXT", "d/c.bmp", "d/noext", "d/sub/x.txt"})
         folder.Write(name, "");
-    // The last but one: wildcards in a folder.
-    for (const std::string& row :
-         {"d/*.txt|A.TXT|b.txt"s, "d\\*.BMP;n*|c.bmp|noext"s, "d/missing*"s, "missing/*"s,
-          "d/*|.|..|A.TXT|b.txt|c.bmp|noext|sub"s, "*/x.txt"s, std::string(300, 'x')}) {
-        auto names = NamesOf(Cells(row)[0]);
-        names.insert(names.begin(), Cells(row)[0]);
-        EXPECT_EQ(names, Cells(row));
+    using Names = std::vector<std::string>;
+    for (const auto& [pattern, names] : Table<std::string, Names>{
+             {"d/*.txt", {"A.TXT", "b.txt"}},
+             {"d\\*.BMP;n*", {"c.bmp", "noext"}},
+             {"d/*", {".", "..", "A.TXT", "b.txt", "c.bmp", "noext", "sub"}},
+             {"d/missing*", {}},
+             {"missing/*", {}},
+             {"*/x.txt", {}},  // wildcards in a folder
+             {std::string(300, 'x'), {}},
+         }) {
+        EXPECT_EQ(NamesOf(pattern), names) << pattern;
     }
     File::Find find;
     ASSERT_TRUE(find.Open("d/b*"));
@@ -90,10 +94,10 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
             EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";
         }
         // They exist when their last part has no dot.
-        for (const std::string& path : Cells("X|x/|X\\Y|x/z|x/z/3")) {
+        for (const std::string path : {"X", "x/", "X\\Y", "x/z", "x/z/3"}) {
             EXPECT_EQ(File::Exists(("arc:" + path).c_str()), RES_OK) << path;
         }
-        for (const std::string& path : Cells("to|t.d||x/z*|x/1")) {
+        for (const std::string path : {"to", "t.d", "", "x/z*", "x/1"}) {
             EXPECT_EQ(File::Exists(("arc:" + path).c_str()), RES_FILENOTFOUND) << path;
         }
         EXPECT_EQ(Contents("arc:x"), std::nullopt);
