@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "KernelStandard/CompressedStream.h"
@@ -11,6 +12,7 @@
 #include "archive/Stream.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
+#include "kernel/StartUp.h"
 #include "platform/Directories.h"
 
 namespace Vorn {
@@ -47,7 +49,15 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
     }
 }
 
-FileSubArchive::~FileSubArchive() { (void)Complete(); }
+FileSubArchive::~FileSubArchive() {
+    try {
+        (void)Complete();
+    } catch (const std::bad_alloc&) {
+        // An exception must not leave a destructor, and this one may run while another is on its
+        // way: the terminate handler could then not tell what is missing.
+        EndWithoutMemory();
+    }
+}
 
 void FileSubArchive::CreateArchive() {
     using namespace platform;
