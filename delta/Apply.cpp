@@ -13,7 +13,7 @@ namespace {
 
 using Output = std::span<std::uint8_t>;
 
-// Follows the streams of a Streams payload (see SegmentStreams).
+// Makes the new file from the four streams of a Streams payload (see SegmentStreams).
 class SegmentPlayer {
 public:
     SegmentPlayer(ByteView oldFile, ByteReader payload)
@@ -22,9 +22,11 @@ public:
         NextGap();
     }
 
+    // Fills `out`. Every number is checked before it is used: a diff may be hostile.
     void Play(Output out);
 
 private:
+    // After the last difference the gap never ends.
     void NextGap() {
         gap_ = gaps_.AtEnd() ? std::numeric_limits<std::uint64_t>::max() : gaps_.Number();
     }
@@ -70,6 +72,7 @@ void SegmentPlayer::Play(Output out) {
         fresh_.Read(out.subspan(copyCount, freshCount));
         out = out.subspan(copyCount + freshCount);
     }
+    // What is left over would be bytes that the check covers but the result does not need.
     if (!control_.AtEnd() || !gaps_.AtEnd() || !values_.AtEnd() || !fresh_.AtEnd()) {
         ThrowDamaged("a stream is too long");
     }
@@ -89,8 +92,9 @@ void CheckOldFile(const Header& header, ByteView oldFile) {
 void Unpack(const ParsedDiff& parsed, ByteView oldFile, Workspace::Parts& parts, Output out) {
     switch (parsed.header.method) {
         case Method::Stored:
-            if (parsed.payload.size() != out.size())
+            if (parsed.payload.size() != out.size()) {
                 ThrowDamaged("its stored file has another size");
+            }
             std::ranges::copy(parsed.payload, out.begin());
             break;
         case Method::Modelled:
@@ -108,7 +112,7 @@ void Unpack(const ParsedDiff& parsed, ByteView oldFile, Workspace::Parts& parts,
 }  // namespace
 
 std::uint64_t MemoryToApply(const Header& header) {
-    // A context of libzstd that decodes into its output at once.
+    // libzstd's context, which decodes straight into the output and so needs no window.
     constexpr std::uint64_t kUnpackZstd = 256U << 10;
     std::uint64_t memory = sizeof(Workspace::Parts) + header.newSize;
     if (header.method == Method::Modelled) {

@@ -12,14 +12,22 @@
 #include "delta/Bytes.h"
 #include "delta/ModelConstants.h"
 
-// Models that learn how likely the next bit is. All arithmetic is in integers, so that the encoder
-// and the decoder agree on every machine. Everything is inline: a byte takes eight predictions from
-// up to nine histories each, and calls would cost as much as the work.
+// Models that learn how likely the next bit is.
+//
+// Several contexts (the bytes before, the bytes at the same place of the old file, ...) each keep a
+// history of the bits that followed them. A mixer adds up their opinions, weighted by how often
+// each was right so far, and the range coder spends as few bits as the mix is sure. Encoder and
+// decoder learn from the same bits in the same order, so that they predict the same.
+//
+// All arithmetic is in integers: floating point need not give the same bits on every machine.
+// Everything is inline: a byte takes eight predictions from up to nine histories each, and calls
+// would cost as much as the work.
 namespace delta {
 
 namespace detail {
 
-// 65536 / (n + 1.5): how far the n-th bit moves a probability.
+// 65536 / (n + 1.5): how far the n-th bit moves a probability. Close to the mean of the n bits
+// seen, but never quite sure: after a first 1 it is 5/6.
 constexpr std::array<std::uint32_t, 1024> MakeRates() {
     std::array<std::uint32_t, 1024> rates{};
     for (std::uint32_t n = 0; n < rates.size(); ++n) rates.at(n) = 131072 / (2 * n + 3);
@@ -28,9 +36,12 @@ constexpr std::array<std::uint32_t, 1024> MakeRates() {
 
 constexpr auto kRates = MakeRates();
 
-constexpr int kStretchLimit = 2047;  // ln(p / (1 - p)) in 1/256
+// Opinions are added as ln(p / (1 - p)), "stretched", in 1/256: there a sure opinion outweighs many
+// undecided ones, as it should. The limit stands for probabilities of about 1 in 3000.
+constexpr int kStretchLimit = 2047;
 
-// 65536 / (1 + e^(-x/256)) for x from -2047 to 2047, by repeated multiplication with e^(-1/256).
+// The way back from the stretched form: 65536 / (1 + e^(-x/256)) for x from -2047 to 2047, by
+// repeated multiplication with e^(-1/256).
 constexpr std::array<std::uint16_t, 2 * kStretchLimit + 1> MakeSquash() {
     constexpr std::uint64_t kOne = std::uint64_t{1} << 32;
     constexpr std::uint64_t kStep = 4278222805U;  // e^(-1/256) * 2^32
@@ -47,7 +58,7 @@ constexpr std::array<std::uint16_t, 2 * kStretchLimit + 1> MakeSquash() {
 
 constexpr auto kSquash = MakeSquash();
 
-// The inverse of kSquash, by the upper 12 bits of the probability.
+// The inverse of kSquash, indexed by the upper 12 bits of the probability.
 constexpr std::array<std::int16_t, 4096> MakeStretch() {
     std::array<std::int16_t, 4096> table{};
     std::size_t x = 0;
@@ -62,42 +73,45 @@ constexpr auto kStretch = MakeStretch();
 
 }  // namespace detail
 
-// What one context has seen: a probability that moves fast at first and slower as it gets used.
-// Left unset by default, for tables that make their histories when they are first used.
+// The bits that followed one context: a probability that moves fast at first and slower the more
+// bits it has seen. Uninitialised by default, for tables that set up their histories on first use.
 class BitHistory {
 public:
     BitHistory() = default;
-    // `probability` of a 1, in 1/65536.
+    // Starts with this probability of a 1, in 1/65536.
     constexpr explicit BitHistory(std::uint32_t probability) : state_(probability << 16) {}
 
-    // A history that has seen nothing.
+    // Returns a history that has seen nothing.
     static constexpr BitHistory Even() { return BitHistory(1U << 15); }
 
-    // Of a 1, in 1/65536.
+    // Returns the probability of a 1, in 1/65536.
     [[nodiscard]] std::uint32_t Probability() const noexcept { return state_ >> 16; }
 
-    // ln(p / (1 - p)) in 1/256, and 0 as long as it has seen nothing. Without a branch, which the
-    // processor would guess wrong and wait for the memory each time.
+    // Returns ln(p / (1 - p)) in 1/256, and 0 if it has seen nothing. Without a branch: the
+    // processor would often mispredict it, and could resolve it only when the history has come from
+    // memory.
     [[nodiscard]] std::int32_t Stretched() const noexcept {
         const std::int32_t seen = (state_ & 0x3ffU) != 0 ? -1 : 0;
         return detail::kStretch[state_ >> 20] & seen;
     }
 
+    // Moves the probability towards `bit`. `maxCount` bounds the count of bits seen, so that the
+    // history keeps following changes.
     void Learn(bool bit, std::uint32_t maxCount) {
         const std::uint32_t count = state_ & 0x3ffU;
         const std::int64_t target = bit ? (1 << 22) - 1 : 0;
-        // Shifted, not divided: however small, a probability that is never right keeps falling.
+        // Shifting rounds down where dividing would round to 0: a small probability keeps falling.
         const std::int64_t step =
             ((target - std::int64_t{state_ >> 10}) * std::int64_t{detail::kRates[count]}) >> 16;
         state_ += (static_cast<std::uint32_t>(step) << 10) + (count < maxCount ? 1U : 0U);
     }
 
 private:
-    // Probability in the upper 22 bits, times seen in the lower 10.
+    // The probability in the upper 22 bits, the count of bits seen in the lower 10: one load.
     std::uint32_t state_;
 };
 
-// One number for the values that make up a context.
+// Returns one number for the values that make up a context.
 inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     std::uint32_t hash = 0;
     for (const std::uint32_t value : values) {
@@ -107,9 +121,12 @@ inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     return hash;
 }
 
-// Histories by hash, in lines of 16 that fill a line of the processor's cache. Clearing forgets all
-// at the price of a bit a line: a line is made when it is first used, so that a small file does not
-// pay for a table that was sized for its contexts not to collide.
+// Histories by hash, in groups of 16 that fill a cache line: a context uses one line for four bits,
+// so that it waits for memory twice a byte. Contexts may collide; the mixer learns to distrust
+// them.
+//
+// Clearing costs one bit for each line. A line is set up on first use, so that a small file does
+// not pay for a table that is large enough for its contexts to rarely collide.
 class HistoryTable {
 public:
     static constexpr std::size_t kLine = 16;
@@ -126,7 +143,7 @@ public:
         made_.assign(size / kLine / 64 + 1, 0);
     }
 
-    // The number of the history that `hash` selects; its line is ready for use.
+    // Returns the number of the history that `hash` selects, with its line ready for use.
     std::uint32_t Find(std::uint32_t hash) {
         const std::uint32_t at = hash >> shift_;
         std::uint64_t& word = made_[at / kLine / 64];
@@ -136,6 +153,7 @@ public:
             const std::size_t first = at / kLine * kLine;
             for (std::size_t i = 0; i < kLine; ++i) histories_[first + i] = BitHistory::Even();
         } else {
+            // All lines of a prediction are requested before the first is read.
             __builtin_prefetch(&histories_[at]);
         }
         return at;
@@ -147,7 +165,7 @@ public:
         return capacity_ * sizeof(BitHistory) + made_.capacity() * sizeof(std::uint64_t);
     }
 
-    // Bytes that a table of 2^`bits` histories takes.
+    // Returns the bytes that a table of 2^`bits` histories takes.
     static constexpr std::uint64_t Memory(int bits) {
         const std::uint64_t size = std::uint64_t{1} << bits;
         return size * sizeof(BitHistory) + (size / kLine / 64 + 1) * sizeof(std::uint64_t);
@@ -165,16 +183,18 @@ private:
     std::unique_ptr<BitHistory[], Free> histories_;
     std::size_t capacity_ = 0;
     int shift_ = 0;
-    std::vector<std::uint64_t> made_;  // a bit a line
+    std::vector<std::uint64_t> made_;  // one bit for each line: whether it is set up
 };
 
-// Predicts bits from several contexts at once, and learns which of them to trust.
+// Predicts bits from several contexts at once, and learns which of them to trust: the weights of
+// those that were right grow with each bit. Several sets of weights serve situations in which other
+// contexts are right.
 template <std::size_t kInputs, std::size_t kWeightSets>
 class MixedModel {
 public:
     using Contexts = std::array<std::uint32_t, kInputs>;
 
-    // Forgets everything. `tableBits`: binary logarithm of the number of histories that the
+    // Forgets everything. `tableBits` is the binary logarithm of the number of histories that the
     // contexts share.
     void Clear(int tableBits) {
         // More than an equal share, see kWeightShare.
@@ -187,21 +207,22 @@ public:
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept { return histories_.MemoryHeld(); }
 
-    // The contexts of up to four bits to come, well mixed; and which weights to use.
+    // Sets one hashed context for each input for the next four bits, and the weight set to use.
     void SetContexts(const Contexts& hashes, std::size_t weightSet) {
         contexts_ = hashes;
         set_ = weightSet;
         Continue(0);
     }
 
-    // The same contexts for up to four bits more, after `bits`.
+    // Keeps the contexts for the next four bits, which follow `bits`: each gets another line.
     void Continue(std::uint32_t bits) {
         for (std::size_t i = 0; i < kInputs; ++i) {
             lines_[i] = histories_.Find((contexts_[i] + bits * 0x9e3779b1U) * 0x85ebca6bU);
         }
     }
 
-    // The probability of a 1 as the next bit. `node`, 1 to 15, tells the bits since apart.
+    // Returns the probability of a 1 as the next bit. `node`, 1 to 15, is a 1 followed by the bits
+    // since SetContexts or Continue: a place in the context's line.
     std::uint32_t Predict(std::uint32_t node) {
         const std::array<std::int32_t, kInputs>& weights = weights_[set_];
         std::int64_t sum = 0;
@@ -217,8 +238,9 @@ public:
         return predicted_;
     }
 
+    // Learns the bit that Predict was asked for.
     void Learn(bool bit) {
-        // Weights leave their range next to never, so one test serves all of them.
+        // Weights hardly ever leave their range, so that one test of the sign serves all of them.
         std::int32_t outside = 0;
         const std::int32_t error = (bit ? 65535 : 0) - static_cast<std::int32_t>(predicted_);
         std::array<std::int32_t, kInputs>& weights = weights_[set_];
@@ -230,7 +252,7 @@ public:
             outside |= models::kMaxWeight - moved;
         }
         if (outside < 0) Clamp(weights);
-        // Two contexts may share a history, which then learns twice.
+        // Two contexts that collide share a history, which then learns twice.
         for (std::size_t i = 0; i < kInputs; ++i) {
             current_[i]->Learn(bit, models::kMixedLimit);
         }
@@ -253,7 +275,7 @@ private:
     std::uint32_t predicted_ = 0;
 };
 
-// Codes eight bits with `model`, most significant first, four in a line.
+// Codes eight bits with `model`, most significant first, four with each line of histories.
 template <typename Coder, typename Model>
 std::uint8_t CodeByte(Coder& coder, Model& model, std::uint8_t value) {
     std::uint32_t coded = 1;
@@ -267,13 +289,14 @@ std::uint8_t CodeByte(Coder& coder, Model& model, std::uint8_t value) {
     return static_cast<std::uint8_t>(coded);
 }
 
-// Numbers of any size: their bit width first, then the bits below the top one; the highest two of
-// those are learnt as well.
+// Codes numbers of any size: their bit width, then the bits below the top one. Widths and the
+// highest two of those bits are learnt; the others are close to random and cost a bit each.
 class NumberModel {
 public:
     NumberModel() {
         width_.fill(BitHistory::Even());
         for (auto& histories : lower_) histories.fill(BitHistory::Even());
+        // Node 1 decides between widths below and from 32, node 2 between those below and from 16.
         width_[1] = BitHistory(models::kRareWidth32);
         width_[2] = BitHistory(models::kRareWidth16);
     }
@@ -311,7 +334,7 @@ private:
     }
 
     std::array<BitHistory, 64> width_{};
-    std::array<std::array<BitHistory, 4>, 64> lower_{};  // by width and bits so far
+    std::array<std::array<BitHistory, 4>, 64> lower_{};  // by width and the bits so far
 };
 
 }  // namespace delta

@@ -9,15 +9,15 @@
 
 namespace delta {
 
-// Bytes that start out unset, so that the part of a large buffer that is never written takes no
-// memory. Grows without keeping its content, and never shrinks.
+// Uninitialised bytes: pages of a large buffer that are never written take no memory. It grows
+// without keeping its content, and never shrinks.
 class Buffer {
 public:
-    // The first `size` bytes, whose content is whatever they held. Invalidates earlier results if
+    // Returns the first `size` bytes; their content is undefined. Invalidates earlier results if
     // the buffer has to grow.
     [[nodiscard]] std::span<std::uint8_t> Take(std::uint64_t size) {
         if (size > capacity_) {
-            bytes_.reset();  // first, so that never both are held
+            bytes_.reset();  // first, so that the old and the new bytes are never both held
             capacity_ = 0;
             bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(size);
             capacity_ = size;

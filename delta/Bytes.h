@@ -12,7 +12,7 @@ namespace delta {
 using ByteView = std::span<const std::uint8_t>;
 using ByteBuffer = std::vector<std::uint8_t>;
 
-// Appends numbers and bytes to a buffer that it borrows.
+// Appends numbers and bytes to a borrowed buffer.
 class ByteWriter {
 public:
     explicit ByteWriter(ByteBuffer& out) : out_(out) {}
@@ -20,18 +20,18 @@ public:
     void Byte(std::uint8_t value) { out_.push_back(value); }
     void Append(ByteView bytes) { out_.insert(out_.end(), bytes.begin(), bytes.end()); }
 
-    // Seven bits a byte, lowest first; the top bit says that more follow.
+    // Appends seven bits in each byte, lowest first; the top bit is set if more bytes follow.
     void Number(std::uint64_t value);
 
-    // `byteCount` bytes, lowest first.
+    // Appends `byteCount` bytes, lowest first.
     void Fixed(std::uint64_t value, int byteCount);
 
 private:
     ByteBuffer& out_;
 };
 
-// Takes numbers and bytes off the front of a view. Throws Error (Damaged) when the view
-// ends too early or a number is longer than it need be.
+// Takes numbers and bytes off the front of a view. Throws Error (Damaged) if the view ends too
+// early or a number is longer than necessary: every number has exactly one valid form.
 class ByteReader {
 public:
     explicit ByteReader(ByteView bytes) : rest_(bytes) {}
@@ -47,7 +47,7 @@ private:
     ByteView rest_;
 };
 
-// Small numbers of either sign as small unsigned ones: 0, -1, 1, -2, 2, ...
+// Maps numbers of either sign to unsigned ones, small ones to small ones: 0, -1, 1, -2, 2, ...
 constexpr std::uint64_t FoldSign(std::int64_t value) noexcept {
     const auto bits = static_cast<std::uint64_t>(value);
     return value < 0 ? ~(bits << 1) : bits << 1;
@@ -58,7 +58,7 @@ constexpr std::int64_t UnfoldSign(std::uint64_t folded) noexcept {
     return static_cast<std::int64_t>((folded & 1) != 0 ? ~half : half);
 }
 
-// Decodes one Number from `next`, a function that yields byte after byte.
+// Decodes one number as ByteWriter::Number writes it. `next` returns byte after byte.
 template <typename NextByte>
 std::uint64_t DecodeNumber(NextByte next) {
     std::uint64_t value = 0;

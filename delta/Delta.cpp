@@ -14,7 +14,7 @@ ByteView FromBytes(Bytes bytes) {
     return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
 }
 
-// Calls `work`, and turns what the standard library throws into this folder's exception.
+// Calls `work`, and turns the standard library's exception into this folder's.
 template <typename Work>
 auto Guarded(Work work) {
     try {
@@ -50,7 +50,7 @@ void Workspace::Release() { parts_ = std::make_unique<Parts>(); }
 Bytes MakeDelta(Bytes oldContent, Bytes newContent, Workspace& workspace, const Options& options) {
     return Guarded([&] {
         const MakePlan plan = CheckedPlan(oldContent.size(), newContent.size(), options);
-        // What earlier, larger pairs left may not be held beside what this one takes.
+        // Buffers of earlier, larger pairs count towards the limit as well.
         if (workspace.MemoryHeld() > options.memoryLimit - plan.memory) workspace.Release();
         return std::as_bytes(
             Make(FromBytes(oldContent), FromBytes(newContent), workspace.Get(), plan));

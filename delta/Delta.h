@@ -1,8 +1,13 @@
 // Byte diffs in memory (format: docs/formats/diff.md): how to make new content from old content.
 //
-// All state is in a Workspace. There are no globals and no threads: one workspace serves one thread
-// at a time, and threads with a workspace each work independently. Every function that fails throws
-// Error, and leaves its workspace fit for further use. The same input gives the same bytes in every
+// MakeDelta finds the pieces of the new content that exist in the old one, codes places,
+// differences and fresh bytes in the way that suits their amount, tries zstd with the old content
+// as its prefix as well, and keeps the smallest result. So the four methods of the format are not
+// for a caller to choose.
+//
+// All state is in a Workspace. There are no globals and no threads: a workspace serves one thread
+// at a time, and threads with separate workspaces are independent. Every function that fails throws
+// Error, and its workspace can still be used. The same input gives the same bytes in every
 // workspace, whatever it was used for before.
 #pragma once
 
@@ -28,12 +33,13 @@ constexpr std::size_t kMostOverhead = 24;
 
 struct Options {
     // Bytes that MakeDelta may hold beside its two inputs, its result included. Under a limit it
-    // looks for fewer matches and packs with smaller tables, and so makes larger diffs.
+    // searches less and packs with smaller tables, so that diffs become larger.
     std::uint64_t memoryLimit = kNoLimit;
 };
 
-// The tables, buffers and library contexts that diffs are made and applied with. A new one is
-// small; it grows to what the largest pair so far took, and small pairs then pay for no set-up.
+// The tables, buffers and library contexts of making and applying. A new one is small; it grows to
+// the needs of the largest pair so far, and is kept because setting up costs more than the work for
+// a small pair.
 class Workspace {
 public:
     Workspace();
@@ -41,7 +47,7 @@ public:
     Workspace(Workspace&&) noexcept;
     Workspace& operator=(Workspace&&) noexcept;
 
-    // Bytes that it holds now, results included.
+    // Returns the bytes that it holds now, results included.
     [[nodiscard]] std::uint64_t MemoryHeld() const;
 
     // Frees all of it. Results of this workspace become invalid.
@@ -54,33 +60,33 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-// Returns the smallest diff that any of the methods makes. It lies in the workspace until MakeDelta
-// is called again. Errors: TooLarge; OutOfMemory, before any work if it is the limit that is below
-// the size of the new content and kMostOverhead.
+// Returns the smallest diff that any of the methods makes. It lies in the workspace until the next
+// call. Errors: TooLarge; OutOfMemory, before any work if the limit is below the size of the new
+// content plus kMostOverhead.
 [[nodiscard]] Bytes MakeDelta(Bytes oldContent, Bytes newContent, Workspace& workspace,
                               const Options& options = {});
 
-// Returns an upper bound of what MakeDelta holds for inputs of these sizes, its result included, so
-// that a caller can decide how many workspaces to run at a time. It is at most the limit, except
-// that OutOfMemory is thrown as MakeDelta would.
+// Returns an upper bound of the bytes that MakeDelta holds for inputs of these sizes, its result
+// included, so that a caller can decide how many workspaces to use at a time. It is at most the
+// limit. Errors: as MakeDelta's before any work.
 [[nodiscard]] std::uint64_t MemoryToMake(std::uint64_t oldSize, std::uint64_t newSize,
                                          const Options& options = {});
 
-// What the header of a diff declares, unchecked.
+// The content of a diff's header, unchecked.
 struct DeltaInfo {
     std::uint64_t oldSize = 0;
     std::uint64_t newSize = 0;
     std::uint32_t oldCrc32 = 0;
     std::uint64_t check = 0;   // CRC-64 over the new content and the diff
-    std::uint64_t memory = 0;  // upper bound of what ApplyDelta holds, its result included
+    std::uint64_t memory = 0;  // upper bound of the bytes that ApplyDelta holds, with its result
 };
 
-// Errors: Damaged for anything but a diff whose header is sound.
+// Reads the header. Errors: Damaged for anything but a diff with a sound header.
 [[nodiscard]] DeltaInfo InspectDelta(Bytes diff);
 
-// Returns the new content, checked. It lies in the workspace until ApplyDelta is called again.
-// Errors: Damaged, WrongOld, OutOfMemory; TooLarge if the diff declares more than `sizeLimit`,
-// before memory is taken for it.
+// Returns the new content, checked. It lies in the workspace until the next call. Errors: Damaged,
+// WrongOld, OutOfMemory; TooLarge if the diff declares more than `sizeLimit` bytes, before memory
+// is allocated for them.
 [[nodiscard]] Bytes ApplyDelta(Bytes oldContent, Bytes diff, Workspace& workspace,
                                std::uint64_t sizeLimit = kMaxSize);
 

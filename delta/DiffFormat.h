@@ -30,17 +30,17 @@ struct ParsedDiff {
     ByteView payload;
 };
 
-// CRC-32 of a whole file.
+// Returns the CRC-32 of a whole file.
 [[nodiscard]] std::uint32_t OldCheck(ByteView oldFile);
 
-// Everything before the payload.
+// Returns everything before the payload.
 [[nodiscard]] ByteBuffer MakeHead(Method method, ByteView oldFile, ByteView newFile,
                                   ByteView payload);
 
-// Throws Error (Damaged) for anything but a diff whose header is sound.
+// Reads the header. Throws Error (Damaged) for anything but a diff with a sound header.
 [[nodiscard]] ParsedDiff Parse(ByteView diff);
 
-// True when `newFile` and every byte of `diff` are what the diff's check was made from.
+// Returns whether the diff's check was made from `newFile` and every other byte of `diff`.
 [[nodiscard]] bool CheckHolds(const ParsedDiff& parsed, ByteView diff, ByteView newFile);
 
 }  // namespace delta

@@ -6,22 +6,29 @@
 
 namespace delta {
 
-// Predicts which bytes of a copied segment differ, and what has to be added to them. Programs are
-// what it looks for most: after a rebuild, distances and addresses differ by how far their target
-// moved. Keeps its tables from one pair of files to the next; Begin forgets what they hold.
+// Predicts which bytes of a copied segment differ, and what has to be added to them.
+//
+// Mostly for programs: after a rebuild, code is the same but for the distances and addresses in it,
+// and those differ by how far their target moved. So differences come in runs of up to four bytes,
+// follow certain bytes (instructions that hold an address), and repeat for the same target.
+//
+// Most copied bytes are equal. A small table that needs no mixing decides where a difference is
+// unlikely, so that the models' time goes to the places where something is to be gained.
+//
+// Keeps its tables from one pair of files to the next; Begin forgets their content.
 class DifferenceModel {
 public:
-    // Starts anew for this old file, which stays borrowed.
+    // Forgets everything and borrows this old file.
     void Begin(ByteView oldFile);
 
-    // Binary logarithm of the length of each of the two tables.
+    // Returns the binary logarithm of the length of each of the two tables.
     static int TableBits(std::uint64_t oldSize);
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
         return flags_.MemoryHeld() + deltas_.MemoryHeld();
     }
 
-    // Codes whether the copy of the old file's byte `at` differs.
+    // Codes whether the copy of the old file's byte `at` differs. Returns that.
     template <typename Coder>
     bool CodeFlag(Coder& coder, std::uint64_t at, bool differs) {
         BitHistory& quick =
@@ -40,7 +47,7 @@ public:
         return differs;
     }
 
-    // Codes new minus old, modulo 256, of a byte that differs.
+    // Codes the new byte minus the old one, modulo 256, of a byte that differs. Returns that.
     template <typename Coder>
     std::uint8_t CodeDelta(Coder& coder, std::uint64_t at, std::uint8_t delta) {
         SetDeltaContexts(at);
@@ -60,7 +67,7 @@ private:
         return OldByte(at) | OldByte(at + 1) << 8 | OldByte(at + 2) << 16 | OldByte(at + 3) << 24;
     }
 
-    // Bytes since the last difference, in classes: exact at first, then wider.
+    // Returns the class of the bytes since the last difference: exact at first, then by bit width.
     [[nodiscard]] std::uint32_t Distance() const {
         if (sinceDifference_ <= models::kExactDistances) {
             return static_cast<std::uint32_t>(sinceDifference_);
@@ -75,7 +82,7 @@ private:
     void Note(std::uint8_t delta);
 
     ByteView old_;
-    // By the byte before and the distance; decides alone where a difference is unlikely.
+    // By the byte before and the distance class.
     std::array<BitHistory, std::size_t{256} * models::kDistances> quick_;
     Flags flags_;
     Deltas deltas_;
@@ -85,8 +92,8 @@ private:
     std::uint64_t run_ = 0;                     // differing bytes right before this one
     std::array<std::uint8_t, 8> deltaInRun_{};  // by place in its run: the last delta there
     std::uint32_t lastDelta_ = 0;
-    std::uint32_t target_ = 0;  // where the word at the start of the run points to
-    std::uint32_t word_ = 0;
+    std::uint32_t target_ = 0;  // of the old word at the start of the run, read as a distance
+    std::uint32_t word_ = 0;    // that word, read as an address
 };
 
 }  // namespace delta

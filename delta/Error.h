@@ -7,13 +7,13 @@
 namespace delta {
 
 enum class ErrorKind : std::uint8_t {
-    Damaged,      // the diff is no diff, or not as it was made
+    Damaged,      // it is not a diff, or was changed since it was made
     WrongOld,     // the diff was made from other old content
     TooLarge,     // 4 GiB or more, or more than the caller's limit
-    OutOfMemory,  // memory ran out, or the caller's limit does not even allow the result
+    OutOfMemory,  // memory ran out, or the caller's limit is below the size of the result
 };
 
-// The one exception of this folder. what() is one line without the name of a file.
+// The only exception of this folder. what() is one line that names no file: the caller knows it.
 class Error : public std::runtime_error {
 public:
     Error(ErrorKind kind, const std::string& line) : std::runtime_error(line), kind_(kind) {}

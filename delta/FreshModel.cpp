@@ -6,12 +6,12 @@
 namespace delta {
 namespace {
 
-// Replaces a coder where both sides know the bits.
+// Replaces a coder where both sides know the bits: learning the old file writes nothing.
 struct NoCoder {
     static bool Code(bool bit, std::uint32_t /*probability*/) { return bit; }
 };
 
-// The last eight bytes, the very last one lowest; zeros in front of the first.
+// Returns the last eight bytes, the very last one lowest; zeros in front of the first.
 std::uint64_t Tail(ByteView before) {
     std::uint64_t tail = 0;
     const std::size_t count = std::min<std::size_t>(before.size(), sizeof tail);
@@ -19,7 +19,7 @@ std::uint64_t Tail(ByteView before) {
     return tail;
 }
 
-// `count` bytes before a place, without the last `skip` ones.
+// Returns the last `count` bytes of a tail without its `skip` last ones.
 std::uint32_t Last(std::uint64_t tail, int count, int skip = 0) {
     return static_cast<std::uint32_t>(tail >> (8 * skip) & ((std::uint64_t{1} << (8 * count)) - 1));
 }
@@ -84,6 +84,7 @@ void FreshModel::FindMatch(ByteView before, std::size_t slot, std::uint64_t base
         }
     }
     places_[slot] = static_cast<std::uint32_t>(base + before.size());
+    // A place that wrapped, or that a hash collision led to, may lie past the known bytes.
     const int expected = matchLength_ == 0 ? -1 : ByteAt(match_, before);
     if (expected < 0) matchLength_ = 0;
     expected_ = static_cast<std::uint8_t>(expected);
@@ -98,6 +99,9 @@ void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldA
     const std::uint32_t expected = length == 0 ? 256U : expected_;
     const std::uint32_t aligned = oldAt < old_.size() ? old_[oldAt] : 256U;
     const std::uint32_t last = Last(tail, 1);
+    // Nothing (1); the last one to four bytes (2 to 5), and six, for words (6); every second byte,
+    // for records and 16-bit text (7); the expected byte, by the length of its match (8); the old
+    // byte that a copy would have (9).
     model_.SetContexts({HashContext({1}), HashContext({2, last}), HashContext({3, Last(tail, 2)}),
                         HashContext({4, Last(tail, 3)}), HashContext({5, Last(tail, 4)}),
                         HashContext({6, Last(tail, 4), Last(tail, 2, 4)}),
@@ -113,6 +117,7 @@ void FreshModel::LearnAround(std::uint64_t at) {
     const std::uint64_t from = std::max(learntTo_, at - std::min(at, models::kLessonBefore));
     const std::uint64_t to = std::min<std::uint64_t>(old_.size(), at + models::kLessonAfter);
     NoCoder coder;
+    // A match does not continue from one stretch of bytes to another.
     matchLength_ = 0;
     for (std::uint64_t i = from; i < to && lessonsLeft_ > 0; ++i, --lessonsLeft_) {
         Prepare(old_.first(i), 0, old_.size());

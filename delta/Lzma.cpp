@@ -11,7 +11,9 @@ namespace {
 
 lzma_options_lzma Options(LzmaShape shape, std::uint64_t dictionarySize) {
     lzma_options_lzma options{};
-    lzma_lzma_preset(&options, 6);
+    // Higher presets differ only in the dictionary, which is set below.
+    constexpr std::uint32_t kPreset = 6;
+    lzma_lzma_preset(&options, kPreset);
     options.lc = shape.lc;
     options.lp = shape.lp;
     options.pb = shape.pb;
@@ -25,7 +27,7 @@ void ThrowIfFailed(lzma_ret result) {
     if (result != LZMA_OK) throw Error(ErrorKind::OutOfMemory, "liblzma cannot be set up");
 }
 
-// Ends a liblzma coder with its scope.
+// Frees a liblzma coder at the end of its scope.
 struct Coder {
     Coder() = default;
     ~Coder() { lzma_end(&stream); }
@@ -66,6 +68,7 @@ std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
         ThrowIfFailed(lzma_code(&coder.stream, LZMA_RUN));
         if (coder.stream.avail_in != 0) return std::nullopt;
     }
+    // No room left is the one failure that a caller expects: then another form is shorter.
     const lzma_ret result = lzma_code(&coder.stream, LZMA_FINISH);
     if (result == LZMA_STREAM_END) return room.size() - coder.stream.avail_out;
     ThrowIfFailed(result);

@@ -9,19 +9,19 @@
 
 namespace delta {
 
-// Literal context bits, literal position bits, position bits of one LZMA stream.
+// The literal context bits, literal position bits and position bits of an LZMA stream.
 struct LzmaShape {
     std::uint8_t lc = 3;
     std::uint8_t lp = 0;
     std::uint8_t pb = 2;
 };
 
-// The usual one-byte form, (pb * 5 + lp) * 9 + lc.
+// Returns the usual one-byte form, (pb * 5 + lp) * 9 + lc.
 [[nodiscard]] std::uint8_t EncodeShape(LzmaShape shape);
-// Throws Error (Damaged) for a byte that is no shape.
+// Throws Error (Damaged) for a byte that is not a shape.
 [[nodiscard]] LzmaShape DecodeShape(std::uint8_t byte);
 
-// The bytes of one stream, in pieces that are borrowed.
+// The bytes of one stream, in borrowed pieces.
 struct Pieces {
     std::vector<ByteView> views;
     std::uint64_t size = 0;
@@ -32,17 +32,18 @@ struct Pieces {
     }
 };
 
-// Writes a bare LZMA1 stream of `input`, without container and end marker, to the front of `room`.
-// The bytes written, or nothing when they do not fit.
+// Writes a bare LZMA1 stream of `input`, without container and end marker (each would cost more
+// than a small stream), to the front of `room`. Returns the bytes written; nullopt if they do not
+// fit.
 [[nodiscard]] std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
                                                   std::uint64_t dictionarySize,
                                                   std::span<std::uint8_t> room);
 
-// Bytes that PackLzma takes.
+// Returns the bytes of memory that PackLzma takes.
 [[nodiscard]] std::uint64_t PackLzmaMemory(std::uint64_t dictionarySize);
 
-// Decodes what PackLzma made, piece by piece. Borrows `packed`.
-// Takes `dictionarySize` bytes and a fixed amount of memory.
+// Decodes what PackLzma made, piece by piece. Borrows `packed`. Takes `dictionarySize` bytes of
+// memory beside a fixed amount.
 class LzmaReader {
 public:
     LzmaReader(ByteView packed, LzmaShape shape, std::uint64_t dictionarySize);
@@ -50,10 +51,10 @@ public:
     LzmaReader(const LzmaReader&) = delete;
     LzmaReader& operator=(const LzmaReader&) = delete;
 
-    // Bytes that a reader takes.
+    // Returns the bytes of memory that a reader takes.
     static std::uint64_t Memory(std::uint64_t dictionarySize);
 
-    // Fills `out`. Throws Error (Damaged) when the stream cannot.
+    // Fills `out`. Throws Error (Damaged) if the stream ends before or is not one.
     void Read(std::span<std::uint8_t> out);
 
 private:

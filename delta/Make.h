@@ -5,8 +5,8 @@
 
 namespace delta {
 
-// Makes the diff of a pair as `plan` allows; the result lies in parts.best.
-// Throws std::bad_alloc.
+// Makes the smallest diff of a pair that `plan` allows; it lies in parts.best. Throws
+// std::bad_alloc.
 [[nodiscard]] ByteView Make(ByteView oldFile, ByteView newFile, Workspace::Parts& parts,
                             const MakePlan& plan);
 

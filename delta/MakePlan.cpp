@@ -9,17 +9,17 @@
 namespace delta {
 namespace {
 
-// Up to this size the slowest level costs little.
+// Up to this size the slowest level takes little time.
 constexpr std::uint64_t kSmallFile = 64U << 10;
 
 constexpr int kQuickLevel = 3;
 
-// Gives out what is left below a limit.
+// Hands out memory up to a limit.
 class Allowance {
 public:
     explicit Allowance(std::uint64_t limit) : limit_(limit) {}
 
-    // True, and taken, if so much is left.
+    // Takes `size` bytes if so many are left. Returns whether they were.
     bool Take(std::uint64_t size) {
         if (size > Left()) return false;
         taken_ += size;
@@ -33,9 +33,10 @@ private:
     std::uint64_t taken_ = 0;
 };
 
-// Finding segments, and coding them with models.
+// Plans finding segments and coding them with models.
 void PlanSegments(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, MakePlan& plan) {
-    // The shape is chosen for what the rest leaves; that depends on the shape by its key alone.
+    // The index gets what the rest leaves. Of its shape the rest depends on the key's length only,
+    // which a limit does not change.
     const std::uint64_t models = SegmentModels::Memory(oldSize, newSize);
     const auto usual = OldIndex::ShapeFor(oldSize, kNoLimit);
     const std::uint64_t fixed = models + MostSegments(newSize, usual->keySize) * sizeof(Segment);
@@ -47,7 +48,7 @@ void PlanSegments(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memor
 void PlanZstd(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, MakePlan& plan) {
     const int best = newSize <= kSmallFile ? 19 : 12;
     for (const int level : {best, 9, 6, kQuickLevel, 1}) {
-        // The context grows to the larger of the two needs.
+        // Both levels use one context, which grows to the larger of the two needs.
         const int quick = std::min(level, kQuickLevel);
         const std::uint64_t need = std::max(Zstd::PackMemory(newSize, oldSize, level),
                                             Zstd::PackMemory(newSize, oldSize, quick));
@@ -68,11 +69,11 @@ MakePlan PlanFor(std::uint64_t oldSize, std::uint64_t newSize, std::uint64_t mem
         throw Error(ErrorKind::OutOfMemory,
                     "the memory limit is below the size of the new content");
     }
-    // Whatever is tried needs a room beside the one of the best so far.
+    // Each attempt is written beside the best diff so far.
     if (memory.Take(room)) {
         PlanSegments(oldSize, newSize, memory, plan);
         PlanZstd(oldSize, newSize, memory, plan);
-        // Streams serve where the models would take too long, and not below.
+        // Streams are for pairs that the models would take too long for.
         plan.streams = plan.index && newSize > MostModelledBytes(newSize) &&
                        memory.Take(SegmentStreams::Memory(newSize, plan.index->keySize));
     }

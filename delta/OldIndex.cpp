@@ -16,6 +16,8 @@ std::uint64_t Load64(const std::uint8_t* at) {
     return value;
 }
 
+// Short keys find more, but a large file holds each by chance as well; and tables that exceed the
+// processor's caches cost more than the matches that they would add.
 OldIndex::Shape UsualShape(std::uint64_t oldSize) {
     if (oldSize <= kMegabyte) return {12, 1};
     if (oldSize <= 64 * kMegabyte) return {24, 8};
@@ -40,7 +42,7 @@ std::uint64_t OldIndex::Memory(std::uint64_t oldSize, Shape shape) {
 
 std::optional<OldIndex::Shape> OldIndex::ShapeFor(std::uint64_t oldSize,
                                                   std::uint64_t memoryLimit) {
-    // Matches shorter than a step are found by chance only; past this hardly any would be.
+    // Matches shorter than a step are found by chance only; with longer steps hardly any would be.
     constexpr std::size_t kMaxStep = 4096;
     for (Shape shape = UsualShape(oldSize); shape.step <= kMaxStep; shape.step *= 2) {
         if (Memory(oldSize, shape) <= memoryLimit) return shape;
@@ -48,7 +50,7 @@ std::optional<OldIndex::Shape> OldIndex::ShapeFor(std::uint64_t oldSize,
     return std::nullopt;
 }
 
-// Both branches take whole words, the last one overlapping: keys are 12 bytes or a multiple of 8.
+// Takes whole words; the last one overlaps, since keys have 12 bytes or a multiple of 8.
 std::size_t OldIndex::Slot(const std::uint8_t* key) const {
     constexpr std::uint64_t kMix = 0x9e3779b97f4a7c15U;
     std::uint64_t hash = 0;
@@ -68,7 +70,8 @@ void OldIndex::Build(ByteView oldFile, Shape shape) {
     std::size_t lastSlot = heads_.size();
     for (std::size_t number = 0; number < count; ++number) {
         const std::size_t slot = Slot(oldFile.data() + number * shape_.step);
-        // Of a run of equal keys (padding, silence) only the first is worth a candidate.
+        // Of a run of equal keys (padding, silence) only the first is kept: the others would use up
+        // the candidates of a search.
         if (slot == lastSlot) continue;
         lastSlot = slot;
         previous_[number] = heads_[slot];

@@ -9,8 +9,9 @@
 namespace delta {
 
 // Finds places of the old file by the bytes there: a hash table over keys of KeySize() bytes, taken
-// at every Step()th byte. Both grow with the file, so that memory stays near a quarter of its size.
-// Keeps its tables from one file to the next.
+// at every Step()th byte. Any match of KeySize() + Step() - 1 bytes contains a key, so that no
+// longer one is missed. Both numbers grow with the file, to keep the memory in proportion. Keeps
+// its tables from one file to the next.
 class OldIndex {
 public:
     struct Shape {
@@ -18,14 +19,14 @@ public:
         std::size_t step;
     };
 
-    // The shape for an old file of this size whose index takes at most `memoryLimit` bytes: the
-    // usual one, or else one with longer steps, which misses short matches. Nothing if none fits.
+    // Returns the shape of an index of at most `memoryLimit` bytes for an old file of this size:
+    // the usual one, or one with longer steps, which misses short matches. nullopt if none fits.
     static std::optional<Shape> ShapeFor(std::uint64_t oldSize, std::uint64_t memoryLimit);
 
-    // Bytes that the index of such a file takes.
+    // Returns the bytes that the index of such a file takes.
     static std::uint64_t Memory(std::uint64_t oldSize, Shape shape);
 
-    // Indexes `oldFile`, which is below 4 GiB and need not live on, in place of the one before.
+    // Indexes `oldFile` in place of the file before. It must be below 4 GiB, and is not borrowed.
     void Build(ByteView oldFile, Shape shape);
 
     [[nodiscard]] std::size_t KeySize() const noexcept { return shape_.keySize; }
@@ -34,8 +35,8 @@ public:
         return (heads_.capacity() + previous_.capacity()) * sizeof(std::uint32_t);
     }
 
-    // Calls visit(position) for places that may hold the KeySize() bytes at `key`, latest first;
-    // at most kMaxCandidates of them.
+    // Calls visit(position) for places that may hold the KeySize() bytes at `key`, latest first, at
+    // most kMaxCandidates of them: content that repeats would make every search long.
     template <typename Visit>
     void ForCandidates(const std::uint8_t* key, Visit visit) const {
         std::uint32_t entry = heads_[Slot(key)];

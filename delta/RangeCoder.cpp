@@ -3,7 +3,8 @@
 namespace delta {
 
 std::size_t RangeEncoder::Finish() {
-    // With k bytes kept, the largest number not above `high_` has zeros below them.
+    // Tries 0, 1, 2, ... leading bytes of `high_` with zeros after them: the first such number that
+    // is not below the interval is in it. Zeros at the end of all are not written.
     std::uint64_t number = 0;
     int kept = 0;
     while (number < low_) {

@@ -7,14 +7,17 @@
 
 namespace delta {
 
-// The pair codes yes-or-no decisions into as many bits as they are surprising. Both are driven by
-// the same code: Code(bit, probability) takes the bit to write or ignores it, and returns the bit.
-// `probability` is that of a 1 in 1/65536, never 0 or 65536.
+// The pair codes bits in as many bits as they are surprising. The coder keeps an interval of 64-bit
+// numbers, and each decision narrows it to the part that its probability deserves; the diff holds
+// one number of the last interval, whose leading bytes are written as soon as they are settled.
+//
+// The same code drives both: Code(bit, probability) takes the bit to write, or ignores it, and
+// returns the bit. `probability` is that of a 1, in 1/65536, never 0 or 65536.
 class RangeEncoder {
 public:
     static constexpr bool kDecodes = false;
 
-    // Borrows `out` and stops writing when it is full.
+    // Borrows `out`. Writes nothing past its end, but goes on counting, see Full.
     explicit RangeEncoder(std::span<std::uint8_t> out) : out_(out) {}
 
     bool Code(bool bit, std::uint32_t probability) {
@@ -24,7 +27,7 @@ public:
         return bit;
     }
 
-    // Writes the shortest number inside the final interval, and returns the bytes written in all.
+    // Writes the shortest number of the last interval, and returns the bytes written in all.
     std::size_t Finish();
 
     [[nodiscard]] bool Full() const noexcept { return used_ > out_.size(); }
@@ -41,8 +44,8 @@ private:
     std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
 };
 
-// Reads zeros after the end of its input, as Finish expects, but throws Error (Damaged)
-// when it has to go on and on with them.
+// Reads zeros after the end of its input, which Finish therefore leaves out, but throws Error
+// (Damaged) after more of them than that can be: a hostile diff must not run on indefinitely.
 class RangeDecoder {
 public:
     static constexpr bool kDecodes = true;
@@ -61,7 +64,7 @@ public:
         return bit;
     }
 
-    // True when nothing but the last decisions' own bytes was there to read.
+    // Returns whether all of the input was read.
     [[nodiscard]] bool AtEnd() const noexcept { return taken_ >= in_.size(); }
 
 private:

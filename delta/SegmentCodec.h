@@ -10,9 +10,10 @@
 
 namespace delta {
 
-// All that method 1 learns from one pair of files. Large, and kept from one pair to the next.
+// Everything that method 1 learns from one pair of files. Large, and kept from one pair to the
+// next.
 struct SegmentModels {
-    // Forgets everything; `oldFile` stays borrowed.
+    // Forgets everything and borrows `oldFile`.
     void Begin(ByteView oldFile, std::uint64_t newSize) {
         distance = NumberModel();
         copied = NumberModel();
@@ -22,7 +23,7 @@ struct SegmentModels {
         freshBytes.Begin(oldFile, newSize);
     }
 
-    // Bytes that the models of such a pair take beside this object.
+    // Returns the bytes that the models of such a pair take beside this object.
     static std::uint64_t Memory(std::uint64_t oldSize, std::uint64_t newSize) {
         return 2 * HistoryTable::Memory(DifferenceModel::TableBits(oldSize)) +
                HistoryTable::Memory(FreshModel::TableBits(oldSize, newSize));
@@ -40,9 +41,15 @@ struct SegmentModels {
     FreshModel freshBytes;
 };
 
-// Writes or reads a new file as segments, depending on the coder: the same steps serve both, so
-// that the models see the same. As a decoder it throws Error (Damaged) for segments that leave a
-// file. Borrows everything, and starts the models anew.
+// Writes or reads a new file as segments, depending on the coder. One function serves both ways, so
+// that the models cannot learn different things on the two sides.
+//
+// A segment is coded as its place (numbers), one bit for "the copy differs anywhere", then either
+// nothing or one flag for each copied byte with the difference of those that differ, and at last
+// the fresh bytes. A copy that is equal costs a few bits, however long it is.
+//
+// As a decoder it throws Error (Damaged) for segments that leave a file. Borrows everything, and
+// makes the models forget what they learnt before.
 template <typename Coder>
 class SegmentCodec {
 public:
@@ -66,7 +73,7 @@ public:
         }
     }
 
-    // Bytes coded so far that differ or are fresh.
+    // Returns the bytes coded so far that differ or are fresh.
     [[nodiscard]] std::uint64_t Coded() const noexcept { return coded_; }
 
 private:
@@ -77,12 +84,13 @@ private:
         std::uint64_t fresh;
     };
 
-    // An encoder without room need not finish a long segment.
+    // An encoder without room left need not finish a long segment.
     [[nodiscard]] bool Stopped() const {
-        if constexpr (Coder::kDecodes)
+        if constexpr (Coder::kDecodes) {
             return false;
-        else
+        } else {
             return coder_.Full();
+        }
     }
 
     [[nodiscard]] std::uint8_t Expected() const {
@@ -93,7 +101,8 @@ private:
         if constexpr (Coder::kDecodes) new_[newAt_] = byte;
     }
 
-    // As a count of copied bytes, 0 means all that is left, and n + 1 for n.
+    // A count of copied bytes is coded as n + 1, and as 0 for all that is left: the most frequent
+    // case, in which there are no fresh bytes to count either.
     void CodePlace(Place& place) {
         const std::uint64_t left = new_.size() - newAt_;
         const std::uint64_t distance = models_.distance.Code(
@@ -121,8 +130,9 @@ private:
         oldEnd_ = place.oldAt + place.copied;
         if (place.copied == 0) return;
         bool differs = false;
-        if constexpr (!Coder::kDecodes)
+        if constexpr (!Coder::kDecodes) {
             differs = !std::ranges::equal(source, new_.subspan(newAt_, place.copied));
+        }
         differs =
             coder_.Code(differs, std::clamp(models_.differs.Probability(), models::kMinDiffers,
                                             65535U - models::kMinDiffers));
@@ -161,7 +171,7 @@ private:
     ByteView old_;
     NewFile new_;
     std::uint64_t newAt_ = 0;
-    std::uint64_t oldEnd_ = 0;  // of the last copy
+    std::uint64_t oldEnd_ = 0;  // end of the last copy in the old file
     std::uint64_t coded_ = 0;
 };
 

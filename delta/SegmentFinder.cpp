@@ -1,3 +1,7 @@
+// Goes through the new file with one alignment to the old one at a time. As long as it yields equal
+// bytes it is kept; where the index finds a clearly better one, the segment ends. Where between the
+// two the one copy ends and the other begins is decided then, byte by byte, by what each gets
+// right.
 #include "delta/Segment.h"
 
 #include <algorithm>
@@ -7,15 +11,15 @@
 namespace delta {
 namespace {
 
-// An exact match must beat the current alignment by more than this to be worth a segment of its
-// own.
+// An exact match must have more than this many equal bytes more than the current alignment to be
+// worth the place of another segment.
 constexpr std::uint64_t kMinGain = 12;
 
-// Matching bytes that make up for one that differs, when a copy is extended.
+// Equal bytes that make up for one that differs, when a copy is extended.
 constexpr std::int64_t kMismatchCost = 2;
 
-// Rewritten content shorter than this is coded as differences, which costs less than a segment; and
-// it has less than one equal byte in so many.
+// Rewritten content shorter than this is coded as differences, which costs less than a segment. It
+// has fewer equal bytes than one in kMaxEqualShare.
 constexpr std::uint64_t kMinRewritten = 256;
 constexpr std::uint64_t kMaxEqualShare = 16;
 
@@ -47,7 +51,7 @@ public:
     void Run();
 
 private:
-    // `length` equal bytes at these places of the two files.
+    // A run of `length` equal bytes at these places of the two files.
     struct Match {
         std::uint64_t oldAt = 0;
         std::uint64_t newAt = 0;
@@ -55,7 +59,7 @@ private:
     };
 
     [[nodiscard]] std::uint64_t AlignedRun(std::uint64_t newAt) const;
-    // The place of the old file that the current segment aligns with `newAt`.
+    // Returns the place of the old file that the current segment aligns with `newAt`.
     [[nodiscard]] std::uint64_t OldAt(std::uint64_t newAt) const {
         return oldStart_ + (newAt - newStart_);
     }
@@ -79,7 +83,7 @@ private:
     std::uint64_t newStart_ = 0;
 };
 
-// Equal bytes at `newAt` when the current segment continues that far.
+// Returns the equal bytes from `newAt` on if the current segment continues that far.
 std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
     const std::uint64_t oldAt = OldAt(newAt);
     if (oldAt >= old_.size()) return 0;
@@ -87,10 +91,10 @@ std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
                       std::min(old_.size() - oldAt, new_.size() - newAt));
 }
 
-// True if new content of the same length took the place of the old one here, so that nearly all
-// bytes differ. The copy ends before them, and the next one starts after them at the same
-// alignment: extended over them, its score would fall so far that all that follows would count as
-// fresh.
+// Returns whether new content of the same length replaced the old one here, so that nearly all
+// bytes differ. Then the copy ends before them, and the next one begins after them at the same
+// alignment: extended over them, its score would fall so far that everything after them would
+// become fresh.
 bool SegmentFinder::IsRewritten(std::uint64_t from, std::uint64_t to) const {
     if (to - from < kMinRewritten) return false;
     std::uint64_t equal = 0;
@@ -98,7 +102,7 @@ bool SegmentFinder::IsRewritten(std::uint64_t from, std::uint64_t to) const {
     return equal < (to - from) / kMaxEqualShare;
 }
 
-// How many of the bytes of `match` the current segment would get right as well.
+// Returns how many bytes of `match` the current alignment gets right as well.
 std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
     const std::uint64_t oldAt = OldAt(match.newAt);
     if (oldAt >= old_.size()) return 0;
@@ -110,6 +114,8 @@ std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
     return count;
 }
 
+// Returns the longest of the candidates for the bytes at `newAt`, extended backwards as well: with
+// steps between the keys, the index finds a match somewhere in its middle.
 SegmentFinder::Match SegmentFinder::LongestMatch(std::uint64_t newAt) const {
     Match best;
     const std::uint8_t* key = new_.data() + newAt;
@@ -125,7 +131,8 @@ SegmentFinder::Match SegmentFinder::LongestMatch(std::uint64_t newAt) const {
     return best;
 }
 
-// Bytes to copy from the start of the current segment, up to `newEnd`: as long as matching pays.
+// Returns the bytes to copy from the start of the current segment, at most up to `newEnd`: the
+// length with the best score.
 std::uint64_t SegmentFinder::ForwardLength(std::uint64_t newEnd) const {
     const std::uint64_t limit = std::min(newEnd - newStart_, old_.size() - oldStart_);
     std::int64_t score = 0;
@@ -141,6 +148,7 @@ std::uint64_t SegmentFinder::ForwardLength(std::uint64_t newEnd) const {
     return best;
 }
 
+// Returns the bytes before `match` that its copy should include, by the same score.
 std::uint64_t SegmentFinder::BackwardLength(const Match& match) const {
     const std::uint64_t limit = std::min(match.newAt - newStart_, match.oldAt);
     std::int64_t score = 0;
@@ -156,7 +164,8 @@ std::uint64_t SegmentFinder::BackwardLength(const Match& match) const {
     return best;
 }
 
-// How many of the `overlap` bytes that both segments could copy the current one should keep.
+// Returns how many of the `overlap` bytes that both copies would include the current one should
+// keep.
 std::uint64_t SegmentFinder::SplitOverlap(const Match& match, std::uint64_t forward,
                                           std::uint64_t overlap) const {
     const std::uint64_t from = newStart_ + forward - overlap;
@@ -175,6 +184,7 @@ std::uint64_t SegmentFinder::SplitOverlap(const Match& match, std::uint64_t forw
     return best;
 }
 
+// Ends the current segment, and starts the next one at `next`.
 void SegmentFinder::CloseSegment(const Match& next) {
     std::uint64_t forward = ForwardLength(next.newAt);
     std::uint64_t backward = BackwardLength(next);
@@ -199,6 +209,7 @@ void SegmentFinder::AddSegment(std::uint64_t copied, std::uint64_t fresh) {
 }
 
 void SegmentFinder::Run() {
+    // A run this long is not worth a search: no other match would be much better.
     const std::uint64_t goodRun = index_.KeySize() + index_.Step();
     std::uint64_t scan = 0;
     std::uint64_t goodEnd = 0;  // where the last run of equal bytes ended
@@ -228,8 +239,8 @@ void SegmentFinder::Run() {
 void FindSegments(ByteView oldFile, ByteView newFile, const OldIndex& index,
                   std::vector<Segment>& segments) {
     segments.clear();
-    // At once, because growing by doubling would hold up to half as much again. Pages that stay
-    // unused take no memory.
+    // All at once: growing by doubling would hold up to half as much again, and unused pages take
+    // no memory.
     segments.reserve(MostSegments(newFile.size(), index.KeySize()));
     SegmentFinder(oldFile, newFile, index, segments).Run();
 }

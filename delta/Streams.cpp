@@ -10,15 +10,16 @@ namespace {
 
 using Output = std::span<std::uint8_t>;
 
-constexpr std::uint64_t kPieceSize = 1U << 14;
-constexpr std::uint64_t kWorthPacking = 32;
-constexpr std::size_t kMaxStreamHead = 24;
+constexpr std::uint64_t kPieceSize = 1U << 14;  // bytes decoded at a time
+constexpr std::uint64_t kWorthPacking = 32;     // LZMA makes smaller streams longer
+constexpr std::size_t kMaxStreamHead = 24;      // two numbers of up to 10 bytes, and the shape
 
 std::uint64_t DictionarySize(std::uint64_t streamSize) {
     return std::min(streamSize, kMaxStreamDictionary);
 }
 
-// One of the streams, as WriteStreams does.
+// Writes one of the streams, as WriteStreams does. The packed bytes are written first, after room
+// for the largest head, since the head holds their number.
 std::optional<std::size_t> WriteStream(const Pieces& stream, LzmaShape shape, Output room) {
     std::optional<std::size_t> packed;
     if (stream.size >= kWorthPacking && room.size() > kMaxStreamHead) {
@@ -72,14 +73,16 @@ SegmentStreams::SegmentStreams(ByteView oldFile, ByteView newFile,
 }
 
 std::uint64_t SegmentStreams::Memory(std::uint64_t newSize, std::size_t keySize) {
-    // Three numbers and a view a segment, and room to grow by doubling.
+    // Three numbers and a view for each segment, and room to grow by doubling.
     constexpr std::uint64_t kPerSegment = 2 * (3 * 5 + sizeof(ByteView));
-    // At most a third of the copied bytes differ, or a copy would have ended; each takes two bytes.
+    // At most a third of the copied bytes differ, or the copy would have ended; each takes a gap
+    // and a value.
     return 2 * newSize + MostSegments(newSize, keySize) * kPerSegment +
            PackLzmaMemory(DictionarySize(newSize));
 }
 
 std::optional<std::size_t> WriteStreams(const SegmentStreams& streams, Output room) {
+    // Numbers have no alignment; content often has one of four bytes.
     constexpr LzmaShape kNumbers{.lc = 3, .lp = 0, .pb = 0};
     constexpr LzmaShape kContent{.lc = 3, .lp = 0, .pb = 2};
     std::size_t used = 0;

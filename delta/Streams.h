@@ -7,31 +7,33 @@
 
 namespace delta {
 
-// Segments as bytes, for a general packer. The files stay borrowed.
+// Segments as streams of bytes for a general packer, which does best with bytes of one kind
+// together. Borrows the files.
 struct SegmentStreams {
     SegmentStreams(ByteView oldFile, ByteView newFile, std::span<const Segment> segments);
 
-    // Upper bound of the bytes that these streams, and packing them, take.
+    // Returns an upper bound of the bytes that these streams, and packing them, take.
     static std::uint64_t Memory(std::uint64_t newSize, std::size_t keySize);
 
     ByteBuffer control;  // a segment: distance from the last copy's end in the old file, sign
                          // folded; bytes to copy; fresh bytes
     ByteBuffer gaps;     // for each differing byte: bytes copied unchanged since the one before
     ByteBuffer values;   // for each differing byte: new minus old, modulo 256
-    Pieces fresh;        // as views of the new file
+    Pieces fresh;        // views of the new file
 };
 
-// Writes the streams to the front of `room`, one after another: each its size, and either its bytes
-// or an LZMA stream of them, whichever is shorter. The bytes written, or nothing when they do not
-// fit.
+// Writes the streams to the front of `room`, one after another: the size of each, and either its
+// bytes or an LZMA stream of them, whichever is shorter. Returns the bytes written; nullopt if they
+// do not fit.
 [[nodiscard]] std::optional<std::size_t> WriteStreams(const SegmentStreams& streams,
                                                       std::span<std::uint8_t> room);
 
-// Upper bound of the bytes that readers of a diff's four streams take, whatever the diff declares.
+// Returns an upper bound of the bytes that the readers of a diff's four streams take, whatever the
+// diff declares.
 [[nodiscard]] std::uint64_t StreamReadersMemory();
 
-// Reads one of these streams from front to back without holding more of it than a dictionary.
-// Throws Error (Damaged) when it ends too early or does not decode.
+// Reads one of these streams from front to back, and holds no more of it than a dictionary. Throws
+// Error (Damaged) if it ends too early or does not decode.
 class StreamReader {
 public:
     // Takes the stream off the front of `payload`, which stays borrowed.
@@ -46,11 +48,11 @@ public:
 private:
     void Refill();
 
-    std::uint64_t unread_ = 0;  // bytes of the stream that are in neither `piece_` nor the past
-    ByteView stored_;
-    std::optional<LzmaReader> packed_;
-    ByteBuffer buffer_;
-    ByteView piece_;
+    std::uint64_t unread_ = 0;          // bytes of the stream after `piece_`
+    ByteView stored_;                   // all of it, if it is not packed
+    std::optional<LzmaReader> packed_;  // its decoder, if it is
+    ByteBuffer buffer_;                 // decoded bytes
+    ByteView piece_;                    // the rest of what is at hand
 };
 
 }  // namespace delta

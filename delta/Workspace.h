@@ -10,14 +10,15 @@
 
 namespace delta {
 
-// What a Workspace holds. Each part forgets what it knew when it is used for another pair.
+// The parts of a Workspace. Each forgets its content when it is used for another pair, and keeps
+// its memory.
 struct Workspace::Parts {
     OldIndex index;
     std::vector<Segment> segments;
     SegmentModels models;
     Zstd zstd;
-    Buffer best;     // the smallest diff so far; the result of MakeDelta in the end
-    Buffer trial;    // the one that is being tried
+    Buffer best;     // the smallest diff so far, at last the result of MakeDelta
+    Buffer trial;    // the diff that is being tried
     Buffer applied;  // the result of ApplyDelta
 };
 

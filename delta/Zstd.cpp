@@ -11,7 +11,8 @@
 namespace delta {
 namespace {
 
-// Long-distance matching pays from here on; below, the plain match finder sees the whole window.
+// Long-distance matching pays from windows of this size on; the plain match finder searches smaller
+// ones as a whole.
 constexpr int kLongDistanceLog = 24;
 
 std::size_t Checked(std::size_t result) {
@@ -34,9 +35,10 @@ void Zstd::Free::operator()(ZSTD_DCtx_s* context) const noexcept { ZSTD_freeDCtx
 
 std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level,
                                       std::span<std::uint8_t> room) {
-    if (packer_ == nullptr) packer_.reset(ZSTD_createCCtx());
+    if (!packer_) packer_.reset(ZSTD_createCCtx());
     ZSTD_CCtx* context = packer_.get();
     if (context == nullptr) throw std::bad_alloc();
+    // The window must reach back to the start of the prefix: moved content lies anywhere in it.
     const int windowLog = WindowLog(std::uint64_t{input.size()} + prefix.size());
     Checked(ZSTD_CCtx_reset(context, ZSTD_reset_session_and_parameters));
     Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, level));
@@ -56,20 +58,21 @@ std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level
 }
 
 std::uint64_t Zstd::PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize, int level) {
-    // What libzstd adds for block buffers and its own needs; more than it was seen to take.
+    // Covers block buffers and other needs of libzstd; more than it was seen to take.
     constexpr std::uint64_t kSlack = 1U << 19;
     const int windowLog = WindowLog(inputSize + prefixSize);
     ZSTD_compressionParameters parameters =
         ZSTD_getCParams(level, std::max<std::uint64_t>(inputSize, 1), prefixSize);
     parameters.windowLog = static_cast<unsigned>(windowLog);
     std::uint64_t size = kSlack + Checked(ZSTD_estimateCCtxSize_usingCParams(parameters));
-    // Its table has 8 bytes for each 128 of the window, and a byte for each 8 of those entries.
+    // The table for long distances has 8 bytes for each 128 of the window, and a byte for each 8 of
+    // these entries.
     if (windowLog >= kLongDistanceLog) size += std::uint64_t{9} << (windowLog - 7);
     return size;
 }
 
 void Zstd::Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out) {
-    if (unpacker_ == nullptr) unpacker_.reset(ZSTD_createDCtx());
+    if (!unpacker_) unpacker_.reset(ZSTD_createDCtx());
     ZSTD_DCtx* context = unpacker_.get();
     if (context == nullptr) throw std::bad_alloc();
     Checked(ZSTD_DCtx_reset(context, ZSTD_reset_session_and_parameters));
@@ -78,8 +81,9 @@ void Zstd::Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out)
     Checked(ZSTD_DCtx_refPrefix(context, prefix.data(), prefix.size()));
     const std::size_t size =
         ZSTD_decompressDCtx(context, out.data(), out.size(), packed.data(), packed.size());
-    if (ZSTD_isError(size) != 0 || size != out.size())
+    if (ZSTD_isError(size) != 0 || size != out.size()) {
         ThrowDamaged("its zstd frame does not decode");
+    }
 }
 
 std::uint64_t Zstd::MemoryHeld() const noexcept {

@@ -5,7 +5,7 @@
 
 #include "delta/Bytes.h"
 
-// What of libzstd is kept from one diff to the next; its own type, to keep its headers out.
+// libzstd's contexts, declared here to keep its headers out.
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
 
@@ -20,16 +20,18 @@ public:
     Zstd(const Zstd&) = delete;
     Zstd& operator=(const Zstd&) = delete;
 
-    // Writes a frame of `input` with `prefix` before it to the front of `room`: without magic,
-    // check and size. Returns the bytes written, or nothing when `room` is too small.
+    // Writes a frame of `input`, as content that follows `prefix`, to the front of `room`. It has
+    // no magic, check and size, which the diff has already. Returns the bytes written; nullopt if
+    // `room` is too small.
     [[nodiscard]] std::optional<std::size_t> Pack(ByteView input, ByteView prefix, int level,
                                                   std::span<std::uint8_t> room);
 
-    // Bytes that the context takes to pack at this level; an estimate that errs upwards.
+    // Returns the bytes that the context takes to pack at this level; an estimate that errs
+    // upwards.
     static std::uint64_t PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize, int level);
 
-    // Fills `out` with what Pack packed. Throws Error (Damaged) when the frame holds anything else
-    // than out.size() bytes. Takes a fixed amount of memory.
+    // Fills `out` with the content of a frame. Throws Error (Damaged) unless it has out.size()
+    // bytes. Takes a fixed amount of memory.
     void Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out);
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept;
