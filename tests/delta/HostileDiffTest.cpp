@@ -8,7 +8,7 @@ namespace {
 constexpr Method kMethods[] = {Method::Stored, Method::Modelled, Method::Streams,
                                Method::ZstdAfter};
 
-// A short pair with a difference, a cut and bytes of its own.
+// A short pair with a difference, a cut and fresh bytes.
 class HostileDiff : public testing::Test {
 protected:
     HostileDiff() {

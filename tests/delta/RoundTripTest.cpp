@@ -18,7 +18,7 @@ ByteBuffer Insert(ByteBuffer bytes, std::size_t at, const ByteBuffer& piece) {
     return bytes;
 }
 
-// The same length, other bytes from `from` on.
+// Returns the same length with other bytes from `from` on.
 ByteBuffer Rewritten(ByteBuffer bytes, std::size_t from, std::size_t count) {
     std::ranges::copy(Noise(count, 77), bytes.begin() + static_cast<std::ptrdiff_t>(from));
     return bytes;

@@ -93,7 +93,7 @@ ByteBuffer WithPayload(ByteView oldFile, std::size_t newSize, Method method, Byt
 
 ByteBuffer Declaring4GiB(ByteView oldFile, Method method, ByteView payload) {
     ByteBuffer diff = WithPayload(oldFile, 0, method, payload);
-    // The size, in one byte here, stands between the magic with the old size and the checks.
+    // The size, one byte here, follows the magic and the old size.
     const ByteBuffer size{0xee, 0xff, 0xff, 0xff, 0x1f};
     diff.erase(diff.begin() + 3);
     diff.insert(diff.begin() + 3, size.begin(), size.end());

@@ -18,7 +18,7 @@ ByteBuffer Edited(ByteBuffer bytes, std::size_t step) {
     return Join(std::move(bytes), Config(90, 9));
 }
 
-// Every method, large and small in turns.
+// Every method, with large and small pairs in turns.
 std::vector<Pair> Pairs() {
     const ByteBuffer echo = Noise(90'000, 1);
     return {

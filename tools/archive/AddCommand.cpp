@@ -90,6 +90,7 @@ const char* AddCommand::Add(const ToolFileRecord& record) {
     const std::uint32_t size = record.entry.size;
     std::printf("Add: %5uk      /%5uk .. %-50.50s ", 0U, record.entry.storedSize >> 10,
                 name.c_str());
+    // A small file is read at once, so that nothing needs to be kept from writing to it afterwards.
     platform::FileHandle source;
     const auto share =
         size <= Buffer().size() ? platform::Share::CheckOnly : platform::Share::DenyWrite;
@@ -97,20 +98,20 @@ const char* AddCommand::Add(const ToolFileRecord& record) {
                      share)) {
         return "Cannot open input file";
     }
-    // An entry's size stops at this limit, whatever the file's is.
+    // The size of an entry has 32 bits: a larger file has this one as well.
     if (size == archive::kMaxArchiveSize &&
         source.Length() > std::int64_t{archive::kMaxArchiveSize}) {
         return "Input file has 4 GiB or more";
     }
     const auto start = Buffer().first(std::min<std::size_t>(size, Buffer().size()));
     if (!ReadWhole(source, start)) return kCannotReadInput;
-    // Stored plain, a stream would be read as what it holds.
+    // Stored plain, a compressed stream would be read as its content.
     const bool isStream = start.size() >= archive::kStreamHeaderSize &&
                           archive::IsStreamMark(start.first(archive::kStreamHeaderSize));
     const bool compress = isStream || (compress_ && size > kLargestPlainMember);
     Progress().SetTotal(size);
-    // Larger files go through a temporary file, so that one that cannot be read to its end changes
-    // nothing.
+    // Larger files pass through a temporary file, so that one that cannot be read to its end leaves
+    // the archive as it is.
     const bool atOnce = start.size() == size && Target().Archive() != nullptr;
     const char* problem = atOnce ? AddAtOnce(name.c_str(), size, compress)
                                  : AddInPieces(source, name.c_str(), size, compress);

@@ -9,8 +9,8 @@
 
 namespace Vorn {
 
-// Members appear in the archive in batches. At most one object at a time: the archive writer's
-// progress hook is process-wide.
+// Members appear in the archive in batches. One object at a time: the archive writer's progress
+// hook is process-wide.
 class AddCommand final : public ArchiveCommand {
 public:
     explicit AddCommand(const Context& context);
@@ -21,16 +21,17 @@ public:
     void End() override;
 
 private:
-    // Each returns null, or what went wrong with the file.
+    // Each returns null, or the reason why the file was not added.
     [[nodiscard]] const char* Add(const ToolFileRecord& record);
-    // Adds a file that fits the buffer, where all of its content is.
+    // Adds a file whose whole content is in the buffer.
     [[nodiscard]] const char* AddAtOnce(const char* name, std::uint32_t size, bool compress);
-    // Adds a larger file, of which the buffer has the beginning.
+    // Adds a larger file, whose beginning is in the buffer.
     [[nodiscard]] const char* AddInPieces(platform::FileHandle& source, const char* name,
                                           std::uint32_t size, bool compress);
     [[nodiscard]] const char* WriteProblem() const;
     void ShowCopied(std::uint32_t bytes) const;
-    // Reports members of earlier files that could not be written; `name` has been reported.
+    // Reports members of earlier files that could not be written, except `name`, whose own line has
+    // the error.
     void ReportLost(std::string_view name) const;
 
     const bool compress_;

@@ -1,4 +1,5 @@
-// The base of VArchive's commands: each works on the files of one command line, one by one.
+// The base of VArchive's commands: an object for each command line, which processes its files one
+// by one.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +21,7 @@ public:
         const ToolCommand& line;
         TargetMount& target;
         FileProgress& progress;
-        std::span<std::byte> buffer;  // all content passes through it
+        std::span<std::byte> buffer;  // for content; one for the whole run
     };
 
     explicit ArchiveCommand(const Context& context) : context_(context) {}
@@ -30,14 +31,14 @@ public:
 
     // Prepares the command. Returns false, with the reason reported, if no file can be processed.
     [[nodiscard]] virtual bool Begin() { return true; }
-    // Processes one file. What goes wrong with it is printed and noted; the command continues.
+    // Processes one file. Errors are printed and noted, and the command continues.
     virtual void Process(const ToolFileRecord& record) = 0;
-    // Finishes what Process left unfinished.
+    // Completes what Process left for later.
     virtual void End() {}
 
 protected:
-    // Runs `work`, which returns null or what went wrong, and prints that, or the FileEx it throws,
-    // as the file's error.
+    // Runs `work`, which returns null or the reason of its failure. Prints that, or the FileEx that
+    // it throws, as the file's error.
     template <typename Work>
     void Attempt(const char* lineEnd, const Work& work) {
         try {

@@ -31,11 +31,12 @@ const char* ArgumentFile::NextLine() {
     const std::uint32_t start = file_.Tell();
     const std::uint32_t stored =
         swapped_ ? ReadSwappedLine() : file_.ReadLine(line_.data(), kLineSize);
+    // The line in memory shows what was kept, and the position what was read.
     cut_ = file_.Tell() - start >= (stored + 1) * unit;
     return stored == 0 ? nullptr : line_.data();
 }
 
-// File::ReadLine for the other byte order.
+// Does the same as File::ReadLine, which reads UTF-16 with the low byte first, for the other order.
 std::uint32_t ArgumentFile::ReadSwappedLine() {
     std::uint32_t stored = 0;
     std::array<unsigned char, 2> bytes{};

@@ -1,5 +1,5 @@
-// The lines of an argument file, each a command line: 8-bit text, or UTF-16 of either byte order
-// with its mark, of which lines come in the ANSI code page. The mark of UTF-8 is passed over. A
+// The lines of an argument file, each a command line. The file is 8-bit text, or UTF-16 with a
+// byte-order mark, whose lines are converted to the ANSI code page. A UTF-8 mark is skipped. A
 // compressed file is read as its content.
 #pragma once
 
@@ -12,14 +12,15 @@ namespace Vorn {
 
 class ArgumentFile {
 public:
-    // False for a file that cannot be read, and for one of 4 GiB or more.
+    // Opens the file. False if it cannot be read or has 4 GiB or more.
     [[nodiscard]] bool Open(const char* name);
 
-    // The next line, its end included, until the one after it; null at the end of the file.
+    // Returns the next line, its end included; null at the end of the file. Valid until the next
+    // call.
     [[nodiscard]] const char* NextLine();
-    // Whether the line had more bytes than the 1,022 that are kept.
+    // Returns whether the line had more than the 1,022 bytes that are kept.
     [[nodiscard]] bool LineWasCut() const { return cut_; }
-    // At the end: whether it was the file's, and not where reading failed.
+    // Returns, after the last line, whether that was the end of the file and not a read error.
     [[nodiscard]] bool WasReadWhole() const { return !file_.ReadFailed(); }
 
 private:

@@ -48,7 +48,7 @@ bool ExtractCommand::MayWait(const ToolFileRecord& record) const {
     return mayWait_ && record.entry.size <= kMostWaiting;
 }
 
-// -p is part of a destination twice; with ".." in it the two may be different folders.
+// The value of -p is in a destination twice; with ".." in it these may be two folders.
 std::vector<std::string> ExtractCommand::NamedFolders() const {
     if (!prefix_) return {""};
     PathBuffer folder = WithoutExtension(*prefix_);
@@ -109,7 +109,7 @@ const char* ExtractCommand::Extract(const ToolFileRecord& record, ExtractedFile&
         problem = Begin(path.View(), file);
     }
     if (problem) return problem;
-    if (member.Size() != entry.size) Warn(file, "not the size that is listed");
+    if (member.Size() != entry.size) Warn(file, " does not have the size that the index lists");
     return MayWait(record) ? Load(member, file) : Copy(member, file);
 }
 
@@ -161,11 +161,11 @@ const char* ExtractCommand::Place(ExtractedFile& file) const {
 void ExtractCommand::CheckSum(ExtractedFile& file, std::uint32_t sum) {
     // A check sum of 0 means that none was recorded.
     const std::uint32_t recorded = file.record->entry.crc;
-    if (recorded != 0 && sum != recorded) Warn(file, "damaged, its check sum is another one");
+    if (recorded != 0 && sum != recorded) Warn(file, " is damaged: its check sum does not match");
 }
 
 void ExtractCommand::Warn(ExtractedFile& file, const char* what) {
-    file.warnings.push_back(std::string(what) + ": " + file.record->Path().c_str());
+    file.warnings.push_back(file.record->Path().c_str() + std::string(what));
 }
 
 void ExtractCommand::ShowCopied(std::uint32_t bytes, std::uint32_t size) const {

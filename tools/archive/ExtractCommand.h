@@ -23,7 +23,7 @@ public:
     void Process(const ToolFileRecord& record) override;
 
 private:
-    // Each returns null, or what went wrong with the member.
+    // Each returns null, or the reason why the member was not extracted.
     [[nodiscard]] const char* Extract(const ToolFileRecord& record, ExtractedFile& file);
     [[nodiscard]] const char* Begin(std::string_view path, ExtractedFile& file);
     // Reads a small member; Place writes it.
@@ -43,8 +43,8 @@ private:
     const std::optional<String> prefix_;
     Destination destination_;
     PlacingQueue queue_;
-    // A target that is a folder may be what is written to: each file must be there before the next
-    // is read.
+    // False if each file must exist before the next is read, as when the target is a folder, which
+    // may be the one that is written to.
     const bool mayWait_;
 };
 

@@ -9,10 +9,10 @@ class FileProgress {
 public:
     // Sets the size of the file being added, in bytes.
     void SetTotal(std::uint32_t bytes) { total_ = bytes; }
-    // Ends the file's line; the next file's time starts now.
+    // Ends the file's line, and starts the time of the next file.
     void FinishFile();
 
-    // Prints how much of a member has been written, at most every 200 ms. The long form has the
+    // Prints how much of a member was written so far, at most every 200 ms. The long form adds the
     // speed.
     void ShowWritten(std::uint32_t bytesConsumed, std::uint32_t bytesWritten, bool longForm);
 
@@ -20,8 +20,8 @@ public:
     static void ShowNow();
 
 private:
-    std::uint32_t startTime_ = 0;   // milliseconds: when the file before was finished
-    std::uint32_t lastReport_ = 0;  // milliseconds from then to the last progress line
+    std::uint32_t startTime_ = 0;   // when the file before was finished, in milliseconds
+    std::uint32_t lastReport_ = 0;  // the last progress line, in milliseconds after startTime_
     std::uint32_t total_ = 0;
 };
 

@@ -17,9 +17,9 @@ using Arguments = std::vector<std::string>;
 
 constexpr const char* kName = "VArchive";
 
-// Returns one command line, each argument in double quotes, so that blanks and length do not
-// matter. Nothing when an argument is empty or holds a double quote or a line end: it would become
-// another one.
+// Returns one command line, each argument in double quotes, so that blanks in it and its length do
+// not matter. nullopt if an argument is empty or contains a double quote or a line end, which would
+// change it.
 [[nodiscard]] std::optional<std::string> JoinArguments(const Arguments& arguments) {
     std::string line;
     for (const std::string& argument : arguments) {
@@ -30,15 +30,15 @@ constexpr const char* kName = "VArchive";
     return line;
 }
 
-// Returns the kernel's options among the arguments as option text: in quotes they do not read as
-// such. It says that there is no log file unless they, or the options loaded for this program, name
-// one.
+// Returns the kernel's options among the arguments as option text: in the quotes of the command
+// line they would not be recognised. There is no log file unless these options, or those loaded for
+// this program, name one.
 [[nodiscard]] std::string OptionText(const Arguments& arguments) {
     Vorn::OptionList loaded;
     Vorn::LoadOptions(loaded, kName, nullptr);
     Vorn::String logFile;
     Vorn::GetOptionString(loaded, "LogFile", logFile, "");
-    // Either quote ends a quoted value, and without one an empty value takes the next option.
+    // Either kind of quote ends a quoted value, and an unquoted empty value takes the next option.
     const bool hasQuote = logFile.View().find_first_of("\"'") != std::string_view::npos;
     const char* quote = hasQuote ? "" : "\"";
     std::string text = std::string("-LogFile=") + quote + logFile.Text() + quote;
@@ -54,15 +54,16 @@ int Fail(const char* problem) {
     return 1;
 }
 
-// The tool's lines are its result: they must have got out.
+// The lines are the tool's result: a run whose lines were lost has failed.
 int Finish(bool good) {
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) return Fail("cannot print all lines");
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        return Fail("cannot write all lines to standard output");
     return good ? 0 : 1;
 }
 
 int RunTool(const Arguments& arguments) {
     const auto line = JoinArguments(arguments);
-    if (!line) return Fail("an argument is empty, or holds a double quote or a line end");
+    if (!line) return Fail("an argument is empty, or contains a double quote or a line end");
     Vorn::VArchive tool;
     tool.Init(Vorn::VArchive::kFlags);
     const std::string options = OptionText(arguments);

@@ -6,7 +6,7 @@
 namespace Vorn {
 namespace {
 
-constexpr std::size_t kSearchLimit = 8192;
+constexpr std::size_t kSearchLimit = 8192;  // fixed
 
 [[nodiscard]] String Part(std::string_view text) {
     String part;

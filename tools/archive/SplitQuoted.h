@@ -10,9 +10,9 @@
 namespace Vorn {
 
 // Fills `parts` and returns their number. Any byte of `delimiters` ends a part, and so does
-// `quote`: what stands between two quotes is a part of its own, unless it is empty. A quote without
-// its partner drops the rest of the text. An unquoted part that reaches byte 8,192 of the text
-// takes all that is left.
+// `quote`: the text between two quotes is a separate part, unless it is empty. A quote without its
+// partner drops the rest of the text. An unquoted part that reaches byte 8,192 of the text takes
+// all of the rest.
 std::size_t SplitQuoted(std::string_view text, std::string_view delimiters, char quote,
                         std::vector<String>& parts);
 

@@ -9,7 +9,7 @@
 namespace Vorn {
 namespace {
 
-// Returns whether there was no archive and this created it.
+// Returns whether this created the archive.
 [[nodiscard]] bool Mount(const InternedString& name, const char* path, bool forReading) {
     const bool existed = platform::Exists(path);
     try {

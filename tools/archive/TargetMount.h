@@ -1,4 +1,4 @@
-// The archive under work, mounted for a scope.
+// The archive that a tool works on, mounted for a scope.
 #pragma once
 
 #include <memory>
@@ -13,22 +13,22 @@ inline constexpr const char* kTargetMountName = "_ToolArc_";
 
 class TargetMount {
 public:
-    // Mounts `path` under `name`: writable, so that a missing archive is created. One that exists
-    // and cannot be written to is mounted for reading when `forReading`. A mount of that name that
-    // is there already is used, and left to who made it. Throws FileEx, which names it, when the
-    // archive can be neither opened nor created.
+    // Mounts `path` under `name` for writing, so that a missing archive is created. With
+    // `forReading`, an existing one that cannot be written to is mounted for reading. An existing
+    // mount of that name is used instead, and not unmounted. Throws FileEx, which names the path,
+    // if the archive can be neither opened nor created.
     TargetMount(const InternedString& name, const char* path, bool forReading);
     ~TargetMount();
     TargetMount(const TargetMount&) = delete;
     TargetMount& operator=(const TargetMount&) = delete;
 
-    // Whether there was none and this created it.
+    // Returns whether this created the archive.
     [[nodiscard]] bool WasCreated() const { return wasCreated_; }
 
     // Returns the mounted archive; null for a target that is mounted as a folder.
     [[nodiscard]] FileSubArchive* Archive() const { return archive_.get(); }
 
-    // Whether the target's members can be read: false for a file that is not an archive.
+    // Returns whether the target's members can be read; false for a file that is not an archive.
     [[nodiscard]] bool IsReadable() const;
 
 private:

@@ -1,4 +1,4 @@
-// The course of one command line.
+// Runs one command line: parse, mount the target, find the files, execute.
 #include "tools/archive/Tool.h"
 
 #include <cstdio>
@@ -60,7 +60,7 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
         return false;
     }
     Tool::ParseSwitches(command);
-    // Mounted for the search and the command alike: the index is read once.
+    // One mount serves the search and the command, so that the index is read once.
     std::optional<TargetMount> mount;
     if (command.searchTarget && !command.target.IsNull()) {
         mount.emplace(searchMount, command.target.Text(), true);
@@ -68,12 +68,12 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
         FileSubArchive* archive = mount->Archive();
         if (archive != nullptr && archive->LacksIndex()) {
             ReportProblem(command.target.Text() +
-                          std::string(" was cut or damaged: the index that its header promises is "
-                                      "not there; members may be missing"));
+                          std::string(" was cut or damaged: the index that its header names is "
+                                      "missing, and members may be missing too"));
         }
         if (mount->WasCreated()) {
             ReportProblem(std::string("there was no archive ") + command.target.Text() +
-                          "; an empty one was made");
+                          "; an empty one was created");
         }
     }
     BuildFileList(command);
@@ -122,7 +122,7 @@ void Tool::ReportProblem(const std::string& text) {
 }
 
 void Tool::Warn(const std::string& text) const {
-    std::fflush(stdout);
+    std::fflush(stdout);  // keeps the lines of both streams in order where they share a terminal
     std::fprintf(stderr, "%s: %s\n", appName_.Text(), text.c_str());
 }
 

@@ -1,30 +1,32 @@
-// The base of the kernel's console tools: takes one command line apart, finds the files that it
-// names, on disk or in an archive, and hands them to the derived tool one by one.
+// The base of the kernel's console tools: parses one command line, finds the files that it names,
+// on disk or in an archive, and hands them to the derived tool one by one.
 //
 //   {-switches} command target {paths}      a path: {folder}wildcards{;wildcards}
 //
-// "@file" before the command runs every line of a file as a command line of its own, with the
-// switches given so far. Line after line runs, whether those before it failed or not.
+// "@file" before the command runs each line of a file as a separate command line, with the switches
+// given so far. All lines run, whether or not an earlier one failed.
 //
-// Use: construct, Init, Startup, Run, Shutdown. The lines of a tool go to standard output. What a
-// tool has no line for goes to standard error and is remembered by AnyFailed.
+// Use: construct, Init, Startup, Run, Shutdown. A tool's fixed lines go to standard output.
+// Problems that none of them can report go to standard error and make AnyFailed true.
 //
 // Decided here, where it was open:
-// - Between the value of -p and the first folder kept behind it stands a separator.
-// - An argument file that names itself, directly or through others, cannot be opened; neither can
-//   one that is nested in 64 others.
+// - A separator comes between the value of -p and the first folder kept after it.
+// - An argument file that names itself, directly or through others, cannot be opened, nor can one
+//   that is nested in 64 others.
 // - A folder that leads back into one above it (a link) is not searched again.
-// - Of names in one folder that differ in letter case only, the first in byte order is taken; the
-//   others are reported. So is a name on disk that holds '\' or ':', which no path can name.
-// - Of a member and a folder of one name in an archive, the search sees one; the other is reported.
-// - An archive that was missing when its members are searched, and a target that is none, are
-//   reported.
-// - An archive whose promised index is not there, as after a cut, is reported when its members are
-//   searched; those that can be found are found.
+// - Of names in one folder that differ only in letter case, the first in byte order is taken and
+// the
+//   others are reported. So is a name on disk that contains '\' or ':', which no path can name.
+// - Of a member and a folder of the same name in an archive, the search finds one and reports the
+//   other.
+// - If the archive is missing when its members are searched, or the target is not an archive, this
+//   is reported.
+// - An archive whose header names an index that is missing, as after a cut, is reported when its
+//   members are searched. All members that can be found are found.
 // - A line without a target finds no members.
-// - Folders named "." and ".." in an archive are not searched, as on disk, and reported.
+// - Folders named "." and ".." in an archive are not searched, as on disk, but reported.
 //
-// A FileEx that mounting the target raises reaches the caller of Run. One thread.
+// Run passes on the FileEx of a target that cannot be mounted. One thread.
 #pragma once
 
 #include <cstdint>
@@ -49,8 +51,8 @@ public:
     static constexpr std::uint32_t kExpectTarget = 2;
     static constexpr std::uint32_t kSearchTarget = 4;  // not for the command word "a"
 
-    // `switches`: the letters that the derived tool takes beside those of this class. Others are
-    // named on standard error and change nothing.
+    // `switches` are the letters that the derived tool takes beside those of this class. Others are
+    // reported on standard error and change nothing.
     explicit Tool(std::string_view switches = {});
     Tool(const Tool&) = delete;
     Tool& operator=(const Tool&) = delete;
@@ -58,8 +60,8 @@ public:
     // The operations of a tool, in slot order.
     virtual void Init(std::uint32_t flags);
     virtual void Shutdown();
-    // Loads the options, starts the log with its lines on standard output too, and the resource
-    // system. `commandLine` is kept, not copied. `extraOptions`, which may be null, are read last.
+    // Loads the options and starts the resource system and the log, which writes to standard output
+    // as well. Borrows `commandLine`. `extraOptions`, which may be null, are read last.
     [[nodiscard]] virtual bool Startup(const char* commandLine, const char* appName,
                                        const char* extraOptions);
     [[nodiscard]] virtual bool Run();
@@ -70,15 +72,15 @@ public:
     virtual void ParseSwitches(ToolCommand& command);
     virtual ~Tool();
 
-    // Whether a file, folder or argument that a command line names could not be dealt with whole,
-    // also where Run was true.
+    // Returns whether any file, folder or argument of a command line could not be processed
+    // completely; that can be so although Run returned true.
     [[nodiscard]] bool AnyFailed() const { return anyFailed_; }
 
     // For the commands of a tool: makes AnyFailed true.
     void NoteFailure() { anyFailed_ = true; }
-    // Does the same and prints a line on standard error.
+    // Makes AnyFailed true and prints a line on standard error.
     void ReportProblem(const std::string& text);
-    // Reports a target that is not an archive, or cannot be read.
+    // Reports a target that is not an archive or cannot be read.
     void CheckReadable(const TargetMount& mount, const String& target);
 
 private:
@@ -105,7 +107,6 @@ private:
     [[nodiscard]] bool EnterFolder(const ToolCommand& command, const std::string& folder);
     [[nodiscard]] std::shared_ptr<const Listing> List(const ToolCommand& command,
                                                       const std::string& folder);
-    void ReportLeftOut(const std::string& path, const std::string& why);
     void ReportPassedOver(const Wanted& wanted, const Listing& listing);
 
     [[nodiscard]] bool KnowsSwitch(std::string_view token) const;
@@ -118,8 +119,8 @@ private:
     ToolCommand command_;
     String appName_;
     bool anyFailed_ = false;
-    std::vector<std::string> argumentFiles_;               // open now, the outermost first
-    std::shared_ptr<const Listing> listing_;               // of the folder listed last
+    std::vector<std::string> argumentFiles_;  // open now, the outermost first
+    std::shared_ptr<const Listing> listing_;  // of the folder listed last: paths often share one
     std::vector<platform::FileIdentity> searchedFolders_;  // on disk, the outermost first
 };
 

@@ -1,7 +1,8 @@
-// The state of one command line of a tool: its parts, what they ask for, and the files they name.
+// The state of one command line of a tool: its parts, the settings that they make, and the files
+// that they name.
 //
-// Copies are independent: an argument file runs each of its lines on a copy of the state in which
-// it was named.
+// Copies are independent: an argument file runs each of its lines on a copy of the state at the
+// place that names the file.
 #pragma once
 
 #include <cstddef>
@@ -16,11 +17,11 @@
 
 namespace Vorn {
 
-// A file that a path argument found.
+// A file that matches a path argument.
 struct ToolFileRecord {
     archive::FindEntry entry;
-    String directory;  // where it was found; never empty: ".\" stands for no folder
-    String prefix;     // the folder it goes to; the same
+    String directory;  // where it was found; never empty: ".\" means no folder
+    String prefix;     // the folder that it goes to; never empty either
 
     // Returns the path under which it was found.
     [[nodiscard]] PathBuffer Path() const;
@@ -51,13 +52,13 @@ struct ToolCommand {
     void TakeSwitch(std::string_view token);
 
     [[nodiscard]] bool HasSwitch(char letter) const { return switches.contains(letter); }
-    // "" for a switch that was not given; the same for settings.
+    // Returns "" for a switch that was not given; SettingValue does the same.
     [[nodiscard]] const char* SwitchValue(char letter) const;
     [[nodiscard]] bool HasSetting(const char* name) const { return settings.contains(name); }
     [[nodiscard]] const char* SettingValue(const char* name) const;
 };
 
-// Whether `text` matches one of the wildcard lists.
+// Returns whether `text` matches one of the wildcard lists.
 [[nodiscard]] bool MatchesAny(const std::vector<String>& list, std::string_view text);
 
 }  // namespace Vorn

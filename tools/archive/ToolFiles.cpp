@@ -1,4 +1,4 @@
-// Finding the files that the path arguments name.
+// Finds the files that the path arguments name.
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -25,7 +25,7 @@ constexpr const char* kNoFolder = ".\\";
     return folder.empty() ? String(kNoFolder) : String(std::string(folder).c_str());
 }
 
-// What stands behind `base` in `folder`, component by component.
+// Returns the components of `folder` after those that it shares with `base`.
 [[nodiscard]] std::vector<String> FoldersBelow(const std::string& folder, const std::string& base) {
     std::vector<String> below;
     std::vector<String> shared;
@@ -51,7 +51,7 @@ constexpr const char* kNoFolder = ".\\";
 
 [[nodiscard]] std::string ChildFolder(const std::string& folder, std::string_view name) {
     std::string child = folder;
-    // A folder without a name stands between two separators.
+    // A folder with an empty name is written as two separators in a row.
     if (name.empty() || (!child.empty() && !IsSeparator(child.back()))) child += '/';
     return child.append(name);
 }
@@ -80,11 +80,11 @@ constexpr const char* kNoFolder = ".\\";
 struct Tool::Listing {
     std::string folder;
     bool inArchive;
-    std::vector<FindEntry> entries;  // as the search delivers them
-    std::vector<FindEntry> passedOver;
+    std::vector<FindEntry> entries;     // in the order of the search
+    std::vector<FindEntry> passedOver;  // that the search skipped
 };
 
-// Which entries of a folder a command wants: files to take, folders to search.
+// Decides which entries of a folder a command wants: files to take, folders to search.
 class Tool::Wanted {
 public:
     Wanted(const ToolCommand& command, std::string_view folder, const std::string& wildcards)
@@ -97,7 +97,7 @@ public:
         return !excluded_ && MatchWildcards(name, wildcards_) &&
                !MatchesAny(command_.excludeNames, name);
     }
-    // The same, but a single name means the file of just that name, in its letter case.
+    // The same, but a single name means only the file of exactly that name, letter case included.
     [[nodiscard]] bool Exactly(std::string_view name, bool isFolder) const {
         const bool isList = wildcards_.find_first_of("*?;") != std::string::npos;
         return (*this)(name, isFolder) && (isFolder || isList || wildcards_ == name);
@@ -146,7 +146,7 @@ void Tool::SearchChild(ToolCommand& command, const std::string& folder,
     const std::string_view name = FileNamePart(folder.c_str());
     if (name != "." && name != "..") {
         SearchFiles(command, folder, wildcards, base);
-    } else if (command.searchTarget) {  // on disk every folder has the two
+    } else if (command.searchTarget) {  // on disk, every folder has these two
         ReportProblem("cannot read the folder " + folder);
     }
 }
@@ -166,7 +166,7 @@ bool Tool::EnterFolder(const ToolCommand& command, const std::string& folder) {
 void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
                        const std::string& wildcards, const std::string& base) {
     const std::shared_ptr<const Listing> listing = List(command, folder);
-    // A folder on disk has at least itself to show, and one of an archive what it was found by.
+    // A folder on disk contains at least itself, and one in an archive whatever it was found by.
     if (listing->entries.empty() && (!command.searchTarget || folder != base)) {
         ReportProblem("cannot read the folder " + folder);
     }
@@ -200,10 +200,7 @@ std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
     return listing_ = listing;
 }
 
-void Tool::ReportLeftOut(const std::string& path, const std::string& why) {
-    ReportProblem("left out " + path + ", " + why);
-}
-
+// Reports only what the command wanted: the rest of the folder is none of its concern.
 void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
     for (const FindEntry& entry : listing.passedOver) {
         const std::string name(entry.Name());
@@ -212,13 +209,13 @@ void Tool::ReportPassedOver(const Wanted& wanted, const Listing& listing) {
         const bool isFolder = IsFolder(entry);
         if (listing.inArchive) {
             if (!wanted(name, isFolder)) continue;
-            ReportLeftOut(
-                isFolder ? "the folder " + path : path,
-                isFolder ? "which a file of that name hides" : "which a folder of that name hides");
+            ReportProblem(isFolder ? "skipped the folder " + path + ": a file has the same name"
+                                   : "skipped " + path + ": a folder has the same name");
         } else if (wanted.Exactly(lastPart, isFolder)) {
-            ReportLeftOut(path, lastPart != name
-                                    ? "whose name holds the signs of a path"
-                                    : "whose name differs from another in letter case only");
+            ReportProblem("skipped " + path +
+                          (lastPart != name
+                               ? ": its name contains ':' or '\\'"
+                               : ": its name differs from another only in letter case"));
         }
     }
 }

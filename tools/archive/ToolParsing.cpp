@@ -1,4 +1,4 @@
-// Taking a command line apart, and running the lines of argument files.
+// Parses a command line, and runs the lines of argument files.
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kMostNestedFiles = 64;
 
-// The options of the kernel, which come in the same line.
+// The kernel's options, which are given in the same line and begin with '-' as well.
 constexpr std::string_view kKernelOptions[] = {
     "logfile",  "logflush",   "logdisplaymodulename", "redirect",       "render",
     "windowed", "hidewindow", "resourcecaching",      "resourcememory", "resourcebinmaxdeleted"};
@@ -27,6 +27,7 @@ bool Tool::ParseCommandLine(ToolCommand& command, const char* line) {
     std::size_t next = 0;
     for (; next < command.tokens.size(); ++next) {
         const String token = command.tokens[next];
+        // Switches count only before the first path: the names of files may begin with '-'.
         if (token.Text()[0] == '-') {
             if (token.Length() == 1) continue;
             if (!KnowsSwitch(token.View())) {
@@ -62,7 +63,7 @@ bool Tool::KnowsSwitch(std::string_view token) const {
 }
 
 bool Tool::ProcessArgumentFile(ToolCommand& command, const char* fileName) {
-    const auto file = std::make_unique<ArgumentFile>();  // many may be nested
+    const auto file = std::make_unique<ArgumentFile>();  // not on the stack: 64 may be nested
     if (!MayNest(fileName) || !file->Open(fileName)) {
         std::printf("- Warning, can't open argument file [%s]\n", fileName);
         NoteFailure();
@@ -86,7 +87,8 @@ bool Tool::RunLines(ToolCommand& command, ArgumentFile& file, const char* fileNa
     bool result = true;
     while (const char* line = file.NextLine()) {
         if (file.LineWasCut()) {
-            ReportProblem(std::string("a line of ") + fileName + " is too long and was cut");
+            ReportProblem(std::string("a line of ") + fileName +
+                          " was cut: it is longer than 1022 characters");
         }
         command = kept;
         command.tokens.clear();

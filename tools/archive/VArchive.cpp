@@ -76,7 +76,7 @@ bool VArchive::Execute(ToolCommand& command) {
     }
     if (nameAsPrefix_) prefix_ = command.target;
     TargetMount target(toolMount, command.target.Text(), word != "a");
-    // Tool::Execute takes the switches again, of which -p replaces the target's name.
+    // Tool::Execute parses the switches again, so that -p replaces the target's name.
     ParseSwitches(command);
     running_ = CommandFor(command, target);
     bool result = running_->Begin();
@@ -88,7 +88,7 @@ bool VArchive::Execute(ToolCommand& command) {
     FileSubArchive* archive = target.Archive();
     if (archive != nullptr && !archive->Complete()) {
         ReportProblem(std::string("cannot write the index of ") + command.target.Text() +
-                      "; it will be read without one");
+                      "; make room, and add a file to write it again");
     }
     return result;
 }

@@ -7,23 +7,28 @@
 // Decided here, where it was open:
 // - a shows the progress of a member being written.
 // - A member without content has the ratio 100.
-// - A file that begins like a compressed stream is added byte for byte and compressed, also without
-//   -c: stored plain it would be read as the stream's content.
-// - A file that gives less than its size is reported and not added: a member of its name stays. One
-//   of 4 GiB or more is refused before the archive changes.
-// - a makes small members appear in batches. When a batch cannot be written, each of its files that
-//   is not in the archive is named on standard error.
-// - e reports content whose check sum is not the member's; the file stays. A sum of 0 means that
-//   none was recorded.
-// - e gives a file its name when it is whole: a member that cannot be written whole leaves what was
-//   there, or nothing. It never writes through a link or another name of a file.
-// - e writes below the current folder, or the one that -p and -n name, and nowhere else. It makes a
-//   folder only for a member that it can read.
-// - One process at a time adds to an archive: another one waits for 30 seconds, and then fails
+// - A file that begins like a compressed stream is added as content and compressed, even without
+// -c:
+//   stored plain, it would be read as the stream's content.
+// - A file that yields fewer bytes than its size is reported and not added; an existing member of
+// its
+//   name stays. A file of 4 GiB or more is refused before the archive changes.
+// - a adds small members in batches. If a batch cannot be written, each of its files that is not in
+//   the archive is named on standard error.
+// - e reports content that does not match the member's check sum, and keeps the file. A sum of 0
+//   means that none was recorded.
+// - e gives a file its name once it is whole. A member that cannot be written whole leaves what was
+//   there before, or nothing. It never writes through a link or another name of a file.
+// - e names small files in batches, on a second thread; their lines appear in the same batches.
+// - e writes only below the current folder, or the one that -p and -n name. It creates a folder
+// only
+//   for a member that it can read.
+// - One process at a time adds to an archive. Another one waits for up to 30 seconds, and then
+// fails
 //   before it adds anything.
 // - An archive that cannot be written to can be read: only a needs to write it.
 //
-// One thread, and one tool that runs at a time in a process.
+// Used from one thread; only one tool may run in a process at a time.
 #pragma once
 
 #include <array>
@@ -41,7 +46,7 @@ class TargetMount;
 
 class VArchive final : public Tool {
 public:
-    // The flags that its command line needs.
+    // The flags that its command line needs, for Init.
     static constexpr std::uint32_t kFlags = kExpectCommand | kExpectTarget | kSearchTarget;
 
     VArchive();
@@ -52,7 +57,7 @@ public:
     [[nodiscard]] bool Execute(ToolCommand& command) override;
     [[nodiscard]] bool ProcessFile(const ToolCommand& command,
                                    const ToolFileRecord& record) override;
-    // Prints once in a process.
+    // Prints only once in a process.
     void PrintUsage() override;
     void ParseSwitches(ToolCommand& command) override;
 
@@ -63,7 +68,8 @@ private:
     [[nodiscard]] std::unique_ptr<ArchiveCommand> CommandFor(const ToolCommand& line,
                                                              TargetMount& target);
 
-    bool nameAsPrefix_ = false;     // as prefix_, in force for later lines too
+    // Both stay in force for later lines of an argument file.
+    bool nameAsPrefix_ = false;
     std::optional<String> prefix_;  // of extracted files
     FileProgress progress_;
     std::unique_ptr<CopyBuffer> copyBuffer_;

@@ -55,7 +55,7 @@ void BlocksCommand::Print(File& file, const char* path) {
         if (file.Seek(count, SeekFrom::Current) == kFailedSeek) break;
     }
     std::printf(" - Total       - %8" PRIu64 " bytes\n", total);
-    // A read that fails makes the size 0.
+    // A failed read sets the size to 0, and otherwise looks like the end of the file.
     if (file.Size() != size) Reporter().ReportProblem(std::string("cannot read all of ") + path);
 }
 

@@ -17,9 +17,11 @@
 namespace delta {
 namespace {
 
+// Mapping saves the memory of a copy, but a file that shrinks then ends the program; so only files
+// are mapped that are large enough for the memory to matter.
 constexpr std::uint64_t kMapFrom = 64U << 20;
 
-// The unfinished output, for the signal handlers; empty when there is none.
+// The path of the unfinished output, for the signal handlers; empty if there is none.
 std::array<char, 4096> unfinishedPath{};
 const char* lineOnFault = "";
 
@@ -39,7 +41,7 @@ public:
     [[nodiscard]] int Get() const noexcept { return number_; }
     [[nodiscard]] bool Valid() const noexcept { return number_ >= 0; }
 
-    // False when the system reports what an earlier write could not do.
+    // Returns false if the system reports a delayed write error.
     [[nodiscard]] bool Close() {
         const int number = number_;
         number_ = -1;
@@ -50,7 +52,7 @@ private:
     int number_;
 };
 
-// An output under a name of its own in the folder of the final one; removed unless it was renamed.
+// An output under a separate name in the folder of the final one; removed unless it was renamed.
 class UnfinishedFile {
 public:
     // `replaced` describes the file that has the final name; null if there is none.
@@ -81,8 +83,8 @@ public:
         }
     }
 
-    // The file is on the disk before it takes the name, so that after a crash of the machine the
-    // name has the old content or the new one, and the folder is before success is reported.
+    // Gives the file its name. It is on the disk before, so that after a crash of the machine the
+    // name has the old content or the new one; and the folder is before success is reported.
     void Finish() {
         if (!Synced(descriptor_.Get()) || !descriptor_.Close()) Fail(errno);
         if (rename(path_.c_str(), finalPath_.c_str()) != 0) Fail(errno);
@@ -98,7 +100,7 @@ private:
         return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
     }
 
-    // Some file systems cannot synchronise what they hold and say so with EINVAL.
+    // Some file systems cannot synchronise, and report that as EINVAL.
     static bool Synced(int descriptor) { return fsync(descriptor) == 0 || errno == EINVAL; }
 
     int Create(mode_t mode) {
@@ -127,7 +129,7 @@ void RemoveUnfinished() {
 extern "C" void OnFault(int /*signal*/) {
     RemoveUnfinished();
     const ssize_t written = write(STDERR_FILENO, lineOnFault, std::strlen(lineOnFault));
-    static_cast<void>(written);
+    (void)written;  // there is nowhere else to report to
     _exit(static_cast<int>(ExitCode::CannotRead));
 }
 

@@ -1,7 +1,7 @@
 // The files of the two delta programs: reading an input whole, and writing an output atomically.
 //
-// A file layer apart from platform/, because these programs are built statically from the delta
-// room alone. POSIX only.
+// A separate file layer, since these programs are built statically from the delta room alone,
+// without platform/. POSIX only.
 #pragma once
 
 #include <string>
@@ -11,10 +11,10 @@
 
 namespace delta {
 
-// The bytes of an input file: read into memory, or mapped when it is large.
+// The bytes of an input file: read into memory, or mapped if it is large.
 class InputFile {
 public:
-    // Throws ProgramError (CannotRead, TooLarge).
+    // Reads or maps the file. Throws ProgramError (CannotRead, TooLarge).
     explicit InputFile(const std::string& path);
     ~InputFile();
     InputFile(const InputFile&) = delete;
@@ -31,15 +31,15 @@ private:
     Bytes bytes_;
 };
 
-// Makes `path` hold `content`. It is written to a file beside it, which takes the name once it is
-// whole and on the disk; so whatever file had the name is replaced, never
-// written into, and only its permissions are kept. Refuses a folder, a device and a pipe.
-// Throws ProgramError (CannotWrite), and then `path` is what it was.
+// Writes `content` to `path`: to a file beside it, which takes the name once it is whole and on the
+// disk. An existing file is replaced, never written into, and only its permissions are kept.
+// Refuses a folder, a device and a pipe. Throws ProgramError (CannotWrite) and leaves `path` as it
+// was.
 void WriteOutput(const std::string& path, Bytes content);
 
-// From here on a signal that ends the program removes the unfinished output first, a mapped input
-// that shrinks ends it with `faultLine` on standard error and exit code CannotRead, and a
-// file-size limit is an error of writing. `faultLine` must live as long as the program.
+// Sets up the signals: one that ends the program removes the unfinished output first, a mapped
+// input that shrinks ends the program with `faultLine` on standard error and exit code CannotRead,
+// and passing a file-size limit is a write error. `faultLine` must live as long as the program.
 void HandleSignals(const char* faultLine);
 
 }  // namespace delta

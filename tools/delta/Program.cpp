@@ -22,7 +22,7 @@ void PrintHelp(const Program& program) {
         "  1  wrong arguments\n"
         "  2  an input cannot be read\n"
         "  3  OUT cannot be written\n"
-        "  4  the diff is damaged, or no diff\n"
+        "  4  the diff is damaged, or is not a diff\n"
         "  5  OLD is not the file that the diff was made from\n"
         "  6  out of memory\n"
         "  7  a file has 4 GiB or more\n",
@@ -30,7 +30,7 @@ void PrintHelp(const Program& program) {
 }
 
 int Fail(const Program& program, ExitCode code, std::string line) {
-    // Names of files may hold anything; the message stays one line.
+    // File names may contain anything; the message stays one line.
     std::ranges::replace_if(
         line, [](char c) { return c == '\n' || c == '\r'; }, '?');
     std::fprintf(stderr, "%s: %s\n", program.name, line.c_str());

@@ -4,7 +4,7 @@
 
 namespace delta {
 
-// What sets one of the two programs apart.
+// The differences between the two programs.
 struct Program {
     const char* name;
     const char* operands;  // as in "OLD NEW OUT"
@@ -14,7 +14,8 @@ struct Program {
                    const std::string& outPath);
 };
 
-// The main function of `program`: its exit code. Failures are one line on standard error.
+// Runs `program` as its main function, and returns the exit code. A failure prints one line on
+// standard error.
 int RunProgram(const Program& program, int argc, char** argv);
 
 }  // namespace delta

@@ -7,7 +7,7 @@
 
 namespace delta {
 
-// What the programs exit with; --help lists them. The numbers are fixed: callers test for them.
+// The exit codes of the programs; --help lists them. The numbers are fixed: callers test for them.
 enum class ExitCode : int {
     Success = 0,
     BadUsage = 1,
@@ -19,7 +19,7 @@ enum class ExitCode : int {
     TooLarge = 7,
 };
 
-// A failure of a program around the diffs: a line for standard error and an exit code.
+// A failure of a program outside the delta room: a line for standard error and an exit code.
 class ProgramError : public std::runtime_error {
 public:
     ProgramError(ExitCode code, const std::string& line) : std::runtime_error(line), code_(code) {}
@@ -30,7 +30,7 @@ private:
     ExitCode code_;
 };
 
-// The exit code for a failure of the diffs themselves.
+// Returns the exit code for a failure of the diff itself.
 constexpr ExitCode ExitCodeOf(ErrorKind kind) {
     switch (kind) {
         case ErrorKind::Damaged:

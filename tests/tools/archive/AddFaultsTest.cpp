@@ -9,7 +9,7 @@ const std::set<std::string> kFiles = {"after", "before", "begun.va", "x.va", "to
 class Faults : public ArchiveProgram {
 protected:
     void SetUp() override {
-        // A sanitizer makes system calls of its own, and ends the program with 0 when one fails.
+        // A sanitizer makes system calls as well, and ends the program with 0 when one fails.
         if (VORN_SANITIZED) GTEST_SKIP() << "for builds without a sanitizer";
         if (Shell("strace -o /dev/null true 2>/dev/null") != 0) {
             GTEST_SKIP() << "tracing is not permitted";
@@ -27,8 +27,9 @@ protected:
         return files;
     }
 
-    // Runs `words` once for each of its system calls of the set `calls`, which goes wrong; with
-    // `andAfter` those behind it too. How often that was, and how often the exit code was not 0.
+    // Runs `words` once for each of its system calls of the set `calls`, and makes that call fail;
+    // with `andAfter` the later ones too. Returns the number of runs, and of those with another
+    // exit code than 0.
     template <typename Check>
     std::pair<int, int> ForEachFault(const std::string& words, const std::string& calls,
                                      const std::string& fault, const Check& check,
@@ -101,7 +102,7 @@ TEST_F(Faults, ExtractingIsKilledAtEachCall) {
     EXPECT_GE(met, 9);
 }
 
-// As for a user whom the system does not let link by descriptor, and where /proc is missing.
+// Acts as a system that does not allow linking by descriptor, and as one without /proc.
 TEST_F(Faults, ExtractingNeedsNoFilesWithoutNames) {
     for (const std::string fault : {"linkat:error=ENOENT:when=1", "access:error=ENOENT"}) {
         SCOPED_TRACE(fault);

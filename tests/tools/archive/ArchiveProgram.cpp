@@ -63,10 +63,8 @@ Files ArchiveProgram::Unpack(const std::string& archive) const {
     const Outcome outcome =
         Run("-r -k e " + folder.Path(archive), "cd " + unpacked.Path() + " && exec");
     // A run that was stopped while it added may have overwritten the index and not the header.
-    const bool whole = outcome.exitCode == 0 || CountOf(
-                                                    "the index that its header promises is not "
-                                                    "there",
-                                                    outcome.problems) == 1;
+    const char* lostIndex = "the index that its header names is missing";
+    const bool whole = outcome.exitCode == 0 || CountOf(lostIndex, outcome.problems) == 1;
     EXPECT_TRUE(whole) << outcome.printed << outcome.problems;
     EXPECT_LE(CountOf("\n", outcome.problems), 1U) << outcome.problems;
     return FilesIn(unpacked.Path());

@@ -1,4 +1,4 @@
-// The real archive program, in a folder of its own.
+// The real archive program, run in a temporary folder.
 #pragma once
 
 #include "tests/support/Tests.h"
@@ -15,22 +15,22 @@ struct Outcome {
     std::string problems;  // standard error
 };
 
-// The places of `text` in `whole`.
+// Returns how often `text` occurs in `whole`.
 [[nodiscard]] std::size_t CountOf(std::string_view text, std::string_view whole);
-// Every file below a folder; "name/" for an empty folder, and a link shows where it leads.
+// Returns every file below a folder. An empty folder is "name/"; a link's content is its target.
 [[nodiscard]] Files FilesIn(const fs::path& folder);
 [[nodiscard]] Names NamesIn(const Files& files);
 
 class ArchiveProgram : public InFolder {
 protected:
-    // Runs the program with `words` of the shell. `before` stands before it on the command line.
+    // Runs the program with `words` of the shell. `before` comes before it on the command line.
     [[nodiscard]] Outcome Run(const std::string& words, const std::string& before = {}) const;
-    // Runs it and nothing goes wrong; what it printed.
+    // Runs it and expects success. Returns its standard output.
     std::string Do(const std::string& words) const;
-    // Runs it, and its exit code tells that something went wrong.
+    // Runs it and expects exit code 1.
     Outcome Fail(const std::string& words) const;
     void Write(const Files& files) const;
-    // The members of an archive as the program extracts them.
+    // Returns the members of an archive as the program extracts them.
     [[nodiscard]] Files Unpack(const std::string& archive) const;
 
 private:

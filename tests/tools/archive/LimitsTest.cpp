@@ -12,7 +12,7 @@ constexpr std::uint64_t kMemberOverhead = 296 + 296;  // in its chunk and in the
 
 class Limits : public ArchiveProgram {
 protected:
-    // "x.va" with the member "kept" behind a deleted one, that can grow by `room` bytes.
+    // Writes "x.va" with the member "kept" after a deleted one. It can grow by `room` bytes.
     void MakeArchive(std::uint64_t room) const {
         const RawMember kept{"kept", "kept"};
         const std::string chunk = RawChunk(kept);
@@ -59,7 +59,7 @@ TEST_F(Limits, AnArchiveThatWouldPass4GiBStaysAsItIs) {
     }
 }
 
-TEST_F(Limits, AFileOf4GiBIsRefusedAndTheOthersGoOn) {
+TEST_F(Limits, AFileOf4GiBIsRefusedAndTheOthersAreAdded) {
     Write({{"small", "s"}, {"large", ""}, {"other", "no archive"}});
     fs::resize_file("large", kFourGiB);
     EXPECT_THAT(Fail("-c a x.va large small").printed,

@@ -18,15 +18,14 @@ protected:
     }
     void SetUp() override { fs::create_directory("to"); }
 
-    // Extracts everything to the folder "to/to". `before` stands before the program.
+    // Extracts everything to the folder "to/to". `before` comes before the program.
     [[nodiscard]] Outcome Extract(const std::string& before = {}) const {
         return Run("-pto/ e x.va", before);
     }
     [[nodiscard]] static Files Extracted() {
         return fs::exists("to/to") ? FilesIn("to/to") : Files{};
     }
-    // What a run that went well would have printed before its last line, with `added` after the
-    // line of one member.
+    // Returns the lines of the members as a successful run prints them, with `added` after some.
     [[nodiscard]] std::string Lines(const std::map<std::size_t, std::string>& added) const {
         std::string lines;
         for (std::size_t i = 0; i < kMembers; ++i) {
@@ -45,14 +44,14 @@ protected:
 };
 
 TEST_F(ManyFiles, EachErrorFollowsTheLineOfItsFile) {
-    fs::create_directories("to/to/n40/in");  // stands in the way of a file
+    fs::create_directories("to/to/n40/in");  // where a file should go
     members_[70].crc = 12345;
     folder.Write("x.va", RawArchive(members_));
     const Outcome outcome = Extract("sh -c 'exec \"$@\" 2>&1' sh");
     EXPECT_EQ(outcome.exitCode, 1);
     const std::map<std::size_t, std::string> added = {
         {40, "Error, Cannot open output file!"},
-        {70, "VArchive: damaged, its check sum is another one: .\\n70\n"},
+        {70, "VArchive: .\\n70 is damaged: its check sum does not match\n"},
     };
     EXPECT_EQ(outcome.printed, Lines(added) + "\nProcessed 150 files.\n");
     whole_.erase("n40");

@@ -1,4 +1,4 @@
-// The program around the tool: real numbers of files, the log, its standard output.
+// The program around the tool: many files, the log, standard output.
 #include "tests/KernelStandard/FileLayer.h"
 #include "tests/tools/archive/ArchiveProgram.h"
 
@@ -48,7 +48,7 @@ TEST_F(Program, SeventyThousandMembersCanBeListedAddedToAndExtracted) {
     EXPECT_TRUE(Unpack("y.va") == some);
 }
 
-// As a shell names them for a wildcard that is not quoted.
+// As a shell expands a wildcard that is not quoted.
 TEST_F(Program, AFolderIsNotListedAnewForEachOfItsFiles) {
     if (VORN_SANITIZED || Shell("strace -o /dev/null true 2>/dev/null") != 0) {
         GTEST_SKIP() << "needs strace, and a program that it can follow";
@@ -84,7 +84,7 @@ TEST_F(Program, LinesThatCannotBePrintedAreAFailure) {
     folder.Write("a.txt", "1");
     for (const char* words : {"a x.va a.txt", "l x.va", "--help", "--version"}) {
         EXPECT_EQ(Shell(VARCHIVE " "s + words + " >/dev/full 2>problem"), 1) << words;
-        EXPECT_EQ(folder.Read("problem"), "VArchive: cannot print all lines\n");
+        EXPECT_EQ(folder.Read("problem"), "VArchive: cannot write all lines to standard output\n");
     }
 }
 

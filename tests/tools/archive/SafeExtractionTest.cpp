@@ -18,7 +18,7 @@ protected:
         outside_ = Outside();
     }
 
-    // All but the folder of the work.
+    // Returns all files but those of the folder "work".
     [[nodiscard]] static Files Outside() {
         Files files = FilesIn(".");
         std::erase_if(files, [](const auto& file) { return file.first.starts_with("work/"); });
@@ -31,7 +31,7 @@ protected:
     Files outside_;
 };
 
-TEST_F(SafeExtraction, NothingOutsideChangesAndTheOthersGoOn) {
+TEST_F(SafeExtraction, NothingOutsideChangesAndTheOtherMembersAreExtracted) {
     const std::string root = folder.Path();
     Names names = Cells(
         R"(../kept|../new|../away/kept|../away/new|../fresh/new|..\kept|..\away\new|./../kept|)"
@@ -53,7 +53,7 @@ TEST_F(SafeExtraction, NothingOutsideChangesAndTheOthersGoOn) {
         EXPECT_TRUE(Outside() == outside_);
         EXPECT_EQ(CountOf("Error, ", all.printed) + CountOf("cannot read", all.problems), 1U)
             << all.printed << all.problems;
-        EXPECT_EQ(all.exitCode, 1) << "nothing is left out without a word";
+        EXPECT_EQ(all.exitCode, 1) << "every refused member is reported";
         EXPECT_EQ(folder.Read("work/a") + folder.Read("work/z"), "firstlast");
         byLinks += CountOf("Error, Destination leaves the folder!\n", all.printed);
         fs::remove("work/a");
@@ -75,7 +75,7 @@ TEST_F(SafeExtraction, LinksThatStayInsideAreFollowedAndANamedFolderMayBeAnywher
     EXPECT_EQ(Outside().size(), outside_.size() + 1);
 }
 
-TEST_F(SafeExtraction, WhatIsThereIsReplacedAndNotWrittenThrough) {
+TEST_F(SafeExtraction, ExistingFilesAreReplacedAndNotWrittenThrough) {
     fs::create_hard_link("away/kept", "work/twin");
     fs::create_symlink("here/kept", "work/near");
     folder.Write("work/x.va", RawArchive({{"twin", "1"}, {"near", "2"}}));

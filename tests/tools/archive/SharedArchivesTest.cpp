@@ -7,7 +7,7 @@ namespace {
 
 class SharedArchives : public ArchiveProgram {
 protected:
-    // Some files in a folder of their own, of which all are different.
+    // Writes some files, all different, to a separate folder.
     Files Fill(const std::string& name, int count) const {
         Files files;
         for (int i = 0; i < count; ++i) {
@@ -17,7 +17,7 @@ protected:
         Write(files);
         return files;
     }
-    // Runs them at the same time; whether all ended with 0.
+    // Runs them at the same time. Returns whether all ended with 0.
     [[nodiscard]] static bool Together(const Names& commands) {
         std::string script = "ended=0;";
         for (const std::string& words : commands) script += VARCHIVE " " + words + " >>out 2>&1 &";
@@ -32,7 +32,7 @@ TEST_F(SharedArchives, WritersTakeTurnsAndNothingIsLost) {
     for (int round = 0; round < 8; ++round) {
         SCOPED_TRACE(round);
         fs::remove("x.va");
-        // In the odd rounds on an archive that is there already, with members to be replaced.
+        // The odd rounds use an existing archive, with members to be replaced.
         if (round % 2 == 1) Do("-k a x.va a/1 b/2 c/3");
         EXPECT_TRUE(Together({"-k a x.va \"a/*\"", "-c -k a x.va \"b/*\"", "-k a x.va \"c/*\""}))
             << folder.Read("out");

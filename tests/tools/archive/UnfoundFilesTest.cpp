@@ -1,5 +1,5 @@
-// What the archive program says of files, folders and archives that its command lines name and that
-// it cannot reach or read.
+// What the archive program reports about files, folders and archives that its command lines name
+// and that it cannot find or read.
 #include "tests/KernelStandard/FileLayer.h"
 #include "tests/tools/archive/ArchiveProgram.h"
 
@@ -12,14 +12,14 @@ protected:
     void Touch(std::string_view row) const {
         for (const std::string& name : Cells(row)) folder.Write(name, "");
     }
-    // One line for each of `left`, and no other, tells that it was left out.
-    void ExpectLeftOut(const std::string& words, const Names& left) const {
+    // Standard error has one line for each of `skipped`, and no other.
+    void ExpectSkipped(const std::string& words, const Names& skipped) const {
         SCOPED_TRACE(words);
         const Outcome outcome = Run(words);
-        EXPECT_EQ(outcome.exitCode, left.empty() ? 0 : 1) << outcome.printed;
-        EXPECT_EQ(CountOf("\n", outcome.problems), left.size()) << outcome.problems;
-        for (const std::string& name : left) {
-            EXPECT_THAT(outcome.problems, HasSubstr("VArchive: left out " + name + ","));
+        EXPECT_EQ(outcome.exitCode, skipped.empty() ? 0 : 1) << outcome.printed;
+        EXPECT_EQ(CountOf("\n", outcome.problems), skipped.size()) << outcome.problems;
+        for (const std::string& name : skipped) {
+            EXPECT_THAT(outcome.problems, HasSubstr("VArchive: skipped " + name + ": "));
         }
     }
 };
@@ -34,11 +34,11 @@ TEST_F(UnfoundFiles, NamesThatDifferInLetterCaseOnlyAreReported) {
         {"-xREAD* -k a x.va 'd/Sub/*' 'd/*'", {}},
         {"l x.va", {}},
     };
-    for (const auto& [words, left] : rows) ExpectLeftOut(words, left);
-    EXPECT_THAT(Fail("a x.va d/Readme").problems, HasSubstr("left out d/Readme,"));
+    for (const auto& [words, left] : rows) ExpectSkipped(words, left);
+    EXPECT_THAT(Fail("a x.va d/Readme").problems, HasSubstr("skipped d/Readme: "));
 }
 
-TEST_F(UnfoundFiles, NamesThatHoldTheSignsOfAPathAreReported) {
+TEST_F(UnfoundFiles, NamesThatContainSignsOfAPathAreReported) {
     Touch(R"(d/a|d/x:y|d/y|d/C:z|d/t:|d/b\s|d/F::G/f|d/h:sub|d/sub/f|d/e\f/f)");
     const Table<std::string, Names, Names> rows = {
         {"-k a x.va 'd/*'", {"d/C:z", "d/b\\s", "d/h:sub", "d/t:", "d/x:y"}, {"d/a", "d/y"}},
@@ -48,7 +48,7 @@ TEST_F(UnfoundFiles, NamesThatHoldTheSignsOfAPathAreReported) {
     };
     for (const auto& [words, left, added] : rows) {
         fs::remove("x.va");
-        ExpectLeftOut(words, left);
+        ExpectSkipped(words, left);
         const Names names = fs::exists("x.va") ? NamesIn(Unpack("x.va")) : Names{};
         EXPECT_EQ(names, added);
     }
@@ -60,10 +60,10 @@ TEST_F(UnfoundFiles, MembersAndFoldersOfOneNameAreReported) {
         if (!fileFirst) std::ranges::reverse(members);
         folder.Write("x.va", RawArchive(members));
         const std::string hidden = fileFirst ? "the folder d/a" : "d/A";
-        ExpectLeftOut("-r l x.va", {hidden});
-        ExpectLeftOut("-r -k -pto e x.va 'd/*'", {hidden});
-        ExpectLeftOut("l x.va 'd/*'", fileFirst ? Names{} : Names{hidden});
-        ExpectLeftOut("l x.va 'd/a/*'", {});
+        ExpectSkipped("-r l x.va", {hidden});
+        ExpectSkipped("-r -k -pto e x.va 'd/*'", {hidden});
+        ExpectSkipped("l x.va 'd/*'", fileFirst ? Names{} : Names{hidden});
+        ExpectSkipped("l x.va 'd/a/*'", {});
     }
 }
 
@@ -73,7 +73,7 @@ TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
     const Table<std::string, std::string> rows = {
         {"a no/x.va d/a", "Open new archive failed: no/x.va\n"},
         {"e no/x.va", "Open new archive failed: no/x.va\n"},
-        {"l missing.va", "VArchive: there was no archive missing.va; an empty one was made\n"},
+        {"l missing.va", "VArchive: there was no archive missing.va; an empty one was created\n"},
         {"l other", "VArchive: cannot read other as an archive\n"},
         {"a other d/a", "VArchive: cannot read other as an archive\n"},
         {"a x.va none", "VArchive: there is no file none\n"},
@@ -94,7 +94,7 @@ TEST_F(UnfoundFiles, TargetsAndFoldersAreNamed) {
     EXPECT_TRUE(Run("e other").printed.starts_with(start + "Vorn Archiver v1.9\nUsage:\n"));
 }
 
-TEST_F(UnfoundFiles, LinesBehindTheTargetFindNothingAndTheCommandGoesOn) {
+TEST_F(UnfoundFiles, LinesAfterTheTargetFindNothingAndTheCommandContinues) {
     Write({{"a.txt", "1"}, {"paths", "a.txt\n*\n"}});
     Do("a x.va a.txt");
     const std::string printed = Fail("l x.va @paths").printed;
@@ -111,10 +111,10 @@ TEST_F(UnfoundFiles, WhatCannotBeReadOrIsDamagedIsNamed) {
     archive[archive.find("IDX ") - 1] ^= 1;
     folder.Write("x.va", archive);
     EXPECT_EQ(Fail("-pto e x.va").problems,
-              "VArchive: damaged, its check sum is another one: .\\bad\n");
+              "VArchive: .\\bad is damaged: its check sum does not match\n");
 }
 
-TEST_F(UnfoundFiles, AnArchiveThatWasCutIsReportedAndWhatItHoldsIsRead) {
+TEST_F(UnfoundFiles, AnArchiveThatWasCutIsReportedAndItsMembersAreRead) {
     Write({{"a.txt", "1"}, {"b.txt", "2"}});
     Do("a x.va a.txt b.txt");
     const std::string whole = folder.Read("x.va");

@@ -8,7 +8,7 @@ using namespace Vorn::Testing;
 using testing::EndsWith;
 using testing::StartsWith;
 
-// Both programs in a folder of their own, run through the shell.
+// Runs both programs through the shell in a temporary folder.
 class PatchPrograms : public InFolder {
 protected:
     PatchPrograms() {
@@ -19,14 +19,14 @@ protected:
         folder.Write(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     }
 
-    // The exit code; the output is in "stdout" and "stderr".
+    // Returns the exit code; the output is in "stdout" and "stderr".
     static int Run(const std::string& command) {
         return Shell("{ " + command + "; } >stdout 2>stderr");
     }
     static int Diff(const std::string& operands) { return Run("'" DIFF_PROGRAM "' " + operands); }
     static int Patch(const std::string& operands) { return Run("'" PATCH_PROGRAM "' " + operands); }
 
-    // A failure tells why in one line.
+    // Expects a failure with one line that has the reason.
     void ExpectOneLine(const std::string& program) const {
         const std::string line = folder.Read("stderr");
         EXPECT_THAT(line, StartsWith(program + ": "));
@@ -56,7 +56,7 @@ TEST_F(PatchPrograms, ReplaceAFileWholeAndKeepItsMode) {
     EXPECT_EQ(Run("stat -c %a out other && cat other"), 0);
     EXPECT_EQ(folder.Read("stdout"), "640\n640\nx\n");
 
-    // Another name of the old file, and a link to it, lose their tie instead of its content.
+    // A link is replaced itself, and another name of a replaced file keeps the old content.
     EXPECT_EQ(Diff("old new link"), 0);
     EXPECT_EQ(Run("cmp out link && cat other"), 0);
     EXPECT_EQ(folder.Read("stdout"), "x\n");
