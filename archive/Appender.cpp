@@ -122,7 +122,7 @@ void Appender::Write(std::span<const std::byte> content) {
 
 void Appender::EncodePiece() {
     if (piece_.empty()) return;
-    if (block_ == nullptr) block_ = std::make_unique_for_overwrite<BlockBuffer>();
+    if (!block_) block_ = std::make_unique_for_overwrite<BlockBuffer>();
     Append(EncodeBlock(*block_, piece_));
     piece_.clear();
 }

@@ -82,7 +82,7 @@ std::span<const std::byte> ContentReader::NextBlock() {
         position_ += whole;
         return data;
     }
-    if (block_ == nullptr) {
+    if (!block_) {
         block_ = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
     }
     const auto expanded = ExpandBlock(*block_, data);

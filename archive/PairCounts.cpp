@@ -33,7 +33,7 @@ std::size_t PairCounts::HighestCount() const {
 bool PairCounts::FindFromCursor() {
     const void* found =
         std::memchr(counts_.data() + cursor_, static_cast<int>(best_), kSlots - cursor_);
-    if (found == nullptr) return false;
+    if (!found) return false;
     cursor_ = static_cast<std::size_t>(static_cast<const std::uint8_t*>(found) - counts_.data());
     return true;
 }

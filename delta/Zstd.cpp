@@ -37,7 +37,7 @@ std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level
                                       std::span<std::uint8_t> room) {
     if (!packer_) packer_.reset(ZSTD_createCCtx());
     ZSTD_CCtx* context = packer_.get();
-    if (context == nullptr) throw std::bad_alloc();
+    if (!context) throw std::bad_alloc();
     // The window must reach back to the start of the prefix: moved content lies anywhere in it.
     const int windowLog = WindowLog(std::uint64_t{input.size()} + prefix.size());
     Checked(ZSTD_CCtx_reset(context, ZSTD_reset_session_and_parameters));
@@ -74,7 +74,7 @@ std::uint64_t Zstd::PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize
 void Zstd::Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out) {
     if (!unpacker_) unpacker_.reset(ZSTD_createDCtx());
     ZSTD_DCtx* context = unpacker_.get();
-    if (context == nullptr) throw std::bad_alloc();
+    if (!context) throw std::bad_alloc();
     Checked(ZSTD_DCtx_reset(context, ZSTD_reset_session_and_parameters));
     Checked(ZSTD_DCtx_setParameter(context, ZSTD_d_format, ZSTD_f_zstd1_magicless));
     Checked(ZSTD_DCtx_setParameter(context, ZSTD_d_windowLogMax, ZSTD_WINDOWLOG_MAX_64));

@@ -46,7 +46,7 @@ TEST(DiffFormat, NumbersHaveOneForm) {
     for (const ByteBuffer& bad :
          {ByteBuffer{0x80, 0}, ByteBuffer{0x80},
           ByteBuffer{255, 255, 255, 255, 255, 255, 255, 255, 255, 2}, ByteBuffer(11, 0x80)}) {
-        EXPECT_THROW(static_cast<void>(ByteReader(bad).Number()), Error);
+        EXPECT_THROW((void)ByteReader(bad).Number(), Error);
     }
     for (const std::int64_t value : {0L, -1L, 1L, 1L << 40, -(1L << 40)}) {
         EXPECT_EQ(UnfoldSign(FoldSign(value)), value);

@@ -45,7 +45,7 @@ TEST_F(HostileDiff, AnotherOldFileIsRefused) {
     other[450] ^= 1U;
     for (const ByteBuffer& wrong : {other, ByteBuffer{}, after_}) {
         try {
-            static_cast<void>(Makes(wrong, diff, {}));
+            (void)Makes(wrong, diff, {});
             FAIL() << "applied to another file";
         } catch (const Error& error) {
             EXPECT_EQ(error.Kind(), ErrorKind::WrongOld);
@@ -74,7 +74,7 @@ TEST_F(HostileDiff, StreamsThatLeaveAFileAreRefused) {
         SCOPED_TRACE(name);
         const ByteBuffer diff = WithPayload(before, 8, Method::Streams, payload);
         try {
-            static_cast<void>(Makes(before, diff, {}));
+            (void)Makes(before, diff, {});
             FAIL() << "accepted";
         } catch (const Error& error) {
             EXPECT_STRNE(error.what(), "the diff is damaged: its check does not hold");

@@ -79,7 +79,7 @@ bool Makes(ByteView oldFile, ByteView diff, ByteView newFile) {
 
 bool Refused(ByteView oldFile, ByteView diff) {
     try {
-        static_cast<void>(Makes(oldFile, diff, {}));
+        (void)Makes(oldFile, diff, {});
         return false;
     } catch (const Error&) {
         return true;

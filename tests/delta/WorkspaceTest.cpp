@@ -59,8 +59,7 @@ TEST(Workspace, ServesOnAfterAFailure) {
         const ByteBuffer diff = DiffBy(method, before, after);
         ByteBuffer damaged = diff;
         damaged[damaged.size() / 2] ^= 4U;
-        EXPECT_THROW(static_cast<void>(ApplyDelta(AsBytes(before), AsBytes(damaged), workspace)),
-                     Error);
+        EXPECT_THROW((void)ApplyDelta(AsBytes(before), AsBytes(damaged), workspace), Error);
         EXPECT_TRUE(std::ranges::equal(ApplyDelta(AsBytes(before), AsBytes(diff), workspace),
                                        AsBytes(after)));
     }
@@ -76,7 +75,7 @@ TEST(Workspace, HoldsNoMoreThanWasForetold) {
         EXPECT_LE(workspace.MemoryHeld(), most);
 
         Workspace reader;
-        static_cast<void>(ApplyDelta(AsBytes(pair.before), AsBytes(diff), reader));
+        (void)ApplyDelta(AsBytes(pair.before), AsBytes(diff), reader);
         EXPECT_LE(reader.MemoryHeld(), InspectDelta(AsBytes(diff)).memory);
     }
 }
@@ -130,7 +129,7 @@ TEST(Workspace, ReleasesWhatItHolds) {
     Workspace workspace;
     const std::uint64_t atFirst = workspace.MemoryHeld();
     const ByteBuffer content = Noise(300'000, 1);
-    static_cast<void>(MakeDelta({}, AsBytes(content), workspace));
+    (void)MakeDelta({}, AsBytes(content), workspace);
     EXPECT_GT(workspace.MemoryHeld(), content.size());
     workspace.Release();
     EXPECT_EQ(workspace.MemoryHeld(), atFirst);
@@ -142,7 +141,7 @@ TEST(InspectDelta, ReportsWhatTheHeaderDeclares) {
     EXPECT_EQ(info.oldSize, before.size());
     EXPECT_EQ(info.newSize, 1U);
     EXPECT_EQ(info.oldCrc32, OldCheck(before));
-    EXPECT_THROW(static_cast<void>(InspectDelta(AsBytes(before))), Error);
+    EXPECT_THROW((void)InspectDelta(AsBytes(before)), Error);
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ AddCommand::~AddCommand() {
 bool AddCommand::Begin() {
     Reporter().CheckReadable(Target(), Line().target);
     FileSubArchive* archive = Target().Archive();
-    if (archive == nullptr) return true;
+    if (!archive) return true;
     if (!archive->BeginChanges()) {
         Reporter().ReportProblem(std::string("cannot change ") + Line().target.Text() +
                                  ": another process is changing it; try again when that has ended");
@@ -81,7 +81,7 @@ void AddCommand::Process(const ToolFileRecord& record) {
 
 void AddCommand::End() {
     FileSubArchive* archive = Target().Archive();
-    if (archive != nullptr && !archive->Flush()) ReportLost({});
+    if (archive && !archive->Flush()) ReportLost({});
 }
 
 const char* AddCommand::Add(const ToolFileRecord& record) {
@@ -112,10 +112,10 @@ const char* AddCommand::Add(const ToolFileRecord& record) {
     Progress().SetTotal(size);
     // Larger files pass through a temporary file, so that one that cannot be read to its end leaves
     // the archive as it is.
-    const bool atOnce = start.size() == size && Target().Archive() != nullptr;
+    const bool atOnce = start.size() == size && Target().Archive();
     const char* problem = atOnce ? AddAtOnce(name.c_str(), size, compress)
                                  : AddInPieces(source, name.c_str(), size, compress);
-    if (problem != nullptr) ReportLost(name.View());
+    if (problem) ReportLost(name.View());
     return problem;
 }
 
@@ -140,7 +140,7 @@ const char* AddCommand::AddInPieces(platform::FileHandle& source, const char* na
         } else if (member.Write(Buffer().data(), count) != count) {
             problem = WriteProblem();
         }
-        if (problem != nullptr) {
+        if (problem) {
             member.Abandon();
             return problem;
         }
@@ -153,8 +153,7 @@ const char* AddCommand::AddInPieces(platform::FileHandle& source, const char* na
 
 const char* AddCommand::WriteProblem() const {
     const FileSubArchive* archive = Target().Archive();
-    return archive != nullptr && archive->WasFull() ? "Archive would pass 4 GiB"
-                                                    : "Cannot write output file";
+    return archive && archive->WasFull() ? "Archive would pass 4 GiB" : "Cannot write output file";
 }
 
 void AddCommand::ShowCopied(std::uint32_t bytes) const {
@@ -165,7 +164,7 @@ void AddCommand::ShowCopied(std::uint32_t bytes) const {
 
 void AddCommand::ReportLost(std::string_view name) const {
     FileSubArchive* archive = Target().Archive();
-    if (archive == nullptr) return;
+    if (!archive) return;
     for (const std::string& lost : archive->TakeLost()) {
         if (lost != name) {
             Reporter().ReportProblem("cannot add " + lost +

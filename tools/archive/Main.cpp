@@ -56,8 +56,9 @@ int Fail(const char* problem) {
 
 // The lines are the tool's result: a run whose lines were lost has failed.
 int Finish(bool good) {
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         return Fail("cannot write all lines to standard output");
+    }
     return good ? 0 : 1;
 }
 

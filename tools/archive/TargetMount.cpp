@@ -38,6 +38,6 @@ TargetMount::~TargetMount() {
     if (owned_) Subst(name_, nullptr);
 }
 
-bool TargetMount::IsReadable() const { return archive_ == nullptr || archive_->IsAvailable(); }
+bool TargetMount::IsReadable() const { return !archive_ || archive_->IsAvailable(); }
 
 }  // namespace Vorn

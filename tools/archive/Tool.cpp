@@ -38,7 +38,7 @@ bool Tool::Startup(const char* commandLine, const char* appName, const char* ext
     OptionList& list = options_->GetOptionList();
     LoadOptions(list, appName, commandLine);
     ParseOptions(list, " +Render=OpenGL,DirectX -HideWindow -Windowed -LogFlush-");
-    if (extraOptions != nullptr) ParseOptions(list, extraOptions);
+    if (extraOptions) ParseOptions(list, extraOptions);
     InitLog(list);
     SetLogConsoleStream(stdout);
     resourceSystem_ = std::make_unique<ResourceSystem>();
@@ -49,7 +49,7 @@ bool Tool::Startup(const char* commandLine, const char* appName, const char* ext
 bool Tool::Run() { return ProcessCommandLine(command_, commandLine_); }
 
 bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
-    if (line == nullptr) {
+    if (!line) {
         PrintUsage();
         return false;
     }
@@ -66,7 +66,7 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
         mount.emplace(searchMount, command.target.Text(), true);
         CheckReadable(*mount, command.target);
         FileSubArchive* archive = mount->Archive();
-        if (archive != nullptr && archive->LacksIndex()) {
+        if (archive && archive->LacksIndex()) {
             ReportProblem(command.target.Text() +
                           std::string(" was cut or damaged: the index that its header names is "
                                       "missing, and members may be missing too"));

@@ -188,7 +188,7 @@ void Tool::SearchBelow(ToolCommand& command, const std::string& folder,
 
 std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
                                                 const std::string& folder) {
-    if (listing_ != nullptr && listing_->folder == folder) return listing_;
+    if (listing_ && listing_->folder == folder) return listing_;
     const auto listing = std::make_shared<Listing>(Listing{folder, command.searchTarget, {}, {}});
     PathBuffer pattern{std::string_view(folder)};
     AppendPathComponent(pattern, "*");

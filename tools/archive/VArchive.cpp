@@ -86,7 +86,7 @@ bool VArchive::Execute(ToolCommand& command) {
     }
     running_.reset();
     FileSubArchive* archive = target.Archive();
-    if (archive != nullptr && !archive->Complete()) {
+    if (archive && !archive->Complete()) {
         ReportProblem(std::string("cannot write the index of ") + command.target.Text() +
                       "; make room, and add a file to write it again");
     }
@@ -94,7 +94,7 @@ bool VArchive::Execute(ToolCommand& command) {
 }
 
 bool VArchive::ProcessFile(const ToolCommand& /*command*/, const ToolFileRecord& record) {
-    if (running_ == nullptr) return false;
+    if (!running_) return false;
     running_->Process(record);
     return true;
 }

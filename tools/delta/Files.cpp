@@ -61,9 +61,9 @@ public:
           folder_(FolderOf(finalPath)),
           path_(folder_ + ".vpatch-" + std::to_string(getpid()) + ".tmp"),
           // Private at first: what only some may read stays so while it is written.
-          descriptor_(Create(replaced != nullptr ? 0600 : 0666)) {
+          descriptor_(Create(replaced ? 0600 : 0666)) {
         // A file system without modes refuses this, and then there is none to keep.
-        if (replaced != nullptr) fchmod(descriptor_.Get(), replaced->st_mode & 0777U);
+        if (replaced) fchmod(descriptor_.Get(), replaced->st_mode & 0777U);
     }
 
     ~UnfinishedFile() {
@@ -158,7 +158,7 @@ InputFile::InputFile(const std::string& path) {
 }
 
 InputFile::~InputFile() {
-    if (mapping_ != nullptr) munmap(mapping_, bytes_.size());
+    if (mapping_) munmap(mapping_, bytes_.size());
 }
 
 void InputFile::Map(int descriptor, std::size_t size, const std::string& path) {
