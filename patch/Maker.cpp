@@ -1,8 +1,9 @@
 #include "patch/Maker.h"
 
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <functional>
+#include <future>
 #include <numeric>
 
 #include "archive/Check.h"
@@ -11,6 +12,7 @@
 #include "archive/Stream.h"
 #include "patch/InOrder.h"
 #include "patch/MD5.h"
+#include "patch/NewLayout.h"
 
 namespace patch {
 namespace {
@@ -66,20 +68,48 @@ private:
     std::uint64_t bytes_ = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
 };
 
+// Digests the new archive while the patch is made.
+class FreshFile {
+public:
+    FreshFile(const Difference& difference, bool wanted, unsigned threads) {
+        if (!wanted) return;
+        const auto policy = threads > 1 ? std::launch::async : std::launch::deferred;
+        digest_ = std::async(
+            policy, [this, &difference] { return DigestIfLaidOutAsWritten(difference, stop_); });
+    }
+    FreshFile(const FreshFile&) = delete;
+    FreshFile& operator=(const FreshFile&) = delete;
+    // The digest is not waited for if the patch is not made.
+    ~FreshFile() { stop_ = true; }
+
+    [[nodiscard]] std::optional<Manifest::File> Get() {
+        return digest_.valid() ? digest_.get() : std::nullopt;
+    }
+
+private:
+    std::atomic<bool> stop_ = false;
+    std::future<std::optional<Manifest::File>> digest_;
+};
+
 class Maker {
 public:
     Maker(const Input& old, const Input& fresh, const MakeOptions& options,
           const ProgressFunction& progress)
         : options_(options),
           progress_(progress),
-          difference_(FindDifference(old, fresh, options.manifest, options.threads, progress)) {}
+          difference_(FindDifference(old, fresh, options.manifest, options.threads, progress)),
+          saves_(fresh.tree.Count()) {}
 
     MakeResult Run() {
         RefuseUncarried(difference_, !options_.manifest && !options_.allowLossy);
+        if (options_.manifest) layout_ = PlanLayout(difference_);
         PlanMemory();
         PatchWriter writer(options_);
         DigestRemoved();
+        FreshFile file(difference_, layout_.possible, options_.threads);
         MakeCarried(writer);
+        RemakeUnchanged();
+        file_ = file.Get();
         if (options_.manifest) FindMoved(difference_);
         writer.StoreText(kAddedList, FormatList(AddedList(difference_)), false);
         writer.StoreText(kDeletedList, FormatList(DeletedList(difference_)), false);
@@ -97,12 +127,18 @@ private:
     void PlanMemory();
     void DigestRemoved();
     void MakeCarried(PatchWriter& writer);
+    void RemakeUnchanged();
+    void TakeRemade(Number fresh, const Remade& remade);
     void WriteManifest(PatchWriter& writer, MakeResult& result);
 
     const MakeOptions& options_;
     const ProgressFunction& progress_;
     Difference difference_;
     MakerLimits limits_;
+    LayoutPlan layout_;  // impossible as soon as a member is not stored as packing it gives
+    std::vector<std::optional<bool>> saves_;  // by numbers of the new side; see DescribeLayout
+    std::optional<Manifest::File> file_;      // the new archive, if it is laid out as written
+    std::vector<MemberMaker> workers_;
     std::vector<std::uint64_t> memory_;  // that each carried member takes to make
     std::uint64_t budget_ = 0;           // for all that are made at a time
 };
@@ -110,7 +146,10 @@ private:
 // Finds out what each member takes. What one may take must not depend on how many are made at a
 // time, for under a limit the bytes of its diff depend on it.
 void Maker::PlanMemory() {
-    limits_ = {.prove = options_.prove, .digests = options_.manifest};
+    limits_ = {.prove = options_.prove,
+               .digests = options_.manifest,
+               .remake = layout_.possible,
+               .saves = layout_.asksSaves};
     const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
     const bool limited = options_.memory != delta::kNoLimit;
     const std::uint64_t base =
@@ -167,15 +206,14 @@ void Maker::MakeCarried(PatchWriter& writer) {
     for (const Carried& member : carried) total += fresh.tree[member.fresh].size;
     Meter meter(progress_, "making the patch", total);
     const unsigned threads = std::max(options_.threads, 1U);
-    std::vector<MemberMaker> workers;
-    workers.reserve(threads);
-    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(old, fresh, limits_);
+    workers_.reserve(threads);
+    for (unsigned i = 0; i < threads; ++i) workers_.emplace_back(old, fresh, limits_);
     InOrder<CarriedMember> work(
         carried.size(), threads, [this](std::size_t unit) { return memory_[unit]; }, budget_);
     work.Run(
         meter,
         [&](unsigned worker, std::size_t unit) {
-            CarriedMember made = workers[worker].Make(carried[unit]);
+            CarriedMember made = workers_[worker].Make(carried[unit]);
             meter.Add(fresh.tree[carried[unit].fresh].size);
             return made;
         },
@@ -186,9 +224,33 @@ void Maker::MakeCarried(PatchWriter& writer) {
             difference_.oldMd5[unit] = std::move(made.oldMd5);
             difference_.newMd5[unit] = std::move(made.newMd5);
             difference_.patchBytes[unit] = made.packed.data.size();
+            TakeRemade(member.fresh, made.remade);
             writer.Store(PatchName(fresh.tree[member.fresh].name), made.packed);
         });
     meter.Report(true);
+}
+
+void Maker::RemakeUnchanged() {
+    if (!layout_.possible) return;
+    const Input& fresh = difference_.fresh;
+    std::uint64_t total = 0;
+    for (const Number number : layout_.remade) total += fresh.tree[number].size;
+    Meter meter(progress_, "comparing the storage", total);
+    InOrder<Remade> work(
+        layout_.remade.size(), options_.threads, [](std::size_t) { return 0; }, 0);
+    work.Run(
+        meter,
+        [&](unsigned worker, std::size_t unit) {
+            const Number number = layout_.remade[unit];
+            meter.Add(fresh.tree[number].size);
+            return workers_[worker].Remake(number);
+        },
+        [&](std::size_t unit, const Remade& remade) { TakeRemade(layout_.remade[unit], remade); });
+}
+
+void Maker::TakeRemade(Number fresh, const Remade& remade) {
+    saves_.at(fresh) = remade.saves;
+    layout_.possible = layout_.possible && remade.same;
 }
 
 void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
@@ -196,6 +258,11 @@ void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
     manifest.name = options_.name;
     manifest.note = options_.note;
     manifest.storage.base = Storage::Base::Old;
+    if (layout_.possible && file_) {
+        DescribeLayout(difference_, saves_, manifest);
+        const bool bySize = manifest.storage.base == Storage::Base::Canonical;
+        if (!bySize || !layout_.unpacksStreams) manifest.archive = file_;
+    }
     std::string text;
     try {
         text = FormatManifest(manifest);

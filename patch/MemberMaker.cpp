@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "archive/Stream.h"
+#include "patch/Layout.h"
 #include "patch/MD5.h"
 
 namespace patch {
@@ -52,7 +53,8 @@ std::uint64_t MemoryBesideDiff(const Input& old, const Input& fresh, const Carri
     const std::uint64_t packed = size + size / 1024 + delta::kMostOverhead;
     std::uint64_t proof = 0;
     if (member.old && limits.prove) proof = size + (size < kSmallMember ? 4 * size : kMostToApply);
-    return ContentsOf(old, fresh, member) + packed + proof;
+    const std::uint64_t remade = limits.remake ? 2 * packed : 0;
+    return ContentsOf(old, fresh, member) + packed + remade + proof;
 }
 
 delta::Options OptionsFor(const Input& old, const Input& fresh, const Carried& member,
@@ -89,6 +91,7 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
     archive::Pack(payload, compress, made.packed);
     if (limits_.prove) ProvePacked(member, payload, made.packed);
     made.packed.data.shrink_to_fit();
+    if (limits_.remake) made.remade = RemakeContent(member.fresh);
     for (std::vector<std::byte>* content : {&oldContent_, &newContent_})
         if (content->capacity() > kMostKept) *content = {};
     if (workspace_.MemoryHeld() > kMostKept) workspace_.Release();
@@ -97,6 +100,26 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
     const bool noMemory = error.Kind() == delta::ErrorKind::OutOfMemory;
     throw Error(noMemory ? ErrorCode::NoMemory : ErrorCode::Refused, fresh_.path, error.what(),
                 fresh_.tree[member.fresh].name);
+}
+
+Remade MemberMaker::Remake(Number fresh) {
+    Read(fresh_, *freshReader_, fresh, newContent_);
+    return RemakeContent(fresh);
+}
+
+Remade MemberMaker::RemakeContent(Number fresh) const {
+    const archive::Member member = (*fresh_.reader)[fresh];
+    const bool compressed = fresh_.tree[fresh].compressed;
+    archive::PackedMember packed;
+    Remade remade;
+    if (compressed || (limits_.saves && !newContent_.empty())) {
+        archive::Pack(newContent_, true, packed);
+        remade.saves = SavesEnough(newContent_.size(), packed.data.size());
+    }
+    if (!compressed) archive::Pack(newContent_, false, packed);
+    const auto stored = About(fresh_.path, [&] { return fresh_.reader->ReadStored(member); });
+    remade.same = packed.entry.crc == member.crc && SameBytes(packed.data, stored);
+    return remade;
 }
 
 void MemberMaker::Prove(const Carried& member, Bytes diff) {

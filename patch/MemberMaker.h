@@ -20,17 +20,26 @@ struct Carried {
     std::optional<Number> old;  // what its diff is made from; nothing for an added one
 };
 
+// What packing a content of the new archive anew gives.
+struct Remade {
+    bool same = false;          // the stored bytes that the new archive has
+    std::optional<bool> saves;  // whether compressing saves enough, if that was asked
+};
+
 struct CarriedMember {
     archive::PackedMember packed;  // as the patch stores it
     std::string oldMd5;            // as the lists have them
     std::string newMd5;
     Sha256Digest oldDigest{};
     Sha256Digest newDigest{};
+    Remade remade;  // if that was asked
 };
 
 struct MakerLimits {
     bool prove = true;                       // rebuild every member and compare
     bool digests = true;                     // SHA-256 as well
+    bool remake = false;                     // pack as the new archive does, and compare
+    bool saves = false;                      // find out whether compressing saves enough
     std::uint64_t memory = delta::kNoLimit;  // bytes for one member
 };
 
@@ -41,6 +50,10 @@ public:
 
     // Throws Error for a member that cannot be read, or does not come out of its diff as it was.
     [[nodiscard]] CarriedMember Make(const Carried& member);
+
+    // Packs an unchanged member as the new archive stores it, and compares. Throws Error if it
+    // cannot be read.
+    [[nodiscard]] Remade Remake(Number fresh);
 
     // The least limit with which a member can be made, in bytes.
     [[nodiscard]] static std::uint64_t LeastMemory(const Input& old, const Input& fresh,
@@ -53,6 +66,7 @@ public:
 
 private:
     void Prove(const Carried& member, std::span<const std::byte> diff);
+    [[nodiscard]] Remade RemakeContent(Number fresh) const;
     void ProvePacked(const Carried& member, std::span<const std::byte> payload,
                      const archive::PackedMember& packed) const;
 

@@ -105,6 +105,58 @@ TEST_F(VaDiff, TellsWhatChangesAndDigestsTheNewSide) {
                 HasSubstr("moved new/name.txt from Old/name.txt"));
 }
 
+TEST_F(VaDiff, PromisesTheBytesOfAnArchiveThatApplyingGives) {
+    Make("old", old_);
+    Make("new", new_);
+    const auto add = [&](const std::string& side, const char* words) {
+        ASSERT_EQ(Run("cd " + side + " && " VARCHIVE " -r -k "s + words), 0);
+    };
+    // Other ways to store, and other orders.
+    add("old", "a ../old.plain.va '*'");
+    add("new", "a ../new.plain.va '*'");
+    add("new", "-c a ../mixed.va 'textures/*'");
+    add("new", "a ../mixed.va 'same/*' 'new/*' CFIL.txt");
+    add("new", "-c a ../mixed.va config.txt Zone.txt");
+    for (const auto& [from, to] : Table<std::string, std::string>{{"old.va", "new.va"},
+                                                                  {"old.plain.va", "new.plain.va"},
+                                                                  {"old.plain.va", "new.va"},
+                                                                  {"old.va", "new.plain.va"},
+                                                                  {"old.va", "mixed.va"},
+                                                                  {"mixed.va", "old.va"},
+                                                                  {"old", "mixed.va"},
+                                                                  {"new.va", "mixed.va"}}) {
+        SCOPED_TRACE(from + " to " + to);
+        const Outcome made = Va("diff -f -o p.va " + from + " " + to);
+        ASSERT_EQ(made.exitCode, 0) << made.err;
+        EXPECT_THAT(made.err, HasSubstr("it gives " + to + " byte for byte (sha256 "));
+        ASSERT_EQ(Va("apply -f -o r.va " + from + " p.va").exitCode, 0);
+        EXPECT_TRUE(folder_.Read("r.va") == folder_.Read(to));
+    }
+}
+
+TEST_F(VaDiff, PromisesTheContentOfOtherArchives) {
+    Make("old", old_);
+    Make("new", new_);
+    const std::string whole = folder_.Read("new.va");
+    // A member that was replaced leaves dead bytes.
+    ASSERT_EQ(Run("cd new && " VARCHIVE " -r -k -c a ../new.va config.txt"), 0);
+    ASSERT_NE(folder_.Read("new.va").size(), whole.size());
+    // Another maker may record a time, or no check sum.
+    std::string timed = whole;
+    timed.at(timed.find("new/noise.bin") + 272) = 1;
+    folder_.Write("timed.va", timed);
+    folder_.Write("longer.va", whole + "x");
+    for (const char* fresh : {"new.va", "timed.va", "longer.va", "new"}) {
+        SCOPED_TRACE(fresh);
+        const Outcome made = Va("diff -f -o p.va old.va "s + fresh);
+        ASSERT_EQ(made.exitCode, 0) << made.err;
+        EXPECT_THAT(made.err, HasSubstr("it gives the 9 members of "s + fresh));
+        EXPECT_EQ(made.err.find("and not its bytes") == std::string::npos, fresh == "new"s);
+        ASSERT_EQ(Va("apply -f -o r.va old.va p.va").exitCode, 0);
+        EXPECT_EQ(Va("compare r.va "s + fresh).exitCode, 0);
+    }
+}
+
 TEST_F(VaDiff, GivesTheSameBytesForAnyNumberOfThreads) {
     Make("old", old_);
     Make("new", new_);

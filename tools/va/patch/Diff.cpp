@@ -93,13 +93,21 @@ void TellMembers(Run& run, const MakePatchResult& made) {
     }
 }
 
-// How it was proved, and what of. With an archive that can be made again, that is its bytes.
+// What was proved. Of an archive that can be made again that is its bytes, else its contents.
 void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
     if (!made.newContent) return;
-    const std::string what = "applied to " + Shown(run.Operand(0)) + " it gives the " +
-                             Counted(made.newMembers, "member") + " of " + Shown(run.Operand(1)) +
-                             " (sha256 " + HexOf(*made.newContent) + ")";
-    run.talk.Summary((isProved ? "proved: " : "not proved: ") + what);
+    const Sha256& digest = made.newArchive ? *made.newArchive : *made.newContent;
+    const std::string what = made.newArchive ? Shown(run.Operand(1)) + " byte for byte"
+                                             : "the " + Counted(made.newMembers, "member") +
+                                                   " of " + Shown(run.Operand(1));
+    run.talk.Summary(std::string(isProved ? "proved: " : "not proved: ") + "applied to " +
+                     Shown(run.Operand(0)) + " it gives " + what + " (sha256 " + HexOf(digest) +
+                     ")");
+    const bool isArchive = !std::filesystem::is_directory(run.Operand(1));
+    if (isArchive && !made.newArchive)
+        run.talk.Note(Shown(run.Operand(1)) +
+                      " is not stored as this program stores archives, so the result will have "
+                      "its members and not its bytes");
 }
 
 void TellRewritten(Run& run, const MakePatchResult& made) {
