@@ -1,6 +1,7 @@
 #include "patch/Difference.h"
 
 #include <algorithm>
+#include <future>
 #include <map>
 
 #include "archive/Names.h"
@@ -110,17 +111,24 @@ void RefuseUncarried(const Difference& difference, bool needsContent) {
            empty);
 }
 
-// A member that is gone is preferred: what has its content is then one that was moved.
+// A member that is gone is preferred: what has its content is then one that was moved. Few members
+// are added and many are old, so the added ones are what is looked up.
 void FindMoved(Difference& difference) {
-    std::map<Sha256Digest, Number> holders;
+    std::map<Sha256Digest, std::optional<Number>> holders;
     const auto& digests = difference.digests;
-    const auto add = [&](Number number) { holders.emplace(digests.old[number], number); };
-    std::ranges::for_each(difference.removed, add);
-    for (const Pair& pair : difference.pairs.both) add(pair.old);
+    for (const Carried& member : difference.carried) {
+        if (!member.old) holders[digests.fresh[member.fresh]] = std::nullopt;
+    }
+    if (holders.empty()) return;
+    const auto offer = [&](Number number) {
+        const auto holder = holders.find(digests.old[number]);
+        if (holder != holders.end() && !holder->second) holder->second = number;
+    };
+    std::ranges::for_each(difference.removed, offer);
+    for (const Pair& pair : difference.pairs.both) offer(pair.old);
     for (std::size_t i = 0; i < difference.carried.size(); ++i) {
         const Carried& member = difference.carried[i];
-        const auto holder = holders.find(digests.fresh[member.fresh]);
-        if (!member.old && holder != holders.end()) difference.movedFrom[i] = holder->second;
+        if (!member.old) difference.movedFrom[i] = holders[digests.fresh[member.fresh]];
     }
 }
 
@@ -178,11 +186,13 @@ std::vector<MemberChange> ChangesOf(const Difference& difference) {
     return changes;
 }
 
-Manifest ManifestOf(const Difference& difference) {
+Manifest ManifestOf(const Difference& difference, unsigned threads) {
     const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
     const SideDigests& digests = difference.digests;
     Manifest manifest;
-    manifest.old = SideOf(old, digests.old);
+    // With many members this takes as long as comparing them.
+    auto oldSide = std::async(threads > 1 ? std::launch::async : std::launch::deferred,
+                              [&] { return SideOf(difference.old, digests.old); });
     manifest.fresh = SideOf(fresh, digests.fresh);
     for (const Pair& pair : difference.pairs.both) {
         if (pair.same) manifest.spots.Add(old.tree[pair.old].name, digests.old[pair.old]);
@@ -204,6 +214,7 @@ Manifest ManifestOf(const Difference& difference) {
     for (const Number number : difference.removed)
         manifest.removed.push_back({NameIn(old, number), SizeIn(old, number), digests.old[number]});
     for (const Number number : difference.empty) manifest.empty.push_back(NameIn(fresh, number));
+    manifest.old = oldSide.get();
     return manifest;
 }
 

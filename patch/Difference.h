@@ -69,6 +69,6 @@ void FindMoved(Difference& difference);
 [[nodiscard]] std::vector<MemberChange> ChangesOf(const Difference& difference);
 
 // Sides, spots and members; what it says about the result's file is the caller's.
-[[nodiscard]] Manifest ManifestOf(const Difference& difference);
+[[nodiscard]] Manifest ManifestOf(const Difference& difference, unsigned threads);
 
 }  // namespace patch

@@ -254,7 +254,7 @@ void Maker::TakeRemade(Number fresh, const Remade& remade) {
 }
 
 void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
-    Manifest manifest = ManifestOf(difference_);
+    Manifest manifest = ManifestOf(difference_, options_.threads);
     manifest.name = options_.name;
     manifest.note = options_.note;
     manifest.storage.base = Storage::Base::Old;

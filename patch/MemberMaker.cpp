@@ -91,7 +91,10 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
     archive::Pack(payload, compress, made.packed);
     if (limits_.prove) ProvePacked(member, payload, made.packed);
     made.packed.data.shrink_to_fit();
-    if (limits_.remake) made.remade = RemakeContent(member.fresh);
+    if (limits_.remake) {
+        const bool isStream = !member.old && compress;
+        made.remade = RemakeContent(member.fresh, isStream ? &made.packed : nullptr);
+    }
     for (std::vector<std::byte>* content : {&oldContent_, &newContent_})
         if (content->capacity() > kMostKept) *content = {};
     if (workspace_.MemoryHeld() > kMostKept) workspace_.Release();
@@ -104,19 +107,25 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
 
 Remade MemberMaker::Remake(Number fresh) {
     Read(fresh_, *freshReader_, fresh, newContent_);
-    return RemakeContent(fresh);
+    return RemakeContent(fresh, nullptr);
 }
 
-Remade MemberMaker::RemakeContent(Number fresh) const {
+// `stream` is what compressing the content gives, if that is known.
+Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* stream) const {
     const archive::Member member = (*fresh_.reader)[fresh];
     const bool compressed = fresh_.tree[fresh].compressed;
-    archive::PackedMember packed;
+    archive::PackedMember made;
     Remade remade;
     if (compressed || (limits_.saves && !newContent_.empty())) {
-        archive::Pack(newContent_, true, packed);
-        remade.saves = SavesEnough(newContent_.size(), packed.data.size());
+        if (stream == nullptr) {
+            archive::Pack(newContent_, true, made);
+            stream = &made;
+        }
+        remade.saves = SavesEnough(newContent_.size(), stream->data.size());
     }
-    if (!compressed) archive::Pack(newContent_, false, packed);
+    archive::PackedMember plain;
+    if (!compressed) archive::Pack(newContent_, false, plain);
+    const archive::PackedMember& packed = compressed ? *stream : plain;
     const auto stored = About(fresh_.path, [&] { return fresh_.reader->ReadStored(member); });
     remade.same = packed.entry.crc == member.crc && SameBytes(packed.data, stored);
     return remade;

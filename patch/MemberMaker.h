@@ -66,7 +66,7 @@ public:
 
 private:
     void Prove(const Carried& member, std::span<const std::byte> diff);
-    [[nodiscard]] Remade RemakeContent(Number fresh) const;
+    [[nodiscard]] Remade RemakeContent(Number fresh, const archive::PackedMember* stream) const;
     void ProvePacked(const Carried& member, std::span<const std::byte> payload,
                      const archive::PackedMember& packed) const;
 
