@@ -77,6 +77,10 @@ public:
     // Returns the bytes of stored data of the begun member so far.
     [[nodiscard]] std::uint32_t StoredSoFar() const;
 
+    // Returns the end of the members that have appeared; of a new archive, nothing before it is
+    // written again but the header.
+    [[nodiscard]] std::uint64_t Appeared() const { return prepared_ ? batchStart_ : 0; }
+
     // Marks a member as deleted. Throws Error (CannotWrite, Damaged when no member is at its
     // place).
     void Delete(MemberTable::Ordinal ordinal);

@@ -30,6 +30,9 @@ public:
     // Takes its members; not after Complete.
     [[nodiscard]] Appender& Members() { return *members_; }
 
+    // For reading what was written, up to Members().Appeared().
+    [[nodiscard]] const platform::FileHandle& File() const { return file_; }
+
     // Writes the index, forces the file to the storage device and opens it for reading, so that it
     // can be judged before it is published. Throws Error.
     const Reader& Complete();

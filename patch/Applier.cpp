@@ -11,6 +11,7 @@
 #include "patch/InOrder.h"
 #include "patch/Proof.h"
 #include "patch/Rebuilder.h"
+#include "patch/TrailingDigest.h"
 #include "platform/SystemInfo.h"
 
 namespace patch {
@@ -55,10 +56,14 @@ public:
             built.abandoned = result_->Abandoned();
         }
         written_.resize(parts_.size());
+        if (result_ && promised && Promise() != nullptr && threads_ > 1)
+            trailing_.emplace(result_->File(), ForetoldHeader());
         WriteParts();
         if (!result_) return built;
-        const archive::Reader& reader =
-            About(options_.result, [&]() -> const archive::Reader& { return result_->Complete(); });
+        const archive::Reader& reader = About(options_.result, [&]() -> const archive::Reader& {
+            if (trailing_) StopTrailing();
+            return result_->Complete();
+        });
         built.bytes = reader.All().fileSize;
         About(options_.result, [&] {
             if (promised) built.archive = Promised(reader);
@@ -174,6 +179,7 @@ private:
         }
         About(options_.result, [&] { members.Finish(); });
         written_[i].storedSize = source.storedSize;
+        if (trailing_) trailing_->Follow(members.Appeared());
     }
 
     void Add(std::size_t i, const archive::PackedMember& packed) {
@@ -184,21 +190,40 @@ private:
         About(options_.result, [&] { AddPacked(result_->Members(), parts_[i].name, packed); });
     }
 
+    // The header of the promised archive.
+    [[nodiscard]] archive::ArchiveHeader ForetoldHeader() const {
+        const Manifest::Versions versions = GetVersions();
+        archive::ArchiveHeader header =
+            archive::NewContents(versions.build, versions.product).header;
+        header.memberCount = static_cast<std::uint32_t>(parts_.size());
+        const std::uint64_t index =
+            archive::kChunkHeaderSize + parts_.size() * archive::kIndexRecordSize;
+        header.indexOffset = static_cast<std::uint32_t>(Promise()->bytes - index);
+        return header;
+    }
+
+    void StopTrailing() {
+        result_->Members().Flush();
+        trailing_->Follow(result_->Members().Appeared());
+        trailing_->Stop();
+    }
+
     [[nodiscard]] const Manifest::File* Promise() const {
         const auto& manifest = patch_.GetManifest();
         return manifest && manifest->archive ? &*manifest->archive : nullptr;
     }
 
     // Returns the digest of the result if it is the promised one.
-    [[nodiscard]] std::optional<Sha256Digest> Promised(const archive::Reader& reader) const {
+    [[nodiscard]] std::optional<Sha256Digest> Promised(const archive::Reader& reader) {
         const Manifest::File* const promise = Promise();
         const std::uint64_t size = reader.All().fileSize;
         if (promise == nullptr || promise->bytes != size) return {};
         Meter meter(progress_, "reading back", size);
-        const Sha256Digest digest = DigestOfFile(reader.File(), size, meter);
+        const std::optional<Sha256Digest> digest = trailing_
+                                                       ? trailing_->Finish(reader.File(), size)
+                                                       : DigestOfFile(reader.File(), size, meter);
         meter.Report(true);
-        if (digest != promise->sha256) return {};
-        return digest;
+        return digest == promise->sha256 ? digest : std::nullopt;
     }
 
     void Prove(const archive::Reader& reader) const {
@@ -217,6 +242,7 @@ private:
     std::vector<std::size_t> made_;  // parts that are not copied
     std::vector<Written> written_;
     std::optional<archive::NewArchive> result_;
+    std::optional<TrailingDigest> trailing_;
     std::optional<archive::Window> oldWindow_;
     std::optional<archive::Window> patchWindow_;
 };

@@ -55,6 +55,7 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
         if (change != nullptr) {
             part.from = From::Diff;
             part.store = Store::AsConverter;
+            part.name = change->name;
             part.held = *change->held;
             part.change = change;
         } else if (patch.OfNew(part.name) != nullptr) {

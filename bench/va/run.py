@@ -31,6 +31,9 @@ LIMITS = [
     ("assets", "diff", "xdelta3 tar", 0.8),
     ("small", "diff", "xdelta3 -9 va", 0.5),
     ("large", "diff", "xdelta3 -9 va", 0.5),
+    ("assets", "apply", "xdelta3 -d", 1.0),
+    ("small", "apply", "xdelta3 -d", 1.0),
+    ("large", "apply", "xdelta3 -d", 1.0),
 ]
 
 
@@ -127,7 +130,20 @@ class Course:
             "xdelta3 -9 va": [*xdelta, "-9", "-s", "old.va", "new.va", "va9.xdelta"],
             "xdelta3 -9 plain": [*xdelta, "-9", "-s", "old.plain.va", "new.plain.va", "plain9.xdelta"],
             "xdelta3 tar": [*xdelta, "-s", "old.tar", "new.tar", "tar.xdelta"],
+            "apply": [self.va, "apply", "-q", "-f", "old.va", "first.patch.va", "-o", "applied.va"],
+            "apply -j1": [self.va, "apply", "-q", "-f", "-j1", "old.va", "first.patch.va", "-o", "applied1.va"],
+            "apply folders": [self.va, "apply", "-q", "-f", "old.va", "content.patch.va", "-o", "applied2.va"],
+            "xdelta3 -d": ["xdelta3", "-q", "-f", "-d", "-s", "old.va", "first.xdelta", "decoded.va"],
+            "xdelta3 -d tar": ["xdelta3", "-q", "-f", "-d", "-s", "old.tar", "tar.first.xdelta", "decoded.tar"],
         }
+
+    def make_patches(self):
+        """What the steps that apply patches apply. The second patch promises contents, not the archive's bytes."""
+        for words in ([self.va, "diff", "-q", "old.va", "new.va", "-o", "first.patch.va"],
+                      [self.va, "diff", "-q", "old.va", "new", "-o", "content.patch.va"],
+                      ["xdelta3", "-q", "-e", "-9", "-s", "old.va", "new.va", "first.xdelta"],
+                      ["xdelta3", "-q", "-e", "-9", "-s", "old.tar", "new.tar", "tar.first.xdelta"]):
+            subprocess.run(words, cwd=self.work, check=True)
 
     def round(self, number):
         """Each round begins with another step: the first one finds the memory cold."""
@@ -140,6 +156,9 @@ class Course:
             subprocess.run([self.converter, "patchapply", "old.va", f"{patch}.patch.va", "-"], cwd=self.work, check=True,
                            stdout=subprocess.DEVNULL)
             subprocess.run([self.va, "compare", "--stat", "old-tmp.va", "new"], cwd=self.work, check=True,
+                           stdout=subprocess.DEVNULL)
+        for result in ("applied", "applied1", "applied2"):
+            subprocess.run([self.va, "compare", "--stat", f"{result}.va", "new"], cwd=self.work, check=True,
                            stdout=subprocess.DEVNULL)
 
     def report(self, rounds):
@@ -168,6 +187,7 @@ def main():
     for name in sys.argv[3:] or ("assets", "small", "large"):
         with tempfile.TemporaryDirectory(dir=place) as folder:
             course = Course(name, dist, pathlib.Path(folder))
+            course.make_patches()
             rounds = [course.round(number) for number in range(count)]
             course.check()
             course.report(rounds)

@@ -106,9 +106,12 @@ protected:
         folder_.Write("p.va", patch);
         const std::string result = folder_.Path("r.va");
         fs::remove(result);
+        threads_ = threads_ % 3 + 1;
         try {
-            const va::ApplyPatchResult applied = va::ApplyPatch(
-                {.old = folder_.Path("o.va"), .patch = folder_.Path("p.va"), .result = result});
+            const va::ApplyPatchResult applied = va::ApplyPatch({.old = folder_.Path("o.va"),
+                                                                 .patch = folder_.Path("p.va"),
+                                                                 .result = result,
+                                                                 .threads = threads_});
             EXPECT_EQ(applied.result, result);
             EXPECT_EQ(ContentOf(result), new_);
             promised_ = applied.archive.has_value();
@@ -141,6 +144,7 @@ protected:
 
     TempFolder folder_;
     Content new_;
+    unsigned threads_ = 0;
     bool promised_ = false;  // the bytes of the last result, by its patch
 };
 
