@@ -61,6 +61,10 @@ constexpr TagFaultText kTexts[] = {
     {TagWeight::Loss, "name-too-long", "the name has more than 254 bytes"},
     {TagWeight::Loss, "no-tags", "a chunk file without records reads back as none"},
     {TagWeight::Loss, "too-large", "the tree takes more than 4 GiB"},
+    {TagWeight::Note, "comment", "texts have no comments; this line is a tag"},
+    {TagWeight::Note, "thousands", "a comma makes a list; this is two numbers, not one"},
+    {TagWeight::Note, "number-as-text", "a '}' on the same line makes this number a text"},
+    {TagWeight::Note, "name-twice", "the container has this name before; programs find the first"},
 };
 static_assert(std::size(kTexts) == kTagFaultCount);
 

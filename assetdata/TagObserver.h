@@ -64,8 +64,13 @@ enum class TagFault : std::uint8_t {
     NameTooLong,
     EmptyTree,
     TooLarge,
+    // Legal, and likely not what was meant.
+    LooksLikeComment,
+    LooksLikeThousands,
+    NumberIsText,
+    NameTwice,
 };
-inline constexpr std::size_t kTagFaultCount = static_cast<std::size_t>(TagFault::TooLarge) + 1;
+inline constexpr std::size_t kTagFaultCount = static_cast<std::size_t>(TagFault::NameTwice) + 1;
 
 enum class TagWeight : std::uint8_t {
     Warning,  // programs read something other than what is written

@@ -125,6 +125,11 @@ void ReplaceEscapes(std::string& text) {
     }
 }
 
+bool IsNumberOrList(std::string_view value) {
+    return value.find_first_of(kDigits) != value.npos &&
+           (IsNumberValue(value) || IsListValue(value));
+}
+
 // A cache of interned names, because most names repeat. Each slot keeps the last name that hashed
 // to it.
 class NameCache {
@@ -216,6 +221,7 @@ private:
         extent_ = {place_.offset, source_.Place().offset, 0, 0};
         extent_.value = extent_.end = extent_.nameEnd;
         if (cut) Tell(TagFault::NameCut, place_);
+        if (observer_ && LooksLikeComment(text_)) Tell(TagFault::LooksLikeComment, place_);
     }
 
     void OpenContainer() {
@@ -277,6 +283,9 @@ private:
         const bool endsLine = source_.Peek() != '}';
         if (endsLine && IsNumberValue(text_)) return AddNumber();
         if (endsLine && IsListValue(text_)) return AddList();
+        if (observer_ && !endsLine && IsNumberOrList(text_)) {
+            Tell(TagFault::NumberIsText, valuePlace_);
+        }
         ReplaceEscapes(text_);
         AddText();
     }
@@ -307,6 +316,9 @@ private:
                 values.push_back(read.value);
             }
             at = end;
+        }
+        if (observer_ && LooksLikeThousands(list)) {
+            Tell(TagFault::LooksLikeThousands, valuePlace_);
         }
         if (values.empty()) {
             Tell(TagFault::NoNumber, valuePlace_);

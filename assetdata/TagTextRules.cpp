@@ -35,6 +35,21 @@ bool IsListValue(std::string_view value) {
         value, [](char c) { return IsNumberByte(c) || IsTagBlank(c) || c == '-' || c == ','; });
 }
 
+bool LooksLikeComment(std::string_view name) {
+    return name.starts_with(';') || name.starts_with('#') || name.starts_with("//");
+}
+
+// Lists of three and more, such as 255,128,128, are mostly meant as such.
+bool LooksLikeThousands(std::string_view list) {
+    if (list.starts_with('-')) list.remove_prefix(1);
+    while (!list.empty() && IsTagBlank(list.back())) list.remove_suffix(1);
+    const std::size_t comma = list.find(',');
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    return comma >= 1 && comma <= 3 && list.size() == comma + 4 && list.front() != '0' &&
+           std::ranges::all_of(list.substr(0, comma), isDigit) &&
+           std::ranges::all_of(list.substr(comma + 1), isDigit);
+}
+
 bool IsKUIDValue(std::string_view text) {
     if (!BeginsKUID(text) && !StartsWithAsciiNoCase(text, "<null>")) return false;
     int count = 0;

@@ -24,6 +24,11 @@ constexpr bool IsTagLineEnd(char c) { return c == '\r' || c == '\n'; }
 [[nodiscard]] bool IsNumberValue(std::string_view value);
 [[nodiscard]] bool IsListValue(std::string_view value);
 
+// Return whether a person likely meant a comment by a line with this name, and one number with a
+// separator of thousands by this list: 14,300.
+[[nodiscard]] bool LooksLikeComment(std::string_view name);
+[[nodiscard]] bool LooksLikeThousands(std::string_view list);
+
 // Returns whether a text becomes a KUID: it begins with one and contains no second.
 [[nodiscard]] bool IsKUIDValue(std::string_view text);
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "assetdata/TagNotes.h"
 #include "assetdata/TagWalk.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/tag/TagConvert.h"
@@ -87,6 +88,7 @@ ExitCode Check(Run& run) {
     const ExitCode code = ForEachInput(run, inputs, [&](const Input& input) {
         FindingReport report(run, input.Name(), FindingReport::To::Answer, heard);
         const TagFile file = ReadTagFile(input, report);
+        Vorn::FindTagNotes(*file.root, report);
         if (heard.losses) {
             const TagForm other = file.form == TagForm::Text ? TagForm::Binary : TagForm::Text;
             FindLosses(file, other, report);
@@ -210,9 +212,14 @@ Command TagCheckCommand() {
             .options = kCheckOptions,
             .details =
                 "Names everything that a program would read differently than it is written, with "
-                "line and column (text) or offset (binary), then what the other form cannot hold, "
-                "and sums up. The exit code is 0 when there is nothing to name, 2 when programs "
-                "can read nothing at all of an IN.\n",
+                "line and column (text) or offset (binary), what is legal and likely not meant "
+                "(notes), then what the other form cannot hold, and sums up. The exit code is 0 "
+                "when there is nothing to name, 2 when programs can read nothing at all of an "
+                "IN.\n"
+                "\n"
+                "Notes are: a comma between digits as in 14,300, which makes a list; a number in "
+                "front of a '}', which is a text; a line that begins like a comment, which is a "
+                "tag; a name that the container has before.\n",
             .examples = kCheckExamples,
             .run = Check};
 }

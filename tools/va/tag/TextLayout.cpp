@@ -18,10 +18,6 @@ std::string_view WithoutBlanks(std::string_view text) {
     return text;
 }
 
-bool LooksLikeComment(std::string_view name) {
-    return name.starts_with(';') || name.starts_with('#') || name.starts_with("//");
-}
-
 class Layout {
 public:
     Layout(std::string_view text, const Vorn::OCSChunk& root, const TagPlaces& places)
@@ -58,7 +54,7 @@ private:
             return PutLine(depth, "{");
         }
         // Blanks at the end of such a line are part of its value, like those of any text.
-        if (LooksLikeComment(name)) {
+        if (Vorn::LooksLikeComment(name)) {
             return PutLine(depth, text_.substr(extent.name, extent.end - extent.name));
         }
         const std::string value = ValueOf(walk.Tag(), extent);
