@@ -41,7 +41,7 @@ void PrintDamage(const std::string& name, const archive::Reader& reader,
 
 }  // namespace
 
-bool IsWholeArchive(std::string_view path, Depth depth) {
+bool JudgeArchive(std::string_view path, Depth depth) {
     const std::string name = '"' + std::string(path) + '"';
     try {
         const archive::Reader reader{std::string(path)};

@@ -13,6 +13,6 @@ enum class Depth {
 // Returns whether the archive at a path is whole. If not, one line on standard error names the
 // archive, the first damaged place and the member there. An archive without an index is whole, with
 // a line that says so. Throws Stopped.
-[[nodiscard]] bool IsWholeArchive(std::string_view path, Depth depth);
+[[nodiscard]] bool JudgeArchive(std::string_view path, Depth depth);
 
 }  // namespace converter

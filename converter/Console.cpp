@@ -22,6 +22,11 @@ void PrintLine(std::string_view text, std::string_view name) {
     std::fflush(stdout);
 }
 
+bool Fail(std::string_view text, std::string_view name) {
+    PrintLine(text, name);
+    return false;
+}
+
 void PrintQuoted(std::string_view text, std::string_view name) {
     Write(stdout, {text, "\"", name, "\"\n"});
     std::fflush(stdout);

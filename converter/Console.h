@@ -13,7 +13,10 @@ inline constexpr std::string_view kMoreMemory =
 // Prints a line of standard output: `text`, and the name that it ends in.
 void PrintLine(std::string_view text, std::string_view name = {});
 
-// The same with the name in double quotes.
+// The same for a step that fails with it: returns false.
+[[nodiscard]] bool Fail(std::string_view text, std::string_view name);
+
+// Prints a line, and the name that it ends in, in double quotes.
 void PrintQuoted(std::string_view text, std::string_view name);
 
 // Returns false if any line of standard output could not be printed so far.

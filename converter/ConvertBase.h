@@ -7,7 +7,7 @@
 //
 // The database mounts what it finds under the name, which is the archive in most cases. If it is
 // another file ("old.va" or the folder "old" beside "old.pbk"), only the archive that the command
-// line names stays mounted: members of both would end in the output.
+// line names stays mounted: members of both would end up in the output.
 #pragma once
 
 #include "KernelResource/NorvaneResourceDatabase.h"

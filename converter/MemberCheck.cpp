@@ -52,8 +52,8 @@ namespace {
 
 }  // namespace
 
-bool IsIntact(const InputArchive& input, const char* member, const File& file,
-              std::span<const std::byte> content) {
+bool CheckContent(const InputArchive& input, const char* member, const File& file,
+                  std::span<const std::byte> content) {
     if (AgreesWithCheckSum(input.mount, member, file, content)) return true;
     PrintProblem('"' + input.path + "\" is damaged: the content of \"" + member +
                  "\" does not match its check sum; fetch the archive again");

@@ -9,10 +9,10 @@
 
 namespace converter {
 
-// Returns whether `content`, all of what `file` read of a member of `input`, agrees with the
-// member's check sum; false after a line on standard error. A check sum of 0 means "not recorded"
+// Compares `content`, all of what `file` read of a member of `input`, with the member's check sum.
+// False, after a line on standard error, if they disagree. A check sum of 0 means "not recorded"
 // and agrees with everything.
-[[nodiscard]] bool IsIntact(const InputArchive& input, const char* member, const Vorn::File& file,
-                            std::span<const std::byte> content);
+[[nodiscard]] bool CheckContent(const InputArchive& input, const char* member,
+                                const Vorn::File& file, std::span<const std::byte> content);
 
 }  // namespace converter

@@ -17,7 +17,7 @@ constexpr std::size_t kLargestPlainMember = 1024;
 constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
 constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
 
-[[nodiscard]] bool Fail(const char* what, std::string_view name) {
+[[nodiscard]] bool FailOn(const char* what, std::string_view name) {
     PrintProblem(what + (" \"" + std::string(name) + "\""));
     return false;
 }
@@ -35,16 +35,16 @@ bool MemberContent::ReadAll(File& file) {
     }
     const bool whole =
         file.Seek(0, SeekFrom::Start) == 0 && file.Read(bytes_.get(), size_) == size_;
-    return whole || Fail("cannot read all of", file.Name());
+    return whole || FailOn("cannot read all of", file.Name());
 }
 
 bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
                 std::span<const std::byte> content) {
     File file;
-    if (file.Open(mount, name, mode) != RES_OK) return Fail("cannot create", name);
+    if (file.Open(mount, name, mode) != RES_OK) return FailOn("cannot create", name);
     const auto size = static_cast<std::uint32_t>(content.size());
     const bool written = file.Write(content.data(), size) == size;
-    return (file.Close() && written) || Fail("cannot write", name);
+    return (file.Close() && written) || FailOn("cannot write", name);
 }
 
 bool StoreMember(const InternedString& mount, const char* name,

@@ -18,15 +18,6 @@ namespace converter {
 
 using namespace Vorn;
 
-namespace {
-
-[[nodiscard]] bool Fail(std::string_view line, std::string_view name) {
-    PrintLine(line, name);
-    return false;
-}
-
-}  // namespace
-
 PatchApplier::PatchApplier(const Inputs& inputs, const WorkFiles& workFiles)
     : inputs_(inputs), workFiles_(workFiles) {}
 
@@ -84,7 +75,7 @@ bool PatchApplier::PutInPlace() {
 bool PatchApplier::InputsAreWhole() const {
     // The steps that follow judge a file that is not an archive.
     const auto isWhole = [](const InputArchive& input, Depth depth) {
-        return KindOf(input) != InputKind::Archive || IsWholeArchive(input.path, depth);
+        return KindOf(input) != InputKind::Archive || JudgeArchive(input.path, depth);
     };
     // The content of the old archive is checked while it is copied.
     return isWhole(inputs_.other, Depth::Content) && isWhole(inputs_.old, Depth::Structure);
@@ -158,7 +149,7 @@ bool PatchApplier::CopyToOutput(const InputArchive& input, const char* member) {
     File file;
     MemberContent content;
     if (file.Open(input.mount, member, kReadDetect) != RES_OK || !content.ReadAll(file) ||
-        !IsIntact(input, member, file, content.Bytes())) {
+        !CheckContent(input, member, file, content.Bytes())) {
         return false;
     }
     if (content.Bytes().empty()) emptyMembers_.Note(member);
@@ -182,12 +173,12 @@ bool PatchApplier::StageMember(const char* member, const std::string& digests) c
     MemberContent content;
     if (!content.ReadAll(old)) return false;
     // The digest decides what becomes of a damaged member.
-    (void)IsIntact(inputs_.old, member, old, content.Bytes());
+    (void)CheckContent(inputs_.old, member, old, content.Bytes());
     if (patch::DigestOf(content.Bytes()) != patch::OldDigest(digests)) {
         return Fail(line::kDigestError, member);
     }
     if (!workFiles_.Write(kSourceFile, content.Bytes()) || !content.ReadAll(diff)) return false;
-    (void)IsIntact(inputs_.other, member, diff, content.Bytes());
+    (void)CheckContent(inputs_.other, member, diff, content.Bytes());
     return workFiles_.Write(kDiffFile, content.Bytes());
 }
 

@@ -35,22 +35,17 @@ constexpr std::string_view kDiffEnding = ".diff";
     return folder.Text();
 }
 
-[[nodiscard]] bool Fail(std::string_view line, std::string_view name) {
-    PrintLine(line, name);
-    return false;
-}
-
-// Returns whether the lists can hold a name: it has one line.
-[[nodiscard]] bool FitsLists(std::string_view member) {
+// Refuses a name that the lists cannot hold: one with a line feed.
+[[nodiscard]] bool AcceptForLists(std::string_view member) {
     if (member.find('\n') == std::string_view::npos) return true;
     PrintProblem("a member name with a line feed cannot be stored in a patch: \"" +
                  std::string(member) + '"');
     return false;
 }
 
-// Returns whether the patch can hold something under a name.
-[[nodiscard]] bool FitsPatch(const char* member) {
-    if (!FitsLists(member)) return false;
+// Refuses a name under which the patch cannot hold anything.
+[[nodiscard]] bool AcceptForPatch(const char* member) {
+    if (!AcceptForLists(member)) return false;
     if (!patch::IsListName(member)) return true;
     PrintProblem("\"" + std::string(member) +
                  "\" cannot be stored in a patch, which keeps one of its lists under that name");
@@ -65,9 +60,10 @@ constexpr std::string_view kDiffEnding = ".diff";
     return false;
 }
 
-// Names a member that the walk found and its name does not open. Returns whether it may be skipped:
-// not if the name opens a member of the other archive, which would be compared with nothing.
-[[nodiscard]] bool MaySkip(const char* member, bool otherHolds) {
+// Reports a member that the walk found and that does not open under its name. Returns whether it
+// may be skipped: not if the name opens a member of the other archive, which would be compared with
+// nothing.
+[[nodiscard]] bool ReportUnopenable(const char* member, bool otherHolds) {
     const std::string name = '"' + std::string(member) + '"';
     PrintProblem(otherHolds ? name +
                                   " cannot be opened by its name in one archive and can in the "
@@ -81,7 +77,7 @@ constexpr std::string_view kDiffEnding = ".diff";
 [[nodiscard]] bool ReadMember(const InputArchive& input, const char* member, File& file,
                               MemberContent& content) {
     if (!content.ReadAll(file)) return false;
-    (void)IsIntact(input, member, file, content.Bytes());
+    (void)CheckContent(input, member, file, content.Bytes());
     return true;
 }
 
@@ -133,7 +129,7 @@ bool PatchMaker::MakePatch(const OldArchive& old) {
     for (const InputArchive* input : {&inputs_.old, &inputs_.other}) {
         // Damage is named; the members that can be read are compared all the same.
         if (KindOf(*input) == InputKind::Archive) {
-            (void)IsWholeArchive(input->path, Depth::Structure);
+            (void)JudgeArchive(input->path, Depth::Structure);
         }
     }
     const bool walked = old.walk() && WalkNewFolder("") == 0;
@@ -165,7 +161,7 @@ bool PatchMaker::ProcessMember(const char* member) {
     File newFile;
     if (!OpenIfThere(oldFile, inputs_.old, member)) return false;
     if (!OpenIfThere(newFile, inputs_.other, member)) return false;
-    if (!oldFile.IsOpen()) return MaySkip(member, newFile.IsOpen());
+    if (!oldFile.IsOpen()) return ReportUnopenable(member, newFile.IsOpen());
     return newFile.IsOpen() ? CompareMember(member, oldFile, newFile)
                             : RecordRemoved(member, oldFile);
 }
@@ -188,13 +184,13 @@ bool PatchMaker::ProcessNewMember(const char* member) {
     if (isOld && Holds(inputs_.other, member)) return true;
     File newFile;
     if (!OpenIfThere(newFile, inputs_.other, member)) return false;
-    if (!newFile.IsOpen()) return MaySkip(member, isOld);
+    if (!newFile.IsOpen()) return ReportUnopenable(member, isOld);
     return RecordAdded(member, newFile);
 }
 
 bool PatchMaker::RecordRemoved(const char* member, File& oldFile) {
     MemberContent content;
-    if (!ReadMember(inputs_.old, member, oldFile, content) || !FitsLists(member)) return false;
+    if (!ReadMember(inputs_.old, member, oldFile, content) || !AcceptForLists(member)) return false;
     deleted_[member] = patch::DigestOf(content.Bytes());
     PrintLine(line::kRemoved, member);
     return true;
@@ -202,7 +198,8 @@ bool PatchMaker::RecordRemoved(const char* member, File& oldFile) {
 
 bool PatchMaker::RecordAdded(const char* member, File& newFile) {
     MemberContent content;
-    if (!ReadMember(inputs_.other, member, newFile, content) || !FitsPatch(member)) return false;
+    if (!ReadMember(inputs_.other, member, newFile, content) || !AcceptForPatch(member))
+        return false;
     if (content.Bytes().empty()) {
         emptyMembers_.Note(member);
         addsEmptyMember_ = true;
@@ -234,7 +231,7 @@ bool PatchMaker::CompareMember(const char* member, File& oldFile, File& newFile)
             PrintLine(line::kIdentical, member);
             return true;
         }
-        if (!FitsPatch(member) || !workFiles_.Write(kSourceFile, oldContent.Bytes()) ||
+        if (!AcceptForPatch(member) || !workFiles_.Write(kSourceFile, oldContent.Bytes()) ||
             !workFiles_.Write(kTargetFile, newContent.Bytes())) {
             return false;
         }
@@ -268,6 +265,7 @@ bool PatchMaker::DiffWorkFiles(const char* member) {
     return true;
 }
 
+// Fixed: NAME.EXT.diff. ReplaceExtension takes the two endings as one.
 std::string PatchMaker::DiffPathOf(const char* member) const {
     PathBuffer path = workFolder_.PathOf(member);
     const char* extension = ExtensionPart(path.c_str());

@@ -57,7 +57,7 @@ private:
 
     [[nodiscard]] bool RecordRemoved(const char* member, Vorn::File& oldFile);
     [[nodiscard]] bool RecordAdded(const char* member, Vorn::File& newFile);
-    // Compares a member of both archives; one that changed becomes working files.
+    // Compares a member of both archives, and stores the diff of one that changed.
     [[nodiscard]] bool CompareMember(const char* member, Vorn::File& oldFile, Vorn::File& newFile);
     [[nodiscard]] bool DiffWorkFiles(const char* member);
 
