@@ -38,6 +38,11 @@ struct BlockHeader {
 // content left. Only a stored block, or the last one, holds less than 16,384 bytes of content.
 [[nodiscard]] bool IsPossible(BlockHeader header, std::uint64_t left);
 
+// Returns whether a stream is worth its time: it saves 2 % of the content.
+[[nodiscard]] constexpr bool SavesEnough(std::uint64_t content, std::uint64_t stream) {
+    return stream * 100 <= content * 98;
+}
+
 // Makes the block of one piece (at most 16,384 bytes): header and data, in `block`.
 [[nodiscard]] std::span<const std::byte> EncodeBlock(BlockBuffer& block,
                                                      std::span<const std::byte> piece);

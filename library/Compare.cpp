@@ -6,7 +6,6 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "archive/Crc32.h"
 #include "archive/Names.h"
 #include "library/SideReader.h"
 #include "library/Workers.h"
@@ -61,15 +60,6 @@ std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
     return pairs;
 }
 
-// Check sums of members that have none recorded are computed.
-std::uint32_t SumOf(SideReader& side, const Member& member) {
-    if (member.Crc()) return *member.Crc();
-    archive::Crc32 sum;
-    side.Begin(member);
-    for (auto piece = side.Next(); !piece.empty(); piece = side.Next()) sum.Update(piece);
-    return sum.Value();
-}
-
 }  // namespace
 
 Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
@@ -114,7 +104,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
         std::ranges::any_of(pairs, [](const Pair& pair) { return pair.a == nullptr; });
     for (const Pair& pair : pairs) {
         if (pair.b || pair.a->Size() == 0 || !anyAdded) continue;
-        removed.emplace(std::pair{pair.a->Size(), SumOf(sideA, *pair.a)}, pair.a);
+        removed.emplace(std::pair{pair.a->Size(), CheckSumOf(sideA, *pair.a)}, pair.a);
         removedSizes.insert(pair.a->Size());
     }
     std::unordered_set<const Member*> renamed;
@@ -131,7 +121,8 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
         } else if (!pair.a) {
             Difference difference{Difference::Kind::Added, pair.b->Name(), {}, 0, pair.b->Size()};
             if (removedSizes.contains(pair.b->Size())) {
-                auto [from, end] = removed.equal_range({pair.b->Size(), SumOf(sideB, *pair.b)});
+                auto [from, end] =
+                    removed.equal_range({pair.b->Size(), CheckSumOf(sideB, *pair.b)});
                 while (from != end && !SameContent(sideA, *from->second, sideB, *pair.b, work)) {
                     ++from;
                 }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <span>
 
+#include "archive/Crc32.h"
 #include "library/ArchiveAccess.h"
 #include "library/Translate.h"
 
@@ -27,5 +28,14 @@ private:
     const Archive& archive_;
     std::unique_ptr<archive::TreeReader> reader_;
 };
+
+// Returns the member's check sum, which is computed if none is recorded.
+[[nodiscard]] inline std::uint32_t CheckSumOf(SideReader& side, const Member& member) {
+    if (member.Crc()) return *member.Crc();
+    archive::Crc32 sum;
+    side.Begin(member);
+    for (auto piece = side.Next(); !piece.empty(); piece = side.Next()) sum.Update(piece);
+    return sum.Value();
+}
 
 }  // namespace va

@@ -11,6 +11,7 @@
 #include <span>
 #include <vector>
 
+#include "archive/Stream.h"
 #include "patch/Manifest.h"
 
 namespace patch {
@@ -45,10 +46,7 @@ enum class StoreAs {
 [[nodiscard]] std::vector<StoreAs> StorageOf(const Storage& storage,
                                              std::span<const LaidMember> members);
 
-// Returns whether a stream is worth its time: it saves 2 % of the content.
-[[nodiscard]] constexpr bool SavesEnough(std::uint64_t content, std::uint64_t stream) {
-    return stream * 100 <= content * 98;
-}
+using archive::SavesEnough;
 
 // Describes which members are stored compressed, with the fewest runs that it finds. `saves` is
 // called at most once for a member, and only for those whose answer is needed: it may have to

@@ -123,6 +123,8 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "diff --json a c",
              "report --json Odd-diff.va",
              "sums --json Odd.va",
+             "overlay --json a b",
+             "overlay --json --conflicts --write Merged.va a b",
              "apply --json Odd.va Odd-diff.va",
              "apply --json a Odd-diff.va -o never.va",
              "verify --json a Odd-diff.va",

@@ -10,6 +10,7 @@ namespace va::tool {
 [[nodiscard]] Command ExtractCommand();
 [[nodiscard]] Command InfoCommand();
 [[nodiscard]] Command ListCommand();
+[[nodiscard]] Command OverlayCommand();
 [[nodiscard]] Command SumsCommand();
 [[nodiscard]] Command TestCommand();
 

@@ -1,0 +1,148 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include "archive/Check.h"
+#include "archive/NewArchive.h"
+#include "archive/StreamSize.h"
+#include "archive/Window.h"
+#include "library/ArchiveAccess.h"
+#include "library/SideReader.h"
+#include "library/Translate.h"
+#include "library/Workers.h"
+#include "platform/Directories.h"
+#include "vaconverter/overlay.h"
+
+namespace va {
+namespace {
+
+// Copies members of one side into a new archive: those of an archive as they are stored.
+class SideCopier {
+public:
+    explicit SideCopier(const Archive& side) : side_(side), reader_(ArchiveAccess::ReaderOf(side)) {
+        constexpr std::size_t kCopyWindow = 1 << 20;
+        if (reader_ != nullptr) window_.emplace(reader_->File(), kCopyWindow);
+    }
+
+    void Copy(const Member& member, archive::Appender& to, WorkProgress& work) {
+        if (reader_ != nullptr) {
+            CopyStored(member, to, work);
+        } else {
+            CopyContent(member, to, work);
+        }
+    }
+
+private:
+    void CopyStored(const Member& member, archive::Appender& to, WorkProgress& work) {
+        const archive::Member source = (*reader_)[member.Index()];
+        to.BeginStored({.name = source.name}, source);
+        for (std::uint64_t done = 0; done < source.storedSize;) {
+            const auto piece = Translated(side_.Path(), [&] {
+                return window_->Some(source.dataOffset + done, source.storedSize - done);
+            });
+            if (piece.empty()) {
+                throw Error(ErrorCode::Refused,
+                            side_.Path().string() + ": " + member.Name() +
+                                " does not lie in the file; 'va test' shows all that is wrong",
+                            side_.Path(), member.Name());
+            }
+            to.Write(piece);
+            done += piece.size();
+            work.Add(piece.size());
+        }
+        to.Finish();
+    }
+
+    void CopyContent(const Member& member, archive::Appender& to, WorkProgress& work) {
+        const archive::Tree& tree = ArchiveAccess::TreeOf(side_);
+        const bool compress =
+            Translated(side_.Path(), [&] { return archive::IsWorthAStream(tree, member.Index()); });
+        SideReader content(side_);
+        content.Begin(member);
+        to.Begin({.name = member.StoredName(), .compress = compress});
+        for (auto piece = content.Next(); !piece.empty(); piece = content.Next()) {
+            to.Write(piece);
+            work.Add(piece.size());
+        }
+        to.Finish();
+    }
+
+    const Archive& side_;
+    const archive::Reader* reader_;  // null for a folder
+    std::optional<archive::Window> window_;
+};
+
+struct Versions {
+    std::uint32_t build = 0;
+    std::uint32_t product = 0;
+};
+
+Versions VersionsOf(std::span<const Archive> sides) {
+    Versions versions;
+    for (const Archive& side : sides) {
+        if (!side.Info().isFolder) versions = {side.Info().buildVersion, side.Info().productCode};
+    }
+    return versions;
+}
+
+// Found before any work is done.
+void RefuseWhatExists(const MergeOptions& options) {
+    using platform::EntryKind;
+    const std::string path = SystemPath(options.result);
+    const EntryKind kind = platform::GetEntryKind(path.c_str());
+    if (kind == EntryKind::None) return;
+    const bool replaceable = kind == EntryKind::File || kind == EntryKind::Link;
+    if (!replaceable)
+        throw Error(ErrorCode::Refused, path + ": a folder or device has this name",
+                    options.result);
+    if (!options.replace)
+        throw Error(ErrorCode::Refused, path + " exists; -f replaces it", options.result);
+}
+
+void Judge(const archive::Reader& reader, const MergeOptions& options,
+           const ProgressFunction& progress) {
+    archive::CheckOptions check{.workers = options.threads};
+    if (progress) {
+        check.progress = [&progress](std::uint64_t done, std::uint64_t total) {
+            return progress({"checking", done, total});
+        };
+    }
+    const archive::Judgement judgement = archive::Check(reader, check);
+    if (judgement.cancelled) throw Error(ErrorCode::Refused, "cancelled");
+    const auto damage = std::ranges::find_if(
+        judgement.findings, [](const archive::Finding& found) { return IsDamage(found.fault); });
+    if (damage == judgement.findings.end()) return;
+    const std::string member = PublicName(damage->member);
+    throw Error(ErrorCode::Refused,
+                options.result.string() + " was not written: " + member +
+                    (member.empty() ? "" : ": ") + damage->text +
+                    "; 'va test' of the inputs shows where it comes from",
+                options.result, member);
+}
+
+}  // namespace
+
+MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember> members,
+                  const MergeOptions& options, const ProgressFunction& progress) {
+    RefuseWhatExists(options);
+    if (options.dryRun) return {members.size(), 0};
+    std::uint64_t total = 0;
+    for (const OverlaidMember& overlaid : members)
+        total += sides[overlaid.side].Info().isFolder ? overlaid.member.Size()
+                                                      : overlaid.member.StoredSize();
+    return Translated(options.result, [&]() -> MergeResult {
+        const Versions versions = VersionsOf(sides);
+        archive::NewArchive result(SystemPath(options.result), versions.build, versions.product);
+        std::vector<SideCopier> copiers(sides.begin(), sides.end());
+        WorkProgress work(progress, "writing", total);
+        for (const OverlaidMember& overlaid : members)
+            copiers[overlaid.side].Copy(overlaid.member, result.Members(), work);
+        const archive::Reader& reader = result.Complete();
+        work.Report(true);
+        Judge(reader, options, progress);
+        result.Publish(options.replace);
+        return {members.size(), reader.All().fileSize};
+    });
+}
+
+}  // namespace va

@@ -1,0 +1,71 @@
+#include "vaconverter/overlay.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+
+#include "archive/Names.h"
+#include "library/SideReader.h"
+#include "library/Workers.h"
+
+namespace va {
+namespace {
+
+// Compares the contents of two sides' members, mostly by what their indexes say.
+class ContentComparison {
+public:
+    explicit ContentComparison(std::span<const Archive> sides, WorkProgress& work) : work_(work) {
+        for (const Archive& side : sides) readers_.emplace_back(side);
+    }
+
+    [[nodiscard]] bool Same(std::size_t sideA, const Member& a, std::size_t sideB,
+                            const Member& b) {
+        return a.Size() == b.Size() && SumOf(sideA, a) == SumOf(sideB, b);
+    }
+
+private:
+    [[nodiscard]] std::uint32_t SumOf(std::size_t side, const Member& member) {
+        if (!member.Crc()) work_.Add(member.Size());
+        return CheckSumOf(readers_[side], member);
+    }
+
+    WorkProgress& work_;
+    std::vector<SideReader> readers_;
+};
+
+}  // namespace
+
+std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
+                                    const ProgressFunction& progress) {
+    std::map<std::string, OverlaidMember> names;
+    std::uint64_t total = 0;
+    for (std::size_t side = 0; side < sides.size(); ++side) {
+        for (const Member& member : sides[side].Members()) {
+            const auto [place, isNew] = names.try_emplace(archive::FoldName(member.StoredName()));
+            OverlaidMember& overlaid = place->second;
+            // Of members of one name only the first can be reached.
+            if (!isNew && overlaid.side == side) continue;
+            if (!isNew) overlaid.hidden.push_back({overlaid.side, overlaid.member.Index()});
+            overlaid.side = side;
+            overlaid.member = member;
+        }
+    }
+    std::vector<OverlaidMember> members;
+    members.reserve(names.size());
+    for (auto& [name, overlaid] : names) {
+        if (!overlaid.hidden.empty()) total += overlaid.member.Size();
+        members.push_back(std::move(overlaid));
+    }
+    WorkProgress work(progress, "comparing", total);
+    ContentComparison comparison(sides, work);
+    for (OverlaidMember& overlaid : members) {
+        for (const auto& [side, index] : overlaid.hidden) {
+            const Member& other = sides[side].Members()[index];
+            if (!comparison.Same(side, other, overlaid.side, overlaid.member))
+                overlaid.conflict = true;
+        }
+    }
+    return members;
+}
+
+}  // namespace va
