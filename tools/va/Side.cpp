@@ -106,6 +106,14 @@ MemberOperand SplitMemberOperand(const std::string& operand) {
     return {operand.substr(0, colon), operand.substr(colon + 1)};
 }
 
+Member MemberOf(const Archive& archive, const MemberOperand& operand) {
+    const std::optional<Member> member = archive.Find(operand.member);
+    if (member) return *member;
+    throw Failure{ExitCode::NotFound, "there is no member '" + Shown(operand.member) + "' in '" +
+                                          Shown(operand.archive) +
+                                          "'; 'va list' shows its members"};
+}
+
 ProgressFunction ProgressOf(Run& run) {
     return [&run](const Progress& progress) {
         return run.ShowProgress(progress.step, progress.done, progress.total);

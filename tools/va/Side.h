@@ -29,6 +29,9 @@ struct MemberOperand {
 };
 [[nodiscard]] MemberOperand SplitMemberOperand(const std::string& operand);
 
+// The member that an operand names, in its archive. Throws Failure (NotFound).
+[[nodiscard]] Member MemberOf(const Archive& archive, const MemberOperand& operand);
+
 // For the library's work: shows the progress, and stops when the user asks.
 [[nodiscard]] ProgressFunction ProgressOf(Run& run);
 

@@ -36,7 +36,7 @@ std::size_t MatchingWords(std::span<const std::string> typed, std::string_view w
 std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
                                         CatCommand(),  ExtractCommand(), CompareCommand(),
-                                        SumsCommand(), OverlayCommand()};
+                                        SumsCommand(), OverlayCommand(), BlocksCommand()};
     static const std::array kPatches = {DiffCommand(), ApplyCommand(), VerifyCommand(),
                                         ReportCommand()};
     static const std::array kGroups = {

@@ -96,6 +96,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
     folder_.Write("a/one.txt", "one");
     folder_.Write("a/two.txt", std::string(5000, '2'));
     folder_.Write("b/two.txt", "other");
+    folder_.Write("b/mesh.im", "MESH\x0C\0\0\0indxDATA\0\0\0\0"s);
     folder_.Write("c/one.txt", "changed");
     folder_.Write("c/moved.txt", std::string(5000, '2'));
     Pack("Odd.va", "plain.txt", "content");
@@ -123,6 +124,8 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "diff --json a c",
              "report --json Odd-diff.va",
              "sums --json Odd.va",
+             "blocks --json Odd.va",
+             "blocks --json b/mesh.im",
              "overlay --json a b",
              "overlay --json --conflicts --write Merged.va a b",
              "apply --json Odd.va Odd-diff.va",

@@ -48,14 +48,9 @@ ExitCode Cat(Run& run) {
     for (const std::string& operand : run.Operands()) {
         const MemberOperand parts = SplitMemberOperand(operand);
         const Archive archive{std::filesystem::path(parts.archive)};
-        const std::optional<Member> member = archive.Find(parts.member);
-        if (!member) {
-            throw Failure{ExitCode::NotFound, "there is no member '" + Shown(parts.member) +
-                                                  "' in '" + Shown(parts.archive) +
-                                                  "'; 'va list' shows its members"};
-        }
+        const Member member = MemberOf(archive, parts);
         Output output(run.answer, guarded);
-        archive.Read(*member, output);
+        archive.Read(member, output);
     }
     return ExitCode::Done;
 }

@@ -5,6 +5,7 @@
 
 namespace va::tool {
 
+[[nodiscard]] Command BlocksCommand();
 [[nodiscard]] Command CatCommand();
 [[nodiscard]] Command CompareCommand();
 [[nodiscard]] Command ExtractCommand();
