@@ -8,10 +8,10 @@
 
 namespace va {
 
-std::vector<Digest> Digests(const Archive& archive, unsigned threads,
+std::vector<Sha256> Digests(const Archive& archive, unsigned threads,
                             const ProgressFunction& progress) {
     const std::span<const Member> members = archive.Members();
-    std::vector<Digest> digests(members.size());
+    std::vector<Sha256> digests(members.size());
     std::vector<SideReader> readers;
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) readers.emplace_back(archive);
     WorkProgress work(progress, "digesting", archive.Info().contentSize);
@@ -31,13 +31,13 @@ std::vector<Digest> Digests(const Archive& archive, unsigned threads,
     return digests;
 }
 
-std::string HexOf(const Digest& digest) { return patch::ToHex(digest); }
+std::string HexOf(const Sha256& digest) { return patch::ToHex(digest); }
 
-std::string SumLine(std::string_view name, const Digest& digest) {
+std::string SumLine(std::string_view name, const Sha256& digest) {
     return patch::FormatSum({std::string(name), digest});
 }
 
-Digest ContentDigest(const Archive& archive, std::span<const Digest> digests) {
+Sha256 ContentDigest(const Archive& archive, std::span<const Sha256> digests) {
     std::vector<patch::Sum> sums;
     sums.reserve(digests.size());
     for (const Member& member : archive.Members())

@@ -21,10 +21,9 @@
 #include "vaconverter/archive.h"
 #include "vaconverter/error.h"
 #include "vaconverter/progress.h"
+#include "vaconverter/sums.h"
 
 namespace va {
-
-using Sha256 = std::array<std::byte, 32>;
 
 // What becomes of one member between two sides.
 struct MemberChange {
@@ -155,6 +154,24 @@ struct ApplyPatchResult {
 // the patch is damaged, `old` is neither side of it, the result exists, or is one of the inputs.
 ApplyPatchResult ApplyPatch(const ApplyPatchOptions& options,
                             const ProgressFunction& progress = {});
+
+// What the manifest of a patch says.
+struct PatchInfo {
+    struct Side {
+        std::uint64_t members = 0;
+        std::uint64_t bytes = 0;  // of content
+        Sha256 content{};         // ContentDigest
+    };
+    Side old;
+    Side fresh;
+    std::optional<Sha256> archive;  // of the file that applying gives, where that is promised
+    std::string name;               // the file name for the result; may be empty
+    std::string note;               // of the maker, in UTF-8 and lines; may be empty
+};
+
+// Returns what a patch says about itself; nullopt if it has no manifest. Throws Error (Refused) for
+// a manifest that is damaged, or of a later version.
+[[nodiscard]] std::optional<PatchInfo> ReadPatchInfo(const Archive& patch);
 
 // Byte diffs of two contents in memory, in the format of the members of a patch. Throws Error
 // (Refused) for 4 GiB and more.

@@ -12,24 +12,24 @@
 
 namespace va {
 
-using Digest = std::array<std::byte, 32>;
+using Sha256 = std::array<std::byte, 32>;
 
 // Returns the digest of each member's content, in the order of Members(). Throws Error for a member
 // that cannot be read or is damaged.
-[[nodiscard]] std::vector<Digest> Digests(const Archive& archive, unsigned threads = 1,
+[[nodiscard]] std::vector<Sha256> Digests(const Archive& archive, unsigned threads = 1,
                                           const ProgressFunction& progress = {});
 
 // Returns 64 lower-case hexadecimal digits.
-[[nodiscard]] std::string HexOf(const Digest& digest);
+[[nodiscard]] std::string HexOf(const Sha256& digest);
 
 // Returns the line that `sha256sum` prints for a file of that name, with its line feed: names with
 // a backslash or a line end are escaped. Other control bytes, which `sha256sum` prints as they are,
 // become \x1b: no terminal obeys them, and no extracted file has them.
-[[nodiscard]] std::string SumLine(std::string_view name, const Digest& digest);
+[[nodiscard]] std::string SumLine(std::string_view name, const Sha256& digest);
 
 // Returns the digest of the whole content: that of the lines of all members, in the byte order of
 // their names in UTF-8. Neither order nor storage of the members count. `digests` are those that
 // Digests returned.
-[[nodiscard]] Digest ContentDigest(const Archive& archive, std::span<const Digest> digests);
+[[nodiscard]] Sha256 ContentDigest(const Archive& archive, std::span<const Sha256> digests);
 
 }  // namespace va

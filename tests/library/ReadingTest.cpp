@@ -25,7 +25,7 @@ protected:
 TEST_F(LibraryReads, DigestsDependNeitherOnThreadsNorOnTheOrderOfMembers) {
     const va::Archive a(folder_.Path("a.va"));
     const va::Archive b(folder_.Path("b.va"));
-    const std::vector<va::Digest> digests = va::Digests(a);
+    const std::vector<va::Sha256> digests = va::Digests(a);
     EXPECT_EQ(va::Digests(a, 5), digests);
     EXPECT_EQ(va::ContentDigest(a, digests), va::ContentDigest(b, va::Digests(b, 2)));
     EXPECT_EQ(va::SumLine("0", digests[a.Find("small/0")->Index()]),

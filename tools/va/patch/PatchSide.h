@@ -21,6 +21,4 @@ struct PatchOperands {
 // Writes the members that a verdict names as objects; only with --json.
 void WriteSuspects(Run& run, const Verdict& verdict);
 
-[[nodiscard]] std::string HexOf(const Sha256& digest);
-
 }  // namespace va::tool

@@ -59,16 +59,6 @@ void WriteSuspects(Run& run, const Verdict& verdict) {
         run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
 }
 
-std::string HexOf(const Sha256& digest) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string text;
-    for (const std::byte byte : digest) {
-        text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
-        text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
-    }
-    return text;
-}
-
 Command VerifyCommand() {
     return {.words = "verify",
             .summary = "tell whether an archive is the old or the new side of a patch",

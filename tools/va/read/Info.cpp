@@ -1,18 +1,18 @@
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
+#include "platform/Interruption.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/read/ReadCommands.h"
+#include "vaconverter/patch.h"
 
 namespace va::tool {
 namespace {
 
-constexpr Operand kOperands[] = {{.name = "FILE",
-                                  .meaning = "an archive or patch, or a folder",
-                                  .repeats = true,
-                                  .completes = Completes::Archives}};
-constexpr std::array kOptions = {&kJson};
+constexpr Operand kOperands[] = {kFiles};
+constexpr std::array kOptions = {&kJobs, &kJson};
 constexpr std::array<std::string_view, 1> kExamples = {"va info Town.va"};
 
 const char* NameOf(IndexState state) {
@@ -20,7 +20,7 @@ const char* NameOf(IndexState state) {
         case IndexState::Whole:
             return "whole";
         case IndexState::Absent:
-            return "none";
+            return "absent";
         case IndexState::Missing:
             return "missing";
         default:
@@ -33,55 +33,126 @@ std::string Row(std::string_view name, const std::string& value) {
     return "  " + std::string(name) + std::string(kColumn - name.size(), ' ') + value + "\n";
 }
 
-bool IsPatch(const Archive& archive) {
+bool HasLists(const Archive& archive) {
     return archive.Find("addedFiles.txt") && archive.Find("deletedFiles.txt") &&
            archive.Find("patchedFiles.txt");
 }
 
-void Describe(Run& run, const std::string& path) {
-    const Archive archive = OpenSide(run, path);
-    const ArchiveInfo& info = archive.Info();
-    const std::string kind = info.isFolder      ? "folder"
-                             : IsPatch(archive) ? "patch archive"
-                                                : "archive";
+// All that is said about one file.
+struct Description {
+    const std::string& path;
+    const Archive& archive;
+    std::string kind;
     std::uint64_t compressed = 0;
-    for (const Member& member : archive.Members()) compressed += member.IsCompressed() ? 1 : 0;
-    if (run.answer.IsJson()) {
-        run.answer.Write(JsonObject("info")
-                             .Set("file", path)
-                             .Set("kind", kind)
-                             .Set("members", std::uint64_t{archive.Members().size()})
-                             .Set("compressed", compressed)
-                             .Set("content", info.contentSize)
-                             .Set("stored", info.storedSize)
-                             .Set("size", info.fileSize)
-                             .Set("dead", info.deadBytes)
-                             .Set("index", NameOf(info.index))
-                             .Set("format", std::uint64_t{info.formatVersion})
-                             .Set("build_version", std::uint64_t{info.buildVersion})
-                             .Set("product_code", std::uint64_t{info.productCode}));
-        return;
+    std::optional<Sha256> content{};
+    std::optional<PatchInfo> patch{};
+    bool whole = true;  // nothing was left out because it cannot be read
+};
+
+// What cannot be read is said, and left out.
+template <typename Work>
+void Try(Run& run, Description& about, Work work) {
+    try {
+        work();
+    } catch (const Error& error) {
+        if (error.code() != ErrorCode::Refused || platform::InterruptionAsked()) throw;
+        run.talk.Warning(Shown(error.what()));
+        about.whole = false;
     }
-    std::string text = Shown(path) + ": " + kind + "\n" +
-                       Row("members", std::to_string(archive.Members().size())) +
+}
+
+void WriteJson(Run& run, const Description& about) {
+    const ArchiveInfo& info = about.archive.Info();
+    JsonObject object("info");
+    object.Set("file", about.path)
+        .Set("kind", about.kind)
+        .Set("members", std::uint64_t{about.archive.Members().size()})
+        .Set("compressed", about.compressed)
+        .Set("content", info.contentSize)
+        .Set("stored", info.storedSize)
+        .Set("size", info.fileSize)
+        .Set("dead", info.deadBytes)
+        .Set("index", NameOf(info.index))
+        .Set("format", std::uint64_t{info.formatVersion})
+        .Set("build_version", std::uint64_t{info.buildVersion})
+        .Set("product_code", std::uint64_t{info.productCode});
+    if (about.content) object.Set("sha256", HexOf(*about.content));
+    if (const auto& patch = about.patch) {
+        object.Set("old_sha256", HexOf(patch->old.content))
+            .Set("new_sha256", HexOf(patch->fresh.content));
+        if (patch->archive) object.Set("archive_sha256", HexOf(*patch->archive));
+        if (!patch->name.empty()) object.Set("result", patch->name);
+        if (!patch->note.empty()) object.Set("note", patch->note);
+    }
+    run.answer.Write(object);
+}
+
+std::string PatchRows(const PatchInfo& patch) {
+    const auto side = [](const PatchInfo::Side& which) {
+        return Counted(which.members, "member") + ", " + ShownBytes(which.bytes) + ", sha256 " +
+               HexOf(which.content);
+    };
+    std::string text = Row("old side", side(patch.old)) + Row("new side", side(patch.fresh));
+    if (patch.archive) text += Row("gives", "an archive with sha256 " + HexOf(*patch.archive));
+    if (!patch.name.empty()) text += Row("result", Shown(patch.name));
+    const char* name = "note";
+    for (std::string_view note = patch.note; !note.empty(); name = "") {
+        const std::string_view line = note.substr(0, note.find('\n'));
+        text += Row(name, Shown(line));
+        note.remove_prefix(std::min(note.size(), line.size() + 1));
+    }
+    return text;
+}
+
+void WriteText(Run& run, const Description& about) {
+    const ArchiveInfo& info = about.archive.Info();
+    std::string text = Shown(about.path) + ": " + about.kind + "\n" +
+                       Row("members", std::to_string(about.archive.Members().size())) +
                        Row("content", ShownBytes(info.contentSize));
+    if (about.content) text += Row("sha256", HexOf(*about.content));
     if (!info.isFolder) {
         std::array<char, 16> version{};
         std::snprintf(version.data(), version.size(), "0x%x", info.formatVersion);
-        text += Row("stored", ShownBytes(info.storedSize) + ", " + Counted(compressed, "member") +
-                                  " compressed") +
+        text += Row("stored", ShownBytes(info.storedSize) + ", " +
+                                  Counted(about.compressed, "member") + " compressed") +
                 Row("file", ShownBytes(info.fileSize)) +
                 Row("dead bytes", ShownBytes(info.deadBytes)) + Row("index", NameOf(info.index)) +
                 Row("format", version.data()) +
                 Row("build version", std::to_string(info.buildVersion)) +
                 Row("product code", std::to_string(info.productCode));
     }
+    if (about.patch) text += PatchRows(*about.patch);
     run.answer.Write(text);
 }
 
+// Whether all could be read.
+bool Describe(Run& run, const std::string& path) {
+    const Archive archive = OpenSide(run, path);
+    Description about{path, archive, "archive"};
+    if (archive.Info().isFolder) about.kind = "folder";
+    for (const Member& member : archive.Members())
+        about.compressed += member.IsCompressed() ? 1 : 0;
+    if (HasLists(archive) && !archive.Info().isFolder) {
+        about.kind = "patch archive";
+        Try(run, about, [&] { about.patch = ReadPatchInfo(archive); });
+    }
+    Try(run, about, [&] {
+        about.content = ContentDigest(archive, Digests(archive, run.Jobs(), ProgressOf(run)));
+    });
+    if (run.answer.IsJson()) {
+        WriteJson(run, about);
+    } else {
+        WriteText(run, about);
+    }
+    return about.whole;
+}
+
 ExitCode Info(Run& run) {
-    for (const std::string& path : run.Operands()) Describe(run, path);
-    return ExitCode::Done;
+    ExitCode code = ExitCode::Done;
+    for (const std::string& path : run.Operands()) {
+        if (!Describe(run, path)) code = ExitCode::LookAt;
+    }
+    return code;
 }
 
 }  // namespace
@@ -92,9 +163,11 @@ Command InfoCommand() {
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Shows what FILE is: members, sizes, bytes that nothing uses any more, the state "
-                "of the index, and the versions in its header. Only the index is read; 'va test' "
-                "reads everything.\n",
+                "Shows what FILE is: members, sizes, the SHA-256 of the content (that of what 'va "
+                "sums' prints), bytes that nothing uses any more, the state of the index, and the "
+                "versions in its header; of a patch also what its manifest says, with the maker's "
+                "note. The exit code is 1 when a member or the manifest is damaged; 'va test' "
+                "names all that is wrong.\n",
             .examples = kExamples,
             .run = Info};
 }

@@ -7,10 +7,7 @@
 namespace va::tool {
 namespace {
 
-constexpr Operand kOperands[] = {{.name = "FILE",
-                                  .meaning = "an archive or patch, or a folder",
-                                  .repeats = true,
-                                  .completes = Completes::Archives}};
+constexpr Operand kOperands[] = {kFiles};
 constexpr std::array kOptions = {&kJobs, &kJson};
 constexpr std::array<std::string_view, 2> kExamples = {"va test Town.va", "va test -v *.va"};
 

@@ -5,6 +5,12 @@
 
 namespace va::tool {
 
+// The operand of commands that say something about each of several files.
+inline constexpr Operand kFiles{.name = "FILE",
+                                .meaning = "an archive or patch, or a folder",
+                                .repeats = true,
+                                .completes = Completes::Archives};
+
 [[nodiscard]] Command BlocksCommand();
 [[nodiscard]] Command CatCommand();
 [[nodiscard]] Command CompareCommand();

@@ -20,13 +20,13 @@ constexpr std::array<std::string_view, 2> kExamples = {
 
 ExitCode RunSums(Run& run) {
     const Archive archive = OpenSide(run, run.Operand(0));
-    const std::vector<Digest> digests = Digests(archive, run.Jobs(), ProgressOf(run));
+    const std::vector<Sha256> digests = Digests(archive, run.Jobs(), ProgressOf(run));
     std::vector<Member> members(archive.Members().begin(), archive.Members().end());
     std::ranges::sort(members, [&](const Member& a, const Member& b) {
         return std::tie(a.Name(), digests[a.Index()]) < std::tie(b.Name(), digests[b.Index()]);
     });
     for (const Member& member : members) {
-        const Digest& digest = digests[member.Index()];
+        const Sha256& digest = digests[member.Index()];
         if (run.answer.IsJson()) {
             run.answer.Write(JsonObject("sum")
                                  .SetName("name", member.Name(), member.StoredName())

@@ -1,0 +1,52 @@
+#include "tests/tools/va/VaProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+class VaInfo : public VaProgram {
+protected:
+    void SetUp() override {
+        Pack("old.va", "sign.txt", "name Town\n");
+        folder_.Write("new/sign.txt", "name City\n");
+        folder_.Write("note", "Repainted.\nTwice.");
+    }
+
+    // The digest in the summary of va sums.
+    [[nodiscard]] std::string ContentOf(const std::string& side) const {
+        const std::string said = Va("sums " + side).err;
+        return said.substr(said.find("sha256 ") + 7, 64);
+    }
+};
+
+TEST_F(VaInfo, TellsTheDigestOfTheContent) {
+    ExpectAnswers({
+        {"info old.va", 0,
+         "old.va: archive\n  members         1\n  content         10 B\n"
+         "  sha256          " +
+             ContentOf("old.va") + "\n"},
+        {"info new", 0, "sha256          " + ContentOf("new")},
+        {"info --json old.va", 0, "\"sha256\":\"" + ContentOf("old.va") + "\""},
+        {"info old.va nowhere.va", 9, "nowhere.va"},
+    });
+    std::string bytes = folder_.Read("old.va");
+    bytes.at(bytes.find("name Town")) = 'g';
+    folder_.Write("bad.va", bytes);
+    const Outcome bad = Va("info bad.va");
+    EXPECT_EQ(bad.exitCode, 1);
+    EXPECT_THAT(bad.err, HasSubstr("warning: bad.va: sign.txt: "));
+    EXPECT_EQ(bad.out.find("sha256"), std::string::npos);
+    EXPECT_THAT(bad.out, HasSubstr("index           whole\n"));
+}
+
+TEST_F(VaInfo, TellsWhatAPatchSaysAboutItself) {
+    ASSERT_EQ(Va("diff old.va new -o p.va --note=note").exitCode, 0);
+    const std::string told = Va("info p.va").out;
+    EXPECT_THAT(told, HasSubstr("p.va: patch archive\n"));
+    EXPECT_THAT(told, HasSubstr("  old side        1 member, 10 B, sha256 " + ContentOf("old.va")));
+    EXPECT_THAT(told, HasSubstr("  new side        1 member, 10 B, sha256 " + ContentOf("new")));
+    EXPECT_THAT(told, HasSubstr("  result          new.va\n"));
+    EXPECT_THAT(told, HasSubstr("  note            Repainted.\n                  Twice.\n"));
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
