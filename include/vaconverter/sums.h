@@ -32,4 +32,33 @@ using Sha256 = std::array<std::byte, 32>;
 // Digests returned.
 [[nodiscard]] Sha256 ContentDigest(const Archive& archive, std::span<const Sha256> digests);
 
+// A line of `sha256sum`.
+struct Sum {
+    std::string name;  // without "./" in front
+    Sha256 digest{};
+};
+
+// Returns whether `text` begins with a line of `sha256sum`.
+[[nodiscard]] bool LooksLikeSums(std::string_view text);
+
+// Reads lines of `sha256sum`, or of SumLine. Throws Error (Refused) naming the line that is none.
+[[nodiscard]] std::vector<Sum> ParseSums(std::string_view text);
+
+struct SumMismatch {
+    enum class Kind {
+        Differs,   // in content
+        Missing,   // the archive has no such member
+        Unlisted,  // the archive has it, the sums have not
+    };
+    Kind kind = Kind::Differs;
+    std::string name;
+};
+
+// Compares the members of an archive or folder with sums, letter case of names ignored. Returns
+// what differs: first in the order of the sums, then what is not listed. Throws Error as Digests
+// does.
+[[nodiscard]] std::vector<SumMismatch> CompareSums(const Archive& archive,
+                                                   std::span<const Sum> sums, unsigned threads = 1,
+                                                   const ProgressFunction& progress = {});
+
 }  // namespace va

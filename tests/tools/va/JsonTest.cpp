@@ -99,6 +99,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
     folder_.Write("b/mesh.im", "MESH\x0C\0\0\0indxDATA\0\0\0\0"s);
     folder_.Write("c/one.txt", "changed");
     folder_.Write("c/moved.txt", std::string(5000, '2'));
+    folder_.Write("b.sums", std::string(64, '0') + "  one.txt\n");
     Pack("Odd.va", "plain.txt", "content");
     Pack("New.va", "fresh.txt", "fresh");
     Pack("Bad.va", "hurt.txt", "content that is hurt");
@@ -131,6 +132,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "apply --json Odd.va Odd-diff.va",
              "apply --json a Odd-diff.va -o never.va",
              "verify --json a Odd-diff.va",
+             "verify --json a b.sums",
          }) {
         SCOPED_TRACE(words);
         CheckAnswer(Va(words).out);

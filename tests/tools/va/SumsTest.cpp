@@ -37,6 +37,33 @@ TEST_F(VaSums, NamesThatAreNotAsciiAreUtf8) {
     EXPECT_THAT(Va("sums town").out, testing::EndsWith(folder_.Read("one")));
 }
 
+TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
+    folder_.Write("Town.sums", Va("sums Town.va").out);
+    ASSERT_EQ(Shell("cd " + folder_.Path("town") +
+                    " && find . -type f | xargs -d '\\n' sha256sum"
+                    " | sed 's/$/\\r/' >../found.sums"),
+              0);
+    ExpectAnswers({
+        {"verify Town.va Town.sums", 0, "Town.va: as Town.sums says\n"},
+        {"verify town Town.sums", 0, "town: as Town.sums says\n"},
+        {"verify Town.va found.sums", 0, "Town.va: as found.sums says\n"},
+        {"verify Town.va - <found.sums", 0, "Town.va: as - says\n"},
+        {"verify nowhere Town.sums", 9, "nowhere"},
+    });
+    folder_.Write("town/b.txt", "B.txt");
+    folder_.Write("town/more", "");
+    std::filesystem::remove(folder_.Path("town/C.txt"));
+    ExpectAnswers({
+        {"verify town Town.sums", 1,
+         "C.txt: missing\nb.txt: differs\nmore: unlisted\n"
+         "va: town is not what Town.sums says: 3 differences\n"},
+    });
+    folder_.Write("odd.sums", "\\" + std::string(64, '0') + " *a\\x1b\\nb\n");
+    ExpectAnswers({{"verify town odd.sums", 1, "a\\x1b\\x0ab: missing\n"}});
+    folder_.Write("bad.sums", folder_.Read("Town.sums") + "sha256\n");
+    ExpectAnswers({{"verify town bad.sums", 2, "bad.sums: line 6 is not a line of sha256sum"}});
+}
+
 TEST_F(VaSums, NothingIsSaidAboutDamagedMembers) {
     std::string bytes = folder_.Read("Town.va");
     bytes.at(bytes.find("sub/z", bytes.find("sub/z") + 5)) ^= 1;

@@ -4,18 +4,24 @@
 #include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
 #include "tools/va/patch/PatchSide.h"
+#include "tools/va/patch/VerifySums.h"
 
 namespace va::tool {
 namespace {
 
 constexpr Operand kOperands[] = {
     {.name = "TARGET", .meaning = "an archive, or a folder", .completes = Completes::Archives},
-    {.name = "PATCH", .meaning = "the patch", .completes = Completes::Patches},
+    {.name = "PATCH|SUMS",
+     .meaning = "the patch, or a file of sha256sum ('-': standard input)",
+     .completes = Completes::Patches},
 };
 constexpr std::array kOptions = {&kJobs, &kJson};
-constexpr std::array<std::string_view, 1> kExamples = {"va verify Town.va town-1.1.patch.va"};
+constexpr std::array<std::string_view, 2> kExamples = {"va verify Town.va town-1.1.patch.va",
+                                                       "va verify Town.va Town.sums"};
 
 ExitCode RunVerify(Run& run) {
+    if (const auto sums = ReadSumsFile(run.Operand(1)))
+        return VerifySums(run, run.Operand(0), run.Operand(1), *sums);
     const PatchOperands operands = SortOperands(run);
     const Verdict verdict =
         VerifyAgainst(operands.target, operands.patch, run.Jobs(), ProgressOf(run));
@@ -61,13 +67,16 @@ void WriteSuspects(Run& run, const Verdict& verdict) {
 
 Command VerifyCommand() {
     return {.words = "verify",
-            .summary = "tell whether an archive is the old or the new side of a patch",
+            .summary = "tell which side of a patch an archive is, or judge it by sums",
             .operands = kOperands,
             .options = kOptions,
             .details =
                 "Reads TARGET and PATCH whole, which may stand in either order, and tells which "
                 "side of the patch TARGET is. The exit code is 0 for either side, 1 for neither, "
-                "and 2 when TARGET or PATCH is damaged.\n",
+                "and 2 when TARGET or PATCH is damaged.\n"
+                "\n"
+                "With a file of sha256sum, such as 'va sums' prints, it tells which members of "
+                "TARGET differ, are missing or unlisted: the exit code is 1 if there are any.\n",
             .examples = kExamples,
             .run = RunVerify};
 }

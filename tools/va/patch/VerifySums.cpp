@@ -1,0 +1,76 @@
+#include "tools/va/patch/VerifySums.h"
+
+#include <array>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string_view>
+
+#include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
+#include "vaconverter/sums.h"
+
+namespace va::tool {
+namespace {
+
+const char* NameOf(SumMismatch::Kind kind) {
+    switch (kind) {
+        case SumMismatch::Kind::Missing:
+            return "missing";
+        case SumMismatch::Kind::Unlisted:
+            return "unlisted";
+        default:
+            return "differs";
+    }
+}
+
+std::string ReadAll(std::istream& in) {
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace
+
+std::optional<std::string> ReadSumsFile(const std::string& path) {
+    if (path == "-") return ReadAll(std::cin);
+    if (!std::filesystem::is_regular_file(path)) return std::nullopt;
+    std::ifstream file(path, std::ios::binary);
+    // The start decides, so that no archive is read as text.
+    constexpr std::size_t kStart = 4096;
+    std::string start(kStart, '\0');
+    file.read(start.data(), kStart);
+    start.resize(static_cast<std::size_t>(file.gcount()));
+    if (!LooksLikeSums(start)) return std::nullopt;
+    file.clear();
+    return start + ReadAll(file);
+}
+
+ExitCode VerifySums(Run& run, const std::string& target, const std::string& path,
+                    const std::string& text) {
+    std::vector<Sum> sums;
+    try {
+        sums = ParseSums(text);
+    } catch (const Error& error) {
+        Refuse(Shown(path) + ": " + error.what());
+    }
+    const Archive archive = OpenSide(run, target);
+    const std::vector<SumMismatch> mismatches =
+        CompareSums(archive, sums, run.Jobs(), ProgressOf(run));
+    for (const auto& [kind, name] : mismatches) {
+        if (run.answer.IsJson()) {
+            run.answer.Write(JsonObject("mismatch").Set("name", name).Set("what", NameOf(kind)));
+        } else {
+            run.answer.Write(Shown(name) + ": " + NameOf(kind) + "\n");
+        }
+    }
+    run.answer.Last().Set("file", target).Set("side", mismatches.empty() ? "same" : "neither");
+    if (mismatches.empty()) {
+        if (!run.answer.IsJson())
+            run.answer.Write(Shown(target) + ": as " + Shown(path) + " says\n");
+        return MayLackMembers(run, archive) ? ExitCode::LookAt : ExitCode::Done;
+    }
+    run.talk.Error(Shown(target) + " is not what " + Shown(path) +
+                   " says: " + Counted(mismatches.size(), "difference"));
+    return ExitCode::LookAt;
+}
+
+}  // namespace va::tool

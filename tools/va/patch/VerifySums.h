@@ -1,0 +1,19 @@
+// An archive or folder against a file of sha256sum.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "tools/va/Run.h"
+
+namespace va::tool {
+
+// The text of a file that begins as sha256sum writes, or of standard input for "-"; nullopt for
+// other files and for folders.
+[[nodiscard]] std::optional<std::string> ReadSumsFile(const std::string& path);
+
+// Tells what differs in `target` from the sums in `text`, which came from `path`.
+[[nodiscard]] ExitCode VerifySums(Run& run, const std::string& target, const std::string& path,
+                                  const std::string& text);
+
+}  // namespace va::tool
