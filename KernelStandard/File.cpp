@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <span>
 #include <string_view>
 
 #include "KernelStandard/FileSubstList.h"

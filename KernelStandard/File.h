@@ -23,7 +23,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "KernelStandard/BlockReader.h"
 #include "KernelStandard/FileTypes.h"
@@ -146,9 +145,6 @@ private:
     // Returns `result` and closes; a member that can be read stays open until Close.
     FileResult Refuse(FileResult result);
     void RequireReading() const;
-    std::uint32_t ReadAnsiLine(std::span<char> into);
-    std::uint32_t ReadUtf16Line(std::span<char> into);
-    [[nodiscard]] bool NextByte(unsigned char& byte);
 
     OpenFile file_;
     BlockReader reader_{file_};

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,30 +11,14 @@
 
 namespace Vorn {
 
-bool File::NextByte(unsigned char& byte) {
-    const auto content = reader_.Peek(position_);
-    if (content.empty()) return false;
-    byte = std::to_integer<unsigned char>(content.front());
-    ++position_;
-    return true;
-}
+namespace {
 
-std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
-    RequireReading();
-    if (size <= 1) return 0;
-    Flush();
-    // One byte holds the NUL and one stays unused: the limit is fixed.
-    const std::span into(buffer, size - 2);
-    const int mode = textMode == 0 ? textMode_ : textMode;
-    const std::uint32_t stored = mode == kTextUtf16 ? ReadUtf16Line(into) : ReadAnsiLine(into);
-    buffer[stored] = '\0';
-    return stored;
-}
-
-std::uint32_t File::ReadAnsiLine(std::span<char> into) {
+// Both read from `position`, which they move after the line feed or to the end, and store as much
+// of the line as fits. Return the bytes stored.
+std::uint32_t ReadAnsiLine(BlockReader& reader, std::uint32_t& position, std::span<char> into) {
     std::size_t stored = 0;
     for (bool ended = false; !ended;) {
-        const auto content = reader_.Peek(position_);
+        const auto content = reader.Peek(position);
         if (content.empty()) break;
         const auto feed = std::ranges::find(content, std::byte{'\n'});
         ended = feed != content.end();
@@ -42,23 +27,45 @@ std::uint32_t File::ReadAnsiLine(std::span<char> into) {
         const std::size_t kept = std::min(length, into.size() - stored);
         std::memcpy(into.data() + stored, content.data(), kept);
         stored += kept;
-        position_ += static_cast<std::uint32_t>(length);
+        position += static_cast<std::uint32_t>(length);
     }
     return static_cast<std::uint32_t>(stored);
 }
 
-std::uint32_t File::ReadUtf16Line(std::span<char> into) {
+std::uint32_t ReadUtf16Line(BlockReader& reader, std::uint32_t& position, std::span<char> into) {
+    const auto nextByte = [&](unsigned char& byte) {
+        const auto content = reader.Peek(position);
+        if (content.empty()) return false;
+        byte = std::to_integer<unsigned char>(content.front());
+        ++position;
+        return true;
+    };
     std::uint32_t stored = 0;
     for (char16_t unit = 0; unit != u'\n';) {
         unsigned char low = 0;
         unsigned char high = 0;
-        if (!NextByte(low) || !NextByte(high)) break;
+        if (!nextByte(low) || !nextByte(high)) break;
         unit = static_cast<char16_t>(low | high << 8);
         if (stored == into.size()) continue;
         unsigned char ansi = '?';  // stays for a unit that the code page does not have
         (void)platform::Utf16ToAnsi(unit, ansi);
         into[stored++] = static_cast<char>(ansi);
     }
+    return stored;
+}
+
+}  // namespace
+
+std::uint32_t File::ReadLine(char* buffer, std::uint32_t size, int textMode) {
+    RequireReading();
+    if (size <= 1) return 0;
+    Flush();
+    // One byte holds the NUL and one stays unused: the limit is fixed.
+    const std::span into(buffer, size - 2);
+    const int mode = textMode == 0 ? textMode_ : textMode;
+    const auto readLine = mode == kTextUtf16 ? ReadUtf16Line : ReadAnsiLine;
+    const std::uint32_t stored = readLine(reader_, position_, into);
+    buffer[stored] = '\0';
     return stored;
 }
 
