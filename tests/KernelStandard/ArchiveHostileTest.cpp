@@ -5,7 +5,7 @@
 namespace Vorn::Testing {
 namespace {
 
-// Archives that nobody wrote: whatever the bytes, every operation ends with an answer.
+// Damaged and forged archives: whatever the bytes, every operation returns.
 class ArchiveHostile : public ArchiveLayer {
 protected:
     // Mounts, lists, reads everything and tries to add; at most `most` bytes are read in all.
@@ -47,7 +47,7 @@ TEST_F(ArchiveHostile, PrefixesAndChangedBytes) {
     }
     EXPECT_GT(rounds_, 200);
     for (std::size_t at = 0; at < good_.size(); ++at) {
-        // Names are long and their bytes alike: a few of them stand for all.
+        // Names are long and their bytes are alike: a few are enough.
         const std::size_t inEntry = at < index_ ? at - 52 : (at - index_ - 16) % 296;
         if (at >= 52 && inEntry >= 12 && inEntry < 258) continue;
         for (const int flip : {0x01, 0xFF}) {
@@ -100,7 +100,7 @@ TEST_F(ArchiveHostile, NamesWithoutAnEndOrWithOddParts) {
     }
 }
 
-// What this process has read so far; 0 where the system does not say.
+// Returns the bytes that this process has read so far; 0 if the system does not count them.
 std::uint64_t BytesRead() {
     std::ifstream counters("/proc/self/io");
     std::string label;
@@ -113,7 +113,7 @@ TEST_F(ArchiveHostile, ManyTinyChunksCostOneWalk) {
     constexpr std::size_t kTail = std::size_t{4} << 20;
     MountBytes(RawArchive({{"a", "1"}}, false) + std::string(kTail, '\0'));
     const std::uint64_t before = BytesRead();
-    if (before == 0) GTEST_SKIP() << "nobody counts what is read";
+    if (before == 0) GTEST_SKIP() << "the system does not count what is read";
     for (int i = 0; i < 200; ++i) {
         EXPECT_EQ(File::Exists(("arc:missing" + std::to_string(i)).c_str()), RES_FILENOTFOUND);
     }
@@ -148,7 +148,7 @@ TEST_F(ArchiveHostile, DamagedStreamsEndWhereTheDamageIs) {
                       file.Size() == 40000,
                   content == 40000);
     }
-    // A plain member that its archive has not got whole.
+    // A plain member whose end is missing in its archive.
     MountBytes(RawArchive({{"p", Prose(40000)}}, false).substr(0, kFirstMember + 296 + 39000));
     File cut;
     ASSERT_EQ(cut.Open("arc:p", kReadPlain), RES_OK);

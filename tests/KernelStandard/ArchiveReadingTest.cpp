@@ -63,7 +63,7 @@ TEST_F(ArchiveReading, WithoutAUsableIndexTheChunksAreWalked) {
         return std::string(good).replace(at, 4, U32(value));
     };
     const std::size_t index = Get32(good, kIndexOffsetAt);
-    // Where there are records that count, only the rest is walked.
+    // If some records are usable, only the rest of the file is walked.
     for (const auto& [bytes, allWalked] :
          Table<std::string, bool>{{RawArchive(members, false), true},
                                   {good.substr(0, index + 3), true},
@@ -80,7 +80,7 @@ TEST_F(ArchiveReading, WithoutAUsableIndexTheChunksAreWalked) {
         }
         Unmount("arc");
     }
-    // Members behind the index.
+    // Members after the index.
     MountBytes(RawArchive({{"a", "1"}}) + RawChunk({"x/late", "2"}));
     ExpectContents({{"arc:x/late", "2"}, {"arc:missing", std::nullopt}});
     Unmount("arc");

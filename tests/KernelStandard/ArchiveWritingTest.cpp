@@ -26,7 +26,8 @@ TEST_F(ArchiveWriting, AnEmptyArchiveGetsItsIndexAtTheEnd) {
     EXPECT_EQ(CloseAndRead(), RawArchive({}));
     EXPECT_EQ(RawArchive({}).size(), 52u);
 
-    MountWritable();  // without an index: the member goes behind what is there, and none is written
+    MountWritable();  // counts as one without an index: the member goes after it, and none is
+                      // written
     ASSERT_TRUE(Store("arc:late.txt", "x"));
     EXPECT_EQ(Reopen().size(), 52u + 296 + 1);
     EXPECT_EQ(Contents("arc:late.txt"), "x");
@@ -38,7 +39,7 @@ TEST_F(ArchiveWriting, ReplacingAndDeletingMarkTheOldMember) {
     EXPECT_TRUE(File::Delete("arc:/A*"));
     EXPECT_FALSE(File::Delete("arc:a*")) << "wildcards in a name delete nothing else";
     std::string file = Reopen();
-    EXPECT_EQ(file.size(), before.size()) << "old bytes stay behind the shorter index";
+    EXPECT_EQ(file.size(), before.size()) << "old bytes stay after the shorter index";
     EXPECT_EQ(file.substr(kCountAt, 8), U32(2) + U32(Get32(before, kIndexOffsetAt)));
     EXPECT_THAT(NamesOf("arc:*"), ElementsAre("ab", "two"));
     EXPECT_FALSE(File::Delete("arc:ab")) << "mounted read-only";
@@ -165,8 +166,8 @@ TEST_F(ArchiveWriting, AnIndexThatPointsElsewhereLosesItsRecordOnly) {
     EXPECT_EQ(CloseAndRead().substr(44, 356), bytes.substr(44, 356));
 }
 
-// Three writers, each killed in the last piece of "B": behind a member that was complete, and with
-// another one open.
+// Three writers, each killed in the last piece of "B", after a complete member and while another
+// one is open.
 TEST_F(ArchiveWriting, AKilledWriterLeavesWhatWasComplete) {
     std::vector<RawMember> members(40, {"old", Noise(50)});
     for (std::size_t i = 0; i < 40; ++i) members[i].name += std::to_string(i);
@@ -211,7 +212,7 @@ TEST_F(ArchiveWriting, AnUnfinishedMemberHidesNothing) {
     ExpectContents({{"arc:a", "1"}, {"arc:new", "2"}});
 }
 
-TEST_F(ArchiveWriting, MembersBehindTheIndexStay) {
+TEST_F(ArchiveWriting, MembersAfterTheIndexStay) {
     const std::string whole = RawArchive({{"a", "1"}, {"b", "2"}});
     MountBytes(whole + RawChunk({"behind", "3"}), true);
     ASSERT_TRUE(Store("arc:a", "new"));

@@ -93,7 +93,7 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
             find.GetPath(path);
             EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";
         }
-        // They exist when their last part has no dot.
+        // They exist if their last part has no dot.
         for (const std::string path : {"X", "x/", "X\\Y", "x/z", "x/z/3"}) {
             EXPECT_EQ(File::Exists(("arc:" + path).c_str()), RES_OK) << path;
         }
@@ -105,7 +105,7 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
     }
 }
 
-// Folder by folder, 20,000 of them: only a search that looks at what it lists gets through.
+// 20,000 folders, one search each: a search that visits all members would not end in time.
 TEST_F(FileFind, AWideTreeIsWalkedFolderByFolder) {
     std::vector<RawMember> members;
     for (int i = 0; i < 20000; ++i)

@@ -1,5 +1,5 @@
-// The common ground of the file layer's tests: an empty current directory, mounts that end with
-// the test, and whole files by path.
+// Common to the tests of the file layer: an empty current directory, mounts that end with the test,
+// and whole files by path.
 #pragma once
 
 #include "KernelStandard/File.h"
@@ -26,27 +26,27 @@ class ArchiveLayer : public FileLayer {
 protected:
     void MountWritable() { Mount("arc", "a.va", true); }
     void MountBytes(std::string_view bytes, bool writable = false);
-    // The archive's bytes after its mount has ended.
+    // Ends the mount and returns the archive's bytes.
     [[nodiscard]] std::string CloseAndRead();
     // The same, and the archive is mounted again for reading.
     std::string Reopen();
 };
 
-// Writes a whole file or member; whether all went well, closing included.
+// Writes a whole file or member. Returns whether all succeeded, closing included.
 bool Store(const std::string& path, std::string_view content, FileMode writeKind = kWritePlain);
 
-// A whole file or member; nothing when it does not open.
+// Returns a whole file or member; nothing if it does not open.
 [[nodiscard]] std::optional<std::string> Contents(const std::string& path,
                                                   FileMode readKind = kReadDetect);
 
-// Each path has its content, or does not open.
+// Expects that each path has its content, or does not open.
 using PathsAndContents = std::vector<std::pair<std::string, std::optional<std::string>>>;
 void ExpectContents(const PathsAndContents& rows);
 
-// The names that a search finds, in its order.
+// Returns the names that a search finds, in its order.
 [[nodiscard]] std::vector<std::string> NamesOf(const std::string& pattern);
 
-// The last modification of a file or member.
+// Returns the time of the last modification of a file or member.
 [[nodiscard]] std::optional<std::uint32_t> TimeOf(const char* path);
 
 }  // namespace Vorn::Testing

@@ -7,14 +7,14 @@
 namespace Vorn::Testing {
 namespace {
 
-// Random operations on a File, each held against a text in memory.
+// Random operations on a File, each compared with a text in memory.
 class FileReadWrite : public FileLayer {
 protected:
     [[nodiscard]] std::uint32_t Random(std::size_t below) {
         return static_cast<std::uint32_t>(random_() % below);
     }
 
-    // Often small, also around the size of a block, now and then several blocks.
+    // Mostly small, sometimes about the size of a block or several blocks.
     [[nodiscard]] std::uint32_t RandomLength() {
         const std::uint32_t lengths[] = {16384 - 5 + Random(11), Random(50000)};
         const std::uint32_t kind = Random(4);
@@ -137,7 +137,7 @@ TEST_F(FileReadWrite, DamageIsToldFromTheEnd) {
             if (bytes.empty() && path != "f"s) continue;  // that member claims bytes it lacks
             SCOPED_TRACE(what + ": "s + path);
             ASSERT_EQ(file_.Open(path, kReadDetect), RES_OK);
-            EXPECT_FALSE(file_.ReadFailed()) << "of the file before";
+            EXPECT_FALSE(file_.ReadFailed()) << "that was the file before";
             const auto read = ReadToEnd(file_);
             EXPECT_EQ(read.has_value(), whole);
             EXPECT_EQ(file_.ReadFailed(), !whole);
@@ -204,7 +204,7 @@ TEST_F(FileReadWrite, WholeElementsAreCountedAndSeekRefusesWhatIsNoPosition) {
     EXPECT_EQ(file_.Read(buffer, 3, 3), 2u);
     EXPECT_STREQ(buffer, "12345678");
     EXPECT_EQ(file_.Read(buffer, 0, 3), 0u);
-    EXPECT_FALSE(file_.ReadFailed()) << "the end of a file is none";
+    EXPECT_FALSE(file_.ReadFailed()) << "the end of a file is not a failure";
     for (const auto& [offset, origin] : Table<std::int64_t, int>{{-1, 0},
                                                                  {-10, 1},
                                                                  {10, 2},

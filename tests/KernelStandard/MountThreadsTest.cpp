@@ -1,5 +1,5 @@
-// Mounts that other threads, other mounts of one archive or files that are still open have to do
-// with.
+// Mounts shared with other threads, with other mounts of the same archive, and with files that
+// outlive them.
 #include "KernelStandard/FileSubArchive.h"
 #include "tests/KernelStandard/FileLayer.h"
 
@@ -42,7 +42,7 @@ TEST_F(MountThreads, ADeletionThatWaitsKeepsNoOtherThreadFromTheMounts) {
         ASSERT_TRUE(Store("two:x", "holds the change lock"));
         std::atomic<bool> deleted = false;
         std::thread deleting([&] { deleted = File::Delete(victim); });
-        // The deletion mostly waits by then; when it does not, the case shows less but holds.
+        // The deletion mostly waits by then; if it does not, the case proves less but still passes.
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         Unmount("two");
         deleting.join();

@@ -121,7 +121,7 @@ TEST_F(SubstStack, AMountMayBeClosedWhileOthersUseIt) {
     std::atomic<int> whole = 0;
     InThreads(4, [&](std::size_t t) {
         if (t == 0) {
-            // Until it was used: else the rounds may pass before the others begin.
+            // Continues until the mount was used: else the rounds may end before the others start.
             for (int round = 0; round < kRounds || whole == 0; ++round) {
                 Subst(Intern("mnt"), "a.va");
                 Subst(Intern("mnt"), "a/", true);
@@ -160,7 +160,7 @@ TEST_F(SubstStack, MountsInACircleEnd) {
     EXPECT_FALSE(File::DeleteDirectory("bb:dir"));
     EXPECT_TRUE(TimeOf("bb:both") && !TimeOf("bb:newer"));
 
-    // Three in a circle, with folders on the way.
+    // Three in a circle, with folders in between.
     Mount("c1", "b/", true);
     for (const auto& [name, path] : Table<const char*, const char*>{
              {"c2", "c1:/"}, {"c3", "c2:/"}, {"c1", "c3:/"}, {"c2", "c3:x/"}}) {
@@ -173,7 +173,7 @@ TEST_F(SubstStack, MountsInACircleEnd) {
         EXPECT_THAT(NamesOf(name + "bo*"), ElementsAre("both"));
     }
 
-    // A circle that no folder ends has nothing.
+    // In a circle without a folder nothing is found.
     Mount("cc", "dd:/", true);
     Mount("dd", "cc:/", true);
     Mount("cc", "dd:/", true);
