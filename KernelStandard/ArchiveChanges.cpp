@@ -11,6 +11,7 @@ namespace {
 
 ArchiveChanges::ProgressHook progressHook = nullptr;
 
+// A member that must appear at once is followed by Flush, so that one appender serves both ways.
 constexpr auto kPublish = archive::Appender::Publish::InBatches;
 
 }  // namespace
@@ -34,6 +35,7 @@ bool ArchiveChanges::Enter() {
         archive_.WalkRest();
         appender_.emplace(archive_.File(), archive_.Contents(), kPublish);
     } else if (archive_.IsOpen()) {
+        // Another process has made it an archive that cannot be changed.
         archive_.File().UnlockChanges();
     }
     return true;
@@ -59,6 +61,7 @@ ArchiveChanges::Result ArchiveChanges::Add(const char* name, std::uint32_t size,
         appender_->Finish();
         if (!batches_) appender_->Flush();
     } catch (const archive::Error& error) {
+        // What was written of the member is still marked deleted; the next one takes its place.
         appender_->Abandon();
         return error.Code() == archive::ErrorCode::Full ? Result::Full : Result::Failed;
     }

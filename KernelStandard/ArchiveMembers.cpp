@@ -36,6 +36,7 @@ void ArchiveMembers::Read() {
     const std::int64_t length = footprint.length;
     contents_ = archive::Contents();
     contents_.header = defaults_;
+    // What a killed process leaves if it had created the file, but not yet written to it.
     if (length == 0 && writable_) {
         contents_ = archive::NewContents(defaults_.buildVersion, defaults_.productCode);
     }
@@ -69,6 +70,7 @@ bool ArchiveMembers::MayChange() const { return writable_ && IsOpen() && content
 
 archive::FindEntry ArchiveMembers::EntryOf(Ordinal ordinal) const {
     std::array<std::byte, archive::kIndexRecordSize> record{};
+    // The table keeps entries packed; a record is the form in which it gives them out.
     Table().Encode(ordinal, record);
     return archive::DecodeIndexRecord(record).entry;
 }
@@ -123,6 +125,7 @@ std::optional<ArchiveMembers::Ordinal> ArchiveMembers::Walk(archive::Cursor& cur
         folders_.AddDirectoriesOf(Table().Name(ordinal));
         return ordinal;
     } catch (const archive::Error&) {
+        // As at the end of the file: members after a place that cannot be read are out of reach.
         return std::nullopt;
     }
 }

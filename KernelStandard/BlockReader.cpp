@@ -85,6 +85,7 @@ std::uint32_t BlockReader::FillBytes(std::uint32_t position, std::span<std::byte
         static_cast<std::uint32_t>(std::min<std::size_t>(into.size(), size - position));
     const std::int64_t got = file_.ReadAt(position, into.first(count));
     if (got == count) return count;
+    // The file is shorter than it was, or than its archive's entry says.
     EndAtDamage();
     // Return only whole blocks, as for a stream.
     return got < 0 ? 0 : static_cast<std::uint32_t>(got - got % std::int64_t{kBlockSize});
@@ -126,6 +127,7 @@ bool BlockReader::ReadStored(std::span<std::byte> into) {
 
 bool BlockReader::GoTo(std::uint32_t position) {
     if (!Held(position).empty()) return true;
+    // Blocks can be walked forwards only.
     if (position < next_) Rewind();
     if (!SkipToBlockOf(position)) {
         EndAtDamage();

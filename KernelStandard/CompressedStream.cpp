@@ -73,6 +73,7 @@ std::atomic<std::uint32_t> temporaryNameCounter{0};
 
 bool CompressFileInPlace(const char* path) {
     platform::FileHandle out;
+    // In the current directory, not beside the file, and hidden: both are fixed.
     const std::string temporary = CreateTemporaryFile("", out);
     if (temporary.empty()) return false;
     platform::SetHidden(temporary.c_str(), true);
@@ -95,7 +96,7 @@ TemporaryName MakeTemporaryName() {
 }
 
 // The names can be guessed, so only a new file is written to: never an existing one, and never
-// through a link that somebody has put there.
+// through a link that another user has put there.
 std::string CreateTemporaryFile(const std::string& folder, platform::FileHandle& file) {
     constexpr int kMostTries = 100;
     for (int tries = 0; tries < kMostTries; ++tries) {

@@ -35,6 +35,8 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
                       int textMode) {
     textMode_ = textMode == 0 ? kTextAnsi : textMode;
     if (IsOpen()) return RES_ALREADYOPEN;
+    // The buffers of the reader and the writer are kept: a File that opens many small files one
+    // after the other allocates once.
     file_.Begin(mode);
     reader_.Begin();
     position_ = 0;
@@ -110,7 +112,7 @@ bool File::Close() {
     if (!IsOpen()) return true;
     Flush();
     const bool good = file_.Close();
-    if (counted_) --openFiles;
+    if (counted_) --openFiles;  // a refused member is open, but was never counted
     counted_ = false;
     return good;
 }
@@ -153,6 +155,7 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
     // While the buffer holds bytes, they end at position_: Seek and Read flush it first.
     if (writer_.IsEmpty()) writer_.MoveTo(position_);
     if (position_ > Size()) file_.ClearPastEnd();
+    // Positions have 32 bits: what would lie after the last of them is refused, not wrapped.
     const std::uint64_t room = archive::kMaxArchiveSize - position_;
     if (wanted > room) file_.SetWriteFailed();
     const std::span from(static_cast<const std::byte*>(source), std::min(wanted, room));

@@ -97,6 +97,8 @@ bool File::Find::Enter(const InternedString& mount, std::string_view folder,
 
 bool File::Find::Next() {
     while (Advance()) {
+        // An archive returns whole member names. The rest of the field must not show what was
+        // there.
         const PathBuffer full(entry_.Name());
         entry_.name.fill('\0');
         SetPath(entry_.name, FileNamePart(full.c_str()));
@@ -152,6 +154,7 @@ bool File::Find::SearchPlace(const Place& place) {
     const std::string_view below =
         colon == std::string_view::npos ? folder : folder.substr(colon + 1);
     const std::string_view root = static_cast<const FileSubPath&>(*place.backend).Root();
+    // JoinPath would throw; a folder whose path is too long has no file that could be opened.
     if (root.size() + below.size() >= kMaxPath) return false;
     PathBuffer path;
     JoinPath(root, below, path);

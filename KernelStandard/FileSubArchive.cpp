@@ -67,6 +67,7 @@ void FileSubArchive::CreateArchive() {
     // Another process may have created the file first, or may already be changing the one that was
     // created here.
     const bool locked = created && file.LockChanges(0);
+    // Either way it then is an archive that exists, and is read like one.
     if (!locked && (created || file.Open(path_.c_str(), Access::ReadWrite, Creation::OpenExisting,
                                          Share::DenyNone))) {
         return archive_.Read();
@@ -120,6 +121,8 @@ bool FileSubArchive::OpenRead(OpenFile& file, const char* name, OpenFlags /*flag
     const auto ordinal = LookUp(name);
     if (!ordinal) return false;
     const archive::Member member = archive_.Table()[*ordinal];
+    // Until the file finds a stream's header, the entry's size is the best that is known. Opened to
+    // be read plain, the stored bytes are the content.
     const bool raw = file.ReadKind() == kReadPlain;
     file.BorrowMember(archive_.File(), *this, name, member.dataOffset, member.storedSize,
                       raw ? member.storedSize : member.size);
@@ -129,6 +132,7 @@ bool FileSubArchive::OpenRead(OpenFile& file, const char* name, OpenFlags /*flag
 bool FileSubArchive::Exists(InternedString& /*substName*/, const char* name) {
     const ScopedLock hold(lock_);
     if (LookUp(name)) return true;
+    // A last component with a dot counts as a file's name, not as a folder's. This is fixed.
     const std::string_view last(FileNamePart(name));
     return *name != '\0' && last.find_first_of(".*?") == std::string_view::npos &&
            archive_.Folders().IsDirectory(name, true);
@@ -188,6 +192,8 @@ void FileSubArchive::WaitForOtherChanges() {
         patience = *wanted;
         file = &archive_.File();
     }
+    // The lock belongs to the handle, so that Enter has it at once. Another thread of this mount
+    // may use it first, which does no harm.
     const bool locked = file->LockChanges(patience);
     const ScopedLock hold(lock_);
     changes_.SetWaitedInVain(!locked);
@@ -195,6 +201,7 @@ void FileSubArchive::WaitForOtherChanges() {
 
 bool FileSubArchive::CanAdd(const char* name) const {
     const ScopedLock hold(lock_);
+    // In an archive of an older version, streams have a shorter header: new ones could not be read.
     return archive_.MayChange() &&
            archive_.Contents().header.version == archive::kArchiveVersion102 &&
            std::string_view(name).size() < kMaxPath;
@@ -202,6 +209,7 @@ bool FileSubArchive::CanAdd(const char* name) const {
 
 bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
     using platform::Creation;
+    // Only this one may replace a member, because it needs nothing of the old content.
     if (creation == Creation::CreateOrTruncate) return true;
     if (creation == Creation::OpenExisting) return false;
     const ScopedLock hold(lock_);
@@ -211,6 +219,8 @@ bool FileSubArchive::MayCreate(const char* name, platform::Creation creation) {
 bool FileSubArchive::OpenWrite(OpenFile& file, const char* name, OpenFlags flags) {
     if (!CanAdd(name) || !WritesMember(file.WriteKind())) return false;
     if (!MayCreate(name, flags.creation)) return false;
+    // Several members may be written at a time, but an archive grows only at one place. So each is
+    // written to a temporary file first, and added when it is closed.
     platform::FileHandle temporary = TakeTemporary();
     if (!temporary.IsOpen()) return false;
     file.TakeNewMember(std::move(temporary), *this, name);
@@ -236,6 +246,7 @@ bool FileSubArchive::CloseFile(OpenFile& file) {
     constexpr std::uint32_t kKeptInSpare = 65536;  // bytes; a larger content is truncated
     const std::uint32_t size = file.Size();
     platform::FileHandle content = std::move(file.OwnHandle());
+    // A member whose content is incomplete is dropped, for which no lock is needed.
     if (!file.WriteFailed()) WaitForOtherChanges();
     const ScopedLock hold(lock_);
     const bool added = !file.WriteFailed() && changes_.Enter() && CanAdd(file.Name()) &&
@@ -320,7 +331,7 @@ bool FileSubArchive::Complete() {
 
 void FileSubArchive::EndMount() {
     const ScopedLock hold(lock_);
-    mountEnded_ = true;
+    mountEnded_ = true;  // members may still be finished, each of which then completes the archive
     (void)Complete();
 }
 

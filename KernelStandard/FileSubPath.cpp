@@ -41,6 +41,7 @@ bool FileSubPath::OpenJoined(OpenFile& file, const PathBuffer& path, OpenFlags f
 bool FileSubPath::OpenWrite(OpenFile& file, const char* name, OpenFlags flags) {
     PathBuffer path;
     if (!Join(name, path)) return false;
+    // Callers write into folders without making them first.
     PathBuffer folder = path;
     StripFileName(folder, true);
     if (!folder.Empty() && File::Exists(folder.c_str()) != RES_OK &&
@@ -105,7 +106,7 @@ bool FileSubPath::MakeDirectory(const char* name) {
 }
 
 bool FileSubPath::GetRealPath(PathSpan name) {
-    InternedString noSubst;
+    InternedString noSubst;  // this backend does not use it
     PathBuffer path;
     if (!Exists(noSubst, name.data()) || !Join(name.data(), path)) return false;
     SetPath(name, path.View());

@@ -72,6 +72,7 @@ void FileSubstList::Subst(const InternedString& name, const char* path, bool wri
         backend = std::make_shared<FileSubArchive>(path, writable);
     }
     const ScopedLock hold(lock_);
+    // The pool has one entry for each text: its address is the name's identity.
     Entry& entry = entries_[name.Entry()];
     entry.name = name;
     entry.backends.push_back({.sub = std::move(backend)});
@@ -114,6 +115,8 @@ FileSubstList::Answer FileSubstList::AskInTurn(const InternedString& mount, May 
     if (!backends) return std::nullopt;
     for (auto backend = backends->rbegin(); backend != backends->rend(); ++backend) {
         const FileSub& sub = *backend->sub;
+        // A missing folder is created by the first file that is written into it, so that writing
+        // reaches backends whose storage does not exist.
         const bool available = what == May::Write || sub.IsAvailable();
         const bool allowed = available && (what == May::Read || !sub.IsReadOnly());
         if (!allowed || backend->asked) continue;
@@ -155,6 +158,7 @@ FileSubstList::Answer FileSubstList::Delete(const InternedString& mount, const c
     // A result is not needed here: an archive that another process still changes refuses below.
     for (const auto& backend : changing) (void)backend->BeginChanges();
 
+    // Returning false asks the next backend too: a file left there would appear under the name.
     bool deleted = false;
     const Answer asked = AskInTurn(mount, May::Modify, [&](FileSub& backend) {
         deleted = backend.Delete(name) || deleted;

@@ -75,6 +75,7 @@ void OpenFile::BorrowMember(platform::FileHandle& shared, FileSub& owner, std::s
 
 bool OpenFile::OpenPath(const char* path) {
     const OpenFlags flags = Flags();
+    // A reader would see half of what is being written, and a writer would change what is read.
     const auto share = WriteKind() != 0 ? platform::Share::DenyAll : platform::Share::DenyWrite;
     if (!own_.Open(path, flags.access, flags.creation, share)) return false;
     handle_ = &own_;
@@ -161,6 +162,7 @@ bool OpenFile::Close() {
 }
 
 void OpenFile::Drop() {
+    // Not by the backend's CloseFile, which would add a new member or compress the file.
     own_.Close();
     handle_ = nullptr;
     if (owner_) owner_->CountClosed();

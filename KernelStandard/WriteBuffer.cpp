@@ -45,6 +45,7 @@ std::size_t WriteBuffer::WriteDirect(std::span<const std::byte> from) {
 
 void WriteBuffer::Flush() {
     if (IsEmpty()) return;
+    // What could not be written is dropped: the file remembers that it is incomplete.
     start_ += file_.WriteAt(start_, std::span(*block_).first(held_));
     held_ = 0;
 }
