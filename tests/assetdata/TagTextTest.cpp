@@ -77,6 +77,33 @@ TEST(TagTexts, AreRead) {
     }
 }
 
+// Editors change a text by these places; every tag has one, and containers enclose theirs.
+TEST(TagTexts, PlacesOfNamesAndValuesAreTold) {
+    const std::string text =
+        "\xEF\xBB\xBF"
+        "Mass  1.5 \nbox\n{ q \"x y\" n }\nnone \nopen { t a b";
+    class Places final : public TagObserver {
+    public:
+        explicit Places(const std::string& text) : text_(text) {}
+        void OnFinding(const TagFinding& /*finding*/) override {}
+        void OnTagEnd(const OCSChunk& /*tag*/, const TagExtent& extent) override {
+            told.push_back(Piece(extent.name, extent.nameEnd) + '|' +
+                           Piece(extent.value, extent.end));
+        }
+        std::vector<std::string> told;
+
+    private:
+        [[nodiscard]] std::string Piece(std::uint64_t begin, std::uint64_t end) const {
+            return text_.substr(begin, end - begin);
+        }
+        const std::string& text_;
+    };
+    Places places(text);
+    const OCSChunkRef root = ReadText(text, &places);
+    EXPECT_THAT(places.told, ElementsAre("Mass|1.5 ", "q|\"x y\"", "n|", "box|{ q \"x y\" n }",
+                                         "none|", "t|a b", "open|{ t a b"));
+}
+
 TEST(TagTexts, EndWhereTheirContainerEnds) {
     TBufferBlock block(std::as_bytes(std::span("a caf\xC3\xA9\n}rest"sv)));
     TBuffer stream(block);

@@ -88,7 +88,7 @@ TEST_F(VaPages, EveryMessageOfThePageIsOneOfTheProgram) {
 
 TEST_F(VaPages, TheFrontPageAnswersAsShown) {
     const auto examples = ExamplesOf(PAGES "/README.md", "## Asset descriptions: `va tag`");
-    ASSERT_EQ(examples.size(), 8u);
+    ASSERT_EQ(examples.size(), 10u);
     RunExamples(examples);
 }
 

@@ -1,3 +1,6 @@
+#include <fstream>
+#include <regex>
+
 #include "tests/tools/va/VaProgram.h"
 
 namespace Vorn::Testing {
@@ -261,6 +264,19 @@ TEST_F(VaReading, CheckNotesWhatIsLegalAndSurprising) {
         {"tag check --losses=no --ignore=name-twice b.chump", 0, "no warnings\n"},
         {"tag to-binary a.txt a.chump", 0, ""},
     });
+}
+
+TEST_F(VaReading, ThePageListsEveryKindOfFinding) {
+    std::ifstream page(PAGES "/docs/tags.md");
+    const std::regex row("\\| `([a-z-]+)` \\| (warning|error|loss|note) \\|.*");
+    std::string kinds;
+    for (std::string line; std::getline(page, line);) {
+        std::smatch match;
+        if (std::regex_match(line, match, row)) {
+            kinds += (kinds.empty() ? "" : ", ") + match[1].str();
+        }
+    }
+    EXPECT_THAT(Va("tag check --ignore=nothing a.txt").err, HasSubstr("one of " + kinds + ", not"));
 }
 
 // What is no description is named for what it is, whatever its name says.

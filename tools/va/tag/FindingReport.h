@@ -68,7 +68,7 @@ private:
     [[nodiscard]] bool Hears(Vorn::TagFault fault) const;
     [[nodiscard]] Vorn::TagPlace PlaceOf(const Vorn::TagFinding& finding);
     void WriteObject(const Vorn::TagFinding& finding, const Vorn::TagPlace& place);
-    void WriteLine(Vorn::TagFault fault, const std::string& place, const std::string& about);
+    void WriteLine(Vorn::TagFault kind, const std::string& place, const std::string& about);
 
     Run& run_;
     const std::string name_;

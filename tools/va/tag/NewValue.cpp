@@ -91,8 +91,9 @@ NewValue ReadNewValue(std::string_view typed, std::string_view type, const Vorn:
         written += ".0";
         bare = ReadBare(written);
     }
-    if (!bare || bare->GetType() != wanted)
+    if (!bare || bare->GetType() != wanted) {
         RefuseValue(typed, "it is not of type " + std::string(type));
+    }
     return {wanted, Vorn::OCSRawDataCore::Make(bare->DataBytes()), written};
 }
 

@@ -9,24 +9,31 @@ namespace va::tool {
 void HeldFindings::OnFinding(const Vorn::TagFinding& finding) {
     // A finding without a name is about the text as a whole, such as a zero byte that ends it.
     if (finding.place.line != 0 && finding.about.empty()) {
-        held_.push_back({finding, UINT64_MAX});
+        whole_.push_back(finding);
         return;
     }
     // What follows a closing quote is read as the next tag, but is a fault of this one.
-    const bool isAboutLast = finding.fault == Vorn::TagFault::BehindQuote && !tags_.empty();
-    held_.push_back({finding, isAboutLast ? tags_.back().begin : finding.place.offset});
+    const bool isAboutLast = finding.fault == Vorn::TagFault::BehindQuote && last_.tag;
+    held_.push_back({finding, isAboutLast ? last_.begin : finding.place.offset});
+    if (isAboutLast) tags_.push_back(last_);
 }
 
 void HeldFindings::OnTagEnd(const Vorn::OCSChunk& tag, const Vorn::TagExtent& extent) {
-    // An empty value still takes the place of its name.
-    tags_.push_back({&tag, extent.name, extent.end});
+    last_ = {&tag, extent.name, extent.end};
+    if (!held_.empty() && held_.back().offset >= extent.name) tags_.push_back(last_);
 }
 
 void HeldFindings::Tell(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const {
-    const auto placed = std::ranges::find(tags_, &tag, &PlacedTag::tag);
-    const bool isText = placed != tags_.end();
-    const std::uint64_t begin = isText ? placed->begin : Vorn::ChunkFileOffset(tag).value_or(0);
-    const std::uint64_t end = isText ? placed->end : Vorn::ChunkFileEnd(tag).value_or(UINT64_MAX);
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+    if (const auto offset = Vorn::ChunkFileOffset(tag)) {
+        begin = *offset;
+        end = Vorn::ChunkFileEnd(tag).value_or(begin);
+    } else if (const auto placed = std::ranges::find(tags_, &tag, &PlacedTag::tag);
+               placed != tags_.end()) {
+        begin = placed->begin;
+        end = placed->end;
+    }
     for (const Held& held : held_) {
         if (held.offset >= begin && held.offset < end) observer.OnFinding(held.finding);
     }
@@ -34,6 +41,7 @@ void HeldFindings::Tell(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) 
 
 void HeldFindings::TellAll(Vorn::TagObserver& observer) const {
     for (const Held& held : held_) observer.OnFinding(held.finding);
+    for (const Vorn::TagFinding& finding : whole_) observer.OnFinding(finding);
 }
 
 }  // namespace va::tool

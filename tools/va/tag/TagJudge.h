@@ -31,7 +31,10 @@ private:
     };
 
     std::vector<Held> held_;
-    std::vector<PlacedTag> tags_;  // of a text, in the order of their ends
+    std::vector<Vorn::TagFinding> whole_;  // about the text as a whole
+    // The tags of a text that have findings in them: most have none.
+    std::vector<PlacedTag> tags_;
+    PlacedTag last_{};  // the tag that ended last
 };
 
 }  // namespace va::tool
