@@ -75,6 +75,9 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
                    {"tag to-binary --force in.chump in.chump", 0, ""},
                    {"tag to-text --force in.chump folder.txt", 2, "'folder.txt' is a folder"},
                    {"tag to-text in.chump absent/out.txt", 2, "its folder does not exist"}});
+    const std::string longest = std::string(251, 'n') + ".txt";
+    ExpectAnswers({{"tag to-text in.chump " + longest, 0, ""}});
+    fs::remove(folder_.Path(longest));
     EXPECT_EQ(folder_.Read("target.txt"), "theirs");
     EXPECT_EQ(folder_.Read("in.chump"), kSeven);
     EXPECT_EQ(Names(), "folder.txt in.chump link.txt out.txt target.txt ");

@@ -53,9 +53,11 @@ class NewFile {
 public:
     explicit NewFile(const std::string& path) {
         // The number of the process is in the name: a name that is guarded must be no other run's.
+        // A name may be as long as the system allows; the hidden one must not be longer.
+        constexpr std::size_t kMostOfName = 200;
         const std::size_t name = path.find_last_of("/\\") + 1;
-        const std::string stem = path.substr(0, name) + "." + path.substr(name) + ".va-" +
-                                 std::to_string(platform::CurrentProcessId()) + "-";
+        const std::string stem = path.substr(0, name) + "." + path.substr(name, kMostOfName) +
+                                 ".va-" + std::to_string(platform::CurrentProcessId()) + "-";
         constexpr int kMostTries = 100;
         for (int n = 0; n < kMostTries; ++n) {
             name_ = stem + std::to_string(n);
