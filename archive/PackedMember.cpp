@@ -22,6 +22,17 @@ bool SameBytes(std::span<const std::byte> a, std::span<const std::byte> b) {
 
 }  // namespace
 
+void EncodeStream(std::span<const std::byte> content,
+                  const std::function<bool(std::span<const std::byte>)>& take) {
+    if (!take(EncodeStreamHeader(static_cast<std::uint32_t>(content.size())))) return;
+    const auto block = std::make_unique_for_overwrite<BlockBuffer>();
+    while (!content.empty()) {
+        const auto piece = content.first(std::min(content.size(), kBlockSize));
+        if (!take(EncodeBlock(*block, piece))) return;
+        content = content.subspan(piece.size());
+    }
+}
+
 void Pack(std::span<const std::byte> content, bool compress, PackedMember& packed) {
     Crc32 sum;
     sum.Update(content);
@@ -35,13 +46,10 @@ void Pack(std::span<const std::byte> content, bool compress, PackedMember& packe
         packed.entry.attributes = kMemberCompressed;
         const std::size_t blocks = content.size() / kBlockSize + 1;
         packed.data.reserve(kStreamHeaderSize + blocks * kBlockHeaderSize + content.size());
-        Append(packed.data, EncodeStreamHeader(packed.entry.size));
-        const auto block = std::make_unique_for_overwrite<BlockBuffer>();
-        while (!content.empty()) {
-            const auto piece = content.first(std::min(content.size(), kBlockSize));
-            Append(packed.data, EncodeBlock(*block, piece));
-            content = content.subspan(piece.size());
-        }
+        EncodeStream(content, [&](std::span<const std::byte> piece) {
+            Append(packed.data, piece);
+            return true;
+        });
     }
     packed.entry.storedSize = static_cast<std::uint32_t>(packed.data.size());
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,11 @@ struct PackedMember {
     Member entry;  // sizes, check sum and attributes; neither name nor place
     std::vector<std::byte> data;
 };
+
+// Calls `take` with the pieces of the compressed stream of a content, in order, until it returns
+// false.
+void EncodeStream(std::span<const std::byte> content,
+                  const std::function<bool(std::span<const std::byte>)>& take);
 
 // Stores content as Appender::Add would. `packed` is overwritten and keeps its memory.
 void Pack(std::span<const std::byte> content, bool compress, PackedMember& packed);

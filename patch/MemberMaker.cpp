@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "archive/Crc32.h"
 #include "archive/Stream.h"
+#include "archive/Window.h"
 #include "patch/Layout.h"
 #include "patch/MD5.h"
 
@@ -22,6 +24,7 @@ constexpr std::uint64_t kMostKept = 32U << 20;
 constexpr std::uint64_t kMostToApply = 70U << 20;
 constexpr std::uint64_t kSmallMember = 1U << 20;
 constexpr std::uint64_t kMostPacking = 1000;
+constexpr std::size_t kWindow = 65536;
 
 bool SameBytes(Bytes a, Bytes b) {
     return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
@@ -53,8 +56,7 @@ std::uint64_t MemoryBesideDiff(const Input& old, const Input& fresh, const Carri
     const std::uint64_t packed = size + size / 1024 + delta::kMostOverhead;
     std::uint64_t proof = 0;
     if (member.old && limits.prove) proof = size + (size < kSmallMember ? 4 * size : kMostToApply);
-    const std::uint64_t remade = limits.remake ? 2 * packed : 0;
-    return ContentsOf(old, fresh, member) + packed + remade + proof;
+    return ContentsOf(old, fresh, member) + packed + proof;
 }
 
 delta::Options OptionsFor(const Input& old, const Input& fresh, const Carried& member,
@@ -110,24 +112,39 @@ Remade MemberMaker::Remake(Number fresh) {
     return RemakeContent(fresh, nullptr);
 }
 
-// `stream` is what compressing the content gives, if that is known.
+// `stream` is what compressing the content gives, if that is known. The stored bytes of a plain
+// member are its content, so only streams are compared.
 Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* stream) const {
     const archive::Member member = (*fresh_.reader)[fresh];
     const bool compressed = fresh_.tree[fresh].compressed;
-    archive::PackedMember made;
     Remade remade;
-    if (compressed || (limits_.saves && !newContent_.empty())) {
-        if (stream == nullptr) {
-            archive::Pack(newContent_, true, made);
-            stream = &made;
+    // A recorded check sum has been compared by the reader.
+    archive::Crc32 sum;
+    if (member.crc == 0) sum.Update(newContent_);
+    remade.same = member.crc != 0 || sum.Value() == 0;
+    // A stream that its entry does not call one.
+    if (!compressed && member.storedSize != member.size) remade.same = false;
+    if (!compressed && (!limits_.saves || newContent_.empty())) return remade;
+    archive::Window window(fresh_.reader->File(), kWindow);
+    std::uint64_t size = 0;
+    const auto compare = [&](Bytes piece) {
+        for (std::uint64_t done = 0; compressed && remade.same && done < piece.size();) {
+            const std::uint64_t left = piece.size() - done;
+            const Bytes stored = About(
+                fresh_.path, [&] { return window.Some(member.dataOffset + size + done, left); });
+            remade.same = !stored.empty() && SameBytes(stored, piece.subspan(done, stored.size()));
+            done += stored.size();
         }
-        remade.saves = SavesEnough(newContent_.size(), stream->data.size());
+        size += piece.size();
+        return !compressed || remade.same;
+    };
+    if (stream != nullptr) {
+        (void)compare(stream->data);
+    } else {
+        archive::EncodeStream(newContent_, compare);
     }
-    archive::PackedMember plain;
-    if (!compressed) archive::Pack(newContent_, false, plain);
-    const archive::PackedMember& packed = compressed ? *stream : plain;
-    const auto stored = About(fresh_.path, [&] { return fresh_.reader->ReadStored(member); });
-    remade.same = packed.entry.crc == member.crc && SameBytes(packed.data, stored);
+    remade.same = remade.same && (!compressed || size == member.storedSize);
+    remade.saves = SavesEnough(newContent_.size(), size);
     return remade;
 }
 
