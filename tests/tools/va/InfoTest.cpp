@@ -48,5 +48,25 @@ TEST_F(VaInfo, TellsWhatAPatchSaysAboutItself) {
     EXPECT_THAT(told, HasSubstr("  note            Repainted.\n                  Twice.\n"));
 }
 
+TEST_F(VaInfo, NamesFilesThatAreNoArchives) {
+    folder_.Write("a.im", "CFIL\1\1\0\0\x88\x13\0\0rest"s);
+    folder_.Write("config.txt", "name Town\nsize 5\n");
+    folder_.Write("wall.png", "\x89PNG\r\n\x1A\n...."s);
+    folder_.Write("wall.diff", "V\xD0\5\2" + std::string(12, '\0') + "fresh!");
+    folder_.Write("noise", Noise(100));
+    folder_.Write("readme.md", "words");
+    folder_.Write("empty", "");
+    ExpectAnswers({
+        {"info a.im", 0,
+         "a.im: a compressed file\n  content         5.0 kB\n  file            16 B\n"},
+        {"info config.txt", 0, "config.txt: a description (text)\n  file            17 B\n"},
+        {"info wall.png", 0, "wall.png: a picture (PNG)\n"},
+        {"info wall.diff", 0, "wall.diff: a diff\n  made from       5 B\n  gives           6 B\n"},
+        {"info readme.md", 2, "it does not begin with \"ARCH\""},
+        {"info noise", 2, "it does not begin with \"ARCH\""},
+        {"info empty", 2, "empty: "},
+    });
+}
+
 }  // namespace
 }  // namespace Vorn::Testing

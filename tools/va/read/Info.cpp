@@ -5,6 +5,7 @@
 #include "platform/Interruption.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
+#include "tools/va/read/OtherFile.h"
 #include "tools/va/read/ReadCommands.h"
 #include "vaconverter/patch.h"
 
@@ -125,8 +126,22 @@ void WriteText(Run& run, const Description& about) {
     run.answer.Write(text);
 }
 
+void WriteOther(Run& run, const std::string& path, const OtherFile& other) {
+    if (run.answer.IsJson()) {
+        JsonObject object("file");
+        object.Set("file", path).Set("kind", other.kind).Set("size", other.size);
+        if (other.content) object.Set("content", *other.content);
+        if (other.old) object.Set("old_content", *other.old);
+        return run.answer.Write(object);
+    }
+    std::string text = Shown(path) + ": " + other.kind + "\n";
+    if (other.old) text += Row("made from", ShownBytes(*other.old));
+    if (other.content) text += Row(other.old ? "gives" : "content", ShownBytes(*other.content));
+    run.answer.Write(text + Row("file", ShownBytes(other.size)));
+}
+
 // Whether all could be read.
-bool Describe(Run& run, const std::string& path) {
+bool DescribeArchive(Run& run, const std::string& path) {
     const Archive archive = OpenSide(run, path);
     Description about{path, archive, "archive"};
     if (archive.Info().isFolder) about.kind = "folder";
@@ -145,6 +160,14 @@ bool Describe(Run& run, const std::string& path) {
         WriteText(run, about);
     }
     return about.whole;
+}
+
+bool Describe(Run& run, const std::string& path) {
+    // A damaged archive is one still: its mark decides.
+    const std::optional<OtherFile> other = IdentifyFile(path);
+    if (!other || other->kind == "an archive") return DescribeArchive(run, path);
+    WriteOther(run, path, *other);
+    return true;
 }
 
 ExitCode Info(Run& run) {
@@ -166,7 +189,9 @@ Command InfoCommand() {
                 "Shows what FILE is: members, sizes, the SHA-256 of the content (that of what 'va "
                 "sums' prints), bytes that nothing uses any more, the state of the index, and the "
                 "versions in its header; of a patch also what its manifest says, with the maker's "
-                "note. The exit code is 1 when a member or the manifest is damaged; 'va test' "
+                "note. Of compressed files, diffs, descriptions and some other kinds it shows what "
+                "they "
+                "are. The exit code is 1 when a member or the manifest is damaged; 'va test' "
                 "names all that is wrong.\n",
             .examples = kExamples,
             .run = Info};

@@ -1,0 +1,80 @@
+#include "tools/va/read/OtherFile.h"
+
+#include <filesystem>
+#include <fstream>
+#include <span>
+#include <vector>
+
+#include "archive/Stream.h"
+#include "delta/Bytes.h"
+#include "delta/DiffFormat.h"
+#include "delta/Error.h"
+#include "tools/va/tag/ContentKind.h"
+#include "tools/va/tag/TagFile.h"
+
+namespace va::tool {
+namespace {
+
+// Descriptions are small; of larger files the first bytes are enough.
+constexpr std::uintmax_t kMostOfDescription = 16U << 20;
+constexpr std::size_t kStart = 65536;
+
+class FindingCounter final : public Vorn::TagObserver {
+public:
+    void OnFinding(const Vorn::TagFinding& /*finding*/) override { ++count; }
+    std::size_t count = 0;
+};
+
+std::optional<OtherFile> AsStream(const Bytes& bytes) {
+    if (bytes.size() < archive::kStreamHeaderSize || !archive::IsStreamMark(bytes)) return {};
+    const archive::StreamHeader header =
+        archive::DecodeStreamHeader(std::span(bytes).first<archive::kStreamHeaderSize>());
+    if (header.version != archive::kStreamVersion) return {};
+    return OtherFile{"a compressed file", 0, header.contentSize, {}};
+}
+
+std::optional<OtherFile> AsDiff(const Bytes& bytes) try {
+    const delta::ByteView diff(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    const delta::Header header = delta::Parse(diff).header;
+    return OtherFile{"a diff", 0, header.newSize, header.oldSize};
+} catch (const delta::Error&) {
+    return {};
+}
+
+// Nearly any bytes can be read as a text of tags, so one must be faultless and named as a text.
+std::optional<OtherFile> AsDescription(const Bytes& bytes, const std::string& path) try {
+    FindingCounter findings;
+    const TagFile file = ReadTags(bytes, path, findings);
+    if (file.root->ChildCount() == 0) return {};
+    if (file.form == TagForm::Binary) return OtherFile{"a description (binary)", 0, {}, {}};
+    if (findings.count > 0 || !path.ends_with(".txt")) return {};
+    return OtherFile{"a description (text)", 0, {}, {}};
+} catch (const Failure&) {
+    return {};
+}
+
+}  // namespace
+
+std::optional<OtherFile> IdentifyFile(const std::string& path) {
+    std::error_code failed;
+    if (!std::filesystem::is_regular_file(path, failed)) return {};
+    const std::uintmax_t size = std::filesystem::file_size(path, failed);
+    if (failed) return {};
+    const bool isSmall = size <= kMostOfDescription;
+    std::vector<char> read(isSmall ? static_cast<std::size_t>(size) : kStart);
+    std::ifstream file(path, std::ios::binary);
+    if (!file.read(read.data(), static_cast<std::streamsize>(read.size()))) return {};
+    const Bytes bytes = BytesOf({read.data(), read.size()});
+
+    std::optional<OtherFile> other = AsStream(bytes);
+    if (!other) other = AsDiff(bytes);
+    if (!other) {
+        const std::string kind = KindOfContent(bytes, true);
+        if (!kind.empty()) other = OtherFile{kind, 0, {}, {}};
+    }
+    if (!other && isSmall) other = AsDescription(bytes, path);
+    if (other) other->size = size;
+    return other;
+}
+
+}  // namespace va::tool
