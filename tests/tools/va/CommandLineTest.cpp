@@ -52,7 +52,7 @@ TEST_F(VaCommandLine, OptionsStandAnywhereInEveryForm) {
         {"tag get --force n", 7, "has no option --force"},
         {"tag to-binary a.txt b.chump", 2, "exists"},
         {"-f tag to-binary a.txt b.chump", 0, ""},
-        {"tag -fqv --progress never to-binary a.txt b.chump", 0, ""},
+        {"tag -fqv --progress never to-binary a.txt b.chump", 0, "a.txt -> b.chump\n"},
         {"tag to-binary a.txt b.chump --force --progress=json", 0, ""},
         {"-q --version", 0, "1."},
         {"--version", 0, "va 1."},

@@ -177,7 +177,7 @@ TEST_F(VaDiff, OfEqualSidesIsEmptyAndChangesNothing) {
     for (const char* fresh : {"old.va", "old"}) {
         const Outcome made = Va("diff -f -o none.va old.va "s + fresh);
         EXPECT_EQ(made.exitCode, 0);
-        EXPECT_THAT(made.err, HasSubstr("8 same  0 changed  0 added  0 moved  0 removed"));
+        EXPECT_THAT(made.err, HasSubstr("8 same\nproved: "));
         for (const char* list : {"addedFiles.txt", "deletedFiles.txt", "patchedFiles.txt"})
             EXPECT_EQ(Va("cat none.va:"s + list).out, "");
     }

@@ -71,10 +71,10 @@ TEST_F(VaOverlay, WritesWhatWins) {
     EXPECT_LT(folder_.Read("Out.va").size(), 15000U) << "what a folder has is compressed";
 
     const std::string first = folder_.Read("Out.va");
-    ExpectAnswers({{"overlay -f --write Out.va base.va mod.va edits", 0, ""}});
+    ExpectAnswers({{"overlay -f --write Out.va base.va mod.va edits", 0, "*"}});
     EXPECT_EQ(folder_.Read("Out.va"), first) << "the same input gives the same bytes";
     // An input may be replaced by the result.
-    ExpectAnswers({{"overlay -f --write mod.va base.va mod.va edits", 0, ""}});
+    ExpectAnswers({{"overlay -f --write mod.va base.va mod.va edits", 0, "*"}});
     EXPECT_EQ(Contents("mod.va"), Contents("want"));
 }
 

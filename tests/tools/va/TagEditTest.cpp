@@ -80,9 +80,9 @@ TEST_F(VaEditing, OneValueOfABinaryFileChanges) {
     folder_.Write("in.chump", ChunkFile(Record("a", 2, "\0\0\xC0\x3F"s) + rest));
     ExpectAnswers({{"tag set in.chump a 2", 0, "in.chump: a 1.5 -> 2.0"}});
     EXPECT_EQ(folder_.Read("in.chump"), ChunkFile(Record("a", 2, "\0\0\0\x40"s) + rest));
-    ExpectAnswers({{"tag set in.chump box/C 'say \"hi\"'", 0, ""},
+    ExpectAnswers({{"tag set in.chump box/C 'say \"hi\"'", 0, "box/C"},
                    {"tag set in.chump 'Box/New one' 7", 0, "new 7"},
-                   {"tag remove in.chump a", 0, ""}});
+                   {"tag remove in.chump a", 0, "in.chump: a removed\n"}});
     EXPECT_EQ(folder_.Read("in.chump"), ChunkFile(Record("Box", 0,
                                                          Record("c", 3, "say \"hi\"\0"s) +
                                                              Record("New one", 1, "\7\0\0\0"s)) +
@@ -139,7 +139,7 @@ TEST_F(VaEditing, TheResultGoesWhereItIsSafe) {
     fs::last_write_time(folder_.Path("in.txt"), fs::file_time_type::clock::now() - 1h);
     const auto time = fs::last_write_time(folder_.Path("in.txt"));
     ExpectAnswers({
-        {"tag set in.txt a 1", 0, ""},
+        {"tag set in.txt a 1", 0, "in.txt: a 1 -> 1\n"},
         {"tag set -n in.txt a 2", 0, "in.txt: a 1 -> 2"},
         {"tag set -o - in.txt a 2", 0, "a 2\n"},
         {"tag set - a 2 < in.txt", 0, "a 2\n"},

@@ -16,7 +16,8 @@ protected:
     // Runs va in the folder; `words` and `before`, which stands in front of it, are shell text.
     [[nodiscard]] Outcome Va(const std::string& words, const std::string& before = {}) const;
 
-    // Runs each row's words: the exit code, and a piece of what is said on both streams.
+    // Runs each row's words: the exit code, and a piece of what is said on both streams; "" for
+    // nothing at all, "*" for anything.
     void ExpectAnswers(const Table<std::string, int, std::string>& rows) const;
 
     // Writes an archive with one member.

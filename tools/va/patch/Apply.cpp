@@ -38,32 +38,6 @@ std::string ShownSeconds(Clock::duration time) {
     return text.data();
 }
 
-// Kinds of members that do not occur are left out, but for those that stay.
-std::string ShownCounts(const PatchCounts& counts) {
-    std::string text = std::to_string(counts.same) + " same";
-    const auto add = [&text](std::uint64_t count, const char* what) {
-        if (count > 0) text += "  " + std::to_string(count) + " " + what;
-    };
-    add(counts.changed, "changed");
-    add(counts.added, "added");
-    add(counts.moved, "moved");
-    add(counts.removed, "removed");
-    return text;
-}
-
-const char* WordOf(MemberChange::Kind kind) {
-    switch (kind) {
-        case MemberChange::Kind::Changed:
-            return "changed";
-        case MemberChange::Kind::Moved:
-            return "moved";
-        case MemberChange::Kind::Removed:
-            return "removed";
-        default:
-            return "added";
-    }
-}
-
 ApplyPatchOptions OptionsOf(Run& run) {
     const PatchOperands operands = SortOperands(run);
     ApplyPatchOptions options{.old = operands.target, .patch = operands.patch};

@@ -62,21 +62,6 @@ std::string ReadNote(const std::string& path) {
     return note;
 }
 
-const char* WordOf(MemberChange::Kind kind) {
-    switch (kind) {
-        case MemberChange::Kind::Added:
-            return "added";
-        case MemberChange::Kind::Moved:
-            return "moved";
-        case MemberChange::Kind::Removed:
-            return "removed";
-        case MemberChange::Kind::Empty:
-            return "empty";
-        default:
-            return "changed";
-    }
-}
-
 void TellMembers(Run& run, const MakePatchResult& made) {
     for (const MemberChange& change : made.changes) {
         if (run.answer.IsJson()) {
@@ -152,10 +137,7 @@ ExitCode RunDiff(Run& run) {
     const PatchCounts& counts = made.counts;
     TellMembers(run, made);
     run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
-                     "  " + ShownBytes(made.patchSize) + "  " + std::to_string(counts.same) +
-                     " same  " + std::to_string(counts.changed) + " changed  " +
-                     std::to_string(counts.added) + " added  " + std::to_string(counts.moved) +
-                     " moved  " + std::to_string(counts.removed) + " removed");
+                     "  " + ShownBytes(made.patchSize) + "  " + ShownCounts(counts));
     TellProof(run, made, options.verify);
     TellRewritten(run, made);
     run.answer.Last()

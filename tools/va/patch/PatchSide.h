@@ -18,6 +18,12 @@ struct PatchOperands {
 // "old", "new", "neither" or "damaged"
 [[nodiscard]] const char* NameOf(Verdict::Side side);
 
+// "12 same  3 changed  1 added": kinds that do not occur are left out, but for the first.
+[[nodiscard]] std::string ShownCounts(const PatchCounts& counts);
+
+// "changed", "added", "moved", "removed" or "empty"
+[[nodiscard]] const char* WordOf(MemberChange::Kind kind);
+
 // Writes the members that a verdict names as objects; only with --json.
 void WriteSuspects(Run& run, const Verdict& verdict);
 

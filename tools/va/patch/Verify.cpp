@@ -39,32 +39,6 @@ ExitCode RunVerify(Run& run) {
 
 }  // namespace
 
-PatchOperands SortOperands(const Run& run) {
-    const std::string& first = run.Operand(0);
-    const std::string& second = run.Operand(1);
-    if (!IsPatch(second) && IsPatch(first)) return {second, first};
-    return {first, second};
-}
-
-const char* NameOf(Verdict::Side side) {
-    switch (side) {
-        case Verdict::Side::Old:
-            return "old";
-        case Verdict::Side::New:
-            return "new";
-        case Verdict::Side::Neither:
-            return "neither";
-        default:
-            return "damaged";
-    }
-}
-
-void WriteSuspects(Run& run, const Verdict& verdict) {
-    if (!run.answer.IsJson()) return;
-    for (const std::string& member : verdict.members)
-        run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
-}
-
 Command VerifyCommand() {
     return {.words = "verify",
             .summary = "tell which side of a patch an archive is, or judge it by sums",

@@ -1,0 +1,58 @@
+#include "tools/va/patch/PatchSide.h"
+
+namespace va::tool {
+
+PatchOperands SortOperands(const Run& run) {
+    const std::string& first = run.Operand(0);
+    const std::string& second = run.Operand(1);
+    if (!IsPatch(second) && IsPatch(first)) return {second, first};
+    return {first, second};
+}
+
+const char* NameOf(Verdict::Side side) {
+    switch (side) {
+        case Verdict::Side::Old:
+            return "old";
+        case Verdict::Side::New:
+            return "new";
+        case Verdict::Side::Neither:
+            return "neither";
+        default:
+            return "damaged";
+    }
+}
+
+void WriteSuspects(Run& run, const Verdict& verdict) {
+    if (!run.answer.IsJson()) return;
+    for (const std::string& member : verdict.members)
+        run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
+}
+
+std::string ShownCounts(const PatchCounts& counts) {
+    std::string text = std::to_string(counts.same) + " same";
+    const auto add = [&text](std::uint64_t count, const char* what) {
+        if (count > 0) text += "  " + std::to_string(count) + " " + what;
+    };
+    add(counts.changed, "changed");
+    add(counts.added, "added");
+    add(counts.moved, "moved");
+    add(counts.removed, "removed");
+    return text;
+}
+
+const char* WordOf(MemberChange::Kind kind) {
+    switch (kind) {
+        case MemberChange::Kind::Added:
+            return "added";
+        case MemberChange::Kind::Moved:
+            return "moved";
+        case MemberChange::Kind::Removed:
+            return "removed";
+        case MemberChange::Kind::Empty:
+            return "empty";
+        default:
+            return "changed";
+    }
+}
+
+}  // namespace va::tool
