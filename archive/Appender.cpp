@@ -30,8 +30,9 @@ void EncodeHidden(std::span<std::byte, kChunkHeaderSize> bytes) {
 
 // Throws for the write that failed last.
 [[noreturn]] void ThrowUnwritten(std::uint64_t offset, std::string_view member) {
-    if (platform::LastError().kind == platform::ErrorKind::NoSpace)
+    if (platform::LastError().kind == platform::ErrorKind::NoSpace) {
         throw Error(ErrorCode::NoSpace, "the disk is full", offset, member);
+    }
     throw Error(ErrorCode::CannotWrite, "the archive cannot be written", offset, member);
 }
 

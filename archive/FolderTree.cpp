@@ -82,12 +82,14 @@ private:
         if (entry.isLink) return "is a link";
         if (path.size() >= Vorn::kMaxPath) return "has a path longer than 259 bytes";
         // What has no counterpart becomes '?', and does not come back as it was.
-        if (platform::AnsiToUtf8(platform::Utf8ToAnsi(path)) != path)
+        if (platform::AnsiToUtf8(platform::Utf8ToAnsi(path)) != path) {
             return "has a name that code page 1252 cannot hold";
+        }
         if (const char* problem = NameProblem(platform::Utf8ToAnsi(entry.name))) return problem;
         if (entry.status.IsDirectory()) return nullptr;
-        if (entry.status.size > std::numeric_limits<std::uint32_t>::max())
+        if (entry.status.size > std::numeric_limits<std::uint32_t>::max()) {
             return "is 4 GiB or larger";
+        }
         return entry.isRegular ? nullptr : "is not a regular file";
     }
 
@@ -114,8 +116,9 @@ public:
         const std::int64_t got = file_.Read(piece_);
         // A file that changes while it is read would give a mixture of two contents.
         if (got < 0) throw Error(ErrorCode::CannotRead, "the file cannot be read", 0, name_);
-        if (static_cast<std::uint64_t>(got) > left_ || (got == 0 && left_ > 0))
+        if (static_cast<std::uint64_t>(got) > left_ || (got == 0 && left_ > 0)) {
             throw Error(ErrorCode::CannotRead, "the file changed while it was read", 0, name_);
+        }
         left_ -= static_cast<std::uint64_t>(got);
         return std::span(piece_).first(static_cast<std::size_t>(got));
     }
@@ -135,8 +138,9 @@ std::unique_ptr<TreeReader> FolderTree::NewReader() const {
 }  // namespace
 
 std::unique_ptr<Tree> OpenFolder(const std::string& path) {
-    if (!platform::Exists(path.c_str()))
+    if (!platform::Exists(path.c_str())) {
         throw Error(ErrorCode::NotFound, "there is no such folder");
+    }
     return std::make_unique<FolderTree>(path);
 }
 

@@ -118,8 +118,9 @@ void NewArchive::Publish(bool replace) {
         if (!MoveOver(reader_->File())) ThrowSystem("cannot replace the file");
     }
     hidden_.path.clear();
-    if (!CommitDirectory(FolderOf(path_).c_str()))
+    if (!CommitDirectory(FolderOf(path_).c_str())) {
         ThrowSystem("cannot flush the folder to the storage device");
+    }
 }
 
 // No call replaces a name by a file that has none, so that one gets a hidden name first.

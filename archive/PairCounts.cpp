@@ -22,8 +22,9 @@ std::size_t PairCounts::FindBest() {
 std::size_t PairCounts::HighestCount() const {
     std::array<std::uint8_t, 64> columns{};
     for (std::size_t row = 0; row < kSlots; row += columns.size()) {
-        for (std::size_t i = 0; i < columns.size(); ++i)
+        for (std::size_t i = 0; i < columns.size(); ++i) {
             columns[i] = std::max(columns[i], counts_[row + i]);
+        }
     }
     std::uint8_t highest = 0;
     for (const std::uint8_t count : columns) highest = std::max(highest, count);

@@ -198,8 +198,9 @@ bool PatchMaker::RecordRemoved(const char* member, File& oldFile) {
 
 bool PatchMaker::RecordAdded(const char* member, File& newFile) {
     MemberContent content;
-    if (!ReadMember(inputs_.other, member, newFile, content) || !AcceptForPatch(member))
+    if (!ReadMember(inputs_.other, member, newFile, content) || !AcceptForPatch(member)) {
         return false;
+    }
     if (content.Bytes().empty()) {
         emptyMembers_.Note(member);
         addsEmptyMember_ = true;

@@ -62,8 +62,9 @@ void WritePatch(std::string_view input) {
         input.remove_prefix(std::min(input.size(), piece.size() + 1));
         const std::string_view name = piece.substr(0, piece.find('\n'));
         std::string content(piece.substr(std::min(piece.size(), name.size() + 1)));
-        if (name == patch::kManifestName)
+        if (name == patch::kManifestName) {
             content += "end " + patch::ToHex(patch::Sha256Of(content)) + "\n";
+        }
         Add(made, name, content);
     }
     (void)made.Complete();

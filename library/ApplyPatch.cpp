@@ -19,10 +19,12 @@ using Side = Verdict::Side;
 std::string Named(const std::vector<std::string>& names) {
     constexpr std::size_t kMostNamed = 10;
     std::string text;
-    for (std::size_t i = 0; i < std::min(names.size(), kMostNamed); ++i)
+    for (std::size_t i = 0; i < std::min(names.size(), kMostNamed); ++i) {
         text += (i > 0 ? ", " : "") + names[i];
-    if (names.size() > kMostNamed)
+    }
+    if (names.size() > kMostNamed) {
         text += " and " + std::to_string(names.size() - kMostNamed) + " more";
+    }
     return text;
 }
 
@@ -45,10 +47,12 @@ Verdict PublicVerdict(const patch::Verdict& found, const std::string& path) {
     verdict.side = static_cast<Side>(found.kind);
     verdict.certain = found.certain;
     verdict.another = found.another;
-    for (const std::string& member : found.members)
+    for (const std::string& member : found.members) {
         verdict.members.push_back(patch::ShownName(member));
-    if (verdict.side == Side::Neither || verdict.side == Side::Damaged)
+    }
+    if (verdict.side == Side::Neither || verdict.side == Side::Damaged) {
         verdict.message = MessageOf(verdict, path, found.reason);
+    }
     return verdict;
 }
 static_assert(static_cast<int>(Side::Damaged) == static_cast<int>(patch::Verdict::Kind::Damaged));
@@ -60,11 +64,12 @@ public:
         : options_(options), path_(options.result) {
         const std::string name = NameOf(patchFile);
         if (path_.empty()) {
-            if (IsFolder(options.old))
+            if (IsFolder(options.old)) {
                 throw Error(
                     ErrorCode::Usage,
                     options.old.string() + " is a folder; name the archive to write with -o",
                     options.old);
+            }
             path_ = options.old.parent_path() / name;
         } else if (IsFolder(path_)) {
             path_ /= name;
@@ -84,11 +89,13 @@ public:
 
     void Check() const {
         const std::string path = SystemPath(path_);
-        if (IsOld() || platform::IsSameFile(path.c_str(), SystemPath(options_.patch).c_str()))
+        if (IsOld() || platform::IsSameFile(path.c_str(), SystemPath(options_.patch).c_str())) {
             Refuse("is one of the inputs; name another file with -o");
+        }
         const std::string folder = SystemPath(path_.parent_path());
-        if (!folder.empty() && !IsFolder(folder))
+        if (!folder.empty() && !IsFolder(folder)) {
             throw Error(ErrorCode::NotFound, folder + ": there is no such folder", path_);
+        }
         using enum platform::EntryKind;
         const platform::EntryKind kind = platform::GetEntryKind(path.c_str());
         if (kind == Directory || kind == Other) Refuse("is a folder or a device; name a file");
@@ -146,8 +153,9 @@ PatchCounts CountsOf(const std::vector<MemberChange>& changes, std::uint64_t old
         counts.moved += change.kind == Moved ? 1 : 0;
         gone += change.kind == Changed || change.kind == Removed ? 1 : 0;
     }
-    for (const MemberChange& change : changes)
+    for (const MemberChange& change : changes) {
         counts.removed += change.kind == Removed && !sources.contains(change.name) ? 1 : 0;
+    }
     counts.same = oldMembers - std::min(oldMembers, gone);
     return counts;
 }
@@ -259,8 +267,9 @@ private:
 
 bool IsPatch(const std::filesystem::path& path) {
     platform::FileStatus status;
-    if (!platform::GetStatus(SystemPath(path).c_str(), status) || status.IsDirectory())
+    if (!platform::GetStatus(SystemPath(path).c_str(), status) || status.IsDirectory()) {
         return false;
+    }
     try {
         return patch::PatchFile::IsMeant(archive::Reader(SystemPath(path)));
     } catch (const archive::Error&) {

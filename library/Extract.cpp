@@ -103,20 +103,23 @@ std::vector<Planned> PlanPaths(const Archive& archive, std::span<const Member> m
         std::string path = PathOf(member, options);
         if (path.empty()) continue;
         // The stored name is judged with '/' for '\\', as it would be written.
-        if (const char* problem = archive::NameProblem(StoredBytes(path)))
+        if (const char* problem = archive::NameProblem(StoredBytes(path))) {
             odd.Add(member.Name() + ": " + problem);
+        }
         if (!taken.emplace(archive::FoldName(StoredBytes(path)), &member).second) twice.Add(path);
         plan.push_back({&member, std::move(path)});
         bytes += member.Size();
     }
     const std::string where = archive.Path().string();
-    if (!odd.IsEmpty())
+    if (!odd.IsEmpty()) {
         throw Error(ErrorCode::Refused, where + ": names that are no safe paths:" + odd.Text(),
                     archive.Path());
-    if (!twice.IsEmpty())
+    }
+    if (!twice.IsEmpty()) {
         throw Error(ErrorCode::Refused,
                     where + ": several members would become one file:" + twice.Text(),
                     archive.Path());
+    }
     if (bytes > options.mostBytes) {
         throw Error(ErrorCode::Refused,
                     where + ": the " + std::to_string(bytes) +
@@ -143,12 +146,14 @@ void RefuseWhatExists(const std::vector<Planned>& plan, const platform::FolderHa
         if (!replaceable) unfit.Add(planned.path);
         if (replaceable && !options.replace) exists.Add(planned.path);
     }
-    if (!unfit.IsEmpty())
+    if (!unfit.IsEmpty()) {
         throw Error(ErrorCode::Refused,
                     "folders or devices have the names of files:" + unfit.Text(), options.folder);
-    if (!exists.IsEmpty())
+    }
+    if (!exists.IsEmpty()) {
         throw Error(ErrorCode::Refused, "files exist (-f replaces them):" + exists.Text(),
                     options.folder);
+    }
 }
 
 class Extraction {
@@ -166,14 +171,16 @@ public:
 
     ExtractResult Run() {
         std::vector<Worker> workers;
-        for (unsigned i = 0; i < std::max(options_.threads, 1U); ++i)
+        for (unsigned i = 0; i < std::max(options_.threads, 1U); ++i) {
             workers.push_back(
                 Worker{ArchiveAccess::TreeOf(archive_).NewReader(), FolderChain(root_, true)});
+        }
         const auto runs =
             CutRuns(plan_.size(), [&](std::size_t i) { return plan_[i].member->Size(); });
         RunPieces(runs.size(), options_.threads, progress_, [&](unsigned worker, std::size_t run) {
-            for (std::size_t i = runs[run].begin; i < runs[run].end; ++i)
+            for (std::size_t i = runs[run].begin; i < runs[run].end; ++i) {
                 ExtractOne(workers[worker], i);
+            }
         });
         ExtractResult result;
         for (std::size_t i = 0; i < plan_.size(); ++i) {
@@ -207,11 +214,12 @@ private:
         const std::string target = (options_.folder / planned.path).string();
         const platform::FolderHandle* folder =
             options_.dryRun ? nullptr : worker.chain.FolderOf(planned.path);
-        if (!options_.dryRun && !folder)
+        if (!options_.dryRun && !folder) {
             throw Error(
                 ErrorCode::Refused,
                 "cannot open the folder of '" + target + "'; a file or a link is in the way",
                 target);
+        }
         platform::NewFile file;
         const auto refuse = [&](const char* what) {
             throw Error(

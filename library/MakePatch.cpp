@@ -32,9 +32,10 @@ void RefuseWithoutIndex(const Archive& archive) {
 void JudgeResult(const Archive& old, const Archive& fresh, const MakePatchOptions& options) {
     const std::string result = SystemPath(options.result);
     for (const Archive* input : {&old, &fresh}) {
-        if (platform::IsSameFile(result.c_str(), SystemPath(input->Path()).c_str()))
+        if (platform::IsSameFile(result.c_str(), SystemPath(input->Path()).c_str())) {
             throw Error(ErrorCode::Refused, result + ": the patch would replace one of its inputs",
                         options.result);
+        }
     }
     const platform::EntryKind kind = platform::GetEntryKind(result.c_str());
     const bool replaceable = kind == platform::EntryKind::File || kind == platform::EntryKind::Link;
@@ -81,8 +82,9 @@ PatchCounts CountsOf(const patch::MakeResult& made) {
         counts.moved += change.kind == Moved ? 1 : 0;
         if (change.kind == Moved) sources.insert(change.oldName);
     }
-    for (const patch::MemberChange& change : made.changes)
+    for (const patch::MemberChange& change : made.changes) {
         counts.removed += change.kind == Removed && !sources.contains(change.name) ? 1 : 0;
+    }
     return counts;
 }
 
@@ -126,10 +128,11 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
     result.newMembers = fresh.Members().size();
     if (!options.plain) result.newContent = made.fresh.sha256;
     if (made.archive) result.newArchive = made.archive->sha256;
-    for (const patch::MemberChange& change : made.changes)
+    for (const patch::MemberChange& change : made.changes) {
         result.changes.push_back({KindOf(change.kind), PublicName(change.name),
                                   PublicName(change.oldName), change.oldBytes, change.newBytes,
                                   change.patchBytes});
+    }
     return result;
 }
 

@@ -21,11 +21,11 @@ class SideCopier {
 public:
     explicit SideCopier(const Archive& side) : side_(side), reader_(ArchiveAccess::ReaderOf(side)) {
         constexpr std::size_t kCopyWindow = 1 << 20;
-        if (reader_ != nullptr) window_.emplace(reader_->File(), kCopyWindow);
+        if (reader_) window_.emplace(reader_->File(), kCopyWindow);
     }
 
     void Copy(const Member& member, archive::Appender& to, WorkProgress& work) {
-        if (reader_ != nullptr) {
+        if (reader_) {
             CopyStored(member, to, work);
         } else {
             CopyContent(member, to, work);
@@ -92,11 +92,13 @@ void RefuseWhatExists(const MergeOptions& options) {
     const EntryKind kind = platform::GetEntryKind(path.c_str());
     if (kind == EntryKind::None) return;
     const bool replaceable = kind == EntryKind::File || kind == EntryKind::Link;
-    if (!replaceable)
+    if (!replaceable) {
         throw Error(ErrorCode::Refused, path + ": a folder or device has this name",
                     options.result);
-    if (!options.replace)
+    }
+    if (!options.replace) {
         throw Error(ErrorCode::Refused, path + " exists; -f replaces it", options.result);
+    }
 }
 
 void Judge(const archive::Reader& reader, const MergeOptions& options,
@@ -127,16 +129,18 @@ MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember
     RefuseWhatExists(options);
     if (options.dryRun) return {members.size(), 0};
     std::uint64_t total = 0;
-    for (const OverlaidMember& overlaid : members)
+    for (const OverlaidMember& overlaid : members) {
         total += sides[overlaid.side].Info().isFolder ? overlaid.member.Size()
                                                       : overlaid.member.StoredSize();
+    }
     return Translated(options.result, [&]() -> MergeResult {
         const Versions versions = VersionsOf(sides);
         archive::NewArchive result(SystemPath(options.result), versions.build, versions.product);
         std::vector<SideCopier> copiers(sides.begin(), sides.end());
         WorkProgress work(progress, "writing", total);
-        for (const OverlaidMember& overlaid : members)
+        for (const OverlaidMember& overlaid : members) {
             copiers[overlaid.side].Copy(overlaid.member, result.Members(), work);
+        }
         const archive::Reader& reader = result.Complete();
         work.Report(true);
         Judge(reader, options, progress);

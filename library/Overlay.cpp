@@ -61,8 +61,9 @@ std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
     for (OverlaidMember& overlaid : members) {
         for (const auto& [side, index] : overlaid.hidden) {
             const Member& other = sides[side].Members()[index];
-            if (!comparison.Same(side, other, overlaid.side, overlaid.member))
+            if (!comparison.Same(side, other, overlaid.side, overlaid.member)) {
                 overlaid.conflict = true;
+            }
         }
     }
     return members;

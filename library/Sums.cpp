@@ -40,8 +40,9 @@ std::string SumLine(std::string_view name, const Sha256& digest) {
 Sha256 ContentDigest(const Archive& archive, std::span<const Sha256> digests) {
     std::vector<patch::Sum> sums;
     sums.reserve(digests.size());
-    for (const Member& member : archive.Members())
+    for (const Member& member : archive.Members()) {
         sums.push_back({member.Name(), digests[member.Index()]});
+    }
     return patch::DigestOfSide(std::move(sums));
 }
 

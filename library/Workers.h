@@ -30,8 +30,9 @@ template <typename SizeOf>
     for (std::size_t at = 0; at < items;) {
         ItemRun run{at, at};
         for (std::uint64_t bytes = 0;
-             at < items && at - run.begin < kMostItems && bytes < kEnoughBytes; ++at)
+             at < items && at - run.begin < kMostItems && bytes < kEnoughBytes; ++at) {
             bytes += sizeOf(at);
+        }
         run.end = at;
         runs.push_back(run);
     }

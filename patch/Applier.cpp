@@ -56,8 +56,9 @@ public:
             built.abandoned = result_->Abandoned();
         }
         written_.resize(parts_.size());
-        if (result_ && promised && Promise() != nullptr && threads_ > 1)
+        if (result_ && promised && Promise() && threads_ > 1) {
             trailing_.emplace(result_->File(), ForetoldHeader());
+        }
         WriteParts();
         if (!result_) return built;
         const archive::Reader& reader = About(options_.result, [&]() -> const archive::Reader& {
@@ -84,12 +85,14 @@ private:
     // Runs fewer members at a time where they would take more memory than is allowed.
     void LimitThreads() {
         std::uint64_t most = 1;
-        for (const std::size_t i : made_)
+        for (const std::size_t i : made_) {
             most = std::max(most, MemoryToRebuild(parts_[i], old_, patch_));
-        if (most > options_.memoryLimit)
+        }
+        if (most > options_.memoryLimit) {
             throw Error(ErrorCode::NoMemory, patch_.Path(),
                         "a member needs " + std::to_string(most) +
                             " bytes of memory; raise --memory-limit");
+        }
         threads_ =
             static_cast<unsigned>(std::min<std::uint64_t>(threads_, options_.memoryLimit / most));
     }
@@ -97,7 +100,7 @@ private:
     [[nodiscard]] Manifest::Versions GetVersions() const {
         const auto& manifest = patch_.GetManifest();
         if (manifest && manifest->versions) return *manifest->versions;
-        if (old_.Reader() == nullptr) return {};
+        if (!old_.Reader()) return {};
         return {old_.Reader()->Header().buildVersion, old_.Reader()->Header().productCode};
     }
 
@@ -109,10 +112,11 @@ private:
             if (part.store == Store::Copied) bytes += SourceOf(part).storedSize;
         }
         const auto free = platform::FreeSpace(FolderOf(options_.result).c_str());
-        if (free && *free < bytes)
+        if (free && *free < bytes) {
             throw Error(ErrorCode::NoSpace, options_.result,
                         "it needs " + std::to_string(bytes) + " bytes, and the disk has " +
                             std::to_string(*free) + " free; make room, or name another disk");
+        }
     }
 
     void WriteParts() {
@@ -163,17 +167,19 @@ private:
         const bool ofPatch = part.from == From::Patch;
         const archive::Member source = SourceOf(part);
         std::optional<archive::Window>& window = ofPatch ? patchWindow_ : oldWindow_;
-        if (!window)
+        if (!window) {
             window.emplace(ofPatch ? patch_.Reader().File() : old_.Reader()->File(), kCopyWindow);
+        }
         archive::Appender& members = result_->Members();
         About(options_.result, [&] { members.BeginStored({.name = part.name}, source); });
         for (std::uint64_t done = 0; done < source.storedSize;) {
             const auto piece = About(ofPatch ? patch_.Path() : old_.Path(), [&] {
                 return window->Some(source.dataOffset + done, source.storedSize - done);
             });
-            if (piece.empty())
+            if (piece.empty()) {
                 throw Error(ErrorCode::Refused, ofPatch ? patch_.Path() : old_.Path(),
                             "the file changed while it was read", part.name);
+            }
             About(options_.result, [&] { members.Write(piece); });
             done += piece.size();
         }
@@ -217,7 +223,7 @@ private:
     [[nodiscard]] std::optional<Sha256Digest> Promised(const archive::Reader& reader) {
         const Manifest::File* const promise = Promise();
         const std::uint64_t size = reader.All().fileSize;
-        if (promise == nullptr || promise->bytes != size) return {};
+        if (!promise || promise->bytes != size) return {};
         Meter meter(progress_, "reading back", size);
         const std::optional<Sha256Digest> digest = trailing_
                                                        ? trailing_->Finish(reader.File(), size)

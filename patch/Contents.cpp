@@ -19,8 +19,9 @@ std::vector<std::byte> ReadContent(archive::TreeReader& reader, const archive::T
     std::vector<std::byte> content;
     content.reserve(std::min(claimed.size, claimed.storedSize * kBelievedRatio));
     reader.Begin(member);
-    for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next())
+    for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) {
         content.insert(content.end(), piece.begin(), piece.end());
+    }
     return content;
 }
 

@@ -143,8 +143,9 @@ List AddedList(const Difference& difference) {
 
 List DeletedList(const Difference& difference) {
     List list;
-    for (std::size_t i = 0; i < difference.removed.size(); ++i)
+    for (std::size_t i = 0; i < difference.removed.size(); ++i) {
         list[NameIn(difference.old, difference.removed[i])] = difference.removedMd5[i];
+    }
     return list;
 }
 
@@ -175,11 +176,13 @@ std::vector<MemberChange> ChangesOf(const Difference& difference) {
                            .newBytes = SizeIn(fresh, member.fresh),
                            .patchBytes = difference.patchBytes[i]});
     }
-    for (const Number number : difference.empty)
+    for (const Number number : difference.empty) {
         changes.push_back({.kind = Empty, .name = NameIn(fresh, number)});
-    for (const Number number : difference.removed)
+    }
+    for (const Number number : difference.removed) {
         changes.push_back(
             {.kind = Removed, .name = NameIn(old, number), .oldBytes = SizeIn(old, number)});
+    }
     std::ranges::stable_sort(changes, [](const MemberChange& a, const MemberChange& b) {
         return archive::CompareNames(a.name, b.name) < 0;
     });
@@ -211,8 +214,9 @@ Manifest ManifestOf(const Difference& difference, unsigned threads) {
             manifest.added.push_back({name, bytes, digest});
         }
     }
-    for (const Number number : difference.removed)
+    for (const Number number : difference.removed) {
         manifest.removed.push_back({NameIn(old, number), SizeIn(old, number), digests.old[number]});
+    }
     for (const Number number : difference.empty) manifest.empty.push_back(NameIn(fresh, number));
     manifest.old = oldSide.get();
     return manifest;

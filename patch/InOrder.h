@@ -43,8 +43,9 @@ public:
         std::vector<std::jthread> workers;
         // Declared after the threads, so that they are told to end before they are joined.
         const Ending ending{*this};
-        for (unsigned worker = 0; worker < threads_; ++worker)
+        for (unsigned worker = 0; worker < threads_; ++worker) {
             workers.emplace_back([this, worker, &make] { Serve(worker, make); });
+        }
         for (std::size_t unit = 0; unit < units_; ++unit) {
             Outcome outcome = Await(unit, meter);
             if (outcome.failure) std::rethrow_exception(outcome.failure);

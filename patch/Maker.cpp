@@ -32,10 +32,12 @@ public:
 
     void Store(std::string_view name, const archive::PackedMember& packed) {
         bytes_ += archive::kMemberPrefixSize + packed.data.size() + archive::kIndexRecordSize;
-        if (bytes_ > archive::kMaxArchiveSize)
+        if (bytes_ > archive::kMaxArchiveSize) {
             throw Error(ErrorCode::NoSpace, options_.result, "the patch would pass 4 GiB");
-        if (file_)
+        }
+        if (file_) {
             About(options_.result, [&] { archive::AddPacked(file_->Members(), name, packed); });
+        }
     }
 
     void StoreText(std::string_view name, std::string_view text, bool compress) {

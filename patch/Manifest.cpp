@@ -49,17 +49,21 @@ std::string Content(std::uint64_t bytes, const Sha256Digest& digest) {
 
 void AddEntries(std::string& text, const Manifest& manifest) {
     using platform::AnsiToUtf8;
-    for (const auto& [name, bytes, sha256] : manifest.added)
+    for (const auto& [name, bytes, sha256] : manifest.added) {
         text += "A " + Content(bytes, sha256) + AnsiToUtf8(name) + '\n';
-    for (const Manifest::Changed& entry : manifest.changed)
+    }
+    for (const Manifest::Changed& entry : manifest.changed) {
         text += "C " + Content(entry.oldBytes, entry.oldSha256) +
                 Content(entry.newBytes, entry.newSha256) + AnsiToUtf8(entry.name) + '\n';
-    for (const auto& [name, bytes, sha256] : manifest.removed)
+    }
+    for (const auto& [name, bytes, sha256] : manifest.removed) {
         text += "D " + Content(bytes, sha256) + AnsiToUtf8(name) + '\n';
+    }
     for (const std::string& name : manifest.empty) text += "E " + AnsiToUtf8(name) + '\n';
-    for (const auto& [name, oldName, bytes, sha256] : manifest.moved)
+    for (const auto& [name, oldName, bytes, sha256] : manifest.moved) {
         text +=
             "M " + Content(bytes, sha256) + AnsiToUtf8(name) + '\t' + AnsiToUtf8(oldName) + '\n';
+    }
 }
 
 }  // namespace
@@ -72,12 +76,14 @@ std::string FormatManifest(const Manifest& manifest) {
     std::string text = std::string(kManifestMark) + kManifestVersion + '\n';
     AddSide(text, "old", manifest.old);
     AddSide(text, "new", manifest.fresh);
-    if (const auto& file = manifest.archive)
+    if (const auto& file = manifest.archive) {
         text += "archive " + std::to_string(file->bytes) + " bytes sha256 " + ToHex(file->sha256) +
                 '\n';
-    if (const auto& versions = manifest.versions)
+    }
+    if (const auto& versions = manifest.versions) {
         text += "versions build " + std::to_string(versions->build) + " product " +
                 std::to_string(versions->product) + '\n';
+    }
     if (!manifest.name.empty()) text += "name " + manifest.name + '\n';
     AddNote(text, manifest.note);
     text += "order ";
@@ -90,8 +96,9 @@ std::string FormatManifest(const Manifest& manifest) {
     AddEntries(text, manifest);
     text += std::string(kManifestEnd) + ToHex(Sha256Of(text)) + '\n';
     // The reader knows all the rules, so that what it refuses is never written.
-    if (ParseManifest(text) != manifest)
+    if (ParseManifest(text) != manifest) {
         throw ManifestError(0, "a name or text in it has a form that cannot be read back");
+    }
     return text;
 }
 

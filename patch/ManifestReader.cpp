@@ -104,10 +104,12 @@ bool IsPlainText(std::string_view text) {
 // A name that an old archive may have, however odd.
 std::string OldName(const Lines& lines, std::string_view text) {
     std::string name = platform::Utf8ToAnsi(text);
-    if (name.empty() || name.size() > kMostNameBytes || name.find('\0') != std::string::npos)
+    if (name.empty() || name.size() > kMostNameBytes || name.find('\0') != std::string::npos) {
         lines.Fail("a member name is empty or too long");
-    if (platform::AnsiToUtf8(name) != text)
+    }
+    if (platform::AnsiToUtf8(name) != text) {
         lines.Fail("a member name is not UTF-8, or cannot be stored in an archive");
+    }
     return name;
 }
 
@@ -116,10 +118,12 @@ std::string NewName(const Lines& lines, std::string_view text) {
     std::string name = OldName(lines, text);
     std::string path = name;
     std::ranges::replace(path, '\\', '/');
-    if (const char* problem = archive::NameProblem(path))
+    if (const char* problem = archive::NameProblem(path)) {
         lines.Fail("the member name '" + std::string(text) + "' " + problem);
-    if (IsListName(name) || archive::FoldName(name).starts_with(kOwnFolder))
+    }
+    if (IsListName(name) || archive::FoldName(name).starts_with(kOwnFolder)) {
         lines.Fail("the member name '" + std::string(text) + "' is reserved for patches");
+    }
     return name;
 }
 
@@ -151,8 +155,9 @@ std::vector<Run> ReadRuns(Lines& lines, std::uint64_t members) {
             if (run.last <= run.first) lines.Fail("a range of numbers is empty");
         }
         if (run.last >= members) lines.Fail("a number is not one of a member");
-        if (!runs.empty() && run.first == std::uint64_t{runs.back().last} + 1)
+        if (!runs.empty() && run.first == std::uint64_t{runs.back().last} + 1) {
             lines.Fail("two ranges of numbers are one");
+        }
         runs.push_back(run);
     }
     return runs;
@@ -188,8 +193,9 @@ Storage ReadStorage(Lines& lines, std::uint64_t members) {
     Storage storage{ReadBase<Storage::Base>(lines, kStorageNames), {}};
     storage.exceptions = ReadRuns(lines, members);
     for (std::size_t i = 1; i < storage.exceptions.size(); ++i) {
-        if (storage.exceptions[i].first <= storage.exceptions[i - 1].last)
+        if (storage.exceptions[i].first <= storage.exceptions[i - 1].last) {
             lines.Fail("the numbers are not ascending");
+        }
     }
     lines.Advance();
     return storage;
@@ -257,8 +263,9 @@ void ReadNote(Lines& lines, Manifest& manifest) {
         manifest.note += line;
         if (manifest.note.size() > kMostNoteBytes) lines.Fail("the note is too long");
         lines.Advance();
-        if (manifest.note.empty() && !lines.Line().starts_with("note "))
+        if (manifest.note.empty() && !lines.Line().starts_with("note ")) {
             lines.Fail("the note before this line is empty");
+        }
     }
 }
 
@@ -274,8 +281,9 @@ void ReadEntries(Lines& lines, std::string_view kind, std::vector<Entry>& list, 
     };
     while (lines.Take(kind)) {
         Entry entry = read();
-        if (!list.empty() && archive::CompareNames(nameOf(list.back()), nameOf(entry)) >= 0)
+        if (!list.empty() && archive::CompareNames(nameOf(list.back()), nameOf(entry)) >= 0) {
             lines.Fail("the members are not sorted, or one is named twice");
+        }
         list.push_back(std::move(entry));
         lines.Advance();
     }
@@ -335,8 +343,9 @@ void SortUnique(const Lines& lines, Names& names) {
     };
     std::ranges::sort(names, before);
     const auto twice = std::ranges::adjacent_find(names, archive::SameName);
-    if (twice != names.end())
+    if (twice != names.end()) {
         lines.Fail("the member '" + platform::AnsiToUtf8(*twice) + "' is listed twice");
+    }
 }
 
 // Compares the lists with each other and with the counts of the sides.
@@ -349,8 +358,9 @@ void CheckLists(const Lines& lines, const Manifest& manifest) {
         const auto same = std::ranges::lower_bound(
             fresh, std::string_view(entry.name),
             [](std::string_view a, std::string_view b) { return archive::CompareNames(a, b) < 0; });
-        if (same != fresh.end() && *same == entry.name)
+        if (same != fresh.end() && *same == entry.name) {
             lines.Fail("the member '" + platform::AnsiToUtf8(*same) + "' is removed and added");
+        }
     }
     const std::size_t appeared = fresh.size();
     Names old;
@@ -376,8 +386,9 @@ std::string_view TextUnderDigest(std::string_view text) {
     if (!ended) throw ManifestError(0, "it has no end: it was cut off, or is damaged");
     const std::string_view body = text.substr(0, text.size() - length);
     const std::string_view digest = text.substr(body.size() + kManifestEnd.size());
-    if (digest.substr(0, digest.size() - 1) != ToHex(Sha256Of(body)))
+    if (digest.substr(0, digest.size() - 1) != ToHex(Sha256Of(body))) {
         throw ManifestError(0, "it does not have the digest that it ends with: it is damaged");
+    }
     return body;
 }
 

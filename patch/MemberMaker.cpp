@@ -37,10 +37,12 @@ void Read(const Input& side, archive::TreeReader& reader, Number number,
         reader.Begin(number);
         const archive::TreeMember member = side.tree[number];
         // A stream's size is only a claim; no content is known that packs so well.
-        if (member.size / kMostPacking <= member.storedSize)
+        if (member.size / kMostPacking <= member.storedSize) {
             content.reserve(static_cast<std::size_t>(member.size));
-        for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next())
+        }
+        for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) {
             content.insert(content.end(), piece.begin(), piece.end());
+        }
     });
 }
 
@@ -97,8 +99,9 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
         const bool isStream = !member.old && compress;
         made.remade = RemakeContent(member.fresh, isStream ? &made.packed : nullptr);
     }
-    for (std::vector<std::byte>* content : {&oldContent_, &newContent_})
+    for (std::vector<std::byte>* content : {&oldContent_, &newContent_}) {
         if (content->capacity() > kMostKept) *content = {};
+    }
     if (workspace_.MemoryHeld() > kMostKept) workspace_.Release();
     return made;
 } catch (const delta::Error& error) {
@@ -138,7 +141,7 @@ Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* str
         size += piece.size();
         return !compressed || remade.same;
     };
-    if (stream != nullptr) {
+    if (stream) {
         (void)compare(stream->data);
     } else {
         archive::EncodeStream(newContent_, compare);

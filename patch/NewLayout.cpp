@@ -28,7 +28,7 @@ std::vector<const Pair*> UnchangedOf(const Difference& difference) {
 // Returns whether the result takes an unchanged member as the old side stores it, rather than
 // packing its content anew.
 bool TakesStoredBytes(const Input& old, const Input& fresh, const Pair& pair) {
-    if (old.reader == nullptr) return false;
+    if (!old.reader) return false;
     const archive::TreeMember source = old.tree[pair.old];
     const bool sameKind = source.compressed == fresh.tree[pair.fresh].compressed;
     // Streams in archives of the earlier format have another header.
@@ -138,8 +138,9 @@ private:
     bool Take(std::span<const std::byte> expected) {
         while (!expected.empty()) {
             const auto piece = window_.Some(position_, expected.size());
-            if (piece.empty() || !std::ranges::equal(piece, expected.first(piece.size())))
+            if (piece.empty() || !std::ranges::equal(piece, expected.first(piece.size()))) {
                 return false;
+            }
             digest_.Update(piece);
             position_ += piece.size();
             expected = expected.subspan(piece.size());
@@ -171,7 +172,7 @@ private:
 LayoutPlan PlanLayout(const Difference& difference) {
     const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
     LayoutPlan plan;
-    if (fresh.reader == nullptr) return plan;
+    if (!fresh.reader) return plan;
     plan.asksSaves = !UniformStorage(fresh);
     for (Number number = 0; number < fresh.tree.Count(); ++number) {
         const archive::TreeMember member = fresh.tree[number];
@@ -214,11 +215,13 @@ void DescribeLayout(const Difference& difference, const std::vector<std::optiona
         compressed.push_back(member.compressed);
         LaidMember& described = laid.emplace_back();
         described.bytes = member.size;
-        if (const auto found = old.tree.Find(member.name))
+        if (const auto found = old.tree.Find(member.name)) {
             described.oldPlace = static_cast<std::uint32_t>(*found);
+        }
         described.unchanged = unchanged[number] != nullptr;
-        if (described.unchanged && old.reader != nullptr)
+        if (described.unchanged && old.reader) {
             described.oldCompressed = old.tree[unchanged[number]->old].compressed;
+        }
     }
     manifest.order = DescribeOrder(order, laid);
     const auto savesEnough = [&](std::uint32_t place) {
@@ -237,8 +240,9 @@ void DescribeLayout(const Difference& difference, const std::vector<std::optiona
     const archive::ArchiveHeader& header = fresh.reader->Header();
     const archive::ArchiveHeader before =
         old.reader != nullptr ? old.reader->Header() : archive::ArchiveHeader{};
-    if (header.buildVersion != before.buildVersion || header.productCode != before.productCode)
+    if (header.buildVersion != before.buildVersion || header.productCode != before.productCode) {
         manifest.versions = {.build = header.buildVersion, .product = header.productCode};
+    }
 }
 
 }  // namespace patch

@@ -67,14 +67,16 @@ private:
     }
     [[nodiscard]] bool HasOld(const Change& change) const {
         const Content* content = ContentOf(change.name);
-        if (change.kind == Change::Kind::Added)
+        if (change.kind == Change::Kind::Added) {
             return content == nullptr || patch_.OfOld(change.name) != nullptr;
+        }
         return content != nullptr && content->digest == change.oldDigest;
     }
     [[nodiscard]] bool HasNew(const Change& change) const {
         const Content* content = ContentOf(change.name);
-        if (change.kind == Change::Kind::Removed)
+        if (change.kind == Change::Kind::Removed) {
             return content == nullptr || patch_.OfNew(change.name) != nullptr;
+        }
         return content != nullptr && content->digest == change.newDigest;
     }
 
@@ -99,8 +101,9 @@ private:
     [[nodiscard]] Verdict ByManifest(const Manifest& manifest) const {
         std::vector<Sum> sums;
         sums.reserve(side_.Reachable().size());
-        for (const std::size_t member : side_.Reachable())
+        for (const std::size_t member : side_.Reachable()) {
             sums.push_back({ShownName(side_.Members()[member].name), *contents_[member].digest});
+        }
         const Sha256Digest digest = DigestOfSide(std::move(sums));
         if (digest == manifest.old.sha256) return {.kind = Kind::Old};
         if (digest == manifest.fresh.sha256) return {.kind = Kind::New};
@@ -114,7 +117,7 @@ private:
         std::vector<std::vector<std::size_t>> members(Spots::kCount);
         for (const std::size_t member : side_.Reachable()) {
             const std::string_view name = side_.Members()[member].name;
-            if (patch_.OfOld(name) != nullptr || patch_.OfNew(name) != nullptr) continue;
+            if (patch_.OfOld(name) || patch_.OfNew(name)) continue;
             spots.Add(name, *contents_[member].digest);
             members[Spots::SpotOf(name)].push_back(member);
         }
@@ -127,8 +130,9 @@ private:
             if (spots[spot] == manifest.spots[spot]) continue;
             ++differ;
             if (members[spot].size() > 1) verdict.certain = false;
-            for (const std::size_t member : members[spot])
+            for (const std::size_t member : members[spot]) {
                 verdict.members.emplace_back(side_.Members()[member].name);
+            }
         }
         const std::size_t all = used + listed.old;
         const std::size_t wrong = differ + listed.old - listed.asOld;
@@ -181,7 +185,7 @@ OldSide::OldSide(std::string path) : path_(std::move(path)) {
 
 Verdict OldSide::JudgeStructure() const {
     Verdict verdict;
-    if (reader_ == nullptr) return verdict;
+    if (!reader_) return verdict;
     const archive::Judgement judgement = archive::Check(*reader_, {.content = false});
     for (const archive::Finding& finding : judgement.findings) {
         if (!archive::IsDamage(finding.fault)) continue;
@@ -193,7 +197,7 @@ Verdict OldSide::JudgeStructure() const {
 }
 
 std::unique_ptr<archive::TreeReader> OldSide::NewReader(Sums sums) const {
-    if (reader_ == nullptr || sums == Sums::Compared) return tree_->NewReader();
+    if (!reader_ || sums == Sums::Compared) return tree_->NewReader();
     return std::make_unique<UnsummedReader>(*reader_);
 }
 
@@ -229,8 +233,9 @@ std::vector<Content> OldSide::Read(const std::vector<std::size_t>& members, Sums
     work.Run(
         meter,
         [&](unsigned worker, std::size_t run) {
-            for (std::size_t i = runs[run]; i < runs[run + 1]; ++i)
+            for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
                 readOne(*readers[worker], members[i]);
+            }
             return true;
         },
         [](std::size_t, bool) {});
@@ -269,8 +274,9 @@ Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
                              const ProgressFunction& progress) const {
     Verdict verdict = JudgeStructure();
     if (verdict.kind == Kind::Damaged) return verdict;
-    if (patch.GetManifest() && patch.GetManifest()->old.members != reachable_.size())
+    if (patch.GetManifest() && patch.GetManifest()->old.members != reachable_.size()) {
         return {.kind = Kind::Neither};
+    }
     std::vector<std::size_t> listed;
     for (const Change& change : patch.Changes()) {
         if (const auto member = tree_->Find(change.name)) listed.push_back(*member);

@@ -30,11 +30,12 @@ void RefuseDoubles(const Input& side) {
         const std::string_view name = side.tree[i].name;
         if (side.tree.Find(name) != i) doubles.Add(ShownName(name));
     }
-    if (!doubles.IsEmpty())
+    if (!doubles.IsEmpty()) {
         throw Error(ErrorCode::Refused, side.path,
                     "several members have one name, letter case ignored; rename or delete all but "
                     "one of each:" +
                         doubles.Text());
+    }
 }
 
 // Compares and digests pairs on one thread.
@@ -46,7 +47,7 @@ public:
           digests_(digests),
           oldReader_(old.tree.NewReader()),
           freshReader_(fresh.tree.NewReader()) {
-        if (old.reader == nullptr || fresh.reader == nullptr) return;
+        if (!old.reader || !fresh.reader) return;
         oldWindow_.emplace(old.reader->File(), kWindow);
         freshWindow_.emplace(fresh.reader->File(), kWindow);
     }
@@ -57,11 +58,12 @@ public:
         if (a.size != b.size || (a.crc != 0 && b.crc != 0 && a.crc != b.crc)) return;
         pair.storedAlike = IsStoredAlike(a, b);
         pair.same = pair.storedAlike;
-        if (pair.same && digests_ == nullptr) return;
+        if (pair.same && !digests_) return;
         const Sha256Digest digest = DigestOf(old_, *oldReader_, pair.old);
         pair.same = pair.same || DigestOf(fresh_, *freshReader_, pair.fresh) == digest;
-        if (pair.same && digests_ != nullptr)
+        if (pair.same && digests_) {
             digests_->old[pair.old] = digests_->fresh[pair.fresh] = digest;
+        }
     }
 
 private:
@@ -69,8 +71,9 @@ private:
         return About(side.path, [&] {
             Sha256 digest;
             reader.Begin(number);
-            for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next())
+            for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) {
                 digest.Update(piece);
+            }
             return digest.Finish();
         });
     }

@@ -120,25 +120,30 @@ void PatchFile::TakeManifest() {
         FailDamaged(error.what(), kManifestName);
     }
     using enum Change::Kind;
-    for (const auto& [name, bytes, sha256] : manifest_->added)
+    for (const auto& [name, bytes, sha256] : manifest_->added) {
         Add({.kind = Added, .name = name, .newDigest = sha256, .newBytes = bytes});
-    for (const auto& [name, oldName, bytes, sha256] : manifest_->moved)
+    }
+    for (const auto& [name, oldName, bytes, sha256] : manifest_->moved) {
         Add({.kind = Added,
              .name = name,
              .newDigest = sha256,
              .newBytes = bytes,
              .movedFrom = oldName});
-    for (const std::string& name : manifest_->empty)
+    }
+    for (const std::string& name : manifest_->empty) {
         Add({.kind = Added, .name = name, .newDigest = Sha256Of(std::string_view())});
-    for (const auto& [name, oldBytes, oldSha256, newBytes, newSha256] : manifest_->changed)
+    }
+    for (const auto& [name, oldBytes, oldSha256, newBytes, newSha256] : manifest_->changed) {
         Add({.kind = Changed,
              .name = name,
              .oldDigest = oldSha256,
              .newDigest = newSha256,
              .oldBytes = oldBytes,
              .newBytes = newBytes});
-    for (const auto& [name, bytes, sha256] : manifest_->removed)
+    }
+    for (const auto& [name, bytes, sha256] : manifest_->removed) {
         Add({.kind = Removed, .name = name, .oldDigest = sha256, .oldBytes = bytes});
+    }
 }
 
 // Without a manifest the lists are all there is; with one they must name the same members.
@@ -153,8 +158,9 @@ void PatchFile::TakeLists() {
         return;
     }
     using enum Change::Kind;
-    for (const auto& [name, digest] : added)
+    for (const auto& [name, digest] : added) {
         Add({.kind = Added, .name = name, .newDigest = Md5FromHex(digest)});
+    }
     for (const auto& [name, digests] : patched) {
         const std::string_view old = OldDigest(digests);
         Add({.kind = Changed,
@@ -162,8 +168,9 @@ void PatchFile::TakeLists() {
              .oldDigest = Md5FromHex(old),
              .newDigest = Md5FromHex(std::string_view(digests).substr(old.size() + 1))});
     }
-    for (const auto& [name, digest] : deleted)
+    for (const auto& [name, digest] : deleted) {
         Add({.kind = Removed, .name = name, .oldDigest = Md5FromHex(digest)});
+    }
 }
 
 // `unlisted` changes of that kind are in no list.
@@ -180,8 +187,9 @@ void PatchFile::CompareWithList(const List& list, Change::Kind kind, std::size_t
 }
 
 void PatchFile::Add(Change change) {
-    if (change.name.empty() || IsReserved(change.name))
+    if (change.name.empty() || IsReserved(change.name)) {
         FailDamaged("a list has a name that a patch cannot hold");
+    }
     if (change.kind != Change::Kind::Removed) {
         change.held = tree_->Find(change.name);
         const bool mayLack =

@@ -19,7 +19,7 @@ using Store = Part::Store;
 
 // Streams in archives of the earlier format have another header.
 bool CanCopy(const OldSide& side, std::size_t member) {
-    if (side.Reader() == nullptr) return false;
+    if (!side.Reader()) return false;
     return side.Reader()->Header().version == archive::kArchiveVersion102 ||
            !side.Members()[member].compressed;
 }
@@ -35,10 +35,11 @@ Part Unchanged(const OldSide& side, std::size_t member) {
 std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
     std::vector<Part> parts;
     for (const Change& change : patch.Changes()) {
-        if (change.kind == Change::Kind::Changed && !old.Members().Find(change.name))
+        if (change.kind == Change::Kind::Changed && !old.Members().Find(change.name)) {
             RefuseOld(old,
                       "the patch changes it and it is missing; the patch is for another archive",
                       change.name);
+        }
         if (change.kind != Change::Kind::Added) continue;
         Part part{.name = change.name, .change = &change};
         if (change.held) {
@@ -51,14 +52,14 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
     for (const std::size_t member : old.Reachable()) {
         Part part = Unchanged(old, member);
         const Change* change = patch.OfOld(part.name);
-        if (change != nullptr && change->kind == Change::Kind::Removed) continue;
-        if (change != nullptr) {
+        if (change && change->kind == Change::Kind::Removed) continue;
+        if (change) {
             part.from = From::Diff;
             part.store = Store::AsConverter;
             part.name = change->name;
             part.held = *change->held;
             part.change = change;
-        } else if (patch.OfNew(part.name) != nullptr) {
+        } else if (patch.OfNew(part.name)) {
             RefuseOld(old, "the patch adds it and it is there; the patch is for another archive",
                       part.name);
         }
@@ -78,8 +79,9 @@ public:
     }
 
     [[nodiscard]] std::vector<Part> Arrange(const Manifest& manifest) {
-        if (parts_.size() != manifest.fresh.members)
+        if (parts_.size() != manifest.fresh.members) {
             RefuseOld(old_, "it has another number of members than the patch was made for", {});
+        }
         std::vector<LaidMember> laid;
         laid.reserve(parts_.size());
         for (const Part& part : parts_) laid.push_back(Describe(part));
@@ -104,11 +106,13 @@ private:
     [[nodiscard]] LaidMember Describe(const Part& part) const {
         LaidMember laid;
         laid.bytes = part.change != nullptr ? part.change->newBytes : old_.Members()[part.old].size;
-        if (const auto place = old_.Members().Find(part.name))
+        if (const auto place = old_.Members().Find(part.name)) {
             laid.oldPlace = static_cast<std::uint32_t>(*place);
+        }
         laid.unchanged = part.from == From::Old;
-        if (laid.unchanged && old_.Reader() != nullptr)
+        if (laid.unchanged && old_.Reader()) {
             laid.oldCompressed = old_.Members()[part.old].compressed;
+        }
         return laid;
     }
 
@@ -118,10 +122,12 @@ private:
         const std::optional<archive::TreeMember> source = Source(part);
         const bool isStream = source && source->compressed;
         const bool saves = isStream && SavesEnough(source->size, source->storedSize);
-        if (isStream && as == StoreAs::CompressedIfItSaves)
+        if (isStream && as == StoreAs::CompressedIfItSaves) {
             as = saves ? StoreAs::Compressed : StoreAs::Plain;
-        if (isStream && as == StoreAs::PlainIfItSaves)
+        }
+        if (isStream && as == StoreAs::PlainIfItSaves) {
             as = saves ? StoreAs::Plain : StoreAs::Compressed;
+        }
         switch (as) {
             case StoreAs::Plain:
                 return source && !isStream ? Store::Copied : Store::Plain;

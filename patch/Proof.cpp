@@ -65,8 +65,9 @@ Sha256Digest DigestOfFile(const platform::FileHandle& file, std::uint64_t size, 
     Sha256 digest;
     for (std::uint64_t done = 0; done < size;) {
         const auto piece = window.Some(done, size - done);
-        if (piece.empty())
+        if (piece.empty()) {
             throw archive::Error(archive::ErrorCode::CannotRead, "the file is shorter than it was");
+        }
         digest.Update(piece);
         meter.Add(piece.size());
         done += piece.size();

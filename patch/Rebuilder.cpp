@@ -61,11 +61,12 @@ archive::PackedMember Rebuilder::Make(const Part& part) {
     const std::vector<std::byte> oldContent = ReadOld(part);
     const std::vector<std::byte> diff = ReadHeld(part);
     const delta::Bytes content = ApplyDiff(part, oldContent, diff);
-    if (DigestOf(patch_.Digests(), content) != part.change->newDigest)
+    if (DigestOf(patch_.Digests(), content) != part.change->newDigest) {
         throw Error(ErrorCode::Refused, patch_.Path(),
                     "its diff does not give the content that is listed; ask the maker for a "
                     "patch that 'va diff' has proved",
                     part.name);
+    }
     return PackAs(content, part.store);
 }
 
@@ -83,9 +84,10 @@ delta::Bytes Rebuilder::ApplyDiff(const Part& part, delta::Bytes oldContent, del
         return delta::ApplyDelta(oldContent, diff, workspace_, SizeLimit(patch_, part));
     } catch (const delta::Error& error) {
         if (error.Kind() == delta::ErrorKind::OutOfMemory) throw std::bad_alloc();
-        if (error.Kind() == delta::ErrorKind::WrongOld)
+        if (error.Kind() == delta::ErrorKind::WrongOld) {
             throw Error(ErrorCode::Refused, old_.Path(),
                         "it is not the content that the patch was made from", part.name);
+        }
         throw Error(ErrorCode::Refused, patch_.Path(), error.what(), part.name);
     }
 }

@@ -60,8 +60,9 @@ void Spots::Add(std::string_view storedName, const Sha256Digest& digest) {
     both.Update(storedName);
     const Sha256Digest value = both.Finish();
     std::uint64_t number = 0;
-    for (std::size_t i = 0; i < kSpotBytes; ++i)
+    for (std::size_t i = 0; i < kSpotBytes; ++i) {
         number = number << 8 | std::to_integer<std::uint64_t>(value[i]);
+    }
     const std::size_t spot = SpotOf(storedName);
     Set(spot, sums_[spot] + number);
 }

@@ -50,8 +50,9 @@ void TrailingDigest::Stop() {
 std::optional<Sha256Digest> TrailingDigest::Finish(const platform::FileHandle& file,
                                                    std::uint64_t size) {
     std::array<std::byte, archive::kArchivePreambleSize> found{};
-    if (file.ReadAt(0, found) != std::int64_t{found.size()} || found != preamble_)
+    if (file.ReadAt(0, found) != std::int64_t{found.size()} || found != preamble_) {
         return std::nullopt;
+    }
     Read(file, size);
     return digest_.Finish();
 }
@@ -74,8 +75,9 @@ void TrailingDigest::Read(const platform::FileHandle& file, std::uint64_t end) {
     while (read_ < end) {
         const auto piece =
             std::span(piece_).first(std::min<std::uint64_t>(piece_.size(), end - read_));
-        if (file.ReadAt(read_, piece) != static_cast<std::int64_t>(piece.size()))
+        if (file.ReadAt(read_, piece) != static_cast<std::int64_t>(piece.size())) {
             throw archive::Error(archive::ErrorCode::CannotRead, "it cannot be read back", read_);
+        }
         digest_.Update(piece);
         read_ += piece.size();
     }

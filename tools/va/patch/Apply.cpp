@@ -47,8 +47,9 @@ ApplyPatchOptions OptionsOf(Run& run) {
     options.trust = run.Has(kTrust);
     options.dryRun = run.Has(kDryRun);
     options.threads = run.Jobs();
-    if (const auto limit = run.Value(kMemoryLimit))
+    if (const auto limit = run.Value(kMemoryLimit)) {
         options.memoryLimit = BytesValue(kMemoryLimit, *limit);
+    }
     options.judged = [&run](const Verdict& verdict) { WriteSuspects(run, verdict); };
     return options;
 }
@@ -58,8 +59,9 @@ void Summarize(Run& run, const ApplyPatchOptions& options, const ApplyPatchResul
     const std::string old = Shown(options.old.string());
     const std::string path = Shown(result.result.string());
     const std::string counts = ShownCounts(result.counts);
-    if (result.alreadyApplied && result.resultSize == 0)
+    if (result.alreadyApplied && result.resultSize == 0) {
         return run.talk.Summary((path.empty() ? old : path) + ": already applied");
+    }
     if (options.check) return run.talk.Summary(old + ": the patch can be applied  " + counts);
     if (options.dryRun) return run.talk.Summary("would write " + path + "  " + counts);
     if (result.alreadyApplied) {
@@ -68,8 +70,9 @@ void Summarize(Run& run, const ApplyPatchOptions& options, const ApplyPatchResul
     }
     run.talk.Summary(path + "   " + ShownBytes(result.resultSize) + "   " + counts + "     " +
                      ShownSeconds(time));
-    if (result.archive)
+    if (result.archive) {
         run.talk.Summary("proved: sha256 " + HexOf(*result.archive) + " as the maker's");
+    }
 }
 
 void Answer(Run& run, const ApplyPatchResult& result) {
@@ -90,10 +93,12 @@ ExitCode RunApply(Run& run) {
     const ApplyPatchOptions options = OptionsOf(run);
     const ApplyPatchResult result = ApplyPatch(options, ProgressOf(run));
     if (!result.note.empty()) run.talk.Note(Shown(result.note));
-    for (const std::filesystem::path& file : result.abandoned)
+    for (const std::filesystem::path& file : result.abandoned) {
         run.talk.Note("removed " + Shown(file.string()) + ", which a run that was killed left");
-    for (const MemberChange& change : result.changes)
+    }
+    for (const MemberChange& change : result.changes) {
         run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name));
+    }
     Summarize(run, options, result, Clock::now() - start);
     Answer(run, result);
     if (!result.storedOtherwise) return ExitCode::Done;

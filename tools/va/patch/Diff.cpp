@@ -43,8 +43,9 @@ constexpr std::uint64_t kWorthNoting = 10000;  // bytes of the patch
 std::string BaseName(const std::string& operand) {
     std::filesystem::path path = std::filesystem::path(operand).lexically_normal();
     if (!path.has_filename()) path = path.parent_path();
-    if (path.empty() || path == "." || path.filename() == "..")
+    if (path.empty() || path == "." || path.filename() == "..") {
         path = std::filesystem::weakly_canonical(operand);
+    }
     if (path.extension() == ".va") path = path.stem();
     return path.filename().string();
 }
@@ -54,9 +55,10 @@ std::string ReadNote(const std::string& path) {
     if (path != "-") file.open(path, std::ios::binary);
     std::istream& in = path == "-" ? std::cin : file;
     std::string note{std::istreambuf_iterator<char>(in), {}};
-    if (!in)
+    if (!in) {
         throw Failure{ExitCode::NotFound,
                       "cannot read '" + Shown(path) + "'; --note names a file of text"};
+    }
     std::erase(note, '\r');
     while (note.ends_with('\n')) note.pop_back();
     return note;
@@ -89,10 +91,11 @@ void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
                      Shown(run.Operand(0)) + " it gives " + what + " (sha256 " + HexOf(digest) +
                      ")");
     const bool isArchive = !std::filesystem::is_directory(run.Operand(1));
-    if (isArchive && !made.newArchive)
+    if (isArchive && !made.newArchive) {
         run.talk.Note(Shown(run.Operand(1)) +
                       " is not stored as this program stores archives, so the result will have "
                       "its members and not its bytes");
+    }
 }
 
 void TellRewritten(Run& run, const MakePatchResult& made) {
@@ -106,29 +109,34 @@ void TellRewritten(Run& run, const MakePatchResult& made) {
         ++members;
         bytes += change.patchSize;
     }
-    if (bytes >= kWorthNoting)
+    if (bytes >= kWorthNoting) {
         run.talk.Note(Counted(members, "member") + " changed almost wholly, " + ShownBytes(bytes) +
                       "; 'va report' tells which");
+    }
 }
 
 ExitCode RunDiff(Run& run) {
     MakePatchOptions options;
     options.result = run.Value(kOutput).value_or(BaseName(run.Operand(0)) + "-" +
                                                  BaseName(run.Operand(1)) + ".patch.va");
-    if (options.result == "-")
+    if (options.result == "-") {
         throw Failure{ExitCode::Usage, "a patch cannot be written to standard output; name a file"};
+    }
     options.replace = run.Has(kForce);
     options.plain = run.Has(kPlain);
     options.allowLossy = run.Has(kAllowLossy);
-    if (options.allowLossy && !options.plain)
+    if (options.allowLossy && !options.plain) {
         throw Failure{ExitCode::Usage, "--allow-lossy needs --plain: nothing is lost without it"};
+    }
     options.verify = !run.Has(kNoVerify);
     options.dryRun = run.Has(kDryRun);
     if (const auto note = run.Value(kNote)) options.note = ReadNote(*note);
-    if (options.plain && !options.note.empty())
+    if (options.plain && !options.note.empty()) {
         throw Failure{ExitCode::Usage, "--plain leaves out the manifest, and --note needs it"};
-    if (const auto limit = run.Value(kMemoryLimit))
+    }
+    if (const auto limit = run.Value(kMemoryLimit)) {
         options.memoryLimit = BytesValue(kMemoryLimit, *limit);
+    }
     options.threads = run.Jobs();
 
     const Archive old = OpenSide(run, run.Operand(0));

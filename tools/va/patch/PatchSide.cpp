@@ -24,8 +24,9 @@ const char* NameOf(Verdict::Side side) {
 
 void WriteSuspects(Run& run, const Verdict& verdict) {
     if (!run.answer.IsJson()) return;
-    for (const std::string& member : verdict.members)
+    for (const std::string& member : verdict.members) {
         run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
+    }
 }
 
 std::string ShownCounts(const PatchCounts& counts) {

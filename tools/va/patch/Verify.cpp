@@ -20,8 +20,9 @@ constexpr std::array<std::string_view, 2> kExamples = {"va verify Town.va town-1
                                                        "va verify Town.va Town.sums"};
 
 ExitCode RunVerify(Run& run) {
-    if (const auto sums = ReadSumsFile(run.Operand(1)))
+    if (const auto sums = ReadSumsFile(run.Operand(1))) {
         return VerifySums(run, run.Operand(0), run.Operand(1), *sums);
+    }
     const PatchOperands operands = SortOperands(run);
     const Verdict verdict =
         VerifyAgainst(operands.target, operands.patch, run.Jobs(), ProgressOf(run));
@@ -29,8 +30,9 @@ ExitCode RunVerify(Run& run) {
     WriteSuspects(run, verdict);
     run.answer.Last().Set("file", operands.target).Set("side", side);
     if (verdict.message.empty()) {
-        if (!run.answer.IsJson())
+        if (!run.answer.IsJson()) {
             run.answer.Write(Shown(operands.target) + ": the " + side + " side\n");
+        }
         return ExitCode::Done;
     }
     run.talk.Error(Shown(verdict.message));

@@ -64,8 +64,9 @@ ExitCode VerifySums(Run& run, const std::string& target, const std::string& path
     }
     run.answer.Last().Set("file", target).Set("side", mismatches.empty() ? "same" : "neither");
     if (mismatches.empty()) {
-        if (!run.answer.IsJson())
+        if (!run.answer.IsJson()) {
             run.answer.Write(Shown(target) + ": as " + Shown(path) + " says\n");
+        }
         return MayLackMembers(run, archive) ? ExitCode::LookAt : ExitCode::Done;
     }
     run.talk.Error(Shown(target) + " is not what " + Shown(path) +

@@ -58,8 +58,9 @@ public:
     }
 
     [[nodiscard]] ExitCode End() {
-        if (part_ != Part::Block)
+        if (part_ != Part::Block) {
             Refuse(Shown(operand_) + ": it is too short for a file of blocks");
+        }
         run_.answer.Last().Set("blocks", blocks_).Set("bytes", size_);
         run_.talk.Summary(Counted(blocks_, "block") + ", " + ShownBytes(size_));
         if (filled_ > 0) Warn(Counted(filled_, "byte") + " after the last block");
@@ -105,9 +106,10 @@ private:
     void WriteHeader(std::uint32_t claimed, const std::string& id) {
         WriteKind(id);
         const std::uint64_t held = size_ - std::min<std::uint64_t>(size_, kBlockHead);
-        if (claimed != held)
+        if (claimed != held) {
             Warn("its header says " + std::to_string(claimed) + " bytes, it has " +
                  std::to_string(held));
+        }
     }
 
     void WriteKind(const std::string& id) {

@@ -145,8 +145,9 @@ bool DescribeArchive(Run& run, const std::string& path) {
     const Archive archive = OpenSide(run, path);
     Description about{path, archive, "archive"};
     if (archive.Info().isFolder) about.kind = "folder";
-    for (const Member& member : archive.Members())
+    for (const Member& member : archive.Members()) {
         about.compressed += member.IsCompressed() ? 1 : 0;
+    }
     if (HasLists(archive) && !archive.Info().isFolder) {
         about.kind = "patch archive";
         Try(run, about, [&] { about.patch = ReadPatchInfo(archive); });

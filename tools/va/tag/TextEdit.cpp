@@ -101,8 +101,9 @@ std::string TextWithTag(std::string_view text, const Vorn::TagExtent* container,
     if (isStart) return Replaced(text, at, at, line);
     const std::size_t rest = SkipBlanks(text, at);
     const bool isLastLine = rest == text.size();
-    if (!IsLineEnd(text, rest) || isLastLine)
+    if (!IsLineEnd(text, rest) || isLastLine) {
         return Replaced(text, at, at, std::string(lineEnd) + line);
+    }
     const std::size_t next = AfterLineEnd(text, rest);
     return Replaced(text, next, next, line);
 }
