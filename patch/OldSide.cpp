@@ -282,7 +282,7 @@ Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
         if (const auto member = tree_->Find(change.name)) listed.push_back(*member);
     }
     std::ranges::sort(listed);
-    listed.erase(std::ranges::unique(listed).begin(), listed.end());
+    listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
     const std::vector<Content> contents = Read(listed, Sums::Ignored, patch, threads, progress);
     verdict = FindDamage(contents);
     if (verdict.kind == Kind::Damaged) return verdict;
