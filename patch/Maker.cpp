@@ -152,7 +152,8 @@ void Maker::PlanMemory() {
                .digests = options_.manifest,
                .remake = layout_.possible,
                .saves = layout_.asksSaves};
-    const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
+    const Input& old = difference_.old;
+    const Input& fresh = difference_.fresh;
     const bool limited = options_.memory != delta::kNoLimit;
     const std::uint64_t base =
         kBaseMemory + kMemoryOfMember * (old.tree.Count() + fresh.tree.Count());
@@ -202,7 +203,8 @@ void Maker::DigestRemoved() {
 }
 
 void Maker::MakeCarried(PatchWriter& writer) {
-    const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
+    const Input& old = difference_.old;
+    const Input& fresh = difference_.fresh;
     const std::vector<Carried>& carried = difference_.carried;
     std::uint64_t total = 0;
     for (const Carried& member : carried) total += fresh.tree[member.fresh].size;

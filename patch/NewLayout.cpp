@@ -170,7 +170,8 @@ private:
 }  // namespace
 
 LayoutPlan PlanLayout(const Difference& difference) {
-    const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
+    const Input& old = difference.old;
+    const Input& fresh = difference.fresh;
     LayoutPlan plan;
     if (!fresh.reader) return plan;
     plan.asksSaves = !UniformStorage(fresh);
@@ -198,7 +199,8 @@ std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Difference& differe
 
 void DescribeLayout(const Difference& difference, const std::vector<std::optional<bool>>& saves,
                     Manifest& manifest) {
-    const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
+    const Input& old = difference.old;
+    const Input& fresh = difference.fresh;
     const std::vector<const Pair*> unchanged = UnchangedOf(difference);
     std::vector<Number> canonical(fresh.tree.Count());
     std::iota(canonical.begin(), canonical.end(), 0);
