@@ -180,9 +180,10 @@ public:
         const Place place(options_, patch_);
         result.result = place.Path();
         if (place.IsOld() && result.alreadyApplied) return result;
-        if (!result.alreadyApplied && place.IsTaken() && IsNewSide(place.Path())) {
-            result.alreadyApplied = true;
-            return result;
+        if (!result.alreadyApplied && place.IsTaken()) {
+            if (proves) (void)Judge();
+            result.alreadyApplied = IsNewSide(place.Path());
+            if (result.alreadyApplied) return result;
         }
         place.Check();
         Build(result);

@@ -1,4 +1,4 @@
-// va apply and va verify on the patches of the fixed converter.
+// va apply and va verify: patches of the fixed converter, and those of va diff.
 #include "tests/tools/va/VaProgram.h"
 
 namespace Vorn::Testing {
@@ -164,6 +164,65 @@ TEST_F(VaApplies, OldSideIsJudgedFirst) {
     EXPECT_FALSE(folder_.Has("edited-new.va"));
     EXPECT_EQ(Va("apply --trust edited.va p.va").exitCode, 2);
     EXPECT_FALSE(folder_.Has("edited-new.va"));
+}
+
+class VaAppliesManifests : public VaApplies {
+protected:
+    void SetUp() override {
+        VaApplies::SetUp();
+        folder_.Write("note.txt", "Version two.\nHave fun.");
+        ASSERT_EQ(Va("diff old.va new.va -o m.va --note note.txt").exitCode, 0);
+    }
+};
+
+TEST_F(VaAppliesManifests, GivesTheMakersBytesUnderTheMakersName) {
+    fs::rename(folder_.Path("new.va"), folder_.Path("kept.va"));
+    const Outcome run = Va("apply m.va old.va");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_THAT(run.err, testing::AllOf(HasSubstr("new.va   "), HasSubstr("\nproved: sha256 "),
+                                        HasSubstr("note: Version two.\\x0aHave fun.\n")));
+    EXPECT_TRUE(folder_.Read("new.va") == folder_.Read("kept.va"));
+    EXPECT_EQ(Va("apply -q -j1 old.va m.va -o one.va").err, "");
+    EXPECT_TRUE(folder_.Read("one.va") == folder_.Read("kept.va"));
+    // Again: the result is there.
+    ExpectAnswers({{"apply old.va m.va", 0, "new.va: already applied\n"},
+                   {"apply new.va m.va", 0, "new.va: already applied\n"},
+                   {"apply new.va m.va -o copy.va", 0, "was the new side already"},
+                   {"apply old m.va -o folder.va", 0, "proved: sha256 "},
+                   {"verify old m.va", 0, "old: the old side\n"},
+                   {"verify -j3 one.va m.va", 0, "one.va: the new side\n"}});
+    EXPECT_TRUE(SameContent("copy.va", "kept.va"));
+    EXPECT_TRUE(folder_.Read("folder.va") == folder_.Read("kept.va"));
+}
+
+TEST_F(VaAppliesManifests, NamesAMemberThatNoListNames) {
+    folder_.Write("old/wall.tga", "repainted");
+    fs::rename(folder_.Path("old"), folder_.Path("edited"));
+    PackFolder("edited");
+    fs::copy(folder_.Path("edited"), folder_.Path("more"), fs::copy_options::recursive);
+    folder_.Write("more/wall.tga", Noise(40000));
+    folder_.Write("more/extra.txt", "not there before");
+    folder_.Write("hurt.va", folder_.Read("old.va"));
+    Damage("hurt.va", Noise(40000).substr(5000, 20));
+    ExpectAnswers({
+        {"apply edited.va m.va", 2, "; changed on this machine: wall.tga; 'va compare"},
+        {"apply more m.va -o x.va", 2, "; changed on this machine: extra.txt; 'va compare"},
+        {"apply hurt.va m.va", 2, "hurt.va: damaged: wall.tga: its content disagrees"},
+        {"apply --trust edited.va m.va -o t.va", 2, "leave out --trust to learn why"},
+        {"verify edited.va m.va", 1, "changed on this machine: wall.tga"},
+    });
+    EXPECT_FALSE(folder_.Has("x.va"));
+}
+
+// The same members, which the old archive stores otherwise than the maker's.
+TEST_F(VaAppliesManifests, ContentsAloneAreWorthALook) {
+    std::string bytes = folder_.Read("old.va");
+    bytes[28] ^= 1;  // a version number, which no list and no sum knows
+    folder_.Write("odd.va", bytes);
+    const Outcome run = Va("apply odd.va m.va -o r.va");
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, HasSubstr("warning: r.va: its members and contents are the maker's"));
+    EXPECT_TRUE(SameContent("r.va", "new.va"));
 }
 
 }  // namespace
