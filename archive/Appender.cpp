@@ -10,9 +10,9 @@ namespace archive {
 
 namespace {
 
-constexpr std::size_t kBufferSize = 262144;
-constexpr std::size_t kRecordsAtOnce = 1024;
-constexpr std::size_t kWalkWindow = 4096;
+constexpr std::size_t kBufferSize = 262144;   // a batch of small members is one write
+constexpr std::size_t kRecordsAtOnce = 1024;  // 296 KB of index at a time
+constexpr std::size_t kWalkWindow = 4096;     // a chunk header and the entry after it
 
 [[nodiscard]] constexpr std::uint64_t IndexChunkSize(std::uint64_t count) {
     return kChunkHeaderSize + count * kIndexRecordSize;

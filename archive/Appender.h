@@ -41,17 +41,21 @@ class Appender {
 public:
     enum class Publish { EachMember, InBatches };
 
-    // `contents` must be complete (WalkRest included). Throws Error (Refused) for an archive
-    // that cannot be written: a format version other than 0x102, or a header that is longer or not
-    // at the front.
+    // `contents` must be complete (WalkRest included). Throws Error (Refused) if the header is
+    // longer than 32 bytes or not at the front. In an archive of version 0x101, Begin throws
+    // Refused; Delete works.
+    //
+    // Destroying it drops the members of an unfinished batch; call Flush or Complete before.
     Appender(platform::FileHandle& file, Contents& contents, Publish publish);
     Appender(const Appender&) = delete;
     Appender& operator=(const Appender&) = delete;
 
     // Adds a member whose content comes in pieces: Begin, Write as often as needed, Finish. Each
-    // throws Error: BadName, Full when the archive would pass 4 GiB, CannotWrite. The member is
-    // then not added, and the one that it would have replaced stays. In batches, each may also
-    // throw for earlier members of the batch: those that do not fit are not added (TakeLost).
+    // throws Error: BadName; Full when the archive would pass 4 GiB; Refused; CannotWrite and
+    // NoSpace; Damaged when the old members cannot be followed by a new one; CannotRead for less
+    // content than was announced. The member is then not added, and the one that it would have
+    // replaced stays. In batches, each may also throw for earlier members of the batch: those that
+    // do not fit are not added (TakeLost).
     void Begin(const NewMember& member);
     void Write(std::span<const std::byte> content);
     void Finish();

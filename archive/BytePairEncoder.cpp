@@ -20,6 +20,7 @@ namespace archive {
 namespace {
 
 constexpr std::size_t kSubBlockBytes = BorderLists::kMostPlaces;
+// Fixed by the format.
 constexpr std::size_t kMostDistinct = 210;
 constexpr std::size_t kHighestCode = 254;
 
@@ -241,8 +242,10 @@ std::size_t SubBlockEncoder::LiteralRun(std::size_t c) const {
     return run;
 }
 
-// Entries after the first one. A single literal between two codes is written as an entry of its
-// own, which is shorter than two runs.
+// Returns how many entries follow the first one. A single literal between two codes is written as
+// an entry of its own, which is shorter than two runs. The limits are fixed: a count byte below 128
+// is a run of entries, and a literal is taken into one only if the code after it still fits as
+// well.
 std::size_t SubBlockEncoder::EntryRun(std::size_t c) const {
     std::size_t more = 0;
     while ((more < 127 && c + more + 1 < 256 && IsCode(c + more + 1)) ||

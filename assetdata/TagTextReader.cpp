@@ -1,3 +1,11 @@
+// Reads the text form in one pass with one byte of look-ahead, and without recursion: a stack of
+// open containers keeps the place, so that depth costs no stack of the thread.
+//
+//     text  := entry*
+//     entry := name value?
+//     value := '{' entry* '}' | '"' any bytes but '"' '"' | the rest of the line
+//
+// docs/formats/tag-text.md has what each value becomes.
 #include <algorithm>
 #include <array>
 #include <cstdint>
