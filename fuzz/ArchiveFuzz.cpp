@@ -96,10 +96,10 @@ std::vector<std::string> ReadEverything(const InternedString& mount) {
 }
 
 void WriteMembers(const InternedString& mount, const std::vector<std::string>& names) {
-    constexpr std::array<char, 2000> content{};
+    constexpr std::array<char, 2000> kContent{};
     File file;
     if (file.Open(mount, "added/by the fuzzer", kWriteCompressed | kCreateOrTruncate) == RES_OK) {
-        (void)file.Write(content.data(), static_cast<std::uint32_t>(content.size()));
+        (void)file.Write(kContent.data(), static_cast<std::uint32_t>(kContent.size()));
         (void)file.Close();
     }
     if (!names.empty()) (void)File::Delete(("fuzz:" + names.front()).c_str());

@@ -22,9 +22,9 @@ PatchReport::Reason ReasonOf(patch::Reason reason) {
 
 }  // namespace
 
-PatchReport ReportPatch(const std::filesystem::path& path) {
-    return Translated(path, [&] {
-        const patch::Report found = patch::ReportOn(archive::Reader(SystemPath(path)));
+PatchReport ReportPatch(const std::filesystem::path& patch) {
+    return Translated(patch, [&] {
+        const patch::Report found = patch::ReportOn(archive::Reader(SystemPath(patch)));
         PatchReport report{.patchBytes = found.fileBytes, .overhead = found.overhead, .items = {}};
         report.items.reserve(found.items.size());
         for (const patch::ReportItem& item : found.items) {
