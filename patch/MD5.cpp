@@ -60,9 +60,9 @@ std::uint32_t Mix(std::uint32_t b, std::uint32_t c, std::uint32_t d) {
 
 template <std::size_t step>
 void Step(std::uint32_t& a, std::uint32_t b, std::uint32_t c, std::uint32_t d, const Words& words) {
-    constexpr std::size_t round = step / 16;
-    a += words[InputWord(step)] + kSines[step] + Mix<round>(b, c, d);
-    a = std::rotl(a, kShifts[round][step % 4]) + b;
+    constexpr std::size_t kRound = step / 16;
+    a += words[InputWord(step)] + kSines[step] + Mix<kRound>(b, c, d);
+    a = std::rotl(a, kShifts[kRound][step % 4]) + b;
 }
 
 template <std::size_t... groups>

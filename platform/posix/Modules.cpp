@@ -73,20 +73,20 @@ private:
 
     [[nodiscard]] std::size_t BuildIdIn(const ElfW(Phdr) & notes, std::span<std::byte> into) const {
         constexpr std::string_view kName("GNU\0", 4);
-        constexpr auto padded = [](std::uint64_t size) { return (size + 3) / 4 * 4; };
+        constexpr auto kPadded = [](std::uint64_t size) { return (size + 3) / 4 * 4; };
         std::uint64_t at = base_ + (notes.p_vaddr - begin_);
         const std::uint64_t end = at + notes.p_memsz;
         ElfW(Nhdr) note{};
         std::array<char, kName.size()> name{};
         while (at < end && ReadObject(at, note)) {
-            const std::uint64_t content = at + sizeof(note) + padded(note.n_namesz);
+            const std::uint64_t content = at + sizeof(note) + kPadded(note.n_namesz);
             if (note.n_type == NT_GNU_BUILD_ID && note.n_namesz == kName.size() &&
                 ReadObject(at + sizeof(note), name) &&
                 kName == std::string_view(name.data(), name.size())) {
                 return ReadMemory(content,
                                   into.first(std::min<std::size_t>(into.size(), note.n_descsz)));
             }
-            at = content + padded(note.n_descsz);
+            at = content + kPadded(note.n_descsz);
         }
         return 0;
     }

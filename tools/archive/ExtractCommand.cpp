@@ -102,18 +102,18 @@ const char* ExtractCommand::Extract(const ToolFileRecord& record, ExtractedFile&
     if (member.Open(toolMount, record.Path().c_str(), plain ? kReadPlain : kReadDetect) != RES_OK) {
         return "Cannot open input file";
     }
-    const char* problem = Begin(path.View(), file);
+    const char* problem = Create(path.View(), file);
     if (problem && !queue_.IsEmpty()) {
         // The files that wait may hold all descriptors that the process may have.
         queue_.Drain();
-        problem = Begin(path.View(), file);
+        problem = Create(path.View(), file);
     }
     if (problem) return problem;
     if (member.Size() != entry.size) Warn(file, " does not have the size that the index lists");
     return MayWait(record) ? Load(member, file) : Copy(member, file);
 }
 
-const char* ExtractCommand::Begin(std::string_view path, ExtractedFile& file) {
+const char* ExtractCommand::Create(std::string_view path, ExtractedFile& file) {
     if (const char* problem = destination_.Prepare(path, file.place)) return problem;
     return file.file.Begin(file.place.folder->handle, file.place.name) ? nullptr
                                                                        : kCannotOpenOutput;

@@ -25,7 +25,7 @@ public:
 private:
     // Each returns null, or the reason why the member was not extracted.
     [[nodiscard]] const char* Extract(const ToolFileRecord& record, ExtractedFile& file);
-    [[nodiscard]] const char* Begin(std::string_view path, ExtractedFile& file);
+    [[nodiscard]] const char* Create(std::string_view path, ExtractedFile& file);
     // Reads a small member; Place writes it.
     [[nodiscard]] const char* Load(File& member, ExtractedFile& file) const;
     [[nodiscard]] const char* Copy(File& member, ExtractedFile& file) const;

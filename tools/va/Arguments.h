@@ -38,8 +38,8 @@ private:
         std::string value;
     };
 
-    void ReadLong(std::string_view word, std::span<const std::string> rest, std::size_t& next);
-    void ReadLetters(std::string_view word, std::span<const std::string> rest, std::size_t& next);
+    void ReadLong(std::string_view word, std::span<const std::string> words, std::size_t& next);
+    void ReadLetters(std::string_view word, std::span<const std::string> words, std::size_t& next);
     void Take(const Option& option, std::string value);
     void ChooseCommand();
     void CheckOptions();

@@ -37,14 +37,26 @@ std::string WithoutTimes(const std::string& text) {
 
 class VaPages : public VaProgram {
 protected:
+    // One shell runs all, as a reader would.
     void RunExamples(const std::vector<Example>& examples) {
-        const TempFolder said;
-        const std::string start = "cd " + folder_.Path() + "; PATH=$(dirname " VA "):$PATH; (";
+        const TempFolder session;
+        const std::string mark = "== end of answer ==\n";
+        std::string script = "cd " + folder_.Path() + "\nPATH=$(dirname " VA "):$PATH\nexec 2>&1\n";
+        for (const auto& [command, answer] : examples) {
+            if (command == "cat config.txt") folder_.Write("config.txt", answer);
+            script += command + "\nprintf '" + mark.substr(0, mark.size() - 1) + "\\n'\n";
+        }
+        session.Write("script", script);
+        ASSERT_EQ(
+            Shell("bash " + session.Path("script") + " >" + session.Path("said") + " </dev/null"),
+            0);
+        std::string said = session.Read("said");
         for (const auto& [command, answer] : examples) {
             SCOPED_TRACE(command);
-            if (command == "cat config.txt") folder_.Write("config.txt", answer);
-            (void)!std::system((start + command + ") >" + said.Path("all") + " 2>&1").c_str());
-            EXPECT_EQ(WithoutTimes(said.Read("all")), WithoutTimes(answer));
+            const std::size_t end = said.find(mark);
+            ASSERT_NE(end, std::string::npos);
+            EXPECT_EQ(WithoutTimes(said.substr(0, end)), WithoutTimes(answer));
+            said.erase(0, end + mark.size());
         }
     }
 };
