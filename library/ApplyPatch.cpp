@@ -203,20 +203,6 @@ private:
                patch::Verdict::Kind::Old;
     }
 
-    // Refuses an old side whose result is not the promised one; one that only stores its members
-    // otherwise is good.
-    void Confirm() const {
-        if (!options_.trust) {
-            (void)Judge();
-            return;
-        }
-        throw Error(ErrorCode::Refused,
-                    old_.Path() +
-                        ": the result would not be the maker's archive; leave out "
-                        "--trust to learn why",
-                    options_.old);
-    }
-
     // Returns whether the patch has been applied already.
     [[nodiscard]] bool Judge() const {
         const Verdict verdict =
@@ -243,7 +229,10 @@ private:
         patch::BuildOptions build;
         if (!options_.dryRun) build.result = SystemPath(result.result);
         build.replace = options_.replace;
-        build.confirm = [this] { Confirm(); };
+        build.trusted = options_.trust;
+        // Refuses an old side whose result is not the promised one; one that only stores its
+        // members otherwise is good.
+        build.confirm = [this] { (void)Judge(); };
         build.threads = options_.threads;
         build.memoryLimit = options_.memoryLimit;
         const patch::Built built = result.alreadyApplied

@@ -69,7 +69,11 @@ public:
         About(options_.result, [&] {
             if (promised) built.archive = Promised(reader);
             if (!built.archive) {
-                if (promised && Promise() && options_.confirm) options_.confirm();
+                if (promised && options_.trusted) {
+                    JudgeContents(reader);
+                } else if (promised && Promise() && options_.confirm) {
+                    options_.confirm();
+                }
                 Prove(reader);
             }
             result_->Publish(options_.replace);
@@ -230,6 +234,13 @@ private:
                                                        : DigestOfFile(reader.File(), size, meter);
         meter.Report(true);
         return digest == promise->sha256 ? digest : std::nullopt;
+    }
+
+    // What an old side that nobody judged has given.
+    void JudgeContents(const archive::Reader& reader) const {
+        if (HoldsNewSide(reader, patch_, threads_, progress_)) return;
+        throw Error(ErrorCode::Refused, old_.Path(),
+                    "the result would not be the maker's; leave out --trust to learn why");
     }
 
     void Prove(const archive::Reader& reader) const {

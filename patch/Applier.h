@@ -21,7 +21,10 @@ namespace patch {
 struct BuildOptions {
     std::string result;    // the archive to write; empty: everything is done but that
     bool replace = false;  // a file that exists
-    // Called when the result is not the archive that the patch promises, before it is kept.
+    // The old side was not judged, so that the contents of the result are.
+    bool trusted = false;
+    // Called when the result is not the archive that the patch promises, before it is kept; not
+    // for an old side that is trusted.
     std::function<void()> confirm = {};
     unsigned threads = 1;
     std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take
@@ -34,8 +37,9 @@ struct Built {
     std::optional<Sha256Digest> archive{};  // where the manifest promises it
 };
 
-// Applies the patch to the old side. That should have been judged, unless `confirm` judges it when
-// the promised digest has not. Throws Error, Cancelled, and what `confirm` throws.
+// Applies the patch to the old side. That should have been judged, unless it is trusted, or
+// `confirm` judges it when the promised digest has not. Throws Error, Cancelled, and what `confirm`
+// throws.
 [[nodiscard]] Built BuildResult(const OldSide& old, const PatchFile& patch,
                                 const BuildOptions& options, const ProgressFunction& progress);
 

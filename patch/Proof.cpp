@@ -5,9 +5,12 @@
 #include <deque>
 
 #include "archive/Check.h"
+#include "archive/ContentReader.h"
 #include "archive/Crc32.h"
 #include "archive/Window.h"
+#include "patch/Error.h"
 #include "patch/InOrder.h"
+#include "patch/Sums.h"
 
 namespace patch {
 namespace {
@@ -58,6 +61,27 @@ private:
     archive::Window patchWindow_;
 };
 
+// Where the runs of members begin that a worker reads at a time, and the end.
+std::vector<std::size_t> CutIntoRuns(const archive::Reader& result) {
+    std::vector<std::size_t> runs;
+    std::uint64_t bytes = 0;
+    for (std::size_t i = 0; i < result.Count(); ++i) {
+        if (bytes == 0) runs.push_back(i);
+        bytes += result[i].storedSize + archive::kMemberPrefixSize;
+        if (bytes >= kRunBytes) bytes = 0;
+    }
+    runs.push_back(result.Count());
+    return runs;
+}
+
+// Also compares the check sum. Throws archive::Error.
+Sha256Digest DigestOfContent(archive::ContentReader& reader, const archive::Member& member) {
+    Sha256 digest;
+    reader.Begin(member);
+    for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) digest.Update(piece);
+    return digest.Finish();
+}
+
 }  // namespace
 
 Sha256Digest DigestOfFile(const platform::FileHandle& file, std::uint64_t size, Meter& meter) {
@@ -75,21 +99,45 @@ Sha256Digest DigestOfFile(const platform::FileHandle& file, std::uint64_t size, 
     return digest.Finish();
 }
 
+bool HoldsNewSide(const archive::Reader& result, const PatchFile& patch, unsigned threads,
+                  const ProgressFunction& progress) {
+    const std::vector<std::size_t> runs = CutIntoRuns(result);
+    Meter meter(progress, "judging the result", result.All().fileSize);
+    std::deque<archive::ContentReader> readers;
+    for (unsigned i = 0; i < std::max(threads, 1U); ++i) {
+        readers.push_back(result.NewContentReader(kWindow));
+    }
+    std::vector<Sum> sums(result.Count());
+    InOrder<bool> work(
+        runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
+    try {
+        work.Run(
+            meter,
+            [&](unsigned worker, std::size_t run) {
+                for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
+                    const archive::Member member = result[i];
+                    sums[i] = {ShownName(member.name), DigestOfContent(readers[worker], member)};
+                    meter.Add(member.storedSize);
+                }
+                return true;
+            },
+            [](std::size_t, bool) {});
+    } catch (const archive::Error& error) {
+        if (error.Code() == archive::ErrorCode::CannotRead) throw;
+        return false;
+    }
+    meter.Report(true);
+    const auto& manifest = patch.GetManifest();
+    return !manifest || DigestOfSide(std::move(sums)) == manifest->fresh.sha256;
+}
+
 bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
               const std::vector<Written>& written, const OldSide& old, const PatchFile& patch,
               unsigned threads, const ProgressFunction& progress) {
     const archive::CheckOptions structure{.workers = threads, .content = false, .findings = 1};
     if (!archive::Check(result, structure).Whole() || result.Count() != parts.size()) return false;
 
-    std::vector<std::size_t> runs;
-    std::uint64_t bytes = 0;
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        if (bytes == 0) runs.push_back(i);
-        bytes += result[i].storedSize + archive::kMemberPrefixSize;
-        if (bytes >= kRunBytes) bytes = 0;
-    }
-    runs.push_back(parts.size());
-
+    const std::vector<std::size_t> runs = CutIntoRuns(result);
     Meter meter(progress, "reading back", result.All().fileSize);
     std::deque<PartReader> readers;
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) readers.emplace_back(result, old, patch);

@@ -22,6 +22,11 @@ struct Written {
 [[nodiscard]] Sha256Digest DigestOfFile(const platform::FileHandle& file, std::uint64_t size,
                                         Meter& meter);
 
+// Returns whether every content agrees with its check sum and, where there is a manifest, names and
+// contents are those of the new side. Throws archive::Error, Cancelled.
+[[nodiscard]] bool HoldsNewSide(const archive::Reader& result, const PatchFile& patch,
+                                unsigned threads, const ProgressFunction& progress);
+
 // Returns whether the result holds what was written: its index, its entries, and the stored bytes,
 // of which those that were copied are compared with their source. Throws archive::Error, Cancelled.
 [[nodiscard]] bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,

@@ -214,6 +214,22 @@ TEST_F(VaAppliesManifests, NamesAMemberThatNoListNames) {
     EXPECT_FALSE(folder_.Has("x.va"));
 }
 
+TEST_F(VaAppliesManifests, TrustNeverGivesAnotherResultThanTheMakers) {
+    ASSERT_EQ(Va("diff old.va new -o contents.va").exitCode, 0);  // promises no archive
+    folder_.Write("hurt.va", folder_.Read("old.va"));
+    Damage("hurt.va", Noise(40000).substr(5000, 20));
+    fs::copy(folder_.Path("old"), folder_.Path("edited"), fs::copy_options::recursive);
+    folder_.Write("edited/wall.tga", "repainted");
+    const std::string told = "the result would not be the maker's; leave out --trust to learn why";
+    ExpectAnswers({{"apply --trust hurt.va contents.va -o t.va", 2, told},
+                   {"apply --trust edited contents.va -o t.va", 2, told},
+                   {"apply --trust hurt.va m.va -o t.va", 2, told},
+                   {"apply --trust hurt.va p.va -o t.va", 2, told}});
+    EXPECT_FALSE(folder_.Has("t.va"));
+    ExpectAnswers({{"apply --trust old contents.va -o t.va", 0, "t.va"}});
+    EXPECT_TRUE(SameContent("t.va", "new.va"));
+}
+
 // The same members, which the old archive stores otherwise than the maker's.
 TEST_F(VaAppliesManifests, ContentsAloneAreWorthALook) {
     std::string bytes = folder_.Read("old.va");
@@ -222,6 +238,8 @@ TEST_F(VaAppliesManifests, ContentsAloneAreWorthALook) {
     const Outcome run = Va("apply odd.va m.va -o r.va");
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err, HasSubstr("warning: r.va: its members and contents are the maker's"));
+    EXPECT_EQ(Va("apply --trust odd.va m.va -o trusted.va").exitCode, 1);
+    EXPECT_TRUE(folder_.Read("trusted.va") == folder_.Read("r.va"));
     EXPECT_TRUE(SameContent("r.va", "new.va"));
 }
 
