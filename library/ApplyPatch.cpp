@@ -2,6 +2,7 @@
 #include <set>
 
 #include "library/PatchCalls.h"
+#include "library/ResultPlace.h"
 #include "library/Translate.h"
 #include "patch/Applier.h"
 #include "patch/Error.h"
@@ -88,28 +89,17 @@ public:
     }
 
     void Check() const {
-        const std::string path = SystemPath(path_);
-        if (IsOld() || platform::IsSameFile(path.c_str(), SystemPath(options_.patch).c_str())) {
-            Refuse("is one of the inputs; name another file with -o");
-        }
         const std::string folder = SystemPath(path_.parent_path());
         if (!folder.empty() && !IsFolder(folder)) {
             throw Error(ErrorCode::NotFound, folder + ": there is no such folder", path_);
         }
-        using enum platform::EntryKind;
-        const platform::EntryKind kind = platform::GetEntryKind(path.c_str());
-        if (kind == Directory || kind == Other) Refuse("is a folder or a device; name a file");
-        if (kind != None && !options_.replace) Refuse("exists; -f replaces it");
+        JudgeResultPlace(path_, options_.replace, {options_.old, options_.patch});
     }
 
 private:
     static bool IsFolder(const std::filesystem::path& path) {
         platform::FileStatus status;
         return platform::GetStatus(SystemPath(path).c_str(), status) && status.IsDirectory();
-    }
-
-    [[noreturn]] void Refuse(const char* reason) const {
-        throw Error(ErrorCode::Refused, path_.string() + ": " + reason, path_);
     }
 
     [[nodiscard]] std::string NameOf(const patch::PatchFile& patchFile) const {

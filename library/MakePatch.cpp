@@ -4,9 +4,9 @@
 
 #include "library/ArchiveAccess.h"
 #include "library/PatchCalls.h"
+#include "library/ResultPlace.h"
 #include "library/Translate.h"
 #include "patch/Maker.h"
-#include "platform/Directories.h"
 #include "vaconverter/patch.h"
 
 namespace va {
@@ -25,25 +25,6 @@ void RefuseWithoutIndex(const Archive& archive) {
                     archive.Path().string() +
                         ": its index is missing or damaged, so members may be missing",
                     archive.Path());
-    }
-}
-
-// What is certain to fail at the end is refused before the work.
-void JudgeResult(const Archive& old, const Archive& fresh, const MakePatchOptions& options) {
-    const std::string result = SystemPath(options.result);
-    for (const Archive* input : {&old, &fresh}) {
-        if (platform::IsSameFile(result.c_str(), SystemPath(input->Path()).c_str())) {
-            throw Error(ErrorCode::Refused, result + ": the patch would replace one of its inputs",
-                        options.result);
-        }
-    }
-    const platform::EntryKind kind = platform::GetEntryKind(result.c_str());
-    const bool replaceable = kind == platform::EntryKind::File || kind == platform::EntryKind::Link;
-    if (kind != platform::EntryKind::None && !(replaceable && options.replace)) {
-        throw Error(ErrorCode::Refused,
-                    result + (replaceable ? ": the file exists (-f replaces it)"
-                                          : ": a folder or device has this name"),
-                    options.result);
     }
 }
 
@@ -109,7 +90,7 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
                           const ProgressFunction& progress) {
     RefuseWithoutIndex(old);
     RefuseWithoutIndex(fresh);
-    JudgeResult(old, fresh, options);
+    JudgeResultPlace(options.result, options.replace, {old.Path(), fresh.Path()});
     const patch::MakeOptions toMake{.result = SystemPath(options.result),
                                     .replace = options.replace,
                                     .dryRun = options.dryRun,

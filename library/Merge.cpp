@@ -1,16 +1,17 @@
 #include <algorithm>
-#include <array>
+#include <filesystem>
 #include <optional>
+#include <vector>
 
 #include "archive/Check.h"
 #include "archive/NewArchive.h"
 #include "archive/StreamSize.h"
 #include "archive/Window.h"
 #include "library/ArchiveAccess.h"
+#include "library/ResultPlace.h"
 #include "library/SideReader.h"
 #include "library/Translate.h"
 #include "library/Workers.h"
-#include "platform/Directories.h"
 #include "vaconverter/overlay.h"
 
 namespace va {
@@ -85,22 +86,6 @@ Versions VersionsOf(std::span<const Archive> sides) {
     return versions;
 }
 
-// Found before any work is done.
-void RefuseWhatExists(const MergeOptions& options) {
-    using platform::EntryKind;
-    const std::string path = SystemPath(options.result);
-    const EntryKind kind = platform::GetEntryKind(path.c_str());
-    if (kind == EntryKind::None) return;
-    const bool replaceable = kind == EntryKind::File || kind == EntryKind::Link;
-    if (!replaceable) {
-        throw Error(ErrorCode::Refused, path + ": a folder or device has this name",
-                    options.result);
-    }
-    if (!options.replace) {
-        throw Error(ErrorCode::Refused, path + " exists; -f replaces it", options.result);
-    }
-}
-
 void Judge(const archive::Reader& reader, const MergeOptions& options,
            const ProgressFunction& progress) {
     archive::CheckOptions check{.workers = options.threads};
@@ -126,7 +111,9 @@ void Judge(const archive::Reader& reader, const MergeOptions& options,
 
 MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember> members,
                   const MergeOptions& options, const ProgressFunction& progress) {
-    RefuseWhatExists(options);
+    std::vector<std::filesystem::path> inputs;
+    for (const Archive& side : sides) inputs.push_back(side.Path());
+    JudgeResultPlace(options.result, options.replace, inputs);
     if (options.dryRun) return {members.size(), 0};
     std::uint64_t total = 0;
     for (const OverlaidMember& overlaid : members) {

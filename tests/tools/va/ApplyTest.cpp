@@ -94,10 +94,13 @@ TEST_F(VaApplies, MembersWithoutContentStay) {
 TEST_F(VaApplies, ReplacesOnlyWhenAskedAndNeverAnInput) {
     const std::string old = folder_.Read("old.va");
     folder_.Write("taken.va", "what was there", fs::perms{0600});
+    folder_.Write("locked.va", "what was there", fs::perms{0444});
     ExpectAnswers({
-        {"apply old.va p.va -o taken.va", 2, "taken.va: exists; -f replaces it"},
-        {"apply -f old.va p.va -o old.va", 2, "old.va: is one of the inputs"},
-        {"apply -f old.va p.va -o ./p.va", 2, "p.va: is one of the inputs"},
+        {"apply old.va p.va -o taken.va", 2, "taken.va exists; -f replaces it"},
+        {"apply -f old.va p.va -o old.va", 2, "old.va is one of the inputs"},
+        {"apply -f old.va p.va -o ./p.va", 2, "p.va is one of the inputs"},
+        {"apply old p.va -o old/new.va", 2, "old/new.va lies below the input folder old "},
+        {"apply -f old.va p.va -o locked.va", 2, "locked.va is read-only and stays as it is"},
         {"apply old.va p.va -o nowhere/new.va", 9, "nowhere: there is no such folder"},
         {"apply old.va nowhere.va", 9, "nowhere.va: there is no such file"},
         {"apply nowhere.va p.va", 9, "nowhere.va: there is no such file"},

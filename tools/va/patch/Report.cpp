@@ -1,6 +1,7 @@
 #include <array>
 #include <filesystem>
 
+#include "platform/Directories.h"
 #include "tools/va/Run.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/patch/PatchCommands.h"
@@ -53,6 +54,9 @@ void WritePage(Run& run, const PatchReport& report, const std::string& path) {
     const std::string page =
         ReportPage(report, std::filesystem::path(run.Operand(0)).filename().string());
     if (path == "-") return run.answer.Write(page);
+    if (platform::IsSameFile(path.c_str(), run.Operand(0).c_str())) {
+        Refuse(Shown(path) + " is one of the inputs; name another file");
+    }
     CheckOutputs({path}, run.Has(kForce));
     if (run.Has(kDryRun)) return;
     WriteFileWhole(path, std::as_bytes(std::span(page)), run.Has(kForce));
