@@ -98,7 +98,10 @@ void NewArchive::OpenHidden() {
 }
 
 NewArchive::HiddenName::~HiddenName() {
-    if (!path.empty()) (void)platform::RemoveFile(path.c_str());
+    if (path.empty()) return;
+    // It may have got the permissions of a read-only file already, which would keep it.
+    (void)platform::SetReadOnly(path.c_str(), false);
+    (void)platform::RemoveFile(path.c_str());
 }
 
 const Reader& NewArchive::Complete() {

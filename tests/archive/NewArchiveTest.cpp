@@ -64,6 +64,12 @@ TEST_F(NewArchives, ReplaceOnlyWhenTheyAreAskedTo) {
     EXPECT_EQ(fs::status("a.va").permissions(), fs::perms{0640});
     EXPECT_EQ(archive::Reader("a.va").Count(), 1U);
 
+    folder.Write("locked.va", "mine", fs::perms{0444});
+    EXPECT_EQ(Make("locked.va", true), ErrorCode::CannotWrite);
+    EXPECT_EQ(folder.Read("locked.va"), "mine");
+    EXPECT_EQ(Names(), (std::set<std::string>{"a.va", "locked.va"}));
+    fs::remove("locked.va");
+
     folder.Write("target", "mine");
     fs::create_symlink("target", "link.va");
     EXPECT_EQ(Make("link.va", true), std::nullopt);
