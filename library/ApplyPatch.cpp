@@ -8,6 +8,7 @@
 #include "patch/Error.h"
 #include "patch/OldSide.h"
 #include "patch/PatchFile.h"
+#include "patch/Proof.h"
 #include "platform/Directories.h"
 #include "vaconverter/patch.h"
 
@@ -72,6 +73,8 @@ public:
                     options.old);
             }
             path_ = options.old.parent_path() / name;
+            // Versions in folders of their own mostly have one name.
+            if (IsOld()) path_ = options.old.parent_path() / NameBesideOld();
         } else if (IsFolder(path_)) {
             path_ /= name;
         }
@@ -105,6 +108,9 @@ private:
     [[nodiscard]] std::string NameOf(const patch::PatchFile& patchFile) const {
         const auto& manifest = patchFile.GetManifest();
         if (manifest && !manifest->name.empty()) return manifest->name;
+        return NameBesideOld();
+    }
+    [[nodiscard]] std::string NameBesideOld() const {
         return options_.old.stem().string() + "-new.va";
     }
 
@@ -164,7 +170,7 @@ public:
         result.changes = ChangesOf(patch_);
         result.counts = CountsOf(result.changes, old_.Reachable().size());
         const bool proves = ResultProves();
-        if (!options_.trust && !proves) result.alreadyApplied = Judge();
+        result.alreadyApplied = IsPromised() || (!options_.trust && !proves && Judge());
         if (options_.check || (result.alreadyApplied && options_.result.empty())) return result;
 
         const Place place(options_, patch_);
@@ -193,12 +199,32 @@ private:
                patch::Verdict::Kind::Old;
     }
 
+    // Whether the sides of the patch have the same members and contents.
+    [[nodiscard]] bool HasEqualSides() const {
+        const auto& manifest = patch_.GetManifest();
+        return manifest && manifest->old == manifest->fresh;
+    }
+
+    // Whether the old side is the promised archive, which only stores equal contents otherwise.
+    [[nodiscard]] bool IsPromised() const {
+        if (!HasEqualSides() || !patch_.GetManifest()->archive || !old_.Reader()) return false;
+        const patch::Manifest::File& promise = *patch_.GetManifest()->archive;
+        if (old_.Reader()->All().fileSize != promise.bytes) return false;
+        patch::Meter meter(progress_, "judging the old side", promise.bytes);
+        return patch::About(old_.Path(), [&] {
+            return patch::DigestOfFile(old_.Reader()->File(), promise.bytes, meter) ==
+                   promise.sha256;
+        });
+    }
+
     // Returns whether the patch has been applied already.
     [[nodiscard]] bool Judge() const {
         const Verdict verdict =
             PublicVerdict(old_.Judge(patch_, options_.threads, progress_), old_.Path());
         if (options_.judged) options_.judged(verdict);
-        if (verdict.message.empty()) return verdict.side == Side::New;
+        if (verdict.message.empty()) {
+            return verdict.side == Side::New || (HasEqualSides() && !patch_.GetManifest()->archive);
+        }
         throw Error(ErrorCode::Refused, verdict.message, options_.old,
                     verdict.members.empty() ? "" : verdict.members.front());
     }

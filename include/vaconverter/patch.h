@@ -116,8 +116,9 @@ struct Verdict {
 struct ApplyPatchOptions {
     std::filesystem::path old;  // an archive or folder
     std::filesystem::path patch;
-    // The new archive. Empty: the name in the patch, or for a patch without one OLD-new.va, beside
-    // `old`, which must not be a folder then. A folder that exists: that name in it.
+    // The new archive. Empty: the name in the patch, or OLD-new.va where the patch has none or
+    // `old` has it, beside `old`, which must not be a folder then. A folder that exists: that name
+    // in it.
     std::filesystem::path result = {};
     bool replace = false;  // a file that exists
     bool check = false;    // judge the patch and the old side, and do no more

@@ -198,6 +198,27 @@ TEST_F(VaAppliesManifests, GivesTheMakersBytesUnderTheMakersName) {
     EXPECT_TRUE(folder_.Read("folder.va") == folder_.Read("kept.va"));
 }
 
+TEST_F(VaAppliesManifests, GivesANameBesideAnOldSideThatHasTheMakersName) {
+    for (const char* version : {"old", "new"}) {
+        fs::create_directories(folder_.Path("game/"s + version));
+        fs::copy(folder_.Path(version + ".va"s), folder_.Path("game/"s + version + "/Game.va"));
+    }
+    ExpectAnswers({{"diff game/old/Game.va game/new/Game.va -o g.va", 0, "*"},
+                   {"apply game/old/Game.va g.va", 0, "game/old/Game-new.va   "}});
+    EXPECT_TRUE(folder_.Read("game/old/Game-new.va") == folder_.Read("new.va"));
+}
+
+TEST_F(VaAppliesManifests, PatchBetweenEqualSidesIsAppliedAlready) {
+    ExpectAnswers({{"diff old.va old.va -o same.va", 0, "*"},
+                   {"apply old.va same.va", 0, "old.va: already applied\n"},
+                   {"apply old.va same.va -o copy.va", 0, "was the new side already"},
+                   // The contents are those of the new side; the maker's bytes are still to come.
+                   {"diff old old.va -o packed.va", 0, "*"},
+                   {"apply old packed.va -o made.va", 0, "proved: sha256 "}});
+    EXPECT_TRUE(folder_.Read("copy.va") == folder_.Read("old.va"));
+    EXPECT_TRUE(folder_.Read("made.va") == folder_.Read("old.va"));
+}
+
 TEST_F(VaAppliesManifests, NamesAMemberThatNoListNames) {
     folder_.Write("old/wall.tga", "repainted");
     fs::rename(folder_.Path("old"), folder_.Path("edited"));
