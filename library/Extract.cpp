@@ -10,6 +10,7 @@
 #include "library/Translate.h"
 #include "library/Workers.h"
 #include "platform/CodePage.h"
+#include "platform/Error.h"
 #include "platform/FolderHandle.h"
 #include "vaconverter/archive.h"
 
@@ -222,10 +223,14 @@ private:
         }
         platform::NewFile file;
         const auto refuse = [&](const char* what) {
-            throw Error(
-                ErrorCode::Refused,
-                std::string(what) + " '" + target + "'; is the disk full, or the folder read-only?",
-                target);
+            const platform::Error error = platform::LastError();
+            const bool full = error.kind == platform::ErrorKind::NoSpace ||
+                              error.kind == platform::ErrorKind::TooLarge;
+            throw Error(full ? ErrorCode::DiskFull : ErrorCode::Refused,
+                        std::string(what) + " '" + target + "': " + error.Message() +
+                            "; make room or look at the folder's permissions, or name another "
+                            "folder",
+                        target);
         };
         if (folder && !file.Begin(*folder, FileName(planned.path))) refuse("cannot create");
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {

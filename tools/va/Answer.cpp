@@ -2,11 +2,20 @@
 
 #include <cstdio>
 
+#include "platform/Error.h"
+
 namespace va::tool {
 namespace {
 
 constexpr std::size_t kPiece = 256 * 1024;
 constexpr unsigned kSchema = 1;  // of the JSON objects; fields are only ever added
+
+// Of the write that failed last.
+ExitCode CodeOfFailure() {
+    const platform::ErrorKind kind = platform::LastError().kind;
+    const bool full = kind == platform::ErrorKind::NoSpace || kind == platform::ErrorKind::TooLarge;
+    return full ? ExitCode::DiskFull : ExitCode::Refused;
+}
 
 }  // namespace
 
@@ -31,13 +40,15 @@ void Answer::End(ExitCode code, std::string_view error) {
 }
 
 void Answer::Flush() {
-    if (!failed_) {
-        failed_ = std::fwrite(pending_.data(), 1, pending_.size(), stdout) != pending_.size() ||
-                  std::fflush(stdout) != 0;
+    if (!failure_) {
+        const bool written =
+            std::fwrite(pending_.data(), 1, pending_.size(), stdout) == pending_.size() &&
+            std::fflush(stdout) == 0;
+        if (!written) failure_ = CodeOfFailure();
     }
     pending_.clear();
-    if (failed_) {
-        throw Failure{ExitCode::Refused,
+    if (failure_) {
+        throw Failure{*failure_,
                       "standard output cannot be written; is the disk full, or the reader gone?"};
     }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,7 +41,7 @@ private:
     void Flush();
 
     const bool json_;
-    bool failed_ = false;
+    std::optional<ExitCode> failure_;  // why standard output took no more
     std::string pending_;
     JsonObject last_;
 };

@@ -101,6 +101,22 @@ TEST_F(VaReadsArchives, ExtractWritesWhatWasPackedAndReplacesNothingUnasked) {
     EXPECT_EQ(Va("compare many town").exitCode, 0);
 }
 
+TEST_F(VaReadsArchives, ExtractEndsWith50OnAFullDisk) {
+    Pack("noise.va", "noise.bin", Noise(200000));
+    fs::create_directory(folder_.Path("disk"));
+    if (Shell("mount -t tmpfs -o size=64k none " + folder_.Path("disk")) != 0) {
+        GTEST_SKIP() << "needs mount";
+    }
+    const Outcome run = Va("extract noise.va -C disk");
+    EXPECT_EQ(run.exitCode, 50);
+    EXPECT_THAT(run.err, HasSubstr("cannot write 'disk/noise.bin': "));
+    EXPECT_TRUE(fs::is_empty(folder_.Path("disk")));
+    const Outcome cat = Va("cat noise.va:noise.bin >disk/noise.bin");
+    EXPECT_EQ(cat.exitCode, 50);
+    EXPECT_THAT(cat.err, HasSubstr("standard output cannot be written"));
+    EXPECT_EQ(Shell("umount " + folder_.Path("disk")), 0);
+}
+
 TEST_F(VaReadsArchives, ExtractNeverFollowsALinkAndKeepsAFilesPermissions) {
     folder_.Write("elsewhere/keep", "kept");
     fs::create_directory(folder_.Path("out"));

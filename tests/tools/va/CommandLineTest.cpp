@@ -85,7 +85,7 @@ TEST_F(VaCommandLine, HelpExplainsEveryCommandIn80Columns) {
                    {"tag --help", 0, "va tag to-text"},
                    {"frobnicate --help", 7, "there is no command 'frobnicate'"}});
     const Outcome full = Va("help >/dev/full");
-    EXPECT_EQ(full.exitCode, 2);
+    EXPECT_EQ(full.exitCode, 50);
     EXPECT_THAT(full.err, HasSubstr("standard output cannot be written"));
 }
 

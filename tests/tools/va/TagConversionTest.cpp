@@ -90,7 +90,7 @@ TEST_F(VaConversion, StandardStreamsAreInputAndOutput) {
     ExpectAnswers(
         {{"tag to-binary - a.chump < a.txt", 0, ""},
          {"tag to-text - - < a.chump", 0, "a                                       7\r\n"},
-         {"tag to-binary a.txt - >/dev/full", 2, "standard output cannot be written"},
+         {"tag to-binary a.txt - >/dev/full", 50, "standard output cannot be written"},
          {"tag to-binary --out-dir=out - < a.txt", 7, "standard input has no name"}});
     EXPECT_EQ(folder_.Read("a.chump"), kSeven);
 }
