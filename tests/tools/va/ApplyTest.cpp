@@ -101,6 +101,7 @@ TEST_F(VaApplies, ReplacesOnlyWhenAskedAndNeverAnInput) {
         {"apply -f old.va p.va -o ./p.va", 2, "p.va is one of the inputs"},
         {"apply old p.va -o old/new.va", 2, "old/new.va lies below the input folder old "},
         {"apply -f old.va p.va -o locked.va", 2, "locked.va is read-only and stays as it is"},
+        {"apply old.va p.va -o -", 7, "cannot be written to standard output; name a file"},
         {"apply old.va p.va -o nowhere/new.va", 9, "nowhere: there is no such folder"},
         {"apply old.va nowhere.va", 9, "nowhere.va: there is no such file"},
         {"apply nowhere.va p.va", 9, "nowhere.va: there is no such file"},

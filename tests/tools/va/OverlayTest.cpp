@@ -60,6 +60,7 @@ TEST_F(VaOverlay, WritesWhatWins) {
         {"overlay -n --write Out.va mod.va base.va", 2, "Out.va exists; -f replaces it"},
         {"overlay -f --write ./mod.va mod.va base.va", 2, "./mod.va is one of the inputs"},
         {"overlay --write mod/x.va mod base.va", 2, "mod/x.va lies below the input folder mod "},
+        {"overlay --write=- mod.va base.va", 7, "cannot be written to standard output"},
         {"overlay --write mod mod.va base.va", 2, "mod: a folder or device has this name"},
         {"overlay --write nowhere/Out.va mod.va base.va", 2, "cannot create a file"},
     });

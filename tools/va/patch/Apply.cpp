@@ -42,6 +42,10 @@ ApplyPatchOptions OptionsOf(Run& run) {
     const PatchOperands operands = SortOperands(run);
     ApplyPatchOptions options{.old = operands.target, .patch = operands.patch};
     options.result = run.Value(kResult).value_or("");
+    if (options.result == "-") {
+        throw Failure{ExitCode::Usage,
+                      "an archive cannot be written to standard output; name a file"};
+    }
     options.replace = run.Has(kForce);
     options.check = run.Has(kCheck);
     options.trust = run.Has(kTrust);

@@ -73,12 +73,16 @@ void WriteMerged(Run& run, const std::string& result, std::span<const Archive> s
 }
 
 ExitCode RunOverlay(Run& run) {
+    const std::optional<std::string> result = run.Value(kWrite);
+    if (result == "-") {
+        throw Failure{ExitCode::Usage,
+                      "an archive cannot be written to standard output; name a file"};
+    }
     std::vector<Archive> sides;
     bool mayLack = false;
     for (const std::string& operand : run.Operands()) {
         mayLack = MayLackMembers(run, sides.emplace_back(OpenSide(run, operand))) || mayLack;
     }
-    const std::optional<std::string> result = run.Value(kWrite);
     if (result && mayLack) {
         throw Failure{ExitCode::Refused,
                       "nothing was written to '" + Shown(*result) +
