@@ -52,7 +52,7 @@ ExitCode RunCommand(const std::vector<std::string>& words) {
         return outcome.code;
     }
     Run run(*arguments);
-    outcome = Guarded([&] { return arguments->GetCommand().run(run); });
+    outcome = Guarded([&] { return run.Ending(arguments->GetCommand().run(run)); });
     // A user who stops the run knows why it ended; so does a reader that has gone.
     const bool isStopped = platform::InterruptionAsked();
     if (!outcome.error.empty() && !isStopped) run.talk.Error(outcome.error);

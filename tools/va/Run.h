@@ -41,8 +41,18 @@ public:
     // For the library's progress: shows how far the work is; false once the user asked to stop.
     [[nodiscard]] bool ShowProgress(std::string_view step, std::uint64_t done, std::uint64_t total);
 
+    // Lets a run that would end with Done end with LookAt: something was found on the way that
+    // concerns every command alike.
+    void AskForALook() { worthALook_ = true; }
+    [[nodiscard]] ExitCode Ending(ExitCode code) const {
+        return code == ExitCode::Done && worthALook_ ? ExitCode::LookAt : code;
+    }
+
     Talk talk;
     Answer answer;
+
+private:
+    bool worthALook_ = false;
 };
 
 }  // namespace va::tool

@@ -36,8 +36,16 @@ Archive OpenSide(Run& run, const std::string& operand) {
     Archive side{std::filesystem::path(operand)};
     constexpr std::size_t kMostNamed = 10;
     const std::span<const LeftOut> skipped = side.Skipped();
-    for (const LeftOut& file : skipped.first(std::min(skipped.size(), kMostNamed))) {
-        run.talk.Warning(Shown(operand + "/" + file.name) + " " + file.reason + "; skipped");
+    if (!skipped.empty()) run.AskForALook();
+    for (std::size_t i = 0; i < skipped.size(); ++i) {
+        const std::string path = (std::filesystem::path(operand) / skipped[i].name).string();
+        if (run.answer.IsJson()) {
+            run.answer.Write(
+                JsonObject("skipped").SetText("file", path).Set("reason", skipped[i].reason));
+        }
+        if (i < kMostNamed) {
+            run.talk.Warning(Shown(path) + " " + skipped[i].reason + "; skipped");
+        }
     }
     if (skipped.size() > kMostNamed) {
         run.talk.Warning(Shown(operand) + ": " + std::to_string(skipped.size() - kMostNamed) +

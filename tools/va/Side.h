@@ -9,8 +9,8 @@
 
 namespace va::tool {
 
-// Opens an archive or folder, and warns about files of a folder that are no members. Throws
-// va::Error.
+// Opens an archive or folder. Warns about files of a folder that are no members; the exit code is
+// then 1 unless the command gives another one. Throws va::Error.
 [[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
 
 // Whether members may be missing because the archive was cut or its index is damaged; warns then.

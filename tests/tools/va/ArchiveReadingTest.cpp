@@ -185,6 +185,24 @@ TEST_F(VaReadsArchives, CompareNamesEveryKindOfChange) {
     EXPECT_EQ(Va("compare -j1 Town.va new").out, Va("compare -j7 Town.va new").out);
 }
 
+TEST_F(VaReadsArchives, FilesThatCannotBeMembersAreWorthALook) {
+    for (int n = 0; n < 12; ++n) folder_.Write("town/odd\n" + std::to_string(n), "no member");
+    const std::string warning = "town/odd\\x0a0 has a control byte; skipped\n";
+    ExpectAnswers({
+        {"list town", 1, warning},
+        {"info town", 1, warning},
+        {"test town", 1, warning},
+        {"sums town", 1, warning},
+        {"compare Town.va town", 1, "4 same, 0 changed"},
+        {"extract -n -C out town", 1, warning},
+        {"overlay Town.va town", 1, "warning: town: 2 more files skipped\n"},
+        {"overlay --write=Both.va Town.va town", 1, warning},
+        {"list --json town", 1,
+         "{\"type\":\"skipped\",\"file\":\"town/odd\\n9\",\"reason\":\"has a control byte\"}\n"},
+        {"list town nowhere", 9, "nothing in 'town' matches"},
+    });
+}
+
 TEST_F(VaReadsArchives, ReadersThatGoAwayEndTheRunQuietly) {
     const Outcome outcome = Va(
         "cat Town.va:textures/roof.tga Town.va:textures/wall.tga Town.va:textures/roof.tga | true");

@@ -99,6 +99,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
     folder_.Write("b/mesh.im", "MESH\x0C\0\0\0indxDATA\0\0\0\0"s);
     folder_.Write("c/one.txt", "changed");
     folder_.Write("c/moved.txt", std::string(5000, '2'));
+    folder_.Write("unfit/two\nlines.txt", "no member");
     folder_.Write("b.chump", ChunkFile(Record("n", 1, "1234")));
     folder_.Write("b.sums", std::string(64, '0') + "  one.txt\n");
     Pack("Odd.va", "plain.txt", "content");
@@ -119,7 +120,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "tag diff --json tags.chump a/one.txt",
              "list --json Odd.va",
              "list --json Nowhere.va",
-             "info --json Odd.va a b.chump",
+             "info --json Odd.va a unfit b.chump",
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "compare --json a b",

@@ -93,7 +93,7 @@ Command CompareCommand() {
                 "tab and the name: A added, M changed, D removed, R renamed (old and new name). "
                 "Names that differ in "
                 "letter case only are one name. The exit code is 0 when both are equal, 1 when "
-                "they differ.\n",
+                "they differ or files of a folder cannot be members.\n",
             .examples = kExamples,
             .run = RunCompare};
 }

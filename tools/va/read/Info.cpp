@@ -192,8 +192,8 @@ Command InfoCommand() {
                 "versions in its header; of a patch also what its manifest says, with the maker's "
                 "note. Of compressed files, diffs, descriptions and some other kinds it shows what "
                 "they "
-                "are. The exit code is 1 when a member or the manifest is damaged; 'va test' "
-                "names all that is wrong.\n",
+                "are. The exit code is 1 when a member or the manifest is damaged, or files of a "
+                "folder cannot be members; 'va test' names all that is wrong.\n",
             .examples = kExamples,
             .run = Info};
 }

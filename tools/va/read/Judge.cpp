@@ -66,7 +66,7 @@ Command TestCommand() {
                 "Judges every byte: the index against the members, check sums, sizes, overlaps, "
                 "names, hidden and double members, a missing index. Each problem is a line with "
                 "its offset, and the exit "
-                "code is then 2.\n",
+                "code is then 2. It is 1 when files of a folder cannot be members.\n",
             .examples = kExamples,
             .run = Test};
 }

@@ -126,7 +126,8 @@ Command ListCommand() {
                 "characters are shown as \\x1b; -0 writes names as they are stored. Nothing is "
                 "made or changed.\n"
                 "\n"
-                "The exit code is 1 when the archive was cut, so that members may be missing.\n",
+                "The exit code is 1 when the archive was cut, so that members may be missing, and "
+                "when files of a folder cannot be members.\n",
             .examples = kExamples,
             .run = List};
 }
