@@ -84,8 +84,14 @@ std::string ShownBytes(std::uint64_t bytes) {
     return text.data();
 }
 
+std::string GroupedDigits(std::uint64_t number) {
+    std::string digits = std::to_string(number);
+    for (std::size_t at = digits.size(); at > 3;) digits.insert(at -= 3, 1, ',');
+    return digits;
+}
+
 std::string Counted(std::uint64_t count, std::string_view what) {
-    return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
+    return GroupedDigits(count) + " " + std::string(what) + (count == 1 ? "" : "s");
 }
 
 std::string RightAligned(const std::string& text, std::size_t columns) {

@@ -16,7 +16,10 @@ namespace va::tool {
 // "612 B", "3.4 MB", "1.25 GB": powers of 1000, three digits at most.
 [[nodiscard]] std::string ShownBytes(std::uint64_t bytes);
 
-// "1 member", "12 members"; the plural is the word with an 's'.
+// "12,579"
+[[nodiscard]] std::string GroupedDigits(std::uint64_t number);
+
+// "1 member", "12,579 members"; the plural is the word with an 's'.
 [[nodiscard]] std::string Counted(std::uint64_t count, std::string_view what);
 
 // `text` with blanks before it, so that it ends in this column; longer text stays as it is.

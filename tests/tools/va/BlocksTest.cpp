@@ -33,9 +33,9 @@ TEST_F(VaBlocks, AFileACompressedFileAndAMemberHaveTheSame) {
     const std::size_t stream = archive.find("CFIL");
     folder_.Write("packed.im", archive.substr(stream, archive.rfind("IDX ") - stream));
     ExpectAnswers({
-        {"blocks house.im", 0, "house.im: 'MESH', id 'indx', 300039 bytes\n" + rows_},
-        {"blocks packed.im", 0, "packed.im: 'MESH', id 'indx', 300039 bytes\n" + rows_},
-        {"blocks House.va:HOUSE.im", 0, "HOUSE.im: 'MESH', id 'indx', 300039 bytes\n" + rows_},
+        {"blocks house.im", 0, "house.im: 'MESH', id 'indx', 300,039 bytes\n" + rows_},
+        {"blocks packed.im", 0, "packed.im: 'MESH', id 'indx', 300,039 bytes\n" + rows_},
+        {"blocks House.va:HOUSE.im", 0, "HOUSE.im: 'MESH', id 'indx', 300,039 bytes\n" + rows_},
         {"blocks house.im", 0, "3 blocks, 300 kB\n"},
         {"blocks --json house.im", 0,
          "{\"type\":\"block\",\"id\":\"BIG \",\"offset\":23,\"size\":300000}"},
@@ -52,8 +52,8 @@ TEST_F(VaBlocks, WhatDoesNotAgreeIsSaid) {
     folder_.Write("empty.im", "");
     ExpectAnswers({
         {"blocks cut.im", 2,
-         "the block 'BIG ' at offset 23 has 300000 bytes, and the file 969; it is damaged"},
-        {"blocks cut.im", 2, "warning: cut.im: its header says 300031 bytes, it has 992\n"},
+         "the block 'BIG ' at offset 23 has 300,000 bytes, and the file 969; it is damaged"},
+        {"blocks cut.im", 2, "warning: cut.im: its header says 300,031 bytes, it has 992\n"},
         {"blocks tail.im", 1, "tail.im: 3 bytes after the last block\n"},
         {"blocks short.im", 2, "too short for a file of blocks"},
         {"blocks empty.im", 2, "too short for a file of blocks"},

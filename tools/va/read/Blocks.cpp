@@ -107,8 +107,7 @@ private:
         WriteKind(id);
         const std::uint64_t held = size_ - std::min<std::uint64_t>(size_, kBlockHead);
         if (claimed != held) {
-            Warn("its header says " + std::to_string(claimed) + " bytes, it has " +
-                 std::to_string(held));
+            Warn("its header says " + Counted(claimed, "byte") + ", it has " + GroupedDigits(held));
         }
     }
 

@@ -137,10 +137,4 @@ void FindingReport::WriteLine(Vorn::TagFault kind, const std::string& place,
     }
 }
 
-std::string GroupedDigits(std::size_t number) {
-    std::string digits = std::to_string(number);
-    for (std::size_t at = digits.size(); at > 3;) digits.insert(at -= 3, 1, ',');
-    return digits;
-}
-
 }  // namespace va::tool

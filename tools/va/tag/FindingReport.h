@@ -84,7 +84,4 @@ private:
     bool placesSorted_ = false;
 };
 
-// "4,980".
-[[nodiscard]] std::string GroupedDigits(std::size_t number);
-
 }  // namespace va::tool

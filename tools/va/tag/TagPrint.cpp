@@ -8,6 +8,7 @@
 
 #include "assetdata/TagValues.h"
 #include "assetdata/TagWalk.h"
+#include "tools/va/ShownText.h"
 
 namespace va::tool {
 namespace {
@@ -90,7 +91,7 @@ std::string ShownValue(const Vorn::OCSChunk& tag) {
     if (tag.GetType() != Vorn::kTagRaw) return NumbersText(tag);
     std::string text = "raw " + HexOf(value.first(std::min(value.size(), kMostRawShown)));
     if (value.size() <= kMostRawShown) return text;
-    return text + "... (" + std::to_string(value.size()) + " bytes)";
+    return text + "... (" + Counted(value.size(), "byte") + ")";
 }
 
 void PrintTree(Answer& answer, const Vorn::OCSChunk& root) {
