@@ -198,7 +198,11 @@ TEST_F(VaDiff, CarriesEmptyMembersAndLetterCaseInTheManifest) {
     EXPECT_THAT(Va("cat old-new.patch.va:deletedFiles.txt").out, testing::StartsWith("Case.txt\n"));
     ExpectAnswers({
         {"diff old new --plain -o p.va", 2, "without content; make it without --plain"},
-        {"diff old new --plain --allow-lossy -o p.va", 0, "p.va"},
+        {"diff old new --plain --allow-lossy -o p.va", 1, "new has no content; left out\n"},
+        {"diff old new --plain --allow-lossy -fo p.va", 1, "1 added  1 removed  1 left out\n"},
+        {"diff --json -nf old new --plain --allow-lossy", 1, "\"added\":1,\"moved\":0,"},
+        {"diff --json -nf old new --plain --allow-lossy", 1, "\"left_out\":1,"},
+        {"apply old.va p.va -o r.va", 0, "1 added  1 removed"},
         {"diff old new --allow-lossy -o p.va", 7, "--allow-lossy needs --plain"},
     });
 }

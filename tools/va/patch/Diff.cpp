@@ -64,6 +64,27 @@ std::string ReadNote(const std::string& path) {
     return note;
 }
 
+// Takes the members that a plain patch does not carry out of what it was said to add, and warns of
+// them. Returns how many there are.
+std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
+    constexpr std::uint64_t kMostNamed = 10;
+    std::uint64_t count = 0;
+    for (const MemberChange& change : made.changes) {
+        if (change.kind != MemberChange::Kind::Empty) continue;
+        if (++count > kMostNamed) continue;
+        run.talk.Warning(Shown(change.name) + " has no content; left out");
+    }
+    if (count > kMostNamed) {
+        run.talk.Warning(std::to_string(count - kMostNamed) + " more without content left out");
+    }
+    std::erase_if(made.changes, [](const MemberChange& change) {
+        return change.kind == MemberChange::Kind::Empty;
+    });
+    made.counts.added -= count;
+    if (count > 0) run.AskForALook();
+    return count;
+}
+
 void TellMembers(Run& run, const MakePatchResult& made) {
     for (const MemberChange& change : made.changes) {
         if (run.answer.IsJson()) {
@@ -141,11 +162,13 @@ ExitCode RunDiff(Run& run) {
 
     const Archive old = OpenSide(run, run.Operand(0));
     const Archive fresh = OpenSide(run, run.Operand(1));
-    const MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
+    MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
+    const std::uint64_t leftOut = options.plain ? TakeLeftOut(run, made) : 0;
     const PatchCounts& counts = made.counts;
     TellMembers(run, made);
     run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
-                     "  " + ShownBytes(made.patchSize) + "  " + ShownCounts(counts));
+                     "  " + ShownBytes(made.patchSize) + "  " + ShownCounts(counts) +
+                     (leftOut > 0 ? "  " + GroupedDigits(leftOut) + " left out" : ""));
     TellProof(run, made, options.verify);
     TellRewritten(run, made);
     run.answer.Last()
@@ -156,6 +179,7 @@ ExitCode RunDiff(Run& run) {
         .Set("added", counts.added)
         .Set("moved", counts.moved)
         .Set("removed", counts.removed)
+        .Set("left_out", leftOut)
         .Set("members", made.newMembers)
         .Set("proved", options.verify);
     if (made.newContent) run.answer.Last().Set("sha256", HexOf(*made.newContent));
@@ -178,7 +202,8 @@ Command DiffCommand() {
                 "\n"
                 "VAConverter patchapply applies the patch too. Only members without content need "
                 "'va apply': the manifest carries them, which is one more member of the patch. "
-                "--plain leaves it out.\n"
+                "--plain leaves it out; with --allow-lossy such members are left out, each is "
+                "named, and the exit code is 1.\n"
                 "\n"
                 "Refused, naming them: members that differ and have names that a patch cannot "
                 "hold, and members of one side whose names differ in letter case only. Equal sides "
