@@ -23,6 +23,9 @@ PatchReport::Reason ReasonOf(patch::Reason reason) {
 }  // namespace
 
 PatchReport ReportPatch(const std::filesystem::path& patch) {
+    if (std::filesystem::is_directory(patch)) {
+        throw Error(ErrorCode::Refused, patch.string() + " is a folder, not a patch", patch);
+    }
     return Translated(patch, [&] {
         const patch::Report found = patch::ReportOn(archive::Reader(SystemPath(patch)));
         PatchReport report{.patchBytes = found.fileBytes, .overhead = found.overhead, .items = {}};

@@ -95,6 +95,7 @@ TEST_F(VaApplies, ReplacesOnlyWhenAskedAndNeverAnInput) {
     const std::string old = folder_.Read("old.va");
     folder_.Write("taken.va", "what was there", fs::perms{0600});
     folder_.Write("locked.va", "what was there", fs::perms{0444});
+    folder_.Write("folder/file.txt", "no patch");
     ExpectAnswers({
         {"apply old.va p.va -o taken.va", 2, "taken.va exists; -f replaces it"},
         {"apply -f old.va p.va -o old.va", 2, "old.va is one of the inputs"},
@@ -106,6 +107,10 @@ TEST_F(VaApplies, ReplacesOnlyWhenAskedAndNeverAnInput) {
         {"apply old.va nowhere.va", 9, "nowhere.va: there is no such file"},
         {"apply nowhere.va p.va", 9, "nowhere.va: there is no such file"},
         {"apply old.va", 7, "PATCH"},
+        {"apply old.va folder/", 2, "va: folder/ is a folder, not a patch"},
+        {"verify old.va folder", 2, "va: folder is a folder, not a patch"},
+        {"verify nowhere.va folder", 9, "va: nowhere.va: there is no such file"},
+        {"report folder", 2, "va: folder is a folder, not a patch"},
     });
     EXPECT_EQ(folder_.Read("taken.va"), "what was there");
     const std::string names = Names();

@@ -1,11 +1,22 @@
 #include "tools/va/patch/PatchSide.h"
 
+#include <filesystem>
+
+#include "tools/va/ShownText.h"
+
 namespace va::tool {
 
 PatchOperands SortOperands(const Run& run) {
     const std::string& first = run.Operand(0);
     const std::string& second = run.Operand(1);
     if (!IsPatch(second) && IsPatch(first)) return {second, first};
+    // A folder is never a patch. What does not exist is said first, as for any other operand.
+    if (std::filesystem::is_directory(second)) {
+        if (!std::filesystem::exists(first)) {
+            throw Failure{ExitCode::NotFound, Shown(first) + ": there is no such file"};
+        }
+        Refuse(Shown(second) + " is a folder, not a patch");
+    }
     return {first, second};
 }
 

@@ -8,7 +8,8 @@
 
 namespace va::tool {
 
-// The operands TARGET and PATCH, in either order: lists tell the patch.
+// The operands TARGET and PATCH, in either order: lists tell the patch. Throws Failure when PATCH
+// is a folder.
 struct PatchOperands {
     std::string target;
     std::string patch;
