@@ -50,6 +50,15 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
         {"verify Town.va - <found.sums", 0, "Town.va: as - says\n"},
         {"verify nowhere Town.sums", 9, "nowhere"},
     });
+    // Nothing is listed of nothing; an empty archive is a download that failed.
+    std::filesystem::create_directory(folder_.Path("empty"));
+    folder_.Write("empty.sums", Va("sums empty").out);
+    folder_.Write("empty.va", "");
+    ExpectAnswers({
+        {"verify empty empty.sums", 0, "empty: as empty.sums says\n"},
+        {"verify Town.va empty.sums", 1, "C.txt: unlisted\n"},
+        {"verify Town.va empty.va", 2, "download it again"},
+    });
     folder_.Write("town/b.txt", "B.txt");
     folder_.Write("town/more", "");
     std::filesystem::remove(folder_.Path("town/C.txt"));
