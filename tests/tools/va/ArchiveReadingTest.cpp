@@ -88,10 +88,12 @@ TEST_F(VaReadsArchives, ExtractWritesWhatWasPackedAndReplacesNothingUnasked) {
         {"extract -C flat --flat Town.va '**/*.tga'", 0, "3 files, 70.0 kB to flat\n"},
         {"extract -C cut --strip=1 Town.va", 0, "3 files"},
         {"extract -n -v -C dry Town.va config.txt", 0,
-         "config.txt\nwould write 1 file, 10 B to dry\n"},
+         "dry/config.txt\nwould write 1 file, 10 B to dry\n"},
+        {"extract -n --json Town.va config.txt", 0, "\"path\":\"config.txt\""},
         {"extract --max-bytes=50K -C most Town.va", 2, "more than the 51200 that are allowed"},
         {"extract --json -C json Town.va config.txt", 0,
-         "{\"type\":\"extracted\",\"name\":\"config.txt\",\"path\":\"config.txt\",\"size\":10}"},
+         "{\"type\":\"extracted\",\"name\":\"config.txt\",\"path\":\"json/"
+         "config.txt\",\"size\":10}"},
         {"extract -j8 -C many town", 0, "4 files"},
     });
     EXPECT_TRUE(fs::exists(folder_.Path("flat/dot.tga")));

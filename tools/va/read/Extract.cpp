@@ -52,7 +52,9 @@ ExitCode RunExtract(Run& run) {
     options.threads = run.Jobs();
     const bool tellsEach = run.answer.IsJson() || run.talk.IsVerbose();
     if (tellsEach) {
-        options.written = [&](const Member& member, const std::string& path) {
+        const std::filesystem::path folder = run.Value(kDirectory).value_or("");
+        options.written = [&run, folder](const Member& member, const std::string& below) {
+            const std::string path = (folder / below).generic_string();
             if (run.answer.IsJson()) {
                 run.answer.Write(JsonObject("extracted")
                                      .SetName("name", member.Name(), member.StoredName())
