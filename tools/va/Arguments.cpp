@@ -164,7 +164,7 @@ void Arguments::ChooseCommand() {
         command_ = named("version");
         return;
     }
-    if (operands_.empty()) RefuseUsage("what to do?\n\n" + OverviewHelp());
+    if (operands_.empty()) RefuseUsage("no command given\n\n" + OverviewHelp());
     std::size_t used = 0;
     command_ = FindCommand(operands_, used);
     if (!command_) RefuseCommand(operands_);

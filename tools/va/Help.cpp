@@ -114,7 +114,12 @@ std::string HelpOn(std::span<const std::string> words) {
     std::size_t used = 0;
     if (const Command* command = FindCommand(words, used)) return CommandHelp(*command);
     const std::string family = FamilyHelp(words.front());
-    if (!family.empty()) return family;
+    if (!family.empty()) {
+        if (words.size() == 1) return family;
+        throw Failure{ExitCode::Usage, "'va " + words.front() + "' has no command '" +
+                                           Shown(words[1]) + "'; 'va help " + words.front() +
+                                           "' lists them"};
+    }
     throw Failure{ExitCode::Usage,
                   "there is no command '" + Shown(words.front()) + "'; 'va help' lists them"};
 }

@@ -11,11 +11,14 @@ using VaCommandLine = VaProgram;
 TEST_F(VaCommandLine, WrongUsageEndsWithSevenAndSaysWhatToDo) {
     folder_.Write("a.txt", "n 1");
     ExpectAnswers({
+        {"", 7, "va: no command given\n"},
         {"", 7, "asset descriptions\n  tag to-text"},
         {"frobnicate", 7, "va: there is no command 'frobnicate'; 'va help' lists them"},
         {"tga check", 7, "did you mean tag?"},
         {"hepl", 7, "did you mean help?"},
-        {"help tag frobnicate", 0, "va tag check"},
+        {"help tag frobnicate", 7,
+         "'va tag' has no command 'frobnicate'; 'va help tag' lists them"},
+        {"tag frobnicate --help", 7, "'va tag' has no command 'frobnicate'"},
         {"help frobnicate", 7, "'va help' lists them"},
         {"tag", 7, "needs one of its commands:\n  va tag to-text"},
         {"tag frobnicate", 7, "va tag check"},
