@@ -65,8 +65,8 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
     folder_.Write("target.txt", "theirs");
     fs::create_symlink("target.txt", folder_.Path("link.txt"));
     fs::create_directory(folder_.Path("folder.txt"));
-    ExpectAnswers({{"tag to-text in.chump out.txt", 2, "--force replaces it"},
-                   {"tag to-text -n in.chump out.txt", 2, "--force replaces it"},
+    ExpectAnswers({{"tag to-text in.chump out.txt", 2, "va: 'out.txt' exists; -f replaces it"},
+                   {"tag to-text -n in.chump out.txt", 2, "va: 'out.txt' exists; -f replaces it"},
                    {"tag to-text -nf in.chump out.txt", 0, ""}});
     EXPECT_EQ(folder_.Read("out.txt"), "mine");
     ExpectAnswers({{"tag to-text --force in.chump out.txt", 0, ""},
@@ -117,7 +117,7 @@ TEST_F(VaConversion, ManyInputsGoToAFolder) {
     run = Va("tag to-binary --out-dir out in");
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_EQ(run.err,
-              "va: 'out/a.chump', 'out/sub/b.chump' exist and stay as they are; --force replaces "
+              "va: 'out/a.chump', 'out/sub/b.chump' exist; -f replaces "
               "them\n");
     EXPECT_FALSE(fs::exists(folder_.Path("out/new.chump")));
     folder_.Write("in/bad.chump", "no tags");

@@ -25,8 +25,7 @@ namespace {
     if (paths.size() > kMostNamed) {
         names += " and " + std::to_string(paths.size() - kMostNamed) + " more";
     }
-    Refuse(names + (paths.size() == 1 ? " exists and stays as it is; --force replaces it"
-                                      : " exist and stay as they are; --force replaces them"));
+    Refuse(names + (paths.size() == 1 ? " exists; -f replaces it" : " exist; -f replaces them"));
 }
 
 // A link in that place is replaced, so only a file's own permissions are kept.
