@@ -48,7 +48,7 @@ Archive OpenSide(Run& run, const std::string& operand) {
         }
     }
     if (skipped.size() > kMostNamed) {
-        run.talk.Warning(Shown(operand) + ": " + std::to_string(skipped.size() - kMostNamed) +
+        run.talk.Warning(Shown(operand) + ": " + GroupedDigits(skipped.size() - kMostNamed) +
                          " more files skipped");
     }
     return side;

@@ -205,6 +205,19 @@ TEST_F(VaReadsArchives, FilesThatCannotBeMembersAreWorthALook) {
     });
 }
 
+TEST_F(VaReadsArchives, LargeCountsAreShownInGroupsOfDigits) {
+    fs::create_directory(folder_.Path("none"));
+    for (int n = 0; n < 1011; ++n) {
+        folder_.Write("many/" + std::to_string(n), "");
+        folder_.Write("odd/\n" + std::to_string(n), "");
+    }
+    ExpectAnswers({
+        {"compare --stat none many", 1, "0 same, 0 changed, 1,011 added, "},
+        {"diff -n none many", 0, "0 same  1,011 added\n"},
+        {"list odd", 1, "odd: 1,001 more files skipped\n"},
+    });
+}
+
 TEST_F(VaReadsArchives, ReadersThatGoAwayEndTheRunQuietly) {
     const Outcome outcome = Va(
         "cat Town.va:textures/roof.tga Town.va:textures/wall.tga Town.va:textures/roof.tga | true");

@@ -75,7 +75,7 @@ std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
         run.talk.Warning(Shown(change.name) + " has no content; left out");
     }
     if (count > kMostNamed) {
-        run.talk.Warning(std::to_string(count - kMostNamed) + " more without content left out");
+        run.talk.Warning(GroupedDigits(count - kMostNamed) + " more without content left out");
     }
     std::erase_if(made.changes, [](const MemberChange& change) {
         return change.kind == MemberChange::Kind::Empty;

@@ -41,9 +41,9 @@ void WriteSuspects(Run& run, const Verdict& verdict) {
 }
 
 std::string ShownCounts(const PatchCounts& counts) {
-    std::string text = std::to_string(counts.same) + " same";
+    std::string text = GroupedDigits(counts.same) + " same";
     const auto add = [&text](std::uint64_t count, const char* what) {
-        if (count > 0) text += "  " + std::to_string(count) + " " + what;
+        if (count > 0) text += "  " + GroupedDigits(count) + " " + what;
     };
     add(counts.changed, "changed");
     add(counts.added, "added");

@@ -64,9 +64,9 @@ ExitCode RunCompare(Run& run) {
     };
     using enum Difference::Kind;
     const std::string summary =
-        std::to_string(comparison.same) + " same, " + std::to_string(count(Changed)) +
-        " changed, " + std::to_string(count(Added)) + " added, " + std::to_string(count(Renamed)) +
-        " renamed, " + std::to_string(count(Removed)) + " removed";
+        GroupedDigits(comparison.same) + " same, " + GroupedDigits(count(Changed)) + " changed, " +
+        GroupedDigits(count(Added)) + " added, " + GroupedDigits(count(Renamed)) + " renamed, " +
+        GroupedDigits(count(Removed)) + " removed";
     if (run.Has(kStat) && !run.answer.IsJson()) {
         run.answer.Write(summary + "\n");
     } else {

@@ -31,7 +31,7 @@ bool TestOne(Run& run, const std::string& path) {
     }
     if (result.found > result.findings.size()) {
         run.talk.Note(Shown(path) + ": and " +
-                      std::to_string(result.found - result.findings.size()) + " more");
+                      GroupedDigits(result.found - result.findings.size()) + " more");
     }
     const std::string verdict = result.found == 0 ? "whole" : Counted(result.found, "problem");
     if (run.answer.IsJson()) {
