@@ -63,7 +63,7 @@ ExitCode RunCommand(const std::vector<std::string>& words) {
     if (!ended.error.empty() && outcome.error.empty() && !platform::InterruptionAsked()) {
         run.talk.Error(ended.error);
     }
-    return outcome.code == ExitCode::Done || ended.error.empty() ? ended.code : outcome.code;
+    return ended.error.empty() || !outcome.error.empty() ? outcome.code : ended.code;
 }
 
 }  // namespace

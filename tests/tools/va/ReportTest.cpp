@@ -135,7 +135,6 @@ TEST_F(VaReport, ReplacesNoFileUnasked) {
     const std::string patch = folder_.Read("old-diff.va");
     ExpectAnswers({{"report old-diff.va -f -o ./old-diff.va", 2, "is one of the inputs"}});
     EXPECT_TRUE(folder_.Read("old-diff.va") == patch);
-    ExpectAnswers({{"report old-diff.va -o why.html", 2, "why.html"},
     ExpectAnswers({{"report old-diff.va -o why.html", 2, "va: 'why.html' exists; -f replaces it\n"},
                    {"report old-diff.va -fn -o why.html", 0, ""}});
     EXPECT_EQ(folder_.Read("why.html"), "mine");
