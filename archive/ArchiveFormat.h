@@ -89,7 +89,7 @@ struct IndexRecord {
     FindEntry entry;
 };
 
-// Whether four bytes equal `mark` in any letter case.
+// Returns whether four bytes equal `mark` in any letter case.
 [[nodiscard]] bool MarkEquals(std::span<const std::byte, 4> bytes, std::string_view mark);
 
 [[nodiscard]] ChunkHeader DecodeChunkHeader(std::span<const std::byte, kChunkHeaderSize> bytes);

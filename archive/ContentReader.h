@@ -31,16 +31,16 @@ public:
     // Goes to the start of a member, whose name must stay valid. Throws Error (Damaged) when the
     // data does not lie in the file or cannot give `size` bytes of content.
     void Begin(const Member& member);
-    // The next piece of content, at most a window long and valid until the next call; empty after
-    // the last one. Throws Error: Damaged, CannotRead, or SumDiffers after the last piece when the
-    // content disagrees with a recorded check sum.
+    // Returns the next piece of content, at most a window long and valid until the next call; empty
+    // after the last one. Throws Error: Damaged, CannotRead, or SumDiffers after the last piece
+    // when the content disagrees with a recorded check sum.
     [[nodiscard]] std::span<const std::byte> Next();
 
-    // Whether the member's data is a compressed stream.
+    // Returns whether the member's data is a compressed stream.
     [[nodiscard]] bool IsStream() const { return stream_; }
-    // The offset in the file of the next byte of the member's data.
+    // Returns the offset in the file of the next byte of the member's data.
     [[nodiscard]] std::uint64_t Position() const { return position_; }
-    // Bytes of the file as they are.
+    // Returns the window on the file's bytes as they are.
     [[nodiscard]] Window& Raw() { return window_; }
 
 private:

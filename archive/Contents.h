@@ -41,7 +41,7 @@ struct Contents {
     MemberTable members;
     Footprint footprint;  // of the file when it was read
 
-    // Whether the index lists all live members, and is written anew when they change.
+    // Returns whether the index lists all live members, and is written anew when they change.
     [[nodiscard]] bool Maintained() const {
         return index == IndexState::Whole || index == IndexState::OddLength;
     }

@@ -13,7 +13,7 @@ class Crc32 {
 public:
     void Update(std::span<const std::byte> bytes);
 
-    // The sum of all bytes so far.
+    // Returns the sum of all bytes so far.
     [[nodiscard]] std::uint32_t Value() const { return ~state_; }
 
 private:

@@ -32,14 +32,14 @@ public:
     // `first` is the offset of the first chunk to visit.
     explicit Cursor(const platform::FileHandle& file, std::uint64_t first = kFirstChunkOffset);
 
-    // The next chunk of any kind; its data may reach past the end of the file. Nothing at the end,
-    // or before a chunk that is cut short: less than a header, or than a live member's entry.
-    // Throws Error (CannotRead).
+    // Returns the next chunk of any kind; its data may reach past the end of the file. Nothing at
+    // the end, or before a chunk that is cut short: less than a header, or than a live member's
+    // entry. Throws Error (CannotRead).
     [[nodiscard]] std::optional<Chunk> Next();
-    // The same, the next live member only.
+    // Returns the next live member only.
     [[nodiscard]] std::optional<Chunk> NextMember();
 
-    // The offset after the last chunk.
+    // Returns the offset after the last chunk.
     [[nodiscard]] std::uint64_t Position() const { return position_; }
 
 private:

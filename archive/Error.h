@@ -38,7 +38,7 @@ public:
     [[nodiscard]] const std::string& Reason() const { return reason_; }
     // Returns the offset in the file; 0 if the error concerns the whole file.
     [[nodiscard]] std::uint64_t Offset() const { return offset_; }
-    // The member's stored name; empty when no member is concerned.
+    // Returns the member's stored name; empty when no member is concerned.
     [[nodiscard]] const std::string& Member() const { return member_; }
 
 private:

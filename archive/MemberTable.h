@@ -57,14 +57,15 @@ public:
     // One past the largest ordinal, gaps included.
     [[nodiscard]] Ordinal End() const { return static_cast<Ordinal>(entries_.size()); }
     [[nodiscard]] std::uint32_t Count() const { return count_; }
-    // The largest end of a member's data, removed ones included; 0 if there never was one.
+    // Returns the largest end of a member's data, removed ones included; 0 if there never was one.
     [[nodiscard]] std::uint64_t EndOfData() const { return endOfData_; }
 
-    // The first member of that name (SameName), then the ones after it in the order of adding.
+    // Return the first member of that name (SameName), then the ones after it in the order of
+    // adding.
     [[nodiscard]] std::optional<Ordinal> Find(std::string_view name) const;
     [[nodiscard]] std::optional<Ordinal> NextOfSameName(Ordinal ordinal) const;
 
-    // Bytes of memory in use.
+    // Returns the bytes of memory in use.
     [[nodiscard]] std::size_t Footprint() const;
 
 private:
@@ -95,7 +96,7 @@ private:
     [[nodiscard]] std::string_view NameOf(const Entry& entry) const;
     [[nodiscard]] std::uint32_t KeepName(std::span<const std::byte> bytes);
     [[nodiscard]] std::uint32_t HashOf(std::string_view name) const;
-    // The slot of that name, or the one that it would get.
+    // Returns the slot of that name, or the one that it would get.
     [[nodiscard]] std::size_t SlotOf(std::string_view name, std::uint32_t hash) const;
     void Link(Ordinal ordinal);
     void Rehash(std::size_t slotCount);

@@ -10,7 +10,7 @@
 
 namespace archive {
 
-// The byte as names are compared and ordered.
+// Returns the byte as names are compared and ordered.
 [[nodiscard]] unsigned char FoldByte(char c);
 [[nodiscard]] std::string FoldName(std::string_view name);
 

@@ -48,8 +48,8 @@ public:
 
     void Retire(std::size_t slot) { counts_[slot] = 1; }
 
-    // The lowest slot among those with the highest count, or kSlots when no pair occurs often
-    // enough to be worth a code.
+    // Returns the lowest slot among those with the highest count, or kSlots when no pair occurs
+    // often enough to be worth a code.
     std::size_t FindBest();
 
     // Returns whether two more pairs leave a free slot, which ends every probe. No known content

@@ -37,12 +37,14 @@ public:
     [[nodiscard]] Member operator[](std::size_t number) const {
         return contents_.members[static_cast<MemberTable::Ordinal>(number)];
     }
-    // The first member of that name; letter case is ignored, '/' and '\' are equal.
+    // Returns the first member of that name; letter case is ignored, '/' and '\' are equal.
     [[nodiscard]] std::optional<Member> Find(std::string_view name) const;
 
-    // The whole content, its check sum compared. Throws Error: Damaged, SumDiffers, CannotRead.
+    // Returns the whole content, its check sum compared. Throws Error: Damaged, SumDiffers,
+    // CannotRead.
     [[nodiscard]] std::vector<std::byte> Read(const Member& member) const;
-    // The stored bytes as they are. Throws Error: Damaged when they are not all in the file.
+    // Returns the stored bytes as they are. Throws Error: Damaged when they are not all in the
+    // file.
     [[nodiscard]] std::vector<std::byte> ReadStored(const Member& member) const;
     // For content in pieces, and for many members in a row. The reader must outlive it.
     [[nodiscard]] ContentReader NewContentReader(

@@ -30,8 +30,8 @@ public:
     virtual ~TreeReader() = default;
     // Goes to the start of a member. Throws Error.
     virtual void Begin(std::size_t number) = 0;
-    // The next piece, valid until the next call; empty after the last one, when sizes and check sum
-    // have been compared. Throws Error.
+    // Returns the next piece, valid until the next call; empty after the last one, when sizes and
+    // check sum have been compared. Throws Error.
     [[nodiscard]] virtual std::span<const std::byte> Next() = 0;
 };
 
@@ -46,12 +46,12 @@ public:
     virtual ~Tree() = default;
     [[nodiscard]] virtual std::size_t Count() const = 0;
     [[nodiscard]] virtual TreeMember operator[](std::size_t number) const = 0;
-    // The first member of that name (SameName).
+    // Returns the first member of that name (SameName).
     [[nodiscard]] virtual std::optional<std::size_t> Find(std::string_view name) const = 0;
     // Borrows the tree.
     [[nodiscard]] virtual std::unique_ptr<TreeReader> NewReader() const = 0;
-    // What a folder holds and a tree cannot: links, devices, names that an archive cannot store,
-    // files of 4 GiB or more.
+    // Returns what a folder holds and a tree cannot: links, devices, names that an archive cannot
+    // store, files of 4 GiB or more.
     [[nodiscard]] virtual const std::vector<Unusable>& LeftOut() const = 0;
 };
 
@@ -59,7 +59,7 @@ public:
 // NotFound, CannotRead.
 [[nodiscard]] std::unique_ptr<Tree> OpenFolder(const std::string& path);
 
-// The members of `reader`, which the tree takes over, in stored order.
+// Opens the members of `reader`, which the tree takes over, in stored order.
 class Reader;
 [[nodiscard]] std::unique_ptr<Tree> TreeOf(std::unique_ptr<Reader> reader);
 

@@ -22,9 +22,9 @@ public:
           capacity_(capacity),
           bytes_(std::make_unique_for_overwrite<std::byte[]>(capacity)) {}
 
-    // The `count` bytes (at most the capacity) at `offset`; fewer at the end of the file. Reads
-    // ahead when offsets rise in small steps, else no more than `worth` bytes. Valid until the next
-    // call. Throws Error when the system cannot read.
+    // Returns the `count` bytes (at most the capacity) at `offset`; fewer at the end of the file.
+    // Reads ahead when offsets rise in small steps, else no more than `worth` bytes. Valid until
+    // the next call. Throws Error when the system cannot read.
     [[nodiscard]] std::span<const std::byte> At(std::uint64_t offset, std::size_t count,
                                                 std::uint64_t worth = 0) {
         if (offset < start_ || offset + count > start_ + held_) Move(offset, count, worth);

@@ -22,7 +22,7 @@ namespace Vorn {
 
 class ChunkBody final : public ReferenceCountMP {
 public:
-    // The record number of the whole body.
+    // Returns the record number of the whole body.
     static constexpr std::uint32_t kRoot = kNoChunkRecord;
 
     // Takes `size` checked bytes, aligned to 16.

@@ -53,7 +53,7 @@ public:
 
 private:
     InterfaceTextDB();
-    // The one object; made before main.
+    // Returns the one object; made before main.
     static InterfaceTextDB& Unloaded();
     static const InterfaceTextDB& made_;
 

@@ -48,7 +48,8 @@ struct KUID {
     // "<kuid:1:2>", "<kuid2:1:2:3>"; null is "<NULL>".
     [[nodiscard]] InternedString TagForm() const;
     [[nodiscard]] std::string TagText() const;  // the same, not pooled
-    // The tag form with "&#60;" and "&#62;" for its brackets; null is "&#60;NULL KUID&#62;".
+    // Returns the tag form with "&#60;" and "&#62;" for its brackets; null is "&#60;NULL
+    // KUID&#62;".
     [[nodiscard]] InternedString EscapedForm() const;
     // "kuid 1 2", "kuid2 1 2 3"; null is "NULLKUID".
     [[nodiscard]] String WordForm() const;

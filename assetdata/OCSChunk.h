@@ -33,7 +33,7 @@ enum TagType : std::uint32_t {
 class OCSChunk;
 using OCSChunkRef = RefPtr<OCSChunk>;
 
-// The text of a name; null data() for the null handle.
+// Returns the text of a name; null data() for the null handle.
 [[nodiscard]] inline std::string_view NameView(const InternedString& name) {
     return name ? name.View() : std::string_view();
 }

@@ -19,7 +19,7 @@ public:
     void Begin(const Member& member) {
         Translated(archive_.Path(), [&] { reader_->Begin(member.Index()); });
     }
-    // The next piece; empty after the last one.
+    // Returns the next piece; empty after the last one.
     [[nodiscard]] std::span<const std::byte> Next() {
         return Translated(archive_.Path(), [&] { return reader_->Next(); });
     }

@@ -11,11 +11,11 @@
 
 namespace va {
 
-// A stored name in UTF-8, '/' between components.
+// Returns a stored name in UTF-8, '/' between components.
 [[nodiscard]] std::string PublicName(std::string_view stored);
 
-// The bytes of code page 1252 for a name in UTF-8; what has no counterpart becomes '?', and then
-// matches no name.
+// Returns the bytes of code page 1252 for a name in UTF-8; what has no counterpart becomes '?', and
+// then matches no name.
 [[nodiscard]] std::string StoredBytes(std::string_view name);
 
 // The system's form of a path.
