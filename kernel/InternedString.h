@@ -76,7 +76,7 @@ std::size_t CopyTo(const InternedString& handle, char* buffer, std::size_t size)
 // null equals "".
 [[nodiscard]] int CompareText(const InternedString& handle, const char* text);
 
-// The order for maps: null first, then by unsigned bytes, case-sensitive.
+// Orders handles for maps: null first, then by unsigned bytes, case-sensitive.
 [[nodiscard]] bool Less(const InternedString& a, const InternedString& b);
 struct InternedLess {
     bool operator()(const InternedString& a, const InternedString& b) const { return Less(a, b); }

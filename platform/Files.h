@@ -106,7 +106,7 @@ public:
     // locks. May be called while other threads use the handle.
     [[nodiscard]] bool LockChanges(int milliseconds) const;
     void UnlockChanges() const;
-    // Whether another handle, of this or of another process, holds the change lock now.
+    // Returns whether another handle, of this or of another process, holds the change lock now.
     [[nodiscard]] bool OthersChange() const;
 
     // Flushes everything written to the storage device.

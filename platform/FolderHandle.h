@@ -32,7 +32,7 @@ public:
 
     [[nodiscard]] bool IsOpen() const noexcept { return descriptor_ >= 0; }
 
-    // What has that name in this folder, a link not followed.
+    // Returns what has that name in this folder, a link not followed.
     [[nodiscard]] EntryKind KindOf(const std::string& name) const;
 
 private:

@@ -10,7 +10,7 @@
 
 namespace platform {
 
-// The version record in a module's file. Empty on systems whose program files have none.
+// Returns the version record in a module's file. Empty on systems whose program files have none.
 struct ModuleVersion {
     std::string_view company;
     std::string_view product;

@@ -26,11 +26,12 @@ namespace va {
 // through that archive only.
 class Member {
 public:
-    // The path in UTF-8, '/' between components. Names in archives are bytes of code page 1252; the
-    // five bytes that it does not define appear as U+0081, U+008D, U+008F, U+0090 and U+009D.
+    // Returns the path in UTF-8, '/' between components. Names in archives are bytes of code page
+    // 1252; the five bytes that it does not define appear as U+0081, U+008D, U+008F, U+0090 and
+    // U+009D.
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
-    // The bytes of the name as the archive stores them (for a folder: Name() in code page 1252), at
-    // most 259.
+    // Returns the bytes of the name as the archive stores them (for a folder: Name() in code page
+    // 1252), at most 259.
     [[nodiscard]] const std::string& StoredName() const noexcept { return storedName_; }
 
     [[nodiscard]] std::uint64_t Size() const noexcept { return size_; }  // of the content, in bytes
@@ -129,15 +130,15 @@ public:
     // By name, letter case ignored, '\\' for '/' allowed.
     [[nodiscard]] std::optional<Member> Find(std::string_view name) const;
 
-    // The whole content. Compares its check sum where there is one. Throws Error: NotFound, Refused
-    // (damaged, or more than `limit` bytes; nothing near the claimed size is allocated before the
-    // content is there).
+    // Returns the whole content. Compares its check sum where there is one. Throws Error: NotFound,
+    // Refused (damaged, or more than `limit` bytes; nothing near the claimed size is allocated
+    // before the content is there).
     [[nodiscard]] std::vector<std::byte> Read(std::string_view name,
                                               std::uint64_t limit = UINT32_MAX) const;
     [[nodiscard]] std::vector<std::byte> Read(const Member& member,
                                               std::uint64_t limit = UINT32_MAX) const;
-    // The same in pieces of at most 64 KB. What the sink got counts only when this returns: a
-    // damaged member throws at its end at the latest.
+    // Gives it to a sink, in pieces of at most 64 KB. What the sink got counts only when this
+    // returns: a damaged member throws at its end at the latest.
     void Read(const Member& member, Sink& sink) const;
 
     // Judges every byte of an archive: index against members, check sums, sizes, overlaps, names,
@@ -154,8 +155,8 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-// Whether `name` matches `pattern`: '*' and '?' stay within a component, "**" matches any number
-// of components, a folder's name means all below it
+// Returns whether `name` matches `pattern`: '*' and '?' stay within a component, "**" matches any
+// number of components, a folder's name means all below it
 // ("a" reaches "a/b/c", "a/*" does not), letter case is ignored. Both in UTF-8.
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);
 

@@ -7,7 +7,7 @@
 
 namespace va {
 
-// The version of the library that runs, such as "1.1.0".
+// Returns the version of the library that runs, such as "1.1.0".
 [[nodiscard]] const char* Version() noexcept;
 
 }  // namespace va
