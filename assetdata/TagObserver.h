@@ -104,7 +104,7 @@ struct TagFinding {
     const OCSChunk* tag = nullptr;  // for findings in a tree; the root for one about all of it
 };
 
-// Where a tag stands in a text, in bytes from where reading began.
+// The place of a tag in a text, in bytes from where reading began.
 struct TagExtent {
     std::uint64_t name = 0;
     std::uint64_t nameEnd = 0;
