@@ -53,7 +53,7 @@ bool PatchApplier::Run(const OldArchive& old) {
     Subst(inputs_.other.mount, nullptr);
     if (!good) return false;
     old.close();
-    // A result that comes with exit code 1 would be taken for a good one.
+    // A result that comes with exit code 1 would be treated as a good one.
     if (!AllLinesPrinted() || !output_.Complete()) return false;
     StopIfAsked();
     return PutInPlace();

@@ -134,7 +134,7 @@ bool PatchMaker::MakePatch(const OldArchive& old) {
     }
     const bool walked = old.walk() && WalkNewFolder("") == 0;
     Subst(inputs_.other.mount, nullptr);
-    // A result that comes with exit code 1 would be taken for a good one.
+    // A result that comes with exit code 1 would be treated as a good one.
     if (!walked || !WriteLists() || !AllLinesPrinted() || !output_.Complete()) return false;
     StopIfAsked();
     ReportEmptyMembers();

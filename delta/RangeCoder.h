@@ -17,7 +17,7 @@ class RangeEncoder {
 public:
     static constexpr bool kDecodes = false;
 
-    // Borrows `out`. Writes nothing past its end, but goes on counting, see Full.
+    // Borrows `out`. Writes nothing past its end, but continues to count, see Full.
     explicit RangeEncoder(std::span<std::uint8_t> out) : out_(out) {}
 
     bool Code(bool bit, std::uint32_t probability) {

@@ -236,7 +236,7 @@ private:
         return digest == promise->sha256 ? digest : std::nullopt;
     }
 
-    // What an old side that nobody judged has given.
+    // The content that an old side without a judgement has given.
     void JudgeContents(const archive::Reader& reader) const {
         if (HoldsNewSide(reader, patch_, threads_, progress_)) return;
         throw Error(ErrorCode::Refused, old_.Path(),

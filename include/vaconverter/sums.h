@@ -1,4 +1,4 @@
-// SHA-256 digests of contents, and the lines in which `sha256sum` tells them.
+// SHA-256 digests of contents, and the lines in which `sha256sum` prints them.
 #pragma once
 
 #include <array>

@@ -19,7 +19,7 @@ struct PatchOperands {
 // "old", "new", "neither" or "damaged"
 [[nodiscard]] const char* NameOf(Verdict::Side side);
 
-// "12 same  3 changed  1 added": kinds that do not occur are left out, but for the first.
+// "12 same  3 changed  1 added": kinds that do not occur are omitted, but for the first.
 [[nodiscard]] std::string ShownCounts(const PatchCounts& counts);
 
 // "changed", "added", "moved", "removed" or "empty"

@@ -47,10 +47,10 @@ struct Description {
     std::uint64_t compressed = 0;
     std::optional<Sha256> content{};
     std::optional<PatchInfo> patch{};
-    bool whole = true;  // nothing was left out because it cannot be read
+    bool whole = true;  // nothing was skipped because it cannot be read
 };
 
-// What cannot be read is said, and left out.
+// Reports and skips what cannot be read.
 template <typename Work>
 void Try(Run& run, Description& about, Work work) {
     try {

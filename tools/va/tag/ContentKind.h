@@ -1,4 +1,4 @@
-// What a file is that was taken for a description.
+// The kind of a file that is treated as a description and is none.
 #pragma once
 
 #include <cstddef>

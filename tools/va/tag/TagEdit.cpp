@@ -79,7 +79,7 @@ public:
     }
 
 private:
-    // On the way to the tag: a container, and which of its children goes on.
+    // On the way to the tag: a container, and which of its children leads further.
     struct Level {
         Vorn::OCSChunkRef container;
         std::uint32_t index;

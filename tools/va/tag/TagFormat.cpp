@@ -19,7 +19,7 @@ constexpr Option kCheckOnly{
     .name = "check",
     .meaning = "write nothing; name the texts that are laid out otherwise, and end with 1"};
 
-// Places, and whether the text goes on where reading it ended.
+// Places, and whether the text continues where reading it ended.
 class Reading final : public Vorn::TagObserver {
 public:
     void OnFinding(const Vorn::TagFinding& finding) override {

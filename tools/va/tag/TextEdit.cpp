@@ -15,7 +15,7 @@ std::size_t SkipBlanks(std::string_view text, std::size_t at) {
     return std::min(text.find_first_not_of(kBlanks, at), text.size());
 }
 
-// Returns where the line ends that begins or goes on at `at`, its line end included.
+// Returns where the line ends that begins or continues at `at`, its line end included.
 std::size_t AfterLineEnd(std::string_view text, std::size_t at) {
     if (at == text.size()) return at;
     const bool isPair = at + 1 < text.size() && text[at + 1] != text[at] &&

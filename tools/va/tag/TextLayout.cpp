@@ -66,7 +66,7 @@ private:
         PutLine(depth, line);
     }
 
-    // A text in front of a '}' may be one only because its line goes on; then it needs quotes.
+    // A text in front of a '}' may be one only because its line continues; then it needs quotes.
     [[nodiscard]] std::string ValueOf(const Vorn::OCSChunk& tag,
                                       const Vorn::TagExtent& extent) const {
         const std::string_view value = text_.substr(extent.value, extent.end - extent.value);
