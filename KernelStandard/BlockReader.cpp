@@ -3,15 +3,28 @@
 #include <algorithm>
 #include <cstring>
 
-#include "archive/BytePair.h"
+#include "archive/Error.h"
 
 namespace Vorn {
 
 using archive::kBlockSize;
 
+namespace {
+
+// Two blocks that do not compress, or some more that do: one system call for several blocks.
+constexpr std::size_t kWindow = 2 * sizeof(archive::BlockBuffer);
+
+}  // namespace
+
 void BlockReader::Begin() {
-    start_ = held_ = 0;
-    failed_ = stream_ = false;
+    Forget();
+    blocks_.reset();
+    failed_ = false;
+}
+
+BlockReader::Block& BlockReader::Room() {
+    if (!room_) room_ = std::make_unique_for_overwrite<Block>();
+    return *room_;
 }
 
 BlockReader::Form BlockReader::DetectStream() {
@@ -19,22 +32,28 @@ BlockReader::Form BlockReader::DetectStream() {
     // Most files are small and not compressed: probing with a full block doubles as the first read.
     // A member that is stored in another form is probably a stream, for which the header suffices.
     const std::size_t most = file_.IsStoredInOtherForm() ? headerSize : kBlockSize;
-    if (!block_) block_ = std::make_unique_for_overwrite<Block>();
-    const std::int64_t got = file_.ReadAt(0, std::span(*block_).first(most));
+    const auto room = std::span(Room()).first(most);
+    const std::int64_t got = file_.ReadAt(0, room);
     if (got < 0) return Form::Unreadable;
 
-    const auto probed = static_cast<std::size_t>(got);
-    if (probed < headerSize || !archive::IsStreamMark(std::span(*block_).first(headerSize))) {
-        held_ = static_cast<std::uint32_t>(probed);
-        return probed < headerSize ? Form::TooShort : Form::Bytes;
+    const std::span<const std::byte> probed = room.first(static_cast<std::size_t>(got));
+    if (probed.size() < headerSize || !archive::IsStreamMark(probed)) {
+        start_ = 0;
+        held_ = probed;
+        return probed.size() < headerSize ? Form::TooShort : Form::Bytes;
     }
     if (headerSize == archive::kStreamHeaderSize) {
-        const auto header =
-            archive::DecodeStreamHeader(std::span(*block_).first<archive::kStreamHeaderSize>());
+        const auto header = archive::DecodeStreamHeader(probed.first<archive::kStreamHeaderSize>());
         // An older stream does not record its size; the archive's entry has given it.
         if (header.version >= archive::kStreamVersion) file_.SetSize(header.contentSize);
     }
-    stream_ = true;
+    if (window_) {
+        window_->Forget();
+    } else {
+        window_.emplace([this](std::uint64_t offset,
+                               std::span<std::byte> into) { return file_.ReadAt(offset, into); },
+                        kWindow);
+    }
     firstBlock_ = static_cast<std::uint32_t>(headerSize);
     Rewind();
     return Form::Stream;
@@ -56,9 +75,12 @@ std::size_t BlockReader::ReadStep(std::uint32_t position, std::span<std::byte> i
         if (into.size() >= kBlockSize) {
             // A held block must be the one before next_, because GoTo may return to it. This read
             // moves next_ and holds nothing.
-            held_ = 0;
-            if (!stream_) return FillBytes(position, into);
-            return position < file_.Size() ? FillBlock(into.first<kBlockSize>()) : 0;
+            Forget();
+            if (!IsStream()) return NextBytes(position, into).size();
+            if (position >= file_.Size()) return 0;
+            const auto content = NextBlock(into.first<kBlockSize>());
+            if (content.data() != into.data()) std::ranges::copy(content, into.begin());
+            return content.size();
         }
         if (!Refill(position)) return 0;
     }
@@ -70,59 +92,34 @@ std::size_t BlockReader::ReadStep(std::uint32_t position, std::span<std::byte> i
 
 bool BlockReader::Refill(std::uint32_t position) {
     if (position >= file_.Size()) return false;
-    if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     start_ = position;
-    // The last block may fill only a part of block_; what an earlier one left after that does not
-    // count.
-    held_ = stream_ ? FillBlock(*block_) : FillBytes(position, *block_);
-    return held_ > 0;
+    held_ = IsStream() ? NextBlock(Room()) : NextBytes(position, Room());
+    return !held_.empty();
 }
 
-std::uint32_t BlockReader::FillBytes(std::uint32_t position, std::span<std::byte> into) {
+std::span<const std::byte> BlockReader::NextBytes(std::uint32_t position,
+                                                  std::span<std::byte> into) {
     const std::uint32_t size = file_.Size();
-    if (position >= size) return 0;
-    const auto count =
-        static_cast<std::uint32_t>(std::min<std::size_t>(into.size(), size - position));
-    const std::int64_t got = file_.ReadAt(position, into.first(count));
-    if (got == count) return count;
+    if (position >= size) return {};
+    const auto wanted = into.first(std::min<std::size_t>(into.size(), size - position));
+    const std::int64_t got = file_.ReadAt(position, wanted);
+    if (got == static_cast<std::int64_t>(wanted.size())) return wanted;
     // The file is shorter than it was, or than its archive's entry says.
     EndAtDamage();
     // Return only whole blocks, as for a stream.
-    return got < 0 ? 0 : static_cast<std::uint32_t>(got - got % std::int64_t{kBlockSize});
+    return wanted.first(got < 0 ? 0 : static_cast<std::size_t>(got) / kBlockSize * kBlockSize);
 }
 
-std::uint32_t BlockReader::FillBlock(std::span<std::byte, kBlockSize> into) {
-    const std::uint32_t content = DecodeBlock(into);
-    if (content == 0) EndAtDamage();
-    next_ += content;
+std::span<const std::byte> BlockReader::NextBlock(std::span<std::byte, kBlockSize> into) {
+    std::span<const std::byte> content;
+    try {
+        content = blocks_->Next(*window_, file_.Size() - next_, into);
+    } catch (const archive::Error&) {
+        // The system cannot read the file: for the caller it ends here, as at damage.
+    }
+    if (content.empty()) EndAtDamage();
+    next_ += static_cast<std::uint32_t>(content.size());
     return content;
-}
-
-std::uint32_t BlockReader::DecodeBlock(std::span<std::byte, kBlockSize> into) {
-    archive::BlockHeader header;
-    if (!ReadHeader(header)) return 0;
-    if (header.stored) return ReadStored(into.first(header.length)) ? header.length : 0;
-
-    // Every compressed block but the last has kBlockSize bytes of content; the size tells how many
-    // the last one has. A block that expands to any other number is damaged.
-    if (!packed_) packed_ = std::make_unique_for_overwrite<Block>();
-    const auto packed = std::span(*packed_).first(header.length);
-    const auto expected =
-        static_cast<std::uint32_t>(std::min<std::size_t>(kBlockSize, file_.Size() - next_));
-    return ReadStored(packed) && archive::ExpandBlock(into, packed) == expected ? expected : 0;
-}
-
-bool BlockReader::ReadHeader(archive::BlockHeader& header) {
-    std::array<std::byte, archive::kBlockHeaderSize> bytes{};
-    if (!ReadStored(bytes)) return false;
-    header = archive::DecodeBlockHeader(bytes);
-    return archive::IsPossible(header, file_.Size() - next_);
-}
-
-bool BlockReader::ReadStored(std::span<std::byte> into) {
-    if (file_.ReadAt(nextOffset_, into) != static_cast<std::int64_t>(into.size())) return false;
-    nextOffset_ += into.size();
-    return true;
 }
 
 bool BlockReader::GoTo(std::uint32_t position) {
@@ -139,31 +136,27 @@ bool BlockReader::GoTo(std::uint32_t position) {
 }
 
 bool BlockReader::SkipToBlockOf(std::uint32_t position) {
-    for (;;) {
-        const std::uint64_t headerOffset = nextOffset_;
-        archive::BlockHeader header;
-        if (!ReadHeader(header)) return false;
-        // Wrong only for the last block, which has the position in any case.
-        const std::uint64_t content = header.stored ? header.length : kBlockSize;
-        if (next_ + content > position) {
-            nextOffset_ = headerOffset;
-            return true;
+    try {
+        const std::uint32_t size = file_.Size();
+        while (const auto skipped = blocks_->Skip(*window_, size - next_, position - next_)) {
+            next_ += skipped;
         }
-        nextOffset_ += header.length;
-        next_ += static_cast<std::uint32_t>(content);
+        return !blocks_->Problem();
+    } catch (const archive::Error&) {
+        return false;
     }
 }
 
 void BlockReader::Rewind() {
+    blocks_.emplace(firstBlock_);
     next_ = 0;
-    nextOffset_ = firstBlock_;
 }
 
 // Size 0 makes every later read and seek end here, also for callers that never ask Failed.
 void BlockReader::EndAtDamage() {
     failed_ = true;
     file_.SetSize(0);
-    held_ = 0;
+    Forget();
 }
 
 }  // namespace Vorn

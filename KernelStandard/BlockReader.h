@@ -1,8 +1,7 @@
 // Reads the content of an open file: its bytes as they are, or the blocks of a compressed stream.
 //
 // One block of content is held, so that small reads need no system call each; larger reads go
-// straight into the caller's memory. A stream has no table of its blocks: a position is reached by
-// walking the block headers before it.
+// straight into the caller's memory.
 //
 // Damage ends a file: its size is 0 from then on. Failed distinguishes that from a real end.
 #pragma once
@@ -11,10 +10,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "KernelStandard/OpenFile.h"
-#include "archive/Stream.h"
+#include "archive/StreamCursor.h"
 
 namespace Vorn {
 
@@ -33,7 +33,7 @@ public:
     // Reads the start of the file and returns its form. Sets a stream's size to that of its
     // content.
     [[nodiscard]] Form DetectStream();
-    [[nodiscard]] bool IsStream() const { return stream_; }
+    [[nodiscard]] bool IsStream() const { return blocks_.has_value(); }
 
     // Reads at `position`, which in a stream must be where the last read ended or GoTo went.
     // Returns the bytes read; fewer than asked only at the end, or at damage.
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] bool GoTo(std::uint32_t position);
     // Drops the block that is held, because the file may have changed. Not for streams, whose
     // reading position is tied to that block.
-    void Forget() { held_ = 0; }
+    void Forget() { held_ = {}; }
 
     // Returns whether a read met damage, or an error, instead of content.
     [[nodiscard]] bool Failed() const { return failed_; }
@@ -59,38 +59,35 @@ private:
     // Returns what is held from `position` on.
     [[nodiscard]] std::span<const std::byte> Held(std::uint32_t position) const {
         const std::uint32_t skipped = position - start_;  // wraps for a position before the block
-        if (skipped >= held_) return {};
-        return std::span(*block_).subspan(skipped, held_ - skipped);
+        return skipped < held_.size() ? held_.subspan(skipped) : std::span<const std::byte>();
     }
     // Reads from the held block, or reads the next block straight into a large `into`.
     [[nodiscard]] std::size_t ReadStep(std::uint32_t position, std::span<std::byte> into);
-    // Fills the held block with content from `position` on.
+    // Holds the next content, from `position` on.
     [[nodiscard]] bool Refill(std::uint32_t position);
-    // Reads stored bytes, or the next block of a stream. Return the bytes of content; after damage
-    // the file has ended (EndAtDamage).
-    [[nodiscard]] std::uint32_t FillBytes(std::uint32_t position, std::span<std::byte> into);
-    [[nodiscard]] std::uint32_t FillBlock(std::span<std::byte, archive::kBlockSize> into);
-    // Returns the content bytes of the next block, or 0 if it is damaged.
-    [[nodiscard]] std::uint32_t DecodeBlock(std::span<std::byte, archive::kBlockSize> into);
-    [[nodiscard]] bool ReadHeader(archive::BlockHeader& header);
-    [[nodiscard]] bool ReadStored(std::span<std::byte> into);
-    // Moves to the header of the block that has `position`.
+    // Reads bytes as they are, or the next block of a stream, which may lie in the window instead
+    // of `into`. Return the content; after damage the file has ended (EndAtDamage).
+    [[nodiscard]] std::span<const std::byte> NextBytes(std::uint32_t position,
+                                                       std::span<std::byte> into);
+    [[nodiscard]] std::span<const std::byte> NextBlock(
+        std::span<std::byte, archive::kBlockSize> into);
+    // Goes to the block that has `position`. False for damage on the way.
     [[nodiscard]] bool SkipToBlockOf(std::uint32_t position);
     void Rewind();
     void EndAtDamage();
+    [[nodiscard]] Block& Room();
 
     OpenFile& file_;
-    std::unique_ptr<Block> block_;   // allocated at the first read, then kept
-    std::unique_ptr<Block> packed_;  // the data of a compressed block; allocated at the first one
-    std::uint32_t start_ = 0;        // position of the first byte in block_
-    std::uint32_t held_ = 0;         // valid bytes in block_
+    std::unique_ptr<Block> room_;      // allocated at the first read, then kept
+    std::uint32_t start_ = 0;          // position of the first byte that is held
+    std::span<const std::byte> held_;  // a block of content, in room_ or window_
     bool failed_ = false;
 
     // For a stream only.
-    bool stream_ = false;
+    std::optional<archive::Window> window_;  // on the stored bytes; allocated at the first stream
+    std::optional<archive::StreamCursor> blocks_;
     std::uint32_t firstBlock_ = 0;  // offset of the first block in the stored bytes
     std::uint32_t next_ = 0;        // position of the next block
-    std::uint64_t nextOffset_ = 0;  // its offset in the stored bytes
 };
 
 }  // namespace Vorn

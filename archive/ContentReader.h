@@ -11,12 +11,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "archive/Crc32.h"
 #include "archive/MemberTable.h"
-#include "archive/Stream.h"
-#include "archive/Window.h"
+#include "archive/StreamCursor.h"
 
 namespace archive {
 
@@ -37,14 +37,14 @@ public:
     [[nodiscard]] std::span<const std::byte> Next();
 
     // Returns whether the member's data is a compressed stream.
-    [[nodiscard]] bool IsStream() const { return stream_; }
+    [[nodiscard]] bool IsStream() const { return blocks_.has_value(); }
     // Returns the offset in the file of the next byte of the member's data.
-    [[nodiscard]] std::uint64_t Position() const { return position_; }
+    [[nodiscard]] std::uint64_t Position() const { return blocks_ ? blocks_->Offset() : position_; }
     // Returns the window on the file's bytes as they are.
     [[nodiscard]] Window& Raw() { return window_; }
 
 private:
-    [[nodiscard]] bool BeginsStream();
+    void LookForStream();
     [[nodiscard]] std::span<const std::byte> NextPlain();
     [[nodiscard]] std::span<const std::byte> NextBlock();
     void Finish();
@@ -54,10 +54,10 @@ private:
     std::uint64_t fileSize_;
     std::uint32_t version_;
     Member member_;
-    bool stream_ = false;
     bool finished_ = true;
-    std::uint64_t position_ = 0;  // of the next byte of data
-    std::uint32_t left_ = 0;      // bytes of content
+    std::uint64_t position_ = 0;          // of the next byte of plain data
+    std::optional<StreamCursor> blocks_;  // of a stream
+    std::uint32_t left_ = 0;              // bytes of content
     Crc32 sum_;
     std::unique_ptr<std::array<std::byte, kBlockSize>> block_;
 };

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <memory>
 
-#include "archive/BytePair.h"
 #include "archive/Crc32.h"
 #include "archive/Stream.h"
+#include "archive/StreamCursor.h"
 
 namespace archive {
 namespace {
@@ -55,25 +55,24 @@ void Pack(std::span<const std::byte> content, bool compress, PackedMember& packe
 }
 
 bool GivesBack(const PackedMember& packed, std::span<const std::byte> content) {
-    std::span<const std::byte> data = packed.data;
     if (packed.entry.size != content.size()) return false;
-    if ((packed.entry.attributes & kMemberCompressed) == 0) return SameBytes(data, content);
-    data = data.subspan(kStreamHeaderSize);
+    if ((packed.entry.attributes & kMemberCompressed) == 0) return SameBytes(packed.data, content);
+    const std::span<const std::byte> data = packed.data;
+    const auto readAt = [data](std::uint64_t offset, std::span<std::byte> into) {
+        const auto bytes = data.subspan(static_cast<std::size_t>(offset));
+        const std::size_t count = std::min(bytes.size(), into.size());
+        std::ranges::copy(bytes.first(count), into.begin());
+        return static_cast<std::int64_t>(count);
+    };
+    Window window(readAt, sizeof(BlockBuffer));
+    StreamCursor blocks(kStreamHeaderSize, data.size());
     const auto room = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
     while (!content.empty()) {
-        if (data.size() < kBlockHeaderSize) return false;
-        const BlockHeader header = DecodeBlockHeader(data.first<kBlockHeaderSize>());
-        data = data.subspan(kBlockHeaderSize);
-        if (!IsPossible(header, content.size()) || header.length > data.size()) return false;
-        const auto block = data.first(header.length);
-        data = data.subspan(header.length);
-        const std::size_t size =
-            header.stored ? block.size() : ExpandBlock(*room, block).value_or(0);
-        const auto piece = header.stored ? block : std::span<const std::byte>(*room).first(size);
-        if (size > content.size() || !SameBytes(piece, content.first(size))) return false;
-        content = content.subspan(size);
+        const auto piece = blocks.Next(window, content.size(), *room);
+        if (piece.empty() || !SameBytes(piece, content.first(piece.size()))) return false;
+        content = content.subspan(piece.size());
     }
-    return data.empty();
+    return blocks.Offset() == data.size();
 }
 
 void AddPacked(Appender& appender, std::string_view name, const PackedMember& packed) {
