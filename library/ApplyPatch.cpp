@@ -38,6 +38,7 @@ std::string MessageOf(const Verdict& verdict, const std::string& path, const std
     }
     std::string text = path + " is not the archive that this patch is for";
     if (verdict.another) return text + ": another one altogether";
+    if (verdict.likeNew) text += ": it is the new one already";
     if (verdict.members.empty()) return text + "; members were added to it or removed";
     text += verdict.certain ? "; changed on this machine: "
                             : "; changed on this machine, one or more of: ";
@@ -49,6 +50,7 @@ Verdict PublicVerdict(const patch::Verdict& found, const std::string& path) {
     verdict.side = static_cast<Side>(found.kind);
     verdict.certain = found.certain;
     verdict.another = found.another;
+    verdict.likeNew = found.likeNew;
     for (const std::string& member : found.members) {
         verdict.members.push_back(patch::ShownName(member));
     }

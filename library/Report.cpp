@@ -1,7 +1,8 @@
 #include "vaconverter/report.h"
 
-#include "archive/Reader.h"
+#include "library/PatchCalls.h"
 #include "library/Translate.h"
+#include "patch/PatchFile.h"
 #include "patch/Report.h"
 
 namespace va {
@@ -22,12 +23,15 @@ PatchReport::Reason ReasonOf(patch::Reason reason) {
 
 }  // namespace
 
-PatchReport ReportPatch(const std::filesystem::path& patch) {
+PatchReport ReportPatch(const std::filesystem::path& patch, unsigned threads,
+                        const ProgressFunction& progress) {
     if (std::filesystem::is_directory(patch)) {
         throw Error(ErrorCode::Refused, patch.string() + " is a folder, not a patch", patch);
     }
-    return Translated(patch, [&] {
-        const patch::Report found = patch::ReportOn(archive::Reader(SystemPath(patch)));
+    return OfPatches([&] {
+        const patch::PatchFile file(SystemPath(patch), threads, Passed(progress));
+        const patch::Report found =
+            Translated(patch, [&] { return patch::ReportOn(file.Reader()); });
         PatchReport report{.patchBytes = found.fileBytes, .overhead = found.overhead, .items = {}};
         report.items.reserve(found.items.size());
         for (const patch::ReportItem& item : found.items) {

@@ -53,10 +53,9 @@ public:
 
     [[nodiscard]] Verdict ByLists() const {
         Listed listed = CompareListed();
-        if (listed.verdict.members.empty()) return {.kind = Kind::Old};
-        const auto hasNew = [this](const Change& change) { return HasNew(change); };
-        if (std::ranges::all_of(patch_.Changes(), hasNew)) return {.kind = Kind::New};
-        listed.verdict.another = listed.old > 2 && listed.asOld * 2 < listed.old;
+        if (!listed.verdict.likeNew && listed.verdict.members.empty()) return {.kind = Kind::Old};
+        if (listed.verdict.members.empty()) return {.kind = Kind::New};
+        listed.verdict.another = listed.all > 2 && listed.same * 2 < listed.all;
         return std::move(listed.verdict);
     }
 
@@ -80,22 +79,26 @@ private:
         return content != nullptr && content->digest == change.newDigest;
     }
 
-    // The listed members that are not as on the old side, and those that are there at all.
+    // The side that the listed members resemble more, those of its members that differ, and how
+    // many it has.
     struct Listed {
         Verdict verdict{.kind = Kind::Neither};
-        std::size_t old = 0;
-        std::size_t asOld = 0;
+        std::size_t all = 0;
+        std::size_t same = 0;
     };
     [[nodiscard]] Listed CompareListed() const {
-        Listed listed;
+        Listed old;
+        Listed fresh{.verdict = {.kind = Kind::Neither, .likeNew = true}};
+        const auto take = [](Listed& side, const Change& change, bool isMember, bool same) {
+            if (!same) side.verdict.members.push_back(change.name);
+            side.all += isMember ? 1 : 0;
+            side.same += isMember && same ? 1 : 0;
+        };
         for (const Change& change : patch_.Changes()) {
-            const bool same = HasOld(change);
-            if (!same) listed.verdict.members.push_back(change.name);
-            if (change.kind == Change::Kind::Added) continue;
-            ++listed.old;
-            listed.asOld += same ? 1 : 0;
+            take(old, change, change.kind != Change::Kind::Added, HasOld(change));
+            take(fresh, change, change.kind != Change::Kind::Removed, HasNew(change));
         }
-        return listed;
+        return fresh.verdict.members.size() < old.verdict.members.size() ? fresh : old;
     }
 
     [[nodiscard]] Verdict ByManifest(const Manifest& manifest) const {
@@ -134,8 +137,8 @@ private:
                 verdict.members.emplace_back(side_.Members()[member].name);
             }
         }
-        const std::size_t all = used + listed.old;
-        const std::size_t wrong = differ + listed.old - listed.asOld;
+        const std::size_t all = used + listed.all;
+        const std::size_t wrong = differ + listed.all - listed.same;
         verdict.another = all > 2 && wrong * 2 > all;
         return std::move(verdict);
     }

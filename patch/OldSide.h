@@ -26,15 +26,17 @@ struct Verdict {
     enum class Kind {
         Old,      // what the patch was made from
         New,      // what the patch gives
-        Neither,  // an altered copy of the old side, or something else altogether
+        Neither,  // an altered copy of a side, or something else altogether
         Damaged,
     };
     Kind kind = Kind::Old;
-    // Stored names: the damaged members, or those that differ from the old side.
+    // Neither: this resembles the new side more than the old one.
+    bool likeNew = false;
+    // Stored names: the damaged members, or those that differ from the side that this resembles.
     std::vector<std::string> members{};
     // Whether each of `members` differs; else one or more of them do.
     bool certain = true;
-    // Neither: so much differs that this is no copy of the old side.
+    // Neither: so much differs that this is no copy of either side.
     bool another = false;
     // Damaged: what was found first.
     std::string reason{};

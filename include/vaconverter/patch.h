@@ -91,15 +91,16 @@ struct Verdict {
     enum class Side {
         Old,      // what the patch was made from
         New,      // what it gives
-        Neither,  // an altered copy of the old side, or another archive altogether
+        Neither,  // an altered copy of a side, or another archive altogether
         Damaged,
     };
     Side side = Side::Old;
-    // Names in UTF-8: the damaged members, or those that differ from the old side, as far as they
-    // are known.
+    // Names in UTF-8: the damaged members, or those that differ from the side that it is a copy
+    // of, as far as they are known.
     std::vector<std::string> members;
     bool certain = true;   // each of `members` differs; else one or more of them do
-    bool another = false;  // so much differs that it is no copy of the old side
+    bool another = false;  // so much differs that it is no copy of either side
+    bool likeNew = false;  // neither side, and an altered copy of the new one
     std::string message;   // for people; empty for the old and the new side
 };
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "vaconverter/error.h"
+#include "vaconverter/progress.h"
 
 namespace va {
 
@@ -30,8 +31,10 @@ struct PatchReport {
     std::vector<Item> items;       // the largest first
 };
 
-// Reads a patch archive and the heads of its diffs. In a patch without a manifest, members that
-// were copied from an unchanged one count as new content. Throws Error (NotFound, Refused).
-[[nodiscard]] PatchReport ReportPatch(const std::filesystem::path& patch);
+// Judges every byte of a patch archive, as ApplyPatch does, and reads the heads of its diffs. In a
+// patch without a manifest, members that were copied from an unchanged one count as new content.
+// Throws Error (NotFound, Refused).
+[[nodiscard]] PatchReport ReportPatch(const std::filesystem::path& patch, unsigned threads = 1,
+                                      const ProgressFunction& progress = {});
 
 }  // namespace va

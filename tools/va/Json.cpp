@@ -26,6 +26,20 @@ std::string Base64(std::string_view bytes) {
     return out;
 }
 
+// JSON may hold U+007F to U+009F as they are, and the library writes them so; some terminals obey
+// them. They occur in texts alone, where an escape has the same meaning.
+void EscapeControls(std::string& line) {
+    constexpr char kDelete = '\x7F';
+    constexpr char kLead = '\xC2';  // of U+0080 to U+00BF in UTF-8
+    for (std::size_t at = 0; (at = line.find_first_of("\x7F\xC2", at)) != line.npos; ++at) {
+        const auto code = static_cast<unsigned char>(line[at] == kDelete ? kDelete : line[at + 1]);
+        if (code > 0x9F) continue;
+        constexpr std::string_view kDigits = "0123456789abcdef";
+        const std::size_t length = line[at] == kLead ? 2 : 1;
+        line.replace(at, length, std::string("\\u00") + kDigits[code >> 4] + kDigits[code & 15]);
+    }
+}
+
 bool IsUndefined(char byte) {
     constexpr std::string_view kUndefined = "\x81\x8D\x8F\x90\x9D";
     return kUndefined.find(byte) != kUndefined.npos;
@@ -93,8 +107,10 @@ JsonObject& JsonObject::SetName(std::string_view field, std::string_view name,
 }
 
 std::string JsonObject::Line() const {
-    return impl_->json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
-           "\n";
+    std::string line =
+        impl_->json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    EscapeControls(line);
+    return line + "\n";
 }
 
 }  // namespace va::tool

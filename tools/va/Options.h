@@ -21,7 +21,9 @@ inline constexpr Option kQuiet{
     .meaning = "no summaries and notes; -qq: no warnings and errors either",
     .repeats = true};
 inline constexpr Option kVerbose{
-    .name = "verbose", .letter = 'v', .meaning = "a line for each member"};
+    .name = "verbose",
+    .letter = 'v',
+    .meaning = "a line for each member, where the answer itself has none"};
 inline constexpr Option kProgress{
     .name = "progress",
     .value = "WHEN",

@@ -244,6 +244,23 @@ TEST_F(VaAppliesManifests, NamesAMemberThatNoListNames) {
     EXPECT_FALSE(folder_.Has("x.va"));
 }
 
+TEST_F(VaAppliesManifests, SaysThatAnEditedNewSideIsOne) {
+    fs::copy(folder_.Path("new"), folder_.Path("edited"), fs::copy_options::recursive);
+    folder_.Write("edited/config.txt", "name City\n");
+    const std::string told = "it is the new one already; changed on this machine: config.txt; ";
+    const std::string object =
+        R"({"type":"suspect","name":"config.txt","certain":true,"side":"new"})";
+    ExpectAnswers({
+        {"apply edited m.va -o x.va", 2, told},
+        {"apply edited p.va -o x.va", 2, told},
+        {"verify -v edited m.va", 1, "changed config.txt\n"},
+        {"verify --json edited m.va", 1, object},
+    });
+    folder_.Write("edited/config.txt", "name Town 2\n");
+    folder_.Write("edited/wall.tga", "repainted");
+    ExpectAnswers({{"verify edited m.va", 1, "already; changed on this machine: wall.tga; "}});
+}
+
 TEST_F(VaAppliesManifests, TrustNeverGivesAnotherResultThanTheMakers) {
     ASSERT_EQ(Va("diff old.va new -o contents.va").exitCode, 0);  // promises no archive
     folder_.Write("hurt.va", folder_.Read("old.va"));

@@ -178,6 +178,8 @@ TEST_F(VaReadsArchives, CompareNamesEveryKindOfChange) {
     ExpectAnswers({
         {"compare Town.va new", 1,
          "M\tconfig.txt\nA\textra.txt\nD\ttextures/wall.tga\nR\ttextures/roof.tga\ttop.tga\n"},
+        {"compare -v town new", 1, "changed config.txt, 10 B -> 10 B\nadded extra.txt, 4 B\n"},
+        {"compare -v --stat town new", 1, "same textures/fine/DOT.tga\n"},
         {"compare --stat Town.va new", 1, "1 same, 1 changed, 1 added, 1 renamed, 1 removed\n"},
         {"compare --json -j1 Town.va new", 1,
          "{\"type\":\"difference\",\"change\":\"renamed\",\"name\":\"top.tga\",\"old_name\":"

@@ -218,7 +218,8 @@ TEST_F(VaDiff, RefusesByNameAndWritesNothing) {
     tree("own", ".va/thing");
     tree("twice", "One.txt");
     tree("twice", "one.txt");
-    folder_.Write("note.bin", "\x01");
+    folder_.Write("note.bin", "fine\t\xC2\xA0\nnot\x01 fine");
+    folder_.Write("note.8bit", "\xE9");
     ExpectAnswers({
         {"diff old.va list -o p.va", 2, "ADDEDfiles.txt is the name of a list"},
         {"diff old.va own -o p.va", 2, ".va/thing lies below '.va/'"},
@@ -231,7 +232,9 @@ TEST_F(VaDiff, RefusesByNameAndWritesNothing) {
         {"diff old.va old -f -o own", 2, "a folder or device has this name"},
         {"diff old.va nowhere", 9, "nowhere"},
         {"diff old.va mine.va", 2, "mine.va"},
-        {"diff old.va old -o p.va --note=note.bin", 2, "note"},
+        {"diff old.va old -o p.va --note=note.bin", 2,
+         "va: note.bin: line 2 has the control character \\x01; a note is plain text\n"},
+        {"diff old.va old -o p.va --note=note.8bit", 2, "note.8bit: line 1 is not UTF-8"},
         {"diff old.va old -o p.va --note=none", 9, "--note names a file"},
         {"diff old.va old -o nowhere/p.va", 2, "nowhere/p.va"},
     });

@@ -87,6 +87,7 @@ TEST_F(VaReport, GivesEveryByteOfThePatchAReason) {
         members[match[2]] = match[3].length() > 0 ? std::stoi(match[3]) : 0;
     }
     EXPECT_EQ(sum, PatchBytes());
+    folder_.Write("cut.va", folder_.Read("old-diff.va").substr(0, 10000));
     EXPECT_EQ(members, (std::map<std::string, int>{
                            {"new content", 1},
                            {"changed almost wholly (re-encoded?)", 1},
@@ -97,7 +98,9 @@ TEST_F(VaReport, GivesEveryByteOfThePatchAReason) {
     ExpectAnswers({
         {"report --json old-diff.va", 0,
          R"({"type":"member","name":"moved/here.bin","reason":"moved","bytes":)"},
-        {"report old.va", 2, "no patch"},
+        {"report -v old-diff.va", 0, "moved moved/here.bin, "},
+        {"report old.va", 2, "old.va: is an archive and not a patch"},
+        {"report cut.va", 2, "cut.va: damaged or cut off (10,000 of "},
         {"report nowhere.va", 9, "nowhere.va"},
         {"report -o - --json old-diff.va", 7, "standard output"},
     });

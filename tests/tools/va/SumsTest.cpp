@@ -37,6 +37,19 @@ TEST_F(VaSums, NamesThatAreNotAsciiAreUtf8) {
     EXPECT_THAT(Va("sums town").out, testing::EndsWith(folder_.Read("one")));
 }
 
+// Code page 1252 does not define some bytes. They are characters that terminals may obey, and
+// sha256sum needs the names of the files.
+TEST_F(VaSums, ControlCharactersStayInFilesAndNeverReachATerminal) {
+    folder_.Write("odd/a\xC2\x9D.txt", "");
+    ASSERT_EQ(Shell("cd " + folder_.Path("odd") + " && sha256sum * >../one"), 0);
+    EXPECT_EQ(Va("sums -q odd").out, folder_.Read("one"));
+    EXPECT_THAT(Va("sums --json odd").out, HasSubstr(R"("name":"a\u009d.txt")"));
+    if (Shell("script -V >/dev/null 2>&1") != 0) GTEST_SKIP() << "needs script";
+    ASSERT_EQ(Shell("cd " + folder_.Path() + " && script -qec '" VA " sums odd' shown >/dev/null"),
+              0);
+    EXPECT_THAT(folder_.Read("shown"), HasSubstr("  a\\x9d.txt\r\n"));
+}
+
 TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
     folder_.Write("Town.sums", Va("sums Town.va").out);
     ASSERT_EQ(Shell("cd " + folder_.Path("town") +
@@ -48,6 +61,9 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
         {"verify town Town.sums", 0, "town: as Town.sums says\n"},
         {"verify Town.va found.sums", 0, "Town.va: as found.sums says\n"},
         {"verify Town.va - <found.sums", 0, "Town.va: as - says\n"},
+        {"verify Town.sums town", 0, "town: as Town.sums says\n"},
+        {"verify - Town.va <found.sums", 0, "Town.va: as - says\n"},
+        {"verify -v Town.va Town.sums", 0, "same C.txt\nsame a b.txt\n"},
         {"verify nowhere Town.sums", 9, "nowhere"},
     });
     // Nothing is listed of nothing; an empty archive is a download that failed.

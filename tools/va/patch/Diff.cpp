@@ -50,6 +50,30 @@ std::string BaseName(const std::string& operand) {
     return path.filename().string();
 }
 
+// A manifest holds lines of plain text. The file of the note is named here, for below only the
+// patch is known.
+void JudgeNote(const std::string& path, std::string_view note) {
+    constexpr std::size_t kMostNoteBytes = 65536;
+    if (note.size() > kMostNoteBytes) {
+        Refuse(Shown(path) + ": a note has at most " + GroupedDigits(kMostNoteBytes) + " bytes");
+    }
+    for (std::size_t number = 1; !note.empty(); ++number) {
+        const std::string_view line = note.substr(0, note.find('\n'));
+        note.remove_prefix(std::min(note.size(), line.size() + 1));
+        const auto refuse = [&](const std::string& what) {
+            Refuse(Shown(path) + ": line " + std::to_string(number) + " " + what);
+        };
+        if (!IsUtf8(line)) refuse("is not UTF-8; save the note as UTF-8");
+        for (std::size_t i = 0; i < line.size(); ++i) {
+            const auto byte = static_cast<unsigned char>(line[i]);
+            const bool isLong = byte == 0xC2 && static_cast<unsigned char>(line[i + 1]) < 0xA0;
+            if (!isLong && byte != 0x7F && (byte >= 0x20 || byte == '\t')) continue;
+            refuse("has the control character " + Shown(line.substr(i, isLong ? 2 : 1)) +
+                   "; a note is plain text");
+        }
+    }
+}
+
 std::string ReadNote(const std::string& path) {
     std::ifstream file;
     if (path != "-") file.open(path, std::ios::binary);
@@ -61,6 +85,7 @@ std::string ReadNote(const std::string& path) {
     }
     std::erase(note, '\r');
     while (note.ends_with('\n')) note.pop_back();
+    JudgeNote(path, note);
     return note;
 }
 

@@ -34,9 +34,18 @@ const char* NameOf(Verdict::Side side) {
 }
 
 void WriteSuspects(Run& run, const Verdict& verdict) {
-    if (!run.answer.IsJson()) return;
+    const char* const what = verdict.side == Verdict::Side::Damaged ? "damaged "
+                             : verdict.certain                      ? "changed "
+                                                                    : "perhaps changed ";
     for (const std::string& member : verdict.members) {
-        run.answer.Write(JsonObject("suspect").Set("name", member).Set("certain", verdict.certain));
+        run.talk.Detail(what + Shown(member));
+        if (!run.answer.IsJson()) continue;
+        JsonObject object("suspect");
+        object.Set("name", member).Set("certain", verdict.certain);
+        if (verdict.side == Verdict::Side::Neither) {
+            object.Set("side", verdict.likeNew ? "new" : "old");
+        }
+        run.answer.Write(object);
     }
 }
 

@@ -25,7 +25,7 @@ struct PatchOperands {
 // "changed", "added", "moved", "removed" or "empty"
 [[nodiscard]] const char* WordOf(MemberChange::Kind kind);
 
-// Writes the members that a verdict names as objects; only with --json.
+// Writes the members that a verdict names: as lines with -v, as objects with --json.
 void WriteSuspects(Run& run, const Verdict& verdict);
 
 }  // namespace va::tool

@@ -4,6 +4,7 @@
 #include "platform/Directories.h"
 #include "tools/va/Run.h"
 #include "tools/va/ShownText.h"
+#include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
 #include "tools/va/patch/ReasonTable.h"
 #include "tools/va/patch/ReportPage.h"
@@ -15,9 +16,9 @@ namespace {
 constexpr Operand kOperands[] = {
     {.name = "PATCH", .meaning = "a patch archive", .completes = Completes::Patches},
 };
-constexpr std::array kOptions = {&kOutput, &kForce, &kDryRun, &kJson};
+constexpr std::array kOptions = {&kOutput, &kForce, &kDryRun, &kJobs, &kJson};
 constexpr std::array<std::string_view, 2> kExamples = {
-    "va report Town-1.0-1.1.patch.va", "va report Town-1.0-1.1.patch.va -o why.html"};
+    "va report Town-1.0-Town-1.1.patch.va", "va report Town-1.0-Town-1.1.patch.va -o why.html"};
 
 void WriteTable(Answer& answer, const PatchReport& report) {
     constexpr std::size_t kReasonColumns = 44;
@@ -50,6 +51,13 @@ void WriteJson(Answer& answer, const PatchReport& report) {
     }
 }
 
+void TellMembers(Run& run, const PatchReport& report) {
+    for (const PatchReport::Item& item : report.items) {
+        run.talk.Detail(std::string(CodeOf(item.reason)) + " " + Shown(item.name) + ", " +
+                        ShownBytes(item.patchBytes));
+    }
+}
+
 void WritePage(Run& run, const PatchReport& report, const std::string& path) {
     const std::string page =
         ReportPage(report, std::filesystem::path(run.Operand(0)).filename().string());
@@ -68,7 +76,8 @@ ExitCode RunReport(Run& run) {
     if (output && output == "-" && run.answer.IsJson()) {
         throw Failure{ExitCode::Usage, "--json and -o - both want standard output; leave one out"};
     }
-    const PatchReport report = ReportPatch(run.Operand(0));
+    const PatchReport report = ReportPatch(run.Operand(0), run.Jobs(), ProgressOf(run));
+    TellMembers(run, report);
     if (output) WritePage(run, report, *output);
     if (run.answer.IsJson()) {
         WriteJson(run.answer, report);
@@ -90,7 +99,8 @@ Command ReportCommand() {
                 "Shows how many bytes of PATCH go to new content, to members that changed almost "
                 "wholly (their diff is larger than half the content, as when pictures or sounds "
                 "are encoded anew), to members that were moved or copied, to members that changed "
-                "in part, and to lists and headers.\n"
+                "in part, and to lists and headers. With -v each member has a line, the largest "
+                "first. A damaged patch is refused as by 'va apply'.\n"
                 "\n"
                 "With -o FILE.html it writes one page instead: a map whose areas are bytes of the "
                 "patch, with the largest members below. The page needs nothing else and runs no "

@@ -16,12 +16,18 @@ constexpr Operand kOperands[] = {
      .completes = Completes::Patches},
 };
 constexpr std::array kOptions = {&kJobs, &kJson};
-constexpr std::array<std::string_view, 2> kExamples = {"va verify Town.va town-1.1.patch.va",
-                                                       "va verify Town.va Town.sums"};
+constexpr std::array<std::string_view, 3> kExamples = {"va verify Town.va town-1.1.patch.va",
+                                                       "va verify Town.va Town.sums",
+                                                       "va sums Town.va | va verify - town/"};
 
 ExitCode RunVerify(Run& run) {
-    if (const auto sums = ReadSumsFile(run.Operand(1))) {
-        return VerifySums(run, run.Operand(0), run.Operand(1), *sums);
+    for (const std::size_t at : {1, 0}) {
+        const std::string& path = run.Operand(at);
+        if (const auto sums = ReadSumsFile(path)) {
+            return VerifySums(run, run.Operand(1 - at), path, *sums);
+        }
+        // Beside a patch, an empty file is an archive that did not arrive.
+        if (IsPatch(path)) break;
     }
     const PatchOperands operands = SortOperands(run);
     const Verdict verdict =
@@ -51,8 +57,12 @@ Command VerifyCommand() {
                 "side of the patch TARGET is. The exit code is 0 for either side, 1 for neither, "
                 "and 2 when TARGET or PATCH is damaged.\n"
                 "\n"
-                "With a file of sha256sum, such as 'va sums' prints, it tells which members of "
-                "TARGET differ, are missing or unlisted: the exit code is 1 if there are any.\n",
+                "With a file of sha256sum, such as 'va sums' prints, in either place, it tells "
+                "which members of TARGET differ, are missing or unlisted: the exit code is 1 if "
+                "there are any.\n"
+                "\n"
+                "With -v every member that keeps TARGET from being a side of the patch has a line, "
+                "or every member that is as the sums say.\n",
             .examples = kExamples,
             .run = RunVerify};
 }

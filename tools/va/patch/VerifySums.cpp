@@ -24,6 +24,18 @@ const char* NameOf(SumMismatch::Kind kind) {
     }
 }
 
+void TellSame(Run& run, const std::vector<Sum>& sums, const std::vector<SumMismatch>& mismatches) {
+    // Those that are listed come first and in the order of the sums.
+    auto next = mismatches.begin();
+    for (const Sum& sum : sums) {
+        if (next != mismatches.end() && next->name == sum.name) {
+            ++next;
+        } else {
+            run.talk.Detail("same " + Shown(sum.name));
+        }
+    }
+}
+
 std::string ReadAll(std::istream& in) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
@@ -64,6 +76,7 @@ ExitCode VerifySums(Run& run, const std::string& target, const std::string& path
             run.answer.Write(Shown(name) + ": " + NameOf(kind) + "\n");
         }
     }
+    if (run.talk.IsVerbose()) TellSame(run, sums, mismatches);
     run.answer.Last().Set("file", target).Set("side", mismatches.empty() ? "same" : "neither");
     if (mismatches.empty()) {
         if (!run.answer.IsJson()) {

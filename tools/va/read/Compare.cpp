@@ -1,6 +1,7 @@
 #include "vaconverter/compare.h"
 
 #include <array>
+#include <set>
 
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
@@ -37,6 +38,13 @@ KindName NameOf(Difference::Kind kind) {
     }
 }
 
+std::string SizesOf(const Difference& difference) {
+    using enum Difference::Kind;
+    if (difference.kind == Removed) return ShownBytes(difference.oldSize);
+    const std::string fresh = ShownBytes(difference.newSize);
+    return difference.kind == Changed ? ShownBytes(difference.oldSize) + " -> " + fresh : fresh;
+}
+
 void WriteDifference(Answer& answer, const Difference& difference) {
     const KindName kind = NameOf(difference.kind);
     if (!answer.IsJson()) {
@@ -50,6 +58,19 @@ void WriteDifference(Answer& answer, const Difference& difference) {
     answer.Write(object.Set("old_size", difference.oldSize).Set("new_size", difference.newSize));
 }
 
+// With -v, on standard error: sizes of what differs, and the members that are the same.
+void TellMembers(Run& run, const Archive& b, const Comparison& comparison) {
+    std::set<std::string_view> different;
+    for (const Difference& difference : comparison.differences) {
+        different.insert(difference.name);
+        run.talk.Detail(NameOf(difference.kind).word + (" " + Shown(difference.name)) + ", " +
+                        SizesOf(difference));
+    }
+    for (const Member& member : b.Members()) {
+        if (!different.contains(member.Name())) run.talk.Detail("same " + Shown(member.Name()));
+    }
+}
+
 ExitCode RunCompare(Run& run) {
     const Archive a = OpenSide(run, run.Operand(0));
     const Archive b = OpenSide(run, run.Operand(1));
@@ -59,6 +80,7 @@ ExitCode RunCompare(Run& run) {
         ++counts.at(static_cast<std::size_t>(difference.kind));
         if (!run.Has(kStat)) WriteDifference(run.answer, difference);
     }
+    if (run.talk.IsVerbose()) TellMembers(run, b, comparison);
     const auto count = [&](Difference::Kind kind) {
         return counts.at(static_cast<std::size_t>(kind));
     };
@@ -84,18 +106,21 @@ ExitCode RunCompare(Run& run) {
 }  // namespace
 
 Command CompareCommand() {
-    return {.words = "compare",
-            .summary = "show what differs between two archives or folders",
-            .operands = kOperands,
-            .options = kOptions,
-            .details =
-                "Compares the members of A and B by name and content. Each line has a letter, a "
-                "tab and the name: A added, M changed, D removed, R renamed (old and new name). "
-                "Names that differ in "
-                "letter case only are one name. The exit code is 0 when both are equal, 1 when "
-                "they differ or files of a folder cannot be members.\n",
-            .examples = kExamples,
-            .run = RunCompare};
+    return {
+        .words = "compare",
+        .summary = "show what differs between two archives or folders",
+        .operands = kOperands,
+        .options = kOptions,
+        .details =
+            "Compares the members of A and B by name and content. Each line has a letter, a "
+            "tab and the name: A added, M changed, D removed, R renamed (old and new name). "
+            "Names that differ in letter case only are one name. With -v standard error has a line "
+            "for each member: its sizes where it differs, and 'same' where it does not.\n"
+            "\n"
+            "The exit code is 0 when both are equal, 1 when "
+            "they differ or files of a folder cannot be members.\n",
+        .examples = kExamples,
+        .run = RunCompare};
 }
 
 }  // namespace va::tool

@@ -4,6 +4,7 @@
 #include <array>
 #include <tuple>
 
+#include "platform/Terminal.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/read/ReadCommands.h"
@@ -25,6 +26,7 @@ ExitCode RunSums(Run& run) {
     std::ranges::sort(members, [&](const Member& a, const Member& b) {
         return std::tie(a.Name(), digests[a.Index()]) < std::tie(b.Name(), digests[b.Index()]);
     });
+    const bool isShown = platform::IsTerminal(platform::StandardStream::Output);
     for (const Member& member : members) {
         const Sha256& digest = digests[member.Index()];
         if (run.answer.IsJson()) {
@@ -33,7 +35,8 @@ ExitCode RunSums(Run& run) {
                                  .Set("size", member.Size())
                                  .Set("sha256", HexOf(digest)));
         } else {
-            run.answer.Write(SumLine(member.Name(), digest));
+            run.answer.Write(isShown ? HexOf(digest) + "  " + Shown(member.Name()) + "\n"
+                                     : SumLine(member.Name(), digest));
         }
     }
     const std::string all = HexOf(ContentDigest(archive, digests));
@@ -59,7 +62,9 @@ Command SumsCommand() {
                 "folder with the same content give the same lines, whatever their order and "
                 "compression. The summary has the digest of all lines.\n"
                 "\n"
-                "Names with a backslash or a line end are escaped as sha256sum does.\n",
+                "Names with a backslash or a line end are escaped as sha256sum does. In a file or "
+                "pipe all other characters are as in the names of extracted files, so that "
+                "sha256sum finds them; a terminal gets control characters as \\x81.\n",
             .examples = kExamples,
             .run = RunSums};
 }
