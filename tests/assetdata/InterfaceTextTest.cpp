@@ -80,16 +80,19 @@ TEST_F(InterfaceTexts, TheCodeChoosesTheFile) {
     WriteCompiled("interfacetext.chump", "$name text");
     Reloaded();
     std::string before = "text";
-    for (const std::string row :
-         {"de German",    "FR French",    "It Italian",   "RU Russian",    "CZ Czech",
-          "PL Polish",    "ES Spanish",   "CN Chinese",   "NL Dutch",      "KR Korean",
-          "HU Hungarian", "SE Hungarian", "CH Hungarian", "DEU Hungarian", "EN text",
-          "DE German",    "au text",      "DE German",    "US text",       "DE German",
-          "UK text",      "DE German",    " text"}) {
-        SCOPED_TRACE(row);
-        const std::string language = row.substr(row.find(' ') + 1);
+    // The middle part of the file's name. English codes, and none, are between others, so that each
+    // must replace another language.
+    for (const auto& [code, language] : Table<const char*, std::string>{
+             {"de", "German"},    {"FR", "French"},     {"It", "Italian"},   {"RU", "Russian"},
+             {"CZ", "Czech"},     {"PL", "Polish"},     {"ES", "Spanish"},   {"CN", "Chinese"},
+             {"NL", "Dutch"},     {"KR", "Korean"},     {"HU", "Hungarian"}, {"SE", "Hungarian"},
+             {"CH", "Hungarian"}, {"DEU", "Hungarian"}, {"EN", "text"},      {"DE", "German"},
+             {"au", "text"},      {"DE", "German"},     {"US", "text"},      {"DE", "German"},
+             {"UK", "text"},      {"DE", "German"},     {"", "text"},
+         }) {
+        SCOPED_TRACE(code);
         WriteCompiled("interface" + language + ".chump", "$name " + language);
-        InterfaceTextDB::SetLanguage(row.substr(0, row.find(' ')).c_str());
+        InterfaceTextDB::SetLanguage(code);
         EXPECT_EQ(Text("$name"), before) << "a loaded table stays";
         Reloaded();
         EXPECT_EQ(Text("$name"), language);
@@ -179,16 +182,26 @@ TEST_F(InterfaceTexts, SizesAndRatesUseItsWords) {
                   "$cm_general_bps \"$(BYTES) B/s\"\n$cm_general_kbps \"at $(KILOBYTES) KB/s\"\n"
                   "$cm_general_mbps \"$(MEGABYTES) MB/s\"\n");
     Reloaded();
-    std::string texts;
-    for (const std::int64_t size : {-1LL, 0LL, 1023LL, 1024LL, 1048576LL, 1048577LL, 1LL << 53}) {
-        texts.append(SizeText(size).View()).append("|");
+    for (const auto& [bytes, text] : Table<std::int64_t, const char*>{
+             {-1, "?"},
+             {0, "0 B"},
+             {1023, "1023 B"},
+             {1024, "1.00 KB"},
+             {1'048'576, "1024.00 KB"},
+             {1'048'577, "1.00 MB"},
+             {1LL << 53, "8388608.00 GB"},
+         }) {
+        EXPECT_EQ(SizeText(bytes).View(), text);
     }
-    for (const double rate : {1023.5, 1024., 1048576., 1048577., 5e9}) {
-        texts.append(RateText(rate).View()).append("|");
+    for (const auto& [bytesPerSecond, text] : Table<double, const char*>{
+             {1023.5, "1023.50 B/s"},
+             {1024, "at 1.00 KB/s"},
+             {1'048'576, "at 1024.00 KB/s"},
+             {1'048'577, "1.00 MB/s"},
+             {5e9, "4768.37 MB/s"},
+         }) {
+        EXPECT_EQ(RateText(bytesPerSecond).View(), text);
     }
-    EXPECT_EQ(texts,
-              "?|0 B|1023 B|1.00 KB|1024.00 KB|1.00 MB|8388608.00 GB|"
-              "1023.50 B/s|at 1.00 KB/s|at 1024.00 KB/s|1.00 MB/s|4768.37 MB/s|");
     fs::remove(folder_.Path("interfacetext.txt"));
     Reloaded();
     EXPECT_EQ(SizeText(5).View(), "5 $cm_general_bytes");

@@ -22,14 +22,40 @@ protected:
 };
 
 TEST_F(HostileArchives, NamesLeadNowhereElse) {
-    std::vector<std::string> names =
-        Cells(R"(../evil|../../evil|..\evil|a/../../../evil|/evil|//evil|\evil|a//evil|a/|./evil|)"
-              R"(a/./evil|a\..\evil|C:evil|C:/evil|old:evil|bad"x" evil|*|a/*/evil|?| |-evil|)"
-              "$(touch evil)|old-diff.va|old-diff.va/x|evil.diff/x|bad\nevil");
-    names.insert(names.end(), {folder_.Path("outside"), std::string(250, 'x')});
+    const Table<const char*, std::string> rows = {
+        {"parent", "../evil"},
+        {"two parents", "../../evil"},
+        {"parent after a backslash", "..\\evil"},
+        {"more parents than folders", "a/../../../evil"},
+        {"parent inside, backslashes", "a\\..\\evil"},
+        {"absolute", "/evil"},
+        {"absolute, in this test's folder", folder_.Path("outside")},
+        {"absolute, two separators", "//evil"},
+        {"absolute, backslash", "\\evil"},
+        {"empty folder name", "a//evil"},
+        {"empty file name", "a/"},
+        {"this folder", "./evil"},
+        {"this folder inside", "a/./evil"},
+        {"drive", "C:evil"},
+        {"root of a drive", "C:/evil"},
+        {"the old archive's mount", "old:evil"},
+        {"quotes for a command line", "bad\"x\" evil"},
+        {"wildcard", "*"},
+        {"wildcard folder", "a/*/evil"},
+        {"wildcard of one character", "?"},
+        {"blank", " "},
+        {"an option", "-evil"},
+        {"a command for a shell", "$(touch evil)"},
+        {"the patch", "old-diff.va"},
+        {"a file below the patch", "old-diff.va/x"},
+        {"a folder named as a working file", "evil.diff/x"},
+        {"line feed", "bad\nevil"},
+        {"no name at all", ""},
+        {"long", std::string(250, 'x')},
+    };
     int count = 0;
-    for (const std::string& name : names) {
-        SCOPED_TRACE(name);
+    for (const auto& [kind, name] : rows) {
+        SCOPED_TRACE(kind);
         const std::string place = std::to_string(count++) + "/";
         Pack(place + "old.va", {{"same", "1"}, {name, "old"}});
         Pack(place + "new.va", {{name, "new"}, {"same", "1"}});

@@ -2,12 +2,6 @@
 
 namespace Vorn::Testing {
 
-std::vector<std::string> Cells(std::string_view row) {
-    std::vector<std::string> cells(1);
-    for (const char c : row) c == '|' ? void(cells.emplace_back()) : cells.back().push_back(c);
-    return cells;
-}
-
 std::string Noise(std::size_t size, unsigned seed) {
     std::minstd_rand random(seed);
     std::string bytes(size, '\0');

@@ -50,9 +50,6 @@ protected:
 template <typename... Cells>
 using Table = std::vector<std::tuple<Cells...>>;
 
-// A row of a table of texts: its cells stand between '|'.
-[[nodiscard]] std::vector<std::string> Cells(std::string_view row);
-
 // Bytes that do not compress, and bytes that do; the same for the same seed.
 [[nodiscard]] std::string Noise(std::size_t size, unsigned seed = 1);
 [[nodiscard]] std::string Prose(std::size_t size);

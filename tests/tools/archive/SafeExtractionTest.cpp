@@ -33,20 +33,51 @@ protected:
 
 TEST_F(SafeExtraction, NothingOutsideChangesAndTheOtherMembersAreExtracted) {
     const std::string root = folder.Path();
-    Names names = Cells(
-        R"(../kept|../new|../away/kept|../away/new|../fresh/new|..\kept|..\away\new|./../kept|)"
-        R"(.\..\new|here/../../kept|here\..\..\new|here/./../../new|here/none/../../../new|)"
-        R"(none/../../new|../../new|../work/../new|..//new|../|here/../../away/kept|..\../kept|)"
-        R"(C:\new|C:/new|C:new|c:..\kept|out/kept|out/new|out/fresh/new|full/kept|out\new|)"
-        R"(here/up/new|file|dangling)");
-    for (const char* name : {"/kept", "/new", "/away/kept", "/fresh/new"}) {
-        names.push_back(root + name);
-    }
-    names.insert(names.end(), {"/" + root + "/new", "//" + root + "/kept",
-                               "\\" + root.substr(1) + "/new", "C:" + root + "/new"});
-    ASSERT_EQ(names.size(), 40U);
-    std::size_t byLinks = 0;
-    for (const std::string& name : names) {
+    // A member, and what leads it out of the folder: its name, or a link in the folder.
+    enum Leader : std::uint8_t { kName, kLink };
+    const Table<std::string, Leader> rows = {
+        {"../kept", kName},
+        {"../new", kName},
+        {"../away/kept", kName},
+        {"../away/new", kName},
+        {"../fresh/new", kName},
+        {"..\\kept", kName},
+        {"..\\away\\new", kName},
+        {"./../kept", kName},
+        {".\\..\\new", kName},
+        {"here/../../kept", kName},
+        {"here\\..\\..\\new", kName},
+        {"here/./../../new", kName},
+        {"here/none/../../../new", kName},
+        {"none/../../new", kName},
+        {"../../new", kName},
+        {"../work"s + "/../new", kName},
+        {"..//new", kName},
+        {"../", kName},
+        {"here/../../away/kept", kName},
+        {"..\\../kept", kName},
+        {"C:\\new", kName},
+        {"C:/new", kName},
+        {"C:new", kName},
+        {"c:..\\kept", kName},
+        {"out/kept", kLink},
+        {"out/new", kLink},
+        {"out/fresh/new", kLink},
+        {"full/kept", kLink},
+        {"out\\new", kName},
+        {"here/up/new", kLink},
+        {"file", kLink},
+        {"dangling", kLink},
+        {root + "/kept", kName},
+        {root + "/new", kName},
+        {root + "/away/kept", kName},
+        {root + "/fresh/new", kName},
+        {"/" + root + "/new", kName},
+        {"//" + root + "/kept", kName},
+        {"\\" + root.substr(1) + "/new", kName},
+        {"C:" + root + "/new", kName},
+    };
+    for (const auto& [name, leader] : rows) {
         SCOPED_TRACE(name);
         folder.Write("work/x.va", RawArchive({{"a", "first"}, {name, "evil"}, {"z", "last"}}));
         const Outcome all = RunAtWork("-r -k e x.va");
@@ -55,7 +86,8 @@ TEST_F(SafeExtraction, NothingOutsideChangesAndTheOtherMembersAreExtracted) {
             << all.printed << all.problems;
         EXPECT_EQ(all.exitCode, 1) << "every refused member is reported";
         EXPECT_EQ(folder.Read("work/a") + folder.Read("work/z"), "firstlast");
-        byLinks += CountOf("Error, Destination leaves the folder!\n", all.printed);
+        EXPECT_EQ(CountOf("Error, Destination leaves the folder!\n", all.printed),
+                  leader == kLink ? 1U : 0U);
         fs::remove("work/a");
         fs::remove("work/z");
         for (const std::string command : {"e", "-k e", "-n e", "-k -pnew e", "l", "b", "-k a"}) {
@@ -63,7 +95,6 @@ TEST_F(SafeExtraction, NothingOutsideChangesAndTheOtherMembersAreExtracted) {
             EXPECT_TRUE(Outside() == outside_) << command;
         }
     }
-    EXPECT_EQ(byLinks, 7U);
 }
 
 TEST_F(SafeExtraction, LinksThatStayInsideAreFollowedAndANamedFolderMayBeAnywhere) {

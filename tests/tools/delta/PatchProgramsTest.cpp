@@ -106,17 +106,28 @@ TEST_F(PatchPrograms, ExplainThemselves) {
 TEST_F(PatchPrograms, FailWithACodeALineAndNoOutput) {
     ASSERT_EQ(Diff("old new diff"), 0);
     ASSERT_EQ(Run("head -c 40 diff >cut; : >empty; mkdir dir; mkfifo fifo"), 0);
-    for (const char* row :
-         {"diff||1", "diff|old new|1", "patch|old diff out more|1", "diff|missing new out|2",
-          "diff|old dir out|2", "patch|old missing out|2", "diff|old new missing/out|3",
-          "diff|old new dir|3", "patch|old diff /dev/null|3", "diff|old new fifo|3",
-          "patch|old cut out|4", "patch|old empty out|4", "patch|old new out|4",
-          "patch|new diff out|5", "diff|old \"$(printf 'two\\nlines')\" out|2"}) {
-        SCOPED_TRACE(row);
-        const auto cells = Cells(row);
-        const bool patch = cells[0] == "patch";
-        EXPECT_EQ(patch ? Patch(cells[1]) : Diff(cells[1]), std::stoi(cells[2]));
-        ExpectOneLine(patch ? "vpatchl-w32.exe" : "vdiffl-w32.exe");
+    enum Program : std::uint8_t { kDiff, kPatch };
+    const Table<Program, const char*, int> rows = {
+        {kDiff, "", 1},
+        {kDiff, "old new", 1},
+        {kPatch, "old diff out more", 1},
+        {kDiff, "missing new out", 2},
+        {kDiff, "old dir out", 2},
+        {kDiff, "old \"$(printf 'two\\nlines')\" out", 2},
+        {kPatch, "old missing out", 2},
+        {kDiff, "old new missing/out", 3},
+        {kDiff, "old new dir", 3},
+        {kDiff, "old new fifo", 3},
+        {kPatch, "old diff /dev/null", 3},
+        {kPatch, "old cut out", 4},
+        {kPatch, "old empty out", 4},
+        {kPatch, "old new out", 4},
+        {kPatch, "new diff out", 5},
+    };
+    for (const auto& [program, words, exitCode] : rows) {
+        SCOPED_TRACE(words);
+        EXPECT_EQ(program == kPatch ? Patch(words) : Diff(words), exitCode);
+        ExpectOneLine(program == kPatch ? "vpatchl-w32.exe" : "vdiffl-w32.exe");
         EXPECT_FALSE(folder.Has("out") || LeftUnfinished());
     }
     Write("kept", FromText("as it was"));
