@@ -68,8 +68,8 @@ function(vorn_test name)
   target_link_libraries(${name} PRIVATE
     vorn_test_flags ${ARG_LINKS} test_support GTest::gtest_main)
   # Reading the test framework's headers is most of what compiling a test costs.
-  if(TARGET test_headers)
-    target_precompile_headers(${name} REUSE_FROM test_headers)
+  if(TARGET test_pch)
+    target_precompile_headers(${name} REUSE_FROM test_pch)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
