@@ -1,6 +1,7 @@
 #include "delta/Make.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 
 #include "delta/DiffFormat.h"
@@ -59,13 +60,14 @@ std::optional<std::size_t> WriteModelled(const Inputs& files, Workspace::Parts& 
 // so that the finished diff is in one piece without being moved.
 class Contest {
 public:
-    Contest(const Inputs& files, Workspace::Parts& parts)
-        : files_(files), parts_(parts), size_(files.newFile.size()) {}
+    // `room` bounds the payloads.
+    Contest(const Inputs& files, Workspace::Parts& parts, std::uint64_t room)
+        : files_(files), parts_(parts), room_(room), size_(files.newFile.size()) {}
 
     // Returns room for a payload that is smaller than the best so far: larger ones are given up
     // early.
     [[nodiscard]] Output Room() {
-        return parts_.trial.Take(kMostOverhead + size_ - 1).subspan(kMostOverhead);
+        return parts_.trial.Take(kMostOverhead + std::min(size_ - 1, room_)).subspan(kMostOverhead);
     }
 
     // `write` fills Room() from the front and returns the bytes written; nullopt if they do not
@@ -82,6 +84,7 @@ public:
 
     // Returns the size of the smallest payload.
     [[nodiscard]] std::uint64_t Size() const noexcept { return size_; }
+    [[nodiscard]] bool IsStored() const noexcept { return method_ == Method::Stored; }
 
     [[nodiscard]] ByteView Finish() {
         const Output whole = parts_.best.Take(kMostOverhead + size_);
@@ -96,6 +99,7 @@ public:
 private:
     const Inputs& files_;
     Workspace::Parts& parts_;
+    const std::uint64_t room_;
     Method method_ = Method::Stored;
     std::uint64_t size_;
 };
@@ -104,17 +108,19 @@ private:
 class Maker {
 public:
     Maker(const Inputs& files, Workspace::Parts& parts, const MakePlan& plan)
-        : files_(files), parts_(parts), plan_(plan), contest_(files, parts) {}
+        : files_(files), parts_(parts), plan_(plan), contest_(files, parts, plan.room) {}
 
     ByteView Run() {
         if (plan_.index) TrySegments();
         if (plan_.zstdLevel != 0) TryZstd();
+        if (plan_.sharesRoom && contest_.IsStored()) ReleaseTables();
         return contest_.Finish();
     }
 
 private:
     void TrySegments();
     void TryZstd();
+    void ReleaseTables();
     [[nodiscard]] std::uint64_t QuickSize();
     [[nodiscard]] bool ModelsAreInVain(const CodedBytes& coded);
 
@@ -134,7 +140,8 @@ private:
 std::uint64_t Maker::QuickSize() {
     if (!quickSize_) {
         const std::size_t most = files_.newFile.size();
-        quickSize_ = PackZstd(plan_.quickLevel, parts_.trial.Take(most - 1)).value_or(most);
+        const Output room = parts_.trial.Take(std::min<std::uint64_t>(most - 1, plan_.room));
+        quickSize_ = PackZstd(plan_.quickLevel, room).value_or(most);
     }
     return *quickSize_;
 }
@@ -186,6 +193,12 @@ void Maker::TryZstd() {
     if (noise_ && QuickSize() == files_.newFile.size()) return;
     if (QuickSize() > contest_.Size() + contest_.Size() / 8) return;
     contest_.Try(Method::ZstdAfter, [&](Output room) { return PackZstd(plan_.zstdLevel, room); });
+}
+
+// Makes room for the diff that stores the new content.
+void Maker::ReleaseTables() {
+    std::destroy_at(&parts_);
+    std::construct_at(&parts_);
 }
 
 }  // namespace

@@ -59,26 +59,53 @@ void PlanZstd(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, M
     }
 }
 
-}  // namespace
-
-MakePlan PlanFor(std::uint64_t oldSize, std::uint64_t newSize, std::uint64_t memoryLimit) {
+// Plans everything beside the best diff so far, for which `memory` has room already.
+MakePlan PlanAmple(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory) {
     MakePlan plan;
-    Allowance memory(memoryLimit);
-    const std::uint64_t room = newSize + kMostOverhead;
-    if (!memory.Take(room + sizeof(Workspace::Parts))) {
-        throw Error(ErrorKind::OutOfMemory,
-                    "the memory limit is below the size of the new content");
-    }
+    plan.room = newSize;
     // Each attempt is written beside the best diff so far.
-    if (memory.Take(room)) {
+    if (memory.Take(newSize + kMostOverhead)) {
         PlanSegments(oldSize, newSize, memory, plan);
         PlanZstd(oldSize, newSize, memory, plan);
         // Streams are for pairs that the models would take too long for.
         plan.streams = plan.index && newSize > MostModelledBytes(newSize) &&
                        memory.Take(SegmentStreams::Memory(newSize, plan.index->keySize));
     }
-    plan.memory = memory.Taken();
     return plan;
+}
+
+// Plans with the room of a diff that stores the new content: it is taken only after the search
+// found nothing. What a search is for, content that changed in part, has small diffs.
+MakePlan PlanThrifty(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory) {
+    MakePlan plan;
+    plan.sharesRoom = true;
+    plan.room = MostModelledBytes(newSize);
+    if (memory.Take(plan.room + kMostOverhead)) {
+        PlanSegments(oldSize, newSize, memory, plan);
+        PlanZstd(oldSize, newSize, memory, plan);
+    }
+    return plan;
+}
+
+}  // namespace
+
+MakePlan PlanFor(std::uint64_t oldSize, std::uint64_t newSize, std::uint64_t memoryLimit) {
+    const std::uint64_t least = sizeof(Workspace::Parts) + newSize + kMostOverhead;
+    if (memoryLimit < least) {
+        throw Error(ErrorKind::OutOfMemory,
+                    "the memory limit is below the size of the new content");
+    }
+    Allowance ample(memoryLimit);
+    (void)ample.Take(least);
+    MakePlan plan = PlanAmple(oldSize, newSize, ample);
+    plan.memory = ample.Taken();
+    if (plan.index) return plan;
+    Allowance thrifty(memoryLimit);
+    (void)thrifty.Take(sizeof(Workspace::Parts));
+    MakePlan sharing = PlanThrifty(oldSize, newSize, thrifty);
+    if (!sharing.index) return plan;
+    sharing.memory = std::max(least, thrifty.Taken());
+    return sharing;
 }
 
 }  // namespace delta

@@ -13,6 +13,10 @@ struct MakePlan {
     // The index for finding segments; nullopt if methods 1 and 2 are not tried.
     std::optional<OldIndex::Shape> index;
     bool streams = false;
+    // Bytes of the largest payload that is tried. Below the size of the new content, the tables and
+    // the room of a diff that stores it are never held at once: they are released before.
+    std::uint64_t room = 0;
+    bool sharesRoom = false;
     // The levels of zstd for a first look and for the result; 0 if method 3 is not tried.
     int quickLevel = 0;
     int zstdLevel = 0;

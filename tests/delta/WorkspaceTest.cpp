@@ -100,6 +100,30 @@ TEST(Workspace, KeepsToALimitWithLargerDiffs) {
     }
 }
 
+// In a large file: memory for a diff that stores the new content is enough for the search too.
+TEST(Workspace, FindsWhatIsUnchangedUnderAnyLimit) {
+    constexpr std::size_t kSize = 16'000'000;
+    const ByteBuffer before = Noise(kSize, 1);
+    ByteBuffer after = before;
+    after[kSize / 3] ^= 1U;
+    after[kSize / 2] ^= 1U;
+    const ByteBuffer other = Noise(kSize, 2);
+    Workspace workspace;
+    for (const std::uint64_t extra : {0U, 12U << 20, 24U << 20}) {
+        SCOPED_TRACE(extra);
+        const Options options{.memoryLimit = kSize + 80'000 + extra};
+        const ByteBuffer diff =
+            FromBytes(MakeDelta(AsBytes(before), AsBytes(after), workspace, options));
+        EXPECT_LE(workspace.MemoryHeld(), options.memoryLimit);
+        EXPECT_LE(diff.size(), 200U);
+        EXPECT_TRUE(Makes(before, diff, after));
+        const ByteBuffer stored =
+            FromBytes(MakeDelta(AsBytes(before), AsBytes(other), workspace, options));
+        EXPECT_LE(workspace.MemoryHeld(), options.memoryLimit);
+        EXPECT_TRUE(Makes(before, stored, other));
+    }
+}
+
 TEST(Workspace, RefusesWhatALimitCannotHold) {
     const ByteBuffer content = Noise(1'000'000, 1);
     Workspace workspace;
