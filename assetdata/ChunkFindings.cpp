@@ -16,7 +16,7 @@ public:
         VisitPayload(record);
     }
 
-    void Tell(TagFault fault, std::uint32_t offset, std::string_view name = {}) {
+    void Report(TagFault fault, std::uint32_t offset, std::string_view name = {}) {
         observer_.OnFinding(
             {fault, {kChunkFileHeaderSize + std::uint64_t{offset}}, Printable(name)});
     }
@@ -24,12 +24,12 @@ public:
 private:
     void VisitName(const ChunkRecord& record) {
         const std::uint32_t nameEnd = record.offset + kLeastRecord + record.nameField;
-        if (nameEnd > record.next) Tell(TagFault::NamePastRecord, record.offset, record.name);
+        if (nameEnd > record.next) Report(TagFault::NamePastRecord, record.offset, record.name);
         if (record.nameField == 0) return;
         if (record.name.size() == record.nameField) {
-            Tell(TagFault::NameWithoutZero, record.offset, record.name);
+            Report(TagFault::NameWithoutZero, record.offset, record.name);
         } else if (record.name.size() + 1 < record.nameField) {
-            Tell(TagFault::NameBehindZero, record.offset, record.name);
+            Report(TagFault::BytesAfterName, record.offset, record.name);
         }
     }
 
@@ -45,18 +45,19 @@ private:
                 return VisitText(record, payload);
             case kRecordIntegers:
             case kRecordFloats:
-                if (payload.size() % 4 != 0) Tell(TagFault::OddPayload, record.offset, record.name);
+                if (payload.size() % 4 != 0)
+                    Report(TagFault::OddPayload, record.offset, record.name);
                 return;
             case kRecordKUIDs:
                 if (payload.size() % KUID::kPairSize != 0) {
-                    Tell(TagFault::OddPayload, record.offset, record.name);
+                    Report(TagFault::OddPayload, record.offset, record.name);
                 }
                 return;
             case kRecordNone:
                 if (payload.empty()) return;
-                return Tell(TagFault::ValueWithoutType, record.offset, record.name);
+                return Report(TagFault::ValueWithoutType, record.offset, record.name);
             default:
-                Tell(TagFault::UnknownRecordType, record.offset, record.name);
+                Report(TagFault::UnknownRecordType, record.offset, record.name);
         }
     }
 
@@ -64,9 +65,9 @@ private:
         const std::string_view text(reinterpret_cast<const char*>(payload.data()), payload.size());
         const std::size_t zero = text.find('\0');
         if (zero == std::string_view::npos) {
-            Tell(TagFault::TextWithoutZero, record.offset, record.name);
+            Report(TagFault::TextWithoutZero, record.offset, record.name);
         } else if (zero + 1 < text.size()) {
-            Tell(TagFault::BytesBehindText, record.offset, record.name);
+            Report(TagFault::BytesAfterText, record.offset, record.name);
         }
     }
 
@@ -86,7 +87,7 @@ void FindChunkOddities(std::span<const std::byte> body, TagObserver& observer) {
             open.Pass({record.payload.begin, record.next}, record.type == kRecordContainer);
         }
         if (open.Rest().begin < open.Rest().end) {
-            finder.Tell(TagFault::BytesBehindRecords, open.Rest().begin);
+            finder.Report(TagFault::BytesAfterRecords, open.Rest().begin);
         }
     } while (open.Leave());
 }

@@ -35,7 +35,7 @@ Bytes ReadBytes(TStream& stream, std::uint32_t size) {
     return bytes;
 }
 
-void Tell(TagObserver* observer, TagFault fault, std::uint64_t offset) {
+void Report(TagObserver* observer, TagFault fault, std::uint64_t offset) {
     if (observer) observer->OnFinding({fault, {offset}, {}});
 }
 
@@ -49,36 +49,36 @@ bool TDBBinaryFile::Read(TStream& stream, TagObserver* observer) {
     const std::span fields(std::as_const(header));
     const std::uint32_t size = LoadU32<12>(fields);
     if (got != kChunkFileHeaderSize || LoadU32<0>(fields) != kChunkMagic) {
-        Tell(observer, TagFault::NotAChunkFile, 0);
+        Report(observer, TagFault::NotAChunkFile, 0);
         return false;
     }
     if (size == 0) {
-        Tell(observer, TagFault::NoBody, 12);
+        Report(observer, TagFault::NoBody, 12);
         return false;
     }
     const std::uint64_t end = std::uint64_t{stream.Tell()} + size;
     const std::uint32_t length = stream.Length();
     if (end > length) {
-        Tell(observer, TagFault::BodyPastEnd, 12);
+        Report(observer, TagFault::BodyPastEnd, 12);
         return false;
     }
     Bytes bytes = ReadBytes(stream, size);
     if (!bytes) {
-        Tell(observer, TagFault::BodyCutShort, kChunkFileHeaderSize);
+        Report(observer, TagFault::BodyCutShort, kChunkFileHeaderSize);
         return false;
     }
     ChunkFault fault{};
     if (!CheckChunkRecords({bytes.get(), size}, fault)) {
-        Tell(observer, fault.fault, kChunkFileHeaderSize + std::uint64_t{fault.offset});
+        Report(observer, fault.fault, kChunkFileHeaderSize + std::uint64_t{fault.offset});
         return false;
     }
     version_ = LoadU32<4>(fields);
     body_ = MakeRef<ChunkBody>(version_, std::move(bytes), size);
     if (!observer) return true;
-    if (version_ > kChunkVersionUtf8) Tell(observer, TagFault::UnknownVersion, 4);
+    if (version_ > kChunkVersionUtf8) Report(observer, TagFault::UnknownVersion, 4);
     FindChunkOddities(body_->Bytes(), *observer);
     if (end < length) {
-        Tell(observer, TagFault::BytesBehindBody, kChunkFileHeaderSize + std::uint64_t{size});
+        Report(observer, TagFault::BytesAfterBody, kChunkFileHeaderSize + std::uint64_t{size});
     }
     return true;
 }

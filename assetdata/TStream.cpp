@@ -23,7 +23,7 @@ std::uint32_t TStream::Read(void* bytes, std::uint32_t count) {
     std::uint32_t done = TakeBuffered(to, count);
     const std::uint32_t rest = count - done;
     if (rest == 0) return done;
-    if (rest >= kBufferSize - kLookBehind) {
+    if (rest >= kBufferSize - kStepBack) {
         EmptyBuffer();
         return done + ReadRaw(to + done, rest);
     }
@@ -63,8 +63,8 @@ void TStream::EmptyBuffer() {
 bool TStream::Refill() {
     std::uint32_t kept = 0;
     if (offset_ == kBufferSize) {
-        std::copy(buffer_.end() - kLookBehind, buffer_.end(), buffer_.begin());
-        kept = kLookBehind;
+        std::copy(buffer_.end() - kStepBack, buffer_.end(), buffer_.begin());
+        kept = kStepBack;
     }
     offset_ = kept;
     count_ = 0;

@@ -20,7 +20,7 @@ namespace Vorn {
 class TStream {
 public:
     static constexpr std::uint32_t kBufferSize = 4096;
-    static constexpr std::uint32_t kLookBehind = 16;
+    static constexpr std::uint32_t kStepBack = 16;
 
     TStream() = default;
     TStream(const TStream&) = delete;

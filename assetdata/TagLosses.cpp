@@ -62,22 +62,22 @@ private:
         std::unique_ptr<ChangedNames> changed;
     };
 
-    void Tell(TagFault fault) { observer_.OnFinding(FindingAt(fault, walk_)); }
+    void Report(TagFault fault) { observer_.OnFinding(FindingAt(fault, walk_)); }
 
     void VisitName() {
         const std::string_view name = walk_.Name();
         if (name.empty() || name.front() == '{' || name.find('}') != name.npos ||
             name.size() > kMostReadName) {
-            Tell(TagFault::NameUnreadable);
+            Report(TagFault::NameUnreadable);
         }
         const std::string written = FoldTagName(name);
         if (written == name) return;
-        Tell(TagFault::NameFolded);
+        Report(TagFault::NameFolded);
         Container& container = containers_.back();
         if (!container.changed) container.changed = std::make_unique<ChangedNames>();
         const auto [other, isNew] = container.changed->try_emplace(written, name);
         if (other->second != name || container.tag->FindChild(Intern(written))) {
-            Tell(TagFault::NamesFoldAlike);
+            Report(TagFault::NamesFoldAlike);
         }
     }
 
@@ -89,10 +89,10 @@ private:
                 containers_.push_back({&tag, nullptr});
                 [[fallthrough]];
             case kTagNone:
-                if (!value.empty()) Tell(TagFault::ValuesLost);
+                if (!value.empty()) Report(TagFault::ValuesLost);
                 return;
             case kTagRaw:
-                return Tell(TagFault::RawBytesLost);
+                return Report(TagFault::RawBytesLost);
             case kTagText:
                 return VisitText(value);
             case kTagInteger:
@@ -101,33 +101,33 @@ private:
             case kTagKUID:
                 return VisitKUIDs(value);
             default:
-                return Tell(TagFault::ReadsAsOtherType);
+                return Report(TagFault::ReadsAsOtherType);
         }
     }
 
     void VisitText(std::span<const std::byte> value) {
         const std::string_view text = TextOf(value);
-        if (value.size() > text.size() + 1) Tell(TagFault::ValuesLost);
-        if (text.empty()) return Tell(TagFault::EmptyValueLost);
-        if (text.find('"') != text.npos) Tell(TagFault::QuoteReplaced);
-        if (!HasOnlyWrittenLineEnds(text)) Tell(TagFault::LineEndReplaced);
-        if (IsKUIDValue(text)) Tell(TagFault::ReadsAsOtherType);
+        if (value.size() > text.size() + 1) Report(TagFault::ValuesLost);
+        if (text.empty()) return Report(TagFault::EmptyValueLost);
+        if (text.find('"') != text.npos) Report(TagFault::QuoteReplaced);
+        if (!HasOnlyWrittenLineEnds(text)) Report(TagFault::LineEndReplaced);
+        if (IsKUIDValue(text)) Report(TagFault::ReadsAsOtherType);
     }
 
     void VisitNumbers(const OCSChunk& tag) {
         const auto value = tag.DataBytes();
         const std::size_t count = NumberCount(value);
-        if (value.size() % 4 != 0) Tell(TagFault::ValuesLost);
-        if (count == 0) return Tell(TagFault::EmptyValueLost);
+        if (value.size() % 4 != 0) Report(TagFault::ValuesLost);
+        if (count == 0) return Report(TagFault::EmptyValueLost);
         const std::string text = TextOfTag(tag);
         const bool single = IsNumberValue(text);
-        if (!single && text.size() > kMostListBytes) Tell(TagFault::ValuesLost);
+        if (!single && text.size() > kMostListBytes) Report(TagFault::ValuesLost);
         if (tag.GetType() == kTagInteger) {
-            if (!single) Tell(TagFault::ReadsAsOtherType);
+            if (!single) Report(TagFault::ReadsAsOtherType);
             return;
         }
         const bool isFloat = single ? text.find('.') != text.npos : IsListValue(text);
-        if (!isFloat) Tell(TagFault::ReadsAsOtherType);
+        if (!isFloat) Report(TagFault::ReadsAsOtherType);
         VisitFloats(value, count);
     }
 
@@ -135,16 +135,16 @@ private:
         for (std::size_t i = 0; i < count; ++i) {
             std::string written;
             AppendFloat(written, FloatAt(value, i));
-            if (!IsSameFloat(FloatAt(value, i), written)) return Tell(TagFault::FloatRounded);
+            if (!IsSameFloat(FloatAt(value, i), written)) return Report(TagFault::FloatRounded);
         }
     }
 
     void VisitKUIDs(std::span<const std::byte> value) {
         const std::size_t count = KUIDCount(value);
-        if (count == 0) return Tell(TagFault::EmptyValueLost);
-        if (value.size() != KUID::kPairSize) Tell(TagFault::ValuesLost);
+        if (count == 0) return Report(TagFault::EmptyValueLost);
+        if (value.size() != KUID::kPairSize) Report(TagFault::ValuesLost);
         const KUID kuid = KUIDAt(value, 0);
-        if (KUID::Parse(kuid.TagText(), false) != kuid) Tell(TagFault::KUIDChanged);
+        if (KUID::Parse(kuid.TagText(), false) != kuid) Report(TagFault::KUIDChanged);
     }
 
     TagWalk walk_;

@@ -18,7 +18,7 @@ enum class TagFault : std::uint8_t {
     StrayBrace,
     MissingBrace,
     MissingQuote,
-    BehindQuote,
+    AfterQuote,
     ZeroByte,
     NameCut,
     NoNumber,
@@ -36,18 +36,18 @@ enum class TagFault : std::uint8_t {
     NoBody,
     BodyPastEnd,
     BodyCutShort,
-    BytesBehindBody,
+    BytesAfterBody,
     RecordPastEnd,
     TypePastEnd,
-    BytesBehindRecords,
+    BytesAfterRecords,
     NamePastRecord,
     NameWithoutZero,
-    NameBehindZero,
+    BytesAfterName,
     UnknownRecordType,
     ValueWithoutType,
     OddPayload,
     TextWithoutZero,
-    BytesBehindText,
+    BytesAfterText,
     // Losses in the text form.
     RawBytesLost,
     NameFolded,
@@ -92,7 +92,7 @@ struct TagPlace {
     std::uint32_t column = 0;  // bytes in the line, from 1
 
     // Returns the place that many bytes further in the line.
-    [[nodiscard]] TagPlace Behind(std::size_t bytes) const {
+    [[nodiscard]] TagPlace After(std::size_t bytes) const {
         return {offset + bytes, line, static_cast<std::uint32_t>(column + bytes)};
     }
 };

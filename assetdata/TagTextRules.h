@@ -7,7 +7,8 @@
 
 namespace Vorn {
 
-inline constexpr std::size_t kMostWrittenName = 1024;  // bytes
+// Limits in bytes, all fixed. Those of reading and writing differ.
+inline constexpr std::size_t kMostWrittenName = 1024;
 inline constexpr std::size_t kMostReadName = 511;
 inline constexpr std::size_t kMostChunkName = 254;  // what a chunk file's length byte can hold
 inline constexpr std::size_t kMostListBytes = 255;

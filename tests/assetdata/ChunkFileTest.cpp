@@ -106,8 +106,8 @@ TEST(ChunkFiles, WhatIsRefusedAndWhatIsOdd) {
         {"no body", FileOf(""), false, {NoBody}, 12},
         {"body of 4 GB", with(FileOf(good), 12, "\xFF\xFF\xFF\xFF"), false, {BodyPastEnd}, 12},
         {"body cut", FileOf(good).substr(0, 27), false, {BodyPastEnd}, 12},
-        {"1 to 5 bytes", FileOf("12345"), true, {BytesBehindRecords}, 16},
-        {"more behind", FileOf(good) + "x", true, {BytesBehindBody}, 28},
+        {"1 to 5 bytes", FileOf("12345"), true, {BytesAfterRecords}, 16},
+        {"more behind", FileOf(good) + "x", true, {BytesAfterBody}, 28},
         {"size", FileOf(with(good, 0, "\x09")), false, {RecordPastEnd}, 16},
         {"size of 4 GB", FileOf(with(good, 0, "\xFF\xFF\xFF\xFF")), false, {RecordPastEnd}, 16},
         {"second", FileOf(good + with(good, 0, "\x80")), false, {RecordPastEnd}, 28},
@@ -118,18 +118,18 @@ TEST(ChunkFiles, WhatIsRefusedAndWhatIsOdd) {
         {"payload below 0",
          FileOf(U32(2) + "\4abcd\1"),
          true,
-         {NamePastRecord, NameWithoutZero, BytesBehindRecords},
+         {NamePastRecord, NameWithoutZero, BytesAfterRecords},
          16},
         {"no zero in name", FileOf(with(good, 6, "b")), true, {NameWithoutZero}, 16},
-        {"bytes behind name", FileOf(Record("a\0b"sv, 1, "1234")), true, {NameBehindZero}, 16},
+        {"bytes behind name", FileOf(Record("a\0b"sv, 1, "1234")), true, {BytesAfterName}, 16},
         {"odd integers", FileOf(Record("a", 1, "12345")), true, {OddPayload}, 16},
         {"odd floats", box(Record("a", 2, "1")), true, {OddPayload}, 24},
         {"odd KUIDs", FileOf(Record("a", 13, "1234")), true, {OddPayload}, 16},
         {"text without zero", FileOf(Record("a", 3, "text")), true, {TextWithoutZero}, 16},
-        {"bytes behind text", FileOf(Record("a", 3, "t\0x"sv)), true, {BytesBehindText}, 16},
+        {"bytes behind text", FileOf(Record("a", 3, "t\0x"sv)), true, {BytesAfterText}, 16},
         {"type", FileOf(Record("a", 6, "")), true, {UnknownRecordType}, 16},
         {"value without type", FileOf(Record("a", 5, "1")), true, {ValueWithoutType}, 16},
-        {"rest inside", box(good + "123"), true, {BytesBehindRecords}, 36}};
+        {"rest inside", box(good + "123"), true, {BytesAfterRecords}, 36}};
     for (const auto& [what, file, readable, faults, offset] : rows) {
         SCOPED_TRACE(what);
         Findings findings;

@@ -160,7 +160,7 @@ TEST(TagTexts, TellWhatTheyFindAndWhere) {
         {"a 1\n} b", StrayBrace, "2:1 @4 "},
         {"a {\r\n b {\r\n\r\n}", MissingBrace, "4:2 @14 "},
         {"a \"x\n\ny", MissingQuote, "1:1 @0 a"},
-        {"a \"x\" y 1", BehindQuote, "1:7 @6 a"},
+        {"a \"x\" y 1", AfterQuote, "1:7 @6 a"},
         {"\n\r\r\na\0b"s, ZeroByte, "3:2 @5 "},
         {"\xEF\xBB\xBF" + std::string(512, 'a'), NameCut, "1:1 @3 " + std::string(80, 'a') + "..."},
         {"aa \t-", NoNumber, "1:5 @4 aa"},

@@ -13,7 +13,7 @@ void HeldFindings::OnFinding(const Vorn::TagFinding& finding) {
         return;
     }
     // What follows a closing quote is read as the next tag, but is a fault of this one.
-    const bool isAboutLast = finding.fault == Vorn::TagFault::BehindQuote && last_.tag;
+    const bool isAboutLast = finding.fault == Vorn::TagFault::AfterQuote && last_.tag;
     held_.push_back({finding, isAboutLast ? last_.begin : finding.place.offset});
     if (isAboutLast) tags_.push_back(last_);
 }
