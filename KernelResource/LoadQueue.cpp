@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "KernelResource/ResourceControl.h"
 #include "kernel/String.h"
 #include "platform/Processes.h"
 #include "platform/Threads.h"
@@ -44,10 +45,10 @@ LoadQueue::LoadQueue(LoadSlots& slots)
 LoadQueue::~LoadQueue() = default;
 
 bool LoadQueue::Add(Resource& resource) {
-    Dropped dropped;
+    ResourceHolds dropped;
     const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
     if (!worker_.IsRunning() || items_.size() == kCapacity ||
-        resource.State() != ResourceState::Ready || resource.isQueued_.exchange(true)) {
+        !ResourceControl(resource).EnterQueue()) {
         return false;
     }
     items_.emplace_back(&resource);
@@ -56,9 +57,9 @@ bool LoadQueue::Add(Resource& resource) {
 }
 
 void LoadQueue::TakeOut(Resource& resource) {
-    if (!resource.isQueued_) return;
+    if (!resource.IsQueued()) return;
     RefPtr<Resource> taken;  // both are declared first, so dropped after the locks
-    Dropped dropped;
+    ResourceHolds dropped;
     const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
     const std::size_t index = IndexOf(resource);
     if (index == items_.size()) return;
@@ -67,7 +68,7 @@ void LoadQueue::TakeOut(Resource& resource) {
     if (!wasHandedOver) return;
     // Fails if a thread that could not wait has begun the load itself.
     [[maybe_unused]] const bool isReady =
-        resource.TryMove(ResourceState::Cached, ResourceState::Ready);
+        ResourceControl(resource).TryMove(ResourceState::Cached, ResourceState::Ready);
     // If the worker has taken the unit already, it finds one item less (LoadNext).
     [[maybe_unused]] const bool unitTaken = work_.Wait(0);
     {
@@ -106,7 +107,7 @@ void LoadQueue::ForgetRead(const Resource& resource) {
 }
 
 void LoadQueue::Step() {
-    std::vector<RefPtr<Resource>> read;  // a copy: finishing calls listeners, which may come back
+    ResourceHolds read;  // a copy: finishing calls listeners, which may come back
     {
         const ScopedLock hold(readLock_);
         read = read_;
@@ -115,7 +116,7 @@ void LoadQueue::Step() {
         const LoadSlots::Claim claim = slots_.TryBegin(*resource);
         if (!claim || resource->State() != ResourceState::Loaded) continue;
         ForgetRead(*resource);
-        [[maybe_unused]] const bool finished = resource->Finish(0, 0);
+        [[maybe_unused]] const bool finished = ResourceControl(*resource).Finish();
     }
 }
 
@@ -135,7 +136,7 @@ std::uint32_t LoadQueue::Serve() {
 }
 
 void LoadQueue::LoadNext() {
-    Dropped dropped;
+    ResourceHolds dropped;
     RefPtr<Resource> next;
     {
         const ScopedUnlock items(itemsLock_, itemsLock_.Wait(kWaitForever));
@@ -156,15 +157,17 @@ void LoadQueue::LoadNext() {
 void LoadQueue::Load(Resource& resource) {
     const LoadSlots::Claim claim = slots_.Begin(resource);
     // Nothing to do if another thread has loaded it while we waited for the claim.
-    if (!claim || !resource.TryMove(ResourceState::Cached, ResourceState::Loading)) return;
-    if (!resource.LoadFromFile()) return;
+    ResourceControl control(resource);
+    if (!claim || !control.TryMove(ResourceState::Cached, ResourceState::Loading)) return;
+    if (!control.LoadFromFile()) return;
     const ScopedLock hold(readLock_);
     read_.emplace_back(&resource);
 }
 
-void LoadQueue::HandOver(Dropped& dropped) {
+void LoadQueue::HandOver(ResourceHolds& dropped) {
     while (handedOver_ < kMostHandedOver && handedOver_ < items_.size()) {
-        if (items_[handedOver_]->TryMove(ResourceState::Ready, ResourceState::Cached)) {
+        ResourceControl next(*items_[handedOver_]);
+        if (next.TryMove(ResourceState::Ready, ResourceState::Cached)) {
             ++handedOver_;
             work_.Unlock();
         } else {  // loaded by a user, or retired by the bin, in the meantime
@@ -177,7 +180,7 @@ RefPtr<Resource> LoadQueue::Remove(std::size_t index) {
     if (index < handedOver_) --handedOver_;
     RefPtr<Resource> removed = std::move(items_[index]);
     items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(index));
-    removed->isQueued_ = false;
+    ResourceControl(*removed).LeaveQueue();
     return removed;
 }
 

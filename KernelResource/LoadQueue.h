@@ -60,29 +60,34 @@ private:
         const Resource* resource;
         std::shared_ptr<WEvent> done;
     };
-    // Holds to drop outside of the locks.
-    using Dropped = std::vector<RefPtr<Resource>>;
 
     [[nodiscard]] std::uint32_t Serve();
     void LoadNext();
     void Load(Resource& resource);
     // The next three need the items' lock.
-    void HandOver(Dropped& dropped);
+    void HandOver(ResourceHolds& dropped);
     [[nodiscard]] RefPtr<Resource> Remove(std::size_t index);
     [[nodiscard]] std::size_t IndexOf(const Resource& resource) const;  // or Count
     // Wakes the threads that wait for a resource; they check again. Needs the access lock.
     void Awaken(const Resource* resource);
 
-    std::vector<RefPtr<Resource>> items_;  // the first handedOver_ of them are the worker's
-    std::size_t handedOver_ = 0;
-    const Resource* current_ =
-        nullptr;  // being loaded by the worker; this and the next: access lock
-    std::vector<Waiter> waiters_;
     LoadSlots& slots_;
+
+    // Two locks, because the worker ends a load without the items' lock. Both are mutexes of the
+    // system: their names are fixed.
     Mutex itemsLock_;
     Mutex accessLock_;
+
+    // Under itemsLock_. The first handedOver_ items are the worker's.
+    ResourceHolds items_;
+    std::size_t handedOver_ = 0;
+
+    // Under accessLock_.
+    const Resource* current_ = nullptr;  // the worker is loading it
+    std::vector<Waiter> waiters_;
+
     CriticalSection readLock_{"LoadComplete"};
-    std::vector<RefPtr<Resource>> read_ VORN_GUARDED_BY(readLock_);
+    ResourceHolds read_ VORN_GUARDED_BY(readLock_);
     Semaphore work_;  // one unit for each resource that was handed over
     WEvent serving_{true, false, nullptr};
     Thread worker_;  // ends first

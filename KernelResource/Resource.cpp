@@ -5,6 +5,7 @@
 #include <string>
 
 #include "KernelResource/LoadSlots.h"
+#include "KernelResource/ResourceControl.h"
 #include "KernelResource/ResourceCore.h"
 #include "KernelResource/ResourceDatabase.h"
 #include "kernel/Exceptions.h"
@@ -21,7 +22,8 @@ namespace {
 
 // Adds 1 to a counter if a condition begins to hold, takes 1 away if it ends.
 void CountChange(std::atomic<std::uint32_t>& counter, bool before, bool after) {
-    if (before != after) counter += after ? 1U : ~0U;
+    if (after && !before) ++counter;
+    if (before && !after) --counter;
 }
 
 void CountStates(ResourceState from, ResourceState to) {
@@ -66,11 +68,11 @@ template <typename Stage>
 // Without a home there is no table to enter, so the resource is ready at once.
 Resource::Resource(ResourceDatabase* home, const InternedString& name)
     : name_(name),
-      home_(home),
+      sourceName_(name),
       creationTime_(static_cast<float>(GetTimeSeconds())),
-      lastUse_(ResourceCore::Instance().CurrentTime()),
+      home_(home),
       state_(home ? ResourceState::None : ResourceState::Ready),
-      sourceName_(name) {
+      lastUse_(ResourceCore::Instance().CurrentTime()) {
     ResourceCore::Instance().Register(*this);
 }
 
@@ -79,7 +81,7 @@ Resource::~Resource() {
     if (!core) return;  // a host kept it beyond the system's end; there is nothing to count
     ForgetUses();
     CountStates(State(), ResourceState::None);
-    core->Accounts().Remove(*this);
+    LeaveAccounts();
     core->Unregister(*this);
 }
 
@@ -102,11 +104,13 @@ ResourceResult Resource::LoadAndUse() {
             return RES_NOT_AVAILABLE;
         case ResourceState::Loaded:
             core.ForgetRead(*this);  // else the next step would finish it a second time
-            return Finish(1, 1) ? RES_RESOURCEOK : RES_INVALID;
+            // Fixed: a finishing stage that fails here counts as an earlier failure.
+            return Finish({.acquires = 1, .uses = 1}) ? RES_RESOURCEOK : RES_INVALID;
         default:
             if (!BeginLoading()) return RES_NOT_AVAILABLE;
             // Fixed: an acquire that loads from the file is not counted as a use.
-            return LoadFromFile() && Finish(1, 0) ? RES_RESOURCEOK : RES_FAILED_TO_LOAD;
+            if (!LoadFromFile()) return RES_FAILED_TO_LOAD;
+            return Finish({.acquires = 1}) ? RES_RESOURCEOK : RES_FAILED_TO_LOAD;
     }
 }
 
@@ -137,27 +141,27 @@ bool Resource::LoadFromFile() {
     return loaded;
 }
 
-bool Resource::Finish(std::uint32_t acquires, std::uint32_t uses) {
+bool Resource::Finish(Taken taken) {
     if (!RunStage(*this, [this](ResourceResult& result) { FinishLoad(result); })) {
         Move(ResourceState::Invalid);
         return false;
     }
-    MakeAvailable(acquires, uses);
+    MakeAvailable(taken);
     if (State() != ResourceState::Delete) OnAvailable();  // an instant bin may have it already
     return true;
 }
 
 // The acquires are counted before the state changes. A bin that held the resource since before the
 // load looks at it without the home's lock, and unloads nothing that is in use.
-void Resource::MakeAvailable(std::uint32_t acquires, std::uint32_t uses) {
+void Resource::MakeAvailable(Taken taken) {
     ResourceCore& core = ResourceCore::Instance();
-    core.Accounts().Add(*this);
+    EnterAccounts();
     bool unload = false;
     {
         const ScopedLock hold(core.LockOf(*this));
-        acquires_ += acquires;
+        acquires_ += taken.acquires;
         Move(ResourceState::Available);
-        CountUses(uses);
+        CountUses(taken.uses);
         if (references_ == 0 && !StaysLoaded()) unload = core.Bin().Add(*this);
     }
     if (unload) core.Destroy(*this);
@@ -182,6 +186,18 @@ void Resource::CountUses(std::uint32_t uses) {
 void Resource::ForgetUses() {
     if (uses_.exchange(0) != 0) --ResourceCore::Instance().Accounts().inUse;
 }
+
+// The sizes are asked for outside of the accounts' lock: a resource may take its own locks to
+// answer. A size that is not known yet counts as 0.
+void Resource::EnterAccounts() {
+    if (dataSize_ == -1) dataSize_ = GetDataSize();
+    if (secondSize_ == -1) secondSize_ = GetSecondSize();
+    const std::int64_t bytes =
+        std::int64_t{std::max(0, dataSize_.load())} + std::max(0, secondSize_.load());
+    ResourceCore::Instance().Accounts().Add(share_, bytes);
+}
+
+void Resource::LeaveAccounts() { ResourceCore::Instance().Accounts().Remove(share_); }
 
 void Resource::ReleaseUse() {
     const RefPtr<Resource> holder(this);  // the bin may destroy it before we return
@@ -241,9 +257,7 @@ void Resource::OnAvailable() {
 RefPtr<Resource> Resource::Duplicate() {
     if (!type_) return {};
     RefPtr<Resource> copy = type_->Create(home_, name_);
-    copy->sourceName_ = sourceName_;
-    copy->type_ = type_;
-    copy->loadsFromDescription_ = loadsFromDescription_;
+    ResourceControl(*copy).SetOrigin(type_, sourceName_, loadsFromDescription_);
     return copy;
 }
 

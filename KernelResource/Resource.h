@@ -29,6 +29,7 @@
 #include <utility>
 #include <vector>
 
+#include "KernelResource/ResourceAccounts.h"
 #include "KernelResource/ResourceCodes.h"
 #include "KernelResource/ResourceState.h"
 #include "kernel/InternedString.h"
@@ -36,10 +37,8 @@
 
 namespace Vorn {
 
-class RedirResource;
 class Resource;
 class ResourceDatabase;
-class ResourceCore;
 class ResourceType;
 
 class ResourceListener {
@@ -62,7 +61,8 @@ public:
 
     // Loads the resource if necessary, waiting for a load that is queued or runs on another thread.
     // On RES_RESOURCEOK it is in use until ReleaseUse. A load that fails gives RES_FAILED_TO_LOAD
-    // and is not tried again: every later acquire gives RES_INVALID. Prefer ResourceUse.
+    // (RES_INVALID if the load queue had read the file) and is not tried again: every later acquire
+    // gives RES_INVALID. Prefer ResourceUse.
     virtual void Acquire(ResourceResult& result);
     // Undoes one Acquire.
     virtual void ReleaseUse();
@@ -128,6 +128,7 @@ public:
     [[nodiscard]] std::uint32_t UseCount() const { return uses_; }  // acquires since available
     [[nodiscard]] std::uint32_t AcquireCount() const { return acquires_; }  // not yet released
     [[nodiscard]] std::uint32_t RequestCount() const { return requests_; }  // load attempts
+    [[nodiscard]] bool IsQueued() const { return isQueued_; }  // for the load queue's worker
     // Returns whether the content is needed.
     [[nodiscard]] bool IsInUse() const { return acquires_ != 0; }
     [[nodiscard]] bool IsRedirect() const { return GetTarget() != nullptr; }
@@ -137,12 +138,13 @@ public:
     [[nodiscard]] ResourceDatabase* LastGivenBy() const { return lastGivenBy_; }
 
 private:
-    friend class LoadQueue;
-    friend class ResourceAccounts;
-    friend class ResourceBin;
-    friend class ResourceCore;
-    friend class ResourceDatabase;
-    friend class ResourceTypes;
+    friend class ResourceControl;  // what the other parts of the resource system do
+
+    // What the thread that finishes a load takes at once.
+    struct Taken {
+        std::uint32_t acquires = 0;
+        std::uint32_t uses = 0;
+    };
 
     // Claims the resource, loads it and acquires it.
     [[nodiscard]] ResourceResult LoadAndUse();
@@ -150,14 +152,16 @@ private:
     // caller's claim.
     [[nodiscard]] bool BeginLoading();
     [[nodiscard]] bool LoadFromFile();
-    // Finishes a load whose file was read. On success the caller has acquired the resource
-    // `acquires` times and used it `uses` times.
-    [[nodiscard]] bool Finish(std::uint32_t acquires, std::uint32_t uses);
-    void MakeAvailable(std::uint32_t acquires, std::uint32_t uses);
+    // Finishes a load whose file was read. On success the caller has taken what it asked for.
+    [[nodiscard]] bool Finish(Taken taken);
+    void MakeAvailable(Taken taken);
     // Acquires the resource if it is available, or inactive in the bin.
     [[nodiscard]] bool UseIfAvailable();
     void CountUses(std::uint32_t uses);
     void ForgetUses();
+    // Adds the resource and its sizes to the accounts, or brings its sizes there up to date.
+    void EnterAccounts();
+    void LeaveAccounts();
 
     // All changes of state go through TryMove, which also keeps the accounts. It returns false, and
     // changes nothing, if the resource is not in state `from`. Throws Exception for a move that
@@ -167,30 +171,46 @@ private:
     // the resource; throws Exception if one did all the same.
     void Move(ResourceState to);
 
+    // What it is. Set before other threads can find it.
     const InternedString name_;
-    std::atomic<ResourceDatabase*> home_;
-    const float creationTime_;
-    std::atomic<float> expiry_ = 0;
-    std::atomic<std::uint32_t> references_ = 0;
-    std::atomic<float> lastUse_;
-    std::atomic<std::uint32_t> holders_ = 1;
-    std::atomic<ResourceState> state_;
-    std::vector<ResourceListener*> listeners_;  // under the home's lock, with wasAvailable_
-    bool wasAvailable_ = false;
-    ResourceType* type_ = nullptr;
-    std::vector<RedirResource*> redirects_;  // under the core's lists lock
     InternedString sourceName_;
-    std::atomic<std::uint32_t> uses_ = 0;
-    std::atomic<std::uint32_t> requests_ = 0;
-    std::atomic<std::uint32_t> acquires_ = 0;
-    std::atomic<int> dataSize_ = -1;
-    std::atomic<int> secondSize_ = -1;
-    bool isAccounted_ = false;  // both under the accounts' lock
-    std::int64_t accountedBytes_ = 0;
+    ResourceType* type_ = nullptr;  // null if no type made it
     bool loadsFromDescription_ = false;
-    std::atomic<bool> isQueued_ = false;
+    const float creationTime_;
+
+    // Its databases; null once they have ended.
+    std::atomic<ResourceDatabase*> home_;
     std::atomic<ResourceDatabase*> lastGivenBy_ = nullptr;
+
+    // The counts. The first three change under the home's lock; they are atomic because the getters
+    // read them without it.
+    std::atomic<std::uint32_t> references_ = 0;
+    std::atomic<std::uint32_t> acquires_ = 0;
+    std::atomic<std::uint32_t> uses_ = 0;
+    std::atomic<std::uint32_t> holders_ = 1;
+
+    // Its load.
+    std::atomic<ResourceState> state_;  // changed by TryMove alone
+    std::atomic<std::uint32_t> requests_ = 0;
+    std::atomic<bool> isQueued_ = false;  // changed under the lock of the queue's items
+
+    // Under the home's lock.
+    std::vector<ResourceListener*> listeners_;
+    bool wasAvailable_ = false;
+
+    // Seconds: when it was last used, by the resource system's clock; when it expires, by the
+    // bin's.
+    std::atomic<float> lastUse_;
+    std::atomic<float> expiry_ = 0;
+
+    std::atomic<int> dataSize_ = -1;  // bytes, -1 while unknown, as the next
+    std::atomic<int> secondSize_ = -1;
+    ResourceAccounts::Share share_;
 };
+
+// Holds on resources, to be dropped outside of all locks: a destructor may lead back into the
+// resource system.
+using ResourceHolds = std::vector<RefPtr<Resource>>;
 
 // Makes a resource whose one holder is the returned pointer.
 template <typename T, typename... Arguments>

@@ -1,21 +1,20 @@
 #include "KernelResource/ResourceBin.h"
 
+#include "KernelResource/ResourceControl.h"
 #include "KernelResource/ResourceCore.h"
 
 namespace Vorn {
 
-void ResourceBin::Remove(Resource& resource) {
-    ResourceCore::Instance().Accounts().Remove(resource);
-}
+void ResourceBin::Remove(Resource& resource) { ResourceControl(resource).LeaveAccounts(); }
 
 void ResourceBin::Shelve(Resource& resource) {
     [[maybe_unused]] const bool moved =
-        resource.TryMove(ResourceState::Available, ResourceState::Inactive);
+        ResourceControl(resource).TryMove(ResourceState::Available, ResourceState::Inactive);
 }
 
 void ResourceBin::Unshelve(Resource& resource) {
     [[maybe_unused]] const bool moved =
-        resource.TryMove(ResourceState::Inactive, ResourceState::Available);
+        ResourceControl(resource).TryMove(ResourceState::Inactive, ResourceState::Available);
 }
 
 bool ResourceBin::Retire(Resource& resource) {
@@ -23,12 +22,12 @@ bool ResourceBin::Retire(Resource& resource) {
     // since before its load; that load counts its acquires before it makes the resource available,
     // so a thread that sees the new state also sees the acquires.
     const ResourceState from = resource.State();
-    if (resource.IsInUse() || resource.isQueued_) return false;
+    if (resource.IsInUse() || resource.IsQueued()) return false;
     switch (from) {
         case ResourceState::Ready:
         case ResourceState::Available:
         case ResourceState::Inactive:
-            return resource.TryMove(from, ResourceState::Delete);
+            return ResourceControl(resource).TryMove(from, ResourceState::Delete);
         default:
             return false;
     }

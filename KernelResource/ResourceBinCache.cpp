@@ -97,8 +97,8 @@ bool ResourceBinCache::Reclaim(Resource& resource) {
 }
 
 void ResourceBinCache::Process(float elapsedSeconds) {
-    std::vector<RefPtr<Resource>> due;
-    std::vector<RefPtr<Resource>> spared;  // dropped, like `due`, after the lock
+    ResourceHolds due;
+    ResourceHolds spared;  // dropped, like `due`, after the lock
     {
         const ScopedLock hold(lock_);
         clock_ += elapsedSeconds;
@@ -112,14 +112,14 @@ void ResourceBinCache::Process(float elapsedSeconds) {
     }
 }
 
-std::vector<RefPtr<Resource>> ResourceBinCache::TakeDue(std::vector<RefPtr<Resource>>& spared) {
+ResourceHolds ResourceBinCache::TakeDue(ResourceHolds& spared) {
     const int tenth = static_cast<int>(static_cast<double>(held_.size()) * kPassFraction);
     const bool many = tenth > mostPerPass_;
     double lead = many ? static_cast<double>(tenth) / mostPerPass_ : 1.0;  // seconds before expiry
     if (relieve_) lead = std::max(lead, kRelief);
     relieve_ = false;
 
-    std::vector<RefPtr<Resource>> due;
+    ResourceHolds due;
     int left = many ? tenth : mostPerPass_;
     for (auto place = held_.begin(); place != held_.end() && left > 0; --left) {
         if (place->first - lead > clock_) break;

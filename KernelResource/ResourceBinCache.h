@@ -45,8 +45,7 @@ private:
 
     // Takes out what a pass unloads. What cannot be retired, because it is being loaded after all,
     // leaves the bin through `spared`.
-    [[nodiscard]] std::vector<RefPtr<Resource>> TakeDue(std::vector<RefPtr<Resource>>& spared)
-        VORN_REQUIRES(lock_);
+    [[nodiscard]] ResourceHolds TakeDue(ResourceHolds& spared) VORN_REQUIRES(lock_);
     // Returns a number in [0, 1).
     [[nodiscard]] double NextRandom() VORN_REQUIRES(lock_);
 

@@ -1,9 +1,11 @@
 #include "KernelResource/ResourceCore.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "KernelResource/ArchiveDatabases.h"
 #include "KernelResource/LoadQueue.h"
+#include "KernelResource/ResourceControl.h"
 #include "KernelResource/ResourceDatabase.h"
 #include "kernel/Exceptions.h"
 
@@ -77,14 +79,17 @@ void ResourceCore::Unregister(Resource& resource) {
     resources_.erase(&resource);
 }
 
-void ResourceCore::Link(Resource& target, RedirResource& redirect) {
+void ResourceCore::Link(const Resource& target, const RedirResource& redirect) {
     const ScopedLock hold(listsLock_);
-    target.redirects_.push_back(&redirect);
+    redirects_.emplace(&target, &redirect);
 }
 
-void ResourceCore::Unlink(Resource& target, RedirResource& redirect) {
+void ResourceCore::Unlink(const Resource& target, const RedirResource& redirect) {
     const ScopedLock hold(listsLock_);
-    std::erase(target.redirects_, &redirect);
+    const auto [first, last] = redirects_.equal_range(&target);
+    const auto place = std::find_if(
+        first, last, [&redirect](const auto& entry) { return entry.second == &redirect; });
+    if (place != last) redirects_.erase(place);
 }
 
 void ResourceCore::AwaitQueuedLoad(Resource& resource) {
@@ -104,7 +109,7 @@ void ResourceCore::OfferToBin(Resource& resource) {
         const bool isUnused = resource.ReferenceCount() == 0 && !resource.IsInUse();
         // A queued resource is offered again at the end of its load.
         const bool isIdle = resource.State() == ResourceState::Available ||
-                            (resource.State() == ResourceState::Ready && !resource.isQueued_);
+                            (resource.State() == ResourceState::Ready && !resource.IsQueued());
         if (isIdle && isUnused && !resource.StaysLoaded()) unload = bin_->Add(resource);
     }
     if (unload) Destroy(resource);
@@ -113,12 +118,14 @@ void ResourceCore::OfferToBin(Resource& resource) {
 void ResourceCore::Revalidate(Resource& resource) {
     if (!bin_->Reclaim(resource)) return;
     // Any other state is that of a resource that aged without ever being loaded, and it stays.
-    if (resource.State() == ResourceState::Inactive) resource.Move(ResourceState::Available);
+    if (resource.State() == ResourceState::Inactive) {
+        ResourceControl(resource).Move(ResourceState::Available);
+    }
 }
 
 void ResourceCore::Destroy(Resource& resource) {
     if (resource.RequestCount() != 0) resource.ReleaseData();
-    std::vector<RefPtr<Resource>> detached;  // declared first, so dropped after the lock
+    ResourceHolds detached;  // declared first, so dropped after the lock
     const ScopedLock detaching(detachingLock_);
     if (ResourceDatabase* home = resource.Home()) home->Detach(resource.Name(), resource, detached);
     DetachRedirects(resource, detached);
@@ -132,14 +139,7 @@ void ResourceCore::Register(ResourceDatabase& database) {
 void ResourceCore::Unregister(ResourceDatabase& database) {
     const ScopedLock hold(listsLock_);
     std::erase(databases_, &database);
-    for (Resource* resource : resources_) {
-        ResourceDatabase* ended = &database;
-        const bool wasHome = resource->home_.compare_exchange_strong(ended, nullptr);
-        // Without a home the references together are one holder (Resource::AddReference).
-        if (wasHome && resource->references_ != 0) resource->AddRef();
-        ended = &database;
-        resource->lastGivenBy_.compare_exchange_strong(ended, nullptr);
-    }
+    for (Resource* resource : resources_) ResourceControl(*resource).ForgetDatabase(database);
 }
 
 void ResourceCore::TakeOutOfQueue(Resource& resource) {
@@ -158,13 +158,13 @@ void ResourceCore::WithdrawLoad(Resource& resource) {
 }
 
 // The places are copied first: a database's lock is taken outside of the lists' lock.
-void ResourceCore::DetachRedirects(const Resource& target,
-                                   std::vector<RefPtr<Resource>>& detached) {
+void ResourceCore::DetachRedirects(const Resource& target, ResourceHolds& detached) {
     std::vector<std::pair<ResourceDatabase*, InternedString>> places;
     {
         const ScopedLock hold(listsLock_);
-        for (const RedirResource* redirect : target.redirects_) {
-            places.emplace_back(redirect->Home(), redirect->Name());
+        const auto [first, last] = redirects_.equal_range(&target);
+        for (auto entry = first; entry != last; ++entry) {
+            places.emplace_back(entry->second->Home(), entry->second->Name());
         }
     }
     for (const auto& [home, name] : places) {

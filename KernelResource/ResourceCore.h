@@ -8,6 +8,7 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <unordered_set>
 #include <vector>
@@ -61,8 +62,9 @@ public:
 
     void Register(Resource& resource);
     void Unregister(Resource& resource);
-    void Link(Resource& target, RedirResource& redirect);
-    void Unlink(Resource& target, RedirResource& redirect);
+    // Record and forget that `redirect` refers to `target`.
+    void Link(const Resource& target, const RedirResource& redirect);
+    void Unlink(const Resource& target, const RedirResource& redirect);
     [[nodiscard]] LoadSlots& Slots() { return slots_; }
     // Waits while the queue or its worker has the resource.
     void AwaitQueuedLoad(Resource& resource);
@@ -91,9 +93,9 @@ public:
     // Held while resources leave the tables of their databases, and while a database ends, so that
     // no redirect is looked for in a database that is gone.
     [[nodiscard]] CriticalSection& DetachingLock() { return detachingLock_; }
-    // Takes the redirects to `target` out of their databases. Their holds go to `detached`, for the
-    // caller to drop outside of all locks. The caller holds the detaching lock.
-    void DetachRedirects(const Resource& target, std::vector<RefPtr<Resource>>& detached);
+    // Takes the redirects to `target` out of their databases. Their holds go to `detached`. The
+    // caller holds the detaching lock.
+    void DetachRedirects(const Resource& target, ResourceHolds& detached);
 
 private:
     ResourceAccounts accounts_;
@@ -104,6 +106,8 @@ private:
     CriticalSection detachingLock_{"DetachingResources"};
     mutable CriticalSection listsLock_{"ResourceLists"};
     std::unordered_set<Resource*> resources_ VORN_GUARDED_BY(listsLock_);
+    // By their target, in the order in which they were made.
+    std::multimap<const Resource*, const RedirResource*> redirects_ VORN_GUARDED_BY(listsLock_);
     std::vector<ResourceDatabase*> databases_ VORN_GUARDED_BY(listsLock_);
     std::unique_ptr<ResourceBin> bin_;
     std::unique_ptr<LoadQueue> queue_;  // null without caching

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "KernelResource/ResourceControl.h"
 #include "KernelResource/ResourceCore.h"
 #include "KernelResource/SearchHandle.h"
 #include "KernelStandard/File.h"
@@ -43,8 +44,8 @@ ResourceDatabase::ResourceDatabase(const InternedString& name) : name_(name) {
 ResourceDatabase::~ResourceDatabase() {
     EndLoads();
     ResourceCore& core = ResourceCore::Instance();
-    const std::vector<RefPtr<Resource>> resources = Resources();
-    std::vector<RefPtr<Resource>> detached;  // dropped outside of the locks
+    const ResourceHolds resources = Resources();
+    ResourceHolds detached;  // dropped outside of the locks
     {
         const ScopedLock detaching(core.DetachingLock());
         Table table;
@@ -52,11 +53,7 @@ ResourceDatabase::~ResourceDatabase() {
             const ScopedLock hold(lock_);
             for (const RefPtr<Resource>& resource : resources) {
                 core.Revalidate(*resource);  // out of the bin, which retires it no more
-                // But it may have, and be destroying it on the driving thread.
-                if (resource->State() != ResourceState::Delete) {
-                    resource->Move(ResourceState::Delete);
-                }
-                resource->references_ = 0;
+                ResourceControl(*resource).End();
             }
             table.swap(resources_);
         }
@@ -71,7 +68,7 @@ ResourceDatabase::~ResourceDatabase() {
 
 void ResourceDatabase::EndLoads() {
     ResourceCore& core = ResourceCore::Instance();
-    const std::vector<RefPtr<Resource>> resources = Resources();
+    const ResourceHolds resources = Resources();
     // All leave the queue first, so that the worker begins no load while we wait for another.
     for (const RefPtr<Resource>& resource : resources) core.TakeOutOfQueue(*resource);
     for (const RefPtr<Resource>& resource : resources) core.WithdrawLoad(*resource);
@@ -100,11 +97,10 @@ Resource* ResourceDatabase::GetResource(const InternedString& name, std::uint32_
                MakeResource<RedirResource>(this, found.entry->Name(), resource));
     }
     ResourceCore& core = ResourceCore::Instance();
-    resource.lastGivenBy_ = this;
     // The caller will acquire it, which is faster than waiting for the queue to get there.
     const bool leave = (flags & kLeaveInQueue) != 0;
     if (!leave && resource.State() == ResourceState::Ready) core.TakeOutOfQueue(resource);
-    resource.lastUse_ = core.CurrentTime();
+    ResourceControl(resource).GiveOut(*this, core.CurrentTime());
     return &resource;
 }
 
@@ -164,27 +160,28 @@ RefPtr<Resource> ResourceDatabase::CreateFromFiles(const InternedString& folder,
     if (!candidate) return {};
     const InternedString source = QualifyName(candidate);
     if (File::Exists(source.Text()) == RES_OK) {
-        return ResourceCore::Instance().Types().CreateFromFile(*this, name, source);
+        return ResourceCore::Instance().Types().Create(*this, name, source, false);
     }
     const std::string description = std::string(source.View()).append(kDescription);
     if (File::Exists(description.c_str()) != RES_OK) return {};
-    return CreateRedirect(name, source, trail);
+    return CreateRedirect(name, source, description, trail);
 }
 
 RefPtr<Resource> ResourceDatabase::CreateRedirect(const InternedString& name,
-                                                  const InternedString& source, Trail& trail) {
-    const std::string description = std::string(source.View()).append(kDescription);
+                                                  const InternedString& source,
+                                                  const std::string& description, Trail& trail) {
     const InternedString other = RedirectOf(description.c_str());
     RefPtr<Resource> target;
     if (!other) {
-        target = ResourceCore::Instance().Types().CreateDescribed(*this, name, source);
-        target->Move(ResourceState::Ready);  // never inserted, so nothing else would
+        target = ResourceCore::Instance().Types().Create(*this, name, source, true);
+        ResourceControl(*target).Move(
+            ResourceState::Ready);  // never inserted, so nothing else would
     } else if (++trail.redirects <= kMostRedirects) {
         target = LookUp(other, trail);
     }
     if (!target) {
         target = MakeResource<Resource>(this, other);
-        target->Move(ResourceState::Invalid);
+        ResourceControl(*target).Move(ResourceState::Invalid);
     }
     return MakeResource<RedirResource>(this, name, FollowRedirects(*target));
 }
@@ -198,13 +195,13 @@ RefPtr<Resource> ResourceDatabase::EntryOf(const InternedString& name) const {
 RefPtr<Resource> ResourceDatabase::Insert(const InternedString& name,
                                           const RefPtr<Resource>& made) {
     // Accounted before other threads can find it: a load that they run would account it too.
-    if (made->State() != ResourceState::Invalid) ResourceCore::Instance().Accounts().Add(*made);
+    if (made->State() != ResourceState::Invalid) ResourceControl(*made).EnterAccounts();
     RefPtr<Resource> replaced;  // declared first, so dropped after the lock
     const ScopedLock hold(lock_);
     RefPtr<Resource>& entry = resources_[name];
     if (entry && FollowRedirects(*entry).State() != ResourceState::Delete) return entry;
     replaced = std::exchange(entry, made);
-    if (made->State() == ResourceState::None) made->Move(ResourceState::Ready);
+    if (made->State() == ResourceState::None) ResourceControl(*made).Move(ResourceState::Ready);
     return made;
 }
 
@@ -215,7 +212,7 @@ void ResourceDatabase::RecordMissing(const InternedString& name) {
     const InternedString key =
         alternatives == std::string_view::npos ? name : Intern(text.substr(alternatives));
     const auto negative = MakeResource<Resource>(this, key);
-    negative->Move(ResourceState::Invalid);
+    ResourceControl(*negative).Move(ResourceState::Invalid);
     Insert(key, negative);
 }
 
@@ -244,7 +241,7 @@ std::size_t ResourceDatabase::EntryCount() const {
 }
 
 void ResourceDatabase::Detach(const InternedString& name, const Resource& resource,
-                              std::vector<RefPtr<Resource>>& detached) {
+                              ResourceHolds& detached) {
     const ScopedLock hold(lock_);
     const auto entry = resources_.find(name);
     if (entry == resources_.end()) return;
@@ -253,9 +250,9 @@ void ResourceDatabase::Detach(const InternedString& name, const Resource& resour
     resources_.erase(entry);
 }
 
-std::vector<RefPtr<Resource>> ResourceDatabase::Resources() const {
+ResourceHolds ResourceDatabase::Resources() const {
     const ScopedLock hold(lock_);
-    std::vector<RefPtr<Resource>> resources;
+    ResourceHolds resources;
     resources.reserve(resources_.size());
     for (const auto& [name, resource] : resources_) {
         resources.push_back(resource);

@@ -27,6 +27,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -107,7 +108,8 @@ private:
     [[nodiscard]] RefPtr<Resource> CreateFromFiles(const InternedString& folder,
                                                    const InternedString& name, Trail& trail);
     [[nodiscard]] RefPtr<Resource> CreateRedirect(const InternedString& name,
-                                                  const InternedString& source, Trail& trail);
+                                                  const InternedString& source,
+                                                  const std::string& description, Trail& trail);
     // Returns the table's entry, or null.
     [[nodiscard]] RefPtr<Resource> EntryOf(const InternedString& name) const;
     // Puts a resource into the table, unless the name has an entry that is not being destroyed.
@@ -115,13 +117,11 @@ private:
     RefPtr<Resource> Insert(const InternedString& name, const RefPtr<Resource>& made);
     void RecordMissing(const InternedString& name);
     // Returns the table's resources, and those that its redirects refer to if this is their home.
-    [[nodiscard]] std::vector<RefPtr<Resource>> Resources() const;
+    [[nodiscard]] ResourceHolds Resources() const;
 
     [[nodiscard]] CriticalSection& Lock() { return lock_; }
-    // Removes the entry of a name if it is `resource` or refers to it. Its hold goes to `detached`,
-    // for the caller to drop outside of all locks.
-    void Detach(const InternedString& name, const Resource& resource,
-                std::vector<RefPtr<Resource>>& detached);
+    // Removes the entry of a name if it is `resource` or refers to it. Its hold goes to `detached`.
+    void Detach(const InternedString& name, const Resource& resource, ResourceHolds& detached);
 
     const InternedString name_;
     mutable CriticalSection lock_{"ResourceDatabase"};

@@ -2,28 +2,21 @@
 
 #include <algorithm>
 
+#include "KernelResource/ResourceControl.h"
 #include "kernel/String.h"
 #include "services/OptionList.h"
 #include "services/OptionSources.h"
 
 namespace Vorn {
 
-RefPtr<Resource> ResourceTypes::CreateFromFile(ResourceDatabase& home, const InternedString& name,
-                                               const InternedString& source) const {
+RefPtr<Resource> ResourceTypes::Create(ResourceDatabase& home, const InternedString& name,
+                                       const InternedString& source, bool isDescribed) const {
     const auto type = std::ranges::find_if(
         types_, [&](const ResourceType* t) { return t->TakesFile(name.View()); });
     const bool known = type != types_.end();
     RefPtr<Resource> made =
         known ? (*type)->Create(&home, name) : MakeResource<Resource>(&home, name);
-    made->type_ = known ? *type : nullptr;
-    made->sourceName_ = source;
-    return made;
-}
-
-RefPtr<Resource> ResourceTypes::CreateDescribed(ResourceDatabase& home, const InternedString& name,
-                                                const InternedString& source) const {
-    RefPtr<Resource> made = CreateFromFile(home, name, source);
-    made->loadsFromDescription_ = true;
+    ResourceControl(*made).SetOrigin(known ? *type : nullptr, source, isDescribed);
     return made;
 }
 
@@ -33,7 +26,7 @@ RefPtr<Resource> ResourceTypes::CreateByName(ResourceDatabase& home,
         types_, [&](const ResourceType* t) { return t->TakesName(name.View()); });
     if (type == types_.end()) return {};
     RefPtr<Resource> made = (*type)->Create(&home, name);
-    made->type_ = *type;
+    ResourceControl(*made).SetOrigin(*type, made->SourceName(), false);
     return made;
 }
 

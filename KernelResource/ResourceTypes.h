@@ -44,14 +44,10 @@ public:
     void Add(ResourceType& type) { types_.push_back(&type); }
     void Remove(ResourceType& type) { std::erase(types_, &type); }
 
-    // Makes the resource of a file; `source` is its qualified name. Never null.
-    [[nodiscard]] RefPtr<Resource> CreateFromFile(ResourceDatabase& home,
-                                                  const InternedString& name,
-                                                  const InternedString& source) const;
-    // Makes a resource that loads from the description `source` + ".txt". Never null.
-    [[nodiscard]] RefPtr<Resource> CreateDescribed(ResourceDatabase& home,
-                                                   const InternedString& name,
-                                                   const InternedString& source) const;
+    // Makes the resource of a file; `source` is its qualified name. A described one loads from the
+    // description `source` + ".txt" instead. Never null.
+    [[nodiscard]] RefPtr<Resource> Create(ResourceDatabase& home, const InternedString& name,
+                                          const InternedString& source, bool isDescribed) const;
     // Makes a resource that needs no file, or returns null.
     [[nodiscard]] RefPtr<Resource> CreateByName(ResourceDatabase& home,
                                                 const InternedString& name) const;
