@@ -16,7 +16,8 @@ namespace va::tool {
 // once the system has refused one.
 class Answer {
 public:
-    // With `json`, the first object says which command answers, and End writes the last one.
+    // Begins the answer. With `json`, the first object says which command answers, and End writes
+    // the last one.
     Answer(bool json, std::string_view command);
     ~Answer() = default;
     Answer(const Answer&) = delete;

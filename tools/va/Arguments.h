@@ -15,20 +15,19 @@ namespace va::tool {
 // stand anywhere, also before the command. A word "-" is an operand.
 class Arguments {
 public:
-    // `words` without the program's name. Throws Failure (Usage) for whatever the table does not
-    // allow, with the nearest name.
-    // "--help" and "-h" give the command `help` with the words that were typed; "--version" gives
-    // `version`.
+    // Parses `words`, which come without the program's name. Throws Failure (Usage) for whatever
+    // the table does not allow, with the nearest name. "--help" and "-h" give the command `help`
+    // with the words that were typed; "--version" gives `version`.
     explicit Arguments(std::span<const std::string> words);
 
     [[nodiscard]] const Command& GetCommand() const { return *command_; }
     [[nodiscard]] const std::vector<std::string>& Operands() const { return operands_; }
 
-    // How often a flag or option was given.
+    // Returns how often a flag or option was given.
     [[nodiscard]] unsigned Count(const Option& option) const;
     [[nodiscard]] bool Has(const Option& option) const { return Count(option) > 0; }
 
-    // The value of an option; the last one if it was given several times.
+    // Returns the value of an option, the last one if it was given several times.
     [[nodiscard]] std::optional<std::string> Value(const Option& option) const;
     [[nodiscard]] std::vector<std::string> Values(const Option& option) const;
 
@@ -51,13 +50,13 @@ private:
     std::vector<std::string> typed_;  // how each of given_ was typed, for messages
 };
 
-// A number of an option's value, such as -j 4. Throws Failure (Usage) unless it is whole and within
-// the range.
+// Returns the number of an option's value, such as -j 4. Throws Failure (Usage) unless it is whole
+// and within the range.
 [[nodiscard]] std::uint64_t NumberValue(const Option& option, const std::string& text,
                                         std::uint64_t least, std::uint64_t most);
 
-// A number of bytes: "65536", "64K", "1.5G"; K, M, G and T are powers of 1024. Throws Failure
-// (Usage) for anything else.
+// Returns a number of bytes: "65536", "64K", "1.5G"; K, M, G and T are powers of 1024. Throws
+// Failure (Usage) for anything else.
 [[nodiscard]] std::uint64_t BytesValue(const Option& option, const std::string& text);
 
 }  // namespace va::tool

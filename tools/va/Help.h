@@ -7,18 +7,18 @@
 
 namespace va::tool {
 
-// "va diff [OPTION...] OLD NEW"
+// Returns "va diff [OPTION...] OLD NEW"
 [[nodiscard]] std::string UsageLine(const Command& command);
 
-// Every command under its heading, and the exit codes.
+// Returns every command under its heading, and the exit codes.
 [[nodiscard]] std::string OverviewHelp();
 
-// What `va help WORDS` prints: a command, or the commands of a family. Throws Failure (Usage) when
-// there is neither.
+// Returns what `va help WORDS` prints: a command, or the commands of a family. Throws Failure
+// (Usage) when there is neither.
 [[nodiscard]] std::string HelpOn(std::span<const std::string> words);
 
-// `text` in lines of at most `width` columns, every line after `indent` blanks. A line that begins
-// with a blank stays as it is; an empty line ends a paragraph.
+// Returns `text` in lines of at most `width` columns, every line after `indent` blanks. A line that
+// begins with a blank stays as it is; an empty line ends a paragraph.
 [[nodiscard]] std::string Wrapped(std::string_view text, std::size_t indent,
                                   std::size_t width = 80);
 

@@ -6,7 +6,7 @@
 
 namespace va::tool {
 
-// help and version.
+// Returns the commands help and version.
 [[nodiscard]] std::span<const Command> HelpCommands();
 
 }  // namespace va::tool

@@ -26,22 +26,22 @@ public:
     JsonObject& Set(std::string_view field, std::same_as<bool> auto truth) {
         return SetTruth(field, truth);
     }
-    // A member's name: `name` for people, and where `stored` holds bytes that code page 1252 does
-    // not define, the stored bytes as base64 (RFC 4648) in the field with "_bytes" after its name.
+    // Sets a member's name: `name` for people, and where `stored` holds bytes that code page 1252
+    // does not define, the stored bytes as base64 (RFC 4648) in the field with "_bytes" after its
+    // name.
     JsonObject& SetName(std::string_view field, std::string_view name, std::string_view stored);
 
-    // A text that may be in no encoding: bytes that are not UTF-8 appear as \xff, and the field
-    // with
-    // "_bytes" after its name then holds them all as base64.
+    // Sets a text that may be in no encoding: bytes that are not UTF-8 appear as \xff, and the
+    // field with "_bytes" after its name then holds them all as base64.
     JsonObject& SetText(std::string_view field, std::string_view text);
     JsonObject& SetBytes(std::string_view field, std::span<const std::byte> bytes);  // base64
 
-    // A number that is not finite becomes null.
+    // Sets a list. A number that is not finite becomes null.
     JsonObject& SetList(std::string_view field, const std::vector<std::int32_t>& numbers);
     JsonObject& SetList(std::string_view field, const std::vector<float>& numbers);
     JsonObject& SetList(std::string_view field, const std::vector<std::string>& texts);
 
-    // The object as one line with its line feed.
+    // Returns the object as one line with its line feed.
     [[nodiscard]] std::string Line() const;
 
 private:

@@ -20,7 +20,7 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    // `done` of `total` bytes in this step of the work; a new step starts its own rate.
+    // Shows `done` of `total` bytes in this step of the work; a new step starts its own rate.
     void Show(std::string_view step, std::uint64_t done, std::uint64_t total);
 
     // Takes the line off the terminal, before something else is written there.

@@ -35,10 +35,10 @@ public:
         return arguments_.Values(option);
     }
 
-    // Worker threads: -j, or the number of processors.
+    // Returns the number of worker threads: -j, or the number of processors.
     [[nodiscard]] unsigned Jobs() const;
 
-    // For the library's progress: shows how far the work is; false once the user asked to stop.
+    // Shows how far the library's work is. Returns false once the user asked to stop.
     [[nodiscard]] bool ShowProgress(std::string_view step, std::uint64_t done, std::uint64_t total);
 
     // Lets a run that would end with Done end with LookAt: something was found on the way that

@@ -13,12 +13,12 @@ namespace va::tool {
 // then 1 unless the command gives another one. Throws va::Error.
 [[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
 
-// Whether members may be missing because the archive was cut or its index is damaged; warns then.
-// The exit code is 1.
+// Returns whether members may be missing because the archive was cut or its index is damaged. Warns
+// then, and the exit code is 1.
 [[nodiscard]] bool MayLackMembers(Run& run, const Archive& archive);
 
-// The members that the operands from `first` on, --files-from and --exclude select; all of them
-// without a pattern. Throws Failure (NotFound) for patterns that match nothing.
+// Returns the members that the operands from `first` on, --files-from and --exclude select; all of
+// them without a pattern. Throws Failure (NotFound) for patterns that match nothing.
 [[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,
                                                 std::size_t first);
 
@@ -29,10 +29,11 @@ struct MemberOperand {
 };
 [[nodiscard]] MemberOperand SplitMemberOperand(const std::string& operand);
 
-// The member that an operand names, in its archive. Throws Failure (NotFound).
+// Returns the member that an operand names, in its archive. Throws Failure (NotFound).
 [[nodiscard]] Member MemberOf(const Archive& archive, const MemberOperand& operand);
 
-// For the library's work: shows the progress, and stops when the user asks.
+// Returns a function for the library's work that shows the progress, and stops the work when the
+// user asks.
 [[nodiscard]] ProgressFunction ProgressOf(Run& run);
 
 }  // namespace va::tool

@@ -55,14 +55,14 @@ struct Group {
 
 [[nodiscard]] std::span<const Group> Groups();
 
-// The options that every command takes.
+// Returns the options that every command takes.
 [[nodiscard]] std::span<const Option* const> CommonOptions();
 
-// The command whose words are the first of `words`, or null. `used` receives how many words name
-// it.
+// Returns the command whose words are the first of `words`, or null. `used` receives how many words
+// name it.
 [[nodiscard]] const Command* FindCommand(std::span<const std::string> words, std::size_t& used);
 
-// Every command of the table, in its order.
+// Returns every command of the table, in its order.
 [[nodiscard]] std::vector<const Command*> AllCommands();
 
 }  // namespace va::tool

@@ -16,13 +16,13 @@ struct PatchOperands {
 };
 [[nodiscard]] PatchOperands SortOperands(const Run& run);
 
-// "old", "new", "neither" or "damaged"
+// Returns "old", "new", "neither" or "damaged".
 [[nodiscard]] const char* NameOf(Verdict::Side side);
 
-// "12 same  3 changed  1 added": kinds that do not occur are omitted, but for the first.
+// Returns "12 same  3 changed  1 added": kinds that do not occur are omitted, but for the first.
 [[nodiscard]] std::string ShownCounts(const PatchCounts& counts);
 
-// "changed", "added", "moved", "removed" or "empty"
+// Returns "changed", "added", "moved", "removed" or "empty".
 [[nodiscard]] const char* WordOf(MemberChange::Kind kind);
 
 // Writes the members that a verdict names: as lines with -v, as objects with --json.

@@ -17,10 +17,10 @@ struct ReasonRow {
     std::vector<const PatchReport::Item*> items;  // the largest first
 };
 
-// The reasons that take any bytes, the largest first.
+// Returns the reasons that take any bytes, the largest first.
 [[nodiscard]] std::vector<ReasonRow> RowsOf(const PatchReport& report);
 
-// The code of an item's reason.
+// Returns the code of an item's reason.
 [[nodiscard]] std::string_view CodeOf(PatchReport::Reason reason);
 
 }  // namespace va::tool

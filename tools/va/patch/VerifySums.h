@@ -8,11 +8,11 @@
 
 namespace va::tool {
 
-// The text of a file that begins as sha256sum writes, or of standard input for "-"; nullopt for
-// other files and for folders.
+// Returns the text of a file that begins as sha256sum writes, or of standard input for "-". Returns
+// nullopt for other files and for folders.
 [[nodiscard]] std::optional<std::string> ReadSumsFile(const std::string& path);
 
-// Tells what differs in `target` from the sums in `text`, which came from `path`.
+// Reports what differs in `target` from the sums in `text`, which came from `path`.
 [[nodiscard]] ExitCode VerifySums(Run& run, const std::string& target, const std::string& path,
                                   const std::string& text);
 

@@ -28,7 +28,7 @@ struct Heard {
     std::bitset<Vorn::kTagFaultCount> ignored{};
 };
 
-// The names of all kinds, for --ignore.
+// Returns the names of all kinds, for --ignore.
 [[nodiscard]] std::span<const std::string_view> FindingKinds();
 // Adds the kinds that --ignore was given.
 void Ignore(Heard& heard, const std::vector<std::string>& kinds);
@@ -56,7 +56,7 @@ public:
     [[nodiscard]] std::size_t Losses() const { return losses_; }
     [[nodiscard]] std::size_t Notes() const { return notes_; }
     [[nodiscard]] bool HearsLosses() const { return heard_.losses; }
-    // LookAt once anything was reported, else Done.
+    // Returns LookAt once anything was reported, else Done.
     [[nodiscard]] ExitCode Code() const;
 
 private:

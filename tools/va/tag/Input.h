@@ -1,7 +1,7 @@
 // The inputs that tag commands name: files, members of archives and folders, standard input.
 //
 // "-" is standard input. A name that exists on disk is a file or a folder, whatever it looks like;
-// a folder means the descriptions below it, told by their endings. Otherwise "archive.va:pattern"
+// a folder means the descriptions below it, known by their endings. Otherwise "archive.va:pattern"
 // names members: one by its whole name whatever its ending, or the descriptions that a pattern
 // selects. --exclude leaves out members that a folder or a pattern would give.
 #pragma once
@@ -36,12 +36,12 @@ struct BadInput : Failure {};
 
 class Input {
 public:
-    // The name that selects this input alone: "folder/a.txt", "Town.va:a.txt", "-".
+    // Returns the name that selects this input alone: "folder/a.txt", "Town.va:a.txt", "-".
     [[nodiscard]] const std::string& Name() const { return name_; }
-    // Its path below the folder or archive that gave it, with '/'; a file's own name.
+    // Returns its path below the folder or archive that gave it, with '/'; a file's own name.
     [[nodiscard]] const std::string& Place() const { return place_; }
     [[nodiscard]] std::uint64_t Size() const { return size_; }  // bytes; 0 if unknown
-    // Whether a folder or a pattern gave it: it was not named itself.
+    // Returns whether a folder or a pattern gave it, so that it was not named itself.
     [[nodiscard]] bool IsSelected() const { return selected_; }
 
     // Reads the whole content: the bytes of a file, the content of a member, at most 4 GiB - 1.
@@ -69,7 +69,7 @@ private:
 [[nodiscard]] ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
                                     const std::function<ExitCode(const Input&)>& work);
 
-// Where the member's part of a name "archive.va:member" begins, or npos.
+// Returns where the member's part of a name "archive.va:member" begins, or npos.
 [[nodiscard]] std::size_t MemberStart(const std::string& name);
 
 }  // namespace va::tool

@@ -16,7 +16,7 @@ class Run;
 void CheckOutputs(const std::vector<std::string>& paths, bool replace);
 
 // Writes a file beside `path`, which takes its place in one step when it is complete and synced.
-// Nothing is left behind otherwise, also when the run is ended from outside. A link in that place
+// Otherwise nothing is left, also when the run is ended from outside. A link in that place
 // is replaced, not what it leads to. What replaces a file gets its permissions; without `replace`
 // nothing that exists is replaced, also not what comes meanwhile. Throws Failure (Refused,
 // DiskFull); `path` is then as it was.

@@ -26,8 +26,8 @@ struct TagFile {
     return ReadTags(input.Read(), input.Name(), observer);
 }
 
-// The form that programs take a file of this name for. Throws Failure (Usage) when that is not
-// `form`; any name will do for standard output, "-".
+// Throws Failure (Usage) unless programs read a file of this name in `form`. Standard output, "-",
+// may have any form.
 void CheckEnding(const std::string& path, TagForm form);
 
 }  // namespace va::tool

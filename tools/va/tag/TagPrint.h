@@ -10,7 +10,8 @@
 
 namespace va::tool {
 
-// Every tag below `root`, one line each, containers between braces, indented up to 40 levels:
+// Writes every tag below `root`, one line each, containers between braces, indented up to 40
+// levels:
 //
 //   mass                                    12
 //   mesh-table {
@@ -20,14 +21,14 @@ namespace va::tool {
 // A float has as many digits as tell it apart, and a '.'; of raw bytes the first 64 are shown.
 void PrintTree(Answer& answer, const Vorn::OCSChunk& root);
 
-// The value of one tag for other programs: a text as it is, numbers and identifiers joined by ',',
-// raw bytes in hex; empty for a tag without a value, and for a container.
+// Returns the value of one tag for other programs: a text as it is, numbers and identifiers joined
+// by ',', raw bytes in hex; empty for a tag without a value, and for a container.
 [[nodiscard]] std::string ValueText(const Vorn::OCSChunk& tag);
 
-// ValueText and a line end; a container as a tree, and nothing for a tag without a value.
+// Writes ValueText and a line end; a container as a tree, and nothing for a tag without a value.
 void PrintValue(Answer& answer, const Vorn::OCSChunk& tag);
 
-// The value as PrintTree shows it, which tells its type: 1.0, "text", raw 01ab.
+// Returns the value as PrintTree shows it, by which one sees its type: 1.0, "text", raw 01ab.
 [[nodiscard]] std::string ShownValue(const Vorn::OCSChunk& tag);
 
 }  // namespace va::tool

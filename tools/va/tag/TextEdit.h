@@ -19,9 +19,9 @@ public:
     void OnTagEnd(const Vorn::OCSChunk& tag, const Vorn::TagExtent& extent) override {
         places_.push_back({&tag, extent});
     }
-    // Null for the root, and for tags of the binary form.
+    // Returns null for the root, and for tags of the binary form.
     [[nodiscard]] const Vorn::TagExtent* Find(const Vorn::OCSChunk* tag) const;
-    // All places in the order of their names, in which TagWalk enters the tags.
+    // Returns all places in the order of their names, in which TagWalk enters the tags.
     [[nodiscard]] std::vector<Vorn::TagExtent> InOrder() const;
 
 private:
@@ -32,11 +32,11 @@ private:
     std::vector<PlacedTag> places_;
 };
 
-// The line end that the text uses first; CR LF if it has none.
+// Returns the line end that the text uses first; CR LF if it has none.
 [[nodiscard]] std::string_view LineEndOf(std::string_view text);
 
-// `value` as it stands in a text, with its quotes; empty for a tag without value. The second text
-// also ends the line after the value, which makes it a number where a '}' would follow.
+// Returns `value` as it is written in a text, with its quotes; empty for a tag without value. The
+// second text also ends the line after the value, which makes it a number where a '}' would follow.
 [[nodiscard]] std::vector<std::string> TextsWithValue(std::string_view text,
                                                       const Vorn::TagExtent& tag,
                                                       std::string_view value);

@@ -12,7 +12,7 @@ namespace va::tool {
 struct TagDifference {
     enum class Kind {
         Added,      // only in B
-        Removed,    // only in A; of a container nothing below it is told
+        Removed,    // only in A; of a container, nothing below it is reported
         Changed,    // another type or value
         Reordered,  // a container whose children are in another order
     };
