@@ -23,8 +23,8 @@ struct BuildOptions {
     bool replace = false;  // a file that exists
     // The old side was not judged, so that the contents of the result are.
     bool trusted = false;
-    // Called when the result is not the archive that the patch promises, before it is kept; not
-    // for an old side that is trusted.
+    // Is called before a result is kept that is not the archive that the patch promises; not for an
+    // old side that is trusted.
     std::function<void()> confirm = {};
     unsigned threads = 1;
     std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take

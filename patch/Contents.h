@@ -11,12 +11,12 @@
 
 namespace patch {
 
-// One for each worker thread, at least one.
+// Returns one reader for each worker thread, at least one.
 [[nodiscard]] std::vector<std::unique_ptr<archive::TreeReader>> NewReaders(
     const archive::Tree& tree, unsigned threads);
 
-// The content of a member. Throws archive::Error. Memory grows with what is read, not with what
-// the member claims.
+// Returns the content of a member. Throws archive::Error. Memory grows with what is read, not with
+// what the member claims.
 [[nodiscard]] std::vector<std::byte> ReadContent(archive::TreeReader& reader,
                                                  const archive::Tree& tree, std::size_t member);
 
@@ -24,7 +24,7 @@ namespace patch {
 [[nodiscard]] Digest DigestContent(archive::TreeReader& reader, std::size_t member, DigestKind kind,
                                    Meter& meter);
 
-// The same without a digest.
+// Reads without a digest.
 void ReadThrough(archive::TreeReader& reader, std::size_t member, Meter& meter);
 
 }  // namespace patch

@@ -46,7 +46,7 @@ struct Difference {
     std::vector<std::optional<Number>> movedFrom;  // of added members, by their places in `carried`
 };
 
-// The name under which a patch knows a member.
+// Returns the name under which a patch knows a member.
 [[nodiscard]] std::string PatchName(std::string_view stored);
 
 // Compares the sides and lists what differs. With `digests`, those of equal members are known then.
@@ -65,7 +65,7 @@ void FindMoved(Difference& difference);
 [[nodiscard]] List DeletedList(const Difference& difference);
 [[nodiscard]] List PatchedList(const Difference& difference);
 
-// In the canonical order of the names.
+// Returns the changes in the canonical order of the names.
 [[nodiscard]] std::vector<MemberChange> ChangesOf(const Difference& difference);
 
 // Sides, spots and members; what it says about the result's file is the caller's.

@@ -9,7 +9,7 @@
 
 namespace patch {
 
-// A stored name as people see it: UTF-8, '/' between components.
+// Returns a stored name as people see it: UTF-8, '/' between components.
 [[nodiscard]] std::string ShownName(std::string_view stored);
 
 enum class ErrorCode {
@@ -24,7 +24,7 @@ public:
     // what() is "PATH: MEMBER: REASON" in UTF-8. `member` is a stored name; may be empty.
     Error(ErrorCode code, const std::string& path, const std::string& reason,
           std::string_view member = {});
-    // The same for what the room below says about the file at `path`.
+    // Reports what the archive room says about the file at `path`.
     Error(const std::string& path, const archive::Error& error);
 
     [[nodiscard]] ErrorCode Code() const { return code_; }

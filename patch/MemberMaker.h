@@ -55,7 +55,7 @@ public:
     // cannot be read.
     [[nodiscard]] Remade Remake(Number fresh);
 
-    // The least limit with which a member can be made, in bytes.
+    // Returns the least limit with which a member can be made, in bytes.
     [[nodiscard]] static std::uint64_t LeastMemory(const Input& old, const Input& fresh,
                                                    const Carried& member,
                                                    const MakerLimits& limits);

@@ -17,7 +17,7 @@ public:
         shown_ = count_;
     }
     [[nodiscard]] bool IsEmpty() const { return count_ == 0; }
-    // " a, b and 3 more"
+    // Returns " a, b and 3 more".
     [[nodiscard]] std::string Text() const {
         return names_ +
                (count_ > shown_ ? " and " + std::to_string(count_ - shown_) + " more" : "");

@@ -34,7 +34,7 @@ struct Verdict {
     bool likeNew = false;
     // Stored names: the damaged members, or those that differ from the side that this resembles.
     std::vector<std::string> members{};
-    // Whether each of `members` differs; else one or more of them do.
+    // True if each of `members` differs; else one or more of them do.
     bool certain = true;
     // Neither: so much differs that this is no copy of either side.
     bool another = false;
@@ -49,10 +49,10 @@ public:
 
     [[nodiscard]] const std::string& Path() const { return path_; }
     [[nodiscard]] const archive::Tree& Members() const { return *tree_; }
-    // Null for a folder.
+    // Returns null for a folder.
     [[nodiscard]] const archive::Reader* Reader() const { return reader_; }
 
-    // Numbers of the members that can be reached by name, in stored order.
+    // Returns the numbers of the members that can be reached by name, in stored order.
     [[nodiscard]] const std::vector<std::size_t>& Reachable() const { return reachable_; }
 
     // Reads every member and compares what the patch says about this side. Throws Error for a
@@ -60,7 +60,7 @@ public:
     [[nodiscard]] Verdict Judge(const PatchFile& patch, unsigned threads,
                                 const ProgressFunction& progress) const;
 
-    // The same by the members that the patch lists alone: Old says nothing about the others.
+    // Judges by the members that the patch lists alone: Old says nothing about the others.
     [[nodiscard]] Verdict JudgeListed(const PatchFile& patch, unsigned threads,
                                       const ProgressFunction& progress) const;
 

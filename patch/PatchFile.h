@@ -42,7 +42,8 @@ public:
     // Opens the patch and judges every byte of it. Throws Error (Refused, NotFound), Cancelled.
     PatchFile(std::string path, unsigned threads, const ProgressFunction& progress);
 
-    // Whether an archive has a list or a manifest, so that a patch was meant. Judges nothing.
+    // Returns whether an archive has a list or a manifest, so that a patch was meant. Judges
+    // nothing.
     [[nodiscard]] static bool IsMeant(const archive::Reader& reader);
 
     [[nodiscard]] const std::string& Path() const { return path_; }
@@ -50,13 +51,14 @@ public:
     [[nodiscard]] const archive::Reader& Reader() const { return *reader_; }
     [[nodiscard]] const std::optional<Manifest>& GetManifest() const { return manifest_; }
 
-    // How its digests were made.
+    // Returns how its digests were made.
     [[nodiscard]] DigestKind Digests() const {
         return manifest_ ? DigestKind::Sha256 : DigestKind::Md5;
     }
-    // Added members first, then changed, then removed ones; each in the order of the names.
+    // Returns the added members first, then changed, then removed ones; each in the order of the
+    // names.
     [[nodiscard]] const std::vector<Change>& Changes() const { return changes_; }
-    // The change of a member of the old side, or of the new side; null for one that stays.
+    // Returns the change of a member of the old side, or of the new side; null for one that stays.
     [[nodiscard]] const Change* OfOld(std::string_view name) const;
     [[nodiscard]] const Change* OfNew(std::string_view name) const;
 

@@ -34,7 +34,7 @@ private:
     delta::Workspace workspace_;
 };
 
-// An upper bound of the memory that Make takes for a part. Throws Error.
+// Returns an upper bound of the memory that Make takes for a part. Throws Error.
 [[nodiscard]] std::uint64_t MemoryToRebuild(const Part& part, const OldSide& old,
                                             const PatchFile& patch);
 

@@ -38,7 +38,7 @@ public:
     static constexpr std::size_t kCount = 256;
     static constexpr std::size_t kSpotBytes = 6;
 
-    // The spot of a member, by its stored name.
+    // Returns the spot of a member, by its stored name.
     [[nodiscard]] static std::size_t SpotOf(std::string_view storedName);
 
     // Adds a member. The order does not matter, so that workers keep their own and join them.

@@ -29,15 +29,15 @@ public:
     TrailingDigest(const TrailingDigest&) = delete;
     TrailingDigest& operator=(const TrailingDigest&) = delete;
 
-    // The bytes before `end` do not change any more, but for the header.
+    // Reports that the bytes before `end` do not change any more, but for the header.
     void Follow(std::uint64_t end);
 
     // Waits until it has read all of that, and ends the thread. Throws archive::Error if the file
     // could not be read.
     void Stop();
 
-    // After Stop: reads the rest of the file and returns the digest of all. Nothing if the header
-    // is another one than was foretold.
+    // Reads the rest of the file, after Stop, and returns the digest of all; nullopt if the header
+    // differs from the one that was foretold.
     [[nodiscard]] std::optional<Sha256Digest> Finish(const platform::FileHandle& file,
                                                      std::uint64_t size);
 
