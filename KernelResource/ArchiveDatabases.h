@@ -48,8 +48,8 @@ private:
     std::vector<Entry> entries_ VORN_GUARDED_BY(lock_);
 };
 
-// The same for the register of the process. A null database is ignored; otherwise they throw
-// Exception if there is no resource system.
+// Work on the register of the process. A null database is ignored; otherwise they throw Exception
+// if there is no resource system.
 [[nodiscard]] NorvaneResourceDatabase* OpenArchiveDatabase(const InternedString& name,
                                                            const char* folder);
 void ReleaseArchiveDatabase(const NorvaneResourceDatabase* database);

@@ -63,11 +63,11 @@ struct PluginFactories {
 
 extern "C" {
 
-// The entry point. A library that returns null, or a version other than the host's, counts as one
-// without plug-ins.
+// Returns the plug-ins of the library: its entry point. A library that returns null, or a version
+// other than the host's, counts as one without plug-ins.
 const Vorn::PluginFactories* VornGetPlugins();
 
-// Optional: returns the options that declare this library's plug-ins, or null. Hosts that scan the
-// directory load the library, read this text and free the library again.
+// Returns the options that declare this library's plug-ins, or null; a library need not have it.
+// Hosts that scan the directory load the library, read this text and free the library again.
 const char* PluginList();
 }

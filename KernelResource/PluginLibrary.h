@@ -42,8 +42,8 @@ private:
 // not tried again. Neither is one that its own initialisers request while it loads.
 class PluginLibrary {
 public:
-    // A name without a folder is searched in `folders`, which must outlive the object, and then
-    // where the system searches. "*" is the program itself.
+    // Names the library; loads nothing yet. A name without a folder is searched in `folders`, which
+    // must outlive the object, and then where the system searches. "*" is the program itself.
     PluginLibrary(InternedString name, std::span<const std::string> folders);
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;

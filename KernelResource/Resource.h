@@ -51,8 +51,8 @@ protected:
 
 class Resource {
 public:
-    // `home` is the database that makes it, or null. Throws Exception if there is no resource
-    // system.
+    // Makes an unloaded resource. `home` is the database that makes it, or null. Throws Exception
+    // if there is no resource system.
     Resource(ResourceDatabase* home, const InternedString& name);
     Resource(const Resource&) = delete;
     Resource& operator=(const Resource&) = delete;
@@ -163,9 +163,9 @@ private:
     void EnterAccounts();
     void LeaveAccounts();
 
-    // All changes of state go through TryMove, which also keeps the accounts. It returns false, and
-    // changes nothing, if the resource is not in state `from`. Throws Exception for a move that
-    // ResourceState.h does not have.
+    // Makes every change of state, and keeps the accounts. Returns false, and changes nothing, if
+    // the resource is not in state `from`. Throws Exception for a move that ResourceState.h does
+    // not have.
     [[nodiscard]] bool TryMove(ResourceState from, ResourceState to);
     // Moves from the present state. Only for a caller whose lock or claim keeps others from moving
     // the resource; throws Exception if one did all the same.

@@ -20,7 +20,7 @@ public:
 
     // Destroys what the bin holds, except for what is in use: that becomes available again.
     virtual ~ResourceBin() = default;
-    // Called once, before anything else. `options` may be null.
+    // Takes its settings. Called once, before anything else. `options` may be null.
     virtual void Configure(const OptionList* options) = 0;
     // Takes a resource that the bin holds out of it, to be used again. False if the bin does not
     // hold it. The caller holds the lock of the resource's home.

@@ -12,14 +12,14 @@ class ResourceControl {
 public:
     explicit ResourceControl(Resource& resource) : resource_(resource) {}
 
-    // The moves between states, as Resource::TryMove and Resource::Move.
+    // Move the resource between states, as Resource::TryMove and Resource::Move do.
     [[nodiscard]] bool TryMove(ResourceState from, ResourceState to) {
         return resource_.TryMove(from, to);
     }
     void Move(ResourceState to) { resource_.Move(to); }
 
-    // For types: what made the resource, and from which qualified name. Called before the resource
-    // is shared.
+    // For types. Sets what made the resource, and from which qualified name. Called before the
+    // resource is shared.
     void SetOrigin(ResourceType* type, const InternedString& source, bool isDescribed);
 
     // For the load queue. The first two are called under the lock of its items.
@@ -44,7 +44,7 @@ public:
     // For bins.
     void LeaveAccounts() { resource_.LeaveAccounts(); }
 
-    // For the core: makes the resource homeless if `ended` is its home, and no longer given by it.
+    // For the core. Makes the resource homeless if `ended` is its home.
     void ForgetDatabase(ResourceDatabase& ended);
 
 private:

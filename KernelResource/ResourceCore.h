@@ -90,8 +90,8 @@ public:
     void TakeOutOfQueue(Resource& resource);
     // Ends all loading work on the resource: on return none is queued and none runs.
     void WithdrawLoad(Resource& resource);
-    // Held while resources leave the tables of their databases, and while a database ends, so that
-    // no redirect is looked for in a database that is gone.
+    // Returns the lock that is held while resources leave the tables of their databases, and while
+    // a database ends, so that no redirect is looked for in a database that is gone.
     [[nodiscard]] CriticalSection& DetachingLock() { return detachingLock_; }
     // Takes the redirects to `target` out of their databases. Their holds go to `detached`. The
     // caller holds the detaching lock.

@@ -44,11 +44,11 @@ public:
     // the tag's name, and the first ten misses of the process are logged. Returns a null or empty
     // `tag` unchanged.
     [[nodiscard]] InternedString GetString(const InternedString& tag, bool warn);
-    // The same among the texts of "ostrel_map_text" and of "scenario_text".
+    // Look among the texts of "ostrel_map_text" and of "scenario_text".
     [[nodiscard]] InternedString GetMapText(const InternedString& tag, bool warn);
     [[nodiscard]] InternedString GetScenarioText(const InternedString& tag, bool warn);
-    // The same among the texts of "ostrel_spec_text", under the name as the text form writes it
-    // ("Max Speed" is "max_speed"). If the text is missing the result is always `tag`.
+    // Looks among the texts of "ostrel_spec_text", under the name as the text form writes it ("Max
+    // Speed" is "max_speed"). If the text is missing the result is always `tag`.
     [[nodiscard]] InternedString GetSpecText(const InternedString& tag, bool warn);
 
 private:

@@ -37,23 +37,23 @@ struct KUID {
     [[nodiscard]] bool IsNull() const { return *this == KUID{}; }
     [[nodiscard]] bool IsPlain() const { return version == (userId < 0 ? 127 : 0); }
 
-    // version << 25 | the low 25 bits of the user.
+    // Returns version << 25 | the low 25 bits of the user.
     [[nodiscard]] std::uint32_t PackedWord() const;
     [[nodiscard]] static KUID FromPacked(std::uint32_t word, std::int32_t contentId);
 
-    // Packed word, then content, little-endian: as in tag values.
+    // Returns the packed word, then the content, little-endian, as tag values have them.
     [[nodiscard]] Pair ToPair() const;
     [[nodiscard]] static KUID FromPair(std::span<const std::byte, kPairSize> pair);
 
-    // "<kuid:1:2>", "<kuid2:1:2:3>"; null is "<NULL>".
+    // Returns "<kuid:1:2>" or "<kuid2:1:2:3>"; null is "<NULL>".
     [[nodiscard]] InternedString TagForm() const;
     [[nodiscard]] std::string TagText() const;  // the same, not pooled
     // Returns the tag form with "&#60;" and "&#62;" for its brackets; null is "&#60;NULL
     // KUID&#62;".
     [[nodiscard]] InternedString EscapedForm() const;
-    // "kuid 1 2", "kuid2 1 2 3"; null is "NULLKUID".
+    // Returns "kuid 1 2" or "kuid2 1 2 3"; null is "NULLKUID".
     [[nodiscard]] String WordForm() const;
-    // "1_2", "1_2_3" for the separator '_'; null is "NULLKUID".
+    // Returns "1_2" or "1_2_3" for the separator '_'; null is "NULLKUID".
     [[nodiscard]] String SeparatedForm(char separator) const;
 
     // Reads content, then packed word, little-endian. Returns null if the stream ends before the

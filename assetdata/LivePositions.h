@@ -28,7 +28,7 @@ public:
         return position < size_ && (words_.empty() || (words_[position / kWord] & Bit(position)));
     }
 
-    // The position must be live.
+    // Removes a position, which must be live.
     void Remove(std::uint32_t position) {
         if (words_.empty()) BeginRemoving();
         words_[position / kWord] &= ~Bit(position);

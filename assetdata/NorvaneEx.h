@@ -7,7 +7,7 @@ namespace Vorn {
 
 class NorvaneEx : public Exception {
 public:
-    // The reason is "Norvane Error". `file` must be a constant.
+    // Makes an exception whose reason is "Norvane Error". `file` must be a constant.
     NorvaneEx(const char* file, int line) : Exception(file, line, "Norvane Error") {}
     [[nodiscard]] const char* GetClassName() const override { return "Norvane Error"; }
 };

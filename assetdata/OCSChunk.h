@@ -51,7 +51,7 @@ public:
     [[nodiscard]] virtual OCSChunkRef FindChild(const InternedString& /*name*/) { return {}; }
     [[nodiscard]] virtual OCSChunkRef FindChild(const InternedString& /*name*/) const { return {}; }
     [[nodiscard]] virtual std::uint32_t ChildCount() const { return 0; }
-    // Null past the end.
+    // Returns null past the end.
     [[nodiscard]] virtual InternedString ChildName(std::uint32_t /*index*/) const { return {}; }
     virtual void Clear() {}
     // Exchanges the children of the first pairs that hold `a` and `b`; names stay where they are.

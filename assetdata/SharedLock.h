@@ -18,7 +18,7 @@ namespace Vorn {
 
 class VORN_CAPABILITY("shared lock") SharedLock {
 public:
-    // The main thread sweeps one bucket each time it has waited this long.
+    // Makes a free lock. The main thread sweeps one bucket each time it has waited this long.
     explicit SharedLock(std::chrono::milliseconds sweepInterval = std::chrono::seconds(15));
     SharedLock(const SharedLock&) = delete;
     SharedLock& operator=(const SharedLock&) = delete;

@@ -13,7 +13,7 @@ namespace Vorn {
 // gigabytes. Returns the word for an unknown size if `bytes` is negative.
 [[nodiscard]] String SizeText(std::int64_t bytes);
 
-// The same for bytes per second, up to megabytes. The number replaces the placeholder of the
+// Returns the text of bytes per second, up to megabytes. The number replaces the placeholder of the
 // language's text, such as "$(KILOBYTES)".
 [[nodiscard]] String RateText(double bytesPerSecond);
 

@@ -18,7 +18,8 @@ class TBufferBlock {
 public:
     // Capacities are multiples of `growthStep`. Throws NorvaneEx for a step of 0.
     explicit TBufferBlock(std::uint32_t growthStep);
-    // A fixed block over `content`, which must outlive it and be below 4 GiB (else NorvaneEx).
+    // Makes a fixed block over `content`, which must outlive it and be below 4 GiB (else
+    // NorvaneEx).
     explicit TBufferBlock(std::span<const std::byte> content);
 
     [[nodiscard]] std::span<const std::byte> Content() const { return {data_, length_}; }

@@ -18,7 +18,7 @@ class OCSFile : public ReferenceCountMP {
 public:
     // Returns false if the stream holds no such file.
     virtual bool Read(TStream& stream) = 0;
-    // Unused; it keeps the fixed order of the virtual operations.
+    // Does nothing; it keeps the fixed order of the virtual operations.
     virtual void Reserved() {}
     // Returns null if nothing is loaded.
     [[nodiscard]] virtual OCSChunkRef Root() = 0;
@@ -32,7 +32,7 @@ public:
     // Also returns null if the version is neither 0 (ANSI) nor 1 (UTF-8).
     [[nodiscard]] OCSChunkRef Root() override;
 
-    // The same, and reports to the observer why a file is refused, and every oddity of one that is
+    // Reads, and reports to the observer why a file is refused, and every oddity of one that is
     // read.
     bool Read(TStream& stream, TagObserver* observer);
 

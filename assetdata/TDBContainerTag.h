@@ -24,7 +24,7 @@ private:
     ChildList children_;
 };
 
-// A new TDBContainerTag for type 1, else a TDBDataTag without value.
+// Returns a new TDBContainerTag for type 1, else a TDBDataTag without value.
 [[nodiscard]] OCSChunkRef NewTag(std::uint32_t type);
 
 }  // namespace Vorn

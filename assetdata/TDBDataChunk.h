@@ -12,7 +12,7 @@ namespace Vorn {
 
 class TDBDataChunk : public ChunkTag {
 public:
-    // `value` lies in the body.
+    // Makes the tag of a record. `value` lies in the body.
     TDBDataChunk(ChunkBody& body, std::uint32_t record, std::span<const std::byte> value,
                  std::uint32_t type)
         : ChunkTag(body, record), value_(value), type_(type) {}

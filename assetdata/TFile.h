@@ -14,7 +14,7 @@ namespace Vorn {
 
 class TFile final : public TStream {
 public:
-    // Has no file: reads and writes return 0 and set the error flag.
+    // Makes a stream without a file: reads and writes return 0 and set the error flag.
     TFile() = default;
     explicit TFile(File& borrowed) : file_(&borrowed) {}
     explicit TFile(std::unique_ptr<File> owned) : owned_(std::move(owned)), file_(owned_.get()) {}

@@ -10,7 +10,7 @@ namespace Vorn {
 // have the path of the tag, and the offset for tags of a chunk file.
 void FindTextLosses(const OCSChunk& root, TagObserver& observer);
 
-// The same for the chunk form.
+// Reports what writing a tree as a chunk file and reading it back would change.
 void FindChunkLosses(const OCSChunk& root, TagObserver& observer);
 
 }  // namespace Vorn

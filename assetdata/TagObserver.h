@@ -116,10 +116,11 @@ class TagObserver {
 public:
     virtual ~TagObserver() = default;
     virtual void OnFinding(const TagFinding& finding) = 0;
-    // Called for each tag that was read, with the place of its name. The tag lives as long as the
-    // tree.
+    // Is called for each tag that was read, with the place of its name. The tag lives as long as
+    // the tree.
     virtual void OnTag(const OCSChunk& /*tag*/, const TagPlace& /*place*/) {}
-    // Called for each tag of a text when all of it has been read, a container after its children.
+    // Is called for each tag of a text when all of it has been read, a container after its
+    // children.
     virtual void OnTagEnd(const OCSChunk& /*tag*/, const TagExtent& /*extent*/) {}
 };
 

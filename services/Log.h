@@ -51,8 +51,8 @@ void SetLogConsoleStream(std::FILE* stream);
 // Ends the file with "Shutdown."; the other sinks continue.
 void ShutdownLog() noexcept;
 
-// The same for the fault handler of a thread: allocates and frees nothing, and leaves the file open
-// until CloseLog or the end of the process. Waits at most half a second for a line of another
+// Ends the file for the fault handler of a thread: allocates and frees nothing, and leaves the file
+// open until CloseLog or the end of the process. Waits at most half a second for a line of another
 // thread. Returns false and leaves the file unchanged if that line did not end in time, or if the
 // fault happened while writing to the log itself.
 bool ShutdownLogAfterFault() noexcept;

@@ -21,8 +21,8 @@ class VORN_CAPABILITY("log lock") LogLock {
 public:
     void Enter() VORN_ACQUIRE();
     void Leave() VORN_RELEASE();
-    // For fault handlers. Returns false if the calling thread already holds the lock, or another
-    // one holds it for all of that time.
+    // Enters for a fault handler. Returns false if the calling thread already holds the lock, or
+    // another one holds it for all of that time.
     [[nodiscard]] bool TryEnterFirst(int milliseconds) VORN_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
@@ -44,7 +44,7 @@ public:
 
     // Writes `last` and closes the file. Does nothing if no file is open.
     void End(std::string_view last);
-    // The same without closing, as ShutdownLogAfterFault promises.
+    // Ends the log without closing the file, as ShutdownLogAfterFault promises.
     bool EndAfterFault(std::string_view last) VORN_NO_THREAD_SAFETY_ANALYSIS;
 
 private:

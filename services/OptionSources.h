@@ -15,8 +15,8 @@ namespace Vorn {
 // damaged, cannot be read to its end, or holds more than 16 MiB, which bounds the memory that a
 // wrong file can take.
 bool ParseOptionFile(OptionList& list, const char* path);
-// The same with the mount's name apart, as in File::Open: null for a path of the file system, whose
-// folder names may contain ':'.
+// Parses a file whose mount is named apart, as in File::Open: null for a path of the file system,
+// whose folder names may contain ':'.
 bool ParseOptionFile(OptionList& list, const InternedString& substName, const char* path);
 
 // Parses every source of option text that exists, and at last `commandText`, which may be null.

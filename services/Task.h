@@ -15,8 +15,8 @@ class KernelOptions;
 
 class Task {
 public:
-    // `period` is the least time between two updates in seconds, 0 for every pass. `option` is a
-    // value of the creator's own.
+    // Makes a task that is not started. `period` is the least time between two updates in seconds,
+    // 0 for every pass. `option` is a value of the creator's own.
     Task(const InternedString& name, bool option, float period);
     Task(const Task&) = delete;
     Task& operator=(const Task&) = delete;

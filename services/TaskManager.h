@@ -38,7 +38,7 @@ public:
     // is not updated. Tasks made during a pass have their turn in the next one.
     void Update(double now);
 
-    // Null until the tasks were started.
+    // Returns null until the tasks were started.
     [[nodiscard]] KernelOptions* GetOptions() const { return options_; }
     void ForgetOptions(const KernelOptions& options);
 
