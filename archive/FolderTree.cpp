@@ -1,19 +1,16 @@
 #include <algorithm>
-#include <array>
 #include <limits>
 
 #include "archive/Error.h"
+#include "archive/FileContent.h"
 #include "archive/Names.h"
 #include "archive/Tree.h"
 #include "kernel/PathBuffer.h"
 #include "platform/CodePage.h"
 #include "platform/Directories.h"
-#include "platform/Files.h"
 
 namespace archive {
 namespace {
-
-constexpr std::size_t kPiece = 65536;
 
 struct FolderFile {
     std::string name;    // code page 1252
@@ -64,7 +61,9 @@ private:
                     if (entry.name == "." || entry.name == "..") return true;
                     const std::string path = folder + entry.name;
                     if (const char* reason = ReasonToLeaveOut(entry, path)) {
-                        leftOut_.push_back({path, reason});
+                        const bool isContent =
+                            !entry.isLink && (entry.isRegular || entry.status.IsDirectory());
+                        leftOut_.push_back({path, reason, isContent});
                     } else if (entry.status.IsDirectory()) {
                         folders.push_back(path + "/");
                     } else {
@@ -103,32 +102,13 @@ public:
     explicit FolderTreeReader(const FolderTree& tree) : tree_(tree) {}
 
     void Begin(std::size_t number) override {
-        name_ = tree_.File(number).name;
-        left_ = tree_.File(number).size;
-        file_.Close();
-        if (!file_.Open(tree_.PathOf(number).c_str(), platform::Access::Read,
-                        platform::Creation::OpenExisting, platform::Share::DenyNone)) {
-            throw Error(ErrorCode::CannotRead, "the file cannot be opened", 0, name_);
-        }
+        content_.Begin(tree_.PathOf(number), tree_.File(number).size, tree_.File(number).name);
     }
-
-    [[nodiscard]] std::span<const std::byte> Next() override {
-        const std::int64_t got = file_.Read(piece_);
-        // A file that changes while it is read would give a mixture of two contents.
-        if (got < 0) throw Error(ErrorCode::CannotRead, "the file cannot be read", 0, name_);
-        if (static_cast<std::uint64_t>(got) > left_ || (got == 0 && left_ > 0)) {
-            throw Error(ErrorCode::CannotRead, "the file changed while it was read", 0, name_);
-        }
-        left_ -= static_cast<std::uint64_t>(got);
-        return std::span(piece_).first(static_cast<std::size_t>(got));
-    }
+    [[nodiscard]] std::span<const std::byte> Next() override { return content_.Next(); }
 
 private:
     const FolderTree& tree_;
-    platform::FileHandle file_;
-    std::string name_;
-    std::uint64_t left_ = 0;
-    std::array<std::byte, kPiece> piece_{};
+    FileContent content_;
 };
 
 std::unique_ptr<TreeReader> FolderTree::NewReader() const {

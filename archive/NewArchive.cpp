@@ -105,7 +105,7 @@ NewArchive::HiddenName::~HiddenName() {
 }
 
 const Reader& NewArchive::Complete() {
-    members_->Complete();
+    if (members_) members_->Complete();
     members_.reset();
     if (!file_.Commit()) ThrowSystem("cannot flush the file to the storage device");
     return reader_.emplace(std::move(file_));

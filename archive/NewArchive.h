@@ -30,6 +30,13 @@ public:
     // Takes its members; not after Complete.
     [[nodiscard]] Appender& Members() { return *members_; }
 
+    // Gives the file, which has a header so far, to a caller that writes members, index and header
+    // itself; Members() is gone then.
+    [[nodiscard]] platform::FileHandle& WriteWithoutMembers() {
+        members_.reset();
+        return file_;
+    }
+
     // For reading what was written, up to Members().Appeared().
     [[nodiscard]] const platform::FileHandle& File() const { return file_; }
 

@@ -39,6 +39,7 @@ public:
 struct Unusable {
     std::string name;  // as the system has it
     std::string reason;
+    bool isContent = false;  // a file or folder, and not a link or device
 };
 
 class Tree {

@@ -84,7 +84,7 @@ void Archive::ListMembers() {
     if (impl_->info.isFolder) {
         impl_->info.fileSize = impl_->info.contentSize;
         for (const archive::Unusable& file : tree.LeftOut()) {
-            impl_->skipped.push_back({file.name, file.reason});
+            impl_->skipped.push_back({file.name, file.reason, file.isContent});
         }
         return;
     }

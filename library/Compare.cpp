@@ -1,12 +1,12 @@
 #include "vaconverter/compare.h"
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
 
 #include "archive/Names.h"
+#include "library/SameContent.h"
 #include "library/SideReader.h"
 #include "library/Workers.h"
 
@@ -20,26 +20,13 @@ struct Pair {
     bool differs = false;
 };
 
-// Whether both contents are equal; pieces of the two sides may be cut differently. Both are read to
-// their ends: damage must not pass for a difference.
-bool SameContent(SideReader& a, const Member& memberA, SideReader& b, const Member& memberB,
-                 WorkProgress& progress) {
+bool SameMember(SideReader& a, const Member& memberA, SideReader& b, const Member& memberB,
+                WorkProgress& progress) {
     if (memberA.Size() != memberB.Size()) return false;
     a.Begin(memberA);
     b.Begin(memberB);
-    bool same = true;
-    std::span<const std::byte> pieceA;
-    std::span<const std::byte> pieceB;
-    for (;;) {
-        if (pieceA.empty()) pieceA = a.Next();
-        if (pieceB.empty()) pieceB = b.Next();
-        const std::size_t count = std::min(pieceA.size(), pieceB.size());
-        if (count == 0) return same && pieceA.empty() && pieceB.empty();
-        same = same && std::memcmp(pieceA.data(), pieceB.data(), count) == 0;
-        pieceA = pieceA.subspan(count);
-        pieceB = pieceB.subspan(count);
-        progress.Add(count);
-    }
+    return SameContent([&a] { return a.Next(); }, [&b] { return b.Next(); },
+                       [&progress](std::size_t bytes) { progress.Add(bytes); });
 }
 
 std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
@@ -91,7 +78,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
         Sides& sides = workers[worker];
         for (std::size_t i = runs[run].begin; i < runs[run].end; ++i) {
             Pair& pair = pairs[toRead[i]];
-            pair.differs = !SameContent(sides.a, *pair.a, sides.b, *pair.b, work);
+            pair.differs = !SameMember(sides.a, *pair.a, sides.b, *pair.b, work);
         }
     });
 
@@ -123,7 +110,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
             if (removedSizes.contains(pair.b->Size())) {
                 auto [from, end] =
                     removed.equal_range({pair.b->Size(), CheckSumOf(sideB, *pair.b)});
-                while (from != end && !SameContent(sideA, *from->second, sideB, *pair.b, work)) {
+                while (from != end && !SameMember(sideA, *from->second, sideB, *pair.b, work)) {
                     ++from;
                 }
                 if (from != end) {

@@ -1,13 +1,12 @@
-#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <vector>
 
-#include "archive/Check.h"
 #include "archive/NewArchive.h"
 #include "archive/StreamSize.h"
 #include "archive/Window.h"
 #include "library/ArchiveAccess.h"
+#include "library/JudgeResult.h"
 #include "library/ResultPlace.h"
 #include "library/SideReader.h"
 #include "library/Translate.h"
@@ -86,27 +85,6 @@ Versions VersionsOf(std::span<const Archive> sides) {
     return versions;
 }
 
-void Judge(const archive::Reader& reader, const MergeOptions& options,
-           const ProgressFunction& progress) {
-    archive::CheckOptions check{.workers = options.threads};
-    if (progress) {
-        check.progress = [&progress](std::uint64_t done, std::uint64_t total) {
-            return progress({"checking", done, total});
-        };
-    }
-    const archive::Judgement judgement = archive::Check(reader, check);
-    if (judgement.cancelled) throw Error(ErrorCode::Refused, "cancelled");
-    const auto damage = std::ranges::find_if(
-        judgement.findings, [](const archive::Finding& found) { return IsDamage(found.fault); });
-    if (damage == judgement.findings.end()) return;
-    const std::string member = PublicName(damage->member);
-    throw Error(ErrorCode::Refused,
-                options.result.string() + " was not written: " + member +
-                    (member.empty() ? "" : ": ") + damage->text +
-                    "; 'va test' of the inputs shows where it comes from",
-                options.result, member);
-}
-
 }  // namespace
 
 MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember> members,
@@ -130,7 +108,7 @@ MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember
         }
         const archive::Reader& reader = result.Complete();
         work.Report(true);
-        Judge(reader, options, progress);
+        JudgeResult(reader, options.result, options.threads, progress);
         result.Publish(options.replace);
         return {members.size(), reader.All().fileSize};
     });

@@ -101,8 +101,9 @@ struct CheckResult {
 
 // A file of a folder that an archive cannot hold: a link, a device, a name that has no counterpart.
 struct LeftOut {
-    std::string name;    // as the system has it
-    std::string reason;  // a clause
+    std::string name;        // as the system has it
+    std::string reason;      // a clause
+    bool isContent = false;  // a file or folder that would be lost, and not a link or device
 };
 
 // An archive or a folder that is opened for reading. It does not change after it was opened, and

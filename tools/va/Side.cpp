@@ -30,15 +30,11 @@ std::vector<std::string> ReadPatterns(const std::string& path, char end) {
     return patterns;
 }
 
-}  // namespace
-
-Archive OpenSide(Run& run, const std::string& operand) {
-    Archive side{std::filesystem::path(operand)};
+void TellSkipped(Run& run, const std::string& folder, const std::vector<LeftOut>& skipped) {
     constexpr std::size_t kMostNamed = 10;
-    const std::span<const LeftOut> skipped = side.Skipped();
     if (!skipped.empty()) run.AskForALook();
     for (std::size_t i = 0; i < skipped.size(); ++i) {
-        const std::string path = (std::filesystem::path(operand) / skipped[i].name).string();
+        const std::string path = (std::filesystem::path(folder) / skipped[i].name).string();
         if (run.answer.IsJson()) {
             run.answer.Write(
                 JsonObject("skipped").SetText("file", path).Set("reason", skipped[i].reason));
@@ -48,9 +44,25 @@ Archive OpenSide(Run& run, const std::string& operand) {
         }
     }
     if (skipped.size() > kMostNamed) {
-        run.talk.Warning(Shown(operand) + ": " + GroupedDigits(skipped.size() - kMostNamed) +
+        run.talk.Warning(Shown(folder) + ": " + GroupedDigits(skipped.size() - kMostNamed) +
                          " more files skipped");
     }
+}
+
+}  // namespace
+
+Archive OpenSide(Run& run, const std::string& operand) {
+    Archive side{std::filesystem::path(operand)};
+    TellSkipped(run, operand, {side.Skipped().begin(), side.Skipped().end()});
+    return side;
+}
+
+Archive OpenContent(Run& run, const std::string& operand) {
+    Archive side{std::filesystem::path(operand)};
+    std::vector<LeftOut> skipped;
+    std::ranges::copy_if(side.Skipped(), std::back_inserter(skipped),
+                         [](const LeftOut& file) { return !file.isContent; });
+    TellSkipped(run, operand, skipped);
     return side;
 }
 

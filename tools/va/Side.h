@@ -13,6 +13,10 @@ namespace va::tool {
 // then 1 unless the command gives another one. Throws va::Error.
 [[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
 
+// The same for a command that refuses files and folders that are no members: it warns about the
+// rest of them only.
+[[nodiscard]] Archive OpenContent(Run& run, const std::string& operand);
+
 // Returns whether members may be missing because the archive was cut or its index is damaged. Warns
 // then, and the exit code is 1.
 [[nodiscard]] bool MayLackMembers(Run& run, const Archive& archive);

@@ -5,6 +5,7 @@
 
 #include "tools/va/HelpCommands.h"
 #include "tools/va/Options.h"
+#include "tools/va/change/ChangeCommands.h"
 #include "tools/va/patch/PatchCommands.h"
 #include "tools/va/read/ReadCommands.h"
 #include "tools/va/tag/TagCommands.h"
@@ -37,10 +38,12 @@ std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
                                         CatCommand(),  ExtractCommand(), CompareCommand(),
                                         SumsCommand(), OverlayCommand(), BlocksCommand()};
+    static const std::array kChanging = {CreateCommand()};
     static const std::array kPatches = {DiffCommand(), ApplyCommand(), VerifyCommand(),
                                         ReportCommand()};
     static const std::array kGroups = {
         Group{"look into archives and folders", kReading},
+        Group{"make and change archives", kChanging},
         Group{"patches", kPatches},
         Group{"asset descriptions", TagCommands()},
         Group{"about va", HelpCommands()},

@@ -123,6 +123,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "info --json Odd.va a unfit b.chump",
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
+             "create --json Made.va a",
              "compare --json a b",
              "diff --json a c",
              "report --json Odd-diff.va",

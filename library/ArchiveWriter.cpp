@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <string>
+
+#include "archive/ChunkWriter.h"
+#include "archive/NewArchive.h"
+#include "library/JudgeResult.h"
+#include "library/NewMembers.h"
+#include "library/Packing.h"
+#include "library/PatchCalls.h"
+#include "library/ResultPlace.h"
+#include "library/Translate.h"
+#include "library/WriterData.h"
+#include "platform/SystemInfo.h"
+#include "vaconverter/writer.h"
+
+namespace va {
+namespace {
+
+std::filesystem::path FolderOf(const std::filesystem::path& path) {
+    return path.has_parent_path() ? path.parent_path() : ".";
+}
+
+// What is certain before the work: streams may turn out smaller than their contents.
+void JudgeRoom(const CreateOptions& options, std::span<const NewMember> members) {
+    constexpr std::uint64_t kOverhead = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
+    const std::uint64_t plain = kOverhead + PlainBytesOf(members);
+    const std::uint64_t records =
+        kOverhead + members.size() * (archive::kMemberPrefixSize + archive::kIndexRecordSize);
+    const std::uint64_t least = options.compression == Compression::None ? plain : records;
+    if (least > archive::kMaxArchiveSize) {
+        throw Error(ErrorCode::DiskFull,
+                    options.result.string() + " would have " + std::to_string(least) +
+                        " bytes, and an archive has less than 4 GiB; make several",
+                    options.result);
+    }
+    const auto free = platform::FreeSpace(SystemPath(FolderOf(options.result)).c_str());
+    if (free && *free < least) {
+        throw Error(ErrorCode::DiskFull,
+                    options.result.string() + ": it needs " + std::to_string(least) +
+                        " bytes, and the disk has " + std::to_string(*free) +
+                        " free; make room, or name another disk",
+                    options.result);
+    }
+}
+
+// Returns the size of the file.
+std::uint64_t Write(std::span<const NewMember> members, const CreateOptions& options,
+                    const ProgressFunction& progress) {
+    return OfPatches([&] {
+        return Translated(options.result, [&] {
+            archive::NewArchive result(SystemPath(options.result), options.buildVersion,
+                                       options.productCode);
+            archive::ChunkWriter chunks(result.WriteWithoutMembers(),
+                                        archive::kArchivePreambleSize);
+            archive::Contents contents =
+                archive::NewContents(options.buildVersion, options.productCode);
+            PackMembers(members, {options.compression, options.threads}, chunks, contents.members,
+                        progress);
+            contents.header.memberCount = contents.members.Count();
+            contents.header.indexOffset = static_cast<std::uint32_t>(chunks.End());
+            chunks.AppendIndex(contents.members);
+            chunks.Replace(0, EncodePreamble(contents.header));
+            const archive::Reader& reader = result.Complete();
+            JudgeResult(reader, options.result, options.threads, progress);
+            result.Publish(options.replace);
+            return reader.All().fileSize;
+        });
+    });
+}
+
+}  // namespace
+
+ArchiveWriter::ArchiveWriter() : impl_(std::make_unique<Impl>()) {}
+ArchiveWriter::~ArchiveWriter() = default;
+ArchiveWriter::ArchiveWriter(ArchiveWriter&&) noexcept = default;
+ArchiveWriter& ArchiveWriter::operator=(ArchiveWriter&&) noexcept = default;
+
+void ArchiveWriter::Add(const Archive& source, const Member& member) {
+    impl_->members.Add(source, member, member.StoredName());
+}
+
+void ArchiveWriter::Add(const Archive& source, const Member& member, std::string_view name) {
+    impl_->members.AddNamed(source, member, name);
+}
+
+void ArchiveWriter::AddAll(const Archive& source, std::string_view under,
+                           const std::function<bool(const Member&)>& wanted) {
+    impl_->members.AddAll(source, under, wanted);
+}
+
+void ArchiveWriter::AddFile(const std::filesystem::path& file, std::string_view name) {
+    impl_->members.AddFile(file, name);
+}
+
+void ArchiveWriter::AddContent(std::vector<std::byte> content, std::string_view name) {
+    impl_->members.AddContent(std::move(content), name);
+}
+
+CreateResult ArchiveWriter::Create(const CreateOptions& options,
+                                   const ProgressFunction& progress) const {
+    JudgeResultPlace(options.result, options.replace, impl_->members.Folders());
+    const std::vector<NewMember> members = impl_->members.Judged();
+    JudgeRoom(options, members);
+    CreateResult created{.members = members.size()};
+    for (const NewMember& member : members) created.contentSize += member.size;
+    if (!options.dryRun) created.bytes = Write(members, options, progress);
+    if (!options.changed) return created;
+    for (const NewMember& member : members) {
+        options.changed(
+            {Change::Kind::Added, PublicName(member.name), member.name, {}, member.size});
+    }
+    return created;
+}
+
+}  // namespace va

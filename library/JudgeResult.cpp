@@ -1,0 +1,31 @@
+#include "library/JudgeResult.h"
+
+#include <algorithm>
+#include <string>
+
+#include "archive/Check.h"
+#include "library/Translate.h"
+
+namespace va {
+
+void JudgeResult(const archive::Reader& reader, const std::filesystem::path& result,
+                 unsigned threads, const ProgressFunction& progress) {
+    archive::CheckOptions check{.workers = threads};
+    if (progress) {
+        check.progress = [&progress](std::uint64_t done, std::uint64_t total) {
+            return progress({"checking", done, total});
+        };
+    }
+    const archive::Judgement judgement = archive::Check(reader, check);
+    if (judgement.cancelled) throw Error(ErrorCode::Refused, "cancelled");
+    const auto damage = std::ranges::find_if(
+        judgement.findings, [](const archive::Finding& found) { return IsDamage(found.fault); });
+    if (damage == judgement.findings.end()) return;
+    const std::string member = PublicName(damage->member);
+    throw Error(ErrorCode::Refused,
+                result.string() + " was not written: " + member + (member.empty() ? "" : ": ") +
+                    damage->text + "; 'va test' of the inputs shows where it comes from",
+                result, member);
+}
+
+}  // namespace va

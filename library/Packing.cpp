@@ -1,0 +1,395 @@
+// A unit of work is a run of whole members, or a piece of a large one. The pieces of one member are
+// read one after the other, whichever workers they fall to, and packed at the same time.
+#include "library/Packing.h"
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "archive/Crc32.h"
+#include "archive/Stream.h"
+#include "kernel/PathBuffer.h"
+#include "library/PatchCalls.h"
+#include "library/Translate.h"
+#include "library/Workers.h"
+#include "patch/InOrder.h"
+
+namespace va {
+namespace {
+
+using archive::kMemberPrefixSize;
+using Bytes = std::vector<std::byte>;
+
+constexpr std::uint64_t kPiece = 1 << 20;  // of a large member: whole blocks
+static_assert(kPiece % archive::kBlockSize == 0);
+constexpr std::uint64_t kMostWaiting = 32 << 20;  // bytes that may wait to be written
+
+class LargeContent;
+
+// The member numbers of a run; or one member, and which of its pieces.
+struct Unit {
+    ItemRun members;
+    std::size_t piece = 0;
+    LargeContent* large = nullptr;  // of a piece
+    std::uint64_t size = 0;
+};
+
+struct Packed {
+    Bytes bytes;                        // whole chunks; or stored bytes of a piece
+    std::vector<std::size_t> chunks{};  // where each begins in `bytes`
+    bool isStream = false;              // of a piece, as the next two
+    bool mustBeStream = false;
+    std::uint32_t crc = 0;  // of the content up to its end
+};
+
+void Append(Bytes& to, std::span<const std::byte> bytes) {
+    to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+void AppendBlocks(Bytes& to, std::span<const std::byte> content) {
+    archive::BlockBuffer block;
+    while (!content.empty()) {
+        const auto piece = content.first(std::min(content.size(), archive::kBlockSize));
+        Append(to, archive::EncodeBlock(block, piece));
+        content = content.subspan(piece.size());
+    }
+}
+
+using Prefix = std::array<std::byte, kMemberPrefixSize>;
+
+Prefix PrefixOf(const NewMember& member, bool isStream, std::uint64_t storedSize,
+                std::uint32_t crc) {
+    archive::FindEntry entry;
+    Vorn::SetPath(entry.name, member.name);
+    entry.size = static_cast<std::uint32_t>(member.size);
+    entry.storedSize = static_cast<std::uint32_t>(storedSize);
+    entry.crc = crc;
+    entry.attributes = isStream ? archive::kMemberCompressed : 0;
+    Prefix prefix{};
+    archive::EncodeChunkHeader(std::span(prefix).first<archive::kChunkHeaderSize>(),
+                               archive::kMemberChunk,
+                               static_cast<std::uint32_t>(archive::kFindEntrySize + storedSize));
+    archive::EncodeEntry(std::span(prefix).last<archive::kFindEntrySize>(), entry);
+    return prefix;
+}
+
+[[noreturn]] void ThrowChanged(const NewMember& member) {
+    throw archive::Error(archive::ErrorCode::CannotRead, "the file changed while it was read", 0,
+                         member.name);
+}
+
+// Reads contents of members of several trees, one after another.
+class ContentReaders {
+public:
+    archive::TreeReader& Begin(const NewMember& member) {
+        std::unique_ptr<archive::TreeReader>& reader = readers_[member.tree];
+        if (!reader) reader = member.tree->NewReader();
+        reader->Begin(member.number);
+        return *reader;
+    }
+
+    void ReadWhole(const NewMember& member, Bytes& into) {
+        archive::TreeReader& reader = Begin(member);
+        into.clear();
+        into.reserve(member.size);
+        for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) Append(into, piece);
+        if (into.size() != member.size) ThrowChanged(member);
+    }
+
+private:
+    std::map<const archive::Tree*, std::unique_ptr<archive::TreeReader>> readers_;
+};
+
+// Some members' streams would be expanded by readers that look at the content only.
+bool MustBeStream(std::span<const std::byte> start) { return archive::IsStreamMark(start); }
+
+// The content of a large member, whose pieces are read in order by whoever packs them.
+class LargeContent {
+public:
+    explicit LargeContent(const NewMember& member) : member_(member), left_(member.size) {}
+
+    struct Piece {
+        Bytes content;
+        bool mustBeStream;  // of the member
+        std::uint32_t crc;  // of the content up to the end of this piece
+    };
+    [[nodiscard]] Piece Read(std::size_t piece) {
+        std::unique_lock hold(lock_);
+        isNext_.wait(hold, [&] { return next_ == piece || failed_; });
+        // The piece that failed comes first, and its error is the one that counts.
+        if (failed_) ThrowChanged(member_);
+        try {
+            if (piece == 0) {
+                reader_ = member_.tree->NewReader();
+                reader_->Begin(member_.number);
+            }
+            Piece read{ReadNext(), false, 0};
+            if (left_ == 0) reader_.reset();
+            if (piece == 0) mustBeStream_ = MustBeStream(read.content);
+            sum_.Update(read.content);
+            read.mustBeStream = mustBeStream_;
+            read.crc = sum_.Value();
+            ++next_;
+            isNext_.notify_all();
+            return read;
+        } catch (...) {
+            failed_ = true;
+            isNext_.notify_all();
+            throw;
+        }
+    }
+
+private:
+    Bytes ReadNext() {
+        Bytes content;
+        const std::uint64_t wanted = std::min(kPiece, left_);
+        content.reserve(wanted);
+        while (content.size() < wanted) {
+            if (rest_.empty()) rest_ = reader_->Next();
+            if (rest_.empty()) ThrowChanged(member_);
+            const auto taken =
+                rest_.first(std::min<std::size_t>(rest_.size(), wanted - content.size()));
+            Append(content, taken);
+            rest_ = rest_.subspan(taken.size());
+        }
+        left_ -= wanted;
+        // Its end is where a reader compares check sums.
+        if (left_ == 0 && (!rest_.empty() || !reader_->Next().empty())) ThrowChanged(member_);
+        return content;
+    }
+
+    const NewMember& member_;
+    std::unique_ptr<archive::TreeReader> reader_;
+    std::uint64_t left_;
+    std::span<const std::byte> rest_;  // of what the reader gave last
+    archive::Crc32 sum_;
+    bool mustBeStream_ = false;
+    std::size_t next_ = 0;
+    bool failed_ = false;
+    std::mutex lock_;
+    std::condition_variable isNext_;
+};
+
+class Packing {
+public:
+    Packing(std::span<const NewMember> members, const PackingOptions& options,
+            archive::ChunkWriter& chunks, archive::MemberTable& table)
+        : members_(members),
+          options_(options),
+          chunks_(chunks),
+          table_(table),
+          workers_(std::max(options.threads, 1U)) {
+        PlanUnits();
+    }
+
+    void Run(const ProgressFunction& progress) {
+        std::uint64_t total = 0;
+        for (const NewMember& member : members_) total += member.size;
+        const patch::ProgressFunction passed = Passed(progress);
+        patch::Meter meter(passed, "packing", total);
+        patch::InOrder<Packed> work(
+            units_.size(), options_.threads, [this](std::size_t unit) { return units_[unit].size; },
+            kMostWaiting);
+        work.Run(
+            meter,
+            [this](unsigned worker, std::size_t unit) {
+                return units_[unit].large ? PackPiece(units_[unit])
+                                          : PackRun(units_[unit], workers_[worker]);
+            },
+            [&](std::size_t unit, const Packed& packed) {
+                if (units_[unit].large) {
+                    TakePiece(units_[unit], packed);
+                } else {
+                    TakeRun(packed);
+                }
+                meter.Add(units_[unit].size);
+            });
+        meter.Report(true);
+    }
+
+private:
+    struct Worker {
+        ContentReaders contents;
+        Bytes content;
+    };
+
+    void PlanUnits() {
+        for (const ItemRun& run :
+             CutRuns(members_.size(), [this](std::size_t i) { return members_[i].size; })) {
+            AddUnits(run);
+        }
+    }
+
+    // A run may end with a large member, which becomes units of its own.
+    void AddUnits(ItemRun run) {
+        const NewMember& last = members_[run.end - 1];
+        const bool isLarge = last.size > kPiece;
+        if (isLarge) --run.end;
+        if (run.begin < run.end) {
+            Unit unit{.members = run};
+            for (std::size_t i = run.begin; i < run.end; ++i) unit.size += members_[i].size;
+            units_.push_back(unit);
+        }
+        if (!isLarge) return;
+        LargeContent& content = large_.emplace_back(last);
+        for (std::uint64_t done = 0; done < last.size; done += kPiece) {
+            units_.push_back({.members = {run.end, run.end + 1},
+                              .piece = done / kPiece,
+                              .large = &content,
+                              .size = std::min(kPiece, last.size - done)});
+        }
+    }
+
+    [[nodiscard]] bool TriesStream(bool mustBeStream) const {
+        return mustBeStream || options_.compression != Compression::None;
+    }
+    [[nodiscard]] bool KeepsStream(bool mustBeStream, std::uint64_t size,
+                                   std::uint64_t stream) const {
+        return mustBeStream || options_.compression == Compression::All ||
+               archive::SavesEnough(size, stream);
+    }
+
+    Packed PackRun(const Unit& unit, Worker& worker) {
+        Packed packed;
+        packed.bytes.reserve(unit.size + (unit.members.end - unit.members.begin) * 512);
+        for (std::size_t i = unit.members.begin; i < unit.members.end; ++i) {
+            Translated(*members_[i].source,
+                       [&] { worker.contents.ReadWhole(members_[i], worker.content); });
+            packed.chunks.push_back(packed.bytes.size());
+            AppendChunk(packed.bytes, members_[i], worker.content);
+        }
+        return packed;
+    }
+
+    void AppendChunk(Bytes& to, const NewMember& member, std::span<const std::byte> content) const {
+        const std::size_t start = to.size();
+        const std::size_t data = start + kMemberPrefixSize;
+        to.resize(data);
+        const bool mustBeStream = MustBeStream(content);
+        bool isStream = !content.empty() && TriesStream(mustBeStream);
+        if (isStream) {
+            Append(to, archive::EncodeStreamHeader(static_cast<std::uint32_t>(content.size())));
+            AppendBlocks(to, content);
+            isStream = KeepsStream(mustBeStream, content.size(), to.size() - data);
+            if (!isStream) to.resize(data);
+        }
+        if (!isStream) Append(to, content);
+        archive::Crc32 sum;
+        sum.Update(content);
+        const Prefix prefix = PrefixOf(member, isStream, to.size() - data, sum.Value());
+        std::ranges::copy(prefix, to.begin() + static_cast<std::ptrdiff_t>(start));
+    }
+
+    Packed PackPiece(const Unit& unit) {
+        LargeContent::Piece piece = Translated(*members_[unit.members.begin].source,
+                                               [&] { return unit.large->Read(unit.piece); });
+        Packed packed{.bytes = {},
+                      .isStream = TriesStream(piece.mustBeStream),
+                      .mustBeStream = piece.mustBeStream,
+                      .crc = piece.crc};
+        if (!packed.isStream) {
+            packed.bytes = std::move(piece.content);
+            return packed;
+        }
+        packed.bytes.reserve(piece.content.size() + 2 * (kPiece / archive::kBlockSize));
+        AppendBlocks(packed.bytes, piece.content);
+        return packed;
+    }
+
+    void TakeRun(const Packed& packed) {
+        const std::uint64_t base = chunks_.End();
+        chunks_.Append(packed.bytes);
+        for (std::size_t i = 0; i < packed.chunks.size(); ++i) {
+            const std::size_t end =
+                i + 1 < packed.chunks.size() ? packed.chunks[i + 1] : packed.bytes.size();
+            const std::size_t data = packed.chunks[i] + kMemberPrefixSize;
+            AddToTable(base + data, end - data,
+                       std::span(packed.bytes)
+                           .subspan(data - archive::kFindEntrySize)
+                           .first<archive::kFindEntrySize>());
+        }
+    }
+
+    void TakePiece(const Unit& unit, const Packed& packed) {
+        const NewMember& member = members_[unit.members.begin];
+        if (unit.piece == 0) {
+            chunkAt_ = chunks_.End();
+            chunks_.Append(Prefix{});
+            if (packed.isStream) {
+                chunks_.Append(
+                    archive::EncodeStreamHeader(static_cast<std::uint32_t>(member.size)));
+            }
+        }
+        chunks_.Append(packed.bytes);
+        if ((unit.piece + 1) * kPiece < member.size) return;
+        const std::uint64_t data = chunkAt_ + kMemberPrefixSize;
+        bool isStream = packed.isStream;
+        if (isStream && !KeepsStream(packed.mustBeStream, member.size, chunks_.End() - data)) {
+            isStream = false;
+            chunks_.CutBack(data);
+            AppendPlain(member, packed.crc);
+        }
+        const std::uint64_t stored = chunks_.End() - data;
+        const Prefix prefix = PrefixOf(member, isStream, stored, packed.crc);
+        chunks_.Replace(chunkAt_, prefix);
+        AddToTable(data, stored, std::span(prefix).last<archive::kFindEntrySize>());
+    }
+
+    // The stream of a large member was no gain; only its whole length tells that.
+    void AppendPlain(const NewMember& member, std::uint32_t crc) {
+        archive::Crc32 sum;
+        const std::uint64_t data = chunks_.End();
+        const auto ofSource = [&](const auto& work) -> decltype(auto) {
+            return Translated(*member.source, work);
+        };
+        archive::TreeReader& reader =
+            ofSource([&]() -> archive::TreeReader& { return again_.Begin(member); });
+        const auto next = [&] { return ofSource([&] { return reader.Next(); }); };
+        for (auto piece = next(); !piece.empty(); piece = next()) {
+            sum.Update(piece);
+            chunks_.Append(piece);
+        }
+        if (sum.Value() != crc || chunks_.End() - data != member.size) {
+            ofSource([&] { ThrowChanged(member); });
+        }
+    }
+
+    void AddToTable(std::uint64_t data, std::uint64_t stored,
+                    archive::MemberTable::EntryBytes entry) {
+        table_.Add(static_cast<std::uint32_t>(data), static_cast<std::uint32_t>(stored), entry);
+    }
+
+    const std::span<const NewMember> members_;
+    const PackingOptions& options_;
+    archive::ChunkWriter& chunks_;
+    archive::MemberTable& table_;
+    std::vector<Unit> units_;
+    std::deque<LargeContent> large_;
+    std::vector<Worker> workers_;
+    ContentReaders again_;       // of large members whose stream was no gain
+    std::uint64_t chunkAt_ = 0;  // of the large member that is being written
+};
+
+}  // namespace
+
+void PackMembers(std::span<const NewMember> members, const PackingOptions& options,
+                 archive::ChunkWriter& chunks, archive::MemberTable& table,
+                 const ProgressFunction& progress) {
+    Packing(members, options, chunks, table).Run(progress);
+}
+
+std::uint64_t PlainBytesOf(std::span<const NewMember> members) {
+    std::uint64_t bytes = 0;
+    for (const NewMember& member : members) {
+        bytes += kMemberPrefixSize + member.size + archive::kIndexRecordSize;
+    }
+    return bytes;
+}
+
+}  // namespace va

@@ -1,0 +1,10 @@
+// The commands that make and change archives.
+#pragma once
+
+#include "tools/va/Table.h"
+
+namespace va::tool {
+
+[[nodiscard]] Command CreateCommand();
+
+}  // namespace va::tool
