@@ -63,11 +63,23 @@ TEST_F(ArchiveHostile, NumbersThatLie) {
     const std::vector<std::size_t> values = {
         0,          1,          4,         44, 287, 288, 296, 0x7FFFFFFF, index_, good_.size(),
         0xFFFFFED8, 0xFFFFFFF8, 0xFFFFFFFF};
-    // In the header, the first chunk and its content, the index and its two records.
-    const std::vector<std::size_t> places = {
-        8,          kCountAt,    kIndexOffsetAt, 48,           312,         index_ + 4,
-        index_ + 8, index_ + 12, index_ + 276,   index_ + 304, index_ + 308};
-    for (const std::size_t at : places) {
+    const std::size_t first = index_ + 8;
+    const std::size_t second = first + 296;
+    const Table<const char*, std::size_t> places = {
+        {"length of INFO", 8},
+        {"member count", kCountAt},
+        {"index offset", kIndexOffsetAt},
+        {"length of the first chunk", 48},
+        {"content size of the first member", 312},
+        {"length of the index", index_ + 4},
+        {"data offset of the first record", first},
+        {"stored size of the first record", first + 4},
+        {"content size of the first record", first + 268},
+        {"data offset of the second record", second},
+        {"stored size of the second record", second + 4},
+    };
+    for (const auto& [field, at] : places) {
+        SCOPED_TRACE(field);
         for (const auto value : values) Exercise(std::string(good_).replace(at, 4, U32(value)));
     }
 }
