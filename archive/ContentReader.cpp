@@ -6,14 +6,14 @@ ContentReader::ContentReader(const platform::FileHandle& file, std::uint64_t fil
                              std::uint32_t version, std::size_t window)
     : window_(file, window), fileSize_(fileSize), version_(version) {}
 
-void ContentReader::Begin(const Member& member) {
+void ContentReader::Begin(const Member& member, std::uint64_t base) {
     member_ = member;
-    position_ = member.dataOffset;
+    position_ = begin_ = base + member.dataOffset;
     blocks_.reset();
     left_ = member.size;
     sum_ = {};
     finished_ = false;
-    if (member.DataEnd() > fileSize_) {
+    if (DataEnd() > fileSize_) {
         Fail(ErrorCode::Damaged, "its data reaches past the end of the file");
     }
     LookForStream();
@@ -37,7 +37,7 @@ void ContentReader::LookForStream() {
             Fail(ErrorCode::Damaged, "its compressed stream has another size than its entry");
         }
     }
-    blocks_.emplace(position_ + headerSize, member_.DataEnd());
+    blocks_.emplace(position_ + headerSize, DataEnd());
 }
 
 std::span<const std::byte> ContentReader::Next() {
@@ -69,12 +69,12 @@ std::span<const std::byte> ContentReader::NextBlock() {
 
 void ContentReader::Finish() {
     finished_ = true;
-    if (Position() != member_.DataEnd()) {
+    if (Position() != DataEnd()) {
         Fail(ErrorCode::Damaged, "bytes follow the last block of its compressed stream");
     }
     if (member_.crc != 0 && sum_.Value() != member_.crc) {
-        throw Error(ErrorCode::SumDiffers, "its content disagrees with its check sum",
-                    member_.dataOffset, member_.name);
+        throw Error(ErrorCode::SumDiffers, "its content disagrees with its check sum", begin_,
+                    member_.name);
     }
 }
 

@@ -29,8 +29,9 @@ public:
                   std::size_t window = kDefaultWindow);
 
     // Goes to the start of a member, whose name must stay valid. Throws Error (Damaged) when the
-    // data does not lie in the file or cannot give `size` bytes of content.
-    void Begin(const Member& member);
+    // data does not lie in the file or cannot give `size` bytes of content. The member's archive
+    // begins at `base` in the file.
+    void Begin(const Member& member, std::uint64_t base = 0);
     // Returns the next piece of content, at most a window long and valid until the next call; empty
     // after the last one. Throws Error: Damaged, CannotRead, or SumDiffers after the last piece
     // when the content disagrees with a recorded check sum.
@@ -45,6 +46,7 @@ public:
 
 private:
     void LookForStream();
+    [[nodiscard]] std::uint64_t DataEnd() const { return begin_ + member_.storedSize; }
     [[nodiscard]] std::span<const std::byte> NextPlain();
     [[nodiscard]] std::span<const std::byte> NextBlock();
     void Finish();
@@ -54,6 +56,7 @@ private:
     std::uint64_t fileSize_;
     std::uint32_t version_;
     Member member_;
+    std::uint64_t begin_ = 0;  // of the member's data
     bool finished_ = true;
     std::uint64_t position_ = 0;          // of the next byte of plain data
     std::optional<StreamCursor> blocks_;  // of a stream

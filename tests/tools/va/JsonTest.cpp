@@ -124,6 +124,8 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "create --json Made.va a",
+             "repair --json Odd.va -o Saved.va",
+             "repair --json Bad.va -o Never.va",
              "compare --json a b",
              "diff --json a c",
              "report --json Odd-diff.va",

@@ -6,5 +6,6 @@
 namespace va::tool {
 
 [[nodiscard]] Command CreateCommand();
+[[nodiscard]] Command RepairCommand();
 
 }  // namespace va::tool
