@@ -6,7 +6,9 @@
 namespace Vorn {
 namespace {
 
-constexpr std::size_t kMostUnindexed = 16;
+constexpr std::size_t kMostUnindexed = 16;  // pairs that are searched one by one
+
+// By address: interned names and children are equal only if they are the same object.
 
 std::uint64_t HashOf(const void* address) {
     std::uint64_t hash = reinterpret_cast<std::uintptr_t>(address) * 0x9E3779B97F4A7C15;
@@ -60,6 +62,7 @@ bool ChildList::Remove(const OCSChunk* child) {
         return true;
     }
     RemoveIndexed(position);
+    // At half, so that a removal costs constant time on average.
     if (editing_->live.Count() < pairs_.size() / 2) Compact();
     return true;
 }
@@ -135,10 +138,10 @@ std::uint32_t ChildList::PositionOf(const OCSChunk* child) {
 }
 
 void ChildList::SetChild(std::uint32_t position, const OCSChunkRef& child) {
-    const OCSChunkRef old = std::exchange(pairs_[position].child, {});
+    const OCSChunkRef old = pairs_[position].child;
     if (editing_) {
-        // The index compares with the first of equal children, which may be this very pair.
-        pairs_[position].child = old;
+        // The pair changes last: the index compares with the first of equal children, which may be
+        // this very pair.
         editing_->byChild.Remove(HashOf(old.Get()), position,
                                  [&](std::uint32_t at) { return pairs_[at].child == old; });
         editing_->byChild.Add(HashOf(child.Get()), position,

@@ -50,7 +50,7 @@ OCSChunkRef ChunkBody::Decode(const ChunkRecord& record) {
 
 OCSChunkRef ChunkBody::DecodeData(const ChunkRecord& record, std::uint32_t type) {
     ChunkRange payload = record.payload;
-    if (record.type == kRecordAligned) {
+    if (record.type == kRecordAligned) {  // padding brings the bytes to a multiple of 16
         const std::uint64_t begin = (std::uint64_t{payload.begin} + kAlignment - 1) & ~15ULL;
         payload.begin = static_cast<std::uint32_t>(std::min<std::uint64_t>(begin, payload.end));
     }
@@ -62,6 +62,8 @@ OCSChunkRef ChunkBody::DecodeText(const ChunkRecord& record) {
     const auto bytes =
         Bytes().subspan(record.payload.begin, record.payload.end - record.payload.begin);
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    // Legacy text is converted. ASCII that ends with its zero byte is UTF-8 already, and is given
+    // out in place.
     if (version_ != kChunkVersionAnsi || text.empty() || (IsAscii(text) && text.back() == '\0')) {
         return DecodeData(record, kTagText);
     }

@@ -16,6 +16,7 @@
 namespace Vorn {
 namespace {
 
+// All names and messages are fixed.
 constexpr const char* kSubstitution = "data";
 constexpr std::string_view kEnglish = "interfacetext.chump";
 constexpr std::uint64_t kMostWarnings = 10;
@@ -79,6 +80,7 @@ void InterfaceTextDB::SetLanguage(const char* code) {
 
 InterfaceTextDB& InterfaceTextDB::Instance() {
     InterfaceTextDB& table = Unloaded();
+    // The table exists before main, but the mount that has its texts does not.
     if (!table.loaded_.load(std::memory_order_acquire)) {
         const ExclusiveGuard guard(table.lock_);
         if (!table.loaded_.load(std::memory_order_relaxed)) table.LoadTables();
@@ -116,6 +118,7 @@ InternedString InterfaceTextDB::Find(Table table, const InternedString& name,
     InternedString text;
     InternedString fileName;
     {
+        // Both are copied, so that nothing is logged under the lock.
         const SharedGuard guard(lock_);
         text = TextIn(this->*table, name);
         fileName = fileName_;

@@ -29,7 +29,7 @@ void SharedLock::Enter() {
 void SharedLock::Leave() {
     const std::lock_guard guard(mutex_);
     written_ = false;
-    admittedReaders_ = waitingReaders_;
+    admittedReaders_ = waitingReaders_;  // they enter before the next writer
     changed_.notify_all();
 }
 

@@ -25,6 +25,8 @@ TBufferBlock::TBufferBlock(std::span<const std::byte> content)
 bool TBufferBlock::MakeRoom(std::uint64_t end) {
     if (fixed_) return false;
     if (end <= capacity_) return true;
+    // The capacity, which bounds Seek, grows by the caller's step. The memory at least doubles, so
+    // that many small writes take linear time.
     const std::uint64_t capacity = (end + growthStep_ - 1) / growthStep_ * growthStep_;
     if (capacity > kMostBytes) return false;
     if (capacity > allocated_) {
@@ -51,7 +53,7 @@ std::uint32_t TBuffer::Write(const void* bytes, std::uint32_t count) {
     const std::uint64_t end = std::uint64_t{block_->position_} + count;
     if (!block_->MakeRoom(end)) return 0;
     std::byte* memory = block_->memory_.get();
-    if (block_->position_ > block_->length_) {
+    if (block_->position_ > block_->length_) {  // a Seek went past the end: the gap reads as zeros
         std::fill(memory + block_->length_, memory + block_->position_, std::byte{0});
     }
     std::copy_n(static_cast<const std::byte*>(bytes), count, memory + block_->position_);

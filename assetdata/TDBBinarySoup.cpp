@@ -113,6 +113,8 @@ bool TDBBinarySoup::MayWalk() const {
 }
 
 std::uint32_t TDBBinarySoup::RecordAt(std::uint32_t index) const {
+    // Callers mostly ask for one index after another, so the walk continues where the last one
+    // ended. Any stored place is a right one: threads that race for it only lose time.
     if (MayWalk()) {
         Place place = lastPlace_.load(std::memory_order_relaxed);
         if (index < place.index) place = {0, range_.begin};
@@ -141,6 +143,7 @@ const ChildList::Pair* TDBBinarySoup::AddedAt(std::uint32_t index) const {
 
 ChunkSequence& TDBBinarySoup::Sequence() const {
     ChunkSequence* sequence = sequence_.load(std::memory_order_acquire);
+    // Threads that meet here get the same sequence from the body.
     if (!sequence) {
         sequence = &Body().SequenceOf(Record(), range_);
         sequence_.store(sequence, std::memory_order_release);

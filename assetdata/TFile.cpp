@@ -7,6 +7,7 @@ namespace Vorn {
 TFile::~TFile() { Close(); }
 
 void TFile::Close() {
+    // The owner of a borrowed file continues where the stream's reader was.
     if (!owned_ && IsOpen()) DiscardReadAhead();
     EmptyBuffer();
     owned_.reset();

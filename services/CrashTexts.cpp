@@ -11,6 +11,7 @@ struct NamedCode {
     const char* name;
 };
 
+// "a Array" is part of the fixed text.
 constexpr std::array<NamedCode, 24> kExceptions = {{
     {0x40010005, "a Control-C"},
     {0x40010008, "a Control-Break"},

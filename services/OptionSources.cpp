@@ -31,6 +31,7 @@ std::string DirectoryOf(std::string_view path) {
 std::string ProgramNameOf(const std::string& path) {
     std::string_view name = FileNamePart(path.c_str());
     name = name.substr(0, name.rfind('.'));
+    // The suffix of one kind of build, as in PluginLibraryFile: all builds have the same options.
     if (name.ends_with("_7s")) name.remove_suffix(3);
     return std::string(name);
 }

@@ -16,13 +16,16 @@ TaskManager::TaskManager() { current = this; }
 
 TaskManager::~TaskManager() {
     while (!active_.empty()) {
-        // Removed from the list first, because the task's destructor unregisters it.
+        // Taken from the list first, because the task's destructor unregisters it.
         const std::unique_ptr<Task> task = std::move(active_.front());
         active_.erase(active_.begin());
     }
     current = nullptr;
 }
 
+// A turn may make and destroy tasks, and may begin a pass inside this one. New tasks wait for the
+// next pass; the places of destroyed ones stay empty until the outermost pass ends, so that no
+// index moves.
 template <typename Turn>
 void TaskManager::ForEachTask(const Turn& turn) {
     struct Pass {
