@@ -23,7 +23,7 @@ void HeldFindings::OnTagEnd(const Vorn::OCSChunk& tag, const Vorn::TagExtent& ex
     if (!held_.empty() && held_.back().offset >= extent.name) tags_.push_back(last_);
 }
 
-void HeldFindings::Tell(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const {
+void HeldFindings::Report(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
     if (const auto offset = Vorn::ChunkFileOffset(tag)) {
@@ -39,7 +39,7 @@ void HeldFindings::Tell(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) 
     }
 }
 
-void HeldFindings::TellAll(Vorn::TagObserver& observer) const {
+void HeldFindings::ReportAll(Vorn::TagObserver& observer) const {
     for (const Held& held : held_) observer.OnFinding(held.finding);
     for (const Vorn::TagFinding& finding : whole_) observer.OnFinding(finding);
 }

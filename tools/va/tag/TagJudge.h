@@ -15,9 +15,9 @@ public:
     void OnTagEnd(const Vorn::OCSChunk& tag, const Vorn::TagExtent& extent) override;
 
     // Passes on what was found about this tag and the tags in it.
-    void Tell(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const;
+    void Report(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const;
     // Passes on everything.
-    void TellAll(Vorn::TagObserver& observer) const;
+    void ReportAll(Vorn::TagObserver& observer) const;
 
 private:
     struct Held {

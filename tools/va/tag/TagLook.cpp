@@ -120,7 +120,7 @@ public:
         const Vorn::OCSChunkRef tag = FindTag(file_.root, path, missing);
         if (!tag) return GetMissing(path, missing);
         FindingReport report(run_, name_, FindingReport::To::Talk, {.losses = false});
-        held_.Tell(*tag, report);
+        held_.Report(*tag, report);
         if (run_.answer.IsJson()) {
             WriteTagValue(run_.answer, name_, path, *tag);
         } else {
@@ -146,7 +146,7 @@ private:
         if (value) return ExitCode::Done;
         // Whatever is wrong with the text may be why the tag is not found.
         FindingReport report(run_, name_, FindingReport::To::Talk, {.losses = false});
-        held_.TellAll(report);
+        held_.ReportAll(report);
         report.Finish();
         throw BadInput{{ExitCode::NotFound, Shown(name_) + ": " + missing}};
     }

@@ -75,11 +75,11 @@ private:
             pair.taken[found->second.front()] = true;
             found->second.pop_front();
         }
-        TellOrder(pair);
+        ReportOrder(pair);
         open_.push_back(std::move(pair));
     }
 
-    void TellOrder(const Pair& pair) {
+    void ReportOrder(const Pair& pair) {
         std::vector<std::uint32_t> order;
         std::ranges::remove_copy(pair.matches, std::back_inserter(order), kNone);
         if (!std::ranges::is_sorted(order)) {
