@@ -58,6 +58,8 @@ bool GivesBack(const PackedMember& packed, std::span<const std::byte> content) {
     if (packed.entry.size != content.size()) return false;
     if ((packed.entry.attributes & kMemberCompressed) == 0) return SameBytes(packed.data, content);
     const std::span<const std::byte> data = packed.data;
+    const auto header = EncodeStreamHeader(packed.entry.size);
+    if (data.size() < header.size() || !SameBytes(data.first(header.size()), header)) return false;
     const auto readAt = [data](std::uint64_t offset, std::span<std::byte> into) {
         const auto bytes = data.subspan(static_cast<std::size_t>(offset));
         const std::size_t count = std::min(bytes.size(), into.size());
@@ -65,7 +67,7 @@ bool GivesBack(const PackedMember& packed, std::span<const std::byte> content) {
         return static_cast<std::int64_t>(count);
     };
     Window window(readAt, sizeof(BlockBuffer));
-    StreamCursor blocks(kStreamHeaderSize, data.size());
+    StreamCursor blocks(header.size(), data.size());
     const auto room = std::make_unique_for_overwrite<std::array<std::byte, kBlockSize>>();
     while (!content.empty()) {
         const auto piece = blocks.Next(window, content.size(), *room);
