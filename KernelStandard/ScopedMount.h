@@ -1,7 +1,10 @@
 // A mount that ends with its scope.
 #pragma once
 
+#include <new>
+
 #include "KernelStandard/FileSubstList.h"
+#include "kernel/StartUp.h"
 
 namespace Vorn {
 
@@ -14,7 +17,14 @@ public:
     }
     // Closes the mount, which completes a changed archive. Does nothing if the name was closed
     // meanwhile.
-    ~ScopedMount() { FileSubstList::Instance().Close(name_); }
+    ~ScopedMount() {
+        try {
+            FileSubstList::Instance().Close(name_);
+        } catch (const std::bad_alloc&) {
+            // The archive lacks its index now, which nothing after the scope could tell.
+            EndWithoutMemory();
+        }
+    }
     ScopedMount(const ScopedMount&) = delete;
     ScopedMount& operator=(const ScopedMount&) = delete;
 

@@ -16,8 +16,6 @@ constexpr std::uint32_t kLargestPlainMember = 1024;  // bytes; smaller ones are 
 constexpr const char* kCannotReadInput = "Cannot read all of the input file";
 constexpr const char* kCannotOpenOutput = "Cannot open output file";
 
-const InternedString toolMount = Intern(kTargetMountName);
-
 AddCommand* running = nullptr;
 
 [[nodiscard]] PathBuffer SourcePath(const ToolFileRecord& record) {
@@ -130,7 +128,8 @@ const char* AddCommand::AddInPieces(platform::FileHandle& source, const char* na
                                     std::uint32_t size, bool compress) {
     File member;
     const FileMode kind = compress ? kWriteCompressed : kWritePlain;
-    if (member.Open(toolMount, name, kCreateOrTruncate | kind) != RES_OK) return kCannotOpenOutput;
+    const FileResult opened = member.Open(targetMount, name, kCreateOrTruncate | kind);
+    if (opened != RES_OK) return kCannotOpenOutput;
     for (std::uint32_t done = 0; done < size;) {
         const auto count =
             static_cast<std::uint32_t>(std::min<std::size_t>(size - done, Buffer().size()));

@@ -19,8 +19,6 @@ constexpr const char* kCannotReadInput = "Cannot read all of the input file";
 // file does not count beside their content, and memory and lines must not wait for it.
 constexpr std::uint32_t kMostWaiting = 65536;
 
-const InternedString toolMount = Intern(kTargetMountName);
-
 [[nodiscard]] PathBuffer WithoutExtension(const String& prefix) {
     PathBuffer path(prefix.View());
     ReplaceExtension(path, nullptr);
@@ -99,7 +97,8 @@ const char* ExtractCommand::Extract(const ToolFileRecord& record, ExtractedFile&
     const bool plain =
         (entry.attributes & archive::kMemberCompressed) == 0 && entry.storedSize == entry.size;
     File member;
-    if (member.Open(toolMount, record.Path().c_str(), plain ? kReadPlain : kReadDetect) != RES_OK) {
+    const FileMode mode = plain ? kReadPlain : kReadDetect;
+    if (member.Open(targetMount, record.Path().c_str(), mode) != RES_OK) {
         return "Cannot open input file";
     }
     const char* problem = Create(path.View(), file);

@@ -2,26 +2,23 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "KernelStandard/FileSubArchive.h"
-#include "kernel/InternedString.h"
+#include "KernelStandard/ScopedMount.h"
 
 namespace Vorn {
 
-// The substitution under which tools mount their target.
-inline constexpr const char* kTargetMountName = "_ToolArc_";
+// The name under which tools mount their target.
+inline const InternedString targetMount = Intern("_ToolArc_");
 
 class TargetMount {
 public:
-    // Mounts `path` under `name` for writing, so that a missing archive is created. With
+    // Mounts `path` as targetMount for writing, so that a missing archive is created. With
     // `forReading`, an existing one that cannot be written to is mounted for reading. An existing
     // mount of that name is used instead, and not unmounted. Throws FileEx, which names the path,
     // if the archive can be neither opened nor created.
-    TargetMount(const InternedString& name, const char* path, bool forReading);
-    ~TargetMount();
-    TargetMount(const TargetMount&) = delete;
-    TargetMount& operator=(const TargetMount&) = delete;
-
+    TargetMount(const char* path, bool forReading);
     // Returns whether this created the archive.
     [[nodiscard]] bool WasCreated() const { return wasCreated_; }
 
@@ -32,10 +29,12 @@ public:
     [[nodiscard]] bool IsReadable() const;
 
 private:
-    const InternedString& name_;
-    const bool owned_;
+    // Returns whether this created the archive.
+    [[nodiscard]] bool Mount(const char* path, bool forReading);
+
+    std::optional<ScopedMount> mount_;  // nothing if the name was mounted already
     bool wasCreated_ = false;
-    std::shared_ptr<FileSubArchive> archive_;
+    std::shared_ptr<FileSubArchive> archive_;  // released first, so that unmounting closes it
 };
 
 }  // namespace Vorn

@@ -10,11 +10,6 @@
 #include "tools/archive/TargetMount.h"
 
 namespace Vorn {
-namespace {
-
-const InternedString searchMount = Intern(kTargetMountName);
-
-}  // namespace
 
 Tool::Tool(std::string_view switches) : switches_("krvpxs" + std::string(switches)) {}
 
@@ -63,7 +58,7 @@ bool Tool::ProcessCommandLine(ToolCommand& command, const char* line) {
     // One mount serves the search and the command, so that the index is read once.
     std::optional<TargetMount> mount;
     if (command.searchTarget && !command.target.IsNull()) {
-        mount.emplace(searchMount, command.target.Text(), true);
+        mount.emplace(command.target.Text(), true);
         CheckReadable(*mount, command.target);
         FileSubArchive* archive = mount->Archive();
         if (archive && archive->LacksIndex()) {

@@ -8,6 +8,7 @@
 #include "KernelStandard/FileFind.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 #include "tools/archive/SplitQuoted.h"
 #include "tools/archive/TargetMount.h"
 #include "tools/archive/Tool.h"
@@ -16,8 +17,6 @@ namespace Vorn {
 namespace {
 
 using namespace std::string_literals;
-
-const InternedString searchMount = Intern(kTargetMountName);
 
 constexpr const char* kNoFolder = ".\\";
 
@@ -61,12 +60,12 @@ constexpr const char* kNoFolder = ".\\";
 }
 
 [[nodiscard]] bool IsFolder(const FindEntry& entry) {
-    return (entry.attributes & archive::kEntryDirectory) != 0;
+    return (entry.attributes & platform::kAttributeDirectory) != 0;
 }
 
 [[nodiscard]] bool IsArchiveFolder(const std::string& path) {
     File::Find find;
-    return find.Open(ChildFolder(path, "*").c_str(), searchMount);
+    return find.Open(ChildFolder(path, "*").c_str(), targetMount);
 }
 
 [[nodiscard]] bool IsFolderOnDisk(const std::string& path) {
@@ -194,7 +193,7 @@ std::shared_ptr<const Tool::Listing> Tool::List(const ToolCommand& command,
     AppendPathComponent(pattern, "*");
     File::Find find;
     bool found =
-        command.searchTarget ? find.Open(pattern.c_str(), searchMount) : find.Open(pattern.c_str());
+        command.searchTarget ? find.Open(pattern.c_str(), targetMount) : find.Open(pattern.c_str());
     for (; found; found = find.Next()) listing->entries.push_back(find.Entry());
     listing->passedOver = find.PassedOver();
     return listing_ = listing;

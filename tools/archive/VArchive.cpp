@@ -16,8 +16,6 @@ namespace {
 
 constexpr std::string_view kCommandWords = "aelb";
 
-const InternedString toolMount = Intern(kTargetMountName);
-
 // Returns the decimal number at the start of a text, 0 without one.
 [[nodiscard]] std::uint32_t NumberIn(const char* text) {
     return static_cast<std::uint32_t>(std::strtoll(text, nullptr, 10));
@@ -75,7 +73,7 @@ bool VArchive::Execute(ToolCommand& command) {
         return false;
     }
     if (nameAsPrefix_) prefix_ = command.target;
-    TargetMount target(toolMount, command.target.Text(), word != "a");
+    TargetMount target(command.target.Text(), word != "a");
     // Tool::Execute parses the switches again, so that -p replaces the target's name.
     ParseSwitches(command);
     running_ = CommandFor(command, target);
