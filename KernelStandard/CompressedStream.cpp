@@ -1,22 +1,22 @@
 #include "KernelStandard/CompressedStream.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cstdio>
+#include <array>
 #include <memory>
+#include <span>
+#include <string>
 
+#include "KernelStandard/TemporaryFile.h"
 #include "archive/ArchiveFormat.h"
+#include "archive/Stream.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
-#include "platform/Processes.h"
 
 namespace Vorn {
 
 namespace {
 
-std::atomic<std::uint32_t> temporaryNameCounter{0};
-
-[[nodiscard]] bool WriteAll(platform::FileHandle& file, archive::ByteView bytes) {
+[[nodiscard]] bool WriteAll(platform::FileHandle& file, std::span<const std::byte> bytes) {
     return file.Write(bytes) == bytes.size();
 }
 
@@ -86,29 +86,6 @@ bool CompressFileInPlace(const char* path) {
     if (!RenameOrCopy(temporary.c_str(), path)) return false;
     platform::SetHidden(path, false);
     return true;
-}
-
-TemporaryName MakeTemporaryName() {
-    TemporaryName name{};
-    std::snprintf(name.data(), name.size(), "%08X.T%08X", platform::CurrentProcessId(),
-                  temporaryNameCounter.fetch_add(1));
-    return name;
-}
-
-// The names can be guessed, so only a new file is written to: never an existing one, and never
-// through a link that another user has put there.
-std::string CreateTemporaryFile(const std::string& folder, platform::FileHandle& file) {
-    constexpr int kMostTries = 100;
-    for (int tries = 0; tries < kMostTries; ++tries) {
-        std::string path = folder + MakeTemporaryName().data();
-        if (file.Open(path.c_str(), platform::Access::Write, platform::Creation::CreateNew,
-                      platform::Share::DenyAll)) {
-            return path;
-        }
-        // The name was free: another name would not help.
-        if (platform::GetEntryKind(path.c_str()) == platform::EntryKind::None) break;
-    }
-    return {};
 }
 
 }  // namespace Vorn

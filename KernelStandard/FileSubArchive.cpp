@@ -6,8 +6,8 @@
 #include <new>
 #include <utility>
 
-#include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/OpenFile.h"
+#include "KernelStandard/TemporaryFile.h"
 #include "archive/Error.h"
 #include "archive/Stream.h"
 #include "kernel/Exceptions.h"

@@ -6,8 +6,8 @@
 #include <span>
 #include <utility>
 
-#include "KernelStandard/CompressedStream.h"
 #include "KernelStandard/FileSubstList.h"
+#include "archive/Stream.h"
 #include "converter/ArchiveCheck.h"
 #include "converter/Console.h"
 #include "converter/FixedLines.h"

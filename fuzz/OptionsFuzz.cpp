@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "KernelStandard/CompressedStream.h"
+#include "archive/Stream.h"
 #include "services/OptionList.h"
 #include "services/OptionSources.h"
 

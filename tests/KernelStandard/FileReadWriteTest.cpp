@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "KernelStandard/CompressedStream.h"
+#include "KernelStandard/TemporaryFile.h"
 #include "KernelStandard/WholeFile.h"
 #include "tests/KernelStandard/FileLayer.h"
 
