@@ -69,10 +69,9 @@ void ArchiveMembers::Start() {
 bool ArchiveMembers::MayChange() const { return writable_ && IsOpen() && contents_.headerInPlace; }
 
 archive::FindEntry ArchiveMembers::EntryOf(Ordinal ordinal) const {
-    std::array<std::byte, archive::kIndexRecordSize> record{};
-    // The table keeps entries packed; a record is the form in which it gives them out.
-    Table().Encode(ordinal, record);
-    return archive::DecodeIndexRecord(record).entry;
+    std::array<std::byte, archive::kFindEntrySize> bytes{};
+    Table().EncodeEntry(ordinal, bytes);
+    return archive::DecodeEntry(bytes);
 }
 
 std::optional<ArchiveMembers::Ordinal> ArchiveMembers::Find(const char* name) const {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 
 namespace Vorn {
 
@@ -20,7 +21,7 @@ bool ArchiveSearch::Next(std::string_view pattern, archive::FindEntry& entry, bo
         if (!matched) {
             std::fill(entry.name.begin() + static_cast<std::ptrdiff_t>(dirEnd), entry.name.end(),
                       '\0');
-            entry.attributes |= archive::kEntryDirectory | archive::kEntryReadOnly;
+            entry.attributes |= platform::kAttributeDirectory | platform::kAttributeReadOnly;
         }
         MoveTo(*ordinal, advance);
         return true;

@@ -72,12 +72,12 @@ std::size_t BlockReader::Read(std::uint32_t position, std::span<std::byte> into)
 
 std::size_t BlockReader::ReadStep(std::uint32_t position, std::span<std::byte> into) {
     if (Held(position).empty()) {
+        if (position >= file_.Size()) return 0;
         if (into.size() >= kBlockSize) {
             // A held block must be the one before next_, because GoTo may return to it. This read
             // moves next_ and holds nothing.
             Forget();
             if (!IsStream()) return NextBytes(position, into).size();
-            if (position >= file_.Size()) return 0;
             const auto content = NextBlock(into.first<kBlockSize>());
             if (content.data() != into.data()) std::ranges::copy(content, into.begin());
             return content.size();
@@ -99,9 +99,7 @@ bool BlockReader::Refill(std::uint32_t position) {
 
 std::span<const std::byte> BlockReader::NextBytes(std::uint32_t position,
                                                   std::span<std::byte> into) {
-    const std::uint32_t size = file_.Size();
-    if (position >= size) return {};
-    const auto wanted = into.first(std::min<std::size_t>(into.size(), size - position));
+    const auto wanted = into.first(std::min<std::size_t>(into.size(), file_.Size() - position));
     const std::int64_t got = file_.ReadAt(position, wanted);
     if (got == static_cast<std::int64_t>(wanted.size())) return wanted;
     // The file is shorter than it was, or than its archive's entry says.

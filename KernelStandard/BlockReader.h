@@ -65,8 +65,9 @@ private:
     [[nodiscard]] std::size_t ReadStep(std::uint32_t position, std::span<std::byte> into);
     // Holds the next content, from `position` on.
     [[nodiscard]] bool Refill(std::uint32_t position);
-    // Reads bytes as they are, or the next block of a stream, which may lie in the window instead
-    // of `into`. Return the content; after damage the file has ended (EndAtDamage).
+    // Reads bytes as they are from a position before the end, or the next block of a stream, which
+    // may lie in the window instead of `into`. Return the content; after damage the file has ended
+    // (EndAtDamage).
     [[nodiscard]] std::span<const std::byte> NextBytes(std::uint32_t position,
                                                        std::span<std::byte> into);
     [[nodiscard]] std::span<const std::byte> NextBlock(

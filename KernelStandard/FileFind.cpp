@@ -9,6 +9,7 @@
 #include "kernel/Exceptions.h"
 #include "kernel/LetterCase.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 
 namespace Vorn {
 
@@ -33,7 +34,7 @@ namespace {
 
 // Returns one bit for folders and another for files.
 [[nodiscard]] unsigned KindOf(const FindEntry& entry) {
-    return (entry.attributes & archive::kEntryDirectory) != 0 ? 2 : 1;
+    return (entry.attributes & platform::kAttributeDirectory) != 0 ? 2 : 1;
 }
 
 }  // namespace

@@ -19,7 +19,6 @@ std::size_t WriteBuffer::Write(std::span<const std::byte> from) {
 }
 
 std::size_t WriteBuffer::WriteBuffered(std::span<const std::byte> from) {
-    using Block = std::array<std::byte, kBlockSize>;
     if (!block_) block_ = std::make_unique_for_overwrite<Block>();
     const std::size_t count = std::min(kBlockSize - held_, from.size());
     std::memcpy(block_->data() + held_, from.data(), count);
@@ -38,7 +37,8 @@ std::size_t WriteBuffer::WriteDirect(std::span<const std::byte> from) {
     const std::uint32_t written = file_.WriteAt(start_, from);
     start_ += written;
     if (start_ > file_.Size()) file_.SetSize(start_);
-    // The content is incomplete: as after damage, whatever reads this file finds its end at once.
+    // Fixed: after a failed direct write, whatever reads this file finds its end at once. A failed
+    // Flush shows only in the position and in WriteFailed.
     if (file_.WriteFailed()) file_.SetSize(0);
     return written;
 }

@@ -32,14 +32,15 @@ public:
     void Flush();
 
 private:
+    using Block = std::array<std::byte, archive::kBlockSize>;
+
     // Each accepts some bytes from the front and returns how many; 0 after a failed write.
     [[nodiscard]] std::size_t WriteBuffered(std::span<const std::byte> from);
     [[nodiscard]] std::size_t WriteDirect(std::span<const std::byte> from);
 
     OpenFile& file_;
-    std::unique_ptr<std::array<std::byte, archive::kBlockSize>>
-        block_;                // allocated at the first use
-    std::uint32_t start_ = 0;  // position of the first byte in block_
+    std::unique_ptr<Block> block_;  // allocated at the first use
+    std::uint32_t start_ = 0;       // position of the first byte in block_
     std::uint32_t held_ = 0;
 };
 

@@ -428,7 +428,7 @@ void Appender::WriteIndex() {
     for (MemberTable::Ordinal ordinal = 0; ordinal < members.End(); ++ordinal) {
         if (!members.Has(ordinal)) continue;
         batch.resize(batch.size() + kIndexRecordSize);
-        members.Encode(ordinal, std::span(batch).last<kIndexRecordSize>());
+        members.EncodeRecord(ordinal, std::span(batch).last<kIndexRecordSize>());
         if (batch.size() + kIndexRecordSize <= batch.capacity()) continue;
         WriteAt(offset, batch);
         offset += batch.size();

@@ -14,8 +14,6 @@
 
 namespace archive {
 
-using ByteView = std::span<const std::byte>;
-
 inline constexpr std::size_t kChunkHeaderSize = 8;
 inline constexpr std::size_t kArchiveHeaderSize = 32;
 inline constexpr std::size_t kFindEntrySize = 288;
@@ -38,12 +36,11 @@ inline constexpr std::string_view kMemberChunk = "FIL ";
 inline constexpr std::string_view kDeletedChunk = "FIL!";
 inline constexpr std::string_view kIndexChunk = "IDX ";
 
-// Attribute bits of members, and of the directory entries that a search makes up.
+// The attribute bit of members that are compressed streams.
 inline constexpr std::uint16_t kMemberCompressed = 0x80;
-inline constexpr std::uint16_t kEntryDirectory = 0x10;
-inline constexpr std::uint16_t kEntryReadOnly = 0x01;
 
-// A file or an archive member as a search shows it and as an archive stores it.
+// A member as an archive stores it, and a file or a folder as a search shows it. The attributes of
+// files and folders are the platform's.
 struct FindEntry {
     std::array<char, Vorn::kMaxPath> name{};  // NUL-terminated, ANSI code page
     std::uint32_t size = 0;                   // content, bytes

@@ -243,10 +243,10 @@ bool Worker::ChunkAgrees(std::uint32_t ordinal, const Member& member, std::uint6
     if (chunk.length != kFindEntrySize + std::uint64_t{member.storedSize}) {
         return differs("its chunk has another length");
     }
-    std::array<std::byte, kIndexRecordSize> record;
-    contents_.members.Encode(ordinal, record);
+    std::array<std::byte, kFindEntrySize> listed;
+    contents_.members.EncodeEntry(ordinal, listed);
     const auto entry = bytes.last<kFindEntrySize>();
-    if (!std::ranges::equal(entry, std::span(record).last<kFindEntrySize>())) {
+    if (!std::ranges::equal(entry, listed)) {
         return differs("its entry in the index and the one in its chunk disagree");
     }
     if (DecodeEntry(entry).storedSize != member.storedSize) {

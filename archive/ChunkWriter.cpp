@@ -33,7 +33,7 @@ void ChunkWriter::AppendIndex(const MemberTable& members) {
     std::array<std::byte, kIndexRecordSize> record{};
     for (MemberTable::Ordinal ordinal = 0; ordinal < members.End(); ++ordinal) {
         if (!members.Has(ordinal)) continue;
-        members.Encode(ordinal, record);
+        members.EncodeRecord(ordinal, record);
         Append(record);
     }
 }

@@ -11,6 +11,8 @@
 
 namespace archive {
 
+using Vorn::LoadU32;
+
 namespace {
 
 constexpr std::size_t kHeaderWindow = 4096;
@@ -51,7 +53,8 @@ void ReadHeader(const platform::FileHandle& file, Contents& contents) {
     }
 }
 
-// The records that the file holds of those that the header promises.
+// Reads the records that the file holds of those that the header promises. `offset` is not past the
+// end of the file.
 void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint64_t offset) {
     const std::uint64_t held = (contents.fileSize - offset) / kIndexRecordSize;
     auto left =
@@ -66,11 +69,10 @@ void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint
         // An unreadable record counts as cut off: a walk may still find its member.
         if (got != static_cast<std::int64_t>(bytes.size())) return;
         for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
-            const auto record = bytes.subspan(at).first<kIndexRecordSize>();
-            const ChunkHeader front = DecodeChunkHeader(record.first<kChunkHeaderSize>());
-            contents.members.Add(
-                Vorn::LoadU32<0>(std::span<const std::byte, kIndexRecordSize>(record)),
-                front.length, record.last<kFindEntrySize>());
+            const std::span<const std::byte, kIndexRecordSize> record(bytes.data() + at,
+                                                                      kIndexRecordSize);
+            contents.members.Add(LoadU32<0>(record), LoadU32<4>(record),
+                                 record.last<kFindEntrySize>());
         }
         offset += bytes.size();
         left -= count;
@@ -82,12 +84,14 @@ void ReadIndex(const platform::FileHandle& file, Contents& contents) {
     if (promised == 0) return;
     contents.index = IndexState::Missing;
     std::array<std::byte, kChunkHeaderSize> bytes{};
+    const std::uint64_t first = promised + kChunkHeaderSize;
+    // Another process may have appended to the file since its size was taken.
+    if (first > contents.fileSize) return;
     const std::int64_t got = file.ReadAt(promised, bytes);
     const ChunkHeader chunk = DecodeChunkHeader(bytes);
     if (got != static_cast<std::int64_t>(bytes.size()) || !chunk.Is(kIndexChunk)) return;
 
     const std::uint64_t records = std::uint64_t{contents.header.memberCount} * kIndexRecordSize;
-    const std::uint64_t first = promised + kChunkHeaderSize;
     ReadRecords(file, contents, first);
     contents.indexEnd = std::min(first + records, contents.fileSize);
     const bool whole = contents.members.Count() == contents.header.memberCount;

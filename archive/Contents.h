@@ -53,7 +53,7 @@ struct Contents {
 [[nodiscard]] Contents ReadContents(const platform::FileHandle& file,
                                     const ArchiveHeader& base = {});
 
-// An archive without members.
+// Returns an archive without members, which is written nowhere yet.
 [[nodiscard]] Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode);
 
 // Adds the members that lie after all known ones, which is all of them when there is no index.

@@ -20,7 +20,7 @@ struct Chunk {
 
     [[nodiscard]] bool IsMember() const { return header.Is(kMemberChunk); }
     [[nodiscard]] std::uint64_t End() const { return offset + kChunkHeaderSize + header.length; }
-    // Where a live member's data lies.
+    // Returns where a live member's data lies.
     [[nodiscard]] std::uint64_t DataOffset() const { return offset + kMemberPrefixSize; }
     [[nodiscard]] std::uint32_t StoredSize() const {
         return static_cast<std::uint32_t>(header.length - kFindEntrySize);
@@ -32,7 +32,7 @@ public:
     // `first` is the offset of the first chunk to visit.
     explicit Cursor(const platform::FileHandle& file, std::uint64_t first = kFirstChunkOffset);
 
-    // Returns the next chunk of any kind; its data may reach past the end of the file. Nothing at
+    // Returns the next chunk of any kind; its data may reach past the end of the file. nullopt at
     // the end, or before a chunk that is cut short: less than a header, or than a live member's
     // entry. Throws Error (CannotRead).
     [[nodiscard]] std::optional<Chunk> Next();

@@ -17,6 +17,7 @@ MemberTable::MemberTable() : key_(Vorn::RandomSipHashKey()), slots_(kFirstSlots)
 
 void MemberTable::Reserve(std::size_t count) {
     entries_.reserve(count);
+    // At most two thirds full, so that Add does not rehash before `count` members are in.
     const std::size_t wanted = std::bit_ceil(count + count / 2 + 1);
     if (wanted > slots_.size()) Rehash(wanted);
 }
@@ -27,6 +28,7 @@ MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t st
     const auto* text = reinterpret_cast<const char*>(field.data());
     // The last byte of the field counts as NUL whatever it holds.
     const std::size_t nameLength = strnlen(text, Vorn::kMaxPath - 1);
+    // The entry is written back byte for byte, so that bytes after the name's NUL count as well.
     std::size_t keptLength = nameLength;
     for (std::size_t i = Vorn::kMaxPath; i > nameLength; --i) {
         if (field[i - 1] == std::byte{0}) continue;
@@ -43,7 +45,7 @@ MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t st
     ++count_;
     endOfData_ = std::max(endOfData_, std::uint64_t{dataOffset} + storedSize);
     if ((usedSlots_ + 1) * 4 > slots_.size() * 3) {
-        Rehash(slots_.size() * 2);
+        Rehash(slots_.size() * 2);  // links the new entry too
     } else {
         Link(End() - 1);
     }
@@ -57,10 +59,12 @@ void MemberTable::Remove(Ordinal ordinal) {
     --count_;
     const std::string_view name = NameOf(entry);
     Slot& slot = slots_[SlotOf(name, HashOf(name))];
+    // From the front: only damaged archives have many live members of one name.
     std::uint32_t previous = kNone;
     for (std::uint32_t at = slot.first; at != ordinal; at = entries_[at].next) previous = at;
     (previous == kNone ? slot.first : entries_[previous].next) = entry.next;
     if (slot.last == ordinal) slot.last = previous;
+    // An empty slot stays used: a search for a name after it in the probe must pass over it.
     if (slot.first == kNone) slot.last = kNone;
 }
 
@@ -78,14 +82,20 @@ Member MemberTable::operator[](Ordinal ordinal) const {
             .attributes = LoadU16<24>(numbers)};
 }
 
-void MemberTable::Encode(Ordinal ordinal, RecordBytes record) const {
-    const Entry& entry = entries_[ordinal];
-    StoreU32<0>(record, entry.dataOffset);
-    StoreU32<4>(record, entry.storedSize);
-    const auto field = record.subspan<8, Vorn::kMaxPath>();
-    std::memcpy(field.data(), NameOf(entry).data(), entry.keptLength);
-    std::ranges::fill(field.subspan(entry.keptLength), std::byte{0});
-    std::ranges::copy(entry.numbers, record.last<kNumbersSize>().begin());
+void MemberTable::EncodeEntry(Ordinal ordinal, std::span<std::byte, kFindEntrySize> entry) const {
+    const Entry& from = entries_[ordinal];
+    const auto field = entry.first<Vorn::kMaxPath>();
+    std::memcpy(field.data(), NameOf(from).data(), from.keptLength);
+    std::ranges::fill(field.subspan(from.keptLength), std::byte{0});
+    std::ranges::copy(from.numbers, entry.last<kNumbersSize>().begin());
+}
+
+// The same record as EncodeIndexRecord's, but with the entry's bytes as they were read.
+void MemberTable::EncodeRecord(Ordinal ordinal,
+                               std::span<std::byte, kIndexRecordSize> record) const {
+    StoreU32<0>(record, entries_[ordinal].dataOffset);
+    StoreU32<4>(record, entries_[ordinal].storedSize);
+    EncodeEntry(ordinal, record.last<kFindEntrySize>());
 }
 
 std::optional<MemberTable::Ordinal> MemberTable::Find(std::string_view name) const {
@@ -100,7 +110,7 @@ std::optional<MemberTable::Ordinal> MemberTable::NextOfSameName(Ordinal ordinal)
     return next;
 }
 
-std::size_t MemberTable::Footprint() const {
+std::size_t MemberTable::MemoryHeld() const {
     return sizeof(*this) + entries_.capacity() * sizeof(Entry) + slots_.capacity() * sizeof(Slot) +
            nameBlocks_.size() * kNameBlock;
 }
@@ -124,6 +134,7 @@ std::uint32_t MemberTable::KeepName(std::span<const std::byte> bytes) {
 }
 
 std::uint32_t MemberTable::HashOf(std::string_view name) const {
+    // No archive has a longer name: what is cut off here cannot hide a member.
     std::array<char, Vorn::kMaxPath> folded;
     const std::size_t length = std::min(name.size(), folded.size());
     for (std::size_t i = 0; i < length; ++i) folded[i] = static_cast<char>(FoldByte(name[i]));
@@ -137,7 +148,7 @@ std::size_t MemberTable::SlotOf(std::string_view name, std::uint32_t hash) const
         const Slot& slot = slots_[at];
         if (!slot.used) return free < slots_.size() ? free : at;
         if (slot.first == kNone) {
-            free = std::min(free, at);
+            if (free == slots_.size()) free = at;
         } else if (slot.hash == hash && SameName(NameOf(entries_[slot.first]), name)) {
             return at;
         }

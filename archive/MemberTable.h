@@ -40,7 +40,6 @@ class MemberTable {
 public:
     using Ordinal = std::uint32_t;
     using EntryBytes = std::span<const std::byte, kFindEntrySize>;
-    using RecordBytes = std::span<std::byte, kIndexRecordSize>;
 
     MemberTable();
 
@@ -51,8 +50,9 @@ public:
     [[nodiscard]] bool Has(Ordinal ordinal) const { return !entries_[ordinal].removed; }
     [[nodiscard]] Member operator[](Ordinal ordinal) const;
     [[nodiscard]] std::string_view Name(Ordinal ordinal) const { return NameOf(entries_[ordinal]); }
-    // Writes the member's index record.
-    void Encode(Ordinal ordinal, RecordBytes record) const;
+    // Writes the member's entry, and its index record.
+    void EncodeEntry(Ordinal ordinal, std::span<std::byte, kFindEntrySize> entry) const;
+    void EncodeRecord(Ordinal ordinal, std::span<std::byte, kIndexRecordSize> record) const;
 
     // One past the largest ordinal, gaps included.
     [[nodiscard]] Ordinal End() const { return static_cast<Ordinal>(entries_.size()); }
@@ -65,11 +65,12 @@ public:
     [[nodiscard]] std::optional<Ordinal> Find(std::string_view name) const;
     [[nodiscard]] std::optional<Ordinal> NextOfSameName(Ordinal ordinal) const;
 
-    // Returns the bytes of memory in use.
-    [[nodiscard]] std::size_t Footprint() const;
+    // Returns the bytes of memory that the table holds.
+    [[nodiscard]] std::size_t MemoryHeld() const;
 
 private:
     static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+    // The bytes of an entry after its name: sizes, check sum, times, attributes.
     static constexpr std::size_t kNumbersSize = kFindEntrySize - Vorn::kMaxPath;
     static constexpr std::size_t kNameBlock = 65536;
     static constexpr std::size_t kFirstSlots = 64;

@@ -45,7 +45,7 @@ public:
     // Drops what was read, because the file is another one now.
     void Forget() { start_ = held_ = 0; }
 
-    // At least one byte and at most `most` from `offset`; none at the end of the file.
+    // Returns at least one byte and at most `most` from `offset`; none at the end of the file.
     [[nodiscard]] std::span<const std::byte> Some(std::uint64_t offset, std::uint64_t most) {
         if (offset < start_ || offset >= start_ + held_) Move(offset, 1, most);
         return {bytes_.get() + (offset - start_),

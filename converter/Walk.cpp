@@ -7,6 +7,7 @@
 #include "converter/Console.h"
 #include "converter/FixedLines.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 
 namespace converter {
 
@@ -41,7 +42,7 @@ int WalkFolder(const InternedString& mount, const char* folder, const WalkStep& 
                          "\", which cannot be opened by their names");
             continue;
         }
-        const bool isFolder = (entry.attributes & archive::kEntryDirectory) != 0;
+        const bool isFolder = (entry.attributes & platform::kAttributeDirectory) != 0;
         result = isFolder ? onFolder(path.c_str()) : onMember(path.c_str());
     } while (result != 1 && find.Next());
     return result;

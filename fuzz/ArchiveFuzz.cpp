@@ -14,6 +14,7 @@
 #include "KernelStandard/FileFind.h"
 #include "KernelStandard/ScopedMount.h"
 #include "kernel/Exceptions.h"
+#include "platform/Directories.h"
 
 namespace fs = std::filesystem;
 using namespace Vorn;
@@ -60,7 +61,7 @@ void CollectNames(const InternedString& mount, const std::string& folder,
     if (pattern.size() >= kMaxPath || !find.Open(pattern.c_str(), mount)) return;
     do {
         const std::string name = folder + std::string(find.Entry().Name());
-        if ((find.Entry().attributes & archive::kEntryDirectory) != 0) {
+        if ((find.Entry().attributes & platform::kAttributeDirectory) != 0) {
             CollectNames(mount, name + "/", names);
         } else {
             names.push_back(name);

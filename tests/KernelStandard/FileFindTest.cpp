@@ -2,6 +2,7 @@
 
 #include "KernelStandard/ArchiveFolders.h"
 #include "kernel/Paths.h"
+#include "platform/Directories.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -35,7 +36,8 @@ TEST_F(FileFind, AFolderIsListedInByteOrder) {
     find.GetPath(path);
     EXPECT_EQ(path.View(), "d/b.txt");
     ASSERT_TRUE(find.Open("d/sub"));
-    EXPECT_EQ(find.Entry().attributes & archive::kEntryDirectory, archive::kEntryDirectory);
+    EXPECT_EQ(find.Entry().attributes & platform::kAttributeDirectory,
+              platform::kAttributeDirectory);
     EXPECT_FALSE(find.Next());
 }
 
@@ -88,7 +90,8 @@ TEST_F(FileFind, ArchivesShowTheirFolders) {
         {
             File::Find find;
             ASSERT_TRUE(find.Open("arc:x/z"));
-            EXPECT_EQ(find.Entry().attributes, archive::kEntryDirectory | archive::kEntryReadOnly);
+            EXPECT_EQ(find.Entry().attributes,
+                      platform::kAttributeDirectory | platform::kAttributeReadOnly);
             PathBuffer path;
             find.GetPath(path);
             EXPECT_EQ(path.View(), "x/Z") << "without the mount's name";

@@ -4,6 +4,7 @@
 
 #include "KernelStandard/FileFind.h"
 #include "KernelStandard/ScopedMount.h"
+#include "platform/Directories.h"
 #include "tests/KernelStandard/FileLayer.h"
 
 namespace Vorn::Testing {
@@ -21,7 +22,7 @@ void ReadInto(Content& content, const std::string& folder) {
     File::Find find;
     for (bool found = find.Open(("wb:" + folder + "*").c_str()); found; found = find.Next()) {
         const std::string name = folder + std::string(find.Entry().Name());
-        if ((find.Entry().attributes & archive::kEntryDirectory) != 0) {
+        if ((find.Entry().attributes & platform::kAttributeDirectory) != 0) {
             ReadInto(content, name + "/");
         } else {
             const auto member = Contents("wb:" + name);
