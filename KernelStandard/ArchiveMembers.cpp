@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "archive/Appender.h"
+#include "archive/ChunkEdits.h"
 #include "archive/Error.h"
 #include "kernel/PathBuffer.h"
 #include "kernel/Paths.h"

@@ -24,6 +24,7 @@
 
 #include "archive/Contents.h"
 #include "archive/Crc32.h"
+#include "archive/Error.h"
 #include "archive/Stream.h"
 
 namespace archive {
@@ -52,8 +53,8 @@ public:
 
     // Adds a member whose content comes in pieces: Begin, Write as often as needed, Finish. Each
     // throws Error: BadName; Full when the archive would pass 4 GiB; Refused; CannotWrite and
-    // NoSpace; Damaged when the old members cannot be followed by a new one; CannotRead for less
-    // content than was announced. The member is then not added, and the one that it would have
+    // NoSpace; Damaged when the old members cannot be followed by a new one; CannotRead for more or
+    // less content than was announced. The member is then not added, and the one that it would have
     // replaced stays. In batches, each may also throw for earlier members of the batch: those that
     // do not fit are not added (TakeLost).
     void Begin(const NewMember& member);
@@ -79,7 +80,9 @@ public:
     [[nodiscard]] std::vector<std::string> TakeLost() { return std::exchange(lost_, {}); }
 
     // Returns the bytes of stored data of the begun member so far.
-    [[nodiscard]] std::uint32_t StoredSoFar() const;
+    [[nodiscard]] std::uint32_t StoredSoFar() const {
+        return static_cast<std::uint32_t>(End() - begun_->chunkOffset - kMemberPrefixSize);
+    }
 
     // Returns the end of the members that have appeared; of a new archive, nothing before it is
     // written again but the header.
@@ -96,28 +99,33 @@ public:
     void Complete();
 
 private:
+    // The member that was begun.
+    struct Begun {
+        NewMember as;  // its name is the entry's
+        FindEntry entry;
+        bool asStored;
+        std::uint64_t chunkOffset;
+        std::uint64_t taken = 0;  // bytes given to Write
+        Crc32 sum;
+    };
+    // A finished member of the batch.
     struct Pending {
         MemberTable::Ordinal ordinal;
         std::uint64_t chunkOffset;
         std::optional<MemberTable::Ordinal> replaces;
     };
 
+    void BeginChunk(const NewMember& as, const FindEntry& entry, bool asStored);
     void Prepare();
-    void BeginChunk(const NewMember& member);
-    [[nodiscard]] std::uint64_t WriteOffset();
-    void LeaveIndex();
-    [[nodiscard]] std::uint64_t SealEnd(std::uint64_t size);
     void EncodePiece();
     void Append(std::span<const std::byte> bytes);
     void WriteOut();
-    void FinishChunk();
+    void WriteBegun(std::uint64_t offset, std::span<const std::byte> bytes);
+    [[noreturn]] void AbandonAndThrow(ErrorCode code, const char* reason);
     void PublishPending();
     void PublishFirst(std::size_t count);
     void DeleteReplaced(std::size_t count);
     void DropFrom(std::size_t pending);
-    void MarkDeleted(MemberTable::Ordinal ordinal);
-    void WriteIndex();
-    void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
     [[nodiscard]] std::uint64_t End() const { return written_ + buffer_.size(); }
 
     platform::FileHandle& file_;
@@ -128,26 +136,14 @@ private:
     bool prepared_ = false;
     std::uint64_t batchStart_ = 0;
     std::uint64_t written_ = 0;
+    std::uint64_t limit_ = 0;  // no chunk may pass it: what is left is for the index
     std::vector<std::byte> buffer_;
     std::vector<Pending> pending_;
     std::vector<std::string> lost_;
 
-    // The member that was begun.
-    bool begun_ = false;
-    NewMember new_;
-    FindEntry entry_;
-    bool asStored_ = false;
-    std::uint64_t chunkOffset_ = 0;
-    std::uint64_t limit_ = 0;  // end of the space it may take
-    std::uint64_t taken_ = 0;  // bytes given to Write
-    Crc32 sum_;
+    std::optional<Begun> begun_;
     std::vector<std::byte> piece_;  // content of a block that is not full yet
     std::unique_ptr<BlockBuffer> block_;
 };
-
-// Starts an archive without members: writes the header to the start of an empty file. Its index is
-// written by Complete. Throws Error (CannotWrite).
-[[nodiscard]] Contents StartArchive(platform::FileHandle& file, std::uint32_t buildVersion,
-                                    std::uint32_t productCode);
 
 }  // namespace archive

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "archive/ChunkEdits.h"
 #include "archive/Error.h"
-#include "platform/Error.h"
 
 namespace archive {
 namespace {
@@ -18,7 +18,7 @@ void ChunkWriter::Append(std::span<const std::byte> bytes) {
     }
     if (buffer_.size() + bytes.size() > kBufferSize) Flush();
     if (bytes.size() >= kBufferSize) {
-        WriteAt(written_, bytes);
+        WriteAt(file_, written_, bytes);
         written_ += bytes.size();
     } else {
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
@@ -40,13 +40,13 @@ void ChunkWriter::AppendIndex(const MemberTable& members) {
 
 void ChunkWriter::Replace(std::uint64_t offset, std::span<const std::byte> bytes) {
     if (offset < written_) Flush();
-    if (offset < written_) return WriteAt(offset, bytes);
+    if (offset < written_) return WriteAt(file_, offset, bytes);
     std::ranges::copy(bytes, buffer_.begin() + static_cast<std::ptrdiff_t>(offset - written_));
 }
 
 void ChunkWriter::Flush() {
     if (buffer_.empty()) return;
-    WriteAt(written_, buffer_);
+    WriteAt(file_, written_, buffer_);
     written_ += buffer_.size();
     buffer_.clear();
 }
@@ -66,14 +66,6 @@ void ChunkWriter::Discard() {
     written_ = start_;
     // Nothing points at what stays if this fails.
     (void)file_.Truncate(start_);
-}
-
-void ChunkWriter::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
-    if (file_.WriteAt(offset, bytes) == bytes.size()) return;
-    if (platform::LastError().kind == platform::ErrorKind::NoSpace) {
-        throw Error(ErrorCode::NoSpace, "the disk is full", offset);
-    }
-    throw Error(ErrorCode::CannotWrite, "the archive cannot be written", offset);
 }
 
 }  // namespace archive

@@ -36,8 +36,6 @@ public:
     void Discard();
 
 private:
-    void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
-
     platform::FileHandle& file_;
     const std::uint64_t start_;
     std::uint64_t written_;  // the file has what lies before, the buffer what follows

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "archive/ChunkEdits.h"
 #include "archive/Error.h"
 #include "platform/Directories.h"
 #include "platform/Error.h"

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 
 #include "archive/Check.h"
+#include "archive/ChunkEdits.h"
 #include "archive/Error.h"
 #include "archive/PackedMember.h"
 #include "tests/support/RawArchive.h"
@@ -219,6 +220,25 @@ TEST_F(ArchiveAppending, AnAbandonedMemberLeavesNoTrace) {
         EXPECT_EQ(folder.Read("a.va"),
                   RawArchive({{"a", "1", 1, "FIL ", Get32(folder.Read("a.va"), 52 + 268)},
                               {"b", "2", 1, "FIL ", Get32(folder.Read("a.va"), 52 + 297 + 268)}}));
+    }
+}
+
+TEST_F(ArchiveAppending, AnAnnouncedSizeMustBeKept) {
+    for (const std::string& content : {"four"s, "fourteen and"s}) {
+        folder.Write("a.va", RawArchive({{"a", "1"}}));
+        Archive archive(path_, Publish::InBatches);
+        try {
+            archive.appender->Begin({.name = "b", .size = 5});
+            archive.appender->Write(Bytes(content));
+            archive.appender->Finish();
+            ADD_FAILURE() << content;
+        } catch (const archive::Error& error) {
+            EXPECT_EQ(error.Code(), ErrorCode::CannotRead);
+            EXPECT_EQ(error.Member(), "b");
+        }
+        archive.Add("c", "3");
+        archive.appender->Complete();
+        EXPECT_EQ(MembersOf(path_), (std::map<std::string, std::string>{{"a", "1"}, {"c", "3"}}));
     }
 }
 

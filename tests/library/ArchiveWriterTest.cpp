@@ -1,4 +1,5 @@
 #include "archive/Appender.h"
+#include "archive/ChunkEdits.h"
 #include "archive/Names.h"
 #include "archive/Reader.h"
 #include "vaconverter/writer.h"
