@@ -124,6 +124,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "create --json Made.va a",
+             "repack --json Odd.va -o Packed.va",
              "repair --json Odd.va -o Saved.va",
              "repair --json Bad.va -o Never.va",
              "compare --json a b",

@@ -6,6 +6,7 @@
 namespace va::tool {
 
 [[nodiscard]] Command CreateCommand();
+[[nodiscard]] Command RepackCommand();
 [[nodiscard]] Command RepairCommand();
 
 }  // namespace va::tool
