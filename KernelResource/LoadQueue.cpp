@@ -130,7 +130,7 @@ std::uint32_t LoadQueue::Serve() {
     serving_.Set();
     for (;;) {
         const int signalled = platform::WaitForAny(stopAndWork, kWorkerRound);
-        if (signalled == 0) return 0;  // told to stop, which goes before all work
+        if (signalled == 0) return 0;  // the stop comes before all work
         if (signalled == 1) LoadNext();
     }
 }

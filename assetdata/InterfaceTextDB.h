@@ -11,7 +11,7 @@
 //
 // Decided here, where it was open:
 // - The log line about a missing text names the compiled file of the chosen language.
-// - A tag that is there with an empty text counts as missing for those who want a warning.
+// - A tag with an empty text counts as missing for callers that want a warning.
 // - A load that runs out of memory throws std::bad_alloc, and the next request loads again.
 #pragma once
 

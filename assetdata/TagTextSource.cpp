@@ -62,7 +62,7 @@ void TagTextSource::Load() {
     at_ = 0;
 }
 
-// CR LF and LF CR count as one line end, also when a refill of the buffer parts them.
+// CR LF and LF CR count as one line end, also when a refill of the buffer comes between them.
 void TagTextSource::CountLineEnd(char c) {
     const std::uint64_t offset = passed_ + at_;
     const bool isSecond = halfLineEnd_ != '\0' && halfLineEnd_ != c && lineStart_ + 1 == offset;

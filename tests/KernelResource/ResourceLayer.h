@@ -18,9 +18,9 @@ public:
     bool TakesName(std::string_view name) const override { return name.starts_with("made/"); }
     RefPtr<Resource> Create(ResourceDatabase* home, const InternedString& name) override;
 
-    // Called in every load, on the thread that loads.
+    // Is called in every load, on the thread that loads.
     std::function<void(TextResource&)> onLoad = [](TextResource&) {};
-    // Called whenever the data size is asked for.
+    // Is called for every request of the data size.
     std::function<void()> onSize = [] {};
     std::atomic<int> loads = 0;
     std::atomic<int> unloads = 0;

@@ -14,13 +14,13 @@ namespace {
 constexpr const char* kNotCompiled =
     "InterfaceTextDB> failed to load compiled interfacetext file\r\n";
 
-// The folder that stands for "data", and what the log's console says meanwhile.
+// A folder mounted as "data", and what the log's console shows meanwhile.
 class InterfaceTexts : public testing::Test {
 protected:
     InterfaceTexts() {
         LogModule* module = RegisterLogModule("Norvane");
         module->Configure("displaymodulename=off");
-        module->Configure("None");  // which its lines do not ask
+        module->Configure("None");  // which its lines ignore
         SetLogConsoleStream(console_);
         InterfaceTextDB::SetLanguage(nullptr);
     }

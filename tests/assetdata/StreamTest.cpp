@@ -72,7 +72,7 @@ TEST(Streams, LargeReadsPassTheBuffer) {
     EXPECT_THAT(stream.requests, ElementsAre(5000, 4096, 4080, 4080, 5000));
 }
 
-// Random operations on a stream over a store, and on a text that stands for it.
+// Random operations on a stream over a store, and on a text that models it.
 class StreamModel {
 public:
     StreamModel(TStream& stream, unsigned seed) : stream_(stream), random_(seed) {}

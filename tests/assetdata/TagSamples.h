@@ -1,5 +1,5 @@
-// Tag trees for tests and fuzz targets: made at random, told as texts that can be compared, and
-// carried through both forms.
+// Tag trees for tests and fuzz targets: made at random, described as texts that can be
+// compared, and carried through both forms.
 #pragma once
 
 #include <random>
@@ -20,12 +20,12 @@ public:
     std::vector<TagFinding> list;
 };
 
-// Every name, type and value in order. Equal for equal trees, whatever form they came from.
+// Returns every name, type and value in order. Equal for equal trees, whatever form they came from.
 [[nodiscard]] std::string Describe(const OCSChunk& root);
 
 [[nodiscard]] OCSChunkRef ReadText(std::string_view text, TagObserver* observer = nullptr);
 [[nodiscard]] std::string WriteText(const OCSChunk& root);
-// Null and empty when refused.
+// Return null and an empty text when refused.
 [[nodiscard]] OCSChunkRef ReadChunks(std::string_view bytes, TagObserver* observer = nullptr);
 [[nodiscard]] std::string WriteChunks(const OCSChunk& root, TagObserver* observer = nullptr);
 
@@ -34,7 +34,7 @@ public:
 // nesting; a plain tree holds only what both forms can.
 [[nodiscard]] OCSChunkRef RandomTree(std::mt19937& random, bool plain);
 
-// The check of a chunk file's body, step by step as it is described.
+// Checks a chunk file's body, step by step as it is described.
 [[nodiscard]] bool LiteralCheck(std::string_view body);
 
 }  // namespace Vorn::Testing

@@ -97,7 +97,7 @@ private:
         Replace(PairOf(b), a);
         PairOf(kSwapped)->second = b;
     }
-    // A record whose child changes goes on among the added children.
+    // A record whose child changes continues among the added children.
     void Replace(Pairs::iterator pair, std::int32_t by) {
         const std::string name = pair->first;
         pair->second = by;

@@ -66,8 +66,8 @@ struct Uncaught {
     Uncaught() { mayAllocate = false; }
 };
 
-// Of the main thread's heap, and too large for the caches before it: who frees it twice is stopped
-// while it holds the heap's lock.
+// From the main thread's heap, and too large for the caches before it: a thread that frees it twice
+// is stopped while it holds the heap's lock.
 void* volatile damaged = nullptr;
 void* volatile behind = nullptr;  // keeps it off the heap's end
 

@@ -1,4 +1,4 @@
-// Crash reports, left by a program that faults as it is told.
+// Crash reports of a program that faults as its arguments say.
 #include <csignal>
 #include <sstream>
 
@@ -44,7 +44,7 @@ public:
         }
         throw std::runtime_error("no thread " + std::to_string(id));
     }
-    // The path of the module that holds an address and tells its build; empty without one.
+    // Returns the path of the module that holds an address and has a build id; empty without one.
     [[nodiscard]] std::string ModuleAt(std::uint64_t address) const {
         const std::size_t list = Stream(4);
         std::string path;

@@ -1,4 +1,4 @@
-// A log of its own for one test: closed before and after, its files in a folder of their own.
+// A separate log for one test: closed before and after, its files in a temporary folder.
 #pragma once
 
 #include "services/Log.h"
@@ -20,7 +20,7 @@ protected:
         InitLog(list);
     }
 
-    // What the file holds behind the banner; empty without one.
+    // Returns what the file holds after the banner; empty without one.
     [[nodiscard]] std::string Body(const char* file = "VornLog.txt") const {
         const std::string text = folder_.Read(file);
         const std::size_t end = text.find("\r\n\r\n");

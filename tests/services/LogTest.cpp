@@ -58,7 +58,7 @@ TEST_F(Log, FileHoldsTheBuildTheLinesAndTheEnd) {
 
 TEST_F(Log, SinksGetWhatTheOptionsLetThrough) {
     const std::string longPath = "-LogFile=." + std::string(300, '/') + "x";
-    // Options; then what the file behind its banner, the debugger and the console hold.
+    // Options; then what the file after its banner, the debugger and the console hold.
     const Table<const char*, const char*, const char*, const char*> rows = {
         {"-A", "Begin:\r\nw\r\ne\r\nEnd.\r\n", "w\r\ne\r\n", "w\r\ne\r\n"},
         {"-Log=m:Err", "Begin:\r\ne\r\nEnd.\r\n", "e\r\n", "e\r\n"},

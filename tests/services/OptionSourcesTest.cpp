@@ -9,8 +9,8 @@
 namespace Vorn::Testing {
 namespace {
 
-// The sources behind the two variables that always come first: "$name" for a variable, the path for
-// a file.
+// Returns the sources after the two variables that always come first: "$name" for a variable, the
+// path for a file.
 std::vector<std::string> Sources(const std::string& program, const std::string& current) {
     std::vector<std::string> texts;
     for (const OptionSource& source : ListOptionSources("App", program, current)) {
@@ -49,7 +49,7 @@ std::string Load(const char* name, const char* commandText) {
     return value.Text();
 }
 
-// An option of its own, since cases that run beside this one see the files beside the program.
+// Uses a separate option, since cases that run at the same time see the files beside the program.
 TEST_F(OptionLoading, TakesEverySourceInItsOrder) {
     const fs::path program = platform::ProgramPath();
     const std::string own = program.filename().string() + "Options";
