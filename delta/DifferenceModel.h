@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "delta/BitModel.h"
+#include "delta/MixedModel.h"
 
 namespace delta {
 
@@ -38,8 +38,7 @@ public:
             differs = coder.Code(differs, p == 0 ? 1 : p);
         } else {
             SetFlagContexts(at);
-            differs = coder.Code(differs, flags_.Predict(1));
-            flags_.Learn(differs);
+            differs = flags_.CodeBit(coder, differs);
         }
         quick.Learn(differs, models::kQuickLimit);
         ++sinceDifference_;
@@ -51,7 +50,7 @@ public:
     template <typename Coder>
     std::uint8_t CodeDelta(Coder& coder, std::uint64_t at, std::uint8_t delta) {
         SetDeltaContexts(at);
-        delta = CodeByte(coder, deltas_, delta);
+        delta = deltas_.CodeByte(coder, delta);
         Note(delta);
         return delta;
     }

@@ -6,16 +6,15 @@
 namespace delta {
 namespace {
 
-// Replaces a coder where both sides know the bits: learning the old file writes nothing.
-struct NoCoder {
-    static bool Code(bool bit, std::uint32_t /*probability*/) { return bit; }
-};
-
 // Returns the last eight bytes, the very last one lowest; zeros in front of the first.
 std::uint64_t Tail(ByteView before) {
     std::uint64_t tail = 0;
-    const std::size_t count = std::min<std::size_t>(before.size(), sizeof tail);
-    for (const std::uint8_t byte : before.last(count)) tail = tail << 8 | byte;
+    if (before.size() >= sizeof tail) {
+        std::memcpy(&tail, before.data() + before.size() - sizeof tail, sizeof tail);
+        if constexpr (std::endian::native == std::endian::little) tail = __builtin_bswap64(tail);
+        return tail;
+    }
+    for (const std::uint8_t byte : before) tail = tail << 8 | byte;
     return tail;
 }
 
@@ -116,14 +115,15 @@ void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldA
 void FreshModel::LearnAround(std::uint64_t at) {
     const std::uint64_t from = std::max(learntTo_, at - std::min(at, models::kLessonBefore));
     const std::uint64_t to = std::min<std::uint64_t>(old_.size(), at + models::kLessonAfter);
-    NoCoder coder;
     // A match does not continue from one stretch of bytes to another.
     matchLength_ = 0;
     for (std::uint64_t i = from; i < to && lessonsLeft_ > 0; ++i, --lessonsLeft_) {
         Prepare(old_.first(i), 0, old_.size());
-        matchContinues_ = CodeByte(coder, model_, old_[i]) == expected_;
+        model_.Teach(old_[i]);
+        matchContinues_ = old_[i] == expected_;
         learntTo_ = i + 1;
     }
+    model_.FinishTeaching();
     matchLength_ = 0;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "delta/BitModel.h"
+#include "delta/MixedModel.h"
 
 namespace delta {
 
@@ -31,7 +31,7 @@ public:
     template <typename Coder>
     std::uint8_t CodeFresh(Coder& coder, ByteView before, std::uint64_t oldAt, std::uint8_t value) {
         Prepare(before, old_.size(), oldAt);
-        value = CodeByte(coder, model_, value);
+        value = model_.CodeByte(coder, value);
         matchContinues_ = value == expected_;
         return value;
     }
