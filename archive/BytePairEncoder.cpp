@@ -14,6 +14,7 @@
 
 #include "archive/BorderLists.h"
 #include "archive/PairCounts.h"
+#include "archive/PairSlots.h"
 
 namespace archive {
 
@@ -23,66 +24,6 @@ constexpr std::size_t kSubBlockBytes = BorderLists::kMostPlaces;
 // Fixed by the format.
 constexpr std::size_t kMostDistinct = 210;
 constexpr std::size_t kHighestCode = 254;
-
-// The slots of the pairs of content bytes in a sub-block.
-class ContentSlots {
-public:
-    static constexpr std::size_t kNone = 0xFFFF;
-
-    ContentSlots() { slots_.fill(kNone); }
-
-    // Resets only the pairs that occurred: there are 65,536 slots, and up to 2,047 pairs.
-    void Clear() {
-        for (std::size_t i = 0; i < count_; ++i) slots_[pairs_[i]] = kNone;
-        count_ = 0;
-    }
-
-    [[nodiscard]] std::size_t Find(std::uint8_t first, std::uint8_t second) const {
-        return slots_[PairOf(first, second)];
-    }
-
-    void Set(std::uint8_t first, std::uint8_t second, std::size_t slot) {
-        pairs_[count_++] = PairOf(first, second);
-        slots_[PairOf(first, second)] = static_cast<std::uint16_t>(slot);
-    }
-
-private:
-    static std::uint16_t PairOf(std::uint8_t first, std::uint8_t second) {
-        return static_cast<std::uint16_t>(first | second << 8);
-    }
-
-    std::array<std::uint16_t, 65536> slots_;
-    std::array<std::uint16_t, kSubBlockBytes> pairs_;
-    std::size_t count_ = 0;
-};
-
-// The slots of the pairs that the newest code forms with its neighbours on one side.
-class NeighbourSlots {
-public:
-    void Clear() { entries_.fill({.slot = 0, .code = kNoCode}); }
-    void Begin(std::uint8_t code) { code_ = code; }
-
-    [[nodiscard]] bool Has(std::uint8_t neighbour) const {
-        return entries_[neighbour].code == code_;
-    }
-    [[nodiscard]] std::size_t Find(std::uint8_t neighbour) const {
-        return entries_[neighbour].slot;
-    }
-    void Set(std::uint8_t neighbour, std::size_t slot) {
-        entries_[neighbour] = {.slot = static_cast<std::uint16_t>(slot), .code = code_};
-    }
-
-private:
-    static constexpr std::uint16_t kNoCode = 256;
-
-    struct Entry {
-        std::uint16_t slot;
-        std::uint16_t code;  // the entries of older codes are void
-    };
-
-    std::array<Entry, 256> entries_;
-    std::uint16_t code_ = kNoCode;
-};
 
 // Packs one sub-block after the other: Fill, ReplacePairs, Write.
 class SubBlockEncoder {
@@ -120,16 +61,16 @@ private:
     std::size_t size_ = 0;        // content bytes
     std::size_t packedSize_ = 0;  // symbols
     std::array<std::uint8_t, kSubBlockBytes> symbols_;
-    std::array<std::uint64_t, kSubBlockBytes / 64>
-        starts_;  // a bit for each first place of a symbol
+    // A bit for each first place of a symbol.
+    std::array<std::uint64_t, kSubBlockBytes / 64> starts_;
     std::array<std::uint8_t, 256> left_;
     std::array<std::uint8_t, 256> right_;
     std::array<bool, 256> used_;
     std::array<std::uint16_t, 256> lengths_;  // content bytes of a symbol
 };
 
-// Takes bytes until the sub-block is full or has its fill of distinct values. A new value always
-// comes with a new pair.
+// Takes bytes until the sub-block is full or has kMostDistinct values. A new value always comes
+// with a new pair, so that values need counting only then.
 std::size_t SubBlockEncoder::Fill(std::span<const std::byte> input) {
     Clear();
     size_ = std::min(input.size(), kSubBlockBytes);
@@ -175,6 +116,8 @@ bool SubBlockEncoder::ReplacePairs() {
         const std::size_t slot = counts_.FindBest();
         if (slot == PairCounts::kSlots) return true;
         if (!ReplaceAll(slot, static_cast<std::uint8_t>(code))) return false;
+        // The pair does not occur any more, but its slot stays taken: the places of later pairs in
+        // the table depend on it, and with them which pair is replaced next.
         counts_.Retire(slot);
     }
     return true;
@@ -243,7 +186,7 @@ std::size_t SubBlockEncoder::LiteralRun(std::size_t c) const {
 }
 
 // Returns how many entries follow the first one. A single literal between two codes is written as
-// an entry of its own, which is shorter than two runs. The limits are fixed: a count byte below 128
+// a separate entry, which is shorter than two runs. The limits are fixed: a count byte below 128
 // is a run of entries, and a literal is taken into one only if the code after it still fits as
 // well.
 std::size_t SubBlockEncoder::EntryRun(std::size_t c) const {
