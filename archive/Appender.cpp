@@ -65,6 +65,7 @@ void Appender::BeginChunk(const NewMember& as, const FindEntry& entry, bool asSt
         throw Error(ErrorCode::Refused, "archives of an earlier format take no new members");
     }
     Prepare();
+    // The index must still fit with this member in it, or the archive could not be completed.
     limit_ =
         kMaxArchiveSize -
         std::min(kMaxArchiveSize, IndexChunkSize(std::uint64_t{contents_.members.Count()} + 1));
@@ -99,6 +100,7 @@ void Appender::Write(std::span<const std::byte> content) {
         piece_.insert(piece_.end(), content.begin(),
                       content.begin() + static_cast<std::ptrdiff_t>(count));
         content = content.subspan(count);
+        // The last block of a known size is packed here, so that StoredSoFar counts it.
         const bool last = content.empty() && begun.taken == begun.as.size;
         if (piece_.size() == kBlockSize || last) EncodePiece();
     }

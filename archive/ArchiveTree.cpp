@@ -25,13 +25,12 @@ public:
 
     [[nodiscard]] TreeMember operator[](std::size_t number) const override {
         const Member member = (*reader_)[number];
-        constexpr std::uint16_t kCompressed = 0x80;
         return {.name = member.name,
                 .size = member.size,
                 .storedSize = member.storedSize,
                 .dataOffset = member.dataOffset,
                 .crc = member.crc,
-                .compressed = (member.attributes & kCompressed) != 0};
+                .compressed = (member.attributes & kMemberCompressed) != 0};
     }
 
     [[nodiscard]] std::optional<std::size_t> Find(std::string_view name) const override {

@@ -65,6 +65,8 @@ private:
     std::array<Text, 256> texts_;
 };
 
+// Reads one entry for each byte value: itself for a literal, two others for a code. The codes of
+// the sub-block before become literals first; all other values are literals still.
 bool Expander::ReadTable() {
     for (std::size_t i = 0; i < codeCount_; ++i) SetLiteral(codes_[i]);
     codeCount_ = 0;
@@ -147,7 +149,7 @@ bool Expander::TakeApart(std::uint8_t code) {
             if (!Put(symbol)) return false;
             continue;
         }
-        if (depth + 2 > kStackBytes) return false;
+        if (depth + 2 > kStackBytes) return false;  // a code that contains itself
         stack[depth++] = right_[symbol];
         stack[depth++] = left_[symbol];
     }

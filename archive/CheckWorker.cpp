@@ -69,6 +69,8 @@ void CheckWorker::JudgeMember(std::size_t i) {
     const std::uint64_t start = order_.Start(i);
     JudgeName(ordinal, member, start);
     Count(kMemberPrefixSize, kMemberPrefixSize);
+    // Only what lies in the file and overlaps with nothing is read: members with false claims must
+    // not make a check read the same bytes again and again.
     if (member.dataOffset < kMemberPrefixSize || member.DataEnd() > contents_.fileSize) {
         found_.Add(Fault::OutsideFile, start, member.name, "it does not lie in the file");
     } else if (order_.BeginsInside(i) || member.DataEnd() > order_.Limit(i)) {
@@ -124,7 +126,7 @@ void CheckWorker::JudgeContent(const Member& member) {
             counted = position;
         }
     } catch (const Error& error) {
-        if (error.Code() == ErrorCode::CannotRead) throw;
+        if (error.Code() == ErrorCode::CannotRead) throw;  // the disk's fault, not the content's
         const bool sum = error.Code() == ErrorCode::SumDiffers;
         found_.Add(sum ? Fault::SumDiffers : Fault::ContentDamaged, error.Offset(), member.name,
                    error.Reason());

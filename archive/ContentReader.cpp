@@ -22,6 +22,8 @@ void ContentReader::Begin(const Member& member, std::uint64_t base) {
     }
 }
 
+// The attribute or the sizes make a member a candidate, and the mark decides: the attribute may be
+// missing, and plain content may begin with the mark.
 void ContentReader::LookForStream() {
     const bool short101 = version_ == kArchiveVersion101;
     const std::size_t headerSize = short101 ? kShortStreamHeaderSize : kStreamHeaderSize;
@@ -33,6 +35,7 @@ void ContentReader::LookForStream() {
     if (header.size() < headerSize || !IsStreamMark(header)) return;
     if (!short101) {
         const StreamHeader stream = DecodeStreamHeader(header.first<kStreamHeaderSize>());
+        // Earlier streams do not record their size.
         if (stream.version >= kStreamVersion && stream.contentSize != member_.size) {
             Fail(ErrorCode::Damaged, "its compressed stream has another size than its entry");
         }
@@ -47,7 +50,7 @@ std::span<const std::byte> ContentReader::Next() {
     }
     const auto piece = IsStream() ? NextBlock() : NextPlain();
     left_ -= static_cast<std::uint32_t>(piece.size());
-    if (member_.crc != 0) sum_.Update(piece);
+    if (member_.crc != 0) sum_.Update(piece);  // 0: no sum was recorded
     return piece;
 }
 

@@ -39,6 +39,7 @@ void ReadHeader(const platform::FileHandle& file, Contents& contents) {
     } while (!info.Is(kInfoChunk));
 
     std::array<std::byte, kArchiveHeaderSize> fields{};
+    // A shorter header leaves the later fields as the caller's base has them.
     const auto preamble = EncodePreamble(contents.header);
     std::ranges::copy(std::span(preamble).last<kArchiveHeaderSize>(), fields.begin());
     const std::size_t held = std::min<std::size_t>(info.length, fields.size());
@@ -93,6 +94,7 @@ void ReadIndex(const platform::FileHandle& file, Contents& contents) {
 
     const std::uint64_t records = std::uint64_t{contents.header.memberCount} * kIndexRecordSize;
     ReadRecords(file, contents, first);
+    // The chunk's own length may lie: the header's count decides which bytes are records.
     contents.indexEnd = std::min(first + records, contents.fileSize);
     const bool whole = contents.members.Count() == contents.header.memberCount;
     contents.index = !whole                    ? IndexState::CutShort
@@ -122,6 +124,7 @@ Contents ReadContents(const platform::FileHandle& file, const ArchiveHeader& bas
     contents.fileSize = static_cast<std::uint64_t>(contents.footprint.length);
     ReadHeader(file, contents);
     ReadIndex(file, contents);
+    // A writer that came between may have put other bytes where the records were.
     if (contents.index != IndexState::Absent && TakeFootprint(file) != contents.footprint) {
         contents.members = MemberTable();
         contents.index = IndexState::Missing;

@@ -20,7 +20,7 @@ std::string FoldName(std::string_view name) {
 int CompareNames(std::string_view a, std::string_view b) {
     const std::size_t shared = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < shared; ++i) {
-        if (a[i] == b[i]) continue;
+        if (a[i] == b[i]) continue;  // almost always, and cheaper than folding both
         const int difference = FoldByte(a[i]) - FoldByte(b[i]);
         if (difference != 0) return difference;
     }
@@ -30,6 +30,8 @@ int CompareNames(std::string_view a, std::string_view b) {
 const char* NameProblem(std::string_view name) {
     if (name.empty()) return "is empty";
     if (name.size() >= Vorn::kMaxPath) return "is longer than 259 bytes";
+    // ':' and '\' are parts of names on some systems only; elsewhere they would lead to another
+    // drive, stream or folder.
     constexpr char kSpace = ' ';
     for (const char c : name) {
         if (static_cast<unsigned char>(c) < kSpace || c == '\x7F') return "has a control byte";

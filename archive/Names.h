@@ -14,15 +14,16 @@ namespace archive {
 [[nodiscard]] unsigned char FoldByte(char c);
 [[nodiscard]] std::string FoldName(std::string_view name);
 
-// Below 0, 0 or above 0 by the canonical order.
+// Returns a number below 0, 0 or above 0 by the canonical order.
 [[nodiscard]] int CompareNames(std::string_view a, std::string_view b);
 [[nodiscard]] inline bool SameName(std::string_view a, std::string_view b) {
     return a.size() == b.size() && CompareNames(a, b) == 0;
 }
 
-// Why `name` is not one that every reader finds and every system can extract, as a clause such as
-// "has a '..' component"; null for a good name. Good names are 1 to 259 bytes, relative, with '/'
-// between non-empty components other than "." and "..", without ':', '\' and control bytes.
+// Returns why `name` is not one that every reader finds and every system can extract, as a clause
+// such as "has a '..' component"; null for a good name. Good names are 1 to 259 bytes, relative,
+// with '/' between non-empty components other than "." and "..", without ':', '\' and control
+// bytes.
 [[nodiscard]] const char* NameProblem(std::string_view name);
 
 }  // namespace archive

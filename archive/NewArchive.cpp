@@ -24,7 +24,7 @@ namespace {
 constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
 constexpr std::size_t kRandomLetters = 6;
 
-// What the names of hidden files for `path` begin with.
+// Returns what the names of hidden files for `path` begin with.
 [[nodiscard]] std::string HiddenStem(std::string_view path) {
     // A name may be as long as the system allows; the hidden one must not be longer.
     constexpr std::size_t kMostOfName = 200;
@@ -39,21 +39,24 @@ constexpr std::size_t kRandomLetters = 6;
     return name;
 }
 
-// Removes hidden files that no process holds: a killed run left them.
+[[nodiscard]] bool IsHiddenFile(const platform::DirectoryEntry& entry, std::string_view stem) {
+    const std::string_view name = entry.name;
+    return entry.isRegular && !entry.isLink && name.starts_with(stem) &&
+           name.size() == stem.size() + kRandomLetters &&
+           name.find_first_not_of(kLetters, stem.size()) == name.npos;
+}
+
+// Removes hidden files that a killed run left. A process that still writes one holds its lock.
 [[nodiscard]] std::vector<std::string> RemoveAbandoned(const std::string& path) {
     using namespace platform;
     const std::string stem = HiddenStem(path);
     const std::string folder = path.substr(0, NameStart(path));
     std::vector<std::string> removed;
     (void)ListDirectory(FolderOf(path).c_str(), [&](const DirectoryEntry& entry) {
-        const std::string_view name = entry.name;
-        const bool isHidden =
-            name.starts_with(stem) && name.size() == stem.size() + kRandomLetters &&
-            name.find_first_not_of(kLetters, stem.size()) == name.npos && !entry.isLink;
+        if (!IsHiddenFile(entry, stem)) return true;
         const std::string hidden = folder + entry.name;
         FileHandle file;
-        if (isHidden && entry.isRegular &&
-            file.Open(hidden.c_str(), Access::ReadWrite, Creation::OpenExisting, Share::DenyNone) &&
+        if (file.Open(hidden.c_str(), Access::ReadWrite, Creation::OpenExisting, Share::DenyNone) &&
             file.LockChanges(0) && RemoveFile(hidden.c_str())) {
             removed.push_back(hidden);
         }

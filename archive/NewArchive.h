@@ -24,7 +24,7 @@ public:
     NewArchive(const NewArchive&) = delete;
     NewArchive& operator=(const NewArchive&) = delete;
 
-    // The hidden files of killed runs with the same place, which were removed.
+    // Returns the hidden files of killed runs with the same place, which were removed.
     [[nodiscard]] const std::vector<std::string>& Abandoned() const { return abandoned_; }
 
     // Takes its members; not after Complete.

@@ -44,6 +44,7 @@ void Pack(std::span<const std::byte> content, bool compress, PackedMember& packe
         Append(packed.data, content);
     } else {
         packed.entry.attributes = kMemberCompressed;
+        // The most that a stream can take, so that appending never moves what is there.
         const std::size_t blocks = content.size() / kBlockSize + 1;
         packed.data.reserve(kStreamHeaderSize + blocks * kBlockHeaderSize + content.size());
         EncodeStream(content, [&](std::span<const std::byte> piece) {

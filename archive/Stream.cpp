@@ -43,6 +43,8 @@ BlockHeader DecodeBlockHeader(std::span<const std::byte, kBlockHeaderSize> bytes
 }
 
 bool IsPossible(BlockHeader header, std::uint64_t left) {
+    // Packed data is never longer than a block. Stored data is content, so it must not pass what
+    // the stream has left either.
     const std::uint64_t most =
         header.stored ? std::min<std::uint64_t>(kBlockSize, left) : kBlockSize;
     return header.length > 0 && header.length <= most;
@@ -50,6 +52,7 @@ bool IsPossible(BlockHeader header, std::uint64_t left) {
 
 std::span<const std::byte> EncodeBlock(BlockBuffer& block, std::span<const std::byte> piece) {
     const std::span<std::byte, kBlockHeaderSize + kBlockSize> whole(block);
+    // Where packing saves nothing, CompressBlock copies the content and returns its size.
     const std::size_t length = CompressBlock(whole.subspan<kBlockHeaderSize>(), piece);
     const auto stored = static_cast<std::uint16_t>(length == piece.size() ? kStoredBlock : 0);
     StoreU16<0>(whole, static_cast<std::uint16_t>(length | stored));

@@ -13,7 +13,7 @@ bool IsWorthAStream(const Tree& tree, std::size_t number) {
     const auto block = std::make_unique_for_overwrite<BlockBuffer>();
     std::uint64_t content = 0;
     std::uint64_t stream = kStreamHeaderSize;
-    std::vector<std::byte> piece;  // up to a block
+    std::vector<std::byte> piece;  // up to a block: the reader's pieces have any length
     piece.reserve(kBlockSize);
     const auto pack = [&] {
         content += piece.size();
