@@ -38,6 +38,8 @@ public:
         return ordinal ? std::optional<std::size_t>(*ordinal) : std::nullopt;
     }
 
+    [[nodiscard]] bool HasDoubles() const override { return reader_->All().members.HasDoubles(); }
+
     [[nodiscard]] std::unique_ptr<TreeReader> NewReader() const override {
         return std::make_unique<ArchiveTreeReader>(*reader_);
     }

@@ -41,6 +41,10 @@ public:
         return static_cast<std::size_t>(found - files_.begin());
     }
 
+    [[nodiscard]] bool HasDoubles() const override {
+        return std::ranges::adjacent_find(files_, {}, &FolderFile::folded) != files_.end();
+    }
+
     [[nodiscard]] std::unique_ptr<TreeReader> NewReader() const override;
     [[nodiscard]] const std::vector<Unusable>& LeftOut() const override { return leftOut_; }
 

@@ -64,8 +64,10 @@ void MemberTable::Remove(Ordinal ordinal) {
     for (std::uint32_t at = slot.first; at != ordinal; at = entries_[at].next) previous = at;
     (previous == kNone ? slot.first : entries_[previous].next) = entry.next;
     if (slot.last == ordinal) slot.last = previous;
+    if (slot.first != kNone) return;
     // An empty slot stays used: a search for a name after it in the probe must pass over it.
-    if (slot.first == kNone) slot.last = kNone;
+    slot.last = kNone;
+    --names_;
 }
 
 Member MemberTable::operator[](Ordinal ordinal) const {
@@ -160,6 +162,7 @@ void MemberTable::Link(Ordinal ordinal) {
     const std::uint32_t hash = HashOf(name);
     Slot& slot = slots_[SlotOf(name, hash)];
     if (!slot.used) ++usedSlots_;
+    if (slot.first == kNone) ++names_;
     slot.used = true;
     slot.hash = hash;
     (slot.first == kNone ? slot.first : entries_[slot.last].next) = ordinal;
@@ -169,6 +172,7 @@ void MemberTable::Link(Ordinal ordinal) {
 void MemberTable::Rehash(std::size_t slotCount) {
     slots_.assign(slotCount, Slot{});
     usedSlots_ = 0;
+    names_ = 0;
     for (Ordinal ordinal = 0; ordinal < End(); ++ordinal) {
         if (entries_[ordinal].removed) continue;
         entries_[ordinal].next = kNone;

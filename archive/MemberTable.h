@@ -65,6 +65,9 @@ public:
     [[nodiscard]] std::optional<Ordinal> Find(std::string_view name) const;
     [[nodiscard]] std::optional<Ordinal> NextOfSameName(Ordinal ordinal) const;
 
+    // Returns whether several members have one name.
+    [[nodiscard]] bool HasDoubles() const { return names_ < count_; }
+
     // Returns the bytes of memory that the table holds.
     [[nodiscard]] std::size_t MemoryHeld() const;
 
@@ -109,6 +112,7 @@ private:
     std::vector<Slot> slots_;
     std::size_t usedSlots_ = 0;
     std::uint32_t count_ = 0;
+    std::uint32_t names_ = 0;  // that live members have
     std::uint64_t endOfData_ = 0;
 };
 

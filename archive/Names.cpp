@@ -1,6 +1,7 @@
 #include "archive/Names.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "kernel/PathBuffer.h"
 #include "platform/CodePage.h"
@@ -25,6 +26,26 @@ int CompareNames(std::string_view a, std::string_view b) {
         if (difference != 0) return difference;
     }
     return a.size() < b.size() ? -1 : static_cast<int>(a.size() > b.size());
+}
+
+// Folds each name once: sorting compares each with some twenty others.
+std::vector<std::uint32_t> CanonicalOrder(std::span<const std::string_view> names) {
+    std::size_t bytes = 0;
+    for (const std::string_view name : names) bytes += name.size();
+    std::string folded;
+    folded.reserve(bytes);
+    std::vector<std::pair<std::string_view, std::uint32_t>> sorted;
+    sorted.reserve(names.size());
+    for (std::uint32_t number = 0; number < names.size(); ++number) {
+        const std::size_t start = folded.size();
+        for (const char c : names[number]) folded += static_cast<char>(FoldByte(c));
+        sorted.emplace_back(std::string_view(folded).substr(start), number);
+    }
+    std::ranges::sort(sorted);
+    std::vector<std::uint32_t> order;
+    order.reserve(names.size());
+    for (const auto& [name, number] : sorted) order.push_back(number);
+    return order;
 }
 
 const char* NameProblem(std::string_view name) {

@@ -5,8 +5,11 @@
 // '/' for both separators.
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace archive {
 
@@ -19,6 +22,9 @@ namespace archive {
 [[nodiscard]] inline bool SameName(std::string_view a, std::string_view b) {
     return a.size() == b.size() && CompareNames(a, b) == 0;
 }
+
+// Returns the numbers of the names in the canonical order; of equal names in the order given.
+[[nodiscard]] std::vector<std::uint32_t> CanonicalOrder(std::span<const std::string_view> names);
 
 // Returns why `name` is not one that every reader finds and every system can extract, as a clause
 // such as "has a '..' component"; null for a good name. Good names are 1 to 259 bytes, relative,

@@ -108,21 +108,26 @@ NewArchive::HiddenName::~HiddenName() {
     (void)platform::RemoveFile(path.c_str());
 }
 
-const Reader& NewArchive::Complete() {
+void NewArchive::Finish() {
     if (members_) members_->Complete();
     members_.reset();
     if (!file_.Commit()) ThrowSystem("cannot flush the file to the storage device");
+    finished_ = true;
+}
+
+const Reader& NewArchive::Complete() {
+    if (!finished_) Finish();
     return reader_.emplace(std::move(file_));
 }
 
 void NewArchive::Publish(bool replace) {
     using namespace platform;
-    const bool named = hidden_.path.empty() ? reader_->File().GiveName(path_.c_str())
+    const bool named = hidden_.path.empty() ? File().GiveName(path_.c_str())
                                             : Rename(hidden_.path.c_str(), path_.c_str());
     if (!named) {
         if (LastError().kind != ErrorKind::Exists) ThrowSystem("cannot give the file its name");
         if (!replace) throw Error(ErrorCode::Refused, "the file exists");
-        if (!MoveOver(reader_->File())) ThrowSystem("cannot replace the file");
+        if (!MoveOver(File())) ThrowSystem("cannot replace the file");
     }
     hidden_.path.clear();
     if (!CommitDirectory(FolderOf(path_).c_str())) {

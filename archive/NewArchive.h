@@ -27,7 +27,7 @@ public:
     // Returns the hidden files of killed runs with the same place, which were removed.
     [[nodiscard]] const std::vector<std::string>& Abandoned() const { return abandoned_; }
 
-    // Takes its members; not after Complete.
+    // Takes its members; not after Finish.
     [[nodiscard]] Appender& Members() { return *members_; }
 
     // Gives the file, which has a header so far, to a caller that writes members, index and header
@@ -37,14 +37,21 @@ public:
         return file_;
     }
 
-    // For reading what was written, up to Members().Appeared().
-    [[nodiscard]] const platform::FileHandle& File() const { return file_; }
+    // For reading what was written: up to Members().Appeared(), and all after Finish.
+    [[nodiscard]] const platform::FileHandle& File() const {
+        return reader_ ? reader_->File() : file_;
+    }
 
-    // Writes the index, forces the file to the storage device and opens it for reading, so that it
-    // can be judged before it is published. Throws Error.
+    // Announces how many members will follow.
+    void Reserve(std::size_t members) { contents_.members.Reserve(members); }
+
+    // Writes the index and forces the file to the storage device. Throws Error.
+    void Finish();
+    // Finishes the archive unless that was done, and opens it for reading, so that it can be judged
+    // before it is published. Throws Error.
     const Reader& Complete();
 
-    // Gives a complete archive its name. With `replace` it takes the place and the permissions of a
+    // Gives a finished archive its name. With `replace` it takes the place and the permissions of a
     // file, or the place of a link; without, whatever has the name stays, and Error (Refused) is
     // thrown. Also throws CannotWrite.
     void Publish(bool replace);
@@ -65,6 +72,7 @@ private:
     platform::FileHandle file_;  // until Complete, which gives it to the reader
     Contents contents_;
     std::optional<Appender> members_;
+    bool finished_ = false;
     std::optional<Reader> reader_;
 };
 

@@ -49,6 +49,13 @@ public:
     [[nodiscard]] virtual TreeMember operator[](std::size_t number) const = 0;
     // Returns the first member of that name (SameName).
     [[nodiscard]] virtual std::optional<std::size_t> Find(std::string_view name) const = 0;
+    // Returns whether several members have one name, of which Find returns the first only.
+    [[nodiscard]] virtual bool HasDoubles() const {
+        for (std::size_t number = 0; number < Count(); ++number) {
+            if (Find((*this)[number].name) != number) return true;
+        }
+        return false;
+    }
     // Borrows the tree.
     [[nodiscard]] virtual std::unique_ptr<TreeReader> NewReader() const = 0;
     // Returns what a folder holds and a tree cannot: links, devices, names that an archive cannot

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <future>
+#include <memory>
 #include <set>
 
 #include "library/PatchCalls.h"
@@ -163,14 +165,16 @@ public:
     Application(const ApplyPatchOptions& options, const patch::ProgressFunction& progress)
         : options_(options),
           progress_(progress),
+          opening_(std::async(options.threads > 1 ? std::launch::async : std::launch::deferred,
+                              OpenOld, SystemPath(options.old))),
           patch_(SystemPath(options.patch), options.threads, progress),
-          old_(SystemPath(options.old)) {}
+          old_(opening_.get()) {}
 
     ApplyPatchResult Run() {
         ApplyPatchResult result;
         if (patch_.GetManifest()) result.note = patch_.GetManifest()->note;
         result.changes = ChangesOf(patch_);
-        result.counts = CountsOf(result.changes, old_.Reachable().size());
+        result.counts = CountsOf(result.changes, old_->Reachable().size());
         const bool proves = ResultProves();
         result.alreadyApplied = IsPromised() || (!options_.trust && !proves && Judge());
         if (options_.check || (result.alreadyApplied && options_.result.empty())) return result;
@@ -189,6 +193,10 @@ public:
     }
 
 private:
+    static std::unique_ptr<const patch::OldSide> OpenOld(const std::string& path) {
+        return std::make_unique<const patch::OldSide>(path);
+    }
+
     // Whether the digest of the result, which the patch promises, can prove the old side as well:
     // then only the members that change need to be read before. A wrong guess costs time alone.
     [[nodiscard]] bool ResultProves() const {
@@ -197,7 +205,7 @@ private:
             !manifest->archive) {
             return false;
         }
-        return old_.JudgeListed(patch_, options_.threads, progress_).kind ==
+        return old_->JudgeListed(patch_, options_.threads, progress_).kind ==
                patch::Verdict::Kind::Old;
     }
 
@@ -209,12 +217,12 @@ private:
 
     // Whether the old side is the promised archive, which only stores equal contents otherwise.
     [[nodiscard]] bool IsPromised() const {
-        if (!HasEqualSides() || !patch_.GetManifest()->archive || !old_.Reader()) return false;
+        if (!HasEqualSides() || !patch_.GetManifest()->archive || !old_->Reader()) return false;
         const patch::Manifest::File& promise = *patch_.GetManifest()->archive;
-        if (old_.Reader()->All().fileSize != promise.bytes) return false;
+        if (old_->Reader()->All().fileSize != promise.bytes) return false;
         patch::Meter meter(progress_, "judging the old side", promise.bytes);
-        return patch::About(old_.Path(), [&] {
-            return patch::DigestOfFile(old_.Reader()->File(), promise.bytes, meter) ==
+        return patch::About(old_->Path(), [&] {
+            return patch::DigestOfFile(old_->Reader()->File(), promise.bytes, meter) ==
                    promise.sha256;
         });
     }
@@ -222,7 +230,7 @@ private:
     // Returns whether the patch has been applied already.
     [[nodiscard]] bool Judge() const {
         const Verdict verdict =
-            PublicVerdict(old_.Judge(patch_, options_.threads, progress_), old_.Path());
+            PublicVerdict(old_->Judge(patch_, options_.threads, progress_), old_->Path());
         if (options_.judged) options_.judged(verdict);
         if (verdict.message.empty()) {
             return verdict.side == Side::New || (HasEqualSides() && !patch_.GetManifest()->archive);
@@ -254,8 +262,8 @@ private:
         build.threads = options_.threads;
         build.memoryLimit = options_.memoryLimit;
         const patch::Built built = result.alreadyApplied
-                                       ? patch::BuildCopy(old_, patch_, build, progress_)
-                                       : patch::BuildResult(old_, patch_, build, progress_);
+                                       ? patch::BuildCopy(*old_, patch_, build, progress_)
+                                       : patch::BuildResult(*old_, patch_, build, progress_);
         result.resultSize = built.bytes;
         result.resultMembers = built.members;
         result.archive = built.archive;
@@ -267,8 +275,10 @@ private:
 
     const ApplyPatchOptions& options_;
     const patch::ProgressFunction& progress_;
+    // The old side is opened while the patch is judged; what is wrong with the patch is said first.
+    std::future<std::unique_ptr<const patch::OldSide>> opening_;
     const patch::PatchFile patch_;
-    const patch::OldSide old_;
+    const std::unique_ptr<const patch::OldSide> old_;
 };
 
 }  // namespace

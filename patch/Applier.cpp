@@ -53,6 +53,7 @@ public:
             const Manifest::Versions versions = GetVersions();
             About(options_.result,
                   [&] { result_.emplace(options_.result, versions.build, versions.product); });
+            result_->Reserve(parts_.size());
             built.abandoned = result_->Abandoned();
         }
         written_.resize(parts_.size());
@@ -61,21 +62,12 @@ public:
         }
         WriteParts();
         if (!result_) return built;
-        const archive::Reader& reader = About(options_.result, [&]() -> const archive::Reader& {
-            if (trailing_) StopTrailing();
-            return result_->Complete();
-        });
-        built.bytes = reader.All().fileSize;
         About(options_.result, [&] {
-            if (promised) built.archive = Promised(reader);
-            if (!built.archive) {
-                if (promised && options_.trusted) {
-                    JudgeContents(reader);
-                } else if (promised && Promise() && options_.confirm) {
-                    options_.confirm();
-                }
-                Prove(reader);
-            }
+            if (trailing_) StopTrailing();
+            result_->Finish();
+            built.bytes = static_cast<std::uint64_t>(result_->File().Length());
+            if (promised) built.archive = Promised(built.bytes);
+            if (!built.archive) Judge(promised);
             result_->Publish(options_.replace);
         });
         return built;
@@ -224,16 +216,26 @@ private:
     }
 
     // Returns the digest of the result if it is the promised one.
-    [[nodiscard]] std::optional<Sha256Digest> Promised(const archive::Reader& reader) {
+    [[nodiscard]] std::optional<Sha256Digest> Promised(std::uint64_t size) {
         const Manifest::File* const promise = Promise();
-        const std::uint64_t size = reader.All().fileSize;
         if (!promise || promise->bytes != size) return {};
         Meter meter(progress_, "reading back", size);
         const std::optional<Sha256Digest> digest = trailing_
-                                                       ? trailing_->Finish(reader.File(), size)
-                                                       : DigestOfFile(reader.File(), size, meter);
+                                                       ? trailing_->Finish(result_->File(), size)
+                                                       : DigestOfFile(result_->File(), size, meter);
         meter.Report(true);
         return digest == promise->sha256 ? digest : std::nullopt;
+    }
+
+    // Judges a result by its members: it is not the promised archive, or none is promised.
+    void Judge(bool promised) {
+        const archive::Reader& reader = result_->Complete();
+        if (promised && options_.trusted) {
+            JudgeContents(reader);
+        } else if (promised && Promise() && options_.confirm) {
+            options_.confirm();
+        }
+        Prove(reader);
     }
 
     // The content that an old side without a judgement has given.

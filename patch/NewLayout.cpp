@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 #include "archive/Names.h"
 #include "archive/PackedMember.h"
@@ -202,11 +201,12 @@ void DescribeLayout(const Difference& difference, const std::vector<std::optiona
     const Input& old = difference.old;
     const Input& fresh = difference.fresh;
     const std::vector<const Pair*> unchanged = UnchangedOf(difference);
-    std::vector<Number> canonical(fresh.tree.Count());
-    std::iota(canonical.begin(), canonical.end(), 0);
-    std::ranges::sort(canonical, [&fresh](Number a, Number b) {
-        return archive::CompareNames(fresh.tree[a].name, fresh.tree[b].name) < 0;
-    });
+    std::vector<std::string_view> names;
+    names.reserve(fresh.tree.Count());
+    for (Number number = 0; number < fresh.tree.Count(); ++number) {
+        names.push_back(fresh.tree[number].name);
+    }
+    const std::vector<std::uint32_t> canonical = archive::CanonicalOrder(names);
     std::vector<LaidMember> laid;
     std::vector<bool> compressed;
     std::vector<std::uint32_t> order(canonical.size());
@@ -217,10 +217,12 @@ void DescribeLayout(const Difference& difference, const std::vector<std::optiona
         compressed.push_back(member.compressed);
         LaidMember& described = laid.emplace_back();
         described.bytes = member.size;
-        if (const auto found = old.tree.Find(member.name)) {
+        described.unchanged = unchanged[number] != nullptr;
+        if (described.unchanged) {
+            described.oldPlace = unchanged[number]->old;
+        } else if (const auto found = old.tree.Find(member.name)) {
             described.oldPlace = static_cast<std::uint32_t>(*found);
         }
-        described.unchanged = unchanged[number] != nullptr;
         if (described.unchanged && old.reader) {
             described.oldCompressed = old.tree[unchanged[number]->old].compressed;
         }

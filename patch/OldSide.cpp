@@ -181,8 +181,10 @@ OldSide::OldSide(std::string path) : path_(std::move(path)) {
             tree_ = archive::TreeOf(std::move(reader));
         }
     });
+    const bool hasDoubles = tree_->HasDoubles();
+    reachable_.reserve(tree_->Count());
     for (std::size_t i = 0; i < tree_->Count(); ++i) {
-        if (tree_->Find((*tree_)[i].name) == i) reachable_.push_back(i);
+        if (!hasDoubles || tree_->Find((*tree_)[i].name) == i) reachable_.push_back(i);
     }
 }
 
@@ -197,6 +199,13 @@ Verdict OldSide::JudgeStructure() const {
     }
     if (judgement.damages > 0) verdict.kind = Kind::Damaged;
     return verdict;
+}
+
+bool OldSide::HoldsItsMembers() const {
+    if (!reader_) return true;
+    const archive::Contents& contents = reader_->All();
+    return contents.index == archive::IndexState::Whole &&
+           contents.members.EndOfData() <= contents.fileSize;
 }
 
 std::unique_ptr<archive::TreeReader> OldSide::NewReader(Sums sums) const {
@@ -275,8 +284,7 @@ Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
 
 Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
                              const ProgressFunction& progress) const {
-    Verdict verdict = JudgeStructure();
-    if (verdict.kind == Kind::Damaged) return verdict;
+    if (!HoldsItsMembers()) return {.kind = Kind::Damaged};
     if (patch.GetManifest() && patch.GetManifest()->old.members != reachable_.size()) {
         return {.kind = Kind::Neither};
     }
@@ -287,7 +295,7 @@ Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
     std::ranges::sort(listed);
     listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
     const std::vector<Content> contents = Read(listed, Sums::Ignored, patch, threads, progress);
-    verdict = FindDamage(contents);
+    Verdict verdict = FindDamage(contents);
     if (verdict.kind == Kind::Damaged) return verdict;
     return Comparison(*this, patch, contents).ByLists();
 }

@@ -60,7 +60,8 @@ public:
     [[nodiscard]] Verdict Judge(const PatchFile& patch, unsigned threads,
                                 const ProgressFunction& progress) const;
 
-    // Judges by the members that the patch lists alone: Old says nothing about the others.
+    // Judges by the members that the patch lists alone: Old says nothing about the others, nor
+    // about what lies between them. For a result whose digest proves the rest.
     [[nodiscard]] Verdict JudgeListed(const PatchFile& patch, unsigned threads,
                                       const ProgressFunction& progress) const;
 
@@ -68,6 +69,8 @@ private:
     enum class Sums { Compared, Ignored };
 
     [[nodiscard]] Verdict JudgeStructure() const;
+    // Whether all of its members are known, and lie in the file.
+    [[nodiscard]] bool HoldsItsMembers() const;
     [[nodiscard]] std::unique_ptr<archive::TreeReader> NewReader(Sums sums) const;
     // Reads members, and digests those that `patch` says something about. By member number.
     [[nodiscard]] std::vector<Content> Read(const std::vector<std::size_t>& members, Sums sums,

@@ -25,6 +25,7 @@ bool SameSpelling(std::string_view a, std::string_view b) {
 }
 
 void RefuseDoubles(const Input& side) {
+    if (!side.tree.HasDoubles()) return;
     NameList doubles;
     for (std::size_t i = 0; i < side.tree.Count(); ++i) {
         const std::string_view name = side.tree[i].name;

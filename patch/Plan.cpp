@@ -31,15 +31,44 @@ Part Unchanged(const OldSide& side, std::size_t member) {
             .old = member};
 }
 
+// What the patch says about each member of the old side.
+class OldChanges {
+public:
+    // Looks up the names of the changes, which are few, rather than those of the members.
+    OldChanges(const OldSide& old, const PatchFile& patch)
+        : changes_(old.Members().Count()), isAdded_(old.Members().Count()) {
+        for (const Change& change : patch.Changes()) {
+            const std::optional<std::size_t> member = old.Members().Find(change.name);
+            if (!member && change.kind == Change::Kind::Changed) {
+                RefuseOld(
+                    old, "the patch changes it and it is missing; the patch is for another archive",
+                    change.name);
+            }
+            if (!member) continue;
+            if (change.kind == Change::Kind::Added) {
+                isAdded_[*member] = true;
+            } else {
+                changes_[*member] = &change;
+            }
+        }
+    }
+
+    // Null for a member that stays.
+    [[nodiscard]] const Change* Of(std::size_t member) const { return changes_[member]; }
+    // Whether a member of that name is added.
+    [[nodiscard]] bool IsAdded(std::size_t member) const { return isAdded_[member]; }
+
+private:
+    std::vector<const Change*> changes_;
+    std::vector<bool> isAdded_;
+};
+
 // The parts in the order of the fixed converter: added members, then those of the old side.
 std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
+    const OldChanges changes(old, patch);
     std::vector<Part> parts;
+    parts.reserve(old.Reachable().size() + patch.Changes().size());
     for (const Change& change : patch.Changes()) {
-        if (change.kind == Change::Kind::Changed && !old.Members().Find(change.name)) {
-            RefuseOld(old,
-                      "the patch changes it and it is missing; the patch is for another archive",
-                      change.name);
-        }
         if (change.kind != Change::Kind::Added) continue;
         Part part{.name = change.name, .change = &change};
         if (change.held) {
@@ -51,7 +80,7 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
     }
     for (const std::size_t member : old.Reachable()) {
         Part part = Unchanged(old, member);
-        const Change* change = patch.OfOld(part.name);
+        const Change* change = changes.Of(member);
         if (change && change->kind == Change::Kind::Removed) continue;
         if (change) {
             part.from = From::Diff;
@@ -59,7 +88,7 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
             part.name = change->name;
             part.held = *change->held;
             part.change = change;
-        } else if (patch.OfNew(part.name)) {
+        } else if (changes.IsAdded(member)) {
             RefuseOld(old, "the patch adds it and it is there; the patch is for another archive",
                       part.name);
         }
@@ -71,11 +100,15 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
 // Lays parts out as a manifest says.
 class Arrangement {
 public:
-    Arrangement(const OldSide& old, const PatchFile& patch, std::vector<Part> parts)
-        : old_(old), patch_(patch), parts_(std::move(parts)) {
-        std::ranges::sort(parts_, [](const Part& a, const Part& b) {
-            return archive::CompareNames(a.name, b.name) < 0;
-        });
+    Arrangement(const OldSide& old, const PatchFile& patch, const std::vector<Part>& parts)
+        : old_(old), patch_(patch) {
+        std::vector<std::string_view> names;
+        names.reserve(parts.size());
+        for (const Part& part : parts) names.push_back(part.name);
+        parts_.reserve(parts.size());
+        for (const std::uint32_t number : archive::CanonicalOrder(names)) {
+            parts_.push_back(parts[number]);
+        }
     }
 
     [[nodiscard]] std::vector<Part> Arrange(const Manifest& manifest) {
@@ -103,10 +136,16 @@ private:
         return std::nullopt;
     }
 
+    // The old side's member of that name.
+    [[nodiscard]] std::optional<std::size_t> PlaceInOld(const Part& part) const {
+        if (part.from == From::Old || part.from == From::Diff) return part.old;
+        return old_.Members().Find(part.name);
+    }
+
     [[nodiscard]] LaidMember Describe(const Part& part) const {
         LaidMember laid;
         laid.bytes = part.change != nullptr ? part.change->newBytes : old_.Members()[part.old].size;
-        if (const auto place = old_.Members().Find(part.name)) {
+        if (const auto place = PlaceInOld(part)) {
             laid.oldPlace = static_cast<std::uint32_t>(*place);
         }
         laid.unchanged = part.from == From::Old;
@@ -150,7 +189,7 @@ private:
 std::vector<Part> PlanResult(const OldSide& old, const PatchFile& patch) {
     std::vector<Part> parts = Collect(old, patch);
     if (!patch.GetManifest()) return parts;
-    return Arrangement(old, patch, std::move(parts)).Arrange(*patch.GetManifest());
+    return Arrangement(old, patch, parts).Arrange(*patch.GetManifest());
 }
 
 std::vector<Part> PlanCopy(const OldSide& side) {
