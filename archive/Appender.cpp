@@ -143,6 +143,12 @@ void Appender::Append(std::span<const std::byte> bytes) {
             }
             continue;
         }
+        // Large pieces, such as stored data that is copied, need not pass through the buffer.
+        if (count == kBufferSize && pending_.empty()) {
+            WriteBegun(written_, bytes);
+            written_ += bytes.size();
+            return;
+        }
         buffer_.insert(buffer_.end(), bytes.begin(),
                        bytes.begin() + static_cast<std::ptrdiff_t>(count));
         bytes = bytes.subspan(count);
