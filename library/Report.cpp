@@ -4,6 +4,7 @@
 #include "library/Translate.h"
 #include "patch/PatchFile.h"
 #include "patch/Report.h"
+#include "vaconverter/patch.h"
 
 namespace va {
 namespace {
@@ -22,6 +23,10 @@ PatchReport::Reason ReasonOf(patch::Reason reason) {
 }
 
 }  // namespace
+
+bool MemberChange::IsRewritten() const {
+    return kind == Kind::Changed && patch::IsRewritten(newSize, patchSize);
+}
 
 PatchReport ReportPatch(const std::filesystem::path& patch, unsigned threads,
                         const ProgressFunction& progress) {

@@ -31,7 +31,7 @@ std::vector<Sha256> Digests(const Archive& archive, unsigned threads,
     return digests;
 }
 
-std::string HexOf(const Sha256& digest) { return patch::ToHex(digest); }
+std::string HexOf(std::span<const std::byte> bytes) { return patch::ToHex(bytes); }
 
 std::string SumLine(std::string_view name, const Sha256& digest) {
     return patch::FormatSum({std::string(name), digest});

@@ -1,6 +1,7 @@
 // Units of work on several threads, whose results one thread takes in order.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -32,11 +33,14 @@ public:
     // Workers start no unit while results that wait to be taken cost more than `budget`, except
     // the unit to be taken next.
     InOrder(std::size_t units, unsigned threads, Cost cost, std::uint64_t budget)
-        : units_(units), threads_(threads), cost_(std::move(cost)), budget_(budget) {}
+        : units_(units),
+          threads_(static_cast<unsigned>(std::min<std::size_t>(threads, units))),
+          cost_(std::move(cost)),
+          budget_(budget) {}
 
     // Throws what `make` and `take` throw, after all workers have ended; Cancelled.
     void Run(Meter& meter, const Make& make, const Take& take) {
-        if (threads_ <= 1 || units_ <= 1) {
+        if (threads_ <= 1) {
             for (std::size_t unit = 0; unit < units_; ++unit) take(unit, make(0, unit));
             return;
         }

@@ -8,7 +8,7 @@
 #include "archive/Names.h"
 #include "patch/Contents.h"
 #include "patch/Error.h"
-#include "patch/InOrder.h"
+#include "patch/Runs.h"
 #include "patch/Sums.h"
 #include "platform/Directories.h"
 
@@ -16,10 +16,6 @@ namespace patch {
 namespace {
 
 using Kind = Verdict::Kind;
-
-// A run of members that a worker reads at a time.
-constexpr std::uint64_t kRunBytes = 1 << 20;
-constexpr std::size_t kRunMembers = 256;
 
 // Reads members of an archive without comparing their check sums, where a digest says more.
 class UnsummedReader final : public archive::TreeReader {
@@ -153,22 +149,6 @@ bool IsFolder(const std::string& path) {
     return platform::GetStatus(path.c_str(), status) && status.IsDirectory();
 }
 
-// Where the runs of members begin, and the end.
-std::vector<std::size_t> CutIntoRuns(const archive::Tree& tree,
-                                     const std::vector<std::size_t>& members) {
-    std::vector<std::size_t> starts;
-    std::uint64_t bytes = kRunBytes;
-    for (std::size_t i = 0; i < members.size(); ++i) {
-        if (bytes >= kRunBytes || i - starts.back() == kRunMembers) {
-            starts.push_back(i);
-            bytes = 0;
-        }
-        bytes += tree[members[i]].size;
-    }
-    starts.push_back(members.size());
-    return starts;
-}
-
 }  // namespace
 
 OldSide::OldSide(std::string path) : path_(std::move(path)) {
@@ -239,19 +219,10 @@ std::vector<Content> OldSide::Read(const std::vector<std::size_t>& members, Sums
             contents[member].failure = error.Reason();
         }
     };
-    const std::vector<std::size_t> runs = CutIntoRuns(*tree_, members);
-    InOrder<bool> work(
-        runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
-    work.Run(
-        meter,
-        [&](unsigned worker, std::size_t run) {
-            for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
-                readOne(*readers[worker], members[i]);
-            }
-            return true;
-        },
-        [](std::size_t, bool) {});
-    meter.Report(true);
+    const auto runs =
+        CutRuns(members.size(), [&](std::size_t i) { return (*tree_)[members[i]].size; });
+    ForEachItem(runs, threads, meter,
+                [&](unsigned worker, std::size_t i) { readOne(*readers[worker], members[i]); });
     return contents;
 }
 

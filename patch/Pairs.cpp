@@ -7,16 +7,14 @@
 #include <utility>
 
 #include "archive/Window.h"
-#include "patch/InOrder.h"
 #include "patch/NameList.h"
+#include "patch/Runs.h"
 
 namespace patch {
 namespace {
 
 using archive::TreeMember;
 
-constexpr std::size_t kRunMembers = 128;       // that a worker compares at a time
-constexpr std::uint64_t kRunBytes = 1U << 20;  // or their content
 constexpr std::size_t kWindow = 256U << 10;
 
 bool SameSpelling(std::string_view a, std::string_view b) {
@@ -133,37 +131,18 @@ Pairs PairMembers(const Input& old, const Input& fresh) {
 
 void ComparePairs(const Input& old, const Input& fresh, Pairs& pairs, SideDigests* digests,
                   unsigned threads, const ProgressFunction& progress) {
+    const auto sizeOf = [&](std::size_t i) { return fresh.tree[pairs.both[i].fresh].size; };
     std::uint64_t total = 0;
-    std::vector<std::size_t> runs;  // where each begins
-    std::uint64_t bytes = kRunBytes;
-    for (std::size_t i = 0; i < pairs.both.size(); ++i) {
-        if (bytes >= kRunBytes || i - runs.back() >= kRunMembers) {
-            runs.push_back(i);
-            bytes = 0;
-        }
-        const std::uint64_t size = fresh.tree[pairs.both[i].fresh].size;
-        bytes += size;
-        total += size;
-    }
+    for (std::size_t i = 0; i < pairs.both.size(); ++i) total += sizeOf(i);
     std::vector<PairComparer> workers;
     workers.reserve(std::max(threads, 1U));
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) workers.emplace_back(old, fresh, digests);
     Meter meter(progress, "comparing", total);
-    struct Nothing {};
-    InOrder<Nothing> compare(
-        runs.size(), threads, [](std::size_t) { return 0; }, 0);
-    compare.Run(
-        meter,
-        [&](unsigned worker, std::size_t run) {
-            const std::size_t end = run + 1 < runs.size() ? runs[run + 1] : pairs.both.size();
-            for (std::size_t i = runs[run]; i < end; ++i) {
-                workers[worker].Compare(pairs.both[i]);
-                meter.Add(fresh.tree[pairs.both[i].fresh].size);
-            }
-            return Nothing{};
-        },
-        [](std::size_t, Nothing) {});
-    meter.Report(true);
+    ForEachItem(CutRuns(pairs.both.size(), sizeOf), threads, meter,
+                [&](unsigned worker, std::size_t i) {
+                    workers[worker].Compare(pairs.both[i]);
+                    meter.Add(sizeOf(i));
+                });
 }
 
 }  // namespace patch

@@ -1,6 +1,7 @@
 #include "patch/Proof.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <deque>
 
@@ -9,14 +10,13 @@
 #include "archive/Crc32.h"
 #include "archive/Window.h"
 #include "patch/Error.h"
-#include "patch/InOrder.h"
+#include "patch/Runs.h"
 #include "patch/Sums.h"
 
 namespace patch {
 namespace {
 
 constexpr std::size_t kWindow = 1 << 18;
-constexpr std::uint64_t kRunBytes = 1 << 22;
 
 // Compares parts with their sources. One for each worker.
 class PartReader {
@@ -61,17 +61,9 @@ private:
     archive::Window patchWindow_;
 };
 
-// Where the runs of members begin that a worker reads at a time, and the end.
-std::vector<std::size_t> CutIntoRuns(const archive::Reader& result) {
-    std::vector<std::size_t> runs;
-    std::uint64_t bytes = 0;
-    for (std::size_t i = 0; i < result.Count(); ++i) {
-        if (bytes == 0) runs.push_back(i);
-        bytes += result[i].storedSize + archive::kMemberPrefixSize;
-        if (bytes >= kRunBytes) bytes = 0;
-    }
-    runs.push_back(result.Count());
-    return runs;
+// Small members are read with their neighbours.
+std::vector<ItemRun> RunsOf(const archive::Reader& result) {
+    return CutRuns(result.Count(), [&](std::size_t i) { return result[i].storedSize; });
 }
 
 // Also compares the check sum. Throws archive::Error.
@@ -101,32 +93,22 @@ Sha256Digest DigestOfFile(const platform::FileHandle& file, std::uint64_t size, 
 
 bool HoldsNewSide(const archive::Reader& result, const PatchFile& patch, unsigned threads,
                   const ProgressFunction& progress) {
-    const std::vector<std::size_t> runs = CutIntoRuns(result);
     Meter meter(progress, "judging the result", result.All().fileSize);
     std::deque<archive::ContentReader> readers;
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) {
         readers.push_back(result.NewContentReader(kWindow));
     }
     std::vector<Sum> sums(result.Count());
-    InOrder<bool> work(
-        runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
     try {
-        work.Run(
-            meter,
-            [&](unsigned worker, std::size_t run) {
-                for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
-                    const archive::Member member = result[i];
-                    sums[i] = {ShownName(member.name), DigestOfContent(readers[worker], member)};
-                    meter.Add(member.storedSize);
-                }
-                return true;
-            },
-            [](std::size_t, bool) {});
+        ForEachItem(RunsOf(result), threads, meter, [&](unsigned worker, std::size_t i) {
+            const archive::Member member = result[i];
+            sums[i] = {ShownName(member.name), DigestOfContent(readers[worker], member)};
+            meter.Add(member.storedSize);
+        });
     } catch (const archive::Error& error) {
         if (error.Code() == archive::ErrorCode::CannotRead) throw;
         return false;
     }
-    meter.Report(true);
     const auto& manifest = patch.GetManifest();
     return !manifest || DigestOfSide(std::move(sums)) == manifest->fresh.sha256;
 }
@@ -137,7 +119,6 @@ bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
     const archive::CheckOptions structure{.workers = threads, .content = false, .findings = 1};
     if (!archive::Check(result, structure).Whole() || result.Count() != parts.size()) return false;
 
-    const std::vector<std::size_t> runs = CutIntoRuns(result);
     Meter meter(progress, "reading back", result.All().fileSize);
     std::deque<PartReader> readers;
     for (unsigned i = 0; i < std::max(threads, 1U); ++i) readers.emplace_back(result, old, patch);
@@ -153,19 +134,10 @@ bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
         return member.crc == source.crc && member.size == source.size &&
                member.attributes == source.attributes && reader.IsCopy(member, source, ofPatch);
     };
-    bool all = true;
-    InOrder<bool> work(
-        runs.size() - 1, threads, [](std::size_t) { return 0; }, 0);
-    work.Run(
-        meter,
-        [&](unsigned worker, std::size_t run) {
-            for (std::size_t i = runs[run]; i < runs[run + 1]; ++i) {
-                if (!holds(readers[worker], i)) return false;
-            }
-            return true;
-        },
-        [&all](std::size_t, bool same) { all = all && same; });
-    meter.Report(true);
+    std::atomic<bool> all = true;
+    ForEachItem(RunsOf(result), threads, meter, [&](unsigned worker, std::size_t i) {
+        if (all && !holds(readers[worker], i)) all = false;
+    });
     return all;
 }
 

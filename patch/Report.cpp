@@ -91,7 +91,7 @@ Report ReportOn(const archive::Reader& patch) {
     for (const auto& [name, digests] : patched) {
         if (const auto member = patch.Find(name)) {
             const std::uint64_t newSize = NewSize(reader, *member);
-            const bool rewritten = member->storedSize > newSize / 2;
+            const bool rewritten = IsRewritten(newSize, member->storedSize);
             take(name, *member, rewritten ? Reason::Rewritten : Reason::ChangedInPart, newSize);
         }
     }

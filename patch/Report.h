@@ -12,11 +12,16 @@ namespace patch {
 
 enum class Reason {
     NewContent,     // a member that nothing of the old side gives
-    Rewritten,      // a diff of more than half the new content: mostly a file that was encoded anew
+    Rewritten,      // see IsRewritten: mostly a file that was encoded anew
     Moved,          // the content of an old member under another name
     ChangedInPart,  // a diff that pays
     Overhead,       // lists, manifest, index, and the headers of all members
 };
+
+// Returns whether a diff has so many bytes that its member changed almost wholly.
+[[nodiscard]] constexpr bool IsRewritten(std::uint64_t newBytes, std::uint64_t diffBytes) {
+    return diffBytes > newBytes / 2;
+}
 
 struct ReportItem {
     std::string name;  // as stored

@@ -41,10 +41,10 @@ Sha256Digest Sha256Of(std::span<const std::byte> bytes) {
     return digest.Finish();
 }
 
-std::string ToHex(const Sha256Digest& digest) {
+std::string ToHex(std::span<const std::byte> bytes) {
     std::string text;
-    text.reserve(2 * digest.size());
-    for (const std::byte byte : digest) {
+    text.reserve(2 * bytes.size());
+    for (const std::byte byte : bytes) {
         text += kDigits[std::to_integer<std::size_t>(byte >> 4)];
         text += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
     }

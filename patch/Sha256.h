@@ -34,8 +34,8 @@ private:
     return Sha256Of(std::as_bytes(std::span(text)));
 }
 
-// Returns 64 lower-case hexadecimal digits.
-[[nodiscard]] std::string ToHex(const Sha256Digest& digest);
+// Returns two lower-case hexadecimal digits a byte.
+[[nodiscard]] std::string ToHex(std::span<const std::byte> bytes);
 
 // Reads 64 hexadecimal digits, lower case only; nullopt for anything else.
 [[nodiscard]] std::optional<Sha256Digest> Sha256FromHex(std::string_view text);

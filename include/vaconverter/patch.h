@@ -41,6 +41,9 @@ struct MemberChange {
     std::uint64_t oldSize = 0;
     std::uint64_t newSize = 0;
     std::uint64_t patchSize = 0;  // bytes that the patch stores for it
+
+    // Returns whether it changed almost wholly, as PatchReport::Reason::Rewritten.
+    [[nodiscard]] bool IsRewritten() const;
 };
 
 struct PatchCounts {

@@ -19,8 +19,8 @@ using Sha256 = std::array<std::byte, 32>;
 [[nodiscard]] std::vector<Sha256> Digests(const Archive& archive, unsigned threads = 1,
                                           const ProgressFunction& progress = {});
 
-// Returns 64 lower-case hexadecimal digits.
-[[nodiscard]] std::string HexOf(const Sha256& digest);
+// Returns two lower-case hexadecimal digits a byte, as of a digest.
+[[nodiscard]] std::string HexOf(std::span<const std::byte> bytes);
 
 // Returns the line that `sha256sum` prints for a file of that name, with its line feed: names with
 // a backslash or a line end are escaped. Other control bytes, which `sha256sum` prints as they are,

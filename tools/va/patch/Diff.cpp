@@ -35,8 +35,6 @@ constexpr std::array<std::string_view, 3> kExamples = {
     "va diff Town-1.0.va Town-1.1.va", "va diff Town-1.0.va town-work -o town-1.1.patch.va",
     "va diff --dry-run -v Town-1.0.va town-work"};
 
-// The report counts a member as changed almost wholly when its diff has more than half its bytes.
-constexpr std::uint64_t kRewrittenShare = 2;
 constexpr std::uint64_t kWorthNoting = 10000;  // bytes of the patch
 
 // "Town-1.0" for "games/Town-1.0.va", "town-work" for "town-work/".
@@ -148,10 +146,7 @@ void TellRewritten(Run& run, const MakePatchResult& made) {
     std::uint64_t members = 0;
     std::uint64_t bytes = 0;
     for (const MemberChange& change : made.changes) {
-        if (change.kind != MemberChange::Kind::Changed ||
-            change.patchSize <= change.newSize / kRewrittenShare) {
-            continue;
-        }
+        if (!change.IsRewritten()) continue;
         ++members;
         bytes += change.patchSize;
     }

@@ -9,6 +9,7 @@
 #include "assetdata/TagValues.h"
 #include "assetdata/TagWalk.h"
 #include "tools/va/ShownText.h"
+#include "vaconverter/sums.h"
 
 namespace va::tool {
 namespace {
@@ -23,12 +24,6 @@ constexpr std::string_view kHexDigits = "0123456789abcdef";
 void AppendHex(std::string& text, unsigned byte) {
     text += kHexDigits[byte >> 4];
     text += kHexDigits[byte & 0xF];
-}
-
-std::string HexOf(Value bytes) {
-    std::string text;
-    for (const std::byte byte : bytes) AppendHex(text, std::to_integer<unsigned>(byte));
-    return text;
 }
 
 std::string Escaped(std::string_view text) {
