@@ -1,7 +1,5 @@
 #include "archive/NewArchive.h"
 
-#include <array>
-#include <random>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -10,58 +8,30 @@
 #include "archive/Error.h"
 #include "platform/Directories.h"
 #include "platform/Error.h"
+#include "platform/FolderHandle.h"
 
 namespace archive {
 namespace {
 
-[[nodiscard]] std::size_t NameStart(std::string_view path) { return path.find_last_of("/\\") + 1; }
-
-[[nodiscard]] std::string FolderOf(std::string_view path) {
-    const std::size_t name = NameStart(path);
-    return name == 0 ? "." : std::string(path.substr(0, name));
+[[nodiscard]] std::string FolderOf(const std::string& path) {
+    const std::string folder = platform::PlaceOf(path).folder;
+    return folder.empty() ? "." : folder;
 }
 
-constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-constexpr std::size_t kRandomLetters = 6;
-
-// Returns what the names of hidden files for `path` begin with.
-[[nodiscard]] std::string HiddenStem(std::string_view path) {
-    // A name may be as long as the system allows; the hidden one must not be longer.
-    constexpr std::size_t kMostOfName = 200;
-    return "." + std::string(path.substr(NameStart(path), kMostOfName)) + ".va-";
+[[nodiscard]] std::string HiddenPath(const std::string& path) {
+    const platform::FilePlace place = platform::PlaceOf(path);
+    return place.folder + platform::HiddenName(place.name);
 }
 
-// A name that no other run chooses: ".NAME.va-XXXXXX" beside its place.
-[[nodiscard]] std::string NewHiddenName(std::string_view path) {
-    std::string name = std::string(path.substr(0, NameStart(path))) + HiddenStem(path);
-    std::random_device random;
-    for (std::size_t i = 0; i < kRandomLetters; ++i) name += kLetters[random() % kLetters.size()];
-    return name;
-}
-
-[[nodiscard]] bool IsHiddenFile(const platform::DirectoryEntry& entry, std::string_view stem) {
-    const std::string_view name = entry.name;
-    return entry.isRegular && !entry.isLink && name.starts_with(stem) &&
-           name.size() == stem.size() + kRandomLetters &&
-           name.find_first_not_of(kLetters, stem.size()) == name.npos;
-}
-
-// Removes hidden files that a killed run left. A process that still writes one holds its lock.
 [[nodiscard]] std::vector<std::string> RemoveAbandoned(const std::string& path) {
-    using namespace platform;
-    const std::string stem = HiddenStem(path);
-    const std::string folder = path.substr(0, NameStart(path));
-    std::vector<std::string> removed;
-    (void)ListDirectory(FolderOf(path).c_str(), [&](const DirectoryEntry& entry) {
-        if (!IsHiddenFile(entry, stem)) return true;
-        const std::string hidden = folder + entry.name;
-        FileHandle file;
-        if (file.Open(hidden.c_str(), Access::ReadWrite, Creation::OpenExisting, Share::DenyNone) &&
-            file.LockChanges(0) && RemoveFile(hidden.c_str())) {
-            removed.push_back(hidden);
-        }
-        return true;
-    });
+    const platform::FilePlace place = platform::PlaceOf(path);
+    platform::FolderHandle folder;
+    if (!folder.Open(place.folder.c_str())) return {};
+    std::vector<std::string> removed =
+        folder.RemoveAbandoned([stem = platform::HiddenStem(place.name)](std::string_view found) {
+            return found == stem;
+        });
+    for (std::string& name : removed) name.insert(0, place.folder);
     return removed;
 }
 
@@ -87,7 +57,7 @@ void NewArchive::OpenHidden() {
     using namespace platform;
     constexpr int kTries = 100;
     for (int i = 0; i < kTries; ++i) {
-        hidden_.path = NewHiddenName(path_);
+        hidden_.path = HiddenPath(path_);
         if (!file_.Open(hidden_.path.c_str(), Access::ReadWrite, Creation::CreateNew,
                         Share::DenyNone)) {
             if (LastError().kind != ErrorKind::Exists) break;
@@ -139,7 +109,7 @@ void NewArchive::Publish(bool replace) {
 bool NewArchive::MoveOver(const platform::FileHandle& file) {
     using namespace platform;
     if (hidden_.path.empty()) {
-        std::string hidden = NewHiddenName(path_);
+        std::string hidden = HiddenPath(path_);
         if (!file.GiveName(hidden.c_str())) return false;
         hidden_.path = std::move(hidden);
     }

@@ -95,12 +95,9 @@ public:
                platform::GetEntryKind(SystemPath(path_).c_str()) == platform::EntryKind::File;
     }
 
-    void Check() const {
-        const std::string folder = SystemPath(path_.parent_path());
-        if (!folder.empty() && !IsFolder(folder)) {
-            throw Error(ErrorCode::NotFound, folder + ": there is no such folder", path_);
-        }
-        JudgeResultPlace(path_, options_.replace, {options_.old, options_.patch});
+    // Returns whether a link is to be replaced.
+    [[nodiscard]] bool Check() const {
+        return JudgeResultPlace(path_, options_.replace, {options_.old, options_.patch});
     }
 
 private:
@@ -187,7 +184,7 @@ public:
             result.alreadyApplied = IsNewSide(place.Path());
             if (result.alreadyApplied) return result;
         }
-        place.Check();
+        result.replacesLink = place.Check();
         Build(result);
         return result;
     }
@@ -253,8 +250,9 @@ private:
 
     void Build(ApplyPatchResult& result) const {
         patch::BuildOptions build;
-        if (!options_.dryRun) build.result = SystemPath(result.result);
+        build.result = SystemPath(result.result);
         build.replace = options_.replace;
+        build.dryRun = options_.dryRun;
         build.trusted = options_.trust;
         // Refuses an old side whose result is not the promised one; one that only stores its
         // members otherwise is good.

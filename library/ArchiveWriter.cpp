@@ -10,15 +10,10 @@
 #include "library/ResultPlace.h"
 #include "library/Translate.h"
 #include "library/WriterData.h"
-#include "platform/SystemInfo.h"
 #include "vaconverter/writer.h"
 
 namespace va {
 namespace {
-
-std::filesystem::path FolderOf(const std::filesystem::path& path) {
-    return path.has_parent_path() ? path.parent_path() : ".";
-}
 
 // What is certain before the work: streams may turn out smaller than their contents.
 void JudgeRoom(const CreateOptions& options, std::span<const NewMember> members) {
@@ -33,21 +28,13 @@ void JudgeRoom(const CreateOptions& options, std::span<const NewMember> members)
                         " bytes, and an archive has less than 4 GiB; make several",
                     options.result);
     }
-    const auto free = platform::FreeSpace(SystemPath(FolderOf(options.result)).c_str());
-    if (free && *free < least) {
-        throw Error(ErrorCode::DiskFull,
-                    options.result.string() + ": it needs " + std::to_string(least) +
-                        " bytes, and the disk has " + std::to_string(*free) +
-                        " free; make room, or name another disk",
-                    options.result);
-    }
+    JudgeSpace(options.result, least);
 }
 
-// Returns the size of the file.
-std::uint64_t Write(std::span<const NewMember> members, const CreateOptions& options,
-                    const ProgressFunction& progress) {
-    return OfPatches([&] {
-        return Translated(options.result, [&] {
+void Write(std::span<const NewMember> members, const CreateOptions& options,
+           const ProgressFunction& progress, CreateResult& created) {
+    OfPatches([&] {
+        Translated(options.result, [&] {
             archive::NewArchive result(SystemPath(options.result), options.buildVersion,
                                        options.productCode);
             archive::ChunkWriter chunks(result.WriteWithoutMembers(),
@@ -63,7 +50,8 @@ std::uint64_t Write(std::span<const NewMember> members, const CreateOptions& opt
             const archive::Reader& reader = result.Complete();
             JudgeResult(reader, options.result, options.threads, progress);
             result.Publish(options.replace);
-            return reader.All().fileSize;
+            created.bytes = reader.All().fileSize;
+            created.abandoned.assign(result.Abandoned().begin(), result.Abandoned().end());
         });
     });
 }
@@ -98,12 +86,14 @@ void ArchiveWriter::AddContent(std::vector<std::byte> content, std::string_view 
 
 CreateResult ArchiveWriter::Create(const CreateOptions& options,
                                    const ProgressFunction& progress) const {
-    JudgeResultPlace(options.result, options.replace, impl_->members.Folders());
+    CreateResult created;
+    created.replacesLink =
+        JudgeResultPlace(options.result, options.replace, impl_->members.Folders());
     const std::vector<NewMember> members = impl_->members.Judged();
     JudgeRoom(options, members);
-    CreateResult created{.members = members.size()};
+    created.members = members.size();
     for (const NewMember& member : members) created.contentSize += member.size;
-    if (!options.dryRun) created.bytes = Write(members, options, progress);
+    if (!options.dryRun) Write(members, options, progress, created);
     if (!options.changed) return created;
     for (const NewMember& member : members) {
         options.changed(

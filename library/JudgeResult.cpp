@@ -20,11 +20,16 @@ void JudgeResult(const archive::Reader& reader, const std::filesystem::path& res
     if (judgement.cancelled) throw Error(ErrorCode::Refused, "cancelled");
     const auto damage = std::ranges::find_if(
         judgement.findings, [](const archive::Finding& found) { return IsDamage(found.fault); });
-    if (damage == judgement.findings.end()) return;
-    const std::string member = PublicName(damage->member);
+    if (damage != judgement.findings.end()) {
+        RefuseDamage(result, PublicName(damage->member), damage->text);
+    }
+}
+
+void RefuseDamage(const std::filesystem::path& result, const std::string& member,
+                  const std::string& reason) {
     throw Error(ErrorCode::Refused,
                 result.string() + " was not written: " + member + (member.empty() ? "" : ": ") +
-                    damage->text + "; 'va test' of the inputs shows where it comes from",
+                    reason + "; 'va test' of the inputs shows where it comes from",
                 result, member);
 }
 

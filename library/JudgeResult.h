@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "archive/Reader.h"
 #include "vaconverter/progress.h"
@@ -12,5 +13,9 @@ namespace va {
 // machine.
 void JudgeResult(const archive::Reader& reader, const std::filesystem::path& result,
                  unsigned threads, const ProgressFunction& progress);
+
+// The same for a result that need not be written to know that.
+[[noreturn]] void RefuseDamage(const std::filesystem::path& result, const std::string& member,
+                               const std::string& reason);
 
 }  // namespace va

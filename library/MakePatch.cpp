@@ -90,7 +90,9 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
                           const ProgressFunction& progress) {
     RefuseWithoutIndex(old);
     RefuseWithoutIndex(fresh);
-    JudgeResultPlace(options.result, options.replace, {old.Path(), fresh.Path()});
+    MakePatchResult result;
+    result.replacesLink =
+        JudgeResultPlace(options.result, options.replace, {old.Path(), fresh.Path()});
     const patch::MakeOptions toMake{.result = SystemPath(options.result),
                                     .replace = options.replace,
                                     .dryRun = options.dryRun,
@@ -103,7 +105,8 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
                                     .memory = options.memoryLimit};
     patch::MakeResult made = OfPatches(
         [&] { return patch::MakePatch(InputOf(old), InputOf(fresh), toMake, Passed(progress)); });
-    MakePatchResult result;
+    if (options.dryRun) JudgeSpace(options.result, made.patchBytes);
+    result.abandoned.assign(made.abandoned.begin(), made.abandoned.end());
     result.counts = CountsOf(made);
     result.patchSize = made.patchBytes;
     result.newMembers = fresh.Members().size();

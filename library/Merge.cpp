@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -85,20 +86,56 @@ Versions VersionsOf(std::span<const Archive> sides) {
     return versions;
 }
 
+// Bytes that the file has at least: how small members of folders become is not known before.
+std::uint64_t LeastBytes(std::span<const Archive> sides, std::span<const OverlaidMember> members) {
+    std::uint64_t bytes = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
+    for (const OverlaidMember& overlaid : members) {
+        bytes += archive::kMemberPrefixSize + archive::kIndexRecordSize;
+        if (!sides[overlaid.side].Info().isFolder) bytes += overlaid.member.StoredSize();
+    }
+    return bytes;
+}
+
+// What JudgeResult finds in the result, without one.
+void JudgeMembers(std::span<const Archive> sides, std::span<const OverlaidMember> members,
+                  const MergeOptions& options, WorkProgress& work) {
+    std::vector<std::unique_ptr<archive::TreeReader>> readers;
+    for (const Archive& side : sides) {
+        readers.push_back(ArchiveAccess::TreeOf(side).NewReader());
+    }
+    for (const OverlaidMember& overlaid : members) {
+        archive::TreeReader& reader = *readers[overlaid.side];
+        try {
+            reader.Begin(overlaid.member.Index());
+            while (!reader.Next().empty()) continue;
+        } catch (const archive::Error& error) {
+            RefuseDamage(options.result, overlaid.member.Name(), error.Reason());
+        }
+        work.Add(overlaid.member.StoredSize());
+    }
+}
+
 }  // namespace
 
 MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember> members,
                   const MergeOptions& options, const ProgressFunction& progress) {
     std::vector<std::filesystem::path> inputs;
     for (const Archive& side : sides) inputs.push_back(side.Path());
-    JudgeResultPlace(options.result, options.replace, inputs);
-    if (options.dryRun) return {members.size(), 0};
+    MergeResult merged;
+    merged.members = members.size();
+    merged.replacesLink = JudgeResultPlace(options.result, options.replace, inputs);
+    JudgeSpace(options.result, LeastBytes(sides, members));
     std::uint64_t total = 0;
     for (const OverlaidMember& overlaid : members) {
         total += sides[overlaid.side].Info().isFolder ? overlaid.member.Size()
                                                       : overlaid.member.StoredSize();
     }
-    return Translated(options.result, [&]() -> MergeResult {
+    if (options.dryRun) {
+        WorkProgress work(progress, "checking", total);
+        JudgeMembers(sides, members, options, work);
+        return merged;
+    }
+    return Translated(options.result, [&] {
         const Versions versions = VersionsOf(sides);
         archive::NewArchive result(SystemPath(options.result), versions.build, versions.product);
         std::vector<SideCopier> copiers(sides.begin(), sides.end());
@@ -110,7 +147,9 @@ MergeResult Merge(std::span<const Archive> sides, std::span<const OverlaidMember
         work.Report(true);
         JudgeResult(reader, options.result, options.threads, progress);
         result.Publish(options.replace);
-        return {members.size(), reader.All().fileSize};
+        merged.bytes = reader.All().fileSize;
+        merged.abandoned.assign(result.Abandoned().begin(), result.Abandoned().end());
+        return merged;
     });
 }
 

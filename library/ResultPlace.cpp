@@ -4,6 +4,9 @@
 
 #include "library/Translate.h"
 #include "platform/Directories.h"
+#include "platform/Error.h"
+#include "platform/FolderHandle.h"
+#include "platform/SystemInfo.h"
 #include "vaconverter/error.h"
 
 namespace va {
@@ -21,9 +24,23 @@ bool LiesBelow(const std::filesystem::path& result, const std::filesystem::path&
     return place.size() == inside.size() || inside.back() == '/' || place[inside.size()] == '/';
 }
 
+void JudgeFolder(const std::filesystem::path& result) {
+    const platform::FilePlace place = platform::PlaceOf(SystemPath(result));
+    platform::FolderHandle folder;
+    if (!folder.Open(place.folder.c_str())) {
+        throw Error(ErrorCode::NotFound,
+                    SystemPath(result.parent_path()) + ": there is no such folder", result);
+    }
+    if (folder.CanTake(place.name)) return;
+    const platform::Error error = platform::LastError();
+    throw Error(
+        error.kind == platform::ErrorKind::NoSpace ? ErrorCode::DiskFull : ErrorCode::Refused,
+        SystemPath(result) + ": cannot create a file in its folder: " + error.Message(), result);
+}
+
 }  // namespace
 
-void JudgeResultPlace(const std::filesystem::path& result, bool replace,
+bool JudgeResultPlace(const std::filesystem::path& result, bool replace,
                       const std::vector<std::filesystem::path>& inputs) {
     const std::string path = SystemPath(result);
     for (const std::filesystem::path& input : inputs) {
@@ -35,8 +52,9 @@ void JudgeResultPlace(const std::filesystem::path& result, bool replace,
                                " and would become part of it; name a file elsewhere");
         }
     }
+    JudgeFolder(result);
     const platform::EntryKind kind = platform::GetEntryKind(path.c_str());
-    if (kind == platform::EntryKind::None) return;
+    if (kind == platform::EntryKind::None) return false;
     if (kind != platform::EntryKind::File && kind != platform::EntryKind::Link) {
         Refuse(result, ": a folder or device has this name; name a file");
     }
@@ -46,6 +64,23 @@ void JudgeResultPlace(const std::filesystem::path& result, bool replace,
         (status.attributes & platform::kAttributeReadOnly) != 0) {
         Refuse(result, " is read-only and stays as it is; make it writable to replace it");
     }
+    return kind == platform::EntryKind::Link;
+}
+
+void JudgeSpace(const std::filesystem::path& result, std::uint64_t bytes) {
+    const std::string folder = platform::PlaceOf(SystemPath(result)).folder;
+    JudgeSpace(folder, result, bytes);
+}
+
+void JudgeSpace(const std::filesystem::path& folder, const std::filesystem::path& result,
+                std::uint64_t bytes) {
+    const auto free = platform::FreeSpace(folder.empty() ? "." : SystemPath(folder).c_str());
+    if (!free || *free >= bytes) return;
+    throw Error(ErrorCode::DiskFull,
+                SystemPath(result) + ": it needs " + std::to_string(bytes) +
+                    " bytes, and the disk has " + std::to_string(*free) +
+                    " free; make room, or name another disk",
+                result);
 }
 
 }  // namespace va

@@ -48,8 +48,8 @@ public:
     // With `promised` the archive must be the one that the manifest promises, if it does.
     Built Run(bool promised) {
         Built built{.members = parts_.size()};
-        if (!options_.result.empty()) {
-            CheckSpace();
+        CheckSpace();
+        if (!options_.dryRun) {
             const Manifest::Versions versions = GetVersions();
             About(options_.result,
                   [&] { result_.emplace(options_.result, versions.build, versions.product); });

@@ -19,8 +19,9 @@
 namespace patch {
 
 struct BuildOptions {
-    std::string result;    // the archive to write; empty: everything is done but that
+    std::string result;    // the archive to write
     bool replace = false;  // a file that exists
+    bool dryRun = false;   // everything is done but that
     // The old side was not judged, so that the contents of the result are.
     bool trusted = false;
     // Is called before a result is kept that is not the archive that the patch promises; not for an

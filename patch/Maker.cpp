@@ -48,6 +48,11 @@ public:
         Store(name, packed);
     }
 
+    // The hidden files of killed runs that were removed.
+    [[nodiscard]] std::vector<std::string> Abandoned() const {
+        return file_ ? file_->Abandoned() : std::vector<std::string>();
+    }
+
     // Reads the patch back, and gives it its name. Returns its bytes.
     std::uint64_t Finish() {
         if (!file_) return bytes_;
@@ -121,6 +126,7 @@ public:
         result.changes = ChangesOf(difference_);
         result.same = static_cast<std::uint64_t>(
             std::ranges::count(difference_.pairs.both, true, &Pair::same));
+        result.abandoned = writer.Abandoned();
         result.patchBytes = writer.Finish();
         return result;
     }

@@ -39,6 +39,7 @@ struct MakeResult {
     Side fresh;
     std::optional<Manifest::File> archive;  // what the result of applying is, if that is promised
     std::uint64_t patchBytes = 0;           // of the file
+    std::vector<std::string> abandoned;     // files of killed runs that were removed
 };
 
 // Throws Error: Refused naming every member that a patch cannot carry, and if the result exists;

@@ -178,6 +178,10 @@ struct ExtractResult {
     std::uint64_t files = 0;
     std::uint64_t bytes = 0;
     std::vector<Error> failures;  // with keepGoing
+    // Below the folder: links that were replaced, not what they lead to, and unfinished files of
+    // killed runs that were to become the same files, which were removed.
+    std::vector<std::string> replacedLinks;
+    std::vector<std::string> abandoned;
 };
 
 // Writes members to files. Every file appears whole or not at all; nothing is written outside the

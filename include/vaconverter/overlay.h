@@ -39,7 +39,10 @@ struct MergeOptions {
 
 struct MergeResult {
     std::uint64_t members = 0;
-    std::uint64_t bytes = 0;  // of the file; 0 with dryRun
+    std::uint64_t bytes = 0;    // of the file; 0 with dryRun
+    bool replacesLink = false;  // `result` was a link, which is replaced, not what it leads to
+    // Unfinished files of killed runs that were to give the same result, which were removed.
+    std::vector<std::filesystem::path> abandoned;
 };
 
 // Writes an archive with these members of the sides, in their order. Members of archives keep

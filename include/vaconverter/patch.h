@@ -81,6 +81,9 @@ struct MakePatchResult {
     // SHA-256 of the file that applying gives. Only for a new side that was an archive as this
     // library writes them; else only the content is promised.
     std::optional<Sha256> newArchive;
+    bool replacesLink = false;  // `result` was a link, which is replaced, not what it leads to
+    // Unfinished files of killed runs that were to give the same result, which were removed.
+    std::vector<std::filesystem::path> abandoned;
 };
 
 // Makes a patch that turns `old` into `fresh`; equal sides give an empty one. Throws Error: Refused
@@ -149,7 +152,8 @@ struct ApplyPatchResult {
     // The patch promises an archive byte for byte, and the result has its members and contents, but
     // stores them otherwise: so does `old` compared with the one the patch was made from.
     bool storedOtherwise = false;
-    std::string note;  // of the maker
+    std::string note;           // of the maker
+    bool replacesLink = false;  // `result` was a link, which is replaced, not what it leads to
     // Unfinished files of killed runs that were to give the same result, which were removed.
     std::vector<std::filesystem::path> abandoned;
 };

@@ -51,7 +51,10 @@ struct CreateOptions {
 struct CreateResult {
     std::uint64_t members = 0;
     std::uint64_t contentSize = 0;
-    std::uint64_t bytes = 0;  // of the file; 0 with dryRun
+    std::uint64_t bytes = 0;    // of the file; 0 with dryRun
+    bool replacesLink = false;  // `result` was a link, which is replaced, not what it leads to
+    // Unfinished files of killed runs that were to give the same result, which were removed.
+    std::vector<std::filesystem::path> abandoned;
 };
 
 // Collects members and writes an archive of them. Their contents are read when it is written: what

@@ -1,32 +1,50 @@
 #include "platform/FolderHandle.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
+#include <memory>
+#include <random>
 #include <utility>
+
+#include "platform/posix/PathLookup.h"
+#include "platform/posix/ShareLocks.h"
 
 namespace platform {
 namespace {
 
 constexpr mode_t kFolderMode = 0777;
-constexpr mode_t kPermissions = 0777;
 
-// A file system that cannot make files without a name refuses each try the same way, so that the
-// first refusal ends the tries.
-std::atomic<bool> unnamedFiles = true;
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::size_t kRandomLetters = 6;
 
-std::string HiddenName(const std::string& name) {
-    static std::atomic<unsigned> counter = 0;
-    // A name may be as long as the system allows; the hidden one must not be longer.
-    constexpr std::size_t kMostOfName = 200;
-    return "." + name.substr(0, kMostOfName) + ".va-" + std::to_string(getpid()) + "-" +
-           std::to_string(counter++);
-}
+// Closes the stream of a folder's entries.
+struct StreamCloser {
+    void operator()(DIR* stream) const { closedir(stream); }
+};
 
 }  // namespace
+
+FilePlace PlaceOf(std::string_view path) {
+    const std::size_t name = path.find_last_of("/\\") + 1;
+    return {std::string(path.substr(0, name)), std::string(path.substr(name))};
+}
+
+std::string HiddenStem(std::string_view name) {
+    // A name may be as long as the system allows; the hidden one must not be longer.
+    constexpr std::size_t kMostOfName = 200;
+    return "." + std::string(name.substr(0, kMostOfName)) + ".va-";
+}
+
+std::string HiddenName(std::string_view name) {
+    std::string hidden = HiddenStem(name);
+    std::random_device random;
+    for (std::size_t i = 0; i < kRandomLetters; ++i) hidden += kLetters[random() % kLetters.size()];
+    return hidden;
+}
 
 FolderHandle::FolderHandle(FolderHandle&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)) {}
@@ -48,8 +66,20 @@ void FolderHandle::Close() noexcept {
 
 bool FolderHandle::Open(const char* path) {
     Close();
-    descriptor_ = open(*path == '\0' ? "." : path, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const std::string name = *path == '\0' ? "." : posix::ToSystemPath(path);
+    descriptor_ = open(name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     return descriptor_ >= 0;
+}
+
+bool FolderHandle::OpenNearest(FilePlace& place) {
+    while (!Open(place.folder.c_str())) {
+        if (errno != ENOENT) return false;
+        while (place.folder.ends_with('/') || place.folder.ends_with('\\')) {
+            place.folder.pop_back();
+        }
+        place = PlaceOf(place.folder);
+    }
+    return true;
 }
 
 bool FolderHandle::OpenIn(const FolderHandle& parent, const std::string& name, bool make) {
@@ -78,96 +108,46 @@ EntryKind FolderHandle::KindOf(const std::string& name) const {
     return S_ISLNK(status.st_mode) ? EntryKind::Link : EntryKind::Other;
 }
 
-NewFile::~NewFile() { GiveUp(); }
-
-bool NewFile::Begin(const FolderHandle& folder, const std::string& name) {
-    GiveUp();
-    folder_ = &folder;
-    name_ = name;
-    if (unnamedFiles.load(std::memory_order_relaxed)) {
-        if (handle_.OpenUnnamedIn(folder.descriptor_, ".")) return true;
-        if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return false;
-        unnamedFiles.store(false, std::memory_order_relaxed);
-    }
-    return CreateHidden();
-}
-
-bool NewFile::CreateHidden() {
-    do {
-        hidden_ = HiddenName(name_);
-        if (handle_.CreateIn(folder_->descriptor_, hidden_.c_str())) return true;
-    } while (errno == EEXIST);
-    hidden_.clear();
-    return false;
-}
-
-std::size_t NewFile::Write(std::span<const std::byte> bytes) { return handle_.Write(bytes); }
-
-bool NewFile::Publish(bool replace) {
-    if (!hidden_.empty()) return MoveHidden(replace);
-    const int folder = folder_->descriptor_;
-    if (handle_.GiveNameIn(folder, name_.c_str())) {
-        // Only a file that is open can be linked, so that closing, which may report what could not
-        // be written, comes last here.
-        if (handle_.Close()) return true;
-        const int error = errno;
-        unlinkat(folder, name_.c_str(), 0);
-        errno = error;
-        return false;
-    }
-    if (errno != EEXIST || !replace) return false;
-    // No call replaces a name by a file that has none.
-    return GetHiddenName() && MoveHidden(true);
-}
-
-bool NewFile::GetHiddenName() {
-    std::string hidden;
-    do {
-        hidden = HiddenName(name_);
-        if (handle_.GiveNameIn(folder_->descriptor_, hidden.c_str())) {
-            hidden_ = std::move(hidden);
-            return true;
-        }
-    } while (errno == EEXIST);
-    return false;
-}
-
-bool NewFile::MoveHidden(bool replace) {
-    const int folder = folder_->descriptor_;
+bool FolderHandle::CanTake(const std::string& name) const {
     struct stat status {};
-    const bool exists = fstatat(folder, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-    if (exists && (!replace || (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)))) {
-        errno = EEXIST;
+    if (fstatat(descriptor_, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0 && errno != ENOENT) {
         return false;
     }
-    // A file whose permissions cannot be set still replaces the other: its content matters more.
-    if (exists && S_ISREG(status.st_mode)) {
-        (void)fchmodat(folder, hidden_.c_str(), status.st_mode & kPermissions, 0);
+    // A file without a name meets every refusal that one with a name meets.
+    const int probe = openat(descriptor_, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (probe >= 0) {
+        close(probe);
+        return true;
     }
-    constexpr unsigned kNoReplace = 1;  // RENAME_NOREPLACE of <linux/fs.h>
-    if (!handle_.Close()) {
-        const int error = errno;
-        GiveUp();
-        errno = error;
-        return false;
-    }
-    const unsigned flags = replace ? 0 : kNoReplace;
-    if (renameat2(folder, hidden_.c_str(), folder, name_.c_str(), flags) != 0) {
-        // Where the system cannot refuse to replace, linking does not replace either.
-        const bool unknownFlag = !replace && (errno == EINVAL || errno == ENOSYS);
-        if (!unknownFlag || linkat(folder, hidden_.c_str(), folder, name_.c_str(), 0) != 0) {
-            return false;
-        }
-        unlinkat(folder, hidden_.c_str(), 0);
-    }
-    hidden_.clear();
-    return true;
+    if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) return false;
+    return faccessat(descriptor_, ".", W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-void NewFile::GiveUp() {
-    handle_.Close();
-    if (!hidden_.empty()) unlinkat(folder_->descriptor_, hidden_.c_str(), 0);
-    hidden_.clear();
+std::vector<std::string> FolderHandle::RemoveAbandoned(
+    const std::function<bool(std::string_view stem)>& wanted) const {
+    std::vector<std::string> removed;
+    const int descriptor = openat(descriptor_, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return removed;
+    const std::unique_ptr<DIR, StreamCloser> stream(fdopendir(descriptor));
+    if (!stream) {
+        close(descriptor);
+        return removed;
+    }
+    while (const dirent* const entry = readdir(stream.get())) {
+        const std::string_view name = entry->d_name;
+        if (name.size() <= kRandomLetters || !name.starts_with('.')) continue;
+        const std::string_view stem = name.substr(0, name.size() - kRandomLetters);
+        const bool isHidden =
+            stem.ends_with(".va-") && name.find_first_not_of(kLetters, stem.size()) == name.npos;
+        if (!isHidden || !wanted(stem) || KindOf(entry->d_name) != EntryKind::File) continue;
+        const int file = openat(descriptor_, entry->d_name, O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+        if (file < 0) continue;
+        if (posix::TakeChangeLock(file) && unlinkat(descriptor_, entry->d_name, 0) == 0) {
+            removed.emplace_back(name);
+        }
+        close(file);
+    }
+    return removed;
 }
 
 }  // namespace platform

@@ -110,20 +110,25 @@ std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t 
     return members;
 }
 
-// A file that exists under the whole operand is no member; of an archive's ending the first one
-// counts.
+std::size_t MemberStart(const std::string& name) {
+    constexpr std::string_view kArchiveEnd = ".va:";
+    const auto folded = [](char a, char b) {
+        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a + 32) : a) == b;
+    };
+    const auto found =
+        std::search(name.begin(), name.end(), kArchiveEnd.begin(), kArchiveEnd.end(), folded);
+    if (found == name.end()) return std::string::npos;
+    return static_cast<std::size_t>(found - name.begin()) + kArchiveEnd.size();
+}
+
 MemberOperand SplitMemberOperand(const std::string& operand) {
-    std::string lower = operand;
-    std::ranges::transform(lower, lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-    });
-    std::size_t colon = lower.find(".va:");
-    colon = colon == std::string::npos ? operand.find(':') : colon + 3;
-    if (colon == std::string::npos || colon + 1 == operand.size()) {
+    std::size_t start = MemberStart(operand);
+    if (start == std::string::npos) start = operand.find(':') + 1;
+    if (start == 0 || start == operand.size()) {
         throw Failure{ExitCode::Usage,
                       "'" + Shown(operand) + "' names no member; write ARCHIVE:MEMBER"};
     }
-    return {operand.substr(0, colon), operand.substr(colon + 1)};
+    return {operand.substr(0, start - 1), operand.substr(start)};
 }
 
 Member MemberOf(const Archive& archive, const MemberOperand& operand) {

@@ -26,6 +26,9 @@ namespace va::tool {
 [[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,
                                                 std::size_t first);
 
+// Where the member's part of a name "archive.va:member" begins, or npos; the first ending counts.
+[[nodiscard]] std::size_t MemberStart(const std::string& name);
+
 // An operand ARCHIVE:MEMBER in its two parts. Throws Failure (Usage) when there is no member part.
 struct MemberOperand {
     std::string archive;

@@ -236,7 +236,7 @@ TEST_F(VaDiff, RefusesByNameAndWritesNothing) {
          "va: note.bin: line 2 has the control character \\x01; a note is plain text\n"},
         {"diff old.va old -o p.va --note=note.8bit", 2, "note.8bit: line 1 is not UTF-8"},
         {"diff old.va old -o p.va --note=none", 9, "--note names a file"},
-        {"diff old.va old -o nowhere/p.va", 2, "nowhere/p.va"},
+        {"diff old.va old -o nowhere/p.va", 9, "nowhere: there is no such folder"},
     });
     // Such a file of a folder is skipped, which is worth a look.
     ExpectAnswers({{"diff old.va line -n -o p.va", 1, "has a control byte; skipped"}});

@@ -62,7 +62,7 @@ TEST_F(VaOverlay, WritesWhatWins) {
         {"overlay --write mod/x.va mod base.va", 2, "mod/x.va lies below the input folder mod "},
         {"overlay --write=- mod.va base.va", 7, "cannot be written to standard output"},
         {"overlay --write mod mod.va base.va", 2, "mod: a folder or device has this name"},
-        {"overlay --write nowhere/Out.va mod.va base.va", 2, "cannot create a file"},
+        {"overlay --write nowhere/Out.va mod.va base.va", 9, "no such folder"},
     });
     folder_.Write("want/Config.txt", "name City\n");
     folder_.Write("want/same.txt", "equal");

@@ -139,7 +139,7 @@ TEST_F(VaReport, ReplacesNoFileUnasked) {
     ExpectAnswers({{"report old-diff.va -f -o ./old-diff.va", 2, "is one of the inputs"}});
     EXPECT_TRUE(folder_.Read("old-diff.va") == patch);
     ExpectAnswers({{"report old-diff.va -o why.html", 2, "va: 'why.html' exists; -f replaces it\n"},
-                   {"report old-diff.va -fn -o why.html", 0, ""}});
+                   {"report old-diff.va -fn -o why.html", 0, "would write why.html: "}});
     EXPECT_EQ(folder_.Read("why.html"), "mine");
     ExpectAnswers({{"report old-diff.va -f -o why.html", 0, "browser"}});
     EXPECT_TRUE(folder_.Read("why.html").starts_with("<!DOCTYPE html>"));

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/change/ChangeCommands.h"
@@ -47,6 +48,7 @@ ExitCode RunCreate(Run& run) {
     options.changed = TellingChanges(run);
     Inputs inputs(run, 1);
     const CreateResult created = inputs.Writer().Create(options, ProgressOf(run));
+    TellPlace(run, archive, created);
     run.answer.Last()
         .Set("members", created.members)
         .Set("content", created.contentSize)

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
@@ -97,9 +98,7 @@ ExitCode RunApply(Run& run) {
     const ApplyPatchOptions options = OptionsOf(run);
     const ApplyPatchResult result = ApplyPatch(options, ProgressOf(run));
     if (!result.note.empty()) run.talk.Note(Shown(result.note));
-    for (const std::filesystem::path& file : result.abandoned) {
-        run.talk.Note("removed " + Shown(file.string()) + ", which a run that was killed left");
-    }
+    TellPlace(run, result.result, result);
     for (const MemberChange& change : result.changes) {
         run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name));
     }

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
@@ -183,6 +184,7 @@ ExitCode RunDiff(Run& run) {
     const Archive old = OpenSide(run, run.Operand(0));
     const Archive fresh = OpenSide(run, run.Operand(1));
     MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
+    TellPlace(run, options.result, made);
     const std::uint64_t leftOut = options.plain ? TakeLeftOut(run, made) : 0;
     const PatchCounts& counts = made.counts;
     TellMembers(run, made);

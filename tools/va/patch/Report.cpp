@@ -2,13 +2,13 @@
 #include <filesystem>
 
 #include "platform/Directories.h"
+#include "tools/va/OutputFile.h"
 #include "tools/va/Run.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/patch/PatchCommands.h"
 #include "tools/va/patch/ReasonTable.h"
 #include "tools/va/patch/ReportPage.h"
-#include "tools/va/tag/OutputFile.h"
 
 namespace va::tool {
 namespace {
@@ -66,9 +66,9 @@ void WritePage(Run& run, const PatchReport& report, const std::string& path) {
         Refuse(Shown(path) + " is one of the inputs; name another file");
     }
     CheckOutputs({path}, run.Has(kForce));
-    if (run.Has(kDryRun)) return;
-    WriteFileWhole(path, std::as_bytes(std::span(page)), run.Has(kForce));
-    run.talk.Summary(Shown(path) + ": " + ShownBytes(page.size()) + ", open it in a browser");
+    WriteFileWhole(run, path, std::as_bytes(std::span(page)), run.Has(kForce));
+    run.talk.Summary((run.Has(kDryRun) ? "would write " : "") + Shown(path) + ": " +
+                     ShownBytes(page.size()) + ", open it in a browser");
 }
 
 ExitCode RunReport(Run& run) {

@@ -1,5 +1,6 @@
 #include <array>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/read/ReadCommands.h"
@@ -35,6 +36,16 @@ constexpr std::array<std::string_view, 3> kExamples = {"va extract Town.va",
                                                        "va extract -C out Town.va textures",
                                                        "va extract --flat Town.va '**/*.tga'"};
 
+void TellPlaces(Run& run, const std::filesystem::path& folder, const ExtractResult& result) {
+    const auto below = [&](const std::string& name) { return (folder / name).lexically_normal(); };
+    std::vector<std::string> abandoned;
+    for (const std::string& name : result.abandoned) abandoned.push_back(below(name).string());
+    TellAbandoned(run, abandoned);
+    for (const std::string& name : result.replacedLinks) {
+        TellReplacedLink(run, below(name).string(), true);
+    }
+}
+
 ExitCode RunExtract(Run& run) {
     constexpr std::uint64_t kMostFolders = 256;
     const Archive archive = OpenSide(run, run.Operand(0));
@@ -65,6 +76,7 @@ ExitCode RunExtract(Run& run) {
         };
     }
     const ExtractResult result = Extract(archive, members, options, ProgressOf(run));
+    TellPlaces(run, options.folder, result);
     for (const Error& failure : result.failures) run.talk.Error(Shown(failure.what()));
     run.answer.Last()
         .Set("files", result.files)

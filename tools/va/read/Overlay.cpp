@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/read/ReadCommands.h"
@@ -61,6 +62,7 @@ void WriteMerged(Run& run, const std::string& result, std::span<const Archive> s
     options.dryRun = run.Has(kDryRun);
     options.threads = run.Jobs();
     const MergeResult merged = Merge(sides, members, options, ProgressOf(run));
+    TellPlace(run, result, merged);
     if (run.answer.IsJson()) {
         run.answer.Write(JsonObject("written")
                              .Set("file", result)

@@ -1,8 +1,9 @@
 #include "tools/va/tag/EditPlace.h"
 
 #include "platform/Directories.h"
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
-#include "tools/va/tag/OutputFile.h"
+#include "tools/va/Side.h"
 
 namespace va::tool {
 

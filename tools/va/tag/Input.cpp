@@ -165,15 +165,6 @@ private:
 
 void RefuseInput(const std::string& message) { throw BadInput{{ExitCode::Refused, message}}; }
 
-std::size_t MemberStart(const std::string& name) {
-    constexpr std::string_view kArchiveEnd = ".va:";
-    const auto folded = [](char a, char b) { return Vorn::AsciiToLower(a) == b; };
-    const auto found =
-        std::search(name.begin(), name.end(), kArchiveEnd.begin(), kArchiveEnd.end(), folded);
-    if (found == name.end()) return std::string::npos;
-    return static_cast<std::size_t>(found - name.begin()) + kArchiveEnd.size();
-}
-
 Bytes Input::Read() const {
     if (failure_) throw BadInput{*failure_};
     if (name_ == "-") return ReadStandardInput();

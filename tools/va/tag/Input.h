@@ -69,7 +69,4 @@ private:
 [[nodiscard]] ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
                                     const std::function<ExitCode(const Input&)>& work);
 
-// Returns where the member's part of a name "archive.va:member" begins, or npos.
-[[nodiscard]] std::size_t MemberStart(const std::string& name);
-
 }  // namespace va::tool

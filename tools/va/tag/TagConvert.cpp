@@ -12,8 +12,8 @@
 #include "platform/Directories.h"
 #include "platform/Error.h"
 #include "platform/FolderHandle.h"
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
-#include "tools/va/tag/OutputFile.h"
 #include "tools/va/tag/TagTable.h"
 
 namespace va::tool {
@@ -72,7 +72,7 @@ Plan PlanFolder(Run& run, const std::string& folder, TagForm into) {
         }
         checked.push_back(output);
     }
-    CheckOutputs(checked, run.Has(kForce));
+    CheckOutputs(checked, run.Has(kForce), Folders::AreMade);
     return plan;
 }
 

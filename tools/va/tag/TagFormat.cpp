@@ -4,9 +4,9 @@
 #include <array>
 
 #include "kernel/Paths.h"
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/tag/EditPlace.h"
-#include "tools/va/tag/OutputFile.h"
 #include "tools/va/tag/SameTags.h"
 #include "tools/va/tag/TagFile.h"
 #include "tools/va/tag/TagTable.h"
