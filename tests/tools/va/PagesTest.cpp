@@ -110,5 +110,76 @@ TEST_F(VaPages, TheFirstPatchIsMadeAsShown) {
     RunExamples(examples);
 }
 
+// The files that the examples of help and pages name.
+class VaExamples : public VaProgram {
+protected:
+    void SetUp() override {
+        folder_.Write("town/config.txt",
+                      "username \"Town\"\nmass 7\nbuilt 1990\n"
+                      "thumbnails\n{\n  0\n  {\n    image \"a.jpg\"\n  }\n}\n"
+                      "km/h\n{\n  limit 80\n}\n");
+        folder_.Write("town/textures/wall.tga", Noise(3000));
+        folder_.Write("town/textures/fine/roof.tga", Noise(2000));
+        folder_.Write("town/trains/config.txt", "kuid <kuid:1:2>\n");
+        folder_.Write("town/house/house.im", "LEC2"s + std::string(60, '\0'));
+        folder_.Write("my-edits/config.txt", "username \"Mine\"\n");
+        ASSERT_EQ(InShell("cp -r town town-work && echo more >>town-work/textures/wall.tga && "
+                          "cp town-work/textures/wall.tga town-work/textures/copy.tga"),
+                  0);
+        ASSERT_EQ(
+            InShell("cp town/config.txt . && cp town/house/house.im . && cp -r town assets && "
+                    "mkdir configs && cp config.txt configs && cp config.txt a.txt && "
+                    "cp config.txt b.txt && cp -r town work && "
+                    "va tag to-binary config.txt config.chump && "
+                    "for f in Town Town-1.0 Old Game; do va create $f.va town; done && "
+                    "for f in Town-1.1 New; do va create $f.va town-work; done && "
+                    "va create mods.va my-edits && va sums Town.va >Town.sums && "
+                    "mkdir backup && cp Town.va backup && va diff Town-1.0.va Town-1.1.va && "
+                    "for f in town mod; do cp Town-1.0-Town-1.1.patch.va $f-1.1.patch.va; done"),
+            0);
+    }
+
+    [[nodiscard]] int InShell(const std::string& command) const {
+        const TempFolder session;
+        session.Write("script",
+                      "cd " + folder_.Path() + "\nPATH=$(dirname " VA "):$PATH\n" + command);
+        const int code = Shell("bash -e " + session.Path("script") + " >" + session.Path("said") +
+                               " 2>&1 </dev/null");
+        said_ = session.Read("said");
+        return code;
+    }
+
+    // The lines of a page that a reader may type.
+    [[nodiscard]] static std::vector<std::string> CommandsOf(const std::string& path) {
+        std::ifstream page(path);
+        std::vector<std::string> commands;
+        for (std::string line; std::getline(page, line);) {
+            const std::size_t start = line.find_first_not_of(' ');
+            if (start != line.npos && start >= 4 && line.substr(start).starts_with("va ")) {
+                commands.push_back(line.substr(start));
+            }
+        }
+        return commands;
+    }
+
+    mutable std::string said_;
+};
+
+TEST_F(VaExamples, OfPagesWorkAsWritten) {
+    const bool hasJq = InShell("jq --version") == 0;
+    for (const char* page : {"/docs/players.md", "/docs/ci.md"}) {
+        const std::vector<std::string> commands = CommandsOf(std::string(PAGES) + page);
+        EXPECT_GE(commands.size(), 3U);
+        std::string job = "OLD=1.0 NEW=1.1\nrm -f Town-1.1.va Town-1.0-*\n";
+        for (const std::string& command : commands) {
+            if (hasJq || command.find("| jq") == command.npos) job += command + "\n";
+        }
+        SCOPED_TRACE(page);
+        EXPECT_EQ(InShell(job), 0) << said_;
+    }
+    EXPECT_TRUE(folder_.Has("Town-1.0-1.1.patch.va"));
+    EXPECT_TRUE(folder_.Has("report.html"));
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
