@@ -1,4 +1,5 @@
-// The MD5 digest of a file of the file system.
+// The MD5 digest of a file of the file system. A fixed operation for hosts: the converter digests
+// members as it reads them.
 #pragma once
 
 #include "kernel/InternedString.h"
