@@ -16,6 +16,9 @@ enum class ExitCode : int {
     DiskFull = 50,
 };
 
+// Returns the graver result of two inputs: refused, not found, something to look at, done.
+[[nodiscard]] ExitCode Graver(ExitCode a, ExitCode b);
+
 // Thrown to end a command; the message is for a person: the thing, the reason, what to do next.
 struct Failure {
     ExitCode code;

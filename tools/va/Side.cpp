@@ -5,6 +5,7 @@
 #include <iostream>
 #include <iterator>
 
+#include "platform/Interruption.h"
 #include "tools/va/ShownText.h"
 
 namespace va::tool {
@@ -49,11 +50,31 @@ void TellSkipped(Run& run, const std::string& folder, const std::vector<LeftOut>
     }
 }
 
+// The archive tool stores the system's bytes, mostly UTF-8, where the format has code page 1252.
+void NoteUtf8Names(Run& run, const Archive& archive) {
+    if (archive.Info().isFolder) return;
+    std::uint64_t count = 0;
+    const Member* first = nullptr;
+    for (const Member& member : archive.Members()) {
+        const std::string& stored = member.StoredName();
+        const bool isAscii = std::ranges::none_of(stored, [](char c) { return (c & 0x80) != 0; });
+        if (isAscii || !IsUtf8(stored)) continue;
+        if (!first) first = &member;
+        ++count;
+    }
+    if (!first) return;
+    run.talk.Note(Shown(archive.Path().string()) + ": " + Counted(count, "name") +
+                  " stored in UTF-8, as VArchive does, such as '" + Shown(first->Name()) +
+                  "' for '" + Shown(first->StoredName()) +
+                  "'; unpack with VArchive and pack with 'va create' to mend them");
+}
+
 }  // namespace
 
 Archive OpenSide(Run& run, const std::string& operand) {
     Archive side{std::filesystem::path(operand)};
     TellSkipped(run, operand, {side.Skipped().begin(), side.Skipped().end()});
+    NoteUtf8Names(run, side);
     return side;
 }
 
@@ -137,6 +158,34 @@ Member MemberOf(const Archive& archive, const MemberOperand& operand) {
     throw Failure{ExitCode::NotFound, "there is no member '" + Shown(operand.member) + "' in '" +
                                           Shown(operand.archive) +
                                           "'; 'va list' shows its members"};
+}
+
+void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message) {
+    run.talk.Error(message);
+    if (!run.answer.IsJson()) return;
+    run.answer.Write(JsonObject("failed")
+                         .Set("input", input)
+                         .Set("exit", static_cast<std::uint64_t>(code))
+                         .Set("error", message));
+}
+
+ExitCode ForEachOperand(Run& run, const std::function<ExitCode(const std::string&)>& work) {
+    if (run.Operands().size() == 1) return work(run.Operand(0));
+    ExitCode gravest = ExitCode::Done;
+    for (const std::string& operand : run.Operands()) {
+        ExitCode code = ExitCode::Done;
+        try {
+            code = work(operand);
+        } catch (const Error& error) {
+            const bool isInput =
+                error.code() == ErrorCode::Refused || error.code() == ErrorCode::NotFound;
+            if (!isInput || platform::InterruptionAsked()) throw;
+            code = static_cast<ExitCode>(error.code());
+            TellFailed(run, operand, code, Shown(error.what()));
+        }
+        gravest = Graver(gravest, code);
+    }
+    return gravest;
 }
 
 ProgressFunction ProgressOf(Run& run) {

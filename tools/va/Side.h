@@ -1,6 +1,7 @@
 // Operands that are archives, folders, or members of one.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,14 @@ struct MemberOperand {
 
 // Returns the member that an operand names, in its archive. Throws Failure (NotFound).
 [[nodiscard]] Member MemberOf(const Archive& archive, const MemberOperand& operand);
+
+// Says that one of several inputs cannot be read; the command continues with the next.
+void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message);
+
+// Calls `work` for each operand and returns the gravest result. Of several, one that cannot be read
+// is said and skipped.
+[[nodiscard]] ExitCode ForEachOperand(Run& run,
+                                      const std::function<ExitCode(const std::string&)>& work);
 
 // Returns a function for the library's work that shows the progress, and stops the work when the
 // user asks.

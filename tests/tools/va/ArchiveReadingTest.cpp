@@ -78,6 +78,31 @@ TEST_F(VaReadsArchives, NamesAreShownSafely) {
     EXPECT_EQ(Names(), "Town.va odd.va town ");
 }
 
+// The archive tool stores the bytes of the system's names; the format has code page 1252.
+TEST_F(VaReadsArchives, NamesThatTheArchiveToolStoredInUtf8AreNoted) {
+    folder_.Write("new/\xC3\xA4.txt", "x");
+    ASSERT_EQ(
+        Shell("cd " + folder_.Path("new") + " && " VARCHIVE " -k a ../utf8.va '*' >/dev/null"), 0);
+    const std::string note =
+        "note: utf8.va: 1 name stored in UTF-8, as VArchive does, such as '\xC3\x83\xC2\xA4.txt' "
+        "for '\xC3\xA4.txt'; ";
+    ExpectAnswers(
+        {{"list utf8.va", 0, note},
+         {"compare utf8.va new", 1, note},
+         {"create right.va new", 0, "*"},
+         {"compare right.va new", 0, "1 same, 0 changed, 0 added, 0 renamed, 0 removed"}});
+    EXPECT_EQ(Va("list right.va").err, "");
+}
+
+TEST_F(VaReadsArchives, OneOfSeveralFilesThatCannotBeReadEndsNothing) {
+    folder_.Write("odd.va", "no archive");
+    ExpectAnswers({{"test odd.va Town.va nowhere.va", 2, "Town.va: whole, "},
+                   {"test Town.va nowhere.va", 9, "nowhere.va: there is no such file"},
+                   {"info nowhere.va Town.va", 9, "Town.va: archive\n"},
+                   {"info --json nowhere.va Town.va", 9,
+                    R"({"type":"failed","input":"nowhere.va","exit":9,"error":")"}});
+}
+
 TEST_F(VaReadsArchives, ExtractWritesWhatWasPackedAndReplacesNothingUnasked) {
     ASSERT_EQ(Va("extract -C out Town.va").exitCode, 0);
     ExpectAnswers({

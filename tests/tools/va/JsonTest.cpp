@@ -120,7 +120,7 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "tag diff --json tags.chump a/one.txt",
              "list --json Odd.va",
              "list --json Nowhere.va",
-             "info --json Odd.va a unfit b.chump",
+             "info --json Odd.va a unfit b.chump nowhere.va",
              "test --json Odd.va Bad.va",
              "extract --json -C out Odd.va",
              "create --json Made.va a",

@@ -117,17 +117,21 @@ protected:
         folder_.Write("town/config.txt",
                       "username \"Town\"\nmass 7\nbuilt 1990\n"
                       "thumbnails\n{\n  0\n  {\n    image \"a.jpg\"\n  }\n}\n"
-                      "km/h\n{\n  limit 80\n}\n");
+                      "km/h\n{\n  limit 80\n}\n"
+                      "engine\n{\n  power 7\n}\n"
+                      "mesh-table\n{\n  default\n  {\n    mesh \"a.im\"\n  }\n}\n");
         folder_.Write("town/textures/wall.tga", Noise(3000));
         folder_.Write("town/textures/fine/roof.tga", Noise(2000));
         folder_.Write("town/trains/config.txt", "kuid <kuid:1:2>\n");
         folder_.Write("town/house/house.im", "LEC2"s + std::string(60, '\0'));
         folder_.Write("my-edits/config.txt", "username \"Mine\"\n");
-        ASSERT_EQ(InShell("cp -r town town-work && echo more >>town-work/textures/wall.tga && "
+        ASSERT_EQ(InShell("va tag to-binary town/config.txt town/trains/engine.chump && "
+                          "cp -r town town-work && echo more >>town-work/textures/wall.tga && "
                           "cp town-work/textures/wall.tga town-work/textures/copy.tga"),
                   0);
         ASSERT_EQ(
-            InShell("cp town/config.txt . && cp town/house/house.im . && cp -r town assets && "
+            InShell("cp town/config.txt . && cp town/house/house.im . && cp -r town assets && rm "
+                    "assets/trains/engine.chump && "
                     "mkdir configs && cp config.txt configs && cp config.txt a.txt && "
                     "cp config.txt b.txt && cp -r town work && "
                     "va tag to-binary config.txt config.chump && "
@@ -149,6 +153,15 @@ protected:
         return code;
     }
 
+    // Runs a command among the files, of which `made`, which it is to make, are not there.
+    void ExpectWorks(const std::string& command, const std::string& made) const {
+        SCOPED_TRACE(command);
+        const int code = InShell("rm -rf ../stage && cp -r . ../stage && cd ../stage && rm -rf " +
+                                 made + "\n" + command);
+        EXPECT_TRUE(code == 0 || code == 1) << said_;
+        EXPECT_EQ(InShell("rm -rf ../stage"), 0);
+    }
+
     // The lines of a page that a reader may type.
     [[nodiscard]] static std::vector<std::string> CommandsOf(const std::string& path) {
         std::ifstream page(path);
@@ -164,6 +177,34 @@ protected:
 
     mutable std::string said_;
 };
+
+// What the examples of a command make, and what is therefore not to be there before.
+const std::map<std::string, std::string> kMade = {
+    {"create", "Town.va"},
+    {"diff", "Town-1.0-* town-1.1.patch.va"},
+    {"extract", "config.txt house textures trains out"},
+    {"sums", "town"},
+    {"tag to-binary", "config.chump"},
+    {"tag to-text", "config.txt"},
+};
+
+TEST_F(VaExamples, OfHelpWorkAsWritten) {
+    ASSERT_EQ(InShell("va help | sed -n 's/^  \\(.\\{16\\}\\).*/\\1/p'"), 0);
+    std::istringstream commands(said_);
+    int ran = 0;
+    for (std::string words; std::getline(commands, words);) {
+        words.erase(words.find_last_not_of(' ') + 1);
+        ASSERT_EQ(InShell("va help " + words), 0);
+        std::istringstream help(said_.substr(said_.find("\nexamples:")));
+        for (std::string line; std::getline(help, line);) {
+            if (!line.starts_with("  va ")) continue;
+            const auto made = kMade.find(words);
+            ExpectWorks(line.substr(2), made == kMade.end() ? "out" : made->second);
+            ++ran;
+        }
+    }
+    EXPECT_GT(ran, 40);
+}
 
 TEST_F(VaExamples, OfPagesWorkAsWritten) {
     const bool hasJq = InShell("jq --version") == 0;

@@ -172,11 +172,9 @@ bool Describe(Run& run, const std::string& path) {
 }
 
 ExitCode Info(Run& run) {
-    ExitCode code = ExitCode::Done;
-    for (const std::string& path : run.Operands()) {
-        if (!Describe(run, path)) code = ExitCode::LookAt;
-    }
-    return code;
+    return ForEachOperand(run, [&run](const std::string& path) {
+        return Describe(run, path) ? ExitCode::Done : ExitCode::LookAt;
+    });
 }
 
 }  // namespace

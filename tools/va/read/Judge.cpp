@@ -48,11 +48,9 @@ bool TestOne(Run& run, const std::string& path) {
 }
 
 ExitCode Test(Run& run) {
-    ExitCode code = ExitCode::Done;
-    for (const std::string& path : run.Operands()) {
-        if (!TestOne(run, path)) code = ExitCode::Refused;
-    }
-    return code;
+    return ForEachOperand(run, [&run](const std::string& path) {
+        return TestOne(run, path) ? ExitCode::Done : ExitCode::Refused;
+    });
 }
 
 }  // namespace

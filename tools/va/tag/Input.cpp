@@ -62,12 +62,6 @@ Failure FailureOf(const Error& error) {
     return {static_cast<ExitCode>(error.code()), Shown(error.what())};
 }
 
-ExitCode Graver(ExitCode a, ExitCode b) {
-    constexpr std::array kOrder = {ExitCode::Done, ExitCode::LookAt, ExitCode::NotFound,
-                                   ExitCode::Refused};
-    return std::ranges::find(kOrder, a) < std::ranges::find(kOrder, b) ? b : a;
-}
-
 }  // namespace
 
 class InputFinder {
@@ -195,13 +189,7 @@ ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
             code = work(input);
         } catch (const BadInput& failure) {
             code = failure.code;
-            run.talk.Error(failure.message);
-            if (run.answer.IsJson()) {
-                run.answer.Write(JsonObject("failed")
-                                     .Set("input", input.Name())
-                                     .Set("exit", static_cast<std::uint64_t>(code))
-                                     .Set("error", failure.message));
-            }
+            TellFailed(run, input.Name(), failure.code, failure.message);
         }
         gravest = Graver(gravest, code);
         done += input.Size();
