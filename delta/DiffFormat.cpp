@@ -2,6 +2,7 @@
 
 #include <lzma.h>
 
+#include "delta/Crc32.h"
 #include "delta/Delta.h"
 
 namespace delta {
@@ -33,7 +34,7 @@ std::uint64_t CheckedSize(std::uint64_t size) {
 
 }  // namespace
 
-std::uint32_t OldCheck(ByteView oldFile) { return lzma_crc32(oldFile.data(), oldFile.size(), 0); }
+std::uint32_t OldCheck(ByteView oldFile) { return Crc32(oldFile); }
 
 ByteBuffer MakeHead(Method method, ByteView oldFile, ByteView newFile, ByteView payload) {
     ByteBuffer head;
