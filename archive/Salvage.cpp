@@ -57,6 +57,10 @@ struct Salvage::Picks {
         pick.lostRank = rank;
         pick.lost = std::move(member);
     }
+    [[nodiscard]] bool HasLost(std::string_view name) const {
+        const auto pick = byName.find(FoldName(name));
+        return pick != byName.end() && pick->second.lost.has_value();
+    }
     // Whether a place lies in the content of a member that an index lists.
     [[nodiscard]] bool IsInside(std::uint64_t place) const {
         const auto after = std::ranges::upper_bound(listed, std::pair(place, UINT64_MAX));
@@ -123,16 +127,18 @@ std::uint64_t Salvage::BaseOf(const FoundIndex& found) const {
 void Salvage::PlaceRecords(Index& index) {
     const MemberTable& table = index.found->records;
     index.records.resize(table.End());
-    bool anyChunk = table.End() == 0;
+    index.trusted = std::ranges::any_of(scanned_.headers, [&](const FoundHeader& header) {
+        return header.base + header.header.indexOffset == index.found->place;
+    });
     for (MemberTable::Ordinal i = 0; i < table.End(); ++i) {
         const Member member = table[i];
         Record& record = index.records[i];
         const std::uint64_t place = index.base + member.dataOffset;
         record.chunk = ChunkAt(place);
         if (record.chunk != kNone) {
-            anyChunk = true;
             index.end = std::max(index.end, place + member.storedSize);
             if (scanned_.chunks[record.chunk].live && SameNumbers(member, MemberOf(record.chunk))) {
+                index.trusted = true;
                 continue;
             }
         }
@@ -147,7 +153,7 @@ void Salvage::PlaceRecords(Index& index) {
             if (header.base == index.base) claims_.back().version = header.header.version;
         }
     }
-    index.covers = index.found->intact && anyChunk;
+    index.covers = index.found->intact && index.trusted;
 }
 
 // Otherwise records that all name the same bytes would have them judged again and again.
@@ -253,15 +259,20 @@ bool Salvage::PickRecord(const Index& index, MemberTable::Ordinal ordinal, Picks
         ++picks.older;
         return true;
     }
-    if (hasChunk) used_[record.chunk] = 1;
     const bool agrees = hasChunk && record.claim == kNone && SameNumbers(chunk, member);
+    const bool sameName = hasChunk && SameName(chunk.name, member.name);
+    if (agrees || sameName) used_[record.chunk] = 1;
     const std::size_t like = ChunkLike(member);
     SalvagedMember found;
     if (agrees && IsWhole(record.chunk)) {
         found = Described(record.chunk);
-        found.name = member.name;
+        // Of two names the one that readers find; else the index's, which they have used so far.
+        const bool byChunk = NameProblem(member.name) && !NameProblem(chunk.name);
+        if (!byChunk) found.name = member.name;
         if (!SameName(chunk.name, member.name)) {
-            found.doubt = ChunkCalls(chunk.name);
+            found.doubt =
+                byChunk ? "its chunk calls it so, and the index '" + std::string(member.name) + "'"
+                        : ChunkCalls(chunk.name);
         } else if (LacksSum(member) && picks.hasSums && chunk.name != member.name) {
             return false;
         } else if (LacksSum(member)) {
@@ -274,7 +285,13 @@ bool Salvage::PickRecord(const Index& index, MemberTable::Ordinal ordinal, Picks
         used_[like] = 1;
         found = Described(like);
     } else if (hasChunk && IsWhole(record.chunk)) {
-        found = Described(record.chunk);  // the record is the damaged one
+        // The record is the damaged one, or its member lies elsewhere.
+        found = Described(record.chunk);
+        if (!sameName) {
+            if (used_[record.chunk] == 0) picks.Save(std::move(found), true);
+            used_[record.chunk] = 1;
+            return false;
+        }
     } else {
         return false;
     }
@@ -328,12 +345,15 @@ void Salvage::PickChunk(std::size_t chunk, Picks& picks) {
     const FoundChunk& found = scanned_.chunks[chunk];
     if (used_[chunk] != 0 || !found.live || found.inner || picks.IsInside(found.place)) return;
     const Index* const index = IndexOver(found.place);
-    if (index && index->covers) {
+    if (index && index->covers && !picks.HasLost(MemberOf(chunk).name)) {
         ++picks.unlisted;
         return;
     }
     SalvagedMember member = Described(chunk);
     if (LacksSum(member.numbers) && member.doubt.empty()) member.doubt = kNoSum;
+    if (found.mayBeInner && member.doubt.empty()) {
+        member.doubt = "it may belong to an archive inside this one";
+    }
     const bool whole = IsWhole(chunk) && !(LacksSum(member.numbers) && picks.hasSums);
     if (whole) {
         picks.Save(std::move(member), !index);
@@ -365,7 +385,8 @@ SalvageResult Salvage::Resolve() {
     std::vector<Missing> missing;
     for (const Index& index : indexes_) {
         for (MemberTable::Ordinal i = 0; i < index.records.size(); ++i) {
-            if (!PickRecord(index, i, picks)) missing.push_back({&index, i});
+            const bool picked = PickRecord(index, i, picks);
+            if (!picked && index.trusted) missing.push_back({&index, i});
         }
     }
     PickMissing(missing, picks);

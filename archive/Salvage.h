@@ -70,7 +70,10 @@ private:
         const FoundIndex* found;
         std::uint64_t base = 0;
         std::uint64_t end = 0;  // of the members that it covers, which begin at `base`
-        bool covers = false;    // what it leaves out was deleted
+        // A header names it, or it agrees with a chunk: else it may be that of an archive inside a
+        // member, of which only what proves itself counts.
+        bool trusted = false;
+        bool covers = false;  // what it leaves out was deleted
         std::vector<Record> records{};
     };
     struct Missing {

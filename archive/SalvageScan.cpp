@@ -36,6 +36,7 @@ public:
         ReadFirstHeader();
         for (std::uint64_t at = 0; at < scanned_.size;) {
             const std::uint64_t end = Visit(at);
+            if (end > at) lastEnd_ = end;
             at = end > at ? end : NextMark(at + 1);
             Report(at);
         }
@@ -83,6 +84,7 @@ private:
         FoundChunk found{.place = at + kMemberPrefixSize, .version = version_};
         found.live = chunk.Is(kMemberChunk);
         found.inner = at < innerEnd_;
+        found.mayBeInner = mayBeInner_;
         const auto ordinal = scanned_.entries.Add(static_cast<std::uint32_t>(found.place),
                                                   static_cast<std::uint32_t>(stored), entry);
         const std::uint64_t end = found.place + stored;
@@ -107,9 +109,11 @@ private:
         return (member && next.length >= kFindEntrySize) || next.Is(kArchiveMark);
     }
 
+    // Returns whether a content begins as an archive does; a few bytes may have been inserted.
     [[nodiscard]] bool BeginsArchive(std::uint64_t at) {
-        const auto bytes = window_.At(at, kArchivePreambleSize);
-        return bytes.size() >= kMarkSize && MarkEquals(bytes.first<kMarkSize>(), kArchiveMark);
+        const auto bytes = window_.At(at, 2 * kArchivePreambleSize);
+        const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+        return text.find(kInfoChunk) != text.npos || text.starts_with(kArchiveMark);
     }
 
     void JudgeNow(const Member& member, FoundChunk& found) {
@@ -179,6 +183,8 @@ private:
         if (known || !fits || !header.IsValid() || base < innerEnd_) return;
         scanned_.headers.push_back({base, header});
         version_ = header.version;
+        // An archive that was joined begins where the one before it ends.
+        mayBeInner_ = base != lastEnd_ && !scanned_.chunks.empty();
     }
 
     // The header knows place and length of the index even if the index has lost its own.
@@ -234,7 +240,9 @@ private:
     std::uint64_t mayJudge_ = 0;  // bytes that are left, as for the next one
     std::uint64_t mayList_ = 0;
     std::uint64_t reported_ = 0;
+    std::uint64_t lastEnd_ = 0;   // of the last part that was passed over
     std::uint64_t innerEnd_ = 0;  // of damaged members that are archives
+    bool mayBeInner_ = false;
     std::uint32_t version_ = kArchiveVersion102;
 };
 

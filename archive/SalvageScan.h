@@ -29,7 +29,8 @@ struct FoundChunk {
     std::uint64_t place = 0;  // of the data in the file; files that were joined may pass 4 GiB
     std::uint32_t version = kArchiveVersion102;  // of the header before it
     bool live = true;                            // not marked as deleted
-    bool inner = false;  // lies in the damaged content of a member that is an archive itself
+    bool inner = false;       // lies in the damaged content of a member that is an archive itself
+    bool mayBeInner = false;  // a header lies before it that does not follow an archive
     Wholeness state = Wholeness::Unjudged;
     std::string reason{};  // why it is damaged
 };

@@ -53,8 +53,8 @@ std::string ArchiveOf(const std::vector<RawMember>& members, bool withIndex = tr
 class SavingWhatIsWhole : public InFolder {
 protected:
     SavingWhatIsWhole() {
-        const std::string inner =
-            ArchiveOf({Stored("m1", "not the m1 of the archive outside"), Stored("x", Noise(700))});
+        const std::string inner = ArchiveOf(
+            {Stored("m1", "not the m1 of the archive outside"), Stored("x", Noise(700, 99))});
         for (int i = 0; i < 12; ++i) {
             const std::string name = "d" + std::to_string(i % 3) + "/m" + std::to_string(i);
             contents_[name] = i % 2 == 0 ? Prose(800 + i * 700) : Noise(300 + i * 400, i);
@@ -137,7 +137,7 @@ protected:
             const bool renamed =
                 found == saved.contents.end() &&
                 std::ranges::any_of(saved.contents, [&, &own = content](const auto& item) {
-                    return item.second == own && saved.doubtful.contains(item.first);
+                    return item.second == own && !contents_.contains(item.first);
                 });
             if (whole(name)) {
                 EXPECT_TRUE(found != saved.contents.end() || renamed) << "not saved";
@@ -145,7 +145,10 @@ protected:
             }
         }
         EXPECT_FALSE(saved.contents.contains("gone"));
-        EXPECT_FALSE(saved.contents.contains("x")) << "a member of the archive inside";
+        // Without its own index, the archive inside may be taken for a part of the one outside.
+        if (saved.result.indexWhole || Has(bytes, "inner.va")) {
+            EXPECT_FALSE(saved.contents.contains("x")) << "a member of the archive inside";
+        }
     }
     void ExpectAllWholeSaved(const std::string& bytes) {
         ExpectAllWholeSaved(bytes, [&](const std::string& name) {
