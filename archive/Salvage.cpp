@@ -281,10 +281,10 @@ bool Salvage::PickRecord(const Index& index, MemberTable::Ordinal ordinal, Picks
     } else if (IsWhole(record.claim) && !(LacksSum(member) && picks.hasSums)) {
         found = Described(record.claim);
         if (LacksSum(member)) found.doubt = kNoSum;
-    } else if (IsWhole(like)) {
+    } else if (IsWhole(like) && !LacksSum(member)) {
         used_[like] = 1;
         found = Described(like);
-    } else if (hasChunk && IsWhole(record.chunk)) {
+    } else if (hasChunk && IsWhole(record.chunk) && !LacksSum(chunk)) {
         // The record is the damaged one, or its member lies elsewhere.
         found = Described(record.chunk);
         if (!sameName) {

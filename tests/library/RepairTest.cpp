@@ -337,6 +337,14 @@ TEST_F(SavingWhatIsWhole, MembersWithoutACheckSum) {
     EXPECT_EQ(saved.lost.size(), 2u);
 }
 
+// The check sum is lost with the content, and nothing but the index tells that there was one.
+TEST_F(SavingWhatIsWhole, ZerosOverCheckSumAndContentAreNoMember) {
+    const std::size_t sum = places_["d1/m1"] + 8 + 268;
+    const Saved saved = Repair(With(sum, std::string(500, '\0')));
+    EXPECT_EQ(saved.lost.count("d1/m1"), 1u);
+    EXPECT_EQ(saved.contents.size(), contents_.size() - 1);
+}
+
 TEST_F(SavingWhatIsWhole, StreamsOfTheEarlierFormat) {
     RawMember member = Stored("old.txt", Prose(40000), true);
     member.data.erase(4, 8);
