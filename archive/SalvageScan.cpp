@@ -104,9 +104,12 @@ private:
         const auto bytes = ahead_.At(at, kChunkHeaderSize);
         if (bytes.size() < kChunkHeaderSize) return false;
         const ChunkHeader next = DecodeChunkHeader(bytes.first<kChunkHeaderSize>());
+        // Text such as "archive" begins like a header.
+        if (next.Is(kArchiveMark)) return MarkEquals(bytes.last<kMarkSize>(), kInfoChunk);
+        if (at + kChunkHeaderSize + next.length > scanned_.size) return false;
         if (next.Is(kIndexChunk)) return next.length % kIndexRecordSize == 0;
         const bool member = next.Is(kMemberChunk) || next.Is(kDeletedChunk);
-        return (member && next.length >= kFindEntrySize) || next.Is(kArchiveMark);
+        return member && next.length >= kFindEntrySize;
     }
 
     // Returns whether a content begins as an archive does; a few bytes may have been inserted.
