@@ -102,6 +102,19 @@ void ReadIndex(const platform::FileHandle& file, Contents& contents) {
                                                : IndexState::OddLength;
 }
 
+Contents ReadOnce(const platform::FileHandle& file, const ArchiveHeader& base) {
+    Contents contents;
+    contents.header = base;
+    contents.footprint = TakeFootprint(file);
+    if (contents.footprint.length < 0) {
+        throw Error(ErrorCode::CannotRead, "its length cannot be read");
+    }
+    contents.fileSize = static_cast<std::uint64_t>(contents.footprint.length);
+    ReadHeader(file, contents);
+    ReadIndex(file, contents);
+    return contents;
+}
+
 }  // namespace
 
 Footprint TakeFootprint(const platform::FileHandle& file) {
@@ -115,22 +128,24 @@ Footprint TakeFootprint(const platform::FileHandle& file) {
 }
 
 Contents ReadContents(const platform::FileHandle& file, const ArchiveHeader& base) {
-    Contents contents;
-    contents.header = base;
-    contents.footprint = TakeFootprint(file);
-    if (contents.footprint.length < 0) {
-        throw Error(ErrorCode::CannotRead, "its length cannot be read");
-    }
-    contents.fileSize = static_cast<std::uint64_t>(contents.footprint.length);
-    ReadHeader(file, contents);
-    ReadIndex(file, contents);
-    // A writer that came between may have put other bytes where the records were.
-    if (contents.index != IndexState::Absent && TakeFootprint(file) != contents.footprint) {
+    constexpr int kTries = 10;
+    for (int tries = 1;; ++tries) {
+        Contents contents = ReadOnce(file, base);
+        if (contents.index == IndexState::Absent || StillNamesIndex(file, contents)) {
+            return contents;
+        }
+        if (tries < kTries) continue;
+        // A writer keeps coming between, and may have put other bytes where the records were.
         contents.members = MemberTable();
         contents.index = IndexState::Missing;
         contents.indexEnd = 0;
+        return contents;
     }
-    return contents;
+}
+
+bool StillNamesIndex(const platform::FileHandle& file, const Contents& contents) {
+    const Footprint now = TakeFootprint(file);
+    return now.header == contents.footprint.header && now.index == contents.footprint.index;
 }
 
 Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode) {

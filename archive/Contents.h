@@ -47,11 +47,15 @@ struct Contents {
     }
 };
 
-// Reads header and index. Of an index that is cut short the whole records count; one that was
-// changed while it was read counts as missing. Fields that a short header does not hold are those
+// Reads header and index. Of an index that is cut short the whole records count; one that keeps
+// changing while it is read counts as missing. Fields that a short header does not hold are those
 // of `base`. Throws Error: NotAnArchive, CannotRead.
 [[nodiscard]] Contents ReadContents(const platform::FileHandle& file,
                                     const ArchiveHeader& base = {});
+
+// Returns whether the header names the index that was read, which is there as it was: a file that
+// only grew holds the same members.
+[[nodiscard]] bool StillNamesIndex(const platform::FileHandle& file, const Contents& contents);
 
 // Returns an archive without members, which is written nowhere yet.
 [[nodiscard]] Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode);

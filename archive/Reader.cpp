@@ -25,8 +25,18 @@ namespace {
 
 Reader::Reader(const std::string& path) : Reader(OpenForReading(path)) {}
 
-Reader::Reader(platform::FileHandle file) : file_(std::move(file)), contents_(ReadContents(file_)) {
-    WalkRest(file_, contents_.members);
+Reader::Reader(platform::FileHandle file) : file_(std::move(file)) {
+    constexpr int kTries = 10;
+    for (int tries = 0; tries < kTries; ++tries) {
+        contents_ = ReadContents(file_);
+        const MemberTable::Ordinal indexed = contents_.members.End();
+        WalkRest(file_, contents_.members);
+        // Members that appeared after the index was read may belong to a newer one.
+        if (contents_.members.End() == indexed || !contents_.Maintained() ||
+            StillNamesIndex(file_, contents_)) {
+            return;
+        }
+    }
 }
 
 std::optional<Member> Reader::Find(std::string_view name) const {

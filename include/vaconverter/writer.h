@@ -57,6 +57,32 @@ struct CreateResult {
     std::vector<std::filesystem::path> abandoned;
 };
 
+struct AddOptions {
+    // Members whose content the archive has already are left as they are.
+    bool update = false;
+    // Does that, and deletes the members that are not among those to add: all of them, or those
+    // below the folder `syncUnder`.
+    bool sync = false;
+    std::string syncUnder{};
+    bool dryRun = false;
+    Compression compression = Compression::WhereItSaves;
+    unsigned threads = 1;
+    // Called for each member that was changed, when the change is made.
+    std::function<void(const Change&)> changed{};
+};
+
+struct ChangeResult {
+    std::uint64_t added = 0;
+    std::uint64_t replaced = 0;
+    std::uint64_t deleted = 0;
+    std::uint64_t renamed = 0;
+    std::uint64_t same = 0;     // left as they are, with `update`
+    std::uint64_t members = 0;  // that the archive has now
+    // Of the file now; with `dryRun` as it is.
+    std::uint64_t bytes = 0;
+    std::uint64_t deadBytes = 0;
+};
+
 // Collects members and writes an archive of them. Their contents are read when it is written: what
 // they come from must stay until then. One thread at a time.
 class ArchiveWriter {
@@ -89,6 +115,11 @@ public:
     // exists and is not to be replaced, or lies below a folder that is read; DiskFull where the
     // room on the disk, or the 4 GiB of an archive, are known to be too small.
     CreateResult Create(const CreateOptions& options, const ProgressFunction& progress = {}) const;
+
+    // Adds the members to an archive that is there, in place (see change.h), and replaces those of
+    // the same names. Throws Error as Create does; NotFound if there is no such archive.
+    ChangeResult AddTo(const std::filesystem::path& archive, const AddOptions& options = {},
+                       const ProgressFunction& progress = {}) const;
 
 private:
     struct Impl;

@@ -38,7 +38,8 @@ std::span<const Group> Groups() {
     static const std::array kReading = {ListCommand(), InfoCommand(),    TestCommand(),
                                         CatCommand(),  ExtractCommand(), CompareCommand(),
                                         SumsCommand(), OverlayCommand(), BlocksCommand()};
-    static const std::array kChanging = {CreateCommand(), RepackCommand(), RepairCommand()};
+    static const std::array kChanging = {CreateCommand(), AddCommand(),    DeleteCommand(),
+                                         RenameCommand(), RepackCommand(), RepairCommand()};
     static const std::array kPatches = {DiffCommand(), ApplyCommand(), VerifyCommand(),
                                         ReportCommand()};
     static const std::array kGroups = {

@@ -5,7 +5,10 @@
 
 namespace va::tool {
 
+[[nodiscard]] Command AddCommand();
 [[nodiscard]] Command CreateCommand();
+[[nodiscard]] Command DeleteCommand();
+[[nodiscard]] Command RenameCommand();
 [[nodiscard]] Command RepackCommand();
 [[nodiscard]] Command RepairCommand();
 

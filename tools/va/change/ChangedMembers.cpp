@@ -41,6 +41,37 @@ void Tell(Run& run, const Change& change) {
 
 }  // namespace
 
+void TellResult(Run& run, const std::string& archive, const ChangeResult& result) {
+    run.answer.Last()
+        .Set("added", result.added)
+        .Set("replaced", result.replaced)
+        .Set("deleted", result.deleted)
+        .Set("renamed", result.renamed)
+        .Set("same", result.same)
+        .Set("members", result.members)
+        .Set("bytes", result.bytes)
+        .Set("dead", result.deadBytes);
+    std::string done;
+    const auto say = [&done](std::uint64_t count, const char* what) {
+        if (count > 0) done += (done.empty() ? "" : ", ") + GroupedDigits(count) + " " + what;
+    };
+    say(result.added, "added");
+    say(result.replaced, "replaced");
+    say(result.deleted, "deleted");
+    say(result.renamed, "renamed");
+    say(result.same, "same");
+    const bool changes = result.added + result.replaced + result.deleted + result.renamed > 0;
+    std::string line = (run.Has(kDryRun) && changes ? "would change " : "") + Shown(archive) +
+                       ": " + (done.empty() ? "nothing to do" : done);
+    if (!run.Has(kDryRun)) {
+        line += "; " + Counted(result.members, "member") + ", " + ShownBytes(result.bytes);
+        if (result.deadBytes > 0) {
+            line += ", " + ShownBytes(result.deadBytes) + " of them dead; 'va repack' frees those";
+        }
+    }
+    run.talk.Summary(line);
+}
+
 std::function<void(const Change&)> TellingChanges(Run& run) {
     if (!run.answer.IsJson() && !run.talk.IsVerbose() && !run.Has(kDryRun)) return {};
     return [&run](const Change& change) { Tell(run, change); };

@@ -12,4 +12,7 @@ namespace va::tool {
 // -v, and with -n, whose purpose they are.
 [[nodiscard]] std::function<void(const Change&)> TellingChanges(Run& run);
 
+// Ends the answer with what a change did, and says it in a line.
+void TellResult(Run& run, const std::string& archive, const ChangeResult& result);
+
 }  // namespace va::tool

@@ -1,6 +1,7 @@
 #include "tools/va/change/Inputs.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 
 #include "tools/va/Side.h"
@@ -30,6 +31,23 @@ Inputs::Inputs(Run& run, std::size_t first, std::string_view under) {
             writer_.AddFile(path, before + name);
         }
     }
+}
+
+Inputs::Inputs(const std::string& path, const std::string& name) {
+    if (path != "-") {
+        writer_.AddFile(path, name);
+        return;
+    }
+    constexpr std::size_t kPiece = 1 << 20;
+    std::vector<std::byte> content;
+    for (std::size_t got = 1; got > 0 && content.size() <= UINT32_MAX;) {
+        const std::size_t before = content.size();
+        content.resize(before + kPiece);
+        got = std::fread(content.data() + before, 1, kPiece, stdin);
+        content.resize(before + got);
+    }
+    if (std::ferror(stdin) != 0) Refuse("standard input cannot be read");
+    writer_.AddContent(std::move(content), name);
 }
 
 }  // namespace va::tool

@@ -25,8 +25,11 @@ inline constexpr Option kCompress{
 // relative to it; a file gets its own name. What --exclude matches is left out.
 class Inputs {
 public:
-    // Opens the operands from `first` on. Warns about links and devices. Throws va::Error.
+    // Opens the operands from `first` on; members get names below the folder `under`. Warns about
+    // links and devices. Throws va::Error.
     Inputs(Run& run, std::size_t first, std::string_view under = {});
+    // Takes one file, or standard input for "-", under a name.
+    Inputs(const std::string& path, const std::string& name);
 
     [[nodiscard]] ArchiveWriter& Writer() { return writer_; }
 
