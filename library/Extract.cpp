@@ -69,19 +69,19 @@ private:
 
     void WriteFile(Worker& worker, const Planned& planned) {
         worker.reader->Begin(planned.member->Index());
-        const std::string target = (options_.folder / planned.path).string();
         const platform::FolderHandle* folder =
             options_.dryRun ? nullptr : worker.chain.FolderOf(planned.path);
-        if (!options_.dryRun && !folder) RefuseFolderOf(target);
+        if (!options_.dryRun && !folder) RefuseFolderOf(planned, options_);
         platform::NewFile file;
         if (folder && !file.Begin(*folder, platform::PlaceOf(planned.path).name))
-            RefuseFile("cannot create", target);
+            RefuseFile("cannot create", planned, options_);
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {
-            if (folder && file.Write(piece) != piece.size()) RefuseFile("cannot write", target);
+            if (folder && file.Write(piece) != piece.size())
+                RefuseFile("cannot write", planned, options_);
             progress_.Add(piece.size());
         }
         if (folder && !file.Publish(options_.replace))
-            RefuseFile("cannot put a file in the place of", target);
+            RefuseFile("cannot put a file in the place of", planned, options_);
     }
 
     const Archive& archive_;

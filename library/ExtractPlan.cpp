@@ -45,6 +45,11 @@ std::string PathOf(const Member& member, const ExtractOptions& options) {
     return std::string(path);
 }
 
+// The file of a member, for messages.
+std::string TargetOf(const Planned& planned, const ExtractOptions& options) {
+    return (options.folder / planned.path).string();
+}
+
 // Opens the nearest folder that is there on the way into one.
 bool OpenNearest(const ExtractOptions& options, platform::FolderHandle& folder,
                  platform::FilePlace& place) {
@@ -94,6 +99,10 @@ std::vector<Planned> PlanPaths(const Archive& archive, std::span<const Member> m
 }
 
 const platform::FolderHandle* FolderChain::FolderOf(std::string_view path) {
+    // Neighbours lack the same folder: mostly the whole tree is new.
+    if (!missing_.empty() && path.starts_with(missing_)) return nullptr;
+    missing_.clear();
+    const std::string_view whole = path;
     std::size_t depth = 0;
     const platform::FolderHandle* folder = &root_;
     for (std::size_t slash = path.find('/'); slash != path.npos; slash = path.find('/')) {
@@ -105,6 +114,8 @@ const platform::FolderHandle* FolderChain::FolderOf(std::string_view path) {
             if (!level.folder.OpenIn(*folder, level.name, make_)) {
                 nearest_ = folder;
                 isBlocked_ = folder->KindOf(level.name) != platform::EntryKind::None;
+                // What cannot be made now is tried again for the next file.
+                if (!make_) missing_ = whole.substr(0, whole.size() - path.size());
                 return nullptr;
             }
             levels_.push_back(std::move(level));
@@ -154,11 +165,13 @@ std::vector<std::string> JudgePlaces(const std::vector<Planned>& plan,
     FolderChain chain(root, false);
     for (const Planned& planned : plan) {
         const platform::FolderHandle* folder = chain.FolderOf(planned.path);
-        const std::string target = (options.folder / planned.path).string();
-        if (!folder && chain.IsBlocked()) RefuseFolderOf(target);
+        if (!folder && chain.IsBlocked()) RefuseFolderOf(planned, options);
+        if (!folder && !options.dryRun) continue;
         const std::string name = platform::PlaceOf(planned.path).name;
         // What a real run finds when it writes.
-        if (options.dryRun && !chain.Nearest().CanTake(name)) RefuseFile("cannot create", target);
+        if (options.dryRun && !chain.Nearest().CanTake(name)) {
+            RefuseFile("cannot create", planned, options);
+        }
         if (!folder) continue;
         const platform::EntryKind kind = folder->KindOf(name);
         if (kind == platform::EntryKind::None) continue;
@@ -203,8 +216,9 @@ std::vector<std::string> RemoveAbandoned(const std::vector<Planned>& plan,
     return removed;
 }
 
-void RefuseFile(const char* what, const std::string& target) {
+void RefuseFile(const char* what, const Planned& planned, const ExtractOptions& options) {
     const platform::Error error = platform::LastError();
+    const std::string target = TargetOf(planned, options);
     const bool full =
         error.kind == platform::ErrorKind::NoSpace || error.kind == platform::ErrorKind::TooLarge;
     throw Error(full ? ErrorCode::DiskFull : ErrorCode::Refused,
@@ -213,7 +227,8 @@ void RefuseFile(const char* what, const std::string& target) {
                 target);
 }
 
-void RefuseFolderOf(const std::string& target) {
+void RefuseFolderOf(const Planned& planned, const ExtractOptions& options) {
+    const std::string target = TargetOf(planned, options);
     throw Error(ErrorCode::Refused,
                 "cannot open the folder of '" + target + "'; a file or a link is in the way",
                 target);

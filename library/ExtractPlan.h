@@ -46,6 +46,7 @@ private:
     const platform::FolderHandle& root_;
     const bool make_;
     std::vector<Level> levels_;
+    std::string missing_;  // with '/' at the end: the folder that the last path lacked
     const platform::FolderHandle* nearest_ = &root_;
     bool isBlocked_ = false;
 };
@@ -68,7 +69,8 @@ void JudgeRoom(const std::vector<Planned>& plan, const ExtractOptions& options);
                                                        const platform::FolderHandle& root);
 
 // For the failing system call that came last.
-[[noreturn]] void RefuseFile(const char* what, const std::string& target);
-[[noreturn]] void RefuseFolderOf(const std::string& target);
+[[noreturn]] void RefuseFile(const char* what, const Planned& planned,
+                             const ExtractOptions& options);
+[[noreturn]] void RefuseFolderOf(const Planned& planned, const ExtractOptions& options);
 
 }  // namespace va
