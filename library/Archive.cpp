@@ -24,7 +24,7 @@ IndexState StateOf(archive::IndexState state) {
             return IndexState::Absent;
         case archive::IndexState::Missing:
             return IndexState::Missing;
-        default:
+        default:  // callers need not know in which way
             return IndexState::Damaged;
     }
 }
@@ -45,7 +45,7 @@ Archive::Archive(const std::filesystem::path& path) : impl_(std::make_unique<Imp
             impl_->tree = archive::OpenFolder(name);
         } else {
             auto reader = std::make_unique<archive::Reader>(name);
-            impl_->reader = reader.get();
+            impl_->reader = reader.get();  // the tree owns it; Check and Info need more than a tree
             const archive::Contents& contents = reader->All();
             impl_->info.formatVersion = contents.header.version;
             impl_->info.buildVersion = contents.header.buildVersion;
@@ -75,6 +75,7 @@ void Archive::ListMembers() {
         to.storedSize_ = from.storedSize;
         to.offset_ = from.dataOffset;
         to.index_ = i;
+        // Zero is how an index says that it knows none.
         if (from.crc != 0) to.crc_ = from.crc;
         to.compressed_ = from.compressed;
         impl_->info.contentSize += from.size;
@@ -93,6 +94,7 @@ void Archive::ListMembers() {
     const archive::Contents& contents = impl_->reader->All();
     used += contents.headerEnd + tree.Count() * kChunkOverhead;
     if (contents.Maintained()) used += 8 + tree.Count() * kChunkOverhead;
+    // A damaged index may count bytes twice.
     impl_->info.deadBytes = contents.fileSize > used ? contents.fileSize - used : 0;
 }
 
@@ -126,6 +128,7 @@ std::vector<std::byte> Archive::Read(std::string_view name, std::uint64_t limit)
 }
 
 std::vector<std::byte> Archive::Read(const Member& member, std::uint64_t limit) const {
+    // Before anything is read: the size is what the file claims.
     if (member.Size() > limit) {
         throw Error(ErrorCode::Refused,
                     impl_->path.string() + ": " + member.Name() + ": its " +
@@ -155,6 +158,7 @@ void Archive::Read(const Member& member, Sink& sink) const {
 CheckResult Archive::Check(unsigned threads, std::size_t most,
                            const ProgressFunction& progress) const {
     CheckResult result;
+    // Files have no check sums: all that can be found is that one cannot be read, or has changed.
     if (impl_->info.isFolder) {
         WorkProgress work(progress, "reading", impl_->info.contentSize);
         const auto reader = impl_->tree->NewReader();

@@ -12,6 +12,7 @@
 namespace va {
 namespace {
 
+// Sizes in an archive have 32 bits.
 constexpr std::uint64_t kMostContent = std::numeric_limits<std::uint32_t>::max();
 
 }  // namespace
@@ -40,6 +41,7 @@ void NewMembers::AddAll(const Archive& source, std::string_view under,
     const std::string before =
         under.empty() || under.ends_with('/') ? std::string(under) : std::string(under) + "/";
     for (const LeftOut& file : source.Skipped()) {
+        // Links and devices are left out everywhere; a file that would be missing is told.
         if (!file.isContent) continue;
         unusable_.Add((source.Path() / file.name).string() + " " + file.reason);
     }
@@ -83,6 +85,7 @@ std::string NewMembers::StoredNameOf(std::string_view name) {
     std::string stored = StoredBytes(name);
     const char* problem = NameProblemOf(name, stored);
     if (!problem) return stored;
+    // Collected, so that one run names all that has to be renamed.
     unusable_.Add("'" + std::string(name) + "' " + problem);
     return {};
 }

@@ -25,6 +25,7 @@ public:
 
 private:
     [[nodiscard]] std::uint32_t SumOf(std::size_t side, const Member& member) {
+        // Progress counts what is read; a sum that the index has costs nothing.
         if (!member.Crc()) work_.Add(member.Size());
         return CheckSumOf(readers_[side], member);
     }
@@ -37,6 +38,7 @@ private:
 
 std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
                                     const ProgressFunction& progress) {
+    // Mounts find names in any letter case; the order of the result is that of folded names.
     std::map<std::string, OverlaidMember> names;
     std::uint64_t total = 0;
     for (std::size_t side = 0; side < sides.size(); ++side) {
@@ -53,6 +55,7 @@ std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
     std::vector<OverlaidMember> members;
     members.reserve(names.size());
     for (auto& [name, overlaid] : names) {
+        // Only what hides something is compared.
         if (!overlaid.hidden.empty()) total += overlaid.member.Size();
         members.push_back(std::move(overlaid));
     }

@@ -14,15 +14,18 @@ using From = Part::From;
 using Store = Part::Store;
 
 archive::PackedMember PackAs(std::span<const std::byte> content, Store store) {
+    // Fixed by the programs whose results this must equal, byte for byte.
     constexpr std::size_t kLargestPlain = 1024;
     archive::PackedMember packed;
     bool compress = false;
     switch (content.empty() ? Store::Plain : store) {
         case Store::AsConverter:
+            // Plain content that begins like a stream would be read as one.
             compress = content.size() > kLargestPlain || archive::IsStreamMark(content);
             break;
         case Store::CompressedIfItSaves:
         case Store::PlainIfItSaves:
+            // Whether it saves is known only when it is done; what was packed is then used.
             Pack(content, true, packed);
             compress = SavesEnough(content.size(), packed.data.size()) ==
                        (store == Store::CompressedIfItSaves);
@@ -35,6 +38,7 @@ archive::PackedMember PackAs(std::span<const std::byte> content, Store store) {
     return packed;
 }
 
+// The manifest bounds what a diff may make; a patch without one says no size.
 std::uint64_t SizeLimit(const PatchFile& patch, const Part& part) {
     return patch.GetManifest() ? part.change->newBytes : delta::kMaxSize;
 }
@@ -61,6 +65,7 @@ archive::PackedMember Rebuilder::Make(const Part& part) {
     const std::vector<std::byte> oldContent = ReadOld(part);
     const std::vector<std::byte> diff = ReadHeld(part);
     const delta::Bytes content = ApplyDiff(part, oldContent, diff);
+    // A sound diff gives what it was made for; only the digest says that this is what is listed.
     if (DigestOf(patch_.Digests(), content) != part.change->newDigest) {
         throw Error(ErrorCode::Refused, patch_.Path(),
                     "its diff does not give the content that is listed; ask the maker for a "
@@ -84,6 +89,8 @@ delta::Bytes Rebuilder::ApplyDiff(const Part& part, delta::Bytes oldContent, del
         return delta::ApplyDelta(oldContent, diff, workspace_, SizeLimit(patch_, part));
     } catch (const delta::Error& error) {
         if (error.Kind() == delta::ErrorKind::OutOfMemory) throw std::bad_alloc();
+        // Here the old archive is to blame, everywhere else the patch: the message names the file
+        // that has to be replaced.
         if (error.Kind() == delta::ErrorKind::WrongOld) {
             throw Error(ErrorCode::Refused, old_.Path(),
                         "it is not the content that the patch was made from", part.name);
@@ -98,6 +105,7 @@ std::uint64_t MemoryToRebuild(const Part& part, const OldSide& old, const PatchF
     if (part.from == From::Patch) return 2 * patch.Members()[part.held].size;
     const std::uint64_t oldSize = old.Members()[part.old].size;
     if (part.from == From::Old) return 2 * oldSize;
+    // Only the diff's own header tells what its method takes.
     const auto diff = About(patch.Path(), [&] {
         return ReadContent(*patch.Members().NewReader(), patch.Members(), part.held);
     });

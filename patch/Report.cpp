@@ -56,7 +56,7 @@ private:
     std::set<std::string, std::less<>> oldDigests_;
 };
 
-// The size of the content that a diff makes. Its header stands in the first piece.
+// The size of the content that a diff makes. The first piece has its header.
 std::uint64_t NewSize(archive::ContentReader& reader, const archive::Member& member) {
     reader.Begin(member);
     try {

@@ -7,6 +7,7 @@
 namespace patch {
 namespace {
 
+// Large enough that calls do not count, small enough to stay in the processor's cache.
 constexpr std::size_t kPiece = 1 << 18;
 
 }  // namespace
@@ -14,6 +15,7 @@ constexpr std::size_t kPiece = 1 << 18;
 TrailingDigest::TrailingDigest(const platform::FileHandle& file,
                                const archive::ArchiveHeader& header)
     : file_(file), preamble_(archive::EncodePreamble(header)), piece_(kPiece) {
+    // The header is written last, but digested first: what it will be is known by now.
     digest_.Update(preamble_);
     thread_ = std::thread([this] { Run(); });
 }
@@ -23,7 +25,7 @@ TrailingDigest::~TrailingDigest() {
     {
         const std::lock_guard hold(lock_);
         stopped_ = true;
-        end_ = 0;
+        end_ = 0;  // nobody wants the digest: what is unread stays so
     }
     changed_.notify_one();
     thread_.join();
@@ -44,6 +46,7 @@ void TrailingDigest::Stop() {
     }
     changed_.notify_one();
     thread_.join();
+    // The thread is gone, so that its failure can be read without the lock.
     if (failure_) std::rethrow_exception(failure_);
 }
 
@@ -63,6 +66,7 @@ void TrailingDigest::Run() try {
         changed_.wait(hold, [this] { return stopped_ || read_ < end_; });
         if (read_ >= end_) return;
         const std::uint64_t end = end_;
+        // Whoever writes the archive must not wait for this thread's reads.
         hold.unlock();
         Read(file_, end);
         hold.lock();
