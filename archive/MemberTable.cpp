@@ -29,12 +29,14 @@ MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t st
     // The last byte of the field counts as NUL whatever it holds.
     const std::size_t nameLength = strnlen(text, Vorn::kMaxPath - 1);
     // The entry is written back byte for byte, so that bytes after the name's NUL count as well.
-    std::size_t keptLength = nameLength;
-    for (std::size_t i = Vorn::kMaxPath; i > nameLength; --i) {
-        if (field[i - 1] == std::byte{0}) continue;
-        keptLength = i;
-        break;
+    std::size_t keptLength = Vorn::kMaxPath;
+    // Mostly all of them are NUL, so that this looks at eight at a time first.
+    constexpr std::array<std::byte, 8> kNuls{};
+    while (keptLength >= nameLength + kNuls.size() &&
+           std::memcmp(&field[keptLength - kNuls.size()], kNuls.data(), kNuls.size()) == 0) {
+        keptLength -= kNuls.size();
     }
+    while (keptLength > nameLength && field[keptLength - 1] == std::byte{0}) --keptLength;
     Entry& added = entries_.emplace_back();
     added.nameAt = KeepName(field.first(keptLength));
     added.nameLength = static_cast<std::uint16_t>(nameLength);

@@ -151,6 +151,11 @@ std::u16string AnsiToUtf16(std::string_view ansi) {
 }
 
 std::string AnsiToUtf8(std::string_view ansi) {
+    // Most names are ASCII, which both have in common.
+    constexpr unsigned char kFirstOther = 0x80;
+    if (std::ranges::all_of(ansi, [](unsigned char byte) { return byte < kFirstOther; })) {
+        return std::string(ansi);
+    }
     std::string text;
     text.reserve(ansi.size());
     for (const char byte : ansi) {

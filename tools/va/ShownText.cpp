@@ -1,5 +1,6 @@
 #include "tools/va/ShownText.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
@@ -37,6 +38,13 @@ std::string Shown(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
+        // Names are mostly plain ASCII.
+        const auto special =
+            std::ranges::find_if(text, [](char c) { return c < ' ' || c > '~' || c == '\\'; });
+        const auto plain = static_cast<std::size_t>(special - text.begin());
+        out += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty()) break;
         const std::size_t length = SequenceLength(text);
         const auto byte = static_cast<unsigned char>(text.front());
         // U+0080 to U+009F are control characters as well; some terminals obey them.
