@@ -9,10 +9,14 @@ int DifferenceModel::TableBits(std::uint64_t oldSize) {
 }
 
 void DifferenceModel::Begin(ByteView oldFile) {
-    old_ = oldFile;
     quick_.fill(BitHistory(models::kRareDifference));
     flags_.Clear(TableBits(oldFile.size()));
     deltas_.Clear(TableBits(oldFile.size()));
+    Continue(oldFile);
+}
+
+void DifferenceModel::Continue(ByteView oldFile) {
+    old_ = oldFile;
     sinceDifference_ = models::kStartDistance;
     lastGap_ = models::kStartDistance;
     run_ = 0;

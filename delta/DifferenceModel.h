@@ -21,6 +21,9 @@ public:
     // Forgets everything and borrows this old file.
     void Begin(ByteView oldFile);
 
+    // Borrows this old file instead of the one before, and keeps what it learnt.
+    void Continue(ByteView oldFile);
+
     // Returns the binary logarithm of the length of each of the two tables.
     static int TableBits(std::uint64_t oldSize);
 

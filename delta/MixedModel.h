@@ -10,7 +10,7 @@ namespace delta {
 
 // Predicts bits from several contexts at once, and learns which of them to trust: the weights of
 // those that were right grow with each bit.
-template <std::size_t kInputs, std::size_t kWeightSets>
+template <std::size_t kInputs, std::size_t kWeightSets, typename Table = HistoryTable>
 class MixedModel {
 public:
     using Contexts = std::array<std::uint32_t, kInputs>;
@@ -94,7 +94,7 @@ private:
             const Lanes none{-1, -2, -3, -4};
             numbers[g] = none;
             for (std::size_t i = 0; i < 4 && 4 * g + i < kInputs; ++i) {
-                numbers[g][i] = static_cast<std::int32_t>(lines_[4 * g + i] / HistoryTable::kLine);
+                numbers[g][i] = static_cast<std::int32_t>(lines_[4 * g + i] / Table::kLine);
             }
         }
         Lanes equal{};
@@ -230,7 +230,7 @@ private:
         if (nearLimit) Mix::Clamp(weights);
     }
 
-    HistoryTable histories_;
+    Table histories_;
     Mixer<kInputs, kWeightSets> mixer_;
     Contexts contexts_{};
     std::array<std::uint32_t, kInputs> lines_{};
