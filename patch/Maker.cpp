@@ -13,6 +13,8 @@
 #include "patch/InOrder.h"
 #include "patch/MD5.h"
 #include "patch/NewLayout.h"
+#include "patch/compact/CompactFile.h"
+#include "patch/compact/Writer.h"
 
 namespace patch {
 namespace {
@@ -98,6 +100,15 @@ private:
     std::future<std::optional<Manifest::File>> digest_;
 };
 
+std::string TextOf(const Manifest& manifest, const Input& fresh) {
+    try {
+        return FormatManifest(manifest);
+    } catch (const ManifestError& error) {
+        throw Error(ErrorCode::Refused, fresh.path,
+                    std::string("no manifest can be made of it: ") + error.what());
+    }
+}
+
 class Maker {
 public:
     Maker(const Input& old, const Input& fresh, const MakeOptions& options,
@@ -111,33 +122,40 @@ public:
         RefuseUncarried(difference_, !options_.manifest && !options_.allowLossy);
         if (options_.manifest) layout_ = PlanLayout(difference_);
         PlanMemory();
-        PatchWriter writer(options_);
+        std::optional<PatchWriter> writer;
+        if (!options_.compact) writer.emplace(options_);
         DigestRemoved();
         FreshFile file(difference_, layout_.possible, options_.threads);
         MakeCarried(writer);
         RemakeUnchanged();
         file_ = file.Get();
         if (options_.manifest) FindMoved(difference_);
-        writer.StoreText(kAddedList, FormatList(AddedList(difference_)), false);
-        writer.StoreText(kDeletedList, FormatList(DeletedList(difference_)), false);
-        writer.StoreText(kPatchedList, FormatList(PatchedList(difference_)), false);
         MakeResult result;
-        if (options_.manifest) WriteManifest(writer, result);
+        if (writer) {
+            writer->StoreText(kAddedList, FormatList(AddedList(difference_)), false);
+            writer->StoreText(kDeletedList, FormatList(DeletedList(difference_)), false);
+            writer->StoreText(kPatchedList, FormatList(PatchedList(difference_)), false);
+            if (options_.manifest) WriteManifest(*writer, TakeManifest(result));
+            result.abandoned = writer->Abandoned();
+            result.patchBytes = writer->Finish();
+        } else {
+            WriteCompact(TakeManifest(result), result);
+        }
         result.changes = ChangesOf(difference_);
         result.same = static_cast<std::uint64_t>(
             std::ranges::count(difference_.pairs.both, true, &Pair::same));
-        result.abandoned = writer.Abandoned();
-        result.patchBytes = writer.Finish();
         return result;
     }
 
 private:
     void PlanMemory();
     void DigestRemoved();
-    void MakeCarried(PatchWriter& writer);
+    void MakeCarried(std::optional<PatchWriter>& writer);
     void RemakeUnchanged();
     void TakeRemade(Number fresh, const Remade& remade);
-    void WriteManifest(PatchWriter& writer, MakeResult& result);
+    [[nodiscard]] Manifest TakeManifest(MakeResult& result);
+    void WriteManifest(PatchWriter& writer, const Manifest& manifest) const;
+    void WriteCompact(const Manifest& manifest, MakeResult& result);
 
     const MakeOptions& options_;
     const ProgressFunction& progress_;
@@ -154,7 +172,8 @@ private:
 // Finds out what each member takes. What one may take must not depend on how many are made at a
 // time, for under a limit the bytes of its diff depend on it.
 void Maker::PlanMemory() {
-    limits_ = {.prove = options_.prove,
+    limits_ = {.diffs = !options_.compact,
+               .prove = options_.prove,
                .digests = options_.manifest,
                .remake = layout_.possible,
                .saves = layout_.asksSaves};
@@ -208,7 +227,7 @@ void Maker::DigestRemoved() {
     }
 }
 
-void Maker::MakeCarried(PatchWriter& writer) {
+void Maker::MakeCarried(std::optional<PatchWriter>& writer) {
     const Input& old = difference_.old;
     const Input& fresh = difference_.fresh;
     const std::vector<Carried>& carried = difference_.carried;
@@ -235,7 +254,7 @@ void Maker::MakeCarried(PatchWriter& writer) {
             difference_.newMd5[unit] = std::move(made.newMd5);
             difference_.patchBytes[unit] = made.packed.data.size();
             TakeRemade(member.fresh, made.remade);
-            writer.Store(PatchName(fresh.tree[member.fresh].name), made.packed);
+            if (writer) writer->Store(PatchName(fresh.tree[member.fresh].name), made.packed);
         });
     meter.Report(true);
 }
@@ -263,7 +282,7 @@ void Maker::TakeRemade(Number fresh, const Remade& remade) {
     layout_.possible = layout_.possible && remade.same;
 }
 
-void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
+Manifest Maker::TakeManifest(MakeResult& result) {
     Manifest manifest = ManifestOf(difference_, options_.threads);
     manifest.name = options_.name;
     manifest.note = options_.note;
@@ -273,17 +292,31 @@ void Maker::WriteManifest(PatchWriter& writer, MakeResult& result) {
         const bool bySize = manifest.storage.base == Storage::Base::Canonical;
         if (!bySize || !layout_.unpacksStreams) manifest.archive = file_;
     }
-    std::string text;
-    try {
-        text = FormatManifest(manifest);
-    } catch (const ManifestError& error) {
-        throw Error(ErrorCode::Refused, difference_.fresh.path,
-                    std::string("no manifest can be made of it: ") + error.what());
-    }
-    writer.StoreText(kManifestName, text, text.size() > kLargestPlainMember);
     result.old = manifest.old;
     result.fresh = manifest.fresh;
     result.archive = manifest.archive;
+    return manifest;
+}
+
+void Maker::WriteManifest(PatchWriter& writer, const Manifest& manifest) const {
+    const std::string text = TextOf(manifest, difference_.fresh);
+    if (options_.expected && compact::HeadOf(text).end != *options_.expected) {
+        throw Error(ErrorCode::Refused, options_.result,
+                    "it would not be the patch archive that the maker's sides give: a later "
+                    "version of this program made the compact patch");
+    }
+    writer.StoreText(kManifestName, text, text.size() > kLargestPlainMember);
+}
+
+void Maker::WriteCompact(const Manifest& manifest, MakeResult& result) {
+    result.patchBytes = compact::WriteCompact(difference_, TextOf(manifest, difference_.fresh),
+                                              {.result = options_.result,
+                                               .replace = options_.replace,
+                                               .dryRun = options_.dryRun,
+                                               .prove = options_.prove,
+                                               .threads = options_.threads,
+                                               .memory = limits_.memory},
+                                              progress_);
 }
 
 // Finds out before the work whether a manifest can hold the texts.

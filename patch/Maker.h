@@ -23,11 +23,14 @@ struct MakeOptions {
     std::string result;    // the file to write
     bool replace = false;  // a file that exists
     bool dryRun = false;   // do all but write
+    bool compact = false;  // a compact patch (docs/formats/compact-patch.md), with a manifest
     bool manifest = true;
     bool allowLossy = false;  // without a manifest: leave out members without content
     bool prove = true;        // rebuild every changed and added member and compare
-    std::string name;         // for the result of applying: a plain file name; may be empty
-    std::string note;         // for people; travels in the manifest
+    // The digest that the manifest must end with: the patch is one that was made before.
+    std::optional<Sha256Digest> expected = {};
+    std::string name;  // for the result of applying: a plain file name; may be empty
+    std::string note;  // for people; travels in the manifest
     unsigned threads = 1;
     std::uint64_t memory = UINT64_MAX;  // bytes
 };

@@ -148,4 +148,7 @@ private:
 // anything that FormatManifest would not have written. Memory grows with the text alone.
 [[nodiscard]] Manifest ParseManifest(std::string_view text);
 
+// Reads the lines of a manifest before those of its members. Throws as ParseManifest does.
+[[nodiscard]] Manifest ParseManifestHead(std::string_view head);
+
 }  // namespace patch

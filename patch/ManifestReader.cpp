@@ -392,12 +392,8 @@ std::string_view TextUnderDigest(std::string_view text) {
     return body;
 }
 
-}  // namespace
-
-Manifest ParseManifest(std::string_view text) {
-    if (text.size() > kMostManifestBytes) throw ManifestError(0, "it is longer than 256 MB");
-    // First of all, so that damage is never reported as something else.
-    Lines lines(TextUnderDigest(text));
+// Reads all lines before those of the members.
+Manifest ReadFacts(Lines& lines) {
     if (!(lines.Line().starts_with(kManifestMark))) lines.Fail("this is not a manifest");
     const std::string_view version = lines.Line().substr(kManifestMark.size());
     if (version != std::string_view(&kManifestVersion, 1)) {
@@ -412,9 +408,26 @@ Manifest ParseManifest(std::string_view text) {
     manifest.order = ReadOrder(lines, manifest.fresh.members);
     manifest.storage = ReadStorage(lines, manifest.fresh.members);
     manifest.spots = ReadSpots(lines);
+    return manifest;
+}
+
+}  // namespace
+
+Manifest ParseManifest(std::string_view text) {
+    if (text.size() > kMostManifestBytes) throw ManifestError(0, "it is longer than 256 MB");
+    // First of all, so that damage is never reported as something else.
+    Lines lines(TextUnderDigest(text));
+    Manifest manifest = ReadFacts(lines);
     ReadAllEntries(lines, manifest);
     if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
     CheckLists(lines, manifest);
+    return manifest;
+}
+
+Manifest ParseManifestHead(std::string_view head) {
+    Lines lines(head);
+    Manifest manifest = ReadFacts(lines);
+    if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
     return manifest;
 }
 

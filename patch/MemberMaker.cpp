@@ -79,6 +79,7 @@ MemberMaker::MemberMaker(const Input& old, const Input& fresh, const MakerLimits
 CarriedMember MemberMaker::Make(const Carried& member) try {
     CarriedMember made;
     Read(fresh_, *freshReader_, member.fresh, newContent_);
+    if (!limits_.diffs) return Learn(member);
     made.newMd5 = DigestOf(newContent_);
     if (limits_.digests) made.newDigest = Sha256Of(newContent_);
     Bytes payload = newContent_;
@@ -108,6 +109,17 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
     const bool noMemory = error.Kind() == delta::ErrorKind::OutOfMemory;
     throw Error(noMemory ? ErrorCode::NoMemory : ErrorCode::Refused, fresh_.path, error.what(),
                 fresh_.tree[member.fresh].name);
+}
+
+CarriedMember MemberMaker::Learn(const Carried& member) {
+    CarriedMember made;
+    made.newDigest = Sha256Of(newContent_);
+    if (member.old) {
+        Read(old_, *oldReader_, *member.old, oldContent_);
+        made.oldDigest = Sha256Of(oldContent_);
+    }
+    if (limits_.remake) made.remade = RemakeContent(member.fresh, nullptr);
+    return made;
 }
 
 Remade MemberMaker::Remake(Number fresh) {

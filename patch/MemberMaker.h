@@ -36,6 +36,7 @@ struct CarriedMember {
 };
 
 struct MakerLimits {
+    bool diffs = true;                       // else only what is to be known is found out
     bool prove = true;                       // rebuild every member and compare
     bool digests = true;                     // SHA-256 as well
     bool remake = false;                     // pack as the new archive does, and compare
@@ -65,6 +66,7 @@ public:
                                                     const MakerLimits& limits);
 
 private:
+    [[nodiscard]] CarriedMember Learn(const Carried& member);
     void Prove(const Carried& member, std::span<const std::byte> diff);
     [[nodiscard]] Remade RemakeContent(Number fresh, const archive::PackedMember* stream) const;
     void ProvePacked(const Carried& member, std::span<const std::byte> payload,

@@ -65,10 +65,12 @@ public:
     [[nodiscard]] Verdict JudgeListed(const PatchFile& patch, unsigned threads,
                                       const ProgressFunction& progress) const;
 
+    // Judges index and entries alone: Old or Damaged.
+    [[nodiscard]] Verdict JudgeStructure() const;
+
 private:
     enum class Sums { Compared, Ignored };
 
-    [[nodiscard]] Verdict JudgeStructure() const;
     // Whether all of its members are known, and lie in the file.
     [[nodiscard]] bool HoldsItsMembers() const;
     [[nodiscard]] std::unique_ptr<archive::TreeReader> NewReader(Sums sums) const;

@@ -45,10 +45,11 @@ bool IsReserved(std::string_view name) {
 }  // namespace
 
 PatchFile::PatchFile(std::string path, unsigned threads, const ProgressFunction& progress)
-    : path_(std::move(path)) {
-    std::unique_ptr<archive::Reader> reader = Open(path_);
-    reader_ = reader.get();
-    tree_ = archive::TreeOf(std::move(reader));
+    : PatchFile(path, Open(path), threads, progress) {}
+
+PatchFile::PatchFile(std::string path, std::unique_ptr<archive::Reader> patch, unsigned threads,
+                     const ProgressFunction& progress)
+    : path_(std::move(path)), reader_(patch.get()), tree_(archive::TreeOf(std::move(patch))) {
     About(path_, [&] {
         JudgeStructure(threads, progress);
         if (tree_->Find(kManifestName)) TakeManifest();

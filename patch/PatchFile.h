@@ -41,6 +41,9 @@ class PatchFile {
 public:
     // Opens the patch and judges every byte of it. Throws Error (Refused, NotFound), Cancelled.
     PatchFile(std::string path, unsigned threads, const ProgressFunction& progress);
+    // Takes over a patch that is open. `path` is for messages.
+    PatchFile(std::string path, std::unique_ptr<archive::Reader> patch, unsigned threads,
+              const ProgressFunction& progress);
 
     // Returns whether an archive has a list or a manifest, so that a patch was meant. Judges
     // nothing.
