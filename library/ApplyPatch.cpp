@@ -11,6 +11,8 @@
 #include "patch/OldSide.h"
 #include "patch/PatchFile.h"
 #include "patch/Proof.h"
+#include "patch/compact/Expander.h"
+#include "patch/compact/Judge.h"
 #include "platform/Directories.h"
 #include "vaconverter/patch.h"
 
@@ -157,21 +159,21 @@ PatchCounts CountsOf(const std::vector<MemberChange>& changes, std::uint64_t old
     return counts;
 }
 
+std::unique_ptr<const patch::OldSide> OpenOld(const std::string& path) {
+    return std::make_unique<const patch::OldSide>(path);
+}
+
 class Application {
 public:
-    Application(const ApplyPatchOptions& options, const patch::ProgressFunction& progress)
-        : options_(options),
-          progress_(progress),
-          opening_(std::async(options.threads > 1 ? std::launch::async : std::launch::deferred,
-                              OpenOld, SystemPath(options.old))),
-          patch_(SystemPath(options.patch), options.threads, progress),
-          old_(opening_.get()) {}
+    Application(const ApplyPatchOptions& options, const patch::PatchFile& patchFile,
+                const patch::OldSide& old, const patch::ProgressFunction& progress)
+        : options_(options), progress_(progress), patch_(patchFile), old_(old) {}
 
     ApplyPatchResult Run() {
         ApplyPatchResult result;
         if (patch_.GetManifest()) result.note = patch_.GetManifest()->note;
         result.changes = ChangesOf(patch_);
-        result.counts = CountsOf(result.changes, old_->Reachable().size());
+        result.counts = CountsOf(result.changes, old_.Reachable().size());
         const bool proves = ResultProves();
         result.alreadyApplied = IsPromised() || (!options_.trust && !proves && Judge());
         if (options_.check || (result.alreadyApplied && options_.result.empty())) return result;
@@ -190,10 +192,6 @@ public:
     }
 
 private:
-    static std::unique_ptr<const patch::OldSide> OpenOld(const std::string& path) {
-        return std::make_unique<const patch::OldSide>(path);
-    }
-
     // Whether the digest of the result, which the patch promises, can prove the old side as well:
     // then only the members that change need to be read before. A wrong guess costs time alone.
     [[nodiscard]] bool ResultProves() const {
@@ -202,7 +200,7 @@ private:
             !manifest->archive) {
             return false;
         }
-        return old_->JudgeListed(patch_, options_.threads, progress_).kind ==
+        return old_.JudgeListed(patch_, options_.threads, progress_).kind ==
                patch::Verdict::Kind::Old;
     }
 
@@ -214,12 +212,12 @@ private:
 
     // Whether the old side is the promised archive, which only stores equal contents otherwise.
     [[nodiscard]] bool IsPromised() const {
-        if (!HasEqualSides() || !patch_.GetManifest()->archive || !old_->Reader()) return false;
+        if (!HasEqualSides() || !patch_.GetManifest()->archive || !old_.Reader()) return false;
         const patch::Manifest::File& promise = *patch_.GetManifest()->archive;
-        if (old_->Reader()->All().fileSize != promise.bytes) return false;
+        if (old_.Reader()->All().fileSize != promise.bytes) return false;
         patch::Meter meter(progress_, "judging the old side", promise.bytes);
-        return patch::About(old_->Path(), [&] {
-            return patch::DigestOfFile(old_->Reader()->File(), promise.bytes, meter) ==
+        return patch::About(old_.Path(), [&] {
+            return patch::DigestOfFile(old_.Reader()->File(), promise.bytes, meter) ==
                    promise.sha256;
         });
     }
@@ -227,7 +225,7 @@ private:
     // Returns whether the patch has been applied already.
     [[nodiscard]] bool Judge() const {
         const Verdict verdict =
-            PublicVerdict(old_->Judge(patch_, options_.threads, progress_), old_->Path());
+            PublicVerdict(old_.Judge(patch_, options_.threads, progress_), old_.Path());
         if (options_.judged) options_.judged(verdict);
         if (verdict.message.empty()) {
             return verdict.side == Side::New || (HasEqualSides() && !patch_.GetManifest()->archive);
@@ -260,8 +258,8 @@ private:
         build.threads = options_.threads;
         build.memoryLimit = options_.memoryLimit;
         const patch::Built built = result.alreadyApplied
-                                       ? patch::BuildCopy(*old_, patch_, build, progress_)
-                                       : patch::BuildResult(*old_, patch_, build, progress_);
+                                       ? patch::BuildCopy(old_, patch_, build, progress_)
+                                       : patch::BuildResult(old_, patch_, build, progress_);
         result.resultSize = built.bytes;
         result.resultMembers = built.members;
         result.archive = built.archive;
@@ -273,10 +271,83 @@ private:
 
     const ApplyPatchOptions& options_;
     const patch::ProgressFunction& progress_;
-    // The old side is opened while the patch is judged; what is wrong with the patch is said first.
-    std::future<std::unique_ptr<const patch::OldSide>> opening_;
-    const patch::PatchFile patch_;
-    const std::unique_ptr<const patch::OldSide> old_;
+    const patch::PatchFile& patch_;
+    const patch::OldSide& old_;
+};
+
+// Turns a compact patch into one for use, and applies that. The old side is judged before: nothing
+// can be made of another one.
+class CompactApplication {
+public:
+    CompactApplication(const ApplyPatchOptions& options, const patch::ProgressFunction& progress)
+        : options_(options),
+          progress_(progress),
+          patch_(SystemPath(options.patch), progress),
+          old_(SystemPath(options.old)) {}
+
+    ApplyPatchResult Run() {
+        const bool isNew = !options_.trust && Judge();
+        if (isNew && (options_.check || options_.result.empty())) {
+            ApplyPatchResult result;
+            result.note = patch_.Facts().note;
+            result.alreadyApplied = true;
+            result.counts.same = old_.Reachable().size();
+            return result;
+        }
+        ApplyPatchOptions apply = options_;
+        apply.trust = true;
+        if (isNew && IsFolder(apply.result)) apply.result /= NameOfResult();
+        const std::string folder = WorkingFolder();
+        const patch::PatchFile forUse(
+            SystemPath(options_.patch),
+            isNew ? patch::compact::NothingForUse(folder)
+                  : patch::compact::ExpandForUse(patch_, old_, folder, options_.memoryLimit,
+                                                 progress_),
+            options_.threads, progress_);
+        ApplyPatchResult result = Application(apply, forUse, old_, progress_).Run();
+        if (isNew) {
+            result.note = patch_.Facts().note;
+            result.alreadyApplied = true;
+        }
+        return result;
+    }
+
+private:
+    // Returns whether the old side is the new one already.
+    [[nodiscard]] bool Judge() const {
+        const Verdict verdict = PublicVerdict(
+            patch::compact::JudgeSide(old_, patch_, options_.threads, progress_), old_.Path());
+        if (options_.judged) options_.judged(verdict);
+        if (verdict.message.empty()) return verdict.side == Side::New;
+        throw Error(ErrorCode::Refused, verdict.message, options_.old,
+                    verdict.members.empty() ? "" : verdict.members.front());
+    }
+
+    static bool IsFolder(const std::filesystem::path& path) {
+        platform::FileStatus status;
+        return platform::GetStatus(SystemPath(path).c_str(), status) && status.IsDirectory();
+    }
+
+    [[nodiscard]] std::string NameOfResult() const {
+        const std::string& name = patch_.Facts().name;
+        return name.empty() ? options_.old.stem().string() + "-new.va" : name;
+    }
+
+    // Where the result goes, there is room for what it is made of.
+    [[nodiscard]] std::string WorkingFolder() const {
+        if (options_.check || options_.dryRun) {
+            return SystemPath(std::filesystem::temp_directory_path());
+        }
+        if (IsFolder(options_.result)) return SystemPath(options_.result);
+        const std::filesystem::path& beside =
+            options_.result.empty() ? options_.old : options_.result;
+        return SystemPath(beside.parent_path());
+    }
+
+    const ApplyPatchOptions& options_;
+    const patch::ProgressFunction& progress_;
+    const patch::compact::CompactFile patch_;
+    const patch::OldSide old_;
 };
 
 }  // namespace
@@ -286,6 +357,7 @@ bool IsPatch(const std::filesystem::path& path) {
     if (!platform::GetStatus(SystemPath(path).c_str(), status) || status.IsDirectory()) {
         return false;
     }
+    if (patch::compact::CompactFile::IsMeant(SystemPath(path))) return true;
     try {
         return patch::PatchFile::IsMeant(archive::Reader(SystemPath(path)));
     } catch (const archive::Error&) {
@@ -297,6 +369,12 @@ Verdict VerifyAgainst(const std::filesystem::path& target, const std::filesystem
                       unsigned threads, const ProgressFunction& progress) {
     return OfPatches([&] {
         const patch::ProgressFunction inner = Passed(progress);
+        if (patch::compact::CompactFile::IsMeant(SystemPath(patchPath))) {
+            const patch::compact::CompactFile compact(SystemPath(patchPath), inner);
+            const patch::OldSide side(SystemPath(target));
+            return PublicVerdict(patch::compact::JudgeSide(side, compact, threads, inner),
+                                 side.Path());
+        }
         const patch::PatchFile patchFile(SystemPath(patchPath), threads, inner);
         const patch::OldSide side(SystemPath(target));
         return PublicVerdict(side.Judge(patchFile, threads, inner), side.Path());
@@ -306,7 +384,16 @@ Verdict VerifyAgainst(const std::filesystem::path& target, const std::filesystem
 ApplyPatchResult ApplyPatch(const ApplyPatchOptions& options, const ProgressFunction& progress) {
     return OfPatches([&] {
         const patch::ProgressFunction inner = Passed(progress);
-        return Application(options, inner).Run();
+        if (patch::compact::CompactFile::IsMeant(SystemPath(options.patch))) {
+            return CompactApplication(options, inner).Run();
+        }
+        // The old side is opened while the patch is judged; what is wrong with the patch is said
+        // first.
+        auto opening = std::async(options.threads > 1 ? std::launch::async : std::launch::deferred,
+                                  OpenOld, SystemPath(options.old));
+        const patch::PatchFile patchFile(SystemPath(options.patch), options.threads, inner);
+        const std::unique_ptr<const patch::OldSide> old = opening.get();
+        return Application(options, patchFile, *old, inner).Run();
     });
 }
 

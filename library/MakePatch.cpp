@@ -96,6 +96,7 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
     const patch::MakeOptions toMake{.result = SystemPath(options.result),
                                     .replace = options.replace,
                                     .dryRun = options.dryRun,
+                                    .compact = options.compact,
                                     .manifest = !options.plain,
                                     .allowLossy = options.allowLossy,
                                     .prove = options.verify,

@@ -57,6 +57,7 @@ struct PatchCounts {
 struct MakePatchOptions {
     std::filesystem::path result;  // the patch archive to write
     bool replace = false;          // a file that exists
+    bool compact = false;          // a compact patch, which is smaller; not with plain
     bool plain = false;            // without manifest: exactly what older programs make
     bool allowLossy = false;       // with plain: leave out members without content
     bool verify = true;            // rebuild every changed and added member and compare
@@ -163,6 +164,26 @@ struct ApplyPatchResult {
 // the patch is damaged, `old` is neither side of it, the result exists, or is one of the inputs.
 ApplyPatchResult ApplyPatch(const ApplyPatchOptions& options,
                             const ProgressFunction& progress = {});
+
+struct ExpandPatchOptions {
+    std::filesystem::path patch;  // a compact patch
+    std::filesystem::path old;    // the archive or folder that it was made from
+    std::filesystem::path result;
+    bool replace = false;  // a file that exists
+    bool dryRun = false;   // do all but write
+    unsigned threads = 1;
+    std::uint64_t memoryLimit = UINT64_MAX;  // bytes that the members at work may take
+};
+
+struct ExpandPatchResult {
+    std::uint64_t patchSize = 0;
+};
+
+// Makes the patch archive of a compact patch, byte for byte what MakePatch would have made of the
+// two sides. Throws Error: NotFound; DiskFull; NoMemory; Refused when the patch is damaged, `old`
+// is not its old side, or the result exists or is one of the inputs.
+ExpandPatchResult ExpandPatch(const ExpandPatchOptions& options,
+                              const ProgressFunction& progress = {});
 
 // What the manifest of a patch says.
 struct PatchInfo {

@@ -151,5 +151,14 @@ TEST_F(ApplyingWhatIsDamaged, PatchesThatPromiseContents) {
     DamageEach();
 }
 
+TEST_F(ApplyingWhatIsDamaged, CompactPatches) {
+    const va::Archive old(folder_.Path("old.va"));
+    const va::Archive fresh(folder_.Path("new.va"));
+    const auto made =
+        va::MakePatch(old, fresh, {.result = folder_.Path("patch.va"), .compact = true});
+    ASSERT_TRUE(made.newArchive);
+    DamageEach();
+}
+
 }  // namespace
 }  // namespace Vorn::Testing

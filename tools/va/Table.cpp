@@ -40,8 +40,8 @@ std::span<const Group> Groups() {
                                         SumsCommand(), OverlayCommand(), BlocksCommand()};
     static const std::array kChanging = {CreateCommand(), AddCommand(),    DeleteCommand(),
                                          RenameCommand(), RepackCommand(), RepairCommand()};
-    static const std::array kPatches = {DiffCommand(), ApplyCommand(), VerifyCommand(),
-                                        ReportCommand()};
+    static const std::array kPatches = {DiffCommand(), ApplyCommand(), ExpandCommand(),
+                                        VerifyCommand(), ReportCommand()};
     static const std::array kGroups = {
         Group{"look into archives and folders", kReading},
         Group{"make and change archives", kChanging},

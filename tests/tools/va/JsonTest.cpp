@@ -132,6 +132,8 @@ TEST_F(VaAnswersInJson, AsThePageSaysForEveryCommand) {
              "repair --json Bad.va -o Never.va",
              "compare --json a b",
              "diff --json a c",
+             "diff --json --compact a c -o small.vap",
+             "expand --json small.vap a",
              "report --json Odd-diff.va",
              "sums --json Odd.va",
              "blocks --json Odd.va",

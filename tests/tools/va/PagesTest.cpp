@@ -139,6 +139,7 @@ protected:
                     "for f in Town-1.1 New; do va create $f.va town-work; done && "
                     "va create mods.va my-edits && va sums Town.va >Town.sums && "
                     "mkdir backup && cp Town.va backup && va diff Town-1.0.va Town-1.1.va && "
+                    "va diff --compact Town-1.0.va Town-1.1.va && "
                     "for f in town mod; do cp Town-1.0-Town-1.1.patch.va $f-1.1.patch.va; done"),
             0);
     }
@@ -182,6 +183,7 @@ protected:
 const std::map<std::string, std::string> kMade = {
     {"create", "Town.va"},
     {"diff", "Town-1.0-* town-1.1.patch.va"},
+    {"expand", "Town-1.0-Town-1.1.patch.va town-1.1.patch.va"},
     {"extract", "config.txt house textures trains out"},
     {"sums", "town"},
     {"tag to-binary", "config.chump"},

@@ -14,6 +14,8 @@
 namespace va::tool {
 namespace {
 
+constexpr Option kCompact{.name = "compact",
+                          .meaning = "write a compact patch, OLD-NEW.vap: smaller, for 'va apply'"};
 constexpr Option kPlain{.name = "plain",
                         .meaning = "leave the manifest out, as VAConverter patchdiff does"};
 constexpr Option kAllowLossy{
@@ -30,11 +32,12 @@ constexpr Operand kOperands[] = {
     {.name = "OLD", .meaning = "an archive, or a folder", .completes = Completes::Archives},
     {.name = "NEW", .meaning = "an archive, or a folder", .completes = Completes::Archives},
 };
-constexpr std::array kOptions = {&kOutput, &kForce,    &kDryRun, &kPlain,       &kAllowLossy,
-                                 &kNote,   &kNoVerify, &kJobs,   &kMemoryLimit, &kJson};
-constexpr std::array<std::string_view, 3> kExamples = {
+constexpr std::array kOptions = {&kOutput, &kForce,       &kDryRun, &kCompact,
+                                 &kPlain,  &kAllowLossy,  &kNote,   &kNoVerify,
+                                 &kJobs,   &kMemoryLimit, &kJson};
+constexpr std::array<std::string_view, 4> kExamples = {
     "va diff Town-1.0.va Town-1.1.va", "va diff Town-1.0.va town-work -o town-1.1.patch.va",
-    "va diff --dry-run -v Town-1.0.va town-work"};
+    "va diff --dry-run -v Town-1.0.va town-work", "va diff --compact Town-1.0.va Town-1.1.va"};
 
 constexpr std::uint64_t kWorthNoting = 10000;  // bytes of the patch
 
@@ -159,13 +162,19 @@ void TellRewritten(Run& run, const MakePatchResult& made) {
 
 ExitCode RunDiff(Run& run) {
     MakePatchOptions options;
+    const std::string ending = run.Has(kCompact) ? ".vap" : ".patch.va";
     options.result = run.Value(kOutput).value_or(BaseName(run.Operand(0)) + "-" +
-                                                 BaseName(run.Operand(1)) + ".patch.va");
+                                                 BaseName(run.Operand(1)) + ending);
     if (options.result == "-") {
         throw Failure{ExitCode::Usage, "a patch cannot be written to standard output; name a file"};
     }
     options.replace = run.Has(kForce);
+    options.compact = run.Has(kCompact) || options.result.extension() == ".vap";
     options.plain = run.Has(kPlain);
+    if (options.compact && options.plain) {
+        throw Failure{ExitCode::Usage,
+                      "a compact patch has what --plain leaves out; use one of the two"};
+    }
     options.allowLossy = run.Has(kAllowLossy);
     if (options.allowLossy && !options.plain) {
         throw Failure{ExitCode::Usage, "--allow-lossy needs --plain: nothing is lost without it"};
@@ -222,7 +231,11 @@ Command DiffCommand() {
                 "OLD-NEW.patch.va in the current folder. Every changed and added member is rebuilt "
                 "from the patch and compared before the patch gets its name.\n"
                 "\n"
-                "VAConverter patchapply applies the patch too. Only members without content need "
+                "--compact, or a PATCH that ends in .vap, writes the same change as one small "
+                "file, which only 'va apply' reads; 'va expand' makes the patch archive of it.\n"
+                "\n"
+                "VAConverter patchapply applies the patch archive too. Only members without "
+                "content need "
                 "'va apply': the manifest carries them, which is one more member of the patch. "
                 "--plain leaves it out; with --allow-lossy such members are left out, each is "
                 "named, and the exit code is 1.\n"

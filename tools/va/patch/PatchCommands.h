@@ -7,6 +7,7 @@ namespace va::tool {
 
 [[nodiscard]] Command ApplyCommand();
 [[nodiscard]] Command DiffCommand();
+[[nodiscard]] Command ExpandCommand();
 [[nodiscard]] Command ReportCommand();
 [[nodiscard]] Command VerifyCommand();
 

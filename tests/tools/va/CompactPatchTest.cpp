@@ -1,0 +1,137 @@
+// Compact patches: made, applied, expanded, judged.
+#include "tests/tools/va/VaProgram.h"
+
+namespace Vorn::Testing {
+namespace {
+
+using Files = std::map<std::string, std::string>;
+
+class VaCompact : public VaProgram {
+protected:
+    void Make(const std::string& name, const Files& files) const {
+        for (const auto& [path, content] : files) folder_.Write(name + "/" + path, content);
+        ASSERT_EQ(Shell("cd " + folder_.Path(name) + " && " VARCHIVE " -r -k -c a ../" + name +
+                        ".va '*' >/dev/null"),
+                  0);
+    }
+
+    void MakeSides() const {
+        Make("old", old_);
+        Make("new", new_);
+    }
+
+    [[nodiscard]] bool AreEqual(const std::string& a, const std::string& b) const {
+        return folder_.Read(a) == folder_.Read(b);
+    }
+
+    const std::string stretch_ = Noise(90000, 5);
+    const Files old_ = {
+        {"config.txt", "name Town\n"},       {"gone.txt", Prose(2000)},
+        {"before/name.txt", Prose(3000)},    {"same/large.bin", Noise(70000, 3)},
+        {"same/twin.bin", Noise(70000, 3)},  {"textures/roof.tga", Noise(50000, 1) + Prose(20000)},
+        {"textures/wall.tga", Prose(40000)}, {"long.bin", stretch_ + Noise(500, 8)}};
+    const Files new_ = {{"config.txt", "name Town 2\n"},
+                        {"CFIL.txt", "CFIL is how a stream begins"},
+                        {"empty.txt", ""},
+                        {"after/name.txt", Prose(3000)},
+                        {"same/large.bin", Noise(70000, 3)},
+                        {"same/twin.bin", Noise(70000, 3)},
+                        {"new/like-roof.tga", "ab" + Noise(50000, 1) + "cd" + Prose(19000)},
+                        {"new/joined.bin", Noise(60000, 1) + stretch_ + Noise(3000, 6)},
+                        {"new/again.bin", Noise(3000, 6) + Noise(400, 9) + Noise(60000, 1)},
+                        {"textures/roof.tga", Noise(50000, 1) + "more" + Prose(20000)},
+                        {"textures/wall.tga", Noise(30000, 9)},
+                        {"long.bin", stretch_ + Noise(500, 8)}};
+};
+
+TEST_F(VaCompact, IsSmallerAndGivesTheSameArchive) {
+    MakeSides();
+    ASSERT_EQ(Va("diff old.va new.va -o plain.patch.va").exitCode, 0);
+    const Outcome made = Va("diff --compact old.va new.va");
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    EXPECT_THAT(made.err, HasSubstr("old-new.vap"));
+    // Most of the new members' bytes stand in the old archive, whatever they are called.
+    EXPECT_LT(folder_.Read("old-new.vap").size(), 50000u);
+    EXPECT_LT(folder_.Read("old-new.vap").size() * 4, folder_.Read("plain.patch.va").size());
+    const Outcome applied = Va("apply old.va old-new.vap -o result.va");
+    EXPECT_EQ(applied.exitCode, 0) << applied.err;
+    EXPECT_THAT(applied.err, HasSubstr("as the maker's"));
+    EXPECT_TRUE(AreEqual("result.va", "new.va"));
+}
+
+TEST_F(VaCompact, DoesNotDependOnThreadsOrNames) {
+    MakeSides();
+    for (const char* words : {"-j1 -o a.vap", "-j4 -o b.vap", "-j3 --compact -o c.bin"}) {
+        ASSERT_EQ(Va("diff old.va new.va "s + words).exitCode, 0) << words;
+    }
+    EXPECT_TRUE(AreEqual("a.vap", "b.vap"));
+    EXPECT_TRUE(AreEqual("a.vap", "c.bin"));
+    EXPECT_EQ(Va("apply -j2 c.bin old.va -o result.va").exitCode, 0) << "told by its magic";
+    EXPECT_TRUE(AreEqual("result.va", "new.va"));
+    EXPECT_EQ(Va("diff --compact --plain old.va new.va").exitCode, 7);
+    EXPECT_EQ(Va("diff -n old.va new.va -o none.vap").exitCode, 0);
+    EXPECT_FALSE(fs::exists(folder_.Path("none.vap")));
+}
+
+TEST_F(VaCompact, ExpandsToWhatDiffWouldHaveWritten) {
+    MakeSides();
+    folder_.Write("note.txt", "for players\n");
+    for (const char* sides : {"old.va new.va", "old new", "old.va new", "old.va old.va"}) {
+        SCOPED_TRACE(sides);
+        const std::string diff = "diff -f --note=note.txt "s + sides;
+        ASSERT_EQ(Va(diff + " -o plain.patch.va").exitCode, 0);
+        ASSERT_EQ(Va(diff + " -o small.vap").exitCode, 0);
+        const std::string old = std::string(sides).substr(0, std::string(sides).find(' '));
+        const Outcome expanded = Va("expand -f small.vap " + old + " -o expanded.patch.va");
+        EXPECT_EQ(expanded.exitCode, 0) << expanded.err;
+        EXPECT_TRUE(AreEqual("expanded.patch.va", "plain.patch.va"));
+    }
+    EXPECT_EQ(Va("expand small.vap new.va -o other.patch.va").exitCode, 2) << "not the old side";
+    EXPECT_FALSE(fs::exists(folder_.Path("other.patch.va")));
+    EXPECT_THAT(Names(), testing::Not(HasSubstr(".new-")));
+}
+
+TEST_F(VaCompact, JudgesTheOldSide) {
+    MakeSides();
+    ASSERT_EQ(Va("diff --compact old.va new.va -o small.vap").exitCode, 0);
+    folder_.Write("edited/config.txt", "name City\n");
+    ASSERT_EQ(Shell("cd " + folder_.Path("edited") +
+                    " && cp ../old.va ../edited.va && " VARCHIVE
+                    " -k a ../edited.va config.txt >/dev/null"),
+              0);
+    const Outcome edited = Va("apply edited.va small.vap -o result.va");
+    EXPECT_EQ(edited.exitCode, 2);
+    EXPECT_THAT(edited.err, HasSubstr("changed on this machine"));
+    EXPECT_THAT(edited.err, HasSubstr("config.txt"));
+    ExpectAnswers({{"apply --check old.va small.vap", 0, "can be applied"},
+                   {"apply new.va small.vap", 0, "already applied"},
+                   {"apply new.va small.vap -o copy.va", 0, "was the new side already"},
+                   {"verify old.va small.vap", 0, "the old side"},
+                   {"verify small.vap new.va", 0, "the new side"},
+                   {"verify edited.va small.vap", 1, "config.txt"},
+                   {"apply -n old.va small.vap -o result.va", 0, "would write"}});
+    EXPECT_FALSE(fs::exists(folder_.Path("result.va")));
+    EXPECT_EQ(Va("compare copy.va new.va").exitCode, 0);
+}
+
+TEST_F(VaCompact, RefusesWhatIsDamaged) {
+    MakeSides();
+    ASSERT_EQ(Va("diff --compact old.va new.va -o small.vap").exitCode, 0);
+    const std::string good = folder_.Read("small.vap");
+    for (const std::size_t at : {5u, 40u, 2000u, 20000u}) {
+        std::string bytes = good;
+        bytes.at(at) ^= 4;
+        folder_.Write("bad.vap", bytes);
+        const Outcome refused = Va("apply old.va bad.vap -o result.va");
+        EXPECT_EQ(refused.exitCode, 2) << at;
+        EXPECT_THAT(refused.err, HasSubstr("download it again")) << at;
+    }
+    std::string later = good;
+    later.at(4) = 9;
+    folder_.Write("later.vap", later);
+    EXPECT_THAT(Va("apply old.va later.vap").err, HasSubstr("a later version of this program"));
+    EXPECT_FALSE(fs::exists(folder_.Path("result.va")));
+}
+
+}  // namespace
+}  // namespace Vorn::Testing
