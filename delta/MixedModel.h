@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <type_traits>
 
 #include "delta/HistoryTable.h"
 #include "delta/Mixer.h"
@@ -202,17 +203,20 @@ private:
             typename Mix::Weights weights = mixer_[last.set];
             const bool nearLimit = Mix::NearLimit(weights);
             const Lanes masks = history::BitMasks(bits);
-#pragma GCC unroll 4
-            for (std::size_t b = 0; b < 4; ++b) {
-#pragma GCC unroll 4
-                for (std::size_t i = kInputs * b / 4; i < kInputs * (b + 1) / 4; ++i) {
+            // A bit at a time with the bit as a constant: the compiler then knows the range of i.
+            const auto learnBit = [&]<std::size_t kBit>(std::integral_constant<std::size_t, kBit>) {
+                for (std::size_t i = kInputs * kBit / 4; i < kInputs * (kBit + 1) / 4; ++i) {
                     LearnPath(i, end, masks, [&](auto... states) {
                         std::size_t place = 0;
                         ((next.opinions[place++][i] = history::kOpinions[states >> 16]), ...);
                     });
                 }
-                MixLesson(last, b, weights, nearLimit);
-            }
+                MixLesson(last, kBit, weights, nearLimit);
+            };
+            learnBit(std::integral_constant<std::size_t, 0>());
+            learnBit(std::integral_constant<std::size_t, 1>());
+            learnBit(std::integral_constant<std::size_t, 2>());
+            learnBit(std::integral_constant<std::size_t, 3>());
             mixer_[last.set] = weights;
         }
         latest_ ^= 1U;
