@@ -64,7 +64,11 @@ void NewArchive::OpenHidden() {
             continue;
         }
         // Another run may have found the file before it was locked, and removed it.
-        if (file_.LockChanges(0) && GetEntryKind(hidden_.path.c_str()) == EntryKind::File) return;
+        if (file_.LockChanges(0) && GetEntryKind(hidden_.path.c_str()) == EntryKind::File) {
+            // What replaces a private file is private before it has any content.
+            (void)file_.TakePermissions(path_.c_str());
+            return;
+        }
         file_.Close();
     }
     hidden_.path.clear();
@@ -107,17 +111,14 @@ void NewArchive::Publish(bool replace) {
 
 // No call replaces a name by a file that has none, so that one gets a hidden name first.
 bool NewArchive::MoveOver(const platform::FileHandle& file) {
-    using namespace platform;
+    // First of all: once it has a name, others may open it.
+    if (!file.TakePermissions(path_.c_str())) return false;
     if (hidden_.path.empty()) {
         std::string hidden = HiddenPath(path_);
         if (!file.GiveName(hidden.c_str())) return false;
         hidden_.path = std::move(hidden);
     }
-    if (GetEntryKind(path_.c_str()) == EntryKind::File &&
-        !CopyPermissions(path_.c_str(), hidden_.path.c_str())) {
-        return false;
-    }
-    return RenameOver(hidden_.path.c_str(), path_.c_str());
+    return platform::RenameOver(hidden_.path.c_str(), path_.c_str());
 }
 
 }  // namespace archive

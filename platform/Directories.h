@@ -83,10 +83,6 @@ struct FileIdentity {
 // Removes write permission for all users, or restores it for the owner.
 bool SetReadOnly(const char* path, bool readOnly);
 
-// Gives `to` the read, write and execute permissions of `from`; both names are exact. Owners do not
-// change.
-[[nodiscard]] bool CopyPermissions(const char* from, const char* to);
-
 // Marks a file as hidden, or clears the mark. On a system without that attribute changes nothing
 // and returns whether the file exists.
 bool SetHidden(const char* path, bool hidden);

@@ -75,6 +75,12 @@ public:
     // exists.
     [[nodiscard]] bool GiveName(const char* path) const;
 
+    // Gives the file the read, write and execute permissions of the file that has the name `path`,
+    // which it is to replace: called before it has a name or a content, so that what replaces a
+    // private file is private at every moment. True without a change if no file has that name, or a
+    // link. The owner does not change.
+    [[nodiscard]] bool TakePermissions(const char* path) const;
+
     // Returns false if the system reports a delayed write error.
     bool Close() noexcept;
 
@@ -119,6 +125,7 @@ private:
     [[nodiscard]] bool OpenUnnamedIn(int folder, const char* path);
     [[nodiscard]] bool GiveNameIn(int folder, const char* path) const;
     [[nodiscard]] bool CreateIn(int folder, const char* path);
+    [[nodiscard]] bool TakePermissionsIn(int folder, const char* path) const;
 
     int descriptor_ = -1;
 };

@@ -108,7 +108,6 @@ public:
 private:
     [[nodiscard]] bool CreateHidden();
     [[nodiscard]] bool GetHiddenName();
-    void TakePermissions();
     [[nodiscard]] bool MoveHidden(bool replace);
 
     const FolderHandle* folder_ = nullptr;

@@ -271,14 +271,6 @@ bool SetReadOnly(const char* path, bool readOnly) {
     return chmod(name.c_str(), readOnly ? mode & ~kAnyWritePermission : mode | S_IWUSR) == 0;
 }
 
-bool CopyPermissions(const char* from, const char* to) {
-    // Without set-user-ID and set-group-ID: the new file may have another owner.
-    constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
-    struct stat status {};
-    return stat(ToSystemPath(from).c_str(), &status) == 0 &&
-           chmod(ToSystemPath(to).c_str(), status.st_mode & kPermissions) == 0;
-}
-
 bool SetHidden(const char* path, bool /*hidden*/) { return Exists(path); }
 
 bool ListDirectory(const char* path, const std::function<bool(const DirectoryEntry&)>& visit) {

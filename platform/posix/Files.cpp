@@ -243,6 +243,18 @@ bool FileHandle::CreateIn(int folder, const char* path) {
     return IsOpen();
 }
 
+bool FileHandle::TakePermissions(const char* path) const {
+    return TakePermissionsIn(AT_FDCWD, posix::ToSystemPath(path).c_str());
+}
+
+bool FileHandle::TakePermissionsIn(int folder, const char* path) const {
+    // Without set-user-ID and set-group-ID: the new file may have another owner.
+    constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+    struct stat status {};
+    if (fstatat(folder, path, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT;
+    return !S_ISREG(status.st_mode) || fchmod(descriptor_, status.st_mode & kPermissions) == 0;
+}
+
 bool FileHandle::Close() noexcept {
     // An interrupted close has released the descriptor as well; closing again could hit another
     // file.

@@ -11,8 +11,6 @@
 namespace platform {
 namespace {
 
-constexpr mode_t kPermissions = 0777;
-
 // A file system that cannot make files without a name refuses each try the same way, so that the
 // first refusal ends the tries.
 std::atomic<bool> unnamedFiles = true;
@@ -56,7 +54,7 @@ bool NewFile::CreateHidden() {
             // Another run may have found the file before it was locked, and removed it.
             if (handle_.LockChanges(0) && folder_->KindOf(hidden_) == EntryKind::File) {
                 // What replaces a private file is private before it has any content.
-                TakePermissions();
+                (void)handle_.TakePermissionsIn(folder_->descriptor_, name_.c_str());
                 return true;
             }
             handle_.Close();
@@ -83,19 +81,11 @@ bool NewFile::Publish(bool replace) {
         return false;
     }
     if (errno != EEXIST || !replace) return false;
-    // What replaces a private file is private before it has a name.
-    TakePermissions();
+    // What replaces a private file is private before it has a name. A file whose permissions cannot
+    // be set still replaces the other: its content matters more.
+    (void)handle_.TakePermissionsIn(folder, name_.c_str());
     // No call replaces a name by a file that has none.
     return GetHiddenName() && MoveHidden(true);
-}
-
-// A file whose permissions cannot be set still replaces the other: its content matters more.
-void NewFile::TakePermissions() {
-    struct stat status {};
-    if (fstatat(folder_->descriptor_, name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISREG(status.st_mode)) {
-        (void)fchmod(handle_.descriptor_, status.st_mode & kPermissions);
-    }
 }
 
 bool NewFile::GetHiddenName() {

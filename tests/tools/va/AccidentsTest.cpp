@@ -76,11 +76,13 @@ protected:
                folder_.Read("new/scene.txt") + folder_.Read("new/door.tga");
     }
     void RemoveResults() const { fs::remove_all(folder_.Path("r")); }
-    // Puts files where the results go; with an empty text, nothing.
+    // Puts private files where the results go; with an empty text, nothing.
     void WriteBefore(const std::string& before) const {
         RemoveResults();
         if (before.empty()) return;
-        for (const std::string& result : Results()) folder_.Write(result, before);
+        for (const std::string& result : Results()) {
+            folder_.Write(result, before, fs::perms{0600});
+        }
     }
     // After a run: what it was given is as it was, and each result is whole or `before`.
     void ExpectWhole(int exitCode, const std::string& before = {},
@@ -94,6 +96,11 @@ protected:
     }
     [[nodiscard]] bool HasStrays() const {
         return Run("find . -name '.*' -type f | grep -q .") == 0;
+    }
+    // Returns whether others may read what takes, or is to take, the place of a private file.
+    [[nodiscard]] bool HasOpenResults() const {
+        return Run("find . '(' -name '.*' -o -path ./r -o -path './r/*' ')' -type f -perm /077 "
+                   "| grep -q .") == 0;
     }
 
     [[nodiscard]] bool CanTrace() const {
@@ -159,6 +166,7 @@ TEST_P(VaAccidents, KilledRunsLeaveNothingInTheWayOfTheNext) {
             ExpectWhole(code, "an earlier result");
             const bool stray = HasStrays();
             left += stray ? 1 : 0;
+            EXPECT_FALSE(HasOpenResults());
             EXPECT_EQ(Run(Command("-f")), 0);
             EXPECT_EQ(Told().find("note: removed ") != std::string::npos, stray) << Told();
             ExpectWhole(0);
