@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdarg>
 
+#include "platform/PrintfCheck.h"
+
 namespace Vorn {
 
 class Exception {
@@ -31,8 +33,7 @@ protected:
     Exception(const char* file, int line);
 
     // Sets the reason printf-style, cut to 255 characters.
-    void FormatReason(const char* format, std::va_list arguments)
-        __attribute__((format(printf, 2, 0)));
+    void FormatReason(const char* format, std::va_list arguments) VORN_PRINTF(2, 0);
 
 private:
     std::array<char, 4096> callStack_{};
@@ -48,7 +49,7 @@ public:
     FileEx(const char* file, int line, const char* reason) : Exception(file, line, reason) {}
     // Makes an exception with a printf-style reason, cut to 255 characters.
     [[nodiscard]] static FileEx Formatted(const char* file, int line, const char* format, ...)
-        __attribute__((format(printf, 3, 4)));
+        VORN_PRINTF(3, 4);
     [[nodiscard]] const char* GetClassName() const override { return "File"; }
 
 private:

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "platform/PrintfCheck.h"
+
 namespace Vorn {
 
 // Holds one formatted text. Results under 1,024 bytes stay on the stack; longer ones use a heap
@@ -14,7 +16,7 @@ namespace Vorn {
 // or that the C library refuses to format, is the empty text.
 class FormattedText {
 public:
-    FormattedText(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
+    FormattedText(const char* format, std::va_list arguments) VORN_PRINTF(2, 0);
 
     [[nodiscard]] std::string_view View() const noexcept {
         return {heap_ ? heap_.get() : stack_.data(), length_};

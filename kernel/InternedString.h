@@ -14,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/PrintfCheck.h"
+
 namespace Vorn {
 
 struct StringPoolEntry;
@@ -63,8 +65,7 @@ private:
 
 // Sets the handle to the printf-style result, or to null when that is empty. The handle's own
 // text may be among the arguments.
-void FormatInto(InternedString& handle, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+void FormatInto(InternedString& handle, const char* format, ...) VORN_PRINTF(2, 3);
 
 // Copies as much as fits into `size` bytes, NUL included, and returns the bytes copied without it.
 std::size_t CopyTo(const InternedString& handle, char* buffer, std::size_t size);

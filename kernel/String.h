@@ -18,6 +18,7 @@
 #include <string_view>
 
 #include "kernel/InternedString.h"
+#include "platform/PrintfCheck.h"
 
 namespace Vorn {
 
@@ -49,12 +50,11 @@ public:
     void Erase(std::size_t position, std::size_t count);
 
     // Replaces the text; an empty result makes the null string.
-    void Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    void Format(const char* format, std::va_list arguments) __attribute__((format(printf, 2, 0)));
+    void Format(const char* format, ...) VORN_PRINTF(2, 3);
+    void Format(const char* format, std::va_list arguments) VORN_PRINTF(2, 0);
     // An empty result changes nothing.
-    void AppendFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    void AppendFormat(const char* format, std::va_list arguments)
-        __attribute__((format(printf, 2, 0)));
+    void AppendFormat(const char* format, ...) VORN_PRINTF(2, 3);
+    void AppendFormat(const char* format, std::va_list arguments) VORN_PRINTF(2, 0);
 
     // Removes every byte that occurs in `set`.
     void RemoveChars(const char* set);

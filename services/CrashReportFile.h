@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "platform/FaultTools.h"
+#include "platform/PrintfCheck.h"
 
 namespace Vorn {
 
@@ -17,7 +18,7 @@ public:
 
     // Appends at most 1,024 characters, printf-style. Use no floating point and no width beyond a
     // line: for those the C library would allocate.
-    void Print(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void Print(const char* format, ...) VORN_PRINTF(2, 3);
 
     void Flush();
 

@@ -50,7 +50,7 @@ constinit platform::Lock modulesLock;
 constinit Modules* modules = nullptr;  // under modulesLock; made at its first use
 
 std::string LineText(const LogModule& module, LogLevel level, const char* format,
-                     std::va_list arguments) __attribute__((format(printf, 3, 0)));
+                     std::va_list arguments) VORN_PRINTF(3, 0);
 
 std::string LineText(const LogModule& module, LogLevel level, const char* format,
                      std::va_list arguments) {
@@ -66,7 +66,7 @@ std::string LineText(const LogModule& module, LogLevel level, const char* format
 }
 
 void WriteToSinks(LogModule& module, LogLevel level, const char* format,
-                  std::va_list arguments) noexcept __attribute__((format(printf, 3, 0)));
+                  std::va_list arguments) noexcept VORN_PRINTF(3, 0);
 
 void WriteToSinks(LogModule& module, LogLevel level, const char* format,
                   std::va_list arguments) noexcept {

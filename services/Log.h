@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "platform/PrintfCheck.h"
 #include "services/LogModule.h"
 #include "services/OptionList.h"
 
@@ -26,10 +27,10 @@ LogModule* RegisterLogModule(std::string_view name);
 // Writes one line if the module takes its level, has a sink at all, and the log is not disabled. A
 // null module writes nothing.
 void LogWrite(LogModule* module, LogLevel level, const char* format, ...) noexcept
-    __attribute__((format(printf, 3, 4)));
+    VORN_PRINTF(3, 4);
 // Writes one line whatever the module's level, and even if the log is disabled.
 void LogWriteRaw(LogModule& module, LogLevel level, const char* format, ...) noexcept
-    __attribute__((format(printf, 3, 4)));
+    VORN_PRINTF(3, 4);
 
 // Opens the log as these options say. Later calls do nothing until CloseLog.
 //
