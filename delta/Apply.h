@@ -1,3 +1,4 @@
+// The way back from a diff of any method to the new file, with the memory of the caller.
 #pragma once
 
 #include "delta/DiffFormat.h"

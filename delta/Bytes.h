@@ -1,3 +1,4 @@
+// Bytes of this room, and the numbers in a diff that are not coded with models.
 #pragma once
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// The check sum of old files; that of new ones and diffs is CRC-64.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// What can be wrong with a diff or its use.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The histories of a model that mixes: how they are kept, looked up and taught.
 #pragma once
 
 #include <algorithm>

@@ -79,7 +79,8 @@ private:
         std::size_t set = 0;
     };
 
-    // Finds the lines for the next four bits, which follow `bits` (0 if none do, else behind a 1).
+    // Finds the lines for the next four bits, which follow `bits` (0 if none do, else a 1 and then
+    // they).
     void FindLines(std::uint32_t bits) {
         for (std::size_t i = 0; i < kInputs; ++i) {
             lines_[i] = histories_.Find((contexts_[i] + bits * 0x9e3779b1U) * 0x85ebca6bU);
@@ -135,7 +136,7 @@ private:
         return bit;
     }
 
-    // Returns the four bits behind a 1.
+    // Returns a 1 followed by the four bits.
     template <typename Coder>
     std::uint32_t CodeHalf(Coder& coder, std::uint32_t bits) {
         typename Mix::Weights weights = mixer_[set_];
@@ -162,8 +163,8 @@ private:
         }
     }
 
-    // Teaches an input's histories the four bits of `end`, which are behind a 1, and hands `note`
-    // what each of the four was before.
+    // Teaches an input's histories the last four bits of `end`, which begins with a 1, and hands
+    // `note` what each of the four histories was before.
     template <typename Note>
     [[gnu::always_inline]] void LearnPath(std::size_t input, std::uint32_t end, Lanes bits,
                                           Note note) {

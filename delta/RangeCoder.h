@@ -1,3 +1,4 @@
+// An arithmetic coder of single bits: the innermost part of method 1.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Method 1 of a diff: segments coded with models that learn.
 #pragma once
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Method 2 of a diff: segments as streams that LZMA packs.
 #pragma once
 
 #include <optional>

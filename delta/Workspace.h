@@ -1,3 +1,4 @@
+// What Delta.h keeps to itself: the memory that serves one pair of files after another.
 #pragma once
 
 #include <vector>

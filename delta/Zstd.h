@@ -1,3 +1,4 @@
+// Method 3 of a diff: libzstd, as far as this room needs it.
 #pragma once
 
 #include <memory>

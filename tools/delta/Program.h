@@ -1,3 +1,4 @@
+// What the diff program and the patch program share: operands, --help, exit codes.
 #pragma once
 
 #include <string>

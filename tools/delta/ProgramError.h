@@ -1,3 +1,4 @@
+// How the two programs fail.
 #pragma once
 
 #include <stdexcept>

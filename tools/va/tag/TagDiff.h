@@ -1,3 +1,4 @@
+// The command 'va tag diff': what differs between two descriptions.
 #pragma once
 
 #include "tools/va/Table.h"

@@ -1,3 +1,4 @@
+// The command 'va tag format': a text laid out anew.
 #pragma once
 
 #include "tools/va/Table.h"
