@@ -91,7 +91,8 @@ Difference FindDifference(const Input& old, const Input& fresh, bool digests, un
 }
 
 void RefuseUncarried(const Difference& difference, bool needsContent) {
-    const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
+    const Input& old = difference.old;
+    const Input& fresh = difference.fresh;
     constexpr const char* kUnnamed = "a patch cannot name these members; rename them:";
     NameList newNames;
     NameList oldNames;
@@ -162,7 +163,8 @@ List PatchedList(const Difference& difference) {
 
 std::vector<MemberChange> ChangesOf(const Difference& difference) {
     using enum MemberChange::Kind;
-    const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
+    const Input& old = difference.old;
+    const Input& fresh = difference.fresh;
     std::vector<MemberChange> changes;
     for (std::size_t i = 0; i < difference.carried.size(); ++i) {
         const Carried& member = difference.carried[i];
@@ -190,12 +192,13 @@ std::vector<MemberChange> ChangesOf(const Difference& difference) {
 }
 
 Manifest ManifestOf(const Difference& difference, unsigned threads) {
-    const auto& [old, fresh] = std::tie(difference.old, difference.fresh);
+    const Input& old = difference.old;
+    const Input& fresh = difference.fresh;
     const SideDigests& digests = difference.digests;
     Manifest manifest;
     // With many members this takes as long as comparing them.
     auto oldSide = std::async(threads > 1 ? std::launch::async : std::launch::deferred,
-                              [&] { return SideOf(difference.old, digests.old); });
+                              [&] { return SideOf(old, digests.old); });
     manifest.fresh = SideOf(fresh, digests.fresh);
     for (const Pair& pair : difference.pairs.both) {
         if (pair.same) manifest.spots.Add(old.tree[pair.old].name, digests.old[pair.old]);

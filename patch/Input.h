@@ -1,3 +1,4 @@
+// One of the two sides that a patch is made of.
 #pragma once
 
 #include <string>
@@ -8,7 +9,7 @@
 
 namespace patch {
 
-// One side that a patch is made of. Borrows what it names.
+// Borrows what it names.
 struct Input {
     std::string path;  // for messages
     const archive::Tree& tree;

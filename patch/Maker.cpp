@@ -22,9 +22,6 @@ namespace {
 constexpr std::uint64_t kBaseMemory = 64U << 20;
 constexpr std::uint64_t kMemoryOfMember = 400;
 
-// Fixed: longer members of a patch are compressed; the lists are not.
-constexpr std::size_t kLargestPlainMember = 1024;
-
 // The patch file, or in a dry run what its size would be.
 class PatchWriter {
 public:
@@ -77,14 +74,17 @@ private:
     std::uint64_t bytes_ = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
 };
 
-// Digests the new archive while the patch is made.
+// Digests the new archive while the patch is made. Reads the sides and the pairs alone, which no
+// longer change; the rest of the difference is still being written.
 class FreshFile {
 public:
     FreshFile(const Difference& difference, bool wanted, unsigned threads) {
         if (!wanted) return;
         const auto policy = threads > 1 ? std::launch::async : std::launch::deferred;
-        digest_ = std::async(
-            policy, [this, &difference] { return DigestIfLaidOutAsWritten(difference, stop_); });
+        digest_ = std::async(policy, [this, &old = difference.old, &fresh = difference.fresh,
+                                      &pairs = difference.pairs] {
+            return DigestIfLaidOutAsWritten(old, fresh, pairs, stop_);
+        });
     }
     FreshFile(const FreshFile&) = delete;
     FreshFile& operator=(const FreshFile&) = delete;

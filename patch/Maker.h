@@ -3,7 +3,7 @@
 // Decided here, where the format leaves it open:
 // - Members are stored in the canonical order of their names, then the lists, then the manifest.
 // - A member whose name changes in letter case only is removed and added.
-// - Members without content stand in no list, which programs that know only the lists could not
+// - Members without content are in no list, which programs that know only the lists could not
 //   apply. The manifest carries them.
 // - The bytes depend on the contents of both sides and on the options alone, but not on the
 //   number of threads.

@@ -14,9 +14,6 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
-// Fixed: longer members of a patch are compressed.
-constexpr std::size_t kLargestPlainMember = 1024;
-
 // Of buffers and tables that a thread keeps for the next member.
 constexpr std::uint64_t kMostKept = 32U << 20;
 
@@ -127,40 +124,57 @@ Remade MemberMaker::Remake(Number fresh) {
     return RemakeContent(fresh, nullptr);
 }
 
-// `stream` is what compressing the content gives, if that is known. The stored bytes of a plain
-// member are its content, so only streams are compared.
+// `stream` is what compressing the content gives, if that is known.
 Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* stream) const {
     const archive::Member member = (*fresh_.reader)[fresh];
     const bool compressed = fresh_.tree[fresh].compressed;
-    Remade remade;
     // A recorded check sum has been compared by the reader.
     archive::Crc32 sum;
     if (member.crc == 0) sum.Update(newContent_);
-    remade.same = member.crc != 0 || sum.Value() == 0;
-    // A stream that its entry does not call one.
-    if (!compressed && member.storedSize != member.size) remade.same = false;
-    if (!compressed && (!limits_.saves || newContent_.empty())) return remade;
+    const bool sumHolds = member.crc != 0 || sum.Value() == 0;
+    Remade remade;
+    // The stored bytes of a plain member are its content. It can also be a stream that its entry
+    // does not call one: then the sizes differ.
+    remade.same =
+        sumHolds && (compressed ? StoresStream(member, stream) : member.storedSize == member.size);
+    if (limits_.saves && !compressed && !newContent_.empty()) {
+        remade.saves = SavesEnough(newContent_.size(), StreamSize(stream));
+    }
+    return remade;
+}
+
+// Returns whether the new archive stores the stream that compressing the content gives.
+bool MemberMaker::StoresStream(const archive::Member& member,
+                               const archive::PackedMember* stream) const {
     archive::Window window(fresh_.reader->File(), kWindow);
     std::uint64_t size = 0;
+    bool same = true;
     const auto compare = [&](Bytes piece) {
-        for (std::uint64_t done = 0; compressed && remade.same && done < piece.size();) {
-            const std::uint64_t left = piece.size() - done;
+        while (same && !piece.empty()) {
             const Bytes stored = About(
-                fresh_.path, [&] { return window.Some(member.dataOffset + size + done, left); });
-            remade.same = !stored.empty() && SameBytes(stored, piece.subspan(done, stored.size()));
-            done += stored.size();
+                fresh_.path, [&] { return window.Some(member.dataOffset + size, piece.size()); });
+            same = !stored.empty() && SameBytes(stored, piece.first(stored.size()));
+            piece = piece.subspan(stored.size());
+            size += stored.size();
         }
-        size += piece.size();
-        return !compressed || remade.same;
+        return same;
     };
     if (stream) {
         (void)compare(stream->data);
     } else {
         archive::EncodeStream(newContent_, compare);
     }
-    remade.same = remade.same && (!compressed || size == member.storedSize);
-    remade.saves = SavesEnough(newContent_.size(), size);
-    return remade;
+    return same && size == member.storedSize;
+}
+
+std::uint64_t MemberMaker::StreamSize(const archive::PackedMember* stream) const {
+    if (stream) return stream->data.size();
+    std::uint64_t size = 0;
+    archive::EncodeStream(newContent_, [&size](Bytes piece) {
+        size += piece.size();
+        return true;
+    });
+    return size;
 }
 
 void MemberMaker::Prove(const Carried& member, Bytes diff) {

@@ -14,6 +14,9 @@
 
 namespace patch {
 
+// Fixed: longer members of a patch are compressed. The lists are not.
+inline constexpr std::size_t kLargestPlainMember = 1024;
+
 // A member of the new side that the patch carries.
 struct Carried {
     Number fresh;
@@ -23,7 +26,7 @@ struct Carried {
 // What packing a content of the new archive anew gives.
 struct Remade {
     bool same = false;          // the stored bytes that the new archive has
-    std::optional<bool> saves;  // whether compressing saves enough, if that was asked
+    std::optional<bool> saves;  // of a plain member: whether compressing saves enough, if asked
 };
 
 struct CarriedMember {
@@ -40,7 +43,7 @@ struct MakerLimits {
     bool prove = true;                       // rebuild every member and compare
     bool digests = true;                     // SHA-256 as well
     bool remake = false;                     // pack as the new archive does, and compare
-    bool saves = false;                      // find out whether compressing saves enough
+    bool saves = false;                      // find out whether compressing plain ones saves enough
     std::uint64_t memory = delta::kNoLimit;  // bytes for one member
 };
 
@@ -69,6 +72,9 @@ private:
     [[nodiscard]] CarriedMember Learn(const Carried& member);
     void Prove(const Carried& member, std::span<const std::byte> diff);
     [[nodiscard]] Remade RemakeContent(Number fresh, const archive::PackedMember* stream) const;
+    [[nodiscard]] bool StoresStream(const archive::Member& member,
+                                    const archive::PackedMember* stream) const;
+    [[nodiscard]] std::uint64_t StreamSize(const archive::PackedMember* stream) const;
     void ProvePacked(const Carried& member, std::span<const std::byte> payload,
                      const archive::PackedMember& packed) const;
 

@@ -1,3 +1,4 @@
+// Names of members in the text of an error, cut where they are many.
 #pragma once
 
 #include <cstddef>

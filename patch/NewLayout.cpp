@@ -16,9 +16,9 @@ using archive::Member;
 constexpr std::size_t kWindow = 1U << 20;
 
 // For each member of the new side its pair, if the old side has it unchanged.
-std::vector<const Pair*> UnchangedOf(const Difference& difference) {
-    std::vector<const Pair*> unchanged(difference.fresh.tree.Count());
-    for (const Pair& pair : difference.pairs.both) {
+std::vector<const Pair*> UnchangedOf(const Input& fresh, const Pairs& pairs) {
+    std::vector<const Pair*> unchanged(fresh.tree.Count());
+    for (const Pair& pair : pairs.both) {
         if (pair.same) unchanged[pair.fresh] = &pair;
     }
     return unchanged;
@@ -58,14 +58,17 @@ std::optional<Storage> UniformStorage(const Input& fresh) {
 // Compares what lies outside the members' data with what the appender writes, and digests all.
 class FilePass {
 public:
-    FilePass(const Difference& difference, const std::atomic<bool>& stop)
-        : difference_(difference),
-          reader_(*difference.fresh.reader),
+    FilePass(const Input& old, const Input& fresh, const Pairs& pairs,
+             const std::atomic<bool>& stop)
+        : old_(old),
+          fresh_(fresh),
+          pairs_(pairs),
+          reader_(*fresh.reader),
           stop_(stop),
           window_(reader_.File(), kWindow) {}
 
     std::optional<Manifest::File> Run() {
-        const std::vector<const Pair*> unchanged = UnchangedOf(difference_);
+        const std::vector<const Pair*> unchanged = UnchangedOf(fresh_, pairs_);
         const std::size_t count = reader_.Count();
         std::vector<std::byte> index(archive::kChunkHeaderSize + count * archive::kIndexRecordSize);
         archive::EncodeChunkHeader(std::span(index).first<archive::kChunkHeaderSize>(),
@@ -92,16 +95,14 @@ private:
     // What the result's entry of that member holds.
     [[nodiscard]] archive::FindEntry EntryFor(const Member& member, const Pair* unchanged) const {
         archive::FindEntry entry;
-        const bool copied = unchanged != nullptr &&
-                            TakesStoredBytes(difference_.old, difference_.fresh, *unchanged);
-        const Input& old = difference_.old;
-        Vorn::SetPath(entry.name, unchanged != nullptr ? std::string(old.tree[unchanged->old].name)
+        const bool copied = unchanged != nullptr && TakesStoredBytes(old_, fresh_, *unchanged);
+        Vorn::SetPath(entry.name, unchanged != nullptr ? std::string(old_.tree[unchanged->old].name)
                                                        : PatchName(member.name));
         entry.size = member.size;
         entry.storedSize = member.storedSize;
         entry.crc = member.crc;
         if (copied) {
-            const Member source = (*old.reader)[unchanged->old];
+            const Member source = (*old_.reader)[unchanged->old];
             entry.crc = source.crc;
             entry.creationTime = source.creationTime;
             entry.accessTime = source.accessTime;
@@ -158,7 +159,9 @@ private:
         return true;
     }
 
-    const Difference& difference_;
+    const Input& old_;
+    const Input& fresh_;
+    const Pairs& pairs_;
     const archive::Reader& reader_;
     const std::atomic<bool>& stop_;
     archive::Window window_;
@@ -191,16 +194,17 @@ LayoutPlan PlanLayout(const Difference& difference) {
     return plan;
 }
 
-std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Difference& difference,
+std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Input& old, const Input& fresh,
+                                                       const Pairs& pairs,
                                                        const std::atomic<bool>& stop) {
-    return About(difference.fresh.path, [&] { return FilePass(difference, stop).Run(); });
+    return About(fresh.path, [&] { return FilePass(old, fresh, pairs, stop).Run(); });
 }
 
 void DescribeLayout(const Difference& difference, const std::vector<std::optional<bool>>& saves,
                     Manifest& manifest) {
     const Input& old = difference.old;
     const Input& fresh = difference.fresh;
-    const std::vector<const Pair*> unchanged = UnchangedOf(difference);
+    const std::vector<const Pair*> unchanged = UnchangedOf(fresh, difference.pairs);
     std::vector<std::string_view> names;
     names.reserve(fresh.tree.Count());
     for (Number number = 0; number < fresh.tree.Count(); ++number) {

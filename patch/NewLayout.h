@@ -29,8 +29,11 @@ struct LayoutPlan {
 
 // Reads the new archive from its first byte to its last. Returns its size and digest if every byte
 // outside the members' data is what the appender would write for them; else, or once `stop` is set,
-// nothing. Throws Error if it cannot be read.
-[[nodiscard]] std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Difference& difference,
+// nothing. May run while members are made: it reads nothing that is learnt then. Throws Error if it
+// cannot be read.
+[[nodiscard]] std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Input& old,
+                                                                     const Input& fresh,
+                                                                     const Pairs& pairs,
                                                                      const std::atomic<bool>& stop);
 
 // Describes order, storage and versions of the new archive in the manifest. `saves` holds what is
