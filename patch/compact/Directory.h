@@ -70,7 +70,7 @@ struct Directory {
 };
 
 // No member has more sources.
-inline constexpr std::size_t kMostSources = 8;
+inline constexpr std::size_t kMostSources = 200;
 
 [[nodiscard]] delta::ByteBuffer FormatDirectory(const Directory& directory);
 

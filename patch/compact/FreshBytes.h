@@ -48,7 +48,7 @@ private:
         void Advance();
     };
 
-    static constexpr std::size_t kInputs = 13;
+    static constexpr std::size_t kInputs = 8;
     static constexpr std::size_t kWeightSets = 12;
 
     void Prepare(ByteView before, std::uint64_t oldAt);

@@ -238,7 +238,7 @@ void SourceFinder::Choose(std::size_t number) {
             }
         }
         Source best;
-        std::size_t most = std::max(kLeastShared, ofAdded_[number].size() / 64) - 1;
+        std::size_t most = std::max(kLeastShared, ofAdded_[number].size() / 256) - 1;
         for (const auto& [source, count] : shared) {
             const Source candidate{source.first, source.second};
             if (count > most && bytes + BytesOf(candidate) <= kMostSourceBytes) {
