@@ -1,7 +1,11 @@
 // Damaged patches and old archives: never a result that is not the maker's.
 //
 // VA_DAMAGE_ROUNDS in the environment sets how many of each are tried.
+#include <cstring>
+
+#include "archive/Crc32.h"
 #include "archive/Reader.h"
+#include "patch/Sha256.h"
 #include "tests/support/Tests.h"
 #include "vaconverter/patch.h"
 
@@ -102,9 +106,13 @@ protected:
         }
     }
 
-    void DamageEach() {
+    [[nodiscard]] static int Rounds() {
         const char* rounds = std::getenv("VA_DAMAGE_ROUNDS");
-        const int count = rounds != nullptr ? std::atoi(rounds) : 300;
+        return rounds != nullptr ? std::atoi(rounds) : 300;
+    }
+
+    void DamageEach() {
+        const int count = Rounds();
         const std::string old = folder_.Read("old.va");
         const std::string patch = folder_.Read("patch.va");
         ASSERT_TRUE(Apply(old, patch));
@@ -158,6 +166,54 @@ TEST_F(ApplyingWhatIsDamaged, CompactPatches) {
         va::MakePatch(old, fresh, {.result = folder_.Path("patch.va"), .compact = true});
     ASSERT_TRUE(made.newArchive);
     DamageEach();
+}
+
+// Sets the check sums of a compact patch's sections, as far as they can be followed, and its digest
+// to what its bytes have: whoever makes a hostile patch does.
+std::string Sealed(std::string bytes) {
+    constexpr std::size_t kDigest = 32;
+    if (bytes.size() < kDigest + 5) return bytes;
+    const std::size_t end = bytes.size() - kDigest;
+    const auto takeNumber = [&](std::size_t& at) {
+        std::uint64_t number = 0;
+        for (unsigned shift = 0; at < end && shift < 63; shift += 7) {
+            const auto byte = static_cast<unsigned char>(bytes[at++]);
+            number |= std::uint64_t{byte & 0x7FU} << shift;
+            if (byte < 0x80) break;
+        }
+        return number;
+    };
+    for (std::size_t at = 5; at + 8 < end;) {
+        at += 2;
+        (void)takeNumber(at);
+        const std::uint64_t size = takeNumber(at);
+        if (at + 4 > end || size > end - at - 4) break;
+        archive::Crc32 sum;
+        sum.Update(std::as_bytes(std::span(bytes)).subspan(at + 4, size));
+        for (unsigned i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(sum.Value() >> 8 * i);
+        at += 4 + size;
+    }
+    const auto digest = patch::Sha256Of(std::string_view(bytes).substr(0, end));
+    std::memcpy(bytes.data() + end, digest.data(), digest.size());
+    return bytes;
+}
+
+TEST_F(ApplyingWhatIsDamaged, CompactPatchesWithSumsMadeToFit) {
+    const va::Archive archive(folder_.Path("old.va"));
+    const va::Archive fresh(folder_.Path("new.va"));
+    (void)va::MakePatch(archive, fresh, {.result = folder_.Path("patch.va"), .compact = true});
+    const std::string old = folder_.Read("old.va");
+    const std::string patch = folder_.Read("patch.va");
+    ASSERT_EQ(Sealed(patch), patch);
+    int applied = 0;
+    for (int seed = 1; seed <= Rounds() && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        std::minstd_rand random(seed);
+        const std::string hurt = Sealed(Damaged(patch, random));
+        if (hurt != patch && Apply(old, hurt)) ++applied;
+    }
+    // The shares are for people alone.
+    EXPECT_LT(applied, Rounds() / 10);
 }
 
 }  // namespace
