@@ -109,8 +109,12 @@ Contents ReadOnce(const platform::FileHandle& file, const ArchiveHeader& base) {
     if (contents.footprint.length < 0) {
         throw Error(ErrorCode::CannotRead, "its length cannot be read");
     }
-    contents.fileSize = static_cast<std::uint64_t>(contents.footprint.length);
     ReadHeader(file, contents);
+    // Taken after the header: a change in place writes all that a header names before it writes the
+    // header, so that this length covers it.
+    const std::int64_t length = file.Length();
+    if (length < 0) throw Error(ErrorCode::CannotRead, "its length cannot be read");
+    contents.fileSize = static_cast<std::uint64_t>(length);
     ReadIndex(file, contents);
     return contents;
 }
