@@ -10,7 +10,6 @@ of its own. Prints bytes, seconds and processor seconds of each program, in one 
 Each patch is applied, and expanded and compared with what 'va diff' writes. Takes some 3 GB below $TMPDIR, by default
 in memory; bsdiff takes 17 times the old side.
 """
-import importlib.util
 import os
 import pathlib
 import random
@@ -19,10 +18,8 @@ import subprocess
 import sys
 import tempfile
 
-# By another name: it imports the run.py of bench/archive as "run".
-SPEC = importlib.util.spec_from_file_location("patches", pathlib.Path(__file__).resolve().parent / "run.py")
-patches = importlib.util.module_from_spec(SPEC)
-SPEC.loader.exec_module(patches)
+import corpora
+import measuring
 
 RELEASES = {  # package, the two releases
     "freeciv": ("freeciv-data", "bookworm", "trixie"),
@@ -44,7 +41,7 @@ def add_stretches(name, old, new, chance):
         for _ in range(3):
             at = chance.randrange(len(content) + 1)
             content[at:at + 16] = chance.randbytes(20)
-        patches.write(new, f"similar/member{number:05}.dat", content)
+        corpora.write(new, f"similar/member{number:05}.dat", content)
     longest, count = {"assets": (400_000, 4), "small": (2000, 100), "large": (3_000_000, 3)}[name]
     for number in range(count):
         joined = bytearray()
@@ -52,11 +49,11 @@ def add_stretches(name, old, new, chance):
             source = chance.choice(olds if chance.random() < 0.6 else added).read_bytes()
             start = chance.randrange(max(len(source) - longest, 0) + 1)
             joined += source[start:start + longest] + chance.randbytes(max(longest // 100, 20))
-        patches.write(new, f"joined/member{number:05}.dat", joined)
+        corpora.write(new, f"joined/member{number:05}.dat", joined)
 
 
 def make_generated(name, work):
-    patches.make_sides(name, work / "old", work / "new")
+    corpora.make_sides(name, work / "old", work / "new")
     add_stretches(name, work / "old", work / "new", random.Random(5))
 
 
@@ -103,10 +100,10 @@ def compare(name, dist, work, with_bsdiff):
     sizes, seconds = {}, {}
     print(f"{name}: bytes, seconds, processor seconds")
     for step, words in steps.items():
-        seconds[step] = patches.measure(words, work)
+        seconds[step] = measuring.measure(words, work)
         sizes[step] = (work / words[-1]).stat().st_size
         print(f"  {step:18} {sizes[step]:12} {seconds[step][0]:8.2f} {seconds[step][1]:8.2f}", flush=True)
-    taken = patches.measure([va, "apply", "-q", "-f", "old.va", "small.vap", "-o", "result.va"], work)
+    taken = measuring.measure([va, "apply", "-q", "-f", "old.va", "small.vap", "-o", "result.va"], work)
     print(f"  {'va apply':18} {'':12} {taken[0]:8.2f} {taken[1]:8.2f}")
     subprocess.run(["cmp", "result.va", "new.va"], cwd=work, check=True)
     subprocess.run([va, "expand", "-q", "small.vap", "old.va", "-o", "again.patch.va"], cwd=work, check=True)
@@ -125,13 +122,10 @@ def main():
     words = [word for word in sys.argv[1:] if word != "--no-bsdiff"]
     if not words:
         sys.exit(__doc__)
-    missing = [name for name in ("xdelta3", "zstd", "bsdiff") if shutil.which(name) is None]
-    if missing:
-        subprocess.run(["apt-get", "install", "-y", "-q", *missing], check=True)
+    measuring.install_missing({peer: peer for peer in ("xdelta3", "zstd", "bsdiff")})
     dist = (pathlib.Path(words[0]) / "dist").resolve()
-    place = os.environ.get("TMPDIR") or ("/dev/shm" if os.access("/dev/shm", os.W_OK) else None)
-    for name in words[1:] or ("assets", "small", "large", *RELEASES):
-        with tempfile.TemporaryDirectory(dir=place) as folder:
+    for name in words[1:] or (*corpora.NAMES, *RELEASES):
+        with tempfile.TemporaryDirectory(dir=measuring.place()) as folder:
             work = pathlib.Path(folder)
             (make_released if name in RELEASES else make_generated)(name, work)
             compare(name, dist, work, "--no-bsdiff" not in sys.argv)

@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Measures va create and va add against tar and zip.
+"""Measures va create, add and repack against tar, zip and cp.
 
 usage: bench/va/create.py BUILD_FOLDER [ROUNDS]
 
 Makes the three corpora of run.py (3,000 members of 230 MB; 50,000 of 65 MB; 20 of 350 MB) as folders, in memory. Runs
 each program on each in turn, ROUNDS times (5), and prints medians of the seconds that passed and of processor seconds, and for
 each limit the median of the rounds' ratios. 'add' adds one member of 1 KB to the archive of 50,000; its peer writes
-and flushes as many bytes as that archive's index has. Takes some 2 GB below $TMPDIR, by default in memory.
+and flushes as many bytes as that archive's index has. 'repack' reads a plain archive. Takes some 2 GB below $TMPDIR, by default in memory.
 """
-import importlib.util
 import os
 import pathlib
 import statistics
@@ -16,10 +15,8 @@ import subprocess
 import sys
 import tempfile
 
-# Under another name than the script of the archive tool that it imports.
-_place = importlib.util.spec_from_file_location("va_bench", pathlib.Path(__file__).resolve().parent / "run.py")
-va_bench = importlib.util.module_from_spec(_place)
-_place.loader.exec_module(va_bench)
+import corpora
+import measuring
 
 RECORD = 296  # bytes of an index record
 
@@ -31,16 +28,10 @@ LIMITS = [
     ("assets", "create all -j2", "zip -1", 0.45, 0),
     ("assets", "create all -j1", "zip -1", 0.75, 0),
     ("small", "add", "write index", 2.0, 0),
+    ("assets", "repack plain", "cp", 1.3, 0),
+    ("large", "repack plain", "cp", 1.3, 0),
+    ("small", "repack plain", "cp", 1.3, 0),
 ]
-
-
-def make_corpus(name, folder):
-    material = va_bench.archive_bench.Material()
-    sizes = va_bench.sizes_of(name, material.random)
-    for number, size in enumerate(sizes):
-        va_bench.write(folder, f"folder{number % max(len(sizes) // 50, 4):04}/member{number:05}.dat",
-                       va_bench.fresh(size, material))
-    return len(sizes)
 
 
 def steps_of(name, va, work, members):
@@ -50,6 +41,8 @@ def steps_of(name, va, work, members):
         "tar -cf": ["tar", "-cf", "in.tar", "in"],
         "create all -j2": [va, "create", "-qf", "-j2", "--compress=all", "all.va", "in"],
         "create all -j1": [va, "create", "-qf", "-j1", "--compress=all", "all1.va", "in"],
+        "repack plain": [va, "repack", "-qf", "plain.va", "-o", "repacked.va"],
+        "cp": ["cp", "plain.va", "copy.va"],
         "zip -1": ["sh", "-c", "rm -f in.zip; exec zip -q -1 -r in.zip in"],
     }
     if name == "small":
@@ -61,17 +54,18 @@ def steps_of(name, va, work, members):
 
 
 def measure(name, va, work, count):
-    members = make_corpus(name, work / "in")
+    members = corpora.make_side(name, work / "in")
+    subprocess.run([va, "create", "-q", "--compress=none", "plain.va", "in"], cwd=work, check=True)
     steps = list(steps_of(name, va, work, members).items())
     rounds = []
     for number in range(count):
         first = number % len(steps)
-        rounds.append({step: va_bench.measure(words, work) for step, words in steps[first:] + steps[:first]})
+        rounds.append({step: measuring.measure(words, work) for step, words in steps[first:] + steps[:first]})
     subprocess.run([va, "test", "-q", "plain.va", "all.va"], cwd=work, check=True)
     subprocess.run(["cmp", "all.va", "all1.va"], cwd=work, check=True)
     print(f"{name}: median seconds, processor seconds")
     for step, _ in steps:
-        seconds, processor = (statistics.median(r[step][i] for r in rounds) for i in (0, 1))
+        seconds, processor = measuring.medians(rounds, step)
         print(f"  {step:18} {seconds:8.3f} {processor:8.3f}")
     for corpus, ours, theirs, limit, what in LIMITS:
         if corpus != name:
@@ -85,11 +79,11 @@ def measure(name, va, work, count):
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
+    measuring.install_missing({"zip": "zip"})
     va = str((pathlib.Path(sys.argv[1]) / "dist/VAConverter/bin/va").resolve())
     count = int(sys.argv[2]) if len(sys.argv) > 2 else 5
-    place = os.environ.get("TMPDIR") or ("/dev/shm" if os.access("/dev/shm", os.W_OK) else None)
-    for name in ("assets", "small", "large"):
-        with tempfile.TemporaryDirectory(dir=place) as folder:
+    for name in corpora.NAMES:
+        with tempfile.TemporaryDirectory(dir=measuring.place()) as folder:
             measure(name, va, pathlib.Path(folder), count)
 
 

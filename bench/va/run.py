@@ -11,21 +11,17 @@ of the rounds' ratios of seconds, and of processor seconds with one worker. Each
 and the result compared with the new folder; so are the extracted members. On Debian, missing peers are installed.
 Takes some 3 GB below $TMPDIR, by default in memory.
 """
-import os
 import pathlib
 import shutil
 import statistics
 import subprocess
 import sys
 import tempfile
-import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "archive"))
-import run as archive_bench  # pylint: disable=wrong-import-position
+import corpora
+import measuring
 
-CHANGED, ADDED, REMOVED, MOVED = 0.05, 0.01, 0.005, 0.01
-
-ALL = ("assets", "small", "large")
+ALL = corpora.NAMES
 PEERS = {"xdelta3": "xdelta3", "zstd": "zstd", "7z": "p7zip-full", "unzip": "unzip"}  # and their packages
 
 # corpora, step, step that it is compared with, largest ratio of their seconds
@@ -44,74 +40,6 @@ LIMITS = [
 ]
 
 
-def sizes_of(name, random):
-    if name == "assets":
-        sizes = [int(random.lognormvariate(0, 1.2) * 1000) for _ in range(3000)]
-        scale = 230e6 / sum(sizes)
-        return [int(size * scale) for size in sizes]
-    if name == "small":
-        return [random.randint(20, 2600) for _ in range(50000)]
-    return [17_500_000] * 20
-
-
-def fresh(size, material):
-    """A content that shares nothing with others: the pieces of all are the same, so their bytes are renamed."""
-    return material.file(size).translate(bytes(material.random.sample(range(256), 256)))
-
-
-def edited(content, material):
-    """The next version of a file: edited in a few places, more in larger ones, or now and then made anew."""
-    random = material.random
-    if random.random() < 0.1:
-        return fresh(len(content), material)
-    for _ in range(random.randint(1, min(max(len(content) // 2000, 2), 8))):
-        at = random.randrange(len(content) + 1)
-        cut = random.choice((0, 16, 100))
-        content[at:at + cut] = random.randbytes(random.choice((4, 16, 60)))
-    return content
-
-
-def write(folder, name, content):
-    path = folder / name
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_bytes(content)
-
-
-def make_sides(name, old, new):
-    material = archive_bench.Material()
-    random = material.random
-    sizes = sizes_of(name, random)
-    names = [f"folder{number % max(len(sizes) // 50, 4):04}/member{number:05}.dat" for number in range(len(sizes))]
-    count = {kind: max(round(len(sizes) * share), least)
-             for kind, share, least in (("changed", CHANGED, 3), ("removed", REMOVED, 1), ("moved", MOVED, 1))}
-    chosen = random.sample(range(len(sizes)), sum(count.values()))
-    changed = set(chosen[:count["changed"]])
-    removed = set(chosen[count["changed"]:count["changed"] + count["removed"]])
-    moved = set(chosen[-count["moved"]:])
-    for number, size in enumerate(sizes):
-        content = fresh(size, material)
-        write(old, names[number], content)
-        if number in removed:
-            continue
-        if number in changed:
-            content = edited(content, material)
-        write(new, f"moved/{number:05}.dat" if number in moved else names[number], content)
-    for number in range(max(round(len(sizes) * ADDED), 1)):
-        write(new, f"added/member{number:05}.dat", fresh(sizes[number], material))
-
-
-def measure(command, folder):
-    """Runs to success in `folder`; seconds that passed, and processor seconds."""
-    start = time.perf_counter()
-    child = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    message = child.stderr.read()
-    _, status, usage = os.wait4(child.pid, 0)
-    child.returncode = os.waitstatus_to_exitcode(status)
-    if child.returncode != 0:
-        sys.exit(f"{command}: {message.decode()}")
-    return time.perf_counter() - start, usage.ru_utime + usage.ru_stime
-
-
 class Course:
     """One corpus and the steps that are measured on it."""
 
@@ -120,7 +48,7 @@ class Course:
         self.va = str(dist / "VAConverter/bin/va")
         self.converter = str(dist / "VAConverter/bin/VAConverter")
         archiver = str(dist / "VAConverter/bin/VArchive")
-        make_sides(name, work / "old", work / "new")
+        corpora.make_sides(name, work / "old", work / "new")
         for side in ("old", "new"):
             for letters, ending in (("-c", "va"), (None, "plain.va")):
                 words = [archiver, "-r", "-k", *([letters] if letters else []), "a", f"{work}/{side}.{ending}", "*"]
@@ -175,7 +103,7 @@ class Course:
         for step, words in steps[first:] + steps[:first]:
             shutil.rmtree(self.work / "out", ignore_errors=True)
             (self.work / "out").mkdir()
-            measured[step] = measure(words, self.work)
+            measured[step] = measuring.measure(words, self.work)
         return measured
 
     def check(self):
@@ -195,7 +123,7 @@ class Course:
     def report(self, rounds):
         print(f"{self.name}: median seconds, processor seconds, bytes written")
         for step, words in self.steps().items():
-            seconds, processor = (statistics.median(r[step][i] for r in rounds) for i in (0, 1))
+            seconds, processor = measuring.medians(rounds, step)
             written = self.work / words[-1]
             size = f"{written.stat().st_size:12}" if written.is_file() else ""
             print(f"  {step:18} {seconds:8.3f} {processor:8.3f} {size}")
@@ -213,14 +141,11 @@ class Course:
 def main():
     if len(sys.argv) < 2:
         sys.exit(__doc__)
-    missing = [package for program, package in PEERS.items() if shutil.which(program) is None]
-    if missing:
-        subprocess.run(["apt-get", "install", "-y", "-q", *missing], check=True)
+    measuring.install_missing(PEERS)
     dist = (pathlib.Path(sys.argv[1]) / "dist").resolve()
     count = int(sys.argv[2]) if len(sys.argv) > 2 else 5
-    place = os.environ.get("TMPDIR") or ("/dev/shm" if os.access("/dev/shm", os.W_OK) else None)
-    for name in sys.argv[3:] or ("assets", "small", "large"):
-        with tempfile.TemporaryDirectory(dir=place) as folder:
+    for name in sys.argv[3:] or corpora.NAMES:
+        with tempfile.TemporaryDirectory(dir=measuring.place()) as folder:
             course = Course(name, dist, pathlib.Path(folder))
             course.make_patches()
             rounds = [course.round(number) for number in range(count)]

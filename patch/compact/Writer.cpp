@@ -274,7 +274,8 @@ void Writer::Describe() {
     std::vector<Place> placeOf(old_.numbers.size());
     for (Place place = 0; place < old_.numbers.size(); ++place)
         placeOf[old_.numbers[place]] = place;
-    const auto& [old, fresh] = std::tie(difference_.old, difference_.fresh);
+    const Input& old = difference_.old;
+    const Input& fresh = difference_.fresh;
     const auto addSpot = [&](Number number) {
         directory_.spots.Add(old.tree[number].name, difference_.digests.old[number]);
     };

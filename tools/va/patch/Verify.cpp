@@ -21,7 +21,7 @@ constexpr std::array<std::string_view, 3> kExamples = {"va verify Town.va town-1
                                                        "va sums Town.va | va verify - town/"};
 
 ExitCode RunVerify(Run& run) {
-    for (const std::size_t at : {1, 0}) {
+    for (const std::size_t at : {1U, 0U}) {
         const std::string& path = run.Operand(at);
         if (const auto sums = ReadSumsFile(path)) {
             return VerifySums(run, run.Operand(1 - at), path, *sums);
