@@ -41,7 +41,7 @@ def steps_of(name, va, work, members):
         "tar -cf": ["tar", "-cf", "in.tar", "in"],
         "create all -j2": [va, "create", "-qf", "-j2", "--compress=all", "all.va", "in"],
         "create all -j1": [va, "create", "-qf", "-j1", "--compress=all", "all1.va", "in"],
-        "repack plain": [va, "repack", "-qf", "plain.va", "-o", "repacked.va"],
+        "repack plain": [va, "repack", "-qf", "--compress=none", "plain.va", "-o", "repacked.va"],
         "cp": ["cp", "plain.va", "copy.va"],
         "zip -1": ["sh", "-c", "rm -f in.zip; exec zip -q -1 -r in.zip in"],
     }
