@@ -26,16 +26,19 @@ std::optional<int> ArchiveChanges::Patience() const {
 }
 
 bool ArchiveChanges::Enter() {
-    if (Active() || !archive_.MayChange()) return true;
-    if (!archive_.File().LockChanges(0)) return false;
-    if (archive_.HasChanged()) archive_.Read();
+    if (Active()) return true;
+    if (archive_.MayChange()) {
+        if (!archive_.File().LockChanges(0)) return false;
+        if (archive_.HasChanged()) archive_.Read();
+    }
     if (archive_.MayChange()) {
         // All members must become known first: a later walk would find a new member and add it
         // twice.
         archive_.WalkRest();
         appender_.emplace(archive_.File(), archive_.Contents(), kPublish);
-    } else if (archive_.IsOpen()) {
-        // Another process has made it an archive that cannot be changed.
+    } else {
+        // Another process has made it an archive that cannot be changed, or no archive at all. The
+        // lock may have been taken just now, or by a wait for that process.
         archive_.File().UnlockChanges();
     }
     return true;

@@ -47,7 +47,7 @@ void ArchiveMembers::Read() {
         contents_ = archive::ReadContents(file_, defaults_);
     } catch (const archive::Error& error) {
         readFailed_ = error.Code() == archive::ErrorCode::CannotRead;
-        file_.Close();
+        isArchive_ = false;
         return;
     }
     // An index without records is not maintained: new members go after it, and none is written.
@@ -66,7 +66,9 @@ void ArchiveMembers::Start() {
     contents_ = archive::StartArchive(file_, defaults_.buildVersion, defaults_.productCode);
 }
 
-bool ArchiveMembers::MayChange() const { return writable_ && IsOpen() && contents_.headerInPlace; }
+bool ArchiveMembers::MayChange() const {
+    return writable_ && IsUsable() && contents_.headerInPlace;
+}
 
 archive::FindEntry ArchiveMembers::EntryOf(Ordinal ordinal) const {
     std::array<std::byte, archive::kFindEntrySize> bytes{};
@@ -76,7 +78,7 @@ archive::FindEntry ArchiveMembers::EntryOf(Ordinal ordinal) const {
 
 std::optional<ArchiveMembers::Ordinal> ArchiveMembers::Find(const char* name) const {
     const auto wanted = LookedUp(name);
-    if (!wanted || !IsOpen() || Table().Count() == 0) return std::nullopt;
+    if (!wanted || !IsUsable() || Table().Count() == 0) return std::nullopt;
     PathBuffer normal{*wanted};
     NormalisePath(normal);
     for (auto found = Table().Find(normal.View()); found; found = Table().NextOfSameName(*found)) {
@@ -95,7 +97,7 @@ std::optional<ArchiveMembers::Ordinal> ArchiveMembers::FindOrWalk(const char* na
 // The walk treats the name as a pattern, which is fixed.
 std::optional<ArchiveMembers::Ordinal> ArchiveMembers::WalkFor(const char* name) {
     const auto wanted = LookedUp(name);
-    if (!wanted || !IsOpen()) return std::nullopt;
+    if (!wanted || !IsUsable()) return std::nullopt;
     const std::int64_t length = file_.Length();
     if (length < 0) return std::nullopt;
     // A file that has not grown is walked once, not once for every name that is missing.

@@ -27,10 +27,12 @@ public:
 
     // The caller opens the file, then calls Read or Start.
     [[nodiscard]] platform::FileHandle& File() { return file_; }
-    [[nodiscard]] bool IsOpen() const { return file_.IsOpen(); }
+    // Returns whether the file is open, and was an archive when it was last read.
+    [[nodiscard]] bool IsUsable() const { return isArchive_ && file_.IsOpen(); }
 
-    // Reads header and index; forgets what was known before, ordinals included. Closes a file that
-    // is not an archive or cannot be read.
+    // Reads header and index; forgets what was known before, ordinals included. A file that is not
+    // an archive or cannot be read is not usable from then on. It stays open: files that borrow the
+    // descriptor, and a thread that waits for the change lock, use it without this object.
     void Read();
     // Returns whether the file could not be opened or read, as opposed to a file that was read and
     // is not an archive.
@@ -43,7 +45,7 @@ public:
     // Makes an empty file an archive without members. Throws archive::Error (CannotWrite).
     void Start();
 
-    // Returns whether members may be added and deleted: the archive is open, writable, and its
+    // Returns whether members may be added and deleted: the archive is usable, writable, and its
     // header can be rewritten.
     [[nodiscard]] bool MayChange() const;
 
@@ -75,6 +77,7 @@ private:
     archive::Contents contents_;
     ArchiveFolders folders_;
     unsigned timesRead_ = 0;
+    bool isArchive_ = true;
     bool readFailed_ = false;
     // A walk that began here reached the end of a file of that size and found nothing.
     std::uint64_t walkedFrom_ = 0;

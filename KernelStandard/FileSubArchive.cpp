@@ -47,6 +47,8 @@ FileSubArchive::FileSubArchive(const char* path, bool writable)
     } else {
         CreateArchive();
     }
+    // A file that is no archive must not stay open: it would keep others from having it alone.
+    if (!archive_.IsUsable()) archive_.File().Close();
 }
 
 FileSubArchive::~FileSubArchive() {
@@ -84,7 +86,7 @@ void FileSubArchive::CreateArchive() {
 
 bool FileSubArchive::IsAvailable() const {
     const ScopedLock hold(lock_);
-    return archive_.IsOpen();
+    return archive_.IsUsable();
 }
 
 archive::ArchiveHeader FileSubArchive::Header() const {
@@ -165,7 +167,7 @@ bool FileSubArchive::FindNext(const char* pattern, int search, archive::FindEntr
                               bool advance, bool exact) {
     const ScopedLock hold(lock_);
     const auto handle = static_cast<std::size_t>(search);
-    if (handle >= searches_.size() || !searches_[handle] || !archive_.IsOpen()) return false;
+    if (handle >= searches_.size() || !searches_[handle] || !archive_.IsUsable()) return false;
     ArchiveSearch& found = *searches_[handle];
     if (!exact) return found.Next(pattern, entry, advance);
 
@@ -192,8 +194,9 @@ void FileSubArchive::WaitForOtherChanges() {
         patience = *wanted;
         file = &archive_.File();
     }
-    // The lock belongs to the handle, so that Enter has it at once. Another thread of this mount
-    // may use it first, which does no harm.
+    // Without lock_, which is safe because the descriptor stays open as long as the mount. The lock
+    // belongs to the handle, so that Enter has it at once. Another thread of this mount may use it
+    // first, which does no harm.
     const bool locked = file->LockChanges(patience);
     const ScopedLock hold(lock_);
     changes_.SetWaitedInVain(!locked);

@@ -129,7 +129,7 @@ std::int64_t OpenFile::ReadAt(std::uint64_t offset, std::span<std::byte> into) {
     if (offset >= storedSize_) return 0;
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), storedSize_ - offset));
-    // Another thread may close a shared descriptor: an archive that cannot be read anew does so.
+    // Promised to backends (FileSub::Lock): a shared descriptor is used under their lock.
     const OwnerLock lock(owner_.get());
     return handle_->ReadAt(dataOffset_ + offset, into.first(count));
 }

@@ -80,5 +80,34 @@ TEST_F(MountThreads, AFileOpensForWritingWhileTheArchiveIsReadAnew) {
     });
 }
 
+// The first thread that gets the lock finds no archive. The other one still waits with the same
+// descriptor then.
+TEST_F(MountThreads, AnArchiveThatIsSpoiltWhileTwoThreadsWaitForItIsLeftToOthers) {
+    MountBytes(RawArchive({{"m", "old"}}), true);
+    const auto backend = std::static_pointer_cast<FileSubArchive>(
+        FileSubstList::Instance().TopBackend(Intern("arc")));
+    File reader;
+    ASSERT_EQ(reader.Open("arc:m", kReadPlain), RES_OK);
+    platform::FileHandle other;
+    ASSERT_TRUE(other.Open("a.va", platform::Access::ReadWrite, platform::Creation::OpenExisting,
+                           platform::Share::DenyNone));
+    ASSERT_TRUE(other.LockChanges(0));
+    InThreads(3, [&](std::size_t t) {
+        if (t > 0) {
+            EXPECT_TRUE(backend->BeginChanges());
+            EXPECT_FALSE(backend->AddMember("n", {}, false));
+            return;
+        }
+        // Both mostly wait by then; if they do not, the case proves less but still passes.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(other.WriteAt(0, std::as_bytes(std::span("spoilt"))), sizeof "spoilt");
+        other.UnlockChanges();
+    });
+    EXPECT_FALSE(backend->IsAvailable());
+    EXPECT_TRUE(other.LockChanges(0)) << "the lock is not kept";
+    char content[3];
+    EXPECT_EQ(reader.Read(content, sizeof content), sizeof content) << "open files stay readable";
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
