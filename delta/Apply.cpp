@@ -72,7 +72,7 @@ void SegmentPlayer::Play(Output out) {
         fresh_.Read(out.subspan(copyCount, freshCount));
         out = out.subspan(copyCount + freshCount);
     }
-    // What is left over would be bytes that the check covers but the result does not need.
+    // Refuse unused bytes: the check covers them, so one result would have many valid diffs.
     if (!control_.AtEnd() || !gaps_.AtEnd() || !values_.AtEnd() || !fresh_.AtEnd()) {
         ThrowDamaged("a stream is too long");
     }
@@ -112,7 +112,7 @@ void Unpack(const ParsedDiff& parsed, ByteView oldFile, Workspace::Parts& parts,
 }  // namespace
 
 std::uint64_t MemoryToApply(const Header& header) {
-    // libzstd's context, which decodes straight into the output and so needs no window.
+    // The size of libzstd's context. It needs no window: it decodes directly into the output.
     constexpr std::uint64_t kUnpackZstd = 256U << 10;
     std::uint64_t memory = sizeof(Workspace::Parts) + header.newSize;
     if (header.method == Method::Modelled) {

@@ -1,3 +1,14 @@
+// Adaptive models that estimate the probability of the next bit.
+//
+// Several contexts (the bytes before, the bytes at the same offset of the old file, ...) each keep
+// a history of the bits that followed them (HistoryTable). A mixer adds up their predictions,
+// weighted by how often each was right so far. The range coder spends few bits on a bit that was
+// predicted well. Encoder and decoder learn from the same bits in the same order, so their
+// predictions are equal.
+//
+// All arithmetic uses integers, because floating point may differ between machines. Everything is
+// inline: a byte takes eight predictions from up to nine histories each, and calls would cost as
+// much as the work.
 #pragma once
 
 #include <algorithm>
@@ -9,22 +20,12 @@
 #include "delta/Bytes.h"
 #include "delta/ModelConstants.h"
 
-// Models that learn how likely the next bit is.
-//
-// Several contexts (the bytes before, the bytes at the same place of the old file, ...) each keep a
-// history of the bits that followed them (HistoryTable). A mixer adds up their opinions, weighted
-// by how often each was right so far, and the range coder spends as few bits as the mix is sure.
-// Encoder and decoder learn from the same bits in the same order, so that they predict the same.
-//
-// All results are those of integers: floating point need not give the same bits on every machine.
-// Everything is inline: a byte takes eight predictions from up to nine histories each, and calls
-// would cost as much as the work.
 namespace delta {
 
 namespace detail {
 
-// 65536 / (n + 1.5): how far the n-th bit moves a probability. Close to the mean of the n bits
-// seen, but never quite sure: after a first 1 it is 5/6.
+// Returns 65536 / (n + 1.5) for each n: how far the n-th bit moves a probability. The result stays
+// close to the mean of the bits seen but never reaches 0 or 1: after a first 1 it is 5/6.
 constexpr std::array<std::uint32_t, 1024> MakeRates() {
     std::array<std::uint32_t, 1024> rates{};
     for (std::uint32_t n = 0; n < rates.size(); ++n) rates.at(n) = 131072 / (2 * n + 3);
@@ -33,12 +34,13 @@ constexpr std::array<std::uint32_t, 1024> MakeRates() {
 
 constexpr auto kRates = MakeRates();
 
-// Opinions are added as ln(p / (1 - p)), "stretched", in 1/256: there a sure opinion outweighs many
-// undecided ones, as it should. The limit stands for probabilities of about 1 in 3000.
+// Predictions are added in the logistic domain, as ln(p / (1 - p)) in units of 1/256 ("stretched"),
+// where one confident prediction outweighs many undecided ones. The limit corresponds to a
+// probability of about 1 in 3000.
 constexpr int kStretchLimit = 2047;
 
-// The way back from the stretched form: 65536 / (1 + e^(-x/256)) for x from -2047 to 2047, by
-// repeated multiplication with e^(-1/256).
+// Returns the inverse of the stretched form, 65536 / (1 + e^(-x/256)) for x from -2047 to 2047. It
+// multiplies repeatedly by e^(-1/256), because std::exp may round differently elsewhere.
 constexpr std::array<std::uint16_t, 2 * kStretchLimit + 1> MakeSquash() {
     constexpr std::uint64_t kOne = std::uint64_t{1} << 32;
     constexpr std::uint64_t kStep = 4278222805U;  // e^(-1/256) * 2^32
@@ -70,26 +72,26 @@ constexpr auto kStretch = MakeStretch();
 
 }  // namespace detail
 
-// The bits that followed one context: a probability that moves fast at first and slower the more
-// bits it has seen.
+// The probability that a context's next bit is 1. It moves fast at first, and slower the more bits
+// it has seen.
 class BitHistory {
 public:
     BitHistory() = default;
     // Starts with this probability of a 1, in 1/65536.
     constexpr explicit BitHistory(std::uint32_t probability) : state_(probability << 16) {}
 
-    // Returns a history that has seen nothing.
+    // Returns a history that has seen no bit yet.
     static constexpr BitHistory Even() { return BitHistory(1U << 15); }
 
     // Returns the probability of a 1, in 1/65536.
     [[nodiscard]] std::uint32_t Probability() const noexcept { return state_ >> 16; }
 
-    // Moves the probability towards `bit`. `maxCount` bounds the count of bits seen, so that the
-    // history keeps following changes.
+    // Moves the probability towards `bit`. `maxCount` limits the count of bits seen, so the history
+    // continues to adapt.
     void Learn(bool bit, std::uint32_t maxCount) {
         const std::uint32_t count = state_ & 0x3ffU;
         const std::int64_t target = bit ? (1 << 22) - 1 : 0;
-        // Shifting rounds down where dividing would round to 0: a small probability keeps falling.
+        // Shift instead of divide: it rounds down, so a small probability continues to fall.
         const std::int64_t step =
             ((target - std::int64_t{state_ >> 10}) * std::int64_t{detail::kRates[count]}) >> 16;
         state_ += (static_cast<std::uint32_t>(step) << 10) + (count < maxCount ? 1U : 0U);
@@ -100,7 +102,7 @@ private:
     std::uint32_t state_;
 };
 
-// Returns one number for the values that make up a context.
+// Returns a hash of the values that make up a context.
 inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     std::uint32_t hash = 0;
     for (const std::uint32_t value : values) {
@@ -110,14 +112,14 @@ inline std::uint32_t HashContext(std::initializer_list<std::uint32_t> values) {
     return hash;
 }
 
-// Codes numbers of any size: their bit width, then the bits below the top one. Widths and the
-// highest two of those bits are learnt; the others are close to random and cost a bit each.
+// Codes numbers of any size: the bit width first, then the bits below the top one. The width and
+// the highest two of those bits are predicted; the others are close to random and cost a bit each.
 class NumberModel {
 public:
     NumberModel() {
         width_.fill(BitHistory::Even());
         for (auto& histories : lower_) histories.fill(BitHistory::Even());
-        // Node 1 decides between widths below and from 32, node 2 between those below and from 16.
+        // Node 1 separates widths below 32 from the others, node 2 those below 16 from 16 to 31.
         width_[1] = BitHistory(models::kRareWidth32);
         width_[2] = BitHistory(models::kRareWidth16);
     }

@@ -1,3 +1,4 @@
+// A growable buffer of uninitialised bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,15 +10,15 @@
 
 namespace delta {
 
-// Uninitialised bytes: pages of a large buffer that are never written take no memory. It grows
-// without keeping its content, and never shrinks.
+// Holds uninitialised bytes, so pages of a large buffer that are never written take no memory. It
+// does not keep its content when it grows, and it never shrinks.
 class Buffer {
 public:
     // Returns the first `size` bytes; their content is undefined. Invalidates earlier results if
     // the buffer has to grow.
     [[nodiscard]] std::span<std::uint8_t> Take(std::uint64_t size) {
         if (size > capacity_) {
-            bytes_.reset();  // first, so that the old and the new bytes are never both held
+            bytes_.reset();  // free first: the old and the new buffer are never held together
             capacity_ = 0;
             bytes_ = std::make_unique_for_overwrite<std::uint8_t[]>(size);
             capacity_ = size;

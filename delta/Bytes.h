@@ -1,4 +1,4 @@
-// Bytes of this room, and the numbers in a diff that are not coded with models.
+// Byte types of this folder, and the numbers in a diff that are not coded with models.
 #pragma once
 
 #include <cstddef>
@@ -31,8 +31,8 @@ private:
     ByteBuffer& out_;
 };
 
-// Takes numbers and bytes off the front of a view. Throws Error (Damaged) if the view ends too
-// early or a number is longer than necessary: every number has exactly one valid form.
+// Reads numbers and bytes from the front of a view. Throws Error (Damaged) if the view ends too
+// early, or if a number is longer than necessary: every number has exactly one valid form.
 class ByteReader {
 public:
     explicit ByteReader(ByteView bytes) : rest_(bytes) {}
@@ -48,7 +48,8 @@ private:
     ByteView rest_;
 };
 
-// Maps numbers of either sign to unsigned ones, small ones to small ones: 0, -1, 1, -2, 2, ...
+// Maps signed numbers to unsigned ones (0, -1, 1, -2, 2, ... to 0, 1, 2, 3, 4, ...), so numbers
+// near 0 stay short.
 constexpr std::uint64_t FoldSign(std::int64_t value) noexcept {
     const auto bits = static_cast<std::uint64_t>(value);
     return value < 0 ? ~(bits << 1) : bits << 1;
@@ -59,7 +60,7 @@ constexpr std::int64_t UnfoldSign(std::uint64_t folded) noexcept {
     return static_cast<std::int64_t>((folded & 1) != 0 ? ~half : half);
 }
 
-// Decodes one number as ByteWriter::Number writes it. `next` returns byte after byte.
+// Decodes one number as ByteWriter::Number writes it. `next` returns the next byte.
 template <typename NextByte>
 std::uint64_t DecodeNumber(NextByte next) {
     std::uint64_t value = 0;

@@ -27,15 +27,17 @@ Bits Load(const std::uint8_t* at) {
     return (Bits)_mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
 }
 
-// Moves 128 bits of a message forward: returns bits with the same remainder at a later place, added
-// to those there. `powers` has the two powers of x that lead there.
+// Folds 128 bits of a message into later ones: returns `there` plus the bits that have at that
+// position the same remainder as `bits` have here. `powers` holds the two powers of x for the
+// distance.
 [[gnu::target("pclmul")]] Bits Fold(Bits bits, Bits powers, Bits there) {
     return there ^ (Bits)_mm_clmulepi64_si128((__m128i)bits, (__m128i)powers, 0x00) ^
            (Bits)_mm_clmulepi64_si128((__m128i)bits, (__m128i)powers, 0x11);
 }
 
-// Folds four pieces side by side, since each product waits for the one before. Takes a small part
-// of the time of liblzma's tables, which matters where hardly anything of a large file changed.
+// Computes the CRC-32 by folding four pieces in parallel, because each product depends on the one
+// before. Much faster than liblzma's tables, which would dominate when little of a large file
+// changed.
 [[gnu::target("pclmul")]] std::uint32_t FoldedCrc32(ByteView bytes) {
     // x to the power of 512 + 32, 512 - 32, 128 + 32 and 128 - 32 modulo the polynomial, reflected.
     constexpr Bits kByStride{0x154442bd4, 0x1c6e41596};
@@ -44,7 +46,7 @@ Bits Load(const std::uint8_t* at) {
     const std::uint8_t* const end = at + bytes.size() / kStride * kStride;
     std::array<Bits, 4> sums{Load(at), Load(at + kPiece), Load(at + 2 * kPiece),
                              Load(at + 3 * kPiece)};
-    // The sum starts from all ones, which is the same as inverting the first 32 bits.
+    // CRC-32 starts from all ones, which is the same as inverting the first 32 bits.
     sums[0] ^= Bits{0xffffffff, 0};
     for (at += kStride; at != end; at += kStride) {
         for (std::size_t i = 0; i < sums.size(); ++i) {
@@ -55,7 +57,7 @@ Bits Load(const std::uint8_t* at) {
     for (std::size_t i = 1; i < sums.size(); ++i) sum = Fold(sum, kByPiece, sums[i]);
     std::array<std::uint8_t, kPiece> left{};
     std::memcpy(left.data(), &sum, sizeof sum);
-    // This value stands for a start from zeros: the ones are in already.
+    // liblzma inverts this to a start from zeros: the ones are in `sums` already.
     constexpr std::uint32_t kFromZero = 0xffffffffU;
     return Continue(bytes.subspan(bytes.size() / kStride * kStride), Continue(left, kFromZero));
 }

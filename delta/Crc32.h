@@ -1,4 +1,4 @@
-// The check sum of old files; that of new ones and diffs is CRC-64.
+// CRC-32, which identifies the old file of a diff. New files and diffs are checked with CRC-64.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace delta {
 
-// Returns the usual CRC-32 (that of gzip) of the bytes.
+// Returns the CRC-32 that gzip uses.
 [[nodiscard]] std::uint32_t Crc32(ByteView bytes);
 
 }  // namespace delta

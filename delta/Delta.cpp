@@ -14,7 +14,7 @@ ByteView FromBytes(Bytes bytes) {
     return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
 }
 
-// Calls `work`, and turns the standard library's exception into this folder's.
+// Calls `work` and replaces std::bad_alloc by Error (OutOfMemory).
 template <typename Work>
 auto Guarded(Work work) {
     try {
@@ -50,7 +50,7 @@ void Workspace::Release() { parts_ = std::make_unique<Parts>(); }
 Bytes MakeDelta(Bytes oldContent, Bytes newContent, Workspace& workspace, const Options& options) {
     return Guarded([&] {
         const MakePlan plan = CheckedPlan(oldContent.size(), newContent.size(), options);
-        // Buffers of earlier, larger pairs count towards the limit as well.
+        // Buffers kept from earlier, larger pairs count towards the limit as well.
         if (workspace.MemoryHeld() > options.memoryLimit - plan.memory) workspace.Release();
         return std::as_bytes(
             Make(FromBytes(oldContent), FromBytes(newContent), workspace.Get(), plan));

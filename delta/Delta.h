@@ -1,14 +1,14 @@
 // Byte diffs in memory (format: docs/formats/diff.md): how to make new content from old content.
 //
-// MakeDelta finds the pieces of the new content that exist in the old one, codes places,
-// differences and fresh bytes in the way that suits their amount, tries zstd with the old content
-// as its prefix as well, and keeps the smallest result. So the four methods of the format are not
-// for a caller to choose.
+// MakeDelta finds the pieces of the new content that exist in the old one, and codes offsets,
+// differences and fresh bytes in the way that suits their amount. It also tries zstd with the old
+// content as prefix, and keeps the smallest result. So callers never choose one of the four methods
+// of the format.
 //
-// All state is in a Workspace. There are no globals and no threads: a workspace serves one thread
-// at a time, and threads with separate workspaces are independent. Every function that fails throws
-// Error, and its workspace can still be used. The same input gives the same bytes in every
-// workspace, whatever it was used for before.
+// All state is in a Workspace; there are no globals. A workspace may be used by one thread at a
+// time, and threads with separate workspaces are independent. A function that fails throws Error,
+// and its workspace remains usable. The same input gives the same bytes in every workspace,
+// whatever it was used for before.
 #pragma once
 
 #include <cstddef>
@@ -23,23 +23,23 @@ namespace delta {
 
 using Bytes = std::span<const std::byte>;
 
-// Content of 4 GiB and more is refused.
+// The largest content, in bytes; larger content is refused (TooLarge).
 constexpr std::uint64_t kMaxSize = 0xffffffffU;
 
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
 
-// A diff has at most this many bytes more than the new content.
+// A diff is at most this many bytes larger than the new content.
 constexpr std::size_t kMostOverhead = 24;
 
 struct Options {
-    // Bytes that MakeDelta may hold beside its two inputs, its result included. Under a limit it
-    // searches less and packs with smaller tables, so that diffs become larger.
+    // Memory that MakeDelta may hold besides its two inputs, in bytes, its result included. Under a
+    // limit it searches less and packs with smaller tables, so diffs become larger.
     std::uint64_t memoryLimit = kNoLimit;
 };
 
-// The tables, buffers and library contexts of making and applying. A new one is small; it grows to
-// the needs of the largest pair so far, and is kept because setting up costs more than the work for
-// a small pair.
+// Holds the tables, buffers and library contexts for making and applying diffs. A new workspace is
+// small; it grows to what the largest pair so far needed. Reuse it: setting one up costs more than
+// the work for a small pair.
 class Workspace {
 public:
     Workspace();
@@ -47,10 +47,10 @@ public:
     Workspace(Workspace&&) noexcept;
     Workspace& operator=(Workspace&&) noexcept;
 
-    // Returns the bytes that it holds now, results included.
+    // Returns the memory held now, in bytes, results included.
     [[nodiscard]] std::uint64_t MemoryHeld() const;
 
-    // Frees all of it. Results of this workspace become invalid.
+    // Frees all memory. Results in this workspace become invalid.
     void Release();
 
     struct Parts;
@@ -60,15 +60,15 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-// Returns the smallest diff that any of the methods makes. It lies in the workspace until the next
-// call. Errors: TooLarge; OutOfMemory, before any work if the limit is below the size of the new
-// content plus kMostOverhead.
+// Returns the smallest diff that any of the methods makes. It lies in the workspace and is valid
+// until the next call. Errors: TooLarge; OutOfMemory, thrown before any work if the limit is below
+// the size of the new content plus kMostOverhead.
 [[nodiscard]] Bytes MakeDelta(Bytes oldContent, Bytes newContent, Workspace& workspace,
                               const Options& options = {});
 
-// Returns an upper bound of the bytes that MakeDelta holds for inputs of these sizes, its result
-// included, so that a caller can decide how many workspaces to use at a time. It is at most the
-// limit. Errors: as MakeDelta's before any work.
+// Returns an upper bound of the memory that MakeDelta holds for inputs of these sizes, in bytes,
+// its result included, so a caller can decide how many workspaces to use at a time. The bound is
+// never above the limit. Errors: those that MakeDelta throws before any work.
 [[nodiscard]] std::uint64_t MemoryToMake(std::uint64_t oldSize, std::uint64_t newSize,
                                          const Options& options = {});
 
@@ -78,15 +78,15 @@ struct DeltaInfo {
     std::uint64_t newSize = 0;
     std::uint32_t oldCrc32 = 0;
     std::uint64_t check = 0;   // CRC-64 over the new content and the diff
-    std::uint64_t memory = 0;  // upper bound of the bytes that ApplyDelta holds, with its result
+    std::uint64_t memory = 0;  // upper bound of the memory that ApplyDelta holds, with its result
 };
 
-// Reads the header. Errors: Damaged for anything but a diff with a sound header.
+// Reads the header. Errors: Damaged if `diff` does not begin with a valid header.
 [[nodiscard]] DeltaInfo InspectDelta(Bytes diff);
 
-// Returns the new content, checked. It lies in the workspace until the next call. Errors: Damaged,
-// WrongOld, OutOfMemory; TooLarge if the diff declares more than `sizeLimit` bytes, before memory
-// is allocated for them.
+// Returns the new content after verifying its check. It lies in the workspace and is valid until
+// the next call. Errors: Damaged, WrongOld, OutOfMemory; TooLarge if the diff declares more than
+// `sizeLimit` bytes, thrown before memory is allocated for them.
 [[nodiscard]] Bytes ApplyDelta(Bytes oldContent, Bytes diff, Workspace& workspace,
                                std::uint64_t sizeLimit = kMaxSize);
 

@@ -12,8 +12,8 @@ constexpr std::uint8_t kMagic = 'V';
 constexpr std::uint8_t kMagicBits = 0xd0;  // upper half of the second byte; the method is the lower
 constexpr int kCheckSize = 8;
 
-// Covers the diff as well as the result, so that a changed bit of the diff that happens not to
-// change the result is found too.
+// Returns a CRC-64 over the result and the diff. The diff is included so that a changed bit in it
+// is found even if the result happens to stay the same.
 std::uint64_t DiffCheck(ByteView newFile, ByteView beforeCheck, ByteView payload) {
     std::uint64_t check = lzma_crc64(newFile.data(), newFile.size(), 0);
     check = lzma_crc64(beforeCheck.data(), beforeCheck.size(), check);
@@ -55,7 +55,7 @@ ParsedDiff Parse(ByteView diff) {
     Header& header = parsed.header;
     header.method = DecodeMethod(in.Byte());
     header.oldSize = CheckedSize(in.Number());
-    // The sum of a hostile difference wraps to a number of 2^32 or more, which is refused.
+    // A hostile difference makes the sum wrap to 2^32 or more, which CheckedSize refuses.
     header.newSize =
         CheckedSize(header.oldSize + static_cast<std::uint64_t>(UnfoldSign(in.Number())));
     header.oldCheck = static_cast<std::uint32_t>(in.Fixed(4));

@@ -1,10 +1,10 @@
+// The layout of a diff; docs/formats/diff.md has a worked example.
 #pragma once
 
 #include <cstdint>
 
 #include "delta/Bytes.h"
 
-// Layout of a diff, with a worked example: docs/formats/diff.md.
 namespace delta {
 
 enum class Method : std::uint8_t {
@@ -14,7 +14,7 @@ enum class Method : std::uint8_t {
     ZstdAfter = 3  // one zstd frame with the old file as its prefix
 };
 
-// Largest LZMA dictionary of a stream.
+// The largest LZMA dictionary of a stream, in bytes; part of the format.
 constexpr std::uint64_t kMaxStreamDictionary = 16U << 20;
 
 struct Header {
@@ -37,7 +37,7 @@ struct ParsedDiff {
 [[nodiscard]] ByteBuffer MakeHead(Method method, ByteView oldFile, ByteView newFile,
                                   ByteView payload);
 
-// Reads the header. Throws Error (Damaged) for anything but a diff with a sound header.
+// Reads the header. Throws Error (Damaged) if `diff` does not begin with a valid one.
 [[nodiscard]] ParsedDiff Parse(ByteView diff);
 
 // Returns whether the diff's check was made from `newFile` and every other byte of `diff`.

@@ -33,9 +33,10 @@ void DifferenceModel::SetFlagContexts(std::uint64_t at) {
     const auto run = static_cast<std::uint32_t>(run_);
     const auto since = static_cast<std::uint32_t>(std::min(sinceDifference_, models::kFarGap));
     const auto gap = static_cast<std::uint32_t>(std::min(lastGap_, models::kFarGap));
-    // The byte before (1); three bytes before, such as an instruction that holds an address (2);
-    // the byte itself (3); the spacing of differences, for tables (4); the word here, for pointers
-    // to what moved (5); the run so far and its last difference, for carries (6).
+    // The contexts: the byte before (1); the three bytes before, such as an instruction that holds
+    // an address (2); the byte itself (3); the spacing of differences, for tables (4); the word
+    // here, for pointers to moved content (5); the run so far and its last difference, for
+    // carries (6).
     flags_.SetContexts(
         {HashContext({1, before, distance}),
          HashContext({2, before, before2, OldByte(at - 3), distance}),
@@ -53,11 +54,11 @@ void DifferenceModel::SetDeltaContexts(std::uint64_t at) {
     const auto place = static_cast<std::uint32_t>(std::min<std::uint64_t>(run_, 7));
     const std::uint32_t same = deltaInRun_.at(place);
     const std::uint32_t first = deltaInRun_[0];
-    // Each has the byte's place in the run. Beside it: the difference at this place of the last run
-    // (1), and that of the byte before (2); where the word points to as a distance, by
-    // neighbourhood (3) and exactly (4), since what lies together moves together; the old byte (5);
-    // the same for the word as an address (6); the old bytes and how the run began (7); the old
-    // byte after the difference before it, for a carry (8).
+    // Every context includes the byte's position in the run. In addition: the difference at this
+    // position in the last run (1), and that of the byte before (2); the target of the word read as
+    // a distance, rounded (3) and exact (4), since neighbours move together; the old byte (5); the
+    // target of the word read as an address (6); the old bytes and how the run began (7); the old
+    // byte and the difference before it, for a carry (8).
     deltas_.SetContexts(
         {HashContext({1, place, same}), HashContext({2, place, same, lastDelta_}),
          HashContext({3, place, target_ >> 10, lastDelta_}),

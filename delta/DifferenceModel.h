@@ -8,20 +8,20 @@ namespace delta {
 
 // Predicts which bytes of a copied segment differ, and what has to be added to them.
 //
-// Mostly for programs: after a rebuild, code is the same but for the distances and addresses in it,
-// and those differ by how far their target moved. So differences come in runs of up to four bytes,
-// follow certain bytes (instructions that hold an address), and repeat for the same target.
+// Designed mainly for programs: after a rebuild, code is the same except for distances and
+// addresses, which change by how far their target moved. So differences come in runs of up to four
+// bytes, follow certain bytes (instructions that hold an address), and repeat for the same target.
 //
-// Most copied bytes are equal. A small table that needs no mixing decides where a difference is
-// unlikely, so that the models' time goes to the places where something is to be gained.
+// Most copied bytes are equal. A small table without mixing decides where a difference is unlikely,
+// so the slower models run only where they can save something.
 //
-// Keeps its tables from one pair of files to the next; Begin forgets their content.
+// Keeps its tables from one pair of files to the next; Begin clears them.
 class DifferenceModel {
 public:
-    // Forgets everything and borrows this old file.
+    // Clears what was learnt and borrows this old file.
     void Begin(ByteView oldFile);
 
-    // Borrows this old file instead of the one before, and keeps what it learnt.
+    // Borrows this old file instead of the one before, and keeps what was learnt.
     void Continue(ByteView oldFile);
 
     // Returns the binary logarithm of the length of each of the two tables.
@@ -31,7 +31,7 @@ public:
         return flags_.MemoryHeld() + deltas_.MemoryHeld();
     }
 
-    // Codes whether the copy of the old file's byte `at` differs. Returns that.
+    // Codes whether the copy of the old file's byte `at` differs, and returns it.
     template <typename Coder>
     bool CodeFlag(Coder& coder, std::uint64_t at, bool differs) {
         BitHistory& quick =
@@ -49,7 +49,8 @@ public:
         return differs;
     }
 
-    // Codes the new byte minus the old one, modulo 256, of a byte that differs. Returns that.
+    // Codes the new byte minus the old one, modulo 256, for a byte that differs. Returns the
+    // difference.
     template <typename Coder>
     std::uint8_t CodeDelta(Coder& coder, std::uint64_t at, std::uint8_t delta) {
         SetDeltaContexts(at);
@@ -69,7 +70,7 @@ private:
         return OldByte(at) | OldByte(at + 1) << 8 | OldByte(at + 2) << 16 | OldByte(at + 3) << 24;
     }
 
-    // Returns the class of the bytes since the last difference: exact at first, then by bit width.
+    // Returns the class of the distance to the last difference: exact if small, else by bit width.
     [[nodiscard]] std::uint32_t Distance() const {
         if (sinceDifference_ <= models::kExactDistances) {
             return static_cast<std::uint32_t>(sinceDifference_);
@@ -84,7 +85,7 @@ private:
     void Note(std::uint8_t delta);
 
     ByteView old_;
-    // By the byte before and the distance class.
+    // Indexed by the byte before and the distance class.
     std::array<BitHistory, std::size_t{256} * models::kDistances> quick_;
     Flags flags_;
     Deltas deltas_;

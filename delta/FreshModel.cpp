@@ -6,7 +6,7 @@
 namespace delta {
 namespace {
 
-// Returns the last eight bytes, the very last one lowest; zeros in front of the first.
+// Returns the last eight bytes as a number, the last byte lowest. Missing bytes count as zeros.
 std::uint64_t Tail(ByteView before) {
     std::uint64_t tail = 0;
     if (before.size() >= sizeof tail) {
@@ -18,7 +18,7 @@ std::uint64_t Tail(ByteView before) {
     return tail;
 }
 
-// Returns the last `count` bytes of a tail without its `skip` last ones.
+// Returns the last `count` bytes of a tail after dropping its last `skip` bytes.
 std::uint32_t Last(std::uint64_t tail, int count, int skip = 0) {
     return static_cast<std::uint32_t>(tail >> (8 * skip) & ((std::uint64_t{1} << (8 * count)) - 1));
 }
@@ -83,7 +83,7 @@ void FreshModel::FindMatch(ByteView before, std::size_t slot, std::uint64_t base
         }
     }
     places_[slot] = static_cast<std::uint32_t>(base + before.size());
-    // A place that wrapped, or that a hash collision led to, may lie past the known bytes.
+    // After a wrap or a hash collision, the offset may lie past the known bytes.
     const int expected = matchLength_ == 0 ? -1 : ByteAt(match_, before);
     if (expected < 0) matchLength_ = 0;
     expected_ = static_cast<std::uint8_t>(expected);
@@ -98,9 +98,9 @@ void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldA
     const std::uint32_t expected = length == 0 ? 256U : expected_;
     const std::uint32_t aligned = oldAt < old_.size() ? old_[oldAt] : 256U;
     const std::uint32_t last = Last(tail, 1);
-    // Nothing (1); the last one to four bytes (2 to 5), and six, for words (6); every second byte,
-    // for records and 16-bit text (7); the expected byte, by the length of its match (8); the old
-    // byte that a copy would have (9).
+    // The contexts: none (1); the last one to four bytes (2 to 5), and six, for words (6); every
+    // second byte, for records and 16-bit text (7); the expected byte and the length of its match
+    // (8); the old byte that a copy would continue with (9).
     model_.SetContexts({HashContext({1}), HashContext({2, last}), HashContext({3, Last(tail, 2)}),
                         HashContext({4, Last(tail, 3)}), HashContext({5, Last(tail, 4)}),
                         HashContext({6, Last(tail, 4), Last(tail, 2, 4)}),
@@ -115,7 +115,7 @@ void FreshModel::Prepare(ByteView before, std::uint64_t base, std::uint64_t oldA
 void FreshModel::LearnAround(std::uint64_t at) {
     const std::uint64_t from = std::max(learntTo_, at - std::min(at, models::kLessonBefore));
     const std::uint64_t to = std::min<std::uint64_t>(old_.size(), at + models::kLessonAfter);
-    // A match does not continue from one stretch of bytes to another.
+    // A match does not continue across separate stretches of bytes.
     matchLength_ = 0;
     for (std::uint64_t i = from; i < to && lessonsLeft_ > 0; ++i, --lessonsLeft_) {
         Prepare(old_.first(i), 0, old_.size());

@@ -1,21 +1,20 @@
+// The model of fresh bytes: those of the new file that are not copied.
 #pragma once
 
 #include "delta/MixedModel.h"
 
 namespace delta {
 
-// Predicts the bytes of the new file that are not copied.
+// Predicts fresh bytes from three sources: the last bytes, in contexts of none to six of them; the
+// byte after the latest earlier occurrence of the last four bytes, in either file; and the old byte
+// that a copy would continue with. Most pairs have too few fresh bytes to learn from, so the model
+// first learns the old bytes around them, which are of the same kind.
 //
-// Three sources: the bytes before, in contexts of none to six of them; the latest earlier place
-// after the same four bytes, in either file, which may simply continue; and the old byte that would
-// be copied here. Fresh bytes are mostly few, too few to learn from, so the model first learns the
-// old bytes around their place, which are of the same kind.
-//
-// Keeps its tables from one pair of files to the next; Begin forgets their content.
+// Keeps its tables from one pair of files to the next; Begin clears them.
 class FreshModel {
 public:
-    // Forgets everything and borrows this old file. Nearly free: the tables are set up by the first
-    // LearnAround or CodeFresh, since a pair without fresh bytes needs none.
+    // Clears what was learnt and borrows this old file. Cheap: the first LearnAround or CodeFresh
+    // sets up the tables, since a pair without fresh bytes needs none.
     void Begin(ByteView oldFile, std::uint64_t newSize);
 
     // Returns the binary logarithm of the length of the table.
@@ -26,8 +25,8 @@ public:
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept { return model_.MemoryHeld(); }
 
-    // Codes the byte after `before`, which is all of the new file up to it; `oldAt` is the place of
-    // the old file that a copy would continue with. Returns the byte.
+    // Codes the byte that follows `before`, the new file so far. `oldAt` is the offset in the old
+    // file that a copy would continue at. Returns the byte.
     template <typename Coder>
     std::uint8_t CodeFresh(Coder& coder, ByteView before, std::uint64_t oldAt, std::uint8_t value) {
         Prepare(before, old_.size(), oldAt);
@@ -46,11 +45,11 @@ private:
     int tableBits_ = 0;
     bool tablesMade_ = false;
     MixedModel<models::kFreshInputs, models::kFreshSets> model_;
-    // The latest place after the same bytes, by their hash. Places are counted through the old file
-    // and on through the new one. Past 4 GiB they wrap: a wrong place only predicts badly.
+    // By the hash of four bytes: the offset after their latest occurrence. Offsets count through
+    // the old file and then the new one. They wrap at 4 GiB; a wrong offset only predicts badly.
     std::array<std::uint32_t, std::size_t{1} << models::kPlaceBits> places_;
-    std::uint64_t match_ = 0;        // the place whose byte is expected next
-    std::uint64_t matchLength_ = 0;  // bytes before it that agree; 0 if nothing is expected
+    std::uint64_t match_ = 0;        // offset of the byte that is expected next
+    std::uint64_t matchLength_ = 0;  // equal bytes before it; 0 if no byte is expected
     std::uint8_t expected_ = 0;
     bool matchContinues_ = false;  // the last byte was the expected one
     std::uint64_t learntTo_ = 0;   // end of the old bytes that were learnt

@@ -1,4 +1,4 @@
-// The histories of a model that mixes: how they are kept, looked up and taught.
+// Bit histories of a mixing model: their layout, lookup and update.
 #pragma once
 
 #include <algorithm>
@@ -13,12 +13,12 @@
 
 namespace delta {
 
-// A history of MixedModel in 32 bits. It moves as a BitHistory does, but is laid out for speed: the
-// probability of a 1 is in bits 6 to 27, so that its upper half is an index for its opinion. Bits 0
-// to 4 tell how many more bits will make it slower to change.
+// A history of MixedModel in 32 bits. It moves as a BitHistory does, but is laid out for speed:
+// bits 6 to 27 hold the probability of a 1, so the upper half is an index into the table of
+// predictions. Bits 0 to 4 count the bits after which it stops slowing down.
 namespace history {
 
-// Set until the first bit. What has seen nothing abstains, though its probability is 1/2.
+// Set until the first bit. An unseen history predicts nothing, although its probability is 1/2.
 constexpr std::uint32_t kUnseenFlag = 1U << 28;
 
 constexpr std::uint32_t kUnseen = kUnseenFlag | 1U << 27 | models::kMixedLimit;
@@ -26,8 +26,8 @@ constexpr std::uint32_t kLeft = 31;
 constexpr std::int32_t kCertain = (1 << 22) - 1;  // the highest probability
 static_assert(models::kMixedLimit <= kLeft);
 
-// Opinions (see kStretch) by the upper half of a history; 0 with the flag. A table needs no branch,
-// which the processor would often mispredict.
+// Returns the prediction (see kStretch) for the upper half of each history; 0 with the flag. A
+// table avoids a branch that the processor would often mispredict.
 constexpr std::array<std::int16_t, std::size_t{2} * kUnseenFlag / 65536> MakeOpinions() {
     std::array<std::int16_t, std::size_t{2} * kUnseenFlag / 65536> opinions{};
     for (std::size_t i = 0; i < detail::kStretch.size(); ++i) opinions.at(i) = detail::kStretch[i];
@@ -46,31 +46,31 @@ inline std::uint32_t Learnt(std::uint32_t state, bool bit) {
     return (state & ~kUnseenFlag) + (static_cast<std::uint32_t>(step) << 6) - (left != 0 ? 1U : 0U);
 }
 
-// Four bits as a lane each, for LearntFour: all ones for a 1.
+// Returns four bits in one lane each, all ones for a 1, as LearntFour takes them.
 inline Lanes BitMasks(std::uint32_t bits) {
     const Lanes places{8, 4, 2, 1};
     return ((static_cast<std::int32_t>(bits) & places) != 0);
 }
 
-// Returns what LearntFour has to add for a first bit: it takes the rate for a signed number of 16
-// bits, which only the first rate exceeds. Clears the flag as well.
+// Returns the correction that LearntFour adds for a first bit: it reads the rate as a signed number
+// of 16 bits, which only the first rate exceeds. The correction clears the flag as well.
 constexpr std::int32_t FirstCorrection(bool bit) {
     const std::int32_t way = (bit ? kCertain : 0) - (1 << 21);
     return (way >> 10) * 65536 - static_cast<std::int32_t>(kUnseenFlag);
 }
 
-// Does what Learnt does for four histories and a bit each, as BitMasks makes them.
+// Updates four histories with one bit each (see BitMasks), as Learnt does.
 inline Lanes LearntFour(Lanes states, Lanes bits) {
     using Floats = float __attribute__((vector_size(16)));
     const Lanes left = states & static_cast<std::int32_t>(kLeft);
-    // The same as kRates, without four look-ups. No quotient is so close to a whole number that
-    // rounding matters.
+    // Computes kRates without four look-ups. No quotient is so close to an integer that the
+    // rounding of the division matters.
     const Lanes divisors = 2 * models::kMixedLimit + 3 - (left + left);
     const Lanes rates =
         __builtin_convertvector(131072.0F / __builtin_convertvector(divisors, Floats), Lanes);
-    // Probabilities stay where they are, 64 times as large, and the bits below are cut off at last.
+    // Keep probabilities in place, scaled by 64; the bits below are masked off at the end.
     const Lanes way = (bits & (kCertain * 64)) - (states & (kCertain * 64));
-    // The product with a rate has up to 45 bits: it is put together from those of the halves.
+    // The product with a rate has up to 45 bits, so it is the sum of two partial products.
     const Lanes step = UpperProduct(way, rates) + SumOfProducts(way, rates << 16);
     const Lanes unseen = (states << 3) >> 31;
     const Lanes first =
@@ -81,17 +81,17 @@ inline Lanes LearntFour(Lanes states, Lanes bits) {
 
 }  // namespace history
 
-// Histories by hash, in groups of 16 that fill a cache line: a context uses one line for four bits,
-// so that it waits for memory twice a byte. Contexts may collide; the mixer learns to distrust
-// them.
+// A hash table of histories in groups of 16 that fill a cache line. A context uses one line for
+// four bits, so it misses the cache at most twice a byte. Contexts may collide; the mixer then
+// lowers their weights.
 //
-// Clearing costs one bit for each line. A line is set up on first use, so that a small file does
-// not pay for a table that is large enough for its contexts to rarely collide.
+// Clear only resets one bit for each line, and a line is set up on first use: a small file does not
+// pay for a table that is large enough to make collisions rare.
 class HistoryTable {
 public:
     static constexpr std::size_t kLine = 16;
 
-    // Forgets everything; from now on there are 2^`bits` histories.
+    // Clears the table and sets its length to 2^`bits` histories.
     void Clear(int bits) {
         const std::size_t size = std::size_t{1} << bits;
         if (size > capacity_) {
@@ -103,7 +103,7 @@ public:
         made_.assign(size / kLine / 64 + 1, 0);
     }
 
-    // Returns the number of the history that `hash` selects, with its line ready for use.
+    // Returns the index of the history that `hash` selects. Sets up its line on first use.
     std::uint32_t Find(std::uint32_t hash) {
         const std::uint32_t at = hash >> shift_;
         std::uint64_t& word = made_[at / kLine / 64];
@@ -112,7 +112,8 @@ public:
             word |= bit;
             std::fill_n(&histories_[at / kLine * kLine], kLine, history::kUnseen);
         } else {
-            // All lines of a prediction are requested before the first is read.
+            // The caller finds the lines of all its contexts before it reads one, so the cache
+            // misses overlap.
             __builtin_prefetch(&histories_[at]);
         }
         return at;
@@ -142,7 +143,7 @@ private:
     std::unique_ptr<std::uint32_t[], Free> histories_;
     std::size_t capacity_ = 0;
     int shift_ = 0;
-    std::vector<std::uint64_t> made_;  // one bit for each line: whether it is set up
+    std::vector<std::uint64_t> made_;  // one bit for each line: set if the line is set up
 };
 
 }  // namespace delta

@@ -1,3 +1,4 @@
+// Four 32-bit numbers in one vector register.
 #pragma once
 
 #include <cstdint>
@@ -6,8 +7,8 @@
 #include <emmintrin.h>
 #endif
 
-// Four numbers of 32 bits side by side, on which the processor works at once. Compilers provide
-// their arithmetic on every processor, except for the two products of 16-bit halves here.
+// Compilers provide the arithmetic of these vectors on every processor, except for the two products
+// of 16-bit halves defined here.
 namespace delta {
 
 using Lanes = std::int32_t __attribute__((vector_size(16)));

@@ -11,7 +11,7 @@ namespace {
 
 lzma_options_lzma Options(LzmaShape shape, std::uint64_t dictionarySize) {
     lzma_options_lzma options{};
-    // Higher presets differ only in the dictionary, which is set below.
+    // Higher presets differ from 6 only in the dictionary, which is set below.
     constexpr std::uint32_t kPreset = 6;
     lzma_lzma_preset(&options, kPreset);
     options.lc = shape.lc;
@@ -68,7 +68,7 @@ std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
         ThrowIfFailed(lzma_code(&coder.stream, LZMA_RUN));
         if (coder.stream.avail_in != 0) return std::nullopt;
     }
-    // No room left is the one failure that a caller expects: then another form is shorter.
+    // Running out of room is the only expected failure: another form is shorter then.
     const lzma_ret result = lzma_code(&coder.stream, LZMA_FINISH);
     if (result == LZMA_STREAM_END) return room.size() - coder.stream.avail_out;
     ThrowIfFailed(result);

@@ -1,3 +1,4 @@
+// Bare LZMA1 streams, through liblzma.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +17,7 @@ struct LzmaShape {
     std::uint8_t pb = 2;
 };
 
-// Returns the usual one-byte form, (pb * 5 + lp) * 9 + lc.
+// Returns the one-byte form that LZMA files use, (pb * 5 + lp) * 9 + lc.
 [[nodiscard]] std::uint8_t EncodeShape(LzmaShape shape);
 // Throws Error (Damaged) for a byte that is not a shape.
 [[nodiscard]] LzmaShape DecodeShape(std::uint8_t byte);
@@ -32,18 +33,17 @@ struct Pieces {
     }
 };
 
-// Writes a bare LZMA1 stream of `input`, without container and end marker (each would cost more
-// than a small stream), to the front of `room`. Returns the bytes written; nullopt if they do not
-// fit.
+// Writes an LZMA1 stream of `input` to the front of `room`, without container and end marker, which
+// would be larger than a small stream. Returns the bytes written; nullopt if they do not fit.
 [[nodiscard]] std::optional<std::size_t> PackLzma(const Pieces& input, LzmaShape shape,
                                                   std::uint64_t dictionarySize,
                                                   std::span<std::uint8_t> room);
 
-// Returns the bytes of memory that PackLzma takes.
+// Returns the memory that PackLzma takes, in bytes.
 [[nodiscard]] std::uint64_t PackLzmaMemory(std::uint64_t dictionarySize);
 
-// Decodes what PackLzma made, piece by piece. Borrows `packed`. Takes `dictionarySize` bytes of
-// memory beside a fixed amount.
+// Decodes a stream of PackLzma piece by piece. Borrows `packed`. Takes `dictionarySize` bytes of
+// memory in addition to a fixed amount.
 class LzmaReader {
 public:
     LzmaReader(ByteView packed, LzmaShape shape, std::uint64_t dictionarySize);
@@ -51,10 +51,10 @@ public:
     LzmaReader(const LzmaReader&) = delete;
     LzmaReader& operator=(const LzmaReader&) = delete;
 
-    // Returns the bytes of memory that a reader takes.
+    // Returns the memory that a reader takes, in bytes.
     static std::uint64_t Memory(std::uint64_t dictionarySize);
 
-    // Fills `out`. Throws Error (Damaged) if the stream ends before or is not one.
+    // Fills `out`. Throws Error (Damaged) if the stream is invalid or ends too early.
     void Read(std::span<std::uint8_t> out);
 
 private:

@@ -12,7 +12,7 @@ namespace {
 
 using Output = std::span<std::uint8_t>;
 
-// For smaller payloads zstd hardly ever saves a byte, and trying it would take much of the time.
+// Below this payload size zstd hardly ever saves a byte, and trying it would take most of the time.
 constexpr std::uint64_t kTinyPayload = 128;
 
 struct Inputs {
@@ -20,7 +20,7 @@ struct Inputs {
     ByteView newFile;
 };
 
-// The bytes that take time and room to code; equal copied bytes take neither.
+// Counts of the bytes that cost time and size to code; equal copied bytes cost neither.
 struct CodedBytes {
     std::uint64_t differing = 0;
     std::uint64_t fresh = 0;
@@ -56,22 +56,21 @@ std::optional<std::size_t> WriteModelled(const Inputs& files, Workspace::Parts& 
     return size;
 }
 
-// Tries methods, and keeps the best payload so far. Room for the head is left before each payload,
-// so that the finished diff is in one piece without being moved.
+// Tries methods, and keeps the smallest payload so far. Each payload is written after room for the
+// head, so the finished diff is contiguous and need not be moved.
 class Contest {
 public:
-    // `room` bounds the payloads.
+    // `room` is the size of the largest payload that is tried.
     Contest(const Inputs& files, Workspace::Parts& parts, std::uint64_t room)
         : files_(files), parts_(parts), room_(room), size_(files.newFile.size()) {}
 
-    // Returns room for a payload that is smaller than the best so far: larger ones are given up
-    // early.
+    // Returns room for a payload smaller than the best so far, so a larger one fails early.
     [[nodiscard]] Output Room() {
         return parts_.trial.Take(kMostOverhead + std::min(size_ - 1, room_)).subspan(kMostOverhead);
     }
 
-    // `write` fills Room() from the front and returns the bytes written; nullopt if they do not
-    // fit.
+    // Calls `write` to fill Room() from the front. It returns the bytes written, or nullopt if they
+    // do not fit.
     template <typename Write>
     void Try(Method method, Write write) {
         if (size_ == 0) return;
@@ -104,7 +103,7 @@ private:
     std::uint64_t size_;
 };
 
-// Chooses what to try for one pair: trying everything would take several times as long.
+// Chooses the methods to try for one pair. Trying all of them would take several times as long.
 class Maker {
 public:
     Maker(const Inputs& files, Workspace::Parts& parts, const MakePlan& plan)
@@ -136,7 +135,8 @@ private:
     bool noise_ = false;
 };
 
-// Returns the size that a quick level of zstd packs the new file to; at most the file's.
+// Returns the size of the new file packed by a quick level of zstd, or its plain size if that is
+// smaller.
 std::uint64_t Maker::QuickSize() {
     if (!quickSize_) {
         const std::size_t most = files_.newFile.size();
@@ -146,18 +146,18 @@ std::uint64_t Maker::QuickSize() {
     return *quickSize_;
 }
 
-// Returns whether there are many fresh bytes and they are noise, such as packed or encrypted
-// content: the models would take a third of a microsecond for each and save nothing. Both judges
-// must agree, zstd about all of them and the models about the first ones.
+// Returns whether most of the work would be fresh bytes that are noise, such as packed or encrypted
+// content: the models would spend a third of a microsecond on each and save nothing. Two tests must
+// agree: zstd on the whole new file, and the models on a first sample.
 bool Maker::ModelsAreInVain(const CodedBytes& coded) {
     constexpr std::uint64_t kWorthAsking = 16U << 10;
     constexpr std::size_t kSample = 4U << 10;
-    constexpr std::uint64_t kLongFresh = 256;  // below, places of copies cost more than is judged
+    constexpr std::uint64_t kLongFresh = 256;  // below, segments cost more than their fresh bytes
     if (plan_.zstdLevel == 0 || coded.fresh < kWorthAsking || coded.differing > coded.fresh / 10 ||
         coded.fresh < kLongFresh * parts_.segments.size()) {
         return false;
     }
-    // Noise does not shrink by 2 % with zstd, nor by 1 % with the models.
+    // Noise shrinks by less than 2 % with zstd, and by less than 1 % with the models.
     if (QuickSize() < coded.fresh - coded.fresh / 50) return false;
     RangeEncoder encoder(parts_.trial.Take(kSample));
     SegmentCodec<RangeEncoder> codec(encoder, parts_.models, files_.oldFile, files_.newFile);
@@ -171,7 +171,7 @@ bool Maker::ModelsAreInVain(const CodedBytes& coded) {
 void Maker::TrySegments() {
     parts_.index.Build(files_.oldFile, *plan_.index);
     FindSegments(files_.oldFile, files_.newFile, parts_.index, parts_.segments);
-    // The models make the smaller diffs, and streams the faster ones where much has to be coded.
+    // The models make smaller diffs; streams are faster where many bytes have to be coded.
     const CodedBytes coded = CountCoded(files_, parts_.segments);
     if (coded.All() <= MostModelledBytes(files_.newFile.size())) {
         noise_ = ModelsAreInVain(coded);
@@ -186,8 +186,8 @@ void Maker::TrySegments() {
     }
 }
 
-// A slow level seldom gains more than an eighth over a quick one, which so tells whether it can
-// win.
+// Tries zstd, unless its quick level shows that it cannot win: a slow level rarely saves more than
+// an eighth over the quick one.
 void Maker::TryZstd() {
     if (contest_.Size() <= kTinyPayload) return;
     if (noise_ && QuickSize() == files_.newFile.size()) return;
@@ -195,7 +195,7 @@ void Maker::TryZstd() {
     contest_.Try(Method::ZstdAfter, [&](Output room) { return PackZstd(plan_.zstdLevel, room); });
 }
 
-// Makes room for the diff that stores the new content.
+// Frees the tables before a diff that stores the new content takes their memory (see sharesRoom).
 void Maker::ReleaseTables() {
     std::destroy_at(&parts_);
     std::construct_at(&parts_);

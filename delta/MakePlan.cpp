@@ -9,17 +9,17 @@
 namespace delta {
 namespace {
 
-// Up to this size the slowest level takes little time.
+// Up to this size even the slowest level of zstd takes little time.
 constexpr std::uint64_t kSmallFile = 64U << 10;
 
 constexpr int kQuickLevel = 3;
 
-// Hands out memory up to a limit.
+// Counts memory that is planned, up to a limit.
 class Allowance {
 public:
     explicit Allowance(std::uint64_t limit) : limit_(limit) {}
 
-    // Takes `size` bytes if so many are left. Returns whether they were.
+    // Takes `size` bytes and returns true, or returns false if fewer are left.
     bool Take(std::uint64_t size) {
         if (size > Left()) return false;
         taken_ += size;
@@ -33,10 +33,10 @@ private:
     std::uint64_t taken_ = 0;
 };
 
-// Plans finding segments and coding them with models.
+// Plans the search for segments and their coding with models.
 void PlanSegments(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, MakePlan& plan) {
-    // The index gets what the rest leaves. Of its shape the rest depends on the key's length only,
-    // which a limit does not change.
+    // The index gets the memory that the other parts leave. They depend only on the key size of its
+    // shape, which a limit does not change.
     const std::uint64_t models = SegmentModels::Memory(oldSize, newSize);
     const auto usual = OldIndex::ShapeFor(oldSize, kNoLimit);
     const std::uint64_t fixed = models + MostSegments(newSize, usual->keySize) * sizeof(Segment);
@@ -48,7 +48,7 @@ void PlanSegments(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memor
 void PlanZstd(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, MakePlan& plan) {
     const int best = newSize <= kSmallFile ? 19 : 12;
     for (const int level : {best, 9, 6, kQuickLevel, 1}) {
-        // Both levels use one context, which grows to the larger of the two needs.
+        // Both levels share one context, which grows to the larger of their needs.
         const int quick = std::min(level, kQuickLevel);
         const std::uint64_t need = std::max(Zstd::PackMemory(newSize, oldSize, level),
                                             Zstd::PackMemory(newSize, oldSize, quick));
@@ -59,23 +59,24 @@ void PlanZstd(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory, M
     }
 }
 
-// Plans everything beside the best diff so far, for which `memory` has room already.
+// Plans all methods. `memory` has room for the best diff so far already.
 MakePlan PlanAmple(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory) {
     MakePlan plan;
     plan.room = newSize;
-    // Each attempt is written beside the best diff so far.
+    // Each attempt needs a second buffer, since the best diff so far must stay.
     if (memory.Take(newSize + kMostOverhead)) {
         PlanSegments(oldSize, newSize, memory, plan);
         PlanZstd(oldSize, newSize, memory, plan);
-        // Streams are for pairs that the models would take too long for.
+        // Streams replace the models where those would take too long.
         plan.streams = plan.index && newSize > MostModelledBytes(newSize) &&
                        memory.Take(SegmentStreams::Memory(newSize, plan.index->keySize));
     }
     return plan;
 }
 
-// Plans with the room of a diff that stores the new content: it is taken only after the search
-// found nothing. What a search is for, content that changed in part, has small diffs.
+// Plans the search in memory that a stored diff would need: the tables are released before the new
+// content is stored. Only small payloads are tried, which is enough for content that changed in
+// part.
 MakePlan PlanThrifty(std::uint64_t oldSize, std::uint64_t newSize, Allowance& memory) {
     MakePlan plan;
     plan.sharesRoom = true;

@@ -1,3 +1,4 @@
+// A model that mixes the predictions of several contexts.
 #pragma once
 
 #include <array>
@@ -9,15 +10,15 @@
 
 namespace delta {
 
-// Predicts bits from several contexts at once, and learns which of them to trust: the weights of
-// those that were right grow with each bit.
+// Predicts bits from several contexts at once, and learns which of them to trust: with each bit the
+// weights of the contexts that were right grow.
 template <std::size_t kInputs, std::size_t kWeightSets, typename Table = HistoryTable>
 class MixedModel {
 public:
     using Contexts = std::array<std::uint32_t, kInputs>;
 
-    // Forgets everything. `tableBits` is the binary logarithm of the number of histories that the
-    // contexts share.
+    // Clears what was learnt. `tableBits` is the binary logarithm of the number of histories that
+    // the contexts share.
     void Clear(int tableBits) {
         histories_.Clear(tableBits);
         mixer_.Clear();
@@ -33,7 +34,7 @@ public:
         FindLines(0);
     }
 
-    // Codes one bit in the contexts that were set. Returns it.
+    // Codes one bit in the contexts that were set, and returns it.
     template <typename Coder>
     bool CodeBit(Coder& coder, bool bit) {
         typename Mix::Weights& weights = mixer_[set_];
@@ -43,7 +44,8 @@ public:
         return bit;
     }
 
-    // Codes eight bits, most significant first, four with each line of histories. Returns them.
+    // Codes eight bits, most significant first, and returns them. Each line of histories serves
+    // four.
     template <typename Coder>
     std::uint8_t CodeByte(Coder& coder, std::uint8_t value) {
         const std::uint32_t high = CodeHalf(coder, value >> 4);
@@ -52,8 +54,7 @@ public:
         return static_cast<std::uint8_t>(high << 4 | (low & 0xfU));
     }
 
-    // Learns eight bits that need not be coded. FinishTeaching must follow before anything is
-    // coded.
+    // Learns eight bits without coding them. FinishTeaching must be called before the next coding.
     void Teach(std::uint8_t value) {
         TeachHalf(value >> 4);
         FindLines(0x10U | value >> 4);
@@ -72,27 +73,27 @@ public:
 private:
     using Mix = Mixer<kInputs, kWeightSets>;
 
-    // Opinions about four known bits, which the weights are still to learn from.
+    // Predictions of four known bits; the weights have not learnt from them yet.
     struct Lesson {
         alignas(16) std::array<std::array<std::int32_t, 4 * Mix::kGroups>, 4> opinions{};
         std::uint32_t bits = 0;
         std::size_t set = 0;
     };
 
-    // Finds the lines for the next four bits, which follow `bits` (0 if none do, else a 1 and then
-    // they).
+    // Finds the lines for the next four bits. `bits` holds those before them in the byte after a
+    // leading 1; it is 0 at the start of a byte.
     void FindLines(std::uint32_t bits) {
         for (std::size_t i = 0; i < kInputs; ++i) {
             lines_[i] = histories_.Find((contexts_[i] + bits * 0x9e3779b1U) * 0x85ebca6bU);
         }
     }
 
-    // Returns whether two contexts have the same line by chance. They may then have the same
-    // history, which learns twice, and must do so bit by bit.
+    // Returns whether two contexts have the same line by chance. They may then share a history,
+    // which must be updated twice for each bit, one bit at a time.
     [[nodiscard]] bool LinesCollide() const {
         std::array<Lanes, Mix::kGroups> numbers;
         for (std::size_t g = 0; g < Mix::kGroups; ++g) {
-            // No line has such a number: those that fill up a group differ from all.
+            // Unused lanes get negative numbers, which differ from every line and each other.
             const Lanes none{-1, -2, -3, -4};
             numbers[g] = none;
             for (std::size_t i = 0; i < 4 && 4 * g + i < kInputs; ++i) {
@@ -115,7 +116,8 @@ private:
         return AnyLane(equal) != 0;
     }
 
-    // `node`, 1 to 15, is a 1 followed by the bits since FindLines: a place in the context's line.
+    // Returns the prediction of a context. `node`, 1 to 15, is a 1 followed by the bits since
+    // FindLines, and selects the history in the context's line.
     [[nodiscard]] std::int32_t Opinion(std::size_t input, std::uint32_t node) {
         if (input >= kInputs) return 0;
         return history::kOpinions[histories_[lines_[input] ^ node] >> 16];
@@ -136,7 +138,7 @@ private:
         return bit;
     }
 
-    // Returns a 1 followed by the four bits.
+    // Codes four bits. Returns a 1 followed by them.
     template <typename Coder>
     std::uint32_t CodeHalf(Coder& coder, std::uint32_t bits) {
         typename Mix::Weights weights = mixer_[set_];
@@ -163,8 +165,8 @@ private:
         }
     }
 
-    // Teaches an input's histories the last four bits of `end`, which begins with a 1, and hands
-    // `note` what each of the four histories was before.
+    // Updates an input's histories with the four bits of `end`, which follow a leading 1. Calls
+    // `note` with the four histories as they were before.
     template <typename Note>
     [[gnu::always_inline]] void LearnPath(std::size_t input, std::uint32_t end, Lanes bits,
                                           Note note) {
@@ -184,8 +186,9 @@ private:
         fourth = static_cast<std::uint32_t>(learnt[3]);
     }
 
-    // Histories learn without the weights, while each step of the weights waits for the one before.
-    // So the weights are a lesson behind, and the processor does both at a time.
+    // Learns four bits. Histories do not depend on the weights, but each update of the weights
+    // depends on the one before. So the weights learn the previous four bits here, and the
+    // processor overlaps both.
     void TeachHalf(std::uint32_t bits) {
         const Lesson& last = lessons_[latest_];
         Lesson& next = lessons_[latest_ ^ 1U];
@@ -204,7 +207,7 @@ private:
             typename Mix::Weights weights = mixer_[last.set];
             const bool nearLimit = Mix::NearLimit(weights);
             const Lanes masks = history::BitMasks(bits);
-            // A bit at a time with the bit as a constant: the compiler then knows the range of i.
+            // kBit is a constant, so the compiler knows the range of i and unrolls the loop.
             const auto learnBit = [&]<std::size_t kBit>(std::integral_constant<std::size_t, kBit>) {
                 for (std::size_t i = kInputs * kBit / 4; i < kInputs * (kBit + 1) / 4; ++i) {
                     LearnPath(i, end, masks, [&](auto... states) {

@@ -1,3 +1,4 @@
+// Combines the predictions of several contexts into one probability.
 #pragma once
 
 #include <algorithm>
@@ -9,21 +10,22 @@
 
 namespace delta {
 
-// Adds up the opinions of `kInputs` contexts, weighted by how often each was right so far. Several
-// sets of weights serve situations in which other contexts are right.
+// Adds up the predictions ("opinions", see kStretch) of `kInputs` contexts, weighted by how often
+// each was right so far. There are several sets of weights, because different contexts are right in
+// different situations.
 //
-// The weights of one set are copied out and back, so that they stay in registers over several bits.
+// Callers copy the weights of a set out and back, so they stay in registers over several bits.
 template <std::size_t kInputs, std::size_t kWeightSets>
 class Mixer {
 public:
-    // Inputs are in groups of four; those beyond kInputs are 0.
+    // The number of groups of four inputs; inputs beyond kInputs are 0.
     static constexpr std::size_t kGroups = (kInputs + 3) / 4;
     using Weights = std::array<Lanes, kGroups>;
     // Opinions in the low 16 bits of each lane; the high ones are ignored.
     using Opinions = std::array<Lanes, kGroups>;
 
     void Clear() {
-        // More than an equal share, see kWeightShare.
+        // Weights start above an equal share, see kWeightShare.
         constexpr auto kInitial =
             static_cast<std::int32_t>(std::size_t{models::kWeightOne} * models::kWeightShare /
                                       models::kWeightShareOf / (kInputs + 1));
@@ -38,8 +40,8 @@ public:
 
     // Returns the probability of a 1, in 1/65536.
     static std::uint32_t Mix(const Weights& weights, const Opinions& opinions) {
-        // The products have up to 37 bits. With weights as signed halves, the sums of the products
-        // of either half have less than 32.
+        // The products have up to 37 bits. Splitting the weights into signed halves keeps each sum
+        // of products below 32 bits.
         Lanes low{};
         Lanes high{};
         for (std::size_t g = 0; g < kGroups; ++g) {
@@ -58,11 +60,12 @@ public:
         return detail::kSquash[static_cast<std::size_t>(mixed + kLimit)];
     }
 
-    // Moves the weights towards the contexts that had been right about `bit`, which was predicted
-    // with this probability.
+    // Moves the weights towards the contexts that predicted `bit` well. `predicted` is the mixed
+    // probability that was used.
     static void Learn(Weights& weights, const Opinions& opinions, std::uint32_t predicted,
                       bool bit) {
-        // The error has 17 bits: as two numbers of 16, whose products with an opinion are added.
+        // The error has 17 bits, so it is split into two numbers of 16 bits; their products with a
+        // prediction are added.
         const std::int32_t pair = ((32768 - static_cast<std::int32_t>(predicted)) & 0xffff) |
                                   (bit ? 0x7fff0000 : -0x7fffffff - 1);
         const Lanes error = Lanes{} + pair;
@@ -72,8 +75,8 @@ public:
         }
     }
 
-    // Returns whether some weight is that far from 0 that it might leave its range within a byte.
-    // It hardly ever is, so that weights need not be tested after each bit.
+    // Returns whether a weight is so large that it might leave its range within a byte. This is
+    // rare, so callers test once per byte and clamp after each bit only then.
     static bool NearLimit(const Weights& weights) {
         constexpr std::int32_t kFar = models::kMaxWeight / 2;
         static_assert(kFar + 8 * (detail::kStretchLimit << (16 - models::kLearningShift)) <

@@ -1,25 +1,25 @@
+// The constants of the models of method 1. They are fixed, as part of the format: a diff made with
+// other values does not decode, so changing any of them needs a new method.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-// Every number that shapes the models of method 1. They are part of the format: a diff that was
-// made with other numbers does not decode, so that a change of any of them needs a new method.
 namespace delta::models {
 
-// How fast a probability follows what was seen: its n-th bit moves it by 1 / (n + 1.5), and n stops
-// at these limits. High limits suit statistics that stay, low ones those that drift.
-constexpr std::uint32_t kMixedLimit = 24;    // content changes its nature within a file
+// How fast a probability adapts: the n-th bit moves it by 1 / (n + 1.5), and n stops at these
+// limits. High limits suit stable statistics, low limits drifting ones.
+constexpr std::uint32_t kMixedLimit = 24;    // statistics change within a file
 constexpr std::uint32_t kDiffersLimit = 30;  // one flag a segment: few, so learn fast
 constexpr std::uint32_t kNumberLimit = 60;   // sizes and distances of one file resemble each other
 constexpr std::uint32_t kQuickLimit = 1000;  // a flag a byte: many, and nearly always 0
 
 // The mixer of several contexts.
-constexpr int kLearningShift = 14;            // the worst surprise moves a weight by 1/8
+constexpr int kLearningShift = 14;            // the largest error moves a weight by 1/8
 constexpr std::int32_t kWeightOne = 65536;    // 16 fractional bits keep small steps from vanishing
 constexpr std::int32_t kMaxWeight = 1 << 24;  // keeps sums of weighted inputs within 64 bits
-// Weights start at 7/2 of an equal share: at first most contexts have seen nothing and abstain, and
-// those that have seen a bit before are mostly right.
+// Weights start at 7/2 of an equal share: at first most contexts have seen nothing and predict
+// nothing, and the few that have seen a bit are mostly right.
 constexpr std::size_t kWeightShare = 7;
 constexpr std::size_t kWeightShareOf = 2;
 
@@ -31,9 +31,9 @@ constexpr int kFreshBitsPerSize = 2;    // 9 contexts a byte fill 4 histories a 
 
 // Whether and how copied bytes differ.
 constexpr std::uint32_t kRareDifference = 1U << 11;  // 1/32 at first: most copied bytes are equal
-constexpr std::uint32_t kUnlikely = 160;   // of 65536: below, the mixer is not asked, to save time
-constexpr std::uint32_t kMinDiffers = 64;  // of 65536: keeps the flag of a segment below 10 bits
-constexpr std::uint32_t kDistances = 16;   // classes of "bytes since the last difference"
+constexpr std::uint32_t kUnlikely = 160;      // of 65536: below, the mixer is skipped to save time
+constexpr std::uint32_t kMinDiffers = 64;     // of 65536: keeps the flag of a segment below 10 bits
+constexpr std::uint32_t kDistances = 16;      // classes of "bytes since the last difference"
 constexpr std::uint64_t kExactDistances = 8;  // addresses and numbers have up to 8 bytes
 constexpr std::uint32_t kDistanceOffset = 5;  // makes the classes after the exact ones continue
 constexpr std::uint64_t kStartDistance = 64;  // a file starts as if long unchanged
@@ -50,12 +50,12 @@ constexpr int kPlaceBits = 13;  // latest places by hash: 32 KB, to stay in the 
 constexpr std::uint64_t kKeyLength = 4;  // bytes that must repeat: shorter repeats mislead
 constexpr std::uint64_t kIndexedWhole = 1U << 16;  // larger old files would overwrite the places
 constexpr std::uint64_t kMaxMatch = 24;            // longer matches predict no better
-constexpr std::uint32_t kMatchClasses = 15;        // highest match length that is told apart
-constexpr std::uint64_t kLessonBefore = 256;       // old bytes learnt before a place of fresh bytes
+constexpr std::uint32_t kMatchClasses = 15;        // longer matches form one class
+constexpr std::uint64_t kLessonBefore = 256;       // old bytes learnt before those at fresh bytes
 constexpr std::uint64_t kLessonAfter = 256;  // and after it; each takes the time of coding a byte
 constexpr std::uint64_t kMaxLessons = 1U << 15;  // a bound on that time for each file
 
-// How likely, at first, numbers of 2^31 and more are, and those of 2^15 and more among the others.
+// Initial probabilities of numbers of 2^31 and more, and of 2^15 and more among the others.
 constexpr std::uint32_t kRareWidth32 = 1U << 10;
 constexpr std::uint32_t kRareWidth16 = 1U << 13;
 constexpr std::uint32_t kMinNumberBit = 32;  // keeps a first surprise below 11 bits

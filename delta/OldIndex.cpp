@@ -16,8 +16,9 @@ std::uint64_t Load64(const std::uint8_t* at) {
     return value;
 }
 
-// Short keys find more, but a large file holds each by chance as well; and tables that exceed the
-// processor's caches cost more than the matches that they would add.
+// Returns the shape without a memory limit. Short keys find more matches, but in a large file they
+// also match by chance; and tables larger than the processor's caches cost more time than the
+// matches that they add would save.
 OldIndex::Shape UsualShape(std::uint64_t oldSize) {
     if (oldSize <= kMegabyte) return {12, 1};
     if (oldSize <= 64 * kMegabyte) return {24, 8};
@@ -42,7 +43,7 @@ std::uint64_t OldIndex::Memory(std::uint64_t oldSize, Shape shape) {
 
 std::optional<OldIndex::Shape> OldIndex::ShapeFor(std::uint64_t oldSize,
                                                   std::uint64_t memoryLimit) {
-    // Matches shorter than a step are found by chance only; with longer steps hardly any would be.
+    // Matches shorter than a step are found by chance only, so longer steps would find hardly any.
     constexpr std::size_t kMaxStep = 4096;
     for (Shape shape = UsualShape(oldSize); shape.step <= kMaxStep; shape.step *= 2) {
         if (Memory(oldSize, shape) <= memoryLimit) return shape;
@@ -50,7 +51,8 @@ std::optional<OldIndex::Shape> OldIndex::ShapeFor(std::uint64_t oldSize,
     return std::nullopt;
 }
 
-// Takes whole words; the last one overlaps, since keys have 12 bytes or a multiple of 8.
+// Hashes whole words; the last one may overlap the one before, since a key has 12 bytes or a
+// multiple of 8.
 std::size_t OldIndex::Slot(const std::uint8_t* key) const {
     constexpr std::uint64_t kMix = 0x9e3779b97f4a7c15U;
     std::uint64_t hash = 0;
@@ -70,8 +72,8 @@ void OldIndex::Build(ByteView oldFile, Shape shape) {
     std::size_t lastSlot = heads_.size();
     for (std::size_t number = 0; number < count; ++number) {
         const std::size_t slot = Slot(oldFile.data() + number * shape_.step);
-        // Of a run of equal keys (padding, silence) only the first is kept: the others would use up
-        // the candidates of a search.
+        // Keep only the first of a run of equal keys (padding, silence): the others would fill the
+        // list of candidates with equivalent ones.
         if (slot == lastSlot) continue;
         lastSlot = slot;
         previous_[number] = heads_[slot];

@@ -1,3 +1,4 @@
+// A hash index of the old file, to find matching bytes.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +9,10 @@
 
 namespace delta {
 
-// Finds places of the old file by the bytes there: a hash table over keys of KeySize() bytes, taken
-// at every Step()th byte. Any match of KeySize() + Step() - 1 bytes contains a key, so that no
-// longer one is missed. Both numbers grow with the file, to keep the memory in proportion. Keeps
-// its tables from one file to the next.
+// Finds offsets in the old file by the bytes there, with a hash table over keys of KeySize() bytes
+// at every Step()th byte. Any match of KeySize() + Step() - 1 bytes or more contains a key, so none
+// of that length is missed. Both numbers grow with the file, which bounds the memory. Keeps its
+// tables from one file to the next.
 class OldIndex {
 public:
     struct Shape {
@@ -23,10 +24,11 @@ public:
     // the usual one, or one with longer steps, which misses short matches. nullopt if none fits.
     static std::optional<Shape> ShapeFor(std::uint64_t oldSize, std::uint64_t memoryLimit);
 
-    // Returns the bytes that the index of such a file takes.
+    // Returns the memory that the index of such a file takes, in bytes.
     static std::uint64_t Memory(std::uint64_t oldSize, Shape shape);
 
-    // Indexes `oldFile` in place of the file before. It must be below 4 GiB, and is not borrowed.
+    // Indexes `oldFile`, which replaces the file before. It must be below 4 GiB; it is not
+    // borrowed.
     void Build(ByteView oldFile, Shape shape);
 
     [[nodiscard]] std::size_t KeySize() const noexcept { return shape_.keySize; }
@@ -35,8 +37,8 @@ public:
         return (heads_.capacity() + previous_.capacity()) * sizeof(std::uint32_t);
     }
 
-    // Calls visit(position) for places that may hold the KeySize() bytes at `key`, latest first, at
-    // most kMaxCandidates of them: content that repeats would make every search long.
+    // Calls visit(offset) for offsets that may hold the KeySize() bytes at `key`, the latest first.
+    // Stops after kMaxCandidates, since repetitive content would make every search long.
     template <typename Visit>
     void ForCandidates(const std::uint8_t* key, Visit visit) const {
         std::uint32_t entry = heads_[Slot(key)];
@@ -54,8 +56,8 @@ private:
 
     Shape shape_{};
     int hashShift_ = 0;
-    std::vector<std::uint32_t> heads_;     // by hash: number of the latest key
-    std::vector<std::uint32_t> previous_;  // by number: the key before it with the same hash
+    std::vector<std::uint32_t> heads_;     // by hash: index of the latest key
+    std::vector<std::uint32_t> previous_;  // by index: the key before it with the same hash
 };
 
 }  // namespace delta

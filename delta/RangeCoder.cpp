@@ -3,8 +3,8 @@
 namespace delta {
 
 std::size_t RangeEncoder::Finish() {
-    // Tries 0, 1, 2, ... leading bytes of `high_` with zeros after them: the first such number that
-    // is not below the interval is in it. Zeros at the end of all are not written.
+    // Tries the first 0, 1, 2, ... bytes of `high_` followed by zeros; the first number that is not
+    // below the interval lies in it. Trailing zeros are not written: the decoder supplies them.
     std::uint64_t number = 0;
     int kept = 0;
     while (number < low_) {

@@ -1,4 +1,4 @@
-// An arithmetic coder of single bits: the innermost part of method 1.
+// An arithmetic coder of single bits, the entropy coder of method 1.
 #pragma once
 
 #include <cstdint>
@@ -8,17 +8,18 @@
 
 namespace delta {
 
-// The pair codes bits in as many bits as they are surprising. The coder keeps an interval of 64-bit
-// numbers, and each decision narrows it to the part that its probability deserves; the diff holds
-// one number of the last interval, whose leading bytes are written as soon as they are settled.
+// A bit of probability p costs about -log2(p) bits. The coder keeps an interval of 64-bit numbers
+// and narrows it with each bit in proportion to its probability. The diff holds one number of the
+// last interval; its leading bytes are written as soon as they cannot change.
 //
-// The same code drives both: Code(bit, probability) takes the bit to write, or ignores it, and
-// returns the bit. `probability` is that of a 1, in 1/65536, never 0 or 65536.
+// Encoder and decoder have the same interface, so one function can drive either: Code(bit,
+// probability) writes `bit`, or ignores it and reads one, and returns the bit. `probability` is
+// that of a 1, in 1/65536, and never 0 or 65536.
 class RangeEncoder {
 public:
     static constexpr bool kDecodes = false;
 
-    // Borrows `out`. Writes nothing past its end, but continues to count, see Full.
+    // Borrows `out`. Bytes past its end are counted but not written, see Full.
     explicit RangeEncoder(std::span<std::uint8_t> out) : out_(out) {}
 
     bool Code(bool bit, std::uint32_t probability) {
@@ -28,7 +29,7 @@ public:
         return bit;
     }
 
-    // Writes the shortest number of the last interval, and returns the bytes written in all.
+    // Writes the shortest number of the last interval. Returns the size of everything written.
     std::size_t Finish();
 
     [[nodiscard]] bool Full() const noexcept { return used_ > out_.size(); }
@@ -45,8 +46,9 @@ private:
     std::uint64_t high_ = std::numeric_limits<std::uint64_t>::max();
 };
 
-// Reads zeros after the end of its input, which Finish therefore leaves out, but throws Error
-// (Damaged) after more of them than that can be: a hostile diff must not run on indefinitely.
+// Reads zeros after the end of its input, because Finish omits trailing zeros. Throws Error
+// (Damaged) after more zeros than Finish can have omitted, so a hostile diff cannot decode
+// indefinitely.
 class RangeDecoder {
 public:
     static constexpr bool kDecodes = true;

@@ -1,4 +1,4 @@
-// Method 1 of a diff: segments coded with models that learn.
+// Method 1 of a diff: segments coded with adaptive models.
 #pragma once
 
 #include <algorithm>
@@ -11,10 +11,9 @@
 
 namespace delta {
 
-// Everything that method 1 learns from one pair of files. Large, and kept from one pair to the
-// next.
+// All models of method 1. Large, so reused from one pair to the next.
 struct SegmentModels {
-    // Forgets everything and borrows `oldFile`.
+    // Clears all models and borrows `oldFile`.
     void Begin(ByteView oldFile, std::uint64_t newSize) {
         distance = NumberModel();
         copied = NumberModel();
@@ -24,7 +23,7 @@ struct SegmentModels {
         freshBytes.Begin(oldFile, newSize);
     }
 
-    // Returns the bytes that the models of such a pair take beside this object.
+    // Returns the memory that the models of such a pair take in addition to this object, in bytes.
     static std::uint64_t Memory(std::uint64_t oldSize, std::uint64_t newSize) {
         return 2 * HistoryTable::Memory(DifferenceModel::TableBits(oldSize)) +
                HistoryTable::Memory(FreshModel::TableBits(oldSize, newSize));
@@ -42,15 +41,15 @@ struct SegmentModels {
     FreshModel freshBytes;
 };
 
-// Writes or reads a new file as segments, depending on the coder. One function serves both ways, so
-// that the models cannot learn different things on the two sides.
+// Writes or reads a new file as segments, depending on the coder. Encoding and decoding share this
+// code, so the models cannot diverge.
 //
-// A segment is coded as its place (numbers), one bit for "the copy differs anywhere", then either
-// nothing or one flag for each copied byte with the difference of those that differ, and at last
-// the fresh bytes. A copy that is equal costs a few bits, however long it is.
+// A segment is coded as its place (numbers); a bit, set if any byte of the copy differs; if so, a
+// flag for each copied byte and the difference of those that differ; then the fresh bytes. An equal
+// copy costs a few bits, however long it is.
 //
-// As a decoder it throws Error (Damaged) for segments that leave a file. Borrows everything, and
-// makes the models forget what they learnt before.
+// A decoder throws Error (Damaged) for segments that leave a file. Borrows its arguments, and
+// clears the models first.
 template <typename Coder>
 class SegmentCodec {
 public:
@@ -74,7 +73,7 @@ public:
         }
     }
 
-    // Returns the bytes coded so far that differ or are fresh.
+    // Returns the number of differing and fresh bytes coded so far.
     [[nodiscard]] std::uint64_t Coded() const noexcept { return coded_; }
 
 private:
@@ -85,7 +84,8 @@ private:
         std::uint64_t fresh;
     };
 
-    // An encoder without room left need not finish a long segment.
+    // Returns true for an encoder without room left: the result is discarded, so a long segment
+    // need not be finished.
     [[nodiscard]] bool Stopped() const {
         if constexpr (Coder::kDecodes) {
             return false;
@@ -102,8 +102,8 @@ private:
         if constexpr (Coder::kDecodes) new_[newAt_] = byte;
     }
 
-    // A count of copied bytes is coded as n + 1, and as 0 for all that is left: the most frequent
-    // case, in which there are no fresh bytes to count either.
+    // Codes the three numbers of a segment. A copy of n bytes is coded as n + 1, and 0 means a copy
+    // of all bytes left, the most frequent case, which has no count of fresh bytes.
     void CodePlace(Place& place) {
         const std::uint64_t left = new_.size() - newAt_;
         const std::uint64_t distance = models_.distance.Code(

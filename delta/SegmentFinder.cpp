@@ -1,7 +1,6 @@
-// Goes through the new file with one alignment to the old one at a time. As long as it yields equal
-// bytes it is kept; where the index finds a clearly better one, the segment ends. Where between the
-// two the one copy ends and the other begins is decided then, byte by byte, by what each gets
-// right.
+// Scans the new file with one alignment to the old file at a time. An alignment is kept while it
+// yields equal bytes, and the segment ends where the index finds a clearly better one. CloseSegment
+// then decides, byte by byte, where the first copy ends and the next begins.
 #include "delta/Segment.h"
 
 #include <algorithm>
@@ -11,15 +10,15 @@
 namespace delta {
 namespace {
 
-// An exact match must have more than this many equal bytes more than the current alignment to be
-// worth the place of another segment.
+// An exact match must have this many more equal bytes than the current alignment to pay for the
+// numbers of another segment.
 constexpr std::uint64_t kMinGain = 12;
 
-// Equal bytes that make up for one that differs, when a copy is extended.
+// The equal bytes that make up for a differing one when a copy is extended.
 constexpr std::int64_t kMismatchCost = 2;
 
-// Rewritten content shorter than this is coded as differences, which costs less than a segment. It
-// has fewer equal bytes than one in kMaxEqualShare.
+// Rewritten content shorter than this is coded as differences, which costs less than a segment.
+// Content counts as rewritten if fewer than one byte in kMaxEqualShare is equal.
 constexpr std::uint64_t kMinRewritten = 256;
 constexpr std::uint64_t kMaxEqualShare = 16;
 
@@ -51,7 +50,7 @@ public:
     void Run();
 
 private:
-    // A run of `length` equal bytes at these places of the two files.
+    // A run of `length` equal bytes at these offsets of the two files.
     struct Match {
         std::uint64_t oldAt = 0;
         std::uint64_t newAt = 0;
@@ -59,7 +58,7 @@ private:
     };
 
     [[nodiscard]] std::uint64_t AlignedRun(std::uint64_t newAt) const;
-    // Returns the place of the old file that the current segment aligns with `newAt`.
+    // Returns the offset in the old file that the current segment aligns with `newAt`.
     [[nodiscard]] std::uint64_t OldAt(std::uint64_t newAt) const {
         return oldStart_ + (newAt - newStart_);
     }
@@ -83,7 +82,7 @@ private:
     std::uint64_t newStart_ = 0;
 };
 
-// Returns the equal bytes from `newAt` on if the current segment continues that far.
+// Returns the number of equal bytes from `newAt` on if the current segment continues there.
 std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
     const std::uint64_t oldAt = OldAt(newAt);
     if (oldAt >= old_.size()) return 0;
@@ -91,10 +90,10 @@ std::uint64_t SegmentFinder::AlignedRun(std::uint64_t newAt) const {
                       std::min(old_.size() - oldAt, new_.size() - newAt));
 }
 
-// Returns whether new content of the same length replaced the old one here, so that nearly all
-// bytes differ. Then the copy ends before them, and the next one begins after them at the same
-// alignment: extended over them, its score would fall so far that everything after them would
-// become fresh.
+// Returns whether the new content here replaced old content of the same length, so nearly all bytes
+// differ. The copy then ends before them, and the next one begins after them at the same alignment.
+// Extending the copy over them would lower its score so far that everything after them would become
+// fresh.
 bool SegmentFinder::IsRewritten(std::uint64_t from, std::uint64_t to) const {
     if (to - from < kMinRewritten) return false;
     std::uint64_t equal = 0;
@@ -102,7 +101,7 @@ bool SegmentFinder::IsRewritten(std::uint64_t from, std::uint64_t to) const {
     return equal < (to - from) / kMaxEqualShare;
 }
 
-// Returns how many bytes of `match` the current alignment gets right as well.
+// Returns the number of bytes of `match` that the current alignment predicts as well.
 std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
     const std::uint64_t oldAt = OldAt(match.newAt);
     if (oldAt >= old_.size()) return 0;
@@ -114,8 +113,8 @@ std::uint64_t SegmentFinder::AlignedMatches(const Match& match) const {
     return count;
 }
 
-// Returns the longest of the candidates for the bytes at `newAt`, extended backwards as well: with
-// steps between the keys, the index finds a match somewhere in its middle.
+// Returns the longest match for the bytes at `newAt`. Candidates are extended backwards as well,
+// because the index, with steps between its keys, finds a match in its middle.
 SegmentFinder::Match SegmentFinder::LongestMatch(std::uint64_t newAt) const {
     Match best;
     const std::uint8_t* key = new_.data() + newAt;
@@ -131,8 +130,7 @@ SegmentFinder::Match SegmentFinder::LongestMatch(std::uint64_t newAt) const {
     return best;
 }
 
-// Returns the bytes to copy from the start of the current segment, at most up to `newEnd`: the
-// length with the best score.
+// Returns the length of the current copy: the one with the best score that does not pass `newEnd`.
 std::uint64_t SegmentFinder::ForwardLength(std::uint64_t newEnd) const {
     const std::uint64_t limit = std::min(newEnd - newStart_, old_.size() - oldStart_);
     std::int64_t score = 0;
@@ -148,7 +146,7 @@ std::uint64_t SegmentFinder::ForwardLength(std::uint64_t newEnd) const {
     return best;
 }
 
-// Returns the bytes before `match` that its copy should include, by the same score.
+// Returns the number of bytes before `match` that its copy should include, by the same score.
 std::uint64_t SegmentFinder::BackwardLength(const Match& match) const {
     const std::uint64_t limit = std::min(match.newAt - newStart_, match.oldAt);
     std::int64_t score = 0;
@@ -164,8 +162,8 @@ std::uint64_t SegmentFinder::BackwardLength(const Match& match) const {
     return best;
 }
 
-// Returns how many of the `overlap` bytes that both copies would include the current one should
-// keep.
+// Splits the `overlap` bytes that both copies would include: returns how many of them the current
+// copy keeps.
 std::uint64_t SegmentFinder::SplitOverlap(const Match& match, std::uint64_t forward,
                                           std::uint64_t overlap) const {
     const std::uint64_t from = newStart_ + forward - overlap;
@@ -184,7 +182,7 @@ std::uint64_t SegmentFinder::SplitOverlap(const Match& match, std::uint64_t forw
     return best;
 }
 
-// Ends the current segment, and starts the next one at `next`.
+// Ends the current segment and starts the next one at `next`.
 void SegmentFinder::CloseSegment(const Match& next) {
     std::uint64_t forward = ForwardLength(next.newAt);
     std::uint64_t backward = BackwardLength(next);
@@ -209,7 +207,7 @@ void SegmentFinder::AddSegment(std::uint64_t copied, std::uint64_t fresh) {
 }
 
 void SegmentFinder::Run() {
-    // A run this long is not worth a search: no other match would be much better.
+    // After a run this long the search is skipped: no other match would be much better.
     const std::uint64_t goodRun = index_.KeySize() + index_.Step();
     std::uint64_t scan = 0;
     std::uint64_t goodEnd = 0;  // where the last run of equal bytes ended
@@ -239,8 +237,8 @@ void SegmentFinder::Run() {
 void FindSegments(ByteView oldFile, ByteView newFile, const OldIndex& index,
                   std::vector<Segment>& segments) {
     segments.clear();
-    // All at once: growing by doubling would hold up to half as much again, and unused pages take
-    // no memory.
+    // Reserve all at once: growing by doubling would hold up to half as much again, while unused
+    // pages take no memory.
     segments.reserve(MostSegments(newFile.size(), index.KeySize()));
     SegmentFinder(oldFile, newFile, index, segments).Run();
 }

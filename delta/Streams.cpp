@@ -18,8 +18,8 @@ std::uint64_t DictionarySize(std::uint64_t streamSize) {
     return std::min(streamSize, kMaxStreamDictionary);
 }
 
-// Writes one of the streams, as WriteStreams does. The packed bytes are written first, after room
-// for the largest head, since the head holds their number.
+// Writes one of the streams, as WriteStreams does. Packs first, after room for the largest head,
+// because the head holds the packed size; then moves the packed bytes down to the head.
 std::optional<std::size_t> WriteStream(const Pieces& stream, LzmaShape shape, Output room) {
     std::optional<std::size_t> packed;
     if (stream.size >= kWorthPacking && room.size() > kMaxStreamHead) {
@@ -73,16 +73,16 @@ SegmentStreams::SegmentStreams(ByteView oldFile, ByteView newFile,
 }
 
 std::uint64_t SegmentStreams::Memory(std::uint64_t newSize, std::size_t keySize) {
-    // Three numbers and a view for each segment, and room to grow by doubling.
+    // Each segment takes three numbers and a view; twice that, because vectors grow by doubling.
     constexpr std::uint64_t kPerSegment = 2 * (3 * 5 + sizeof(ByteView));
-    // At most a third of the copied bytes differ, or the copy would have ended; each takes a gap
-    // and a value.
+    // At most a third of the copied bytes differ, since the copy ends otherwise (kMismatchCost);
+    // each takes a gap and a value.
     return 2 * newSize + MostSegments(newSize, keySize) * kPerSegment +
            PackLzmaMemory(DictionarySize(newSize));
 }
 
 std::optional<std::size_t> WriteStreams(const SegmentStreams& streams, Output room) {
-    // Numbers have no alignment; content often has one of four bytes.
+    // Numbers have no alignment, but content is often aligned to four bytes.
     constexpr LzmaShape kNumbers{.lc = 3, .lp = 0, .pb = 0};
     constexpr LzmaShape kContent{.lc = 3, .lp = 0, .pb = 2};
     std::size_t used = 0;

@@ -1,4 +1,4 @@
-// What Delta.h keeps to itself: the memory that serves one pair of files after another.
+// The inside of delta::Workspace: memory that is reused from one pair of files to the next.
 #pragma once
 
 #include <vector>
@@ -11,14 +11,14 @@
 
 namespace delta {
 
-// The parts of a Workspace. Each forgets its content when it is used for another pair, and keeps
-// its memory.
+// The parts of a Workspace. Each clears its content when it is used for another pair, but keeps its
+// memory.
 struct Workspace::Parts {
     OldIndex index;
     std::vector<Segment> segments;
     SegmentModels models;
     Zstd zstd;
-    Buffer best;     // the smallest diff so far, at last the result of MakeDelta
+    Buffer best;     // the smallest diff so far; finally the result of MakeDelta
     Buffer trial;    // the diff that is being tried
     Buffer applied;  // the result of ApplyDelta
 };

@@ -11,8 +11,8 @@
 namespace delta {
 namespace {
 
-// Long-distance matching pays from windows of this size on; the plain match finder searches smaller
-// ones as a whole.
+// Long-distance matching pays from this window size on; the plain match finder covers smaller
+// windows as a whole.
 constexpr int kLongDistanceLog = 24;
 
 std::size_t Checked(std::size_t result) {
@@ -38,7 +38,7 @@ std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level
     if (!packer_) packer_.reset(ZSTD_createCCtx());
     ZSTD_CCtx* context = packer_.get();
     if (!context) throw std::bad_alloc();
-    // The window must reach back to the start of the prefix: moved content lies anywhere in it.
+    // The window must reach the start of the prefix, because moved content may lie anywhere in it.
     const int windowLog = WindowLog(std::uint64_t{input.size()} + prefix.size());
     Checked(ZSTD_CCtx_reset(context, ZSTD_reset_session_and_parameters));
     Checked(ZSTD_CCtx_setParameter(context, ZSTD_c_compressionLevel, level));
@@ -58,15 +58,15 @@ std::optional<std::size_t> Zstd::Pack(ByteView input, ByteView prefix, int level
 }
 
 std::uint64_t Zstd::PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize, int level) {
-    // Covers block buffers and other needs of libzstd; more than it was seen to take.
+    // Covers libzstd's block buffers and other needs; more than was measured.
     constexpr std::uint64_t kSlack = 1U << 19;
     const int windowLog = WindowLog(inputSize + prefixSize);
     ZSTD_compressionParameters parameters =
         ZSTD_getCParams(level, std::max<std::uint64_t>(inputSize, 1), prefixSize);
     parameters.windowLog = static_cast<unsigned>(windowLog);
     std::uint64_t size = kSlack + Checked(ZSTD_estimateCCtxSize_usingCParams(parameters));
-    // The table for long distances has 8 bytes for each 128 of the window, and a byte for each 8 of
-    // these entries.
+    // The table for long distances has 8 bytes for each 128 bytes of window, and one more byte for
+    // each of its entries of 8 bytes.
     if (windowLog >= kLongDistanceLog) size += std::uint64_t{9} << (windowLog - 7);
     return size;
 }

@@ -1,4 +1,4 @@
-// Method 3 of a diff: libzstd, as far as this room needs it.
+// Method 3 of a diff: zstd frames with a prefix, through libzstd.
 #pragma once
 
 #include <memory>
@@ -12,8 +12,8 @@ struct ZSTD_DCtx_s;
 
 namespace delta {
 
-// Packs and unpacks bare zstd frames with a prefix. Makes libzstd's contexts when they are first
-// needed and reuses them, since setting one up costs more than packing a small file.
+// Packs and unpacks bare zstd frames with a prefix. Creates libzstd's contexts on first use and
+// reuses them, since setting one up costs more than packing a small file.
 class Zstd {
 public:
     Zstd();
@@ -21,18 +21,17 @@ public:
     Zstd(const Zstd&) = delete;
     Zstd& operator=(const Zstd&) = delete;
 
-    // Writes a frame of `input`, as content that follows `prefix`, to the front of `room`. It has
-    // no magic, check and size, which the diff has already. Returns the bytes written; nullopt if
-    // `room` is too small.
+    // Writes a frame of `input`, as content that follows `prefix`, to the front of `room`. The
+    // frame has no magic, check or size, because the diff holds them already. Returns the bytes
+    // written; nullopt if `room` is too small.
     [[nodiscard]] std::optional<std::size_t> Pack(ByteView input, ByteView prefix, int level,
                                                   std::span<std::uint8_t> room);
 
-    // Returns the bytes that the context takes to pack at this level; an estimate that errs
-    // upwards.
+    // Returns the memory that the context takes to pack at this level, in bytes; never too low.
     static std::uint64_t PackMemory(std::uint64_t inputSize, std::uint64_t prefixSize, int level);
 
-    // Fills `out` with the content of a frame. Throws Error (Damaged) unless it has out.size()
-    // bytes. Takes a fixed amount of memory.
+    // Fills `out` with the content of a frame. Throws Error (Damaged) unless the content has
+    // exactly out.size() bytes. Takes a fixed amount of memory.
     void Unpack(ByteView packed, ByteView prefix, std::span<std::uint8_t> out);
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept;

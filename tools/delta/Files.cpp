@@ -17,8 +17,8 @@
 namespace delta {
 namespace {
 
-// Mapping saves the memory of a copy, but a file that shrinks then ends the program; so only files
-// are mapped that are large enough for the memory to matter.
+// Mapping saves the memory of a copy, but a mapped file that shrinks ends the program. So only
+// files large enough for the memory to matter are mapped.
 constexpr std::uint64_t kMapFrom = 64U << 20;
 
 // The path of the unfinished output, for the signal handlers; empty if there is none.
@@ -52,17 +52,19 @@ private:
     int number_;
 };
 
-// An output under a separate name in the folder of the final one; removed unless it was renamed.
+// An output under a temporary name in the folder of the final one. Removed unless Finish renamed
+// it.
 class UnfinishedFile {
 public:
-    // `replaced` describes the file that has the final name; null if there is none.
+    // `replaced` describes the existing file of the final name; null if there is none.
     UnfinishedFile(const std::string& finalPath, const struct stat* replaced)
         : finalPath_(finalPath),
           folder_(FolderOf(finalPath)),
           path_(folder_ + ".vpatch-" + std::to_string(getpid()) + ".tmp"),
-          // Private at first: what only some may read stays so while it is written.
+          // Created private: content that only some users may read must not become readable to
+          // others, even while it is written.
           descriptor_(Create(replaced ? 0600 : 0666)) {
-        // A file system without modes refuses this, and then there is none to keep.
+        // Failure is ignored: a file system without modes refuses this, and has none to keep.
         if (replaced) fchmod(descriptor_.Get(), replaced->st_mode & 0777U);
     }
 
@@ -83,8 +85,9 @@ public:
         }
     }
 
-    // Gives the file its name. It is on the disk before, so that after a crash of the machine the
-    // name has the old content or the new one; and the folder is before success is reported.
+    // Renames the file to its final name. Syncs the file first, so that after a crash of the
+    // machine the name has the old content or the new one, and the folder before success is
+    // reported.
     void Finish() {
         if (!Synced(descriptor_.Get()) || !descriptor_.Close()) Fail(errno);
         if (rename(path_.c_str(), finalPath_.c_str()) != 0) Fail(errno);
@@ -100,12 +103,12 @@ private:
         return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
     }
 
-    // Some file systems cannot synchronise, and report that as EINVAL.
+    // Some file systems cannot sync and report EINVAL, which counts as success.
     static bool Synced(int descriptor) { return fsync(descriptor) == 0 || errno == EINVAL; }
 
     int Create(mode_t mode) {
         if (path_.size() >= unfinishedPath.size()) Fail(ENAMETOOLONG);
-        unlink(path_.c_str());  // a leftover of a killed process that had our number
+        unlink(path_.c_str());  // the leftover of a killed process that had our process id
         const int number = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (number < 0) Fail(errno);
         std::ranges::copy(path_, unfinishedPath.begin());
@@ -168,7 +171,8 @@ void InputFile::Map(int descriptor, std::size_t size, const std::string& path) {
     bytes_ = {static_cast<const std::byte*>(mapping), size};
 }
 
-// Reads to the end, wherever it turns out to be: pipes have no size, and files may change theirs.
+// Reads to the end of the file. `expectedSize` is only a hint: pipes have no size, and files may
+// grow or shrink meanwhile.
 void InputFile::ReadAll(int descriptor, std::size_t expectedSize, const std::string& path) {
     buffer_.resize(expectedSize + 1);
     std::size_t done = 0;
@@ -197,8 +201,9 @@ void WriteOutput(const std::string& path, Bytes content) {
 
 void HandleSignals(const char* faultLine) {
     lineOnFault = faultLine;
-    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);  // write() then fails with EFBIG
     std::signal(SIGBUS, OnFault);
+    // A signal that the caller ignores, as nohup does with SIGHUP, stays ignored.
     for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
         if (std::signal(number, OnEnd) == SIG_IGN) std::signal(number, SIG_IGN);
     }

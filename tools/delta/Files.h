@@ -1,7 +1,7 @@
 // The files of the two delta programs: reading an input whole, and writing an output atomically.
 //
-// A separate file layer, since these programs are built statically from the delta room alone,
-// without platform/. POSIX only.
+// A separate file layer, because these programs are linked statically from delta/ alone, without
+// platform/. POSIX only.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 
 namespace delta {
 
-// The bytes of an input file: read into memory, or mapped if it is large.
+// Holds the bytes of an input file: read into memory, or mapped if the file is large.
 class InputFile {
 public:
     // Reads or maps the file. Throws ProgramError (CannotRead, TooLarge).
@@ -31,15 +31,16 @@ private:
     Bytes bytes_;
 };
 
-// Writes `content` to `path`: to a file beside it, which takes the name once it is whole and on the
-// disk. An existing file is replaced, never written into, and only its permissions are kept.
-// Refuses a folder, a device and a pipe. Throws ProgramError (CannotWrite) and leaves `path` as it
-// was.
+// Writes `content` to a temporary file beside `path`, which is renamed to `path` once it is
+// complete and on the disk. An existing file is replaced, never written into; the new one gets its
+// permissions. Refuses a folder, a device and a pipe. On failure throws ProgramError (CannotWrite)
+// and leaves `path` unchanged.
 void WriteOutput(const std::string& path, Bytes content);
 
-// Sets up the signals: one that ends the program removes the unfinished output first, a mapped
-// input that shrinks ends the program with `faultLine` on standard error and exit code CannotRead,
-// and passing a file-size limit is a write error. `faultLine` must live as long as the program.
+// Installs the signal handlers: a signal that ends the program removes the unfinished output first;
+// a mapped input that shrinks ends the program with `faultLine` on standard error and exit code
+// CannotRead; passing a file-size limit becomes a write error. `faultLine` must live as long as the
+// program.
 void HandleSignals(const char* faultLine);
 
 }  // namespace delta

@@ -30,7 +30,7 @@ void PrintHelp(const Program& program) {
 }
 
 int Fail(const Program& program, ExitCode code, std::string line) {
-    // File names may contain anything; the message stays one line.
+    // File names may contain line ends, but callers expect one line.
     std::ranges::replace_if(
         line, [](char c) { return c == '\n' || c == '\r'; }, '?');
     std::fprintf(stderr, "%s: %s\n", program.name, line.c_str());

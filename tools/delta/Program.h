@@ -1,4 +1,4 @@
-// What the diff program and the patch program share: operands, --help, exit codes.
+// The common part of the diff program and the patch program: operands, --help, exit codes.
 #pragma once
 
 #include <string>
@@ -15,8 +15,7 @@ struct Program {
                    const std::string& outPath);
 };
 
-// Runs `program` as its main function, and returns the exit code. A failure prints one line on
-// standard error.
+// Runs `program` and returns its exit code. A failure prints one line on standard error.
 int RunProgram(const Program& program, int argc, char** argv);
 
 }  // namespace delta

@@ -1,4 +1,4 @@
-// How the two programs fail.
+// Exit codes and failures of the two delta programs.
 #pragma once
 
 #include <stdexcept>
@@ -20,7 +20,7 @@ enum class ExitCode : int {
     TooLarge = 7,
 };
 
-// A failure of a program outside the delta room: a line for standard error and an exit code.
+// A failure outside delta/: a line for standard error and an exit code.
 class ProgramError : public std::runtime_error {
 public:
     ProgramError(ExitCode code, const std::string& line) : std::runtime_error(line), code_(code) {}
