@@ -1,5 +1,5 @@
-// Speed of the codec and the digests over a few kinds of data, in bytes of content per second. The
-// literal codec runs next to the fast one, block by block over the same content, for the ratio.
+// Measures the codec and the digests on several kinds of data, in bytes of content per second. The
+// literal codec runs over the same blocks as the fast one, for the ratio.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ using Bytes = std::vector<std::byte>;
 constexpr std::size_t kBlock = 16384;
 constexpr std::size_t kContent = 32 * kBlock;
 
-// Sentences of words of which some are common and most are rare, as in prose.
+// Returns sentences of words of which some are common and most are rare, as in prose.
 Bytes Text() {
     std::mt19937 random(1);
     std::vector<std::string> words(2000);
@@ -39,7 +39,7 @@ Bytes Text() {
     return text;
 }
 
-// The middle of a program: code, tables and strings.
+// Returns the middle of a program: code, tables and strings.
 Bytes Program() {
     std::ifstream file("/bin/bash", std::ios::binary);
     const std::string all((std::istreambuf_iterator<char>(file)), {});
@@ -48,7 +48,7 @@ Bytes Program() {
     return {bytes.begin(), bytes.end()};
 }
 
-// Places of vertices that lie near each other, in two decimals.
+// Returns vertex positions that lie near each other, as text with two decimals.
 Bytes Mesh() {
     std::mt19937 random(3);
     std::vector<float> numbers(kContent / sizeof(float));
@@ -61,7 +61,7 @@ Bytes Mesh() {
     return {bytes.begin(), bytes.end()};
 }
 
-// Pixels of four channels in runs and soft steps.
+// Returns pixels of four channels in runs and small steps.
 Bytes Image() {
     std::mt19937 random(4);
     Bytes bytes;
@@ -75,7 +75,7 @@ Bytes Image() {
     return bytes;
 }
 
-// What assets are mostly made of: all of the kinds above.
+// Returns a mix of the kinds above, as typical assets have it.
 Bytes Assets() {
     Bytes all;
     for (const Bytes& kind : {Text(), Program(), Mesh(), Image()})
@@ -97,7 +97,7 @@ const struct {
              {"image", Image()},        {"assets", Assets()},   {"random", Noise()},
              {"zeros", Bytes(kContent)}};
 
-// Content of whole blocks; the state's first argument tells the kind.
+// Returns content of whole blocks; the state's first argument selects the kind.
 std::span<const std::byte> ContentOf(benchmark::State& state) {
     const auto& data = kData[static_cast<std::size_t>(state.range(0))];
     state.SetLabel(data.name);

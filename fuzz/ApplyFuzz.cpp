@@ -1,8 +1,9 @@
-// Patches: any members, lists and manifest are applied or refused, and a result is a whole archive
-// that holds what the patch adds and not what it removes.
+// Patches with arbitrary members, lists and manifests are applied or refused. A result is a valid
+// archive that holds the members that the patch adds, and none that it removes.
 //
-// An input is the members of a patch, with a zero byte between them: the first line of each is its
-// name, the rest its content. The manifest gets its digest, so that what follows it is reached.
+// An input holds the members of a patch, separated by zero bytes: the first line of each is its
+// name, the rest its content. The manifest's digest is corrected, so the checks after it are
+// reached.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -38,7 +39,7 @@ void Add(archive::NewArchive& made, std::string_view name, std::string_view cont
                        std::as_bytes(std::span(content)));
 }
 
-// The old side: always the same.
+// Returns the old side, the same for every input.
 const patch::OldSide& OldArchive() {
     static const patch::OldSide old = [] {
         std::string text;
@@ -90,13 +91,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         WritePatch({reinterpret_cast<const char*>(data), size});
     } catch (const archive::Error&) {
-        return 0;  // a name that no archive can hold
+        return 0;  // the input has a name that no archive can hold
     }
     try {
         const patch::PatchFile patchFile(PathOf("patch.va"), 1, {});
         const patch::Verdict verdict = old.Judge(patchFile, 1, {});
         Require(verdict.kind != patch::Verdict::Kind::Damaged);
-        // A side that is neither is tried, too: that is what --trust does.
+        // Try to apply even if the old side does not match, as --trust does.
         const patch::Built built = patch::BuildResult(
             old, patchFile, {.result = PathOf("result.va"), .replace = true}, {});
         CheckResult(patchFile, built);

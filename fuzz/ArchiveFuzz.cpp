@@ -1,5 +1,5 @@
-// Any bytes mount as an archive: it is listed, read, looked up in and written to, without a crash,
-// a hang or memory that does not fit the file.
+// Arbitrary bytes are mounted as an archive, which is listed, read, searched and written to,
+// without a crash, a hang or memory out of proportion to the file.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -25,8 +25,8 @@ constexpr const char* kArchive = "input.va";
 constexpr std::uint32_t kMostRead = 1 << 20;  // content bytes of one input
 constexpr std::size_t kMostMembers = 200;
 
-// Holds the input. It is the current directory during a run, for temporary files of new members
-// land there; in between, relative paths of the fuzzer must keep their meaning.
+// Holds the input. It is the current directory only during a run: temporary files of new members
+// are created there, but between runs the fuzzer's own relative paths must stay valid.
 class WorkFolder {
 public:
     WorkFolder() : path_(fs::temp_directory_path() / ("archive-fuzz-" + std::to_string(Random()))) {
@@ -85,7 +85,7 @@ std::vector<std::string> ReadEverything(const InternedString& mount) {
     CollectNames(mount, "", names);
     std::uint32_t budget = kMostRead;
     for (const std::string& name : names) {
-        // A name that is too long for a path with a substitution in front is refused by throwing.
+        // A name that is too long for a path together with its mount makes the call throw.
         try {
             (void)File::Exists(mount, name.c_str());
             ReadMember(mount, name.c_str(), budget);
@@ -111,7 +111,7 @@ void Mount(const InternedString& name, bool writable, auto&& use) {
         const ScopedMount mount(name, kArchive, writable);
         use();
     } catch (const Exception&) {
-        // Not an archive, or misuse that the input provoked: a path that does not fit its buffer.
+        // Expected: the input is not an archive, or a path does not fit its buffer.
     }
 }
 

@@ -1,5 +1,5 @@
-// Argument files of the archive tool: any bytes come as lines that fit the buffer, and any line is
-// taken apart into pieces of itself.
+// Argument files of the archive tool: arbitrary bytes give lines that fit the buffer, and the parts
+// of any line are pieces of it.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -22,8 +22,8 @@ void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-// The parts stand in the text in their order, without a quote, and without a delimiter where they
-// were not quoted.
+// Checks that the parts occur in the text in their order, without quotes, and without delimiters
+// unless they were quoted.
 void CheckParts(std::string_view text, const std::vector<String>& parts) {
     std::size_t at = 0;
     for (const String& part : parts) {
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(std::string_view(line).size() <= 1022);
         TakeLine(line);
     }
-    // A line of the program itself has any length.
+    // The program's own command line has no maximum length.
     const std::string whole(reinterpret_cast<const char*>(data), size);
     TakeLine(whole.c_str());
     return platform::RemoveFile(path.c_str()) ? 0 : 1;

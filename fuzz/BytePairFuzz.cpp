@@ -1,5 +1,6 @@
-// Any bytes, taken as a packed block, expand as the literal decoder does or are refused, within the
-// output given; taken as content, they pack to the literal encoder's bytes and come back.
+// Arbitrary bytes, decoded as a packed block, give the literal decoder's result or are refused, and
+// never exceed the output buffer. Encoded as content, they give the literal encoder's bytes and
+// decode to themselves.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +15,7 @@ using namespace Vorn;
 
 namespace {
 
-using Bytes = std::vector<std::byte>;  // of exact size: the sanitizer sees the first byte behind it
+using Bytes = std::vector<std::byte>;  // of exact size, so the sanitizer sees any access past it
 
 void Require(bool holds) {
     if (!holds) std::abort();

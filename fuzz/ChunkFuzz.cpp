@@ -1,5 +1,5 @@
-// Any bytes are read as a chunk file: refused exactly as the literal check refuses them, else
-// walked, looked up in, changed, and walked again.
+// Arbitrary bytes are read as a chunk file. It is refused exactly when the literal check refuses
+// it; otherwise it is walked, searched, changed and walked again.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -35,7 +35,7 @@ std::size_t Walk(const OCSChunk& root) {
     return seen;
 }
 
-// Takes every third child out, doubles the first and exchanges the ends.
+// Removes every third child, duplicates the first one, and swaps the first and the last.
 void Change(OCSChunk& container) {
     for (std::uint32_t i = 0; i < container.ChildCount(); i += 2) {
         container.RemoveChild(container.ChildAt(i).child);

@@ -1,5 +1,5 @@
-// Directories of compact patches, and contents coded with their models: whatever the bytes are,
-// they are taken or refused, and a directory that is taken is written and read as the same.
+// Arbitrary bytes as directories of compact patches, and as contents coded with their models, are
+// accepted or refused. An accepted directory is the same after it is written and read again.
 #include <cstdlib>
 #include <memory>
 

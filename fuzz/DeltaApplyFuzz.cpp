@@ -1,5 +1,5 @@
-// Hostile diffs. The first byte picks a method, the next two the new size; the rest is the payload
-// behind a sound header, and then once more a whole diff of its own.
+// Hostile diffs. The first byte selects a method, the next two the new size. The rest is applied
+// twice: as the payload after a valid header, and as a whole diff.
 #include <cstddef>
 #include <cstdint>
 
@@ -21,7 +21,7 @@ ByteBuffer OldFile() {
 
 void Apply(ByteView oldFile, ByteView diff) {
     try {
-        // One for all inputs: a diff must not depend on what its workspace was used for before.
+        // Shared by all inputs: a result must not depend on what its workspace did before.
         static delta::Workspace workspace;
         (void)delta::ApplyDelta(std::as_bytes(oldFile), std::as_bytes(diff), workspace);
     } catch (const delta::Error&) {

@@ -1,6 +1,6 @@
-// Any pair of contents must come back from its diff, and a used workspace must make the bytes that
-// a new one makes. The first byte tells where the input is cut in two: the old content, and the new
-// one, which starts with a piece of the old so that there is something to copy.
+// Applying a diff must give back the new content of any pair, and a used workspace must make the
+// same diff as a new one. The first byte selects where the input is split into the old content and
+// the new one, which starts with a piece of the old one so that there is something to copy.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(std::ranges::equal(diff, delta::MakeDelta(oldContent, newContent, fresh)));
     Require(std::ranges::equal(newContent, delta::ApplyDelta(oldContent, diff, used)));
 
-    // Under the tightest limits a diff is larger, and right all the same.
+    // A diff made under a tight memory limit may be larger, but must be correct.
     const delta::Options tight{.memoryLimit = newContent.size() + (data[0] + 50U) * 2000U};
     try {
         const delta::Bytes small = delta::MakeDelta(oldContent, newContent, used, tight);

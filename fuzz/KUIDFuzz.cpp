@@ -1,5 +1,5 @@
-// Identifiers are read from any bytes as the literal version reads them, and written so that they
-// read back.
+// Identifiers are read from arbitrary bytes as the literal version reads them, and a written
+// identifier reads back as the same.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -1,4 +1,5 @@
-// List members of patches: any bytes are read, and what was read is written and read the same.
+// List members of patches: arbitrary bytes are read, and a list is the same after it is written and
+// read again.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -1,6 +1,6 @@
-// Manifests: any text is read or refused, what was read is written as the same text, and the
-// layouts that it describes name each member once. The digest at the end is put right first, so
-// that the rules after it are reached.
+// Manifests: arbitrary text is read or refused. An accepted manifest is written as the same text,
+// and the layouts that it describes name each member once. The digest at the end is corrected
+// first, so the checks after it are reached.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Option texts and option files: any bytes are read, what was read can be looked up, and options
-// that the bytes do not name stay as they were.
+// Option texts and option files: arbitrary bytes are read, options that were read can be found, and
+// options that the bytes do not name do not change.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -50,7 +50,7 @@ void RequireEqual(const OptionList& a, const OptionList& b) {
     }));
 }
 
-// One file with the input of the moment.
+// A file that holds the current input.
 class InputFile {
 public:
     InputFile()
@@ -85,8 +85,8 @@ bool IsAscii(std::string_view text) {
 void ReadAsFiles(std::string_view text, const OptionList& expected) {
     static const InputFile file;
     OptionList list;
-    // A compressed stream and UTF-16 are read as what they stand for. Files are slow: of the others
-    // one in sixteen has to do.
+    // Compressed streams and UTF-16 are decoded only in files. Files are slow, so of the other
+    // inputs only one in sixteen goes through a file.
     const bool stream = text.size() >= archive::kStreamHeaderSize &&
                         archive::IsStreamMark(std::as_bytes(std::span(text)));
     const bool plain = !stream && !text.starts_with("\xFF\xFE");
@@ -111,7 +111,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ParseOptions(list, text);
     for (const Option& option : list) LookUp(list, option);
 
-    // Beside other options, each is what it is alone; and the others stay.
+    // In a list with other options, each option has the value that it has alone, and the others do
+    // not change.
     OptionList mixed;
     ParseOptions(mixed, "-Before=1,2");
     ParseOptions(mixed, text);
@@ -122,7 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     ReadAsFiles(text, list);
 
-    // The same text again finds every record.
+    // Reading the same text again adds no record.
     const std::size_t count = list.Count();
     ParseOptions(list, text);
     Require(list.Count() == count);

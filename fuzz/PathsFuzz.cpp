@@ -1,5 +1,5 @@
-// Path helpers and wildcards: any texts agree with a slow, literal version, and keep to their
-// buffers.
+// Path helpers and wildcards give the results of a slow, literal version for arbitrary texts, and
+// do not exceed their buffers.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -20,7 +20,7 @@ void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-// Takes the text up to the next line feed; at most `limit` bytes, without zeros.
+// Takes the text up to the next line feed. Returns at most `limit` bytes, without zeros.
 std::string TakeText(std::string_view& input, std::size_t limit) {
     std::string text(input.substr(0, input.find('\n')));
     input.remove_prefix(std::min(text.size() + 1, input.size()));
@@ -32,7 +32,8 @@ bool HoldsSeparator(std::string_view text) {
     return text.find_first_of("/\\") != std::string_view::npos;
 }
 
-// One alternative within one component: every cell tells whether the rests match.
+// Matches one alternative within one component by a table: each cell is true if the rest of the
+// name matches the rest of the pattern.
 bool LiteralMatch(std::string_view name, std::string_view pattern) {
     std::vector<std::vector<bool>> matches(name.size() + 1, std::vector<bool>(pattern.size() + 1));
     for (std::size_t i = name.size() + 1; i-- > 0;) {
@@ -42,7 +43,8 @@ bool LiteralMatch(std::string_view name, std::string_view pattern) {
             if (rest.empty()) {
                 matches[i][j] = i == name.size();
             } else if (rest.ends_with("*.") && rest.find_first_not_of('*') == rest.size() - 1) {
-                // Its star takes no dot; one that ends the name is its own.
+                // A trailing "*." matches the rest of a name without an extension: no dot, or only
+                // one at its end.
                 matches[i][j] = std::min(name.find('.', i), name.size()) + 1 >= name.size();
             } else if (rest[0] == '*') {
                 matches[i][j] = matches[i][j + 1] || (swallows && matches[i + 1][j]);
@@ -76,7 +78,7 @@ void CheckWildcards(const std::string& name, const std::string& patterns) {
     Require(matched == LiteralMatchAny(name, patterns));
 }
 
-// For paths without a prefix that ends in ':'.
+// Normalises a path without a prefix that ends in ':'.
 std::string LiteralNormalise(std::string_view path) {
     const bool rooted = !path.empty() && IsSeparator(path[0]);
     std::vector<std::string> kept;
@@ -104,7 +106,7 @@ void CheckNormalised(const std::string& path) {
     NormalisePath(buffer);
     Require(buffer.View().find('\\') == std::string_view::npos);
     if (path.find(':') != std::string::npos) return;
-    // A rest of folding that ends in a separator stands for the same path.
+    // A trailing separator that is left after folding does not change the path.
     std::string_view normal = buffer.View();
     if (normal.size() > 1 && normal.back() == '/') normal.remove_suffix(1);
     Require(normal == LiteralNormalise(path));

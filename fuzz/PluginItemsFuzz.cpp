@@ -1,5 +1,5 @@
-// Any bytes declare plug-ins: what was declared is found consistently, and what others declare
-// later is found as if the bytes had not been there.
+// Arbitrary bytes declare plug-ins. Declared plug-ins are found consistently, and those declared
+// later by other files are found as if the bytes had not been there.
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -48,7 +48,7 @@ void LookUp(const PluginDeclarations& declarations, const Guid& group, const Gui
     Require(named.plugin->id <= match.plugin->id);
 }
 
-// An empty item ends the reading of a value.
+// Returns whether the value begins with an item: an empty item ends it.
 bool BeginsWithAnItem(OptionList& options, const char* name) {
     Option* const option = FindOption(options, name);
     if (!option || option->value.Length() == 0) return true;

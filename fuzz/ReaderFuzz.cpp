@@ -1,6 +1,6 @@
-// Any bytes open as an archive or are refused; every member is read or refused within bounds; an
-// archive that is judged whole is read without an error; whatever an appender accepts is there
-// afterwards. No crash, no hang, no memory that does not fit the file.
+// Arbitrary bytes open as an archive or are refused. Every member is read or refused within bounds.
+// An archive that passes the check is read without an error. Members that an appender accepts are
+// found afterwards. No crash, no hang, no memory out of proportion to the file.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -21,7 +21,7 @@ void Require(bool holds) {
     if (!holds) std::abort();
 }
 
-// A file without a name that holds the input.
+// Returns an unnamed file that holds the input.
 platform::FileHandle FileOf(std::span<const std::byte> bytes) {
     platform::FileHandle file;
     Require(file.OpenTemporary("/tmp/reader-fuzz"));
@@ -29,7 +29,7 @@ platform::FileHandle FileOf(std::span<const std::byte> bytes) {
     return file;
 }
 
-// Whether every member was read whole; true when there was more than the limit to read.
+// Returns whether every member was read completely; also true once kMostRead bytes were read.
 bool ReadAll(const archive::Reader& reader) {
     archive::ContentReader content = reader.NewContentReader();
     std::uint64_t total = 0;

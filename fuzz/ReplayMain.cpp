@@ -1,4 +1,4 @@
-// Runs a fuzz target once over every saved input of a folder.
+// Runs a fuzz target once over every saved input of a folder, so tests need no fuzzer.
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
     }
     std::size_t replayed = 0;
     for (const fs::directory_entry& entry : fs::directory_iterator(argv[1])) {
-        std::cout << entry.path().string() << std::endl;  // seen even if the input crashes
+        std::cout << entry.path().string() << std::endl;  // flushed, in case the input crashes
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string input{std::istreambuf_iterator<char>(file), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());

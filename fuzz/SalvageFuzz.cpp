@@ -1,5 +1,5 @@
-// Whatever is saved out of any bytes lies in them, is whole, and has a name of its own. No crash,
-// no hang, no memory that does not fit the file.
+// Every member that is salvaged from arbitrary bytes lies within them, is complete, and has a
+// unique name. No crash, no hang, no memory out of proportion to the file.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

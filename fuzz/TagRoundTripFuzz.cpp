@@ -1,5 +1,5 @@
-// A tree that was read from a chunk file or a text survives the chunk form, and the text form too
-// unless a loss is told.
+// A tree read from a chunk file or a text is the same after a round trip through the chunk form,
+// and through the text form unless a loss is reported.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -29,7 +29,8 @@ void ThroughChunks(const OCSChunk& tree) {
     Require(again && Describe(*again) == Describe(tree) && WriteChunks(*again) == bytes);
 }
 
-// Notes name what is legal, so text without losses may give them too.
+// Returns whether all findings are notes. Notes are about legal input, so text that was written
+// without losses may have them.
 bool AreNotes(const std::vector<TagFinding>& findings) {
     return std::ranges::all_of(findings, [](const TagFinding& finding) {
         return DescribeTagFault(finding.fault).weight == TagWeight::Note;

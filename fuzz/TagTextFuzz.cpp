@@ -1,5 +1,5 @@
-// Any bytes are read as a tag text; what is told about them lies inside of them, and what was read
-// can be looked up.
+// Arbitrary bytes are read as a tag text. Reported positions lie inside the bytes, and every tag
+// that was read can be found.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

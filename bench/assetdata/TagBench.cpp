@@ -1,5 +1,5 @@
-// Speed of both forms of a tag tree like those of asset descriptions, in bytes of the form per
-// second, and of lookups in large containers.
+// Measures both forms of a tag tree like those of asset descriptions, in bytes of the form per
+// second, and lookups in large containers.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -23,7 +23,7 @@ namespace {
 
 using namespace Vorn;
 
-// Descriptions of assets: words, a few numbers and identifiers, and small containers.
+// Generates asset descriptions: words, a few numbers and identifiers, and small containers.
 class Descriptions {
 public:
     OCSChunkRef Make(int assets) {
@@ -99,7 +99,7 @@ std::span<const std::byte> ChunkForm() {
     return chunks;
 }
 
-// The same text as a person writes it: one blank before a value, no indentation.
+// Returns the same text with one blank before each value and no indentation, as people write it.
 const std::string& DenseText() {
     static const std::string dense = [] {
         std::string text;
@@ -171,7 +171,7 @@ void WriteChunks(benchmark::State& state) {
 }
 BENCHMARK(WriteChunks)->Unit(benchmark::kMillisecond);
 
-// From a stream into memory of its own, and checked.
+// Reads from a stream into separate memory, and checks the result.
 void ReadChunks(benchmark::State& state) {
     while (state.KeepRunning()) {
         TBufferBlock block(ChunkForm());
@@ -189,7 +189,7 @@ public:
     std::size_t count = 0;
 };
 
-// Checked in memory, then every record visited: its name, type and payload.
+// Checks the file in memory, then visits every record: its name, type and payload.
 void CheckAndVisitChunks(benchmark::State& state) {
     const auto body = ChunkForm().subspan(kChunkFileHeaderSize);
     while (state.KeepRunning()) {
@@ -203,7 +203,7 @@ void CheckAndVisitChunks(benchmark::State& state) {
 }
 BENCHMARK(CheckAndVisitChunks)->Unit(benchmark::kMillisecond);
 
-// Checked, then walked as a tree: a tag is made for every record.
+// Checks the file, then walks it as a tree, which makes a tag for every record.
 void CheckAndWalkChunks(benchmark::State& state) {
     const auto body = ChunkForm().subspan(kChunkFileHeaderSize);
     TBufferBlock block(ChunkForm());
@@ -241,7 +241,7 @@ OCSChunkRef Loaded(const OCSChunkRef& tree) {
     return file->Read(stream) ? file->Root() : OCSChunkRef();
 }
 
-// Every record of a container by its index, name and value.
+// Visits every record of a container by its index, name and value.
 void WalkMillionByIndex(benchmark::State& state) {
     std::vector<InternedString> names;
     const OCSChunkRef tree = Wide(1'000'000, names);

@@ -19,7 +19,7 @@ std::uint8_t ToByte(double value) {
     return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0));
 }
 
-// Four channels: waves of a few lengths, a tiled pattern, a little grain.
+// Returns a texture of four channels: waves of a few lengths, a tiled pattern, a little noise.
 ByteBuffer Texture(Random& random, std::size_t side) {
     ByteBuffer pixels(18, 0);
     const double tilt = random.Signed();
@@ -40,7 +40,7 @@ ByteBuffer Texture(Random& random, std::size_t side) {
     return pixels;
 }
 
-// A disc repainted lighter, and a stamp of fresh grain.
+// Edits a texture: repaints a disc lighter, and adds an area of new noise.
 ByteBuffer EditTexture(Random& random, ByteBuffer pixels, std::size_t side) {
     const std::size_t radius = random.Between(side / 20, side / 6);
     const std::size_t cx = random.Below(side);
@@ -58,7 +58,7 @@ ByteBuffer EditTexture(Random& random, ByteBuffer pixels, std::size_t side) {
     return pixels;
 }
 
-// Blocks of two end colours and sixteen indices, as graphics cards take them.
+// Returns blocks of two end colours and sixteen indices, as graphics cards use them.
 ByteBuffer BlockTexture(Random& random, std::size_t blocks) {
     ByteBuffer out(128, 0);
     double level = 0.5;
@@ -83,7 +83,7 @@ ByteBuffer EditBlocks(Random& random, ByteBuffer blocks) {
     return blocks;
 }
 
-// Positions, normals and texture places of a bent grid, then its triangles.
+// Returns positions, normals and texture coordinates of a bent grid, then its triangles.
 ByteBuffer Mesh(Random& random, std::size_t side, std::size_t extraRow) {
     ByteBuffer out;
     const double bend = 0.01 + 0.01 * std::abs(random.Signed());
@@ -135,7 +135,7 @@ ByteBuffer Sound(Random& random, std::size_t samples) {
     return out;
 }
 
-// A cut, a few hundred samples of silence, and a passage made softer.
+// Edits a sound: makes a cut, inserts a few hundred samples of silence, and softens a passage.
 ByteBuffer EditSound(Random& random, ByteBuffer sound) {
     const auto at = [&] { return 44 + 2 * random.Below(sound.size() / 4); };
     const auto cut = static_cast<std::ptrdiff_t>(at());
@@ -153,7 +153,8 @@ ByteBuffer EditSound(Random& random, ByteBuffer sound) {
     return sound;
 }
 
-// A directory of offsets before the members: every edit that changes a length moves those behind.
+// Returns a directory of offsets followed by the members, so an edit that changes a length changes
+// all later offsets.
 ByteBuffer Bundle(const std::vector<ByteBuffer>& members) {
     ByteBuffer out;
     std::size_t offset = 8 + 16 * members.size();

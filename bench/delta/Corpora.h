@@ -14,14 +14,14 @@ struct Pair {
     ByteBuffer after;
 };
 
-// Textures, meshes, sounds, bundles of them; each edited as a tool or an artist would.
+// Returns textures, meshes, sounds and bundles of them, each edited as a tool or an artist would.
 std::vector<Pair> MakeAssets(std::size_t count);
 
-// Configurations, scripts and small records from 200 bytes to 16 KB with small edits.
+// Returns configurations, scripts and small records from 200 bytes to 16 KB with small edits.
 std::vector<Pair> MakeSmallFiles(std::size_t count);
 
-// Programs and libraries of this machine with functions added and removed and every reference
-// across them moved, as the next build would; and a bundle of headers with lines edited.
+// Returns programs and libraries of this machine with functions added and removed and every
+// reference across them adjusted, as in the next build; and a bundle of headers with lines edited.
 std::vector<Pair> MakeLarge(std::size_t count, std::size_t maxSize);
 
 }  // namespace delta::bench

@@ -22,7 +22,8 @@ std::vector<std::byte> Read(const fs::path& path) {
     return {first, first + text.size()};
 }
 
-// Of the process, in seconds: other programs on the machine do not count.
+// Returns the process's processor time in seconds, which other programs on the machine barely
+// affect.
 double Now() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 struct Sums {

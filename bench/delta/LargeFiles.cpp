@@ -40,7 +40,7 @@ struct Range {
     std::size_t end = 0;
 };
 
-// The machine code of a 64-bit ELF program or library.
+// Returns the range of machine code in a 64-bit ELF program or library; nullopt for other files.
 std::optional<Range> CodeOf(const ByteBuffer& file) {
     constexpr std::uint32_t kElfMagic = 0x464c457fU;
     constexpr std::uint32_t kLoadable = 1;
@@ -56,13 +56,14 @@ std::optional<Range> CodeOf(const ByteBuffer& file) {
     return std::nullopt;
 }
 
-// A 32-bit distance inside the code, counted from its own end.
+// A 32-bit distance inside the code, relative to the end of its field.
 struct Reference {
     std::size_t at;
     std::size_t target;
 };
 
-// Calls, jumps and addresses relative to the next instruction, as a linker would know them.
+// Returns the calls, jumps and addresses relative to the next instruction, which a linker would
+// relocate.
 std::vector<Reference> FindReferences(const ByteBuffer& file, Range code) {
     std::vector<Reference> found;
     for (std::size_t i = code.begin; i + 8 < code.end; ++i) {
@@ -81,7 +82,7 @@ std::vector<Reference> FindReferences(const ByteBuffer& file, Range code) {
     return found;
 }
 
-// Where the bytes of a file move to when pieces are taken out and put in.
+// Maps offsets of a file to those after pieces were removed and inserted.
 class Layout {
 public:
     // Copies `before` with `count` changes inside `code`, each the size of a function.
@@ -118,7 +119,8 @@ private:
     std::map<std::size_t, std::size_t> moves_;
 };
 
-// The next build of a program: functions changed, and every distance and address across them moved.
+// Returns the next build of a program: some functions changed, and every distance and address
+// across them adjusted.
 ByteBuffer Rebuild(Random& random, const ByteBuffer& before, Range code) {
     const std::vector<Reference> references = FindReferences(before, code);
     Layout layout;
@@ -136,7 +138,7 @@ ByteBuffer Rebuild(Random& random, const ByteBuffer& before, Range code) {
     return after;
 }
 
-// The largest programs and libraries below `maxSize`, one of each size.
+// Returns the largest programs and libraries below `maxSize`, one of each size.
 std::vector<fs::path> LargestPrograms(std::size_t count, std::size_t maxSize) {
     std::map<std::uintmax_t, fs::path, std::greater<>> bySize;
     for (const char* folder : {"/usr/bin", "/usr/lib/x86_64-linux-gnu"}) {
@@ -155,7 +157,7 @@ std::vector<fs::path> LargestPrograms(std::size_t count, std::size_t maxSize) {
     return paths;
 }
 
-// The headers of this machine one after another; in the new bundle some have lines of others.
+// Returns a bundle of the headers of this machine; in the new bundle some have lines of others.
 Pair HeaderBundle(Random& random, std::size_t maxSize) {
     std::vector<fs::path> paths;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator("/usr/include")) {

@@ -32,7 +32,8 @@ void WriteAll(const fs::path& folder, const std::vector<Pair>& pairs) {
     }
 }
 
-// Half noise, half text-like bytes; pieces moved, inserted and sprinkled with changes.
+// Writes a pair that is half noise and half text-like bytes; the new file has pieces moved and
+// inserted, and scattered changes.
 void WriteHuge(const fs::path& folder) {
     constexpr std::size_t kSize = 500'000'000;
     delta::bench::Random random(4);

@@ -108,7 +108,7 @@ Pair TextPair(Random& random, bool script) {
     return pair;
 }
 
-// Records of 24 bytes: a number, a few small fields, a name that is mostly zeros.
+// Returns records of 24 bytes: a number, a few small fields, a name that is mostly zeros.
 Pair RecordPair(Random& random) {
     ByteBuffer bytes;
     const std::size_t count = random.Between(10, 600);
