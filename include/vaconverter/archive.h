@@ -1,8 +1,10 @@
 // Reading asset archives (`.va`), and folders as if they were archives.
 //
 //     const va::Archive town("Town.va");
-//     for (const va::Member& member : town.Members("textures/**")) std::cout << member.Name() <<
-//     '\n'; const std::vector<std::byte> config = town.Read("config.txt");   // throws va::Error if
+//     for (const va::Member& member : town.Members("textures/**")) {
+//         std::cout << member.Name() << '\n';
+//     }
+//     const std::vector<std::byte> config = town.Read("config.txt");  // throws va::Error if
 //     damaged
 #pragma once
 
@@ -22,16 +24,16 @@
 
 namespace va {
 
-// One file of an archive or folder. A value: it stays valid after its archive is gone, but is read
-// through that archive only.
+// One file of an archive or folder. A value type: it stays valid after its Archive is destroyed,
+// but its content can only be read through that Archive.
 class Member {
 public:
-    // Returns the path in UTF-8, '/' between components. Names in archives are bytes of code page
+    // Returns the path in UTF-8, with '/' between components. Archives store names in code page
     // 1252; the five bytes that it does not define appear as U+0081, U+008D, U+008F, U+0090 and
     // U+009D.
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
-    // Returns the bytes of the name as the archive stores them (for a folder: Name() in code page
-    // 1252), at most 259.
+    // Returns the name as the archive stores it, at most 259 bytes; for a folder, Name() in code
+    // page 1252.
     [[nodiscard]] const std::string& StoredName() const noexcept { return storedName_; }
 
     [[nodiscard]] std::uint64_t Size() const noexcept { return size_; }  // of the content, in bytes
@@ -39,11 +41,11 @@ public:
         return storedSize_;
     }  // in the archive
     [[nodiscard]] bool IsCompressed() const noexcept { return compressed_; }
-    // CRC-32/BZIP2 of the content; nullopt where the writer recorded none, and in folders.
+    // Returns the CRC-32/BZIP2 of the content; nullopt if none is recorded, and for folders.
     [[nodiscard]] std::optional<std::uint32_t> Crc() const noexcept { return crc_; }
-    // Offset of the stored bytes in the archive file; 0 in folders.
+    // Returns the offset of the stored bytes in the archive file; 0 for folders.
     [[nodiscard]] std::uint64_t Offset() const noexcept { return offset_; }
-    // Position in Archive::Members().
+    // Returns the index in Archive::Members().
     [[nodiscard]] std::size_t Index() const noexcept { return index_; }
 
 private:
@@ -59,7 +61,7 @@ private:
     bool compressed_ = false;
 };
 
-// Receives content in pieces, in order.
+// Receives content in order, in pieces.
 class Sink {
 public:
     virtual ~Sink() = default;
@@ -67,10 +69,10 @@ public:
 };
 
 enum class IndexState {
-    Whole,    // the archive has its index (always so for a folder)
-    Absent,   // the header promises none: the members were found by walking the file
-    Missing,  // the header promises one that is not there: the archive was cut
-    Damaged,  // its records do not fit the file; the members were found by walking the file
+    Whole,    // the index is valid; always so for a folder
+    Absent,   // the header names no index: the members were found by scanning the file
+    Missing,  // the header names an index past the end of the file: the archive was truncated
+    Damaged,  // the records do not fit the file: the members were found by scanning the file
 };
 
 struct ArchiveInfo {
@@ -86,33 +88,34 @@ struct ArchiveInfo {
     std::uint64_t storedSize = 0;
 };
 
-// Something that is wrong with an archive, or odd.
+// An error or oddity that a check found in an archive.
 struct Finding {
     std::string what;    // a clause in UTF-8
-    std::string member;  // its name in UTF-8; empty if no member is concerned
+    std::string member;  // the member's name in UTF-8; empty if no member is concerned
     std::uint64_t offset = 0;
 };
 
 struct CheckResult {
-    std::vector<Finding> findings;  // by offset; at most as many as were asked for
-    std::uint64_t found = 0;        // all of them
-    std::uint64_t contentSize = 0;  // bytes of content that were judged
+    std::vector<Finding> findings;  // by offset; at most `most` of them
+    std::uint64_t found = 0;        // the number of all findings
+    std::uint64_t contentSize = 0;  // bytes of content that were checked
 };
 
-// A file of a folder that an archive cannot hold: a link, a device, a name that has no counterpart.
+// A file of a folder that is not a member: a link, a device, or a file whose name no archive can
+// store.
 struct LeftOut {
-    std::string name;        // as the system has it
+    std::string name;        // in the file system
     std::string reason;      // a clause
-    bool isContent = false;  // a file or folder that would be lost, and not a link or device
+    bool isContent = false;  // a file or folder whose content would be lost; not a link or device
 };
 
-// An archive or a folder that is opened for reading. It does not change after it was opened, and
-// any number of threads may use it at once. Nothing else is done to the file: nothing is locked,
-// made or changed. A folder's tree is read when it is opened; links are not followed.
+// An archive or a folder that is open for reading. Immutable after construction, so any number of
+// threads may use it at once. Reading never locks, creates or changes a file. The tree of a folder
+// is read by the constructor; links are not followed.
 class Archive {
 public:
-    // Throws Error: NotFound if there is neither file nor folder, Refused if the file is not an
-    // archive or cannot be read.
+    // Opens the archive or folder. Throws Error: NotFound if `path` does not exist, Refused if the
+    // file is not an archive or cannot be read.
     explicit Archive(const std::filesystem::path& path);
     ~Archive();
     Archive(Archive&&) noexcept;
@@ -120,30 +123,32 @@ public:
 
     [[nodiscard]] const std::filesystem::path& Path() const noexcept;
     [[nodiscard]] const ArchiveInfo& Info() const noexcept;
-    // Files of a folder that are no members.
+    // Returns the files of a folder that are not members.
     [[nodiscard]] std::span<const LeftOut> Skipped() const noexcept;
 
-    // All members, in the order in which the archive stores them (a folder's in the byte order of
-    // their lower-case names).
+    // Returns all members in the order of the archive; those of a folder in the byte order of their
+    // lower-case names.
     [[nodiscard]] std::span<const Member> Members() const noexcept;
-    // Those that match; see MatchesPattern.
+    // Returns the members that match; see MatchesPattern.
     [[nodiscard]] std::vector<Member> Members(std::string_view pattern) const;
-    // By name, letter case ignored, '\\' for '/' allowed.
+    // Returns the member of that name; nullopt if there is none. Ignores letter case, and accepts
+    // '\\' for '/'.
     [[nodiscard]] std::optional<Member> Find(std::string_view name) const;
 
-    // Returns the whole content. Compares its check sum where there is one. Throws Error: NotFound,
-    // Refused (damaged, or more than `limit` bytes; nothing near the claimed size is allocated
-    // before the content is there).
+    // Returns the whole content, after comparing its check sum if one is recorded. Throws Error:
+    // NotFound; Refused if the member is damaged or has more than `limit` bytes. Memory grows with
+    // the decoded content, so a false size in the archive costs nothing.
     [[nodiscard]] std::vector<std::byte> Read(std::string_view name,
                                               std::uint64_t limit = UINT32_MAX) const;
     [[nodiscard]] std::vector<std::byte> Read(const Member& member,
                                               std::uint64_t limit = UINT32_MAX) const;
-    // Gives it to a sink, in pieces of at most 64 KB. What the sink got counts only when this
-    // returns: a damaged member throws at its end at the latest.
+    // Writes the content to `sink` in pieces of at most 64 KB. Trust the pieces only after this has
+    // returned: damage may be found as late as the last byte, and throws Error then.
     void Read(const Member& member, Sink& sink) const;
 
-    // Judges every byte of an archive: index against members, check sums, sizes, overlaps, names,
-    // hidden and double members. Of a folder, reads every file.
+    // Checks every byte of an archive: index against members, check sums, sizes, overlaps, names,
+    // hidden and duplicate members. For a folder, reads every file. Returns at most `most`
+    // findings.
     [[nodiscard]] CheckResult Check(unsigned threads = 1, std::size_t most = 1000,
                                     const ProgressFunction& progress = {}) const;
 
@@ -156,21 +161,21 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-// Returns whether `name` matches `pattern`: '*' and '?' stay within a component, "**" matches any
-// number of components, a folder's name means all below it
-// ("a" reaches "a/b/c", "a/*" does not), letter case is ignored. Both in UTF-8.
+// Returns whether `name` matches `pattern`, ignoring letter case. Both are in UTF-8. '*' and '?'
+// match within one component, "**" matches any number of components. The name of a folder matches
+// all members below it: "a" matches "a/b/c", but "a/*" does not.
 [[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);
 
 struct ExtractOptions {
-    std::filesystem::path folder = ".";    // made if it is missing, with its parents
-    unsigned strip = 0;                    // leading folders to leave out of each name
-    bool flat = false;                     // file names only
-    bool replace = false;                  // files that exist
+    std::filesystem::path folder = ".";    // created if missing, with its parents
+    unsigned strip = 0;                    // number of leading folders to drop from each name
+    bool flat = false;                     // drop all folders from each name
+    bool replace = false;                  // replace existing files
     bool keepGoing = false;                // write the other members when one is damaged
-    bool dryRun = false;                   // do all but write
-    std::uint64_t mostBytes = UINT64_MAX;  // of content, in all
+    bool dryRun = false;                   // do everything except writing
+    std::uint64_t mostBytes = UINT64_MAX;  // the largest total size of the contents
     unsigned threads = 1;
-    // Called for each member that was written, in order.
+    // Called in order for each member that was written.
     std::function<void(const Member&, const std::string& path)> written;
 };
 
@@ -178,15 +183,16 @@ struct ExtractResult {
     std::uint64_t files = 0;
     std::uint64_t bytes = 0;
     std::vector<Error> failures;  // with keepGoing
-    // Below the folder: links that were replaced, not what they lead to, and unfinished files of
-    // killed runs that were to become the same files, which were removed.
+    // Paths below the folder: links that were replaced by files (their targets are unchanged), and
+    // removed temporary files that killed runs had left for the same members.
     std::vector<std::string> replacedLinks;
     std::vector<std::string> abandoned;
 };
 
-// Writes members to files. Every file appears whole or not at all; nothing is written outside the
-// folder or through a link. Throws Error (Refused) before the first byte if files exist, if a name
-// leads elsewhere, or if two members have one name.
+// Writes members to files. Every file appears complete or not at all; nothing is written outside
+// the folder or through a link. Throws Error (Refused) before the first byte is written if a file
+// exists and is not to be replaced, if a name leads out of the folder, or if two members have one
+// name.
 ExtractResult Extract(const Archive& archive, std::span<const Member> members,
                       const ExtractOptions& options, const ProgressFunction& progress = {});
 

@@ -1,4 +1,4 @@
-// What differs between two archives or folders.
+// Compares two archives or folders.
 #pragma once
 
 #include <cstdint>
@@ -13,20 +13,20 @@ struct Difference {
     enum class Kind { Added, Removed, Changed, Renamed };
 
     Kind kind = Kind::Changed;
-    std::string name;     // in B; in A for what was removed
-    std::string oldName;  // in A, where it differs: renamed members
+    std::string name;     // in B; for a removed member, in A
+    std::string oldName;  // in A, for a renamed member
     std::uint64_t oldSize = 0;
     std::uint64_t newSize = 0;
 };
 
 struct Comparison {
     std::vector<Difference> differences;  // by name, in the byte order of the lower-case names
-    std::uint64_t same = 0;               // members that are equal
+    std::uint64_t same = 0;               // number of equal members
 };
 
-// Compares the members of two sides by name, letter case ignored, and by content. A
-// member that was removed and one of the same content that was added are one that was renamed.
-// Throws Error for a member that cannot be read.
+// Compares the members of two sides by content, matching their names without regard to letter case.
+// A removed member and an added one of the same content count as one renamed member. Throws Error
+// if a member cannot be read.
 [[nodiscard]] Comparison Compare(const Archive& a, const Archive& b, unsigned threads = 1,
                                  const ProgressFunction& progress = {});
 

@@ -1,4 +1,4 @@
-// The one exception of the library.
+// The exception of the library.
 #pragma once
 
 #include <cstdint>
@@ -9,18 +9,18 @@
 
 namespace va {
 
-// Why something was not done. The numbers are the exit codes of the program `va`.
+// Why an operation failed. The numbers are the exit codes of the program `va`.
 enum class ErrorCode : int {
     Refused = 2,    // damaged, refused, cancelled, or not done
-    Usage = 7,      // a parameter makes no sense
-    NoMemory = 8,   // more memory would be needed than is there or allowed
+    Usage = 7,      // an invalid parameter
+    NoMemory = 8,   // more memory is needed than is available or allowed
     NotFound = 9,   // no such file, archive or member
-    DiskFull = 50,  // no space, or a limit on sizes; found before the work where that is possible
+    DiskFull = 50,  // no space, or a size limit; found before the work where that is possible
 };
 
-// what() is one line for a person in UTF-8: the thing, the reason, and what to do next; without a
-// line feed. Every operation of the library throws this and std::bad_alloc, nothing else. An
-// operation that threw has changed nothing: results appear whole or not at all.
+// what() is one line for people in UTF-8, without a line feed: the thing, the reason, and what to
+// do next. The operations of the library throw only this and std::bad_alloc. An operation that
+// threw has changed nothing: a result appears complete or not at all.
 class Error : public std::runtime_error {
 public:
     Error(ErrorCode code, const std::string& message, std::filesystem::path path = {},
@@ -28,8 +28,8 @@ public:
 
     [[nodiscard]] ErrorCode code() const noexcept { return code_; }
 
-    // Where it happened, as far as that is known: the file, the member in it (its name in UTF-8),
-    // the offset in bytes in the file.
+    // Return the location of the error, if it is known: the file, the name of the member in UTF-8,
+    // and the offset in the file in bytes.
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     [[nodiscard]] const std::string& member() const noexcept { return member_; }
     [[nodiscard]] std::optional<std::uint64_t> offset() const noexcept { return offset_; }

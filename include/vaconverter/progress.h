@@ -1,4 +1,4 @@
-// How far an operation is, and how to stop it.
+// Reports the progress of an operation, and lets the caller cancel it.
 #pragma once
 
 #include <cstdint>
@@ -8,15 +8,15 @@
 namespace va {
 
 struct Progress {
-    std::string_view step;   // what is being done, such as "comparing"; valid during the call
+    std::string_view step;   // the current step, such as "comparing"; valid during the call
     std::uint64_t done = 0;  // bytes of this step
     std::uint64_t total = 0;
 };
 
-// Called now and then, at least once for each 4 MB of work, always from the thread that called the
-// operation. Returns whether to go on: after false the operation leaves nothing behind and throws
-// Error (Refused, "cancelled"). An empty function is never called. An exception that it throws ends
-// the operation in the same way and reaches the caller.
+// Called at least once for each 4 MB of work, always on the thread that called the operation.
+// Return false to cancel: the operation removes its unfinished results and throws Error (Refused,
+// "cancelled"). An exception ends the operation in the same way and reaches the caller. An empty
+// function is never called.
 using ProgressFunction = std::function<bool(const Progress&)>;
 
 }  // namespace va

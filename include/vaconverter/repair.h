@@ -1,4 +1,4 @@
-// Saving what is whole in a damaged archive.
+// Saving the intact members of a damaged archive.
 #pragma once
 
 #include <cstdint>
@@ -12,29 +12,29 @@ namespace va {
 
 struct RepairedMember {
     enum class Fate {
-        Saved,     // its content was proved by its check sum
-        Copied,    // damaged, and taken from the good copy
-        Doubtful,  // saved, but something about it is not certain
+        Saved,     // its check sum proves the content
+        Copied,    // damaged, and copied from the good copy
+        Doubtful,  // saved, but something about it is uncertain
         Lost,
     };
 
     Fate fate = Fate::Saved;
     std::string name;        // in UTF-8
-    std::string storedName;  // its bytes
+    std::string storedName;  // its stored bytes
     std::uint64_t size = 0;  // of the content
-    std::string what;        // a clause: why it is lost, or what is not certain; else empty
+    std::string what;        // a clause: why it is lost, or what is uncertain; else empty
 };
 
 struct RepairOptions {
     std::filesystem::path archive;
     std::filesystem::path result;
-    // A good copy, archive or folder: members that are damaged are taken from it where name, size
-    // and check sum are those of the lost one. Empty for none.
+    // A good copy, archive or folder; may be empty. A damaged member is copied from it if name,
+    // size and check sum match.
     std::filesystem::path from;
-    bool replace = false;  // a file or link that has the name of the result
-    bool dryRun = false;   // do all but write
-    unsigned threads = 1;  // the result does not depend on it
-    // Called for each member: those of the result in their order, then the lost ones.
+    bool replace = false;  // replace an existing file or link
+    bool dryRun = false;   // do everything except writing
+    unsigned threads = 1;  // does not affect the result
+    // Called for each member: first the members of the result in their order, then the lost ones.
     std::function<void(const RepairedMember&)> judged{};
 };
 
@@ -43,24 +43,25 @@ struct RepairResult {
     std::uint64_t copied = 0;
     std::uint64_t doubtful = 0;
     std::uint64_t lost = 0;
-    std::uint64_t unnamed = 0;     // lost ones of which only the number is known
-    std::uint64_t older = 0;       // whole members that a later one of the same name hides
-    std::uint64_t unlisted = 0;    // whole members that the index leaves out
+    std::uint64_t unnamed = 0;     // lost members whose names are unknown
+    std::uint64_t older = 0;       // intact members that a later one of the same name hides
+    std::uint64_t unlisted = 0;    // intact members that the index does not list
     std::uint64_t unreadable = 0;  // bytes of the file that the system could not read
-    bool headerFound = false;      // else the result has no build version and product code
-    bool indexWhole = false;       // else older versions of members may have been found
-    std::uint64_t bytes = 0;       // of the result; 0 with dryRun
+    bool headerFound = false;      // if false, the result has no build version and product code
+    bool indexWhole = false;       // if false, some saved members may be older versions
+    std::uint64_t bytes = 0;       // size of the result; 0 with dryRun
 
     [[nodiscard]] bool AllSaved() const { return doubtful + lost + unnamed == 0; }
 };
 
-// Writes an archive of all members whose content is whole, wherever they lie in the file: with a
-// header or without, with an index or without, cut, overwritten in places, or joined from several.
-// Contents keep their stored bytes. A name that not every reader finds is changed, and that is
-// said. The result is a sound archive: it appears when every byte of it was judged, or not at all,
-// and never takes the place of what is read.
+// Writes an archive of all members whose content is intact, wherever they lie in the file. The file
+// may lack its header or index, may be truncated or partly overwritten, or may be several archives
+// joined together. Contents keep their stored bytes. A name that some readers cannot find is
+// changed, and reported. The result is a valid archive: it appears after every byte of it was
+// checked, or not at all. It never replaces an input.
 //
-// Throws Error: Refused when there is nothing to save, after `judged` was called for what is lost.
+// Throws Error: Refused if there is nothing to save, after `judged` was called for the lost
+// members.
 RepairResult Repair(const RepairOptions& options, const ProgressFunction& progress = {});
 
 }  // namespace va

@@ -14,22 +14,22 @@ namespace va {
 
 using Sha256 = std::array<std::byte, 32>;
 
-// Returns the digest of each member's content, in the order of Members(). Throws Error for a member
-// that cannot be read or is damaged.
+// Returns the digest of each member's content, in the order of Members(). Throws Error if a member
+// is damaged or cannot be read.
 [[nodiscard]] std::vector<Sha256> Digests(const Archive& archive, unsigned threads = 1,
                                           const ProgressFunction& progress = {});
 
-// Returns two lower-case hexadecimal digits a byte, as of a digest.
+// Returns the bytes as lower-case hexadecimal digits, two for each byte.
 [[nodiscard]] std::string HexOf(std::span<const std::byte> bytes);
 
-// Returns the line that `sha256sum` prints for a file of that name, with its line feed: names with
-// a backslash or a line end are escaped. Other control bytes, which `sha256sum` prints as they are,
-// become \x1b: no terminal obeys them, and no extracted file has them.
+// Returns the line that `sha256sum` prints for a file of that name, with its line feed; names with
+// a backslash or a line end are escaped. Other control bytes, which `sha256sum` prints unchanged,
+// are shown as \x1b, so that they cannot control a terminal; no extracted file name contains them.
 [[nodiscard]] std::string SumLine(std::string_view name, const Sha256& digest);
 
-// Returns the digest of the whole content: that of the lines of all members, in the byte order of
-// their names in UTF-8. Neither order nor storage of the members count. `digests` are those that
-// Digests returned.
+// Returns the digest of the whole content: the digest of the lines of all members (see SumLine), in
+// the byte order of their UTF-8 names. It does not depend on the order or storage of the members.
+// `digests` must come from Digests(archive).
 [[nodiscard]] Sha256 ContentDigest(const Archive& archive, std::span<const Sha256> digests);
 
 // A line of `sha256sum`.
@@ -41,22 +41,22 @@ struct Sum {
 // Returns whether `text` begins with a line of `sha256sum`.
 [[nodiscard]] bool LooksLikeSums(std::string_view text);
 
-// Reads lines of `sha256sum`, or of SumLine. Throws Error (Refused) naming the line that is none.
+// Reads lines of `sha256sum` or SumLine. Throws Error (Refused) that names the first invalid line.
 [[nodiscard]] std::vector<Sum> ParseSums(std::string_view text);
 
 struct SumMismatch {
     enum class Kind {
-        Differs,   // in content
+        Differs,   // the content differs
         Missing,   // the archive has no such member
-        Unlisted,  // the archive has it, the sums have not
+        Unlisted,  // the member is not among the sums
     };
     Kind kind = Kind::Differs;
     std::string name;
 };
 
-// Compares the members of an archive or folder with sums, letter case of names ignored. Returns
-// what differs: first in the order of the sums, then what is not listed. Throws Error as Digests
-// does.
+// Compares the members of an archive or folder with sums, ignoring the letter case of names.
+// Returns the mismatches: first in the order of the sums, then the unlisted members. Throws Error
+// as Digests does.
 [[nodiscard]] std::vector<SumMismatch> CompareSums(const Archive& archive,
                                                    std::span<const Sum> sums, unsigned threads = 1,
                                                    const ProgressFunction& progress = {});

@@ -1,4 +1,4 @@
-// The version of the library that a program was compiled with.
+// The version of the library: at compile time as macros, at run time as a function.
 #pragma once
 
 #define VACONVERTER_VERSION_MAJOR 1
@@ -7,7 +7,7 @@
 
 namespace va {
 
-// Returns the version of the library that runs, such as "1.1.0".
+// Returns the version of the linked library, such as "1.1.0".
 [[nodiscard]] const char* Version() noexcept;
 
 }  // namespace va

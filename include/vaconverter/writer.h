@@ -1,4 +1,4 @@
-// Making asset archives (`.va`).
+// Writing asset archives (`.va`).
 //
 //     const va::Archive work("town-work");
 //     va::ArchiveWriter writer;
@@ -20,54 +20,54 @@
 namespace va {
 
 enum class Compression {
-    WhereItSaves,  // where a member's stream is 2 % smaller than its content, or more
+    WhereItSaves,  // members whose compressed stream is at least 2 % smaller than their content
     All,           // every member that has content
-    None,          // only content that begins as a stream does: some readers expand it in any case
+    None,          // only content that looks like a stream, because some readers would expand it
 };
 
-// What happened to one member of an archive, or would happen.
+// A change of one member of an archive; with dryRun, a change that would be made.
 struct Change {
     enum class Kind { Added, Replaced, Deleted, Renamed };
 
     Kind kind = Kind::Added;
-    std::string name;        // in UTF-8; the new one of a renamed member
-    std::string storedName;  // its bytes
+    std::string name;        // in UTF-8; the new name of a renamed member
+    std::string storedName;  // its stored bytes
     std::string from;        // the old name of a renamed member
-    std::uint64_t size = 0;  // of the content that the member has now, or had
+    std::uint64_t size = 0;  // of the content; for a deleted member, of its last content
 };
 
 struct CreateOptions {
     std::filesystem::path result;
-    bool replace = false;  // a file or link of that name
-    bool dryRun = false;   // do all but write
+    bool replace = false;  // replace an existing file or link
+    bool dryRun = false;   // do everything except writing
     Compression compression = Compression::WhereItSaves;
     std::uint32_t buildVersion = 0;
     std::uint32_t productCode = 0;
-    unsigned threads = 1;  // the result does not depend on it
-    // Called for each member, in the order of the archive, when the archive is there.
+    unsigned threads = 1;  // does not affect the result
+    // Called for each member in the order of the archive, after the archive was written.
     std::function<void(const Change&)> changed{};
 };
 
 struct CreateResult {
     std::uint64_t members = 0;
     std::uint64_t contentSize = 0;
-    std::uint64_t bytes = 0;    // of the file; 0 with dryRun
-    bool replacesLink = false;  // `result` was a link, which is replaced, not what it leads to
-    // Unfinished files of killed runs that were to give the same result, which were removed.
+    std::uint64_t bytes = 0;    // size of the file; 0 with dryRun
+    bool replacesLink = false;  // `result` was a link, which was replaced; its target is unchanged
+    // Removed temporary files that killed runs had left for the same result.
     std::vector<std::filesystem::path> abandoned;
 };
 
 struct AddOptions {
-    // Members whose content the archive has already are left as they are.
+    // Leave members unchanged whose content is the same.
     bool update = false;
-    // Does that, and deletes the members that are not among those to add: all of them, or those
-    // below the folder `syncUnder`.
+    // Like `update`, and delete the members that are not among those to add: all such members, or
+    // those below the folder `syncUnder`.
     bool sync = false;
     std::string syncUnder{};
-    bool dryRun = false;
+    bool dryRun = false;  // do everything except writing
     Compression compression = Compression::WhereItSaves;
     unsigned threads = 1;
-    // Called for each member that was changed, when the change is made.
+    // Called for each changed member, after the change was written.
     std::function<void(const Change&)> changed{};
 };
 
@@ -76,15 +76,15 @@ struct ChangeResult {
     std::uint64_t replaced = 0;
     std::uint64_t deleted = 0;
     std::uint64_t renamed = 0;
-    std::uint64_t same = 0;     // left as they are, with `update`
-    std::uint64_t members = 0;  // that the archive has now
-    // Of the file now; with `dryRun` as it is.
+    std::uint64_t same = 0;     // left unchanged because of `update`
+    std::uint64_t members = 0;  // in the archive after the change
+    // Sizes in the file after the change; with `dryRun`, before it.
     std::uint64_t bytes = 0;
     std::uint64_t deadBytes = 0;
 };
 
-// Collects members and writes an archive of them. Their contents are read when it is written: what
-// they come from must stay until then. One thread at a time.
+// Collects members and writes an archive of them. Contents are read when the archive is written, so
+// their sources must exist until then. May be used by one thread at a time.
 class ArchiveWriter {
 public:
     ArchiveWriter();
@@ -92,32 +92,32 @@ public:
     ArchiveWriter(ArchiveWriter&&) noexcept;
     ArchiveWriter& operator=(ArchiveWriter&&) noexcept;
 
-    // Adds a member of `source`, with the bytes of its stored name.
+    // Adds a member of `source` under its stored name.
     void Add(const Archive& source, const Member& member);
-    // The same, under a name in UTF-8.
+    // Adds a member of `source` under a name in UTF-8.
     void Add(const Archive& source, const Member& member, std::string_view name);
-    // Adds all members of `source`, below the folder `under` if one is named. Files of a folder
-    // that cannot be members (LeftOut::isContent) are refused when the archive is written. With
-    // `wanted`, leaves out the members for which it returns false.
+    // Adds all members of `source`, below the folder `under` if one is given. With `wanted`, skips
+    // the members for which it returns false. If a folder has files that cannot be members
+    // (LeftOut::isContent), writing the archive is refused.
     void AddAll(const Archive& source, std::string_view under = {},
                 const std::function<bool(const Member&)>& wanted = {});
-    // Adds a file under a name in UTF-8. Throws Error (NotFound) if there is none.
+    // Adds a file under a name in UTF-8. Throws Error (NotFound) if the file does not exist.
     void AddFile(const std::filesystem::path& file, std::string_view name);
-    // Adds a content in memory.
+    // Adds a content in memory under a name in UTF-8.
     void AddContent(std::vector<std::byte> content, std::string_view name);
 
-    // Writes a new archive: its bytes depend on members and options alone. The members lie in the
-    // byte order of their lower-case names. The result appears when it was written and every byte
-    // of it judged, or not at all.
+    // Writes a new archive with the members in the byte order of their lower-case names. Its bytes
+    // depend only on members and options. The result appears after it was written and every byte of
+    // it checked, or not at all.
     //
-    // Throws Error. Before the first byte is written: Refused for members that no archive can hold,
-    // for two members of one name (letter case ignored), all of them named; for a result that
-    // exists and is not to be replaced, or lies below a folder that is read; DiskFull where the
-    // room on the disk, or the 4 GiB of an archive, are known to be too small.
+    // Throws Error. Before the first byte is written: Refused for members that no archive can hold
+    // and for members with the same name, ignoring letter case (the message names all of them), and
+    // for a result that exists and is not to be replaced, or lies below a folder that is read;
+    // DiskFull if the space on the disk, or the 4 GiB of an archive, are known to be too small.
     CreateResult Create(const CreateOptions& options, const ProgressFunction& progress = {}) const;
 
-    // Adds the members to an archive that is there, in place (see change.h), and replaces those of
-    // the same names. Throws Error as Create does; NotFound if there is no such archive.
+    // Adds the members to an existing archive in place (see change.h), and replaces members of the
+    // same names. Throws Error as Create does; NotFound if the archive does not exist.
     ChangeResult AddTo(const std::filesystem::path& archive, const AddOptions& options = {},
                        const ProgressFunction& progress = {}) const;
 
