@@ -8,9 +8,9 @@ namespace va::tool {
 namespace {
 
 constexpr std::size_t kPiece = 256 * 1024;
-constexpr unsigned kSchema = 1;  // of the JSON objects; fields are only ever added
+constexpr unsigned kSchema = 1;  // version of the JSON objects; fields are added, never changed
 
-// Of the write that failed last.
+// Returns the exit code for the write that failed last.
 ExitCode CodeOfFailure() {
     const platform::ErrorKind kind = platform::LastError().kind;
     const bool full = kind == platform::ErrorKind::NoSpace || kind == platform::ErrorKind::TooLarge;
@@ -46,6 +46,8 @@ void Answer::Flush() {
             std::fflush(stdout) == 0;
         if (!written) failure_ = CodeOfFailure();
     }
+    // Cleared after a failure as well, so a command that continues does not collect output in
+    // memory.
     pending_.clear();
     if (failure_) {
         throw Failure{*failure_,

@@ -12,11 +12,11 @@
 
 namespace va::tool {
 
-// Collects what is written and passes it on in large pieces. Every write throws Failure (Refused)
-// once the system has refused one.
+// Collects output and writes it in large pieces. Once the system has refused a write, every further
+// one throws Failure (Refused, or DiskFull).
 class Answer {
 public:
-    // Begins the answer. With `json`, the first object says which command answers, and End writes
+    // Begins the answer. With `json`, writes the first object, which names the command; End writes
     // the last one.
     Answer(bool json, std::string_view command);
     ~Answer() = default;
@@ -31,18 +31,17 @@ public:
     }
     void Write(const JsonObject& object) { Write(object.Line()); }
 
-    // Fields of the last object, besides "exit"; only with JSON.
+    // Returns the last object, for fields besides "exit". It is written with JSON only.
     [[nodiscard]] JsonObject& Last() { return last_; }
 
-    // Writes all that is left. With JSON the last object tells the exit code, and an error's
-    // message.
+    // Writes the rest. With JSON, the last object has the exit code and the message of an error.
     void End(ExitCode code, std::string_view error = {});
 
 private:
     void Flush();
 
     const bool json_;
-    std::optional<ExitCode> failure_;  // why standard output took no more
+    std::optional<ExitCode> failure_;  // set once a write to standard output failed
     std::string pending_;
     JsonObject last_;
 };

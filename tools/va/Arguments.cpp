@@ -25,7 +25,7 @@ std::string Suggestion(std::string_view nearest, const std::string& otherwise) {
     return nearest.empty() ? otherwise : "did you mean " + std::string(nearest) + "?";
 }
 
-// Every option of the table, each once.
+// Returns the options of all commands. Options that several commands share are repeated.
 std::vector<const Option*> AllOptions() {
     std::vector<const Option*> options(CommonOptions().begin(), CommonOptions().end());
     for (const Command* command : AllCommands()) {
@@ -39,6 +39,7 @@ std::vector<const Option*> AllOptions() {
     std::string family;
     for (const Command* command : AllCommands()) {
         const std::string_view first = command->words.substr(0, command->words.find(' '));
+        // A first word such as "tag" is right; suggest its commands then, not other first words.
         if (first == words.front()) {
             family += "\n  va " + std::string(command->words);
             names.push_back(
@@ -82,8 +83,8 @@ Arguments::Arguments(std::span<const std::string> words) {
     CheckOperands();
 }
 
-// Whether an option takes a value is the same in every command, so the whole line is cut before the
-// command is known.
+// Options may precede the command, so they are read before it is known. This works because options
+// of the same name take a value in all commands or in none.
 void Arguments::ReadLong(std::string_view word, std::span<const std::string> words,
                          std::size_t& next) {
     const std::size_t equals = word.find('=');
@@ -155,6 +156,8 @@ void Arguments::ChooseCommand() {
         const std::string word(words);
         return FindCommand({&word, 1}, used);
     };
+    // First, so that --help works on a line without a valid command or operands. Other options are
+    // dropped because `help` does not have them.
     if (Has(kHelp)) {
         command_ = named("help");
         std::erase_if(given_, [](const Given& given) { return given.option != &kHelp; });
@@ -171,8 +174,8 @@ void Arguments::ChooseCommand() {
     operands_.erase(operands_.begin(), operands_.begin() + static_cast<std::ptrdiff_t>(used));
 }
 
-// Options that share a name share their letter and whether they take a value, but each command may
-// list its own object, with its own meaning: that one counts.
+// Replaces each option by the command's own object of the same name: a command may give a shared
+// name its own meaning, and Has() compares addresses.
 void Arguments::CheckOptions() {
     const auto allows = [&](std::span<const Option* const> options, const Option* option) {
         return std::ranges::find(options, option) != options.end();
@@ -242,12 +245,14 @@ std::uint64_t BytesValue(const Option& option, const std::string& text) {
     const auto [end, error] =
         std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
     std::string_view unit(end, static_cast<std::size_t>(text.data() + text.size() - end));
+    // Accepts "64M", "64MB" and "64MiB", since users write all three.
     if (unit.ends_with('B')) unit.remove_suffix(1);
     if (unit.ends_with('i')) unit.remove_suffix(1);
     constexpr std::string_view kUnits = "KMGT";
     const std::size_t power =
         unit.size() == 1 ? kUnits.find(static_cast<char>(unit[0] & ~0x20)) + 1 : 0;
     const double bytes = number * std::pow(1024.0, static_cast<double>(power));
+    // 9e18 is below 2^63; the negated comparison refuses NaN as well.
     if (error != std::errc{} || number < 0 || unit.size() > 1 || (unit.size() == 1 && power == 0) ||
         !(bytes < 9e18)) {
         RefuseUsage("--" + std::string(option.name) +

@@ -1,4 +1,4 @@
-// The words of a command line, read by the table.
+// Parses the words of a command line by the table of commands.
 #pragma once
 
 #include <optional>
@@ -10,14 +10,14 @@
 
 namespace va::tool {
 
-// What one command was called with. Long options take their value after '=' or as the next word;
-// letters join (-fv) and the last of them may carry its value (-oFILE). "--" ends the options; they
-// stand anywhere, also before the command. A word "-" is an operand.
+// The operands and options that a command was called with. A long option takes its value after '='
+// or as the next word. Letters can be joined (-fv), and the value can follow the last one (-oFILE).
+// Options may come anywhere, even before the command; "--" ends them. A word "-" is an operand.
 class Arguments {
 public:
-    // Parses `words`, which come without the program's name. Throws Failure (Usage) for whatever
-    // the table does not allow, with the nearest name. "--help" and "-h" give the command `help`
-    // with the words that were typed; "--version" gives `version`.
+    // Parses `words`, without the program's name. Throws Failure (Usage) for anything that the
+    // table does not allow; the message suggests the nearest name. "--help" and "-h" select the
+    // command `help` with the typed words as operands; "--version" selects `version`.
     explicit Arguments(std::span<const std::string> words);
 
     [[nodiscard]] const Command& GetCommand() const { return *command_; }
@@ -47,11 +47,11 @@ private:
     const Command* command_ = nullptr;
     std::vector<std::string> operands_;
     std::vector<Given> given_;
-    std::vector<std::string> typed_;  // how each of given_ was typed, for messages
+    std::vector<std::string> typed_;  // by index in given_: the option as typed, for messages
 };
 
-// Returns the number of an option's value, such as -j 4. Throws Failure (Usage) unless it is whole
-// and within the range.
+// Returns an option's value as a number, such as that of -j 4. Throws Failure (Usage) unless it is
+// a whole number from `least` to `most`.
 [[nodiscard]] std::uint64_t NumberValue(const Option& option, const std::string& text,
                                         std::uint64_t least, std::uint64_t most);
 

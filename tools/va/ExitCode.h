@@ -1,14 +1,14 @@
-// How a run of va ends.
+// The exit codes of va, and the exception that ends a command.
 #pragma once
 
 #include <string>
 
 namespace va::tool {
 
-// The numbers are the program's exit codes and never change.
+// The numbers are fixed: scripts test for them.
 enum class ExitCode : int {
     Done = 0,      // done; equal; whole
-    LookAt = 1,    // done with something to look at; or: they differ
+    LookAt = 1,    // done, with a warning; or: the inputs differ
     Refused = 2,   // damaged, refused, or not done
     Usage = 7,     // wrong usage
     NoMemory = 8,  // not enough memory
@@ -16,10 +16,10 @@ enum class ExitCode : int {
     DiskFull = 50,
 };
 
-// Returns the graver result of two inputs: refused, not found, something to look at, done.
+// Returns the more serious result of two inputs, in the order Refused, NotFound, LookAt, Done.
 [[nodiscard]] ExitCode Graver(ExitCode a, ExitCode b);
 
-// Thrown to end a command; the message is for a person: the thing, the reason, what to do next.
+// Thrown to end a command. The message is for people: the thing, the reason, what to do next.
 struct Failure {
     ExitCode code;
     std::string message;

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::size_t kMeaningColumn = 24;
 
-// "  left   meaning", the meaning wrapped at its column; below a left side that is too long.
+// Returns "  left   meaning" with the meaning wrapped at its column; it begins on the next line if
+// `left` is too long.
 std::string Row(const std::string& left, std::string_view meaning,
                 std::size_t column = kMeaningColumn) {
     std::string wrapped = Wrapped(meaning, column);
@@ -41,7 +42,7 @@ std::string CommandHelp(const Command& command) {
     return text;
 }
 
-// The lines of commands that share their first word, empty when there are none.
+// Returns the lines of the commands that begin with `word`, such as "tag"; empty if there are none.
 std::string FamilyHelp(const std::string& word) {
     std::string text;
     for (const Command* command : AllCommands()) {

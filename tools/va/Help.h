@@ -1,4 +1,4 @@
-// Help out of the table: at most 80 columns, for a terminal and for pages.
+// Help texts, generated from the table of commands: at most 80 columns wide.
 #pragma once
 
 #include <string>
@@ -7,18 +7,18 @@
 
 namespace va::tool {
 
-// Returns "va diff [OPTION...] OLD NEW"
+// Returns a line such as "va diff [OPTION...] OLD NEW".
 [[nodiscard]] std::string UsageLine(const Command& command);
 
 // Returns every command under its heading, and the exit codes.
 [[nodiscard]] std::string OverviewHelp();
 
-// Returns what `va help WORDS` prints: a command, or the commands of a family. Throws Failure
-// (Usage) when there is neither.
+// Returns the output of `va help WORDS`: the help of a command, or the list of commands that begin
+// with that word. Throws Failure (Usage) if there is neither.
 [[nodiscard]] std::string HelpOn(std::span<const std::string> words);
 
-// Returns `text` in lines of at most `width` columns, every line after `indent` blanks. A line that
-// begins with a blank stays as it is; an empty line ends a paragraph.
+// Returns `text` in lines of at most `width` columns, each indented by `indent` blanks. A line that
+// begins with a blank is not wrapped; an empty line ends a paragraph.
 [[nodiscard]] std::string Wrapped(std::string_view text, std::size_t indent,
                                   std::size_t width = 80);
 

@@ -1,3 +1,4 @@
+// The commands `va help` and `va version`.
 #pragma once
 
 #include <span>

@@ -1,4 +1,4 @@
-// The only source that sees the JSON library: its header is large.
+// The only source that includes the JSON library, because its header is slow to compile.
 #include "tools/va/Json.h"
 
 #include <algorithm>
@@ -26,8 +26,8 @@ std::string Base64(std::string_view bytes) {
     return out;
 }
 
-// JSON may hold U+007F to U+009F as they are, and the library writes them so; some terminals obey
-// them. They occur in texts alone, where an escape has the same meaning.
+// Escapes U+007F to U+009F. JSON allows them unescaped and the library writes them so, but some
+// terminals execute them. Outside texts they cannot occur, so the meaning stays the same.
 void EscapeControls(std::string& line) {
     constexpr char kDelete = '\x7F';
     constexpr char kLead = '\xC2';  // of U+0080 to U+00BF in UTF-8

@@ -11,7 +11,8 @@
 
 namespace va::tool {
 
-// Fields keep the order in which they are set. Texts are UTF-8; bytes that are not become U+FFFD.
+// A JSON object whose fields keep the order in which they are set. Texts should be UTF-8; invalid
+// bytes become U+FFFD.
 class JsonObject {
 public:
     explicit JsonObject(std::string_view type);
@@ -26,13 +27,13 @@ public:
     JsonObject& Set(std::string_view field, std::same_as<bool> auto truth) {
         return SetTruth(field, truth);
     }
-    // Sets a member's name: `name` for people, and where `stored` holds bytes that code page 1252
-    // does not define, the stored bytes as base64 (RFC 4648) in the field with "_bytes" after its
-    // name.
+    // Sets a member's name. If `stored` holds bytes that code page 1252 does not define, the field
+    // with "_bytes" appended to its name gets the stored bytes as base64 (RFC 4648), because `name`
+    // alone does not identify them for programs that decode 1252 strictly.
     JsonObject& SetName(std::string_view field, std::string_view name, std::string_view stored);
 
-    // Sets a text that may be in no encoding: bytes that are not UTF-8 appear as \xff, and the
-    // field with "_bytes" after its name then holds them all as base64.
+    // Sets a text of unknown encoding. If it is not UTF-8, invalid bytes appear as \xff, and the
+    // field with "_bytes" appended to its name gets all bytes as base64.
     JsonObject& SetText(std::string_view field, std::string_view text);
     JsonObject& SetBytes(std::string_view field, std::span<const std::byte> bytes);  // base64
 

@@ -1,4 +1,4 @@
-// va: the front program of the asset archives. 'va help' lists what it can do.
+// va: the command-line program for asset archives, patches and asset descriptions.
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -22,7 +22,7 @@ struct Outcome {
     std::string error{};
 };
 
-// Calls `work` and turns whatever it throws into a message and an exit code.
+// Calls `work` and converts any exception to a message and an exit code.
 template <typename Work>
 Outcome Guarded(Work work) {
     try {
@@ -47,15 +47,18 @@ ExitCode RunCommand(const std::vector<std::string>& words) {
         arguments.emplace(words);
         return ExitCode::Done;
     });
+    // Without arguments there is no Run: -q and --json are unknown, so the message is plain text.
     if (!arguments) {
         std::cerr << "va: " + outcome.error + "\n";
         return outcome.code;
     }
     Run run(*arguments);
     outcome = Guarded([&] { return run.Ending(arguments->GetCommand().run(run)); });
-    // A user who stops the run knows why it ended; so does a reader that has gone.
+    // No message after an interruption: the user knows why the run ended.
     const bool isStopped = platform::InterruptionAsked();
     if (!outcome.error.empty() && !isStopped) run.talk.Error(outcome.error);
+    // End may fail as well, for standard output may be full or closed. The command's own error is
+    // the cause then, so its message and exit code take precedence.
     const Outcome ended = Guarded([&] {
         run.answer.End(outcome.code, outcome.error);
         return outcome.code;
@@ -73,6 +76,7 @@ int main(int argc, char** argv) {
     const Vorn::Kernel kernel;
     const platform::Interruptible interruptible;
     const va::tool::ExitCode code = va::tool::RunCommand({argv + 1, argv + argc});
+    // After an interruption the process ends by that signal, so shells see it and stop scripts.
     platform::EndAsAsked();
     return static_cast<int>(code);
 }

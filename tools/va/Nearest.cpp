@@ -7,8 +7,8 @@
 namespace va::tool {
 namespace {
 
-// The optimal string alignment distance (Damerau 1964, without repeated edits of one place), with
-// three rows of the table.
+// Returns the optimal string alignment distance (Damerau 1964, no substring edited twice). Keeps
+// only three rows of the table.
 std::size_t Distance(std::string_view a, std::string_view b) {
     std::vector<std::size_t> before(b.size() + 1);
     std::vector<std::size_t> above(b.size() + 1);
@@ -34,7 +34,7 @@ std::string_view Nearest(std::string_view typed, std::span<const std::string_vie
     std::string_view nearest;
     std::size_t least = static_cast<std::size_t>(-1);
     for (const std::string_view name : names) {
-        // A word typed in part is near, however much of it is missing.
+        // A beginning of three letters or more counts as near, however long the rest is.
         const bool isStart = typed.size() >= 3 && name.starts_with(typed);
         const std::size_t distance = isStart ? 1 : Distance(typed, name);
         if (distance >= least || distance > std::max<std::size_t>(1, name.size() / 3)) continue;

@@ -1,4 +1,4 @@
-// The name that a person most likely meant.
+// Finds the name that a user most likely meant.
 #pragma once
 
 #include <span>
@@ -6,9 +6,9 @@
 
 namespace va::tool {
 
-// Returns the name of `names` that is nearest to `typed` by single letters inserted, left out,
-// replaced or two neighbours swapped; empty when even that one is too far away to be meant (more
-// than a third of its letters).
+// Returns the name that is nearest to `typed`, counting letters that are inserted, deleted,
+// replaced or swapped with a neighbour. Empty if even that name differs in more than a third of its
+// letters.
 [[nodiscard]] std::string_view Nearest(std::string_view typed,
                                        std::span<const std::string_view> names);
 

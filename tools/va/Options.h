@@ -1,4 +1,4 @@
-// Options that several commands share, each written once.
+// Options that several commands share. Each is one object, because options are compared by address.
 #pragma once
 
 #include <array>

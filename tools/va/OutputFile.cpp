@@ -32,7 +32,8 @@ namespace {
     throw Failure{full ? ExitCode::DiskFull : ExitCode::Refused, message + error.Message()};
 }
 
-// Finds out whether a file can come to be there; with `makesFolders`, those on the way as well.
+// Throws Failure unless a file can be created at `path`; with `makesFolders`, its parent folders
+// may be missing.
 void CheckPlace(const std::string& path, bool makesFolders) {
     platform::FilePlace place = platform::PlaceOf(path);
     platform::FolderHandle folder;
@@ -48,7 +49,8 @@ void CheckPlace(const std::string& path, bool makesFolders) {
     RefuseWrite("cannot write beside '" + Shown(path) + "': ", platform::LastError());
 }
 
-// What only a write would find.
+// Throws Failure (DiskFull) if the disk has less free space than `bytes`: a dry run, which writes
+// nothing, would not notice otherwise. A file system that does not report its free space passes.
 void CheckSpace(const std::string& path, std::uint64_t bytes) {
     const std::string folder = platform::PlaceOf(path).folder;
     const auto free = platform::FreeSpace(folder.empty() ? "." : folder.c_str());
@@ -78,11 +80,15 @@ void CheckOutputs(const std::vector<std::string>& paths, bool replace, Folders f
                    "' is a device or a pipe, which a file cannot replace; name a file, or '-' for "
                    "standard output");
         }
+        // Before the checks of an existing file: a missing folder is the more useful message.
         CheckPlace(path, folders == Folders::AreMade);
         platform::FileStatus status;
         if (!platform::GetStatus(path.c_str(), status)) continue;
         if (status.IsDirectory()) Refuse("'" + Shown(path) + "' is a folder; name a file in it");
+        // Collected, so that one message names all of them and the user can decide once.
         if (!replace) existing.push_back(path);
+        // The rename would succeed, but a read-only file asks not to be changed. The status of a
+        // link is that of its target, which is not replaced.
         if (!IsLink(path) && (status.attributes & platform::kAttributeReadOnly) != 0) {
             Refuse("'" + Shown(path) +
                    "' is read-only and stays as it is; make it writable to replace it");
@@ -99,6 +105,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
         return TellReplacedLink(run, path, replacesLink);
     }
     const platform::FilePlace place = platform::PlaceOf(path);
+    // All steps go through one handle, so they reach the same folder even if its path changes.
     platform::FolderHandle folder;
     if (!folder.Open(place.folder.c_str())) CheckPlace(path, false);
     std::vector<std::string> abandoned =
@@ -116,6 +123,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
     }
     if (!file.Publish(replace)) {
         const platform::Error error = platform::LastError();
+        // Another process created it since CheckOutputs.
         if (error.kind == platform::ErrorKind::Exists && !replace) RefuseExisting({path});
         RefuseWrite("cannot put a new file in the place of '" + Shown(path) + "': ", error);
     }

@@ -52,6 +52,7 @@ void ProgressLine::Draw(std::uint64_t done, std::uint64_t total, Clock::time_poi
     const double seconds = std::chrono::duration<double>(now - stepStart_).count();
     std::string line =
         step_ + "  " + ShownBytes(done) + " of " + ShownBytes(total) + "  " + Percent(done, total);
+    // Earlier, the rate would be mostly noise.
     if (done > 0 && seconds > 0.2) {
         const double rate = static_cast<double>(done) / seconds;
         line += "  " + ShownBytes(static_cast<std::uint64_t>(rate)) + "/s";
@@ -59,6 +60,7 @@ void ProgressLine::Draw(std::uint64_t done, std::uint64_t total, Clock::time_poi
             line += "  " + TimeLeft(static_cast<double>(total - done) / rate) + " left";
         }
     }
+    // A longer line would wrap on a terminal of 80 columns, and "\r" could no longer erase it.
     constexpr std::size_t kMostColumns = 79;
     line.resize(std::min(line.size(), kMostColumns));
     const std::size_t columns = line.size();

@@ -10,8 +10,8 @@ namespace va::tool {
 
 enum class ProgressMode { Auto, Always, Never, Json };
 
-// Shows nothing in the first half second and redraws at most ten times a second, so that short work
-// stays silent and long work costs nothing. For one thread.
+// Shows nothing in the first half second, so that short work stays silent, and redraws at most ten
+// times a second, so that it costs nearly nothing. For one thread.
 class ProgressLine {
 public:
     // Auto shows the line only on a terminal.
@@ -20,10 +20,10 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    // Shows `done` of `total` bytes in this step of the work; a new step starts its own rate.
+    // Shows `done` of `total` bytes of a step. The rate is measured from the start of the step.
     void Show(std::string_view step, std::uint64_t done, std::uint64_t total);
 
-    // Takes the line off the terminal, before something else is written there.
+    // Erases the line. Must be called before anything else is written to the terminal.
     void Clear();
 
 private:
@@ -32,10 +32,10 @@ private:
     void Draw(std::uint64_t done, std::uint64_t total, Clock::time_point now);
 
     ProgressMode mode_;
-    Clock::time_point next_;  // no redraw before
+    Clock::time_point next_;  // earliest time of the next redraw
     Clock::time_point stepStart_;
     std::string step_;
-    std::size_t columns_ = 0;  // of the line on the terminal
+    std::size_t columns_ = 0;  // width of the line on the terminal
 };
 
 }  // namespace va::tool

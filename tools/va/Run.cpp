@@ -12,7 +12,7 @@ ProgressMode ModeOf(const Arguments& arguments) {
     const std::string when = arguments.Value(kProgress).value_or("auto");
     if (when == "always") return ProgressMode::Always;
     if (when == "json") return ProgressMode::Json;
-    // Quiet is quiet: who wants progress all the same asks for it.
+    // -q suppresses automatic progress too; an explicit "always" or "json" wins.
     return when == "never" || arguments.Has(kQuiet) ? ProgressMode::Never : ProgressMode::Auto;
 }
 
@@ -25,6 +25,7 @@ Run::Run(const Arguments& arguments)
       answer(arguments.Has(kJson), arguments.GetCommand().words) {}
 
 unsigned Run::Jobs() const {
+    // Bounds the memory of worker threads.
     constexpr std::uint64_t kMostJobs = 256;
     if (const auto jobs = Value(kJobs)) {
         return static_cast<unsigned>(NumberValue(kJobs, *jobs, 1, kMostJobs));

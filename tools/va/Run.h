@@ -1,4 +1,4 @@
-// All that a command works with.
+// The context of a command: its arguments, its answer, its messages and its progress.
 #pragma once
 
 #include <optional>
@@ -38,11 +38,11 @@ public:
     // Returns the number of worker threads: -j, or the number of processors.
     [[nodiscard]] unsigned Jobs() const;
 
-    // Shows how far the library's work is. Returns false once the user asked to stop.
+    // Shows the progress of the library's work. Returns false once the user has asked to stop.
     [[nodiscard]] bool ShowProgress(std::string_view step, std::uint64_t done, std::uint64_t total);
 
-    // Lets a run that would end with Done end with LookAt: something was found on the way that
-    // concerns every command alike.
+    // Turns an ending with Done into LookAt. For warnings that any command may give, such as
+    // skipped files of a folder.
     void AskForALook() { worthALook_ = true; }
     [[nodiscard]] ExitCode Ending(ExitCode code) const {
         return code == ExitCode::Done && worthALook_ ? ExitCode::LookAt : code;

@@ -13,8 +13,8 @@ void AppendEscaped(std::string& out, unsigned char byte) {
     out.append("\\x").append(1, kDigits[byte >> 4]).append(1, kDigits[byte & 15]);
 }
 
-// Bytes of the UTF-8 sequence that `text` begins with; 0 if it begins with none (RFC 3629: shortest
-// form, no surrogates, at most U+10FFFF).
+// Returns the length of the UTF-8 sequence at the start of `text`; 0 if there is no valid one (RFC
+// 3629: shortest form, no surrogates, at most U+10FFFF).
 std::size_t SequenceLength(std::string_view text) {
     const auto at = [&](std::size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
@@ -38,7 +38,7 @@ std::string Shown(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
-        // Names are mostly plain ASCII.
+        // Most names are plain ASCII, so copy runs of it at once.
         const auto special =
             std::ranges::find_if(text, [](char c) { return c < ' ' || c > '~' || c == '\\'; });
         const auto plain = static_cast<std::size_t>(special - text.begin());
@@ -47,7 +47,7 @@ std::string Shown(std::string_view text) {
         if (text.empty()) break;
         const std::size_t length = SequenceLength(text);
         const auto byte = static_cast<unsigned char>(text.front());
-        // U+0080 to U+009F are control characters as well; some terminals obey them.
+        // U+0080 to U+009F are control characters as well; some terminals execute them.
         const bool isControl =
             byte < 0x20 || byte == 0x7F ||
             (byte == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0);
@@ -81,7 +81,7 @@ std::string ShownBytes(std::uint64_t bytes) {
     constexpr std::array kUnits = {"kB", "MB", "GB", "TB", "PB", "EB"};
     double number = static_cast<double>(bytes) / 1000;
     std::size_t unit = 0;
-    // 999.5 and more would be shown as 1000.
+    // From 999.5 on the number would be rounded to 1000.
     while (number >= 999.5) {
         number /= 1000;
         ++unit;

@@ -11,8 +11,8 @@
 namespace va::tool {
 namespace {
 
-// The patterns in a file or on standard input, each ended by a line feed or, with -0, by a zero
-// byte.
+// Returns the patterns in a file or on standard input, each terminated by `end`: a line feed or,
+// with -0, a zero byte.
 std::vector<std::string> ReadPatterns(const std::string& path, char end) {
     std::ifstream file;
     if (path != "-") {
@@ -50,7 +50,9 @@ void TellSkipped(Run& run, const std::string& folder, const std::vector<LeftOut>
     }
 }
 
-// The archive tool stores the system's bytes, mostly UTF-8, where the format has code page 1252.
+// Notes names that are stored in UTF-8: VArchive stores the system's bytes, but the format defines
+// names in code page 1252. A 1252 name that happens to be valid UTF-8 is rare, so this is only a
+// note.
 void NoteUtf8Names(Run& run, const Archive& archive) {
     if (archive.Info().isFolder) return;
     std::uint64_t count = 0;
@@ -89,6 +91,7 @@ Archive OpenContent(Run& run, const std::string& operand) {
 
 bool MayLackMembers(Run& run, const Archive& archive) {
     const IndexState index = archive.Info().index;
+    // Absent is regular: the format allows archives without an index.
     if (index == IndexState::Whole || index == IndexState::Absent) return false;
     run.talk.Warning(
         Shown(archive.Path().string()) +
@@ -107,6 +110,7 @@ std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t 
     }
     const std::vector<std::string> excluded = run.Values(kExclude);
 
+    // An empty --files-from selects nothing, but no pattern at all selects everything.
     std::vector<char> matched(patterns.size(), 0);
     std::vector<Member> members;
     for (const Member& member : archive.Members()) {
@@ -143,6 +147,7 @@ std::size_t MemberStart(const std::string& name) {
 }
 
 MemberOperand SplitMemberOperand(const std::string& operand) {
+    // ".va:" first, because a path may contain other colons; folders have no ending to look for.
     std::size_t start = MemberStart(operand);
     if (start == std::string::npos) start = operand.find(':') + 1;
     if (start == 0 || start == operand.size()) {
@@ -177,6 +182,7 @@ ExitCode ForEachOperand(Run& run, const std::function<ExitCode(const std::string
         try {
             code = work(operand);
         } catch (const Error& error) {
+            // Running out of disk or memory would fail for the next operand, too.
             const bool isInput =
                 error.code() == ErrorCode::Refused || error.code() == ErrorCode::NotFound;
             if (!isInput || platform::InterruptionAsked()) throw;

@@ -10,46 +10,46 @@
 
 namespace va::tool {
 
-// Opens an archive or folder. Warns about files of a folder that are no members; the exit code is
-// then 1 unless the command gives another one. Throws va::Error.
+// Opens an archive or folder. Warns about files of a folder that cannot be members; the exit code
+// is then 1 instead of 0. Throws va::Error.
 [[nodiscard]] Archive OpenSide(Run& run, const std::string& operand);
 
-// The same for a command that refuses files and folders that are no members: it warns about the
-// rest of them only.
+// Does the same for a command that refuses content that cannot be a member: warns only about links
+// and devices.
 [[nodiscard]] Archive OpenContent(Run& run, const std::string& operand);
 
-// Returns whether members may be missing because the archive was cut or its index is damaged. Warns
-// then, and the exit code is 1.
+// Returns whether members may be missing because the archive was truncated or its index is damaged.
+// Warns if so; the command must then end with LookAt.
 [[nodiscard]] bool MayLackMembers(Run& run, const Archive& archive);
 
-// Returns the members that the operands from `first` on, --files-from and --exclude select; all of
-// them without a pattern. Throws Failure (NotFound) for patterns that match nothing.
+// Returns the members that the operands from `first` on, --files-from and --exclude select; all
+// members if no pattern is given. Throws Failure (NotFound) if a pattern matches nothing.
 [[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,
                                                 std::size_t first);
 
-// Where the member's part of a name "archive.va:member" begins, or npos; the first ending counts.
+// Returns where the member begins in a name "archive.va:member", or npos; the first ".va:" counts.
 [[nodiscard]] std::size_t MemberStart(const std::string& name);
 
-// An operand ARCHIVE:MEMBER in its two parts. Throws Failure (Usage) when there is no member part.
 struct MemberOperand {
     std::string archive;
     std::string member;
 };
+// Splits an operand ARCHIVE:MEMBER. Throws Failure (Usage) if it names no member.
 [[nodiscard]] MemberOperand SplitMemberOperand(const std::string& operand);
 
 // Returns the member that an operand names, in its archive. Throws Failure (NotFound).
 [[nodiscard]] Member MemberOf(const Archive& archive, const MemberOperand& operand);
 
-// Says that one of several inputs cannot be read; the command continues with the next.
+// Reports that one of several inputs cannot be read; the command continues with the next.
 void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message);
 
-// Calls `work` for each operand and returns the gravest result. Of several, one that cannot be read
-// is said and skipped.
+// Calls `work` for each operand and returns the most serious result. If there are several, one that
+// cannot be read is reported and skipped.
 [[nodiscard]] ExitCode ForEachOperand(Run& run,
                                       const std::function<ExitCode(const std::string&)>& work);
 
-// Returns a function for the library's work that shows the progress, and stops the work when the
-// user asks.
+// Returns a progress function for the library: it shows the progress, and cancels the operation
+// when the user asks to stop.
 [[nodiscard]] ProgressFunction ProgressOf(Run& run);
 
 }  // namespace va::tool

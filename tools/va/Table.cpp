@@ -15,14 +15,14 @@ namespace {
 
 constexpr std::array kCommon = {&kHelp, &kProgress, &kQuiet, &kVerbose, &kVersion};
 
-// Takes the next word off `words`.
+// Removes the next word from `words` and returns it.
 std::string_view TakeWord(std::string_view& words) {
     const std::string_view word = words.substr(0, words.find(' '));
     words.remove_prefix(std::min(word.size() + 1, words.size()));
     return word;
 }
 
-// How many of `typed` name a command with these words; 0 if they name another one.
+// Returns how many of `typed` name the command with these words; 0 if they do not name it.
 std::size_t MatchingWords(std::span<const std::string> typed, std::string_view words) {
     std::size_t used = 0;
     while (!words.empty()) {

@@ -1,8 +1,8 @@
-// The table of commands, operands and options. Everything that depends on them reads it: the parser
-// (Arguments.h), the help (Help.h), and what is generated for shells and manuals.
+// The table of commands, operands and options. The parser (Arguments.h), the help (Help.h), and the
+// generated shell completions and manual pages all read it.
 //
-// Every object of the table is constant and lives as long as the program; options are compared by
-// address, so that a name is written once.
+// Every object of the table is constant and lives as long as the program. Options are compared by
+// address.
 #pragma once
 
 #include <span>
@@ -16,7 +16,7 @@ namespace va::tool {
 
 class Run;
 
-// What a shell offers for an operand or the value of an option.
+// The kind of completions that a shell offers for an operand or the value of an option.
 enum class Completes { Nothing, Files, Folders, Archives, Patches, Members, Commands, Choices };
 
 struct Option {
@@ -24,7 +24,7 @@ struct Option {
     char letter = 0;                              // 'o' for -o; 0 for none
     std::string_view value{};                     // "FILE"; empty for a flag
     std::string_view meaning;                     // half a sentence, no full stop
-    std::span<const std::string_view> choices{};  // the values that are allowed; empty for any
+    std::span<const std::string_view> choices{};  // the allowed values; empty if any is allowed
     bool repeats = false;                         // may be given several times
     Completes completes = Completes::Nothing;
 };
@@ -58,8 +58,7 @@ struct Group {
 // Returns the options that every command takes.
 [[nodiscard]] std::span<const Option* const> CommonOptions();
 
-// Returns the command whose words are the first of `words`, or null. `used` receives how many words
-// name it.
+// Returns the command that the first of `words` name, or null. Sets `used` to their number.
 [[nodiscard]] const Command* FindCommand(std::span<const std::string> words, std::size_t& used);
 
 // Returns every command of the table, in its order.

@@ -9,8 +9,8 @@ void Talk::Say(bool aloud, std::string_view prefix, std::string_view text) {
     progress_.Clear();
     std::string line(prefix);
     line.append(text).append(text.ends_with('\n') ? "" : "\n");
-    // Standard error is unbuffered: this is one write to the system. There is nowhere to report
-    // that it failed.
+    // Standard error is unbuffered, so this is one system call. A failure is ignored: there is
+    // nowhere to report it.
     (void)std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -1,5 +1,5 @@
-// What va says about its work, on standard error; the answer itself goes to standard output
-// (Answer.h).
+// Messages about the work of a command, on standard error. The answer itself goes to standard
+// output (Answer.h).
 #pragma once
 
 #include <string>
@@ -9,11 +9,11 @@
 
 namespace va::tool {
 
-// Every message is one line and one write, so that messages of parallel runs do not mix. Text from
-// outside must have gone through Shown().
+// Each message is one line and one write, so that messages of parallel runs do not mix. Text from
+// outside must be passed through Shown() first.
 class Talk {
 public:
-    // `quiet`: 0 says all, 1 leaves out summaries and notes, 2 warnings and errors as well.
+    // `quiet`: 0 shows all messages, 1 omits summaries and notes, 2 warnings and errors as well.
     Talk(unsigned quiet, bool verbose, ProgressLine& progress)
         : quiet_(quiet), verbose_(verbose), progress_(progress) {}
 

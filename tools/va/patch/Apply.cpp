@@ -64,6 +64,7 @@ void Summarize(Run& run, const ApplyPatchOptions& options, const ApplyPatchResul
     const std::string old = Shown(options.old.string());
     const std::string path = Shown(result.result.string());
     const std::string counts = ShownCounts(result.counts);
+    // Before --check and --dry-run: that nothing needs to be done is the answer to both.
     if (result.alreadyApplied && result.resultSize == 0) {
         return run.talk.Summary((path.empty() ? old : path) + ": already applied");
     }
@@ -104,6 +105,7 @@ ExitCode RunApply(Run& run) {
     }
     Summarize(run, options, result, Clock::now() - start);
     Answer(run, result);
+    // The result is correct, but a digest that the maker published for the file will not match.
     if (!result.storedOtherwise) return ExitCode::Done;
     run.talk.Warning(Shown(result.result.string()) +
                      ": its members and contents are the maker's, but not its bytes: OLD stores "

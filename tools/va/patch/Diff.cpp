@@ -39,12 +39,13 @@ constexpr std::array<std::string_view, 4> kExamples = {
     "va diff Town-1.0.va Town-1.1.va", "va diff Town-1.0.va town-work -o town-1.1.patch.va",
     "va diff --dry-run -v Town-1.0.va town-work", "va diff --compact Town-1.0.va Town-1.1.va"};
 
-constexpr std::uint64_t kWorthNoting = 10000;  // bytes of the patch
+constexpr std::uint64_t kWorthNoting = 10000;  // least patch bytes of rewritten members for a note
 
-// "Town-1.0" for "games/Town-1.0.va", "town-work" for "town-work/".
+// Returns "Town-1.0" for "games/Town-1.0.va" and "town-work" for "town-work/".
 std::string BaseName(const std::string& operand) {
     std::filesystem::path path = std::filesystem::path(operand).lexically_normal();
     if (!path.has_filename()) path = path.parent_path();
+    // "." and ".." name a folder only together with the current one.
     if (path.empty() || path == "." || path.filename() == "..") {
         path = std::filesystem::weakly_canonical(operand);
     }
@@ -52,8 +53,9 @@ std::string BaseName(const std::string& operand) {
     return path.filename().string();
 }
 
-// A manifest holds lines of plain text. The file of the note is named here, for below only the
-// patch is known.
+// Throws Failure unless the note can be stored in a manifest, as lines of plain text. Checked here
+// because the library knows only the patch, and the message must name the file and line of the
+// note.
 void JudgeNote(const std::string& path, std::string_view note) {
     constexpr std::size_t kMostNoteBytes = 65536;
     if (note.size() > kMostNoteBytes) {
@@ -91,8 +93,8 @@ std::string ReadNote(const std::string& path) {
     return note;
 }
 
-// Takes the members that a plain patch does not carry out of what it was said to add, and warns of
-// them. Returns how many there are.
+// Removes the members that a plain patch cannot hold from the list of changes, and warns about
+// them. Returns their number.
 std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
     constexpr std::uint64_t kMostNamed = 10;
     std::uint64_t count = 0;
@@ -128,7 +130,8 @@ void TellMembers(Run& run, const MakePatchResult& made) {
     }
 }
 
-// What was proved. Of an archive that can be made again that is its bytes, else its contents.
+// Reports what was proved: that applying the patch gives the archive byte for byte if it can be
+// reproduced, otherwise that it gives the same contents.
 void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
     if (!made.newContent) return;
     const Sha256& digest = made.newArchive ? *made.newArchive : *made.newContent;
@@ -169,6 +172,7 @@ ExitCode RunDiff(Run& run) {
         throw Failure{ExitCode::Usage, "a patch cannot be written to standard output; name a file"};
     }
     options.replace = run.Has(kForce);
+    // The ending alone selects the form too: a .vap file of the other form would confuse its users.
     options.compact = run.Has(kCompact) || options.result.extension() == ".vap";
     options.plain = run.Has(kPlain);
     if (options.compact && options.plain) {

@@ -20,6 +20,7 @@ constexpr std::array<std::string_view, 2> kExamples = {
     "va expand Town-1.0-Town-1.1.vap Town-1.0.va -o town-1.1.patch.va"};
 
 ExitCode RunExpand(Run& run) {
+    // Either order is accepted, as by `va apply`, whose operands come the other way round.
     const bool isTurned = !IsPatch(run.Operand(0)) && IsPatch(run.Operand(1));
     const std::filesystem::path patch = run.Operand(isTurned ? 1 : 0);
     ExpandPatchOptions options{.patch = patch, .old = run.Operand(isTurned ? 0 : 1), .result = {}};

@@ -10,7 +10,7 @@ PatchOperands SortOperands(const Run& run) {
     const std::string& first = run.Operand(0);
     const std::string& second = run.Operand(1);
     if (!IsPatch(second) && IsPatch(first)) return {second, first};
-    // A folder is never a patch. What does not exist is said first, as for any other operand.
+    // A folder is never a patch. A missing first operand is reported first, as everywhere else.
     if (std::filesystem::is_directory(second)) {
         if (!std::filesystem::exists(first)) {
             throw Failure{ExitCode::NotFound, Shown(first) + ": there is no such file"};

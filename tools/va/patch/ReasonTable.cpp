@@ -11,7 +11,8 @@ struct ReasonName {
     std::string_view text;
 };
 
-// In the order of PatchReport::Reason; the last one is the overhead.
+// Indexed by PatchReport::Reason; the last entry is the overhead. The codes are part of the JSON
+// format.
 constexpr std::array<ReasonName, 5> kNames = {{
     {"new", "new content"},
     {"rewritten", "changed almost wholly (re-encoded?)"},

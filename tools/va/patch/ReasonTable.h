@@ -1,4 +1,4 @@
-// The bytes of a patch by reason, as the table and the page of `va report` show them.
+// Groups the bytes of a patch by reason, for the table and the page of `va report`.
 #pragma once
 
 #include <cstdint>
@@ -10,14 +10,14 @@
 namespace va::tool {
 
 struct ReasonRow {
-    std::string_view code;  // in JSON, and as a class in the page
+    std::string_view code;  // the name in JSON, and the CSS class in the page
     std::string_view text;
     std::uint64_t bytes = 0;
     std::uint64_t members = 0;
     std::vector<const PatchReport::Item*> items;  // the largest first
 };
 
-// Returns the reasons that take any bytes, the largest first.
+// Returns the reasons that have members or bytes, the largest first.
 [[nodiscard]] std::vector<ReasonRow> RowsOf(const PatchReport& report);
 
 // Returns the code of an item's reason.

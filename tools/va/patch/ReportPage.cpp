@@ -14,9 +14,9 @@ namespace va::tool {
 namespace {
 
 constexpr Rectangle kMap{0, 0, 1200, 640};
-constexpr std::size_t kMostTiles = 2000;  // browsers draw these at once
+constexpr std::size_t kMostTiles = 2000;  // as many as browsers draw without delay
 constexpr std::size_t kMostMembers = 50;  // in the table of members
-constexpr double kLetterWidth = 6.6;      // of the 11 px font, a little too wide
+constexpr double kLetterWidth = 6.6;      // of the 11 px font, rounded up so that labels fit
 constexpr double kLeastTextHeight = 15;
 
 constexpr std::string_view kHead = R"(<!DOCTYPE html>
@@ -27,7 +27,7 @@ constexpr std::string_view kHead = R"(<!DOCTYPE html>
 <meta http-equiv="Content-Security-Policy" content="default-src 'none'; style-src 'unsafe-inline'">
 )";
 
-// Each colour is dark enough for white text in both schemes.
+// The colours are dark enough for white labels in both the light and the dark scheme.
 constexpr std::string_view kStyle = R"(<style>
 :root { color-scheme: light dark; --text: #1c1f23; --back: #ffffff; --line: #d0d5db;
   --new: #1f6fb2; --rewritten: #b3403a; --moved: #7a4fa3; --changed: #2e7d46; --overhead: #6b7280; }
@@ -50,6 +50,8 @@ i { display: inline-block; width: .8em; height: .8em; margin-right: .5em; }
 </style>
 )";
 
+// Escapes names for HTML. They come from the patch, which may be hostile; the page's policy, which
+// forbids scripts, is the second barrier.
 std::string Escaped(std::string_view text) {
     std::string out;
     for (const char c : Shown(text)) {
@@ -73,7 +75,8 @@ std::string Escaped(std::string_view text) {
     return out;
 }
 
-// The first `columns` characters of UTF-8 text, the last one an ellipsis if any were left out.
+// Returns `text` cut to `columns` characters of UTF-8, the last of them an ellipsis if it was
+// longer.
 std::string Shortened(const std::string& text, std::size_t columns) {
     const auto begins = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; };
     if (static_cast<std::size_t>(std::ranges::count_if(text, begins)) <= columns) return text;
@@ -95,7 +98,7 @@ struct Tile {
     double bytes = 0;
 };
 
-// The tiles of a reason: its members, those beyond `most` as one.
+// Returns the tiles of a reason: one for each of its `most` largest members, and one for the rest.
 std::vector<Tile> TilesOf(const ReasonRow& row, std::size_t most) {
     std::vector<Tile> tiles;
     std::uint64_t shown = 0;

@@ -8,9 +8,9 @@
 
 namespace va::tool {
 
-// Returns one HTML file without scripts and without outside parts: a treemap whose areas are bytes
-// of the patch and whose colours are reasons, and the tables. Readable in light and dark, and in
-// print. At most about 2,000 tiles, however many members there are. `title` is the patch's name.
+// Returns a self-contained HTML page without scripts: a treemap whose areas are bytes of the patch
+// and whose colours are reasons, and the tables. Works in light and dark schemes, and in print. Has
+// at most about 2,000 tiles, however many members there are. `title` is the patch's name.
 [[nodiscard]] std::string ReportPage(const PatchReport& report, std::string_view title);
 
 }  // namespace va::tool

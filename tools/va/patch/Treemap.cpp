@@ -6,8 +6,8 @@
 namespace va::tool {
 namespace {
 
-// The largest ratio of the sides of the tiles in a row of this length: the first and the last tile
-// are the largest and the smallest.
+// Returns the worst aspect ratio of the tiles in a row of this length. Sizes descend, so only the
+// first and the last tile matter.
 double WorstRatio(double first, double last, double sum, double length) {
     const double square = sum * sum;
     const double edge = length * length;
@@ -24,7 +24,7 @@ std::vector<Rectangle> Squarify(std::span<const double> sizes, const Rectangle& 
     while (!sizes.empty()) {
         const double scale = left.width * left.height / bytesLeft;
         const double length = std::min(left.width, left.height);
-        // Takes tiles into the row along the shorter side while that makes them squarer.
+        // Adds tiles to the row along the shorter side as long as that makes them squarer.
         std::size_t count = 1;
         double sum = sizes[0];
         while (count < sizes.size() &&

@@ -1,4 +1,4 @@
-// Rectangles whose areas show sizes.
+// Lays out rectangles with areas in proportion to sizes.
 #pragma once
 
 #include <span>
@@ -13,9 +13,9 @@ struct Rectangle {
     double height = 0;
 };
 
-// Cuts `whole` into one rectangle for each size, in their order, with areas in proportion, as
-// square as can be: M. Bruls, K. Huizing, J. van Wijk, "Squarified Treemaps" (2000). The sizes are
-// above 0 and descend.
+// Divides `whole` into one rectangle for each size, in order, with areas in proportion and shapes
+// close to squares: M. Bruls, K. Huizing, J. van Wijk, "Squarified Treemaps" (2000). The sizes must
+// be above 0 and descend.
 [[nodiscard]] std::vector<Rectangle> Squarify(std::span<const double> sizes,
                                               const Rectangle& whole);
 

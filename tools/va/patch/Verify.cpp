@@ -21,12 +21,14 @@ constexpr std::array<std::string_view, 3> kExamples = {"va verify Town.va town-1
                                                        "va sums Town.va | va verify - town/"};
 
 ExitCode RunVerify(Run& run) {
+    // Operands come in either order, the usual one first. Sums are looked for before patches, since
+    // their first line is unmistakable.
     for (const std::size_t at : {1U, 0U}) {
         const std::string& path = run.Operand(at);
         if (const auto sums = ReadSumsFile(path)) {
             return VerifySums(run, run.Operand(1 - at), path, *sums);
         }
-        // Beside a patch, an empty file is an archive that did not arrive.
+        // Stop here: with a patch, an empty other operand is a failed download, not empty sums.
         if (IsPatch(path)) break;
     }
     const PatchOperands operands = SortOperands(run);

@@ -25,7 +25,7 @@ const char* NameOf(SumMismatch::Kind kind) {
 }
 
 void TellSame(Run& run, const std::vector<Sum>& sums, const std::vector<SumMismatch>& mismatches) {
-    // Those that are listed come first and in the order of the sums.
+    // Mismatches of listed members come first, in the order of the sums, so one pass suffices.
     auto next = mismatches.begin();
     for (const Sum& sum : sums) {
         if (next != mismatches.end() && next->name == sum.name) {
@@ -46,12 +46,12 @@ std::optional<std::string> ReadSumsFile(const std::string& path) {
     if (path == "-") return ReadAll(std::cin);
     if (!std::filesystem::is_regular_file(path)) return std::nullopt;
     std::ifstream file(path, std::ios::binary);
-    // The start decides, so that no archive is read as text.
+    // Only the start is examined, so that a large archive is not read as text.
     constexpr std::size_t kStart = 4096;
     std::string start(kStart, '\0');
     file.read(start.data(), kStart);
     start.resize(static_cast<std::size_t>(file.gcount()));
-    // The sums of nothing are an empty file; an empty archive is a patch that did not arrive.
+    // An empty file is the sums of an empty folder; but an empty .va file is a failed download.
     const bool isEmpty = start.empty() && std::filesystem::path(path).extension() != ".va";
     if (!isEmpty && !LooksLikeSums(start)) return std::nullopt;
     file.clear();

@@ -24,13 +24,14 @@ constexpr std::array kOptions = {&kJson};
 constexpr std::array<std::string_view, 2> kExamples = {"va blocks house.im",
                                                        "va blocks Town.va:house/house.im"};
 
-// An identifier of four bytes, which a zero byte may end early.
+// Returns an identifier of four bytes; a zero byte ends it early.
 std::string Identifier(std::span<const std::byte> bytes) {
     const std::string text(reinterpret_cast<const char*>(bytes.data()), 4);
     return text.substr(0, text.find('\0'));
 }
 
-// Writes a line for each block of the content that it is given, in pieces or with parts left out.
+// Writes a line for each block of the content that it receives. The content may come in pieces, and
+// the caller may skip the contents of blocks (see Skippable).
 class BlockListing final : public Sink {
 public:
     BlockListing(Run& run, const std::string& operand, std::uint64_t size)
@@ -50,7 +51,8 @@ public:
         }
     }
 
-    // Bytes that may be left out now.
+    // Returns the number of bytes that the caller may skip now. A file on disk seeks over them; a
+    // member must be decoded anyway, and passes them to Write.
     [[nodiscard]] std::uint64_t Skippable() const { return skip_; }
     void Skip(std::uint64_t bytes) {
         skip_ -= bytes;
@@ -90,8 +92,8 @@ private:
         needed_ = kBlockHead;
     }
 
-    // An archive has its blocks after the type; every other file has its size and an identifier
-    // first.
+    // In an archive the blocks follow the type at once; in any other file its size and an
+    // identifier come first.
     void TakeType() {
         const std::string type = Identifier(head_);
         const bool isArchive = std::ranges::equal(type, std::string_view("arch"), {},
@@ -136,6 +138,7 @@ private:
                               RightAligned(std::to_string(size), 12) + "  " + Shown(id) + "\n");
         }
         ++blocks_;
+        // After the line, so that the answer shows the block that does not fit.
         if (size > size_ - position_) {
             Refuse(Shown(operand_) + ": the block '" + Shown(id) + "' at offset " +
                    std::to_string(offset) + " has " + Counted(size, "byte") + ", and the file " +
@@ -163,7 +166,7 @@ private:
     std::size_t needed_ = 4;
 };
 
-// A compressed file on disk, as content of a member that is all of the file.
+// Lists a compressed file on disk: it is read like a member whose stored bytes are the whole file.
 ExitCode ListStream(Run& run, const std::string& path, const platform::FileHandle& file,
                     std::uint32_t length, archive::StreamHeader header) try {
     archive::ContentReader content(file, length, archive::kArchiveVersion102);
@@ -216,6 +219,7 @@ ExitCode ListMember(Run& run, const std::string& operand) {
 
 ExitCode RunBlocks(Run& run) {
     const std::string& operand = run.Operand(0);
+    // A file that exists wins, because file names may contain ':'.
     if (platform::Exists(operand.c_str())) return ListFile(run, operand);
     if (operand.find(':') != std::string::npos) return ListMember(run, operand);
     throw Failure{ExitCode::NotFound,

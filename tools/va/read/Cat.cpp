@@ -19,7 +19,7 @@ constexpr std::array kOptions = {&kBinary};
 constexpr std::array<std::string_view, 2> kExamples = {
     "va cat Town.va:config.txt", "va cat Town.va:textures/wall.tga > wall.tga"};
 
-// Passes content on to standard output; bytes that would upset a terminal end it.
+// Writes content to standard output. With `guarded`, refuses bytes that could control a terminal.
 class Output final : public Sink {
 public:
     Output(Answer& answer, bool guarded) : answer_(answer), guarded_(guarded) {}
@@ -45,6 +45,8 @@ private:
 ExitCode Cat(Run& run) {
     const bool guarded =
         platform::IsTerminal(platform::StandardStream::Output) && !run.Has(kBinary);
+    // An unreadable member ends the run (unlike ForEachOperand): the output is one stream, and what
+    // follows a gap would be wrong without a sign.
     for (const std::string& operand : run.Operands()) {
         const MemberOperand parts = SplitMemberOperand(operand);
         const Archive archive{std::filesystem::path(parts.archive)};

@@ -58,7 +58,8 @@ void WriteDifference(Answer& answer, const Difference& difference) {
     answer.Write(object.Set("old_size", difference.oldSize).Set("new_size", difference.newSize));
 }
 
-// With -v, on standard error: sizes of what differs, and the members that are the same.
+// With -v, lists on standard error the sizes of differing members, and the equal members. Standard
+// output stays the same, so that scripts can use -v.
 void TellMembers(Run& run, const Archive& b, const Comparison& comparison) {
     std::set<std::string_view> different;
     for (const Difference& difference : comparison.differences) {

@@ -47,7 +47,7 @@ void TellPlaces(Run& run, const std::filesystem::path& folder, const ExtractResu
 }
 
 ExitCode RunExtract(Run& run) {
-    constexpr std::uint64_t kMostFolders = 256;
+    constexpr std::uint64_t kMostFolders = 256;  // a stored name has at most 259 bytes
     const Archive archive = OpenSide(run, run.Operand(0));
     const std::vector<Member> members = SelectMembers(run, archive, 1);
     ExtractOptions options;

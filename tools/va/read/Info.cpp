@@ -39,7 +39,7 @@ bool HasLists(const Archive& archive) {
            archive.Find("patchedFiles.txt");
 }
 
-// All that is said about one file.
+// The facts about one archive, patch or folder.
 struct Description {
     const std::string& path;
     const Archive& archive;
@@ -47,10 +47,11 @@ struct Description {
     std::uint64_t compressed = 0;
     std::optional<Sha256> content{};
     std::optional<PatchInfo> patch{};
-    bool whole = true;  // nothing was skipped because it cannot be read
+    bool whole = true;  // false once an unreadable part was skipped
 };
 
-// Reports and skips what cannot be read.
+// Calls `work`; if a part of the file cannot be read, warns and continues: `va info` shows as much
+// of a damaged file as it can. Other errors, and an interruption, end the run.
 template <typename Work>
 void Try(Run& run, Description& about, Work work) {
     try {
@@ -140,7 +141,7 @@ void WriteOther(Run& run, const std::string& path, const OtherFile& other) {
     run.answer.Write(text + Row("file", ShownBytes(other.size)));
 }
 
-// Whether all could be read.
+// Describes an archive, patch or folder. Returns whether all of it could be read.
 bool DescribeArchive(Run& run, const std::string& path) {
     const Archive archive = OpenSide(run, path);
     Description about{path, archive, "archive"};
@@ -164,7 +165,7 @@ bool DescribeArchive(Run& run, const std::string& path) {
 }
 
 bool Describe(Run& run, const std::string& path) {
-    // A damaged archive is one still: its mark decides.
+    // The first bytes decide, so a damaged archive is still described as an archive.
     const std::optional<OtherFile> other = IdentifyFile(path);
     if (!other || other->kind == "an archive") return DescribeArchive(run, path);
     WriteOther(run, path, *other);

@@ -11,7 +11,7 @@ constexpr Operand kOperands[] = {kFiles};
 constexpr std::array kOptions = {&kJobs, &kJson};
 constexpr std::array<std::string_view, 2> kExamples = {"va test Town.va", "va test -v *.va"};
 
-// Whether the file is whole.
+// Tests one file and reports its problems. Returns whether there are none.
 bool TestOne(Run& run, const std::string& path) {
     constexpr std::size_t kMostFindings = 100;
     const Archive archive = OpenSide(run, path);
@@ -47,6 +47,7 @@ bool TestOne(Run& run, const std::string& path) {
     return result.found == 0;
 }
 
+// Damage is Refused, not LookAt: scripts may test the exit code for "safe to use".
 ExitCode Test(Run& run) {
     return ForEachOperand(run, [&run](const std::string& path) {
         return TestOne(run, path) ? ExitCode::Done : ExitCode::Refused;

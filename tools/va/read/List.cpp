@@ -58,7 +58,8 @@ std::string LongLine(const Member& member) {
            Shown(member.Name()) + "\n";
 }
 
-// Folders in the order of names; each shows the sum of what is below it.
+// Writes the tree of members, which are sorted by name, so that those of a folder are adjacent.
+// Each folder shows the sum of its contents. `prefix` is the length of the folder's own path.
 void WriteTree(Answer& answer, std::span<const Member> members, std::size_t prefix,
                std::size_t depth) {
     while (!members.empty()) {
@@ -88,6 +89,7 @@ ExitCode List(Run& run) {
     const Archive archive = OpenSide(run, run.Operand(0));
     std::vector<Member> members = SelectMembers(run, archive, 1);
     if (const auto by = run.Value(kSort)) Sort(members, *by);
+    // JSON objects carry full names, from which a program builds its own tree.
     if (run.Has(kTree) && !run.answer.IsJson()) {
         std::ranges::stable_sort(members, {}, &Member::Name);
         WriteTree(run.answer, members, 0, 0);

@@ -15,7 +15,8 @@
 namespace va::tool {
 namespace {
 
-// Descriptions are small; of larger files the first bytes are enough.
+// A description must be parsed as a whole to be recognised, but descriptions are small. For larger
+// files only the first bytes are read.
 constexpr std::uintmax_t kMostOfDescription = 16U << 20;
 constexpr std::size_t kStart = 65536;
 
@@ -41,7 +42,8 @@ std::optional<OtherFile> AsDiff(const Bytes& bytes) try {
     return {};
 }
 
-// Nearly any bytes can be read as a text of tags, so one must be faultless and named as a text.
+// Recognises an asset description. Nearly any bytes can be read as a tag text, so a text counts
+// only if it has no findings and its name ends in .txt.
 std::optional<OtherFile> AsDescription(const Bytes& bytes, const std::string& path) try {
     FindingCounter findings;
     const TagFile file = ReadTags(bytes, path, findings);
@@ -66,6 +68,8 @@ std::optional<OtherFile> IdentifyFile(const std::string& path) {
     if (!file.read(read.data(), static_cast<std::streamsize>(read.size()))) return {};
     const Bytes bytes = BytesOf({read.data(), read.size()});
 
+    // From the most to the least specific mark: a diff has only two fixed bytes and a checked
+    // header, and a tag text has none.
     std::optional<OtherFile> other = AsStream(bytes);
     if (!other) other = AsDiff(bytes);
     if (!other) {

@@ -1,4 +1,4 @@
-// What a file is that is no archive.
+// Identifies files that are not archives.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,12 @@ namespace va::tool {
 struct OtherFile {
     std::string kind;  // "a compressed file", "a diff", "a description (text)", "a picture (PNG)"
     std::uint64_t size = 0;
-    std::optional<std::uint64_t> content;  // bytes that it expands to, or that a diff gives
-    std::optional<std::uint64_t> old;      // bytes of the file that a diff was made from
+    std::optional<std::uint64_t> content;  // decompressed size, or the size of a diff's result
+    std::optional<std::uint64_t> old;      // size of the file that a diff was made from
 };
 
-// Returns what a regular file is by its first bytes, and a description by its ending as well;
-// nullopt if that does not tell. Content is not judged.
+// Identifies a regular file by its first bytes, and a description also by the ending of its name.
+// Returns nullopt for an unknown kind. Does not check the content.
 [[nodiscard]] std::optional<OtherFile> IdentifyFile(const std::string& path);
 
 }  // namespace va::tool

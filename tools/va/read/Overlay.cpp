@@ -85,8 +85,8 @@ ExitCode RunOverlay(Run& run) {
     for (const std::string& operand : run.Operands()) {
         mayLack = MayLackMembers(run, sides.emplace_back(OpenSide(run, operand))) || mayLack;
     }
-    // What cannot be seen hides nothing. To list the rest is still of use; an archive made of it
-    // would be wrong without a sign.
+    // A missing member hides nothing, so an earlier one would win. A list with a warning is still
+    // useful, but an archive made of it would be wrong without a sign.
     if (result && mayLack) {
         throw Failure{ExitCode::Refused,
                       "nothing was written to '" + Shown(*result) +
@@ -96,7 +96,7 @@ ExitCode RunOverlay(Run& run) {
     std::uint64_t conflicts = 0;
     for (const OverlaidMember& overlaid : members) {
         conflicts += overlaid.conflict ? 1 : 0;
-        // Who asks for the archive gets no list besides, unless he asks for the conflicts.
+        // With --write the list is omitted, unless --conflicts asks for one.
         const bool listed = run.Has(kConflicts) ? overlaid.conflict : !result;
         if (listed) Write(run, sides, overlaid);
     }

@@ -5,7 +5,7 @@
 
 namespace va::tool {
 
-// The operand of commands that say something about each of several files.
+// The operand of commands that report on each of several files.
 inline constexpr Operand kFiles{.name = "FILE",
                                 .meaning = "an archive or patch, or a folder",
                                 .repeats = true,

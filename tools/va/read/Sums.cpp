@@ -23,9 +23,12 @@ ExitCode RunSums(Run& run) {
     const Archive archive = OpenSide(run, run.Operand(0));
     const std::vector<Sha256> digests = Digests(archive, run.Jobs(), ProgressOf(run));
     std::vector<Member> members(archive.Members().begin(), archive.Members().end());
+    // By digest as well, so that duplicate names come in the same order for every storage order.
     std::ranges::sort(members, [&](const Member& a, const Member& b) {
         return std::tie(a.Name(), digests[a.Index()]) < std::tie(b.Name(), digests[b.Index()]);
     });
+    // `sha256sum -c` needs names exactly as extracted, but a terminal must not get control
+    // characters.
     const bool isShown = platform::IsTerminal(platform::StandardStream::Output);
     for (const Member& member : members) {
         const Sha256& digest = digests[member.Index()];

@@ -9,10 +9,10 @@ namespace {
 using namespace std::string_view_literals;
 
 struct Mark {
-    std::string_view bytes;  // at the front
+    std::string_view bytes;  // at the start of the file
     std::string_view kind;
     std::size_t secondAt = 0;
-    std::string_view second{};  // at `secondAt`, where the first bytes alone could begin a text
+    std::string_view second{};  // at `secondAt`; needed where a text could begin with `bytes`
 };
 
 constexpr Mark kMarks[] = {
@@ -57,7 +57,7 @@ std::string KindOfContent(std::span<const std::byte> content, bool namedText) {
             return std::string(mark.kind);
         }
     }
-    // Newer pictures of this kind have a mark at their end only.
+    // A TGA picture has no mark at its start, and since version 2 one at its end.
     if (bytes.ends_with("TRUEVISION-XFILE.\0"sv)) return "a picture (TGA)";
     constexpr std::size_t kLooked = 512;
     const bool hasZero = bytes.substr(0, kLooked).find('\0') != bytes.npos;

@@ -1,4 +1,4 @@
-// The kind of a file that is treated as a description and is none.
+// Recognises files that were named as asset descriptions but are something else.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +7,9 @@
 
 namespace va::tool {
 
-// Returns "an archive", "a picture (PNG)" and so on, by the first bytes; empty for what may be a
-// text. With `namedText` the name says that it is one, and then single zero bytes do not count
-// against it.
+// Returns "an archive", "a picture (PNG)" and so on, by the first bytes; empty if the content may
+// be a text. With `namedText`, the name ends in .txt, and zero bytes are accepted: they are
+// reported as faults of the text.
 [[nodiscard]] std::string KindOfContent(std::span<const std::byte> content, bool namedText);
 
 }  // namespace va::tool

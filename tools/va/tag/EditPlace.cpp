@@ -15,12 +15,13 @@ void CheckEditPlace(Run& run, const Input& input, const std::string& place) {
                                            "' is a member, and archives are only read here; name a "
                                            "file for the result with -o"};
     }
+    // A change in place replaces the file, so it would break a link without a warning.
     const bool isLink = platform::GetEntryKind(place.c_str()) == platform::EntryKind::Link;
     if (isInPlace && isLink && !run.Has(kForce)) {
         Refuse("'" + Shown(place) +
                "' is a link; name the file that it leads to, or replace the link with -f");
     }
-    // An input that is not there is reported when it is read.
+    // A missing input is reported when it is read, with a better message.
     if (exists || !isInPlace) CheckOutputs({place}, isInPlace || run.Has(kForce));
 }
 

@@ -1,4 +1,4 @@
-// Where the commands that change a description put the result.
+// The destination of commands that change a description.
 #pragma once
 
 #include <string>
@@ -15,11 +15,12 @@ inline constexpr Option kEditResult{
     .meaning = "write the result to FILE ('-': standard output), not to IN",
     .completes = Completes::Files};
 
-// Throws Failure when `place`, which is the input's own name for a change in place, cannot take the
-// result: a member, a link without -f, a file that exists without -f unless it is the input.
+// Throws Failure if `place` cannot take the result: a member, a link without -f, or an existing
+// file without -f. For a change in place `place` is the input's own name, and an existing file is
+// accepted.
 void CheckEditPlace(Run& run, const Input& input, const std::string& place);
 
-// Writes the result. A file in place that would not change is left alone and keeps its time.
+// Writes the result. A file that would not change in place is not written, so it keeps its time.
 void WriteEdited(Run& run, const Input& input, const Bytes& before, const Bytes& after,
                  const std::string& place);
 

@@ -55,9 +55,10 @@ FindingReport::~FindingReport() {
     try {
         Finish();
     } catch (const std::bad_alloc&) {
-        // The command ends for want of memory, and says so.
+        // Ignored: the command itself fails for lack of memory and reports it.
     } catch (const Failure&) {
-        // Standard output is gone; writing the rest of the answer fails, too, and says so.
+        // Ignored: standard output cannot be written; the end of the answer fails too and reports
+        // it.
     }
 }
 
@@ -73,6 +74,7 @@ void FindingReport::OnFinding(const Vorn::TagFinding& finding) {
     const Vorn::TagWeight weight = Vorn::DescribeTagFault(finding.fault).weight;
     const bool isNote = weight == Vorn::TagWeight::Note;
     ++(isNote ? notes_ : weight == Vorn::TagWeight::Loss ? losses_ : problems_);
+    // JSON is for programs, so the limit of 20 applies to lines only.
     const bool isObject = to_ == To::Answer && run_.answer.IsJson();
     if (isObject) return WriteObject(finding, PlaceOf(finding));
     if (++found_[static_cast<std::size_t>(finding.fault)] > kMostShown) return;
@@ -85,7 +87,8 @@ void FindingReport::OnFinding(const Vorn::TagFinding& finding) {
 }
 
 void FindingReport::OnTag(const Vorn::OCSChunk& tag, const Vorn::TagPlace& place) {
-    // Only losses and notes are found in a tree.
+    // Only losses and notes are found in a tree and need places. Binary tags have no line; their
+    // findings carry an offset.
     if (!(heard_.losses || heard_.notes) || place.line == 0) return;
     places_.push_back({&tag, place});
     placesSorted_ = false;

@@ -1,4 +1,4 @@
-// Reports to a person, or in JSON, what readers and conversions found, one line each:
+// Reports the findings of readers and conversions, as lines for people or in JSON:
 //
 //   a.txt:12:5: warning: the number does not fit; the nearest one is taken: mass [number-range]
 //   a.chump: offset 28: error: the record extends past its container [record-past-end]
@@ -6,8 +6,8 @@
 //   a.txt: warning: text after a closing quote starts a new tag: and 4,980 more [after-quote]
 //
 // Lines count from 1, columns in bytes from 1, offsets in bytes from 0. The word in brackets is the
-// kind, by which findings are ignored. The first 20 findings of a kind are shown, the others
-// counted at the end.
+// kind, as --ignore takes it. The first 20 findings of a kind are shown; the others are counted at
+// the end, so that a broken file does not flood the terminal.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@
 
 namespace va::tool {
 
-// Which findings count.
+// Selects the findings that are reported and counted.
 struct Heard {
     bool losses = true;
     bool notes = false;
@@ -30,18 +30,17 @@ struct Heard {
 
 // Returns the names of all kinds, for --ignore.
 [[nodiscard]] std::span<const std::string_view> FindingKinds();
-// Adds the kinds that --ignore was given.
+// Adds the kinds given by --ignore.
 void Ignore(Heard& heard, const std::vector<std::string>& kinds);
 
 class FindingReport final : public Vorn::TagObserver {
 public:
-    // Where findings are written: a command that converts talks of them; for `check` they are the
-    // answer.
+    // Where findings are written: as messages by commands that convert, as the answer by `check`.
     enum class To { Talk, Answer };
 
-    // `run` must outlive the report, which is about the input `name`.
+    // Reports on the input `name`. `run` must outlive the report.
     FindingReport(Run& run, const std::string& name, To to, Heard heard = {});
-    // Finishes.
+    // Calls Finish.
     ~FindingReport() override;
     FindingReport(const FindingReport&) = delete;
     FindingReport& operator=(const FindingReport&) = delete;
@@ -49,14 +48,14 @@ public:
     void OnFinding(const Vorn::TagFinding& finding) override;
     void OnTag(const Vorn::OCSChunk& tag, const Vorn::TagPlace& place) override;
 
-    // Writes how many findings of each kind were not shown. Nothing is reported after that.
+    // Writes how many findings of each kind were not shown. Call it after the last finding.
     void Finish();
 
     [[nodiscard]] std::size_t Problems() const { return problems_; }  // errors and warnings
     [[nodiscard]] std::size_t Losses() const { return losses_; }
     [[nodiscard]] std::size_t Notes() const { return notes_; }
     [[nodiscard]] bool HearsLosses() const { return heard_.losses; }
-    // Returns LookAt once anything was reported, else Done.
+    // Returns LookAt if anything was reported, else Done.
     [[nodiscard]] ExitCode Code() const;
 
 private:
@@ -78,8 +77,8 @@ private:
     std::size_t losses_ = 0;
     std::size_t notes_ = 0;
     std::array<std::size_t, Vorn::kTagFaultCount> found_{};  // by kind
-    // The tags of a text: findings in a tree know their tag only. Most texts have no such finding,
-    // so the list is sorted when the first one comes.
+    // The places of a text's tags, because findings in a tree have only a tag. Most texts have no
+    // such finding, so the list is sorted when the first one is reported.
     std::vector<PlacedTag> places_;
     bool placesSorted_ = false;
 };

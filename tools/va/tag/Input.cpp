@@ -19,6 +19,7 @@
 namespace va::tool {
 namespace {
 
+// Sizes and offsets of the binary form have 32 bits.
 constexpr std::uint64_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
 
 bool IsNamedLikeDescription(const std::string& name) {
@@ -109,6 +110,7 @@ private:
                     const std::string& pattern) {
         try {
             const auto archive = std::make_shared<const Archive>(OpenSide(run_, path));
+            // A full name wins over a pattern, whatever its ending.
             if (const std::optional<Member> member = archive->Find(pattern)) {
                 return AddMember(before, archive, *member);
             }

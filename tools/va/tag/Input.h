@@ -1,9 +1,9 @@
-// The inputs that tag commands name: files, members of archives and folders, standard input.
+// The inputs of tag commands: files, members of archives and folders, standard input.
 //
-// "-" is standard input. A name that exists on disk is a file or a folder, whatever it looks like;
-// a folder means the descriptions below it, known by their endings. Otherwise "archive.va:pattern"
-// names members: one by its whole name whatever its ending, or the descriptions that a pattern
-// selects. --exclude leaves out members that a folder or a pattern would give.
+// "-" is standard input. A name that exists on disk is a file or a folder, even if it looks like a
+// member; a folder selects the descriptions below it, by the endings of their names. Otherwise
+// "archive.va:pattern" selects members: one by its full name, with any ending, or the descriptions
+// that match a pattern. --exclude removes members that a folder or a pattern selected.
 #pragma once
 
 #include <cstddef>
@@ -30,22 +30,23 @@ using Bytes = std::vector<std::byte>;
     return {bytes.begin(), bytes.end()};
 }
 
-// Ends the work on one input; a command continues with the next.
+// Thrown to end the work on one input; the command continues with the next.
 struct BadInput : Failure {};
 [[noreturn]] void RefuseInput(const std::string& message);
 
 class Input {
 public:
-    // Returns the name that selects this input alone: "folder/a.txt", "Town.va:a.txt", "-".
+    // Returns the name that selects only this input: "folder/a.txt", "Town.va:a.txt", "-".
     [[nodiscard]] const std::string& Name() const { return name_; }
-    // Returns its path below the folder or archive that gave it, with '/'; a file's own name.
+    // Returns its path in the folder or archive that it was found in, with '/'; for a file its
+    // name.
     [[nodiscard]] const std::string& Place() const { return place_; }
     [[nodiscard]] std::uint64_t Size() const { return size_; }  // bytes; 0 if unknown
-    // Returns whether a folder or a pattern gave it, so that it was not named itself.
+    // Returns whether a folder or a pattern selected it, rather than its own name.
     [[nodiscard]] bool IsSelected() const { return selected_; }
 
-    // Reads the whole content: the bytes of a file, the content of a member, at most 4 GiB - 1.
-    // Throws BadInput: NotFound for a name that leads nowhere, else Refused.
+    // Reads the content of the file or member, at most 4 GiB - 1. Throws BadInput: NotFound if the
+    // name does not exist, otherwise Refused.
     [[nodiscard]] Bytes Read() const;
 
 private:
@@ -57,15 +58,15 @@ private:
     bool selected_ = false;
     std::shared_ptr<const Archive> archive_;  // null for a file
     std::optional<Member> member_;
-    std::optional<Failure> failure_;  // why the name leads nowhere
+    std::optional<Failure> failure_;  // set if the name does not exist or cannot be opened
 };
 
-// Finds the inputs of these operands, in order. A name that leads nowhere is an input that fails
-// when it is read, so that the others are still worked on.
+// Returns the inputs of these operands, in order. A name that does not exist becomes an input whose
+// Read fails, so that the other inputs are still processed.
 [[nodiscard]] std::vector<Input> FindInputs(Run& run, const std::vector<std::string>& operands);
 
-// Calls `work` for each input and returns the gravest result: refused, not found, something to look
-// at, done. Reports an input that fails and continues with the next.
+// Calls `work` for each input and returns the most serious result (see Graver). Reports an input
+// that fails and continues with the next.
 [[nodiscard]] ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
                                     const std::function<ExitCode(const Input&)>& work);
 

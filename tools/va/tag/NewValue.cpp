@@ -25,7 +25,7 @@ public:
     throw Failure{ExitCode::Usage, "'" + Shown(typed) + "' cannot be set: " + why};
 }
 
-// What a text would read there; null for what needs quotes.
+// Returns the tag that a text would read from the value without quotes; null if it needs quotes.
 Vorn::OCSChunkRef ReadBare(std::string_view typed) {
     if (typed.empty() || typed.front() == '{' || typed.find_first_of("\"}\r\n") != typed.npos ||
         typed.find('\0') != typed.npos || Vorn::IsTagBlank(typed.front())) {
@@ -43,6 +43,7 @@ Vorn::OCSChunkRef ReadBare(std::string_view typed) {
     return root->ChildAt(0).child;
 }
 
+// Returns the value with all line ends converted to CR LF, the ones that programs expect in texts.
 std::string WithWrittenLineEnds(std::string_view typed) {
     std::string text;
     for (std::size_t i = 0; i < typed.size(); ++i) {

@@ -1,4 +1,4 @@
-// A value as a person types it.
+// Reads a value as users type it.
 #pragma once
 
 #include <string>
@@ -15,9 +15,9 @@ struct NewValue {
 };
 
 // Reads `typed` as a value of the type "auto", "integer", "float", "text", "kuid" or "none". "auto"
-// is what a tag text would read there, but stays a text where `old` is one, and a float where
-// `old` is one and `typed` an integer. Line ends become CR LF. Throws Failure (Usage) when it is no
-// value of that type, or does not fit.
+// gives the type that a tag text would read, except that a text stays a text, and a float stays a
+// float if `typed` is an integer; `old` is the present tag or null. Line ends become CR LF. Throws
+// Failure (Usage) if `typed` is not a value of that type, or does not fit.
 [[nodiscard]] NewValue ReadNewValue(std::string_view typed, std::string_view type,
                                     const Vorn::OCSChunk* old);
 

@@ -1,3 +1,4 @@
+// Compares two trees of tags.
 #pragma once
 
 #include "assetdata/OCSChunk.h"

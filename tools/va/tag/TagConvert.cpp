@@ -19,9 +19,10 @@
 namespace va::tool {
 namespace {
 
-// The file below --out-dir that an input becomes: its path there, with the ending of the form.
+// Returns the path of the output below --out-dir: the input's path, with the ending of the form.
 std::string OutputOf(const Input& input, const std::string& folder, TagForm into) {
-    if (input.Place().empty()) return {};  // leads nowhere, which reading it reports
+    if (input.Place().empty()) return {};  // does not exist; Input::Read reports it
+    // Names come from archives, which may be hostile: an output must stay below the folder.
     if (const char* problem = archive::NameProblem(input.Place())) {
         Refuse("'" + Shown(input.Name()) + "' gives no safe name for a file below '" +
                Shown(folder) + "': it " + problem);
@@ -35,7 +36,8 @@ std::string OutputOf(const Input& input, const std::string& folder, TagForm into
            (into == TagForm::Text ? ".txt" : ".chump");
 }
 
-// Folders on the way are made; a link among them would lead elsewhere.
+// Creates the folders between `root` and the file `place`. Opens each one from its parent without
+// following links, because a link could lead out of `root`.
 void MakeFolders(const std::string& root, const std::string& place) {
     platform::FolderHandle folder;
     if (!platform::MakeDirectories(root.c_str()) || !folder.Open(root.c_str())) {
@@ -55,12 +57,12 @@ void MakeFolders(const std::string& root, const std::string& place) {
 
 struct Plan {
     std::vector<Input> inputs;
-    std::vector<std::string> outputs;  // by input
+    std::vector<std::string> outputs;  // by index in inputs
 };
 
 Plan PlanFolder(Run& run, const std::string& folder, TagForm into) {
     Plan plan{FindInputs(run, run.Operands()), {}};
-    std::unordered_set<std::string> taken;
+    std::unordered_set<std::string> taken;  // folded: some file systems ignore letter case
     std::vector<std::string> checked;
     for (const Input& input : plan.inputs) {
         const std::string output = OutputOf(input, folder, into);

@@ -1,4 +1,4 @@
-// Writing trees of tags in either form.
+// Writes trees of tags in either form.
 #pragma once
 
 #include <string>
@@ -9,14 +9,14 @@
 
 namespace va::tool {
 
-// Reports what that form cannot hold of the tags.
+// Reports what would be lost if the tags were written in that form.
 void FindLosses(const TagFile& file, TagForm into, FindingReport& report);
 
-// Reports why the binary form cannot hold the tags at all, if it cannot.
+// Reports why the binary form cannot store the tags at all, if so.
 void FindUnwritable(const TagFile& file, FindingReport& report);
 
-// Returns the tags in that form; `report` hears what cannot be written. Throws BadInput when the
-// form cannot hold the tags of the input `name` at all.
+// Returns the tags in that form; reports to `report` what cannot be written. Throws BadInput if the
+// form cannot store the tags of the input `name` at all.
 [[nodiscard]] Bytes TagBytes(const TagFile& file, const std::string& name, TagForm into,
                              FindingReport& report);
 

@@ -12,7 +12,7 @@
 namespace va::tool {
 namespace {
 
-// Deep trees have paths whose sum grows with the square of their depth.
+// Paths are cut at this length: in a deep tree their total size grows with the square of the depth.
 constexpr std::size_t kMostPath = 4096;
 
 std::string ShownPath(const std::string& path) {

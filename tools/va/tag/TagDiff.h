@@ -1,4 +1,4 @@
-// The command 'va tag diff': what differs between two descriptions.
+// The command 'va tag diff', which compares two descriptions.
 #pragma once
 
 #include "tools/va/Table.h"

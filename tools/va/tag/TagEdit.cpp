@@ -20,7 +20,8 @@
 namespace va::tool {
 namespace {
 
-// A container with one child replaced; with `index` past its end, `by` is added; null `by` removes.
+// Returns a copy of the container with one child replaced by `by`, or removed if `by` is null. If
+// `index` is the number of children, `by` is added.
 Vorn::OCSChunkRef WithChild(const Vorn::OCSChunk& container, std::uint32_t index,
                             const std::string& name, const Vorn::OCSChunkRef& by) {
     Vorn::OCSChunkRef changed = Vorn::NewTag(Vorn::kTagContainer);
@@ -32,7 +33,8 @@ Vorn::OCSChunkRef WithChild(const Vorn::OCSChunk& container, std::uint32_t index
     return changed;
 }
 
-// One description, the tag that is to be changed, and where the result goes.
+// Changes one tag of one description. The constructor reads the description and finds the tag; it
+// checks the destination first, before any work.
 class Editing {
 public:
     explicit Editing(Run& run) : run_(run), input_(OneInput(run)) {
@@ -79,7 +81,7 @@ public:
     }
 
 private:
-    // On the way to the tag: a container, and which of its children leads further.
+    // A container on the path to the tag, and the index of its child on that path.
     struct Level {
         Vorn::OCSChunkRef container;
         std::uint32_t index;
@@ -99,7 +101,8 @@ private:
         throw Failure{ExitCode::NotFound, Shown(input_.Name()) + ": " + missing};
     }
 
-    // Containers are made anew, because those of a binary file do not keep the order of changes.
+    // Replaces the tag by rebuilding all containers around it, because those of a binary file do
+    // not keep the order of their children when changed.
     void Replace(Vorn::OCSChunkRef by) {
         for (std::size_t i = containers_.size(); i-- > 0;) {
             by = WithChild(*containers_[i].container, containers_[i].index, NewName(), by);
@@ -111,14 +114,14 @@ private:
     [[nodiscard]] bool IsText() const { return file_.form == TagForm::Text; }
     [[nodiscard]] std::string Path() const { return Shown(run_.Operand(1)); }
 
-    // A tag keeps its name; a text has no capital letters in names.
+    // Returns the name for a new tag. Names in a text have no capital letters.
     [[nodiscard]] std::string NewName() const {
         std::string name = names_.back();
         if (IsText()) std::ranges::transform(name, name.begin(), Vorn::AsciiToLower);
         return name;
     }
 
-    // The value in the encoding of the text.
+    // Returns the value in the encoding of the text: UTF-8 if it has the mark, else code page 1252.
     [[nodiscard]] std::string Written(const NewValue& value) const {
         const bool isUtf8 = TextOf(content_).starts_with("\xEF\xBB\xBF");
         return isUtf8 ? value.written : platform::Utf8ToAnsi(value.written);
@@ -136,7 +139,9 @@ private:
                             Written(value))};
     }
 
-    // Writes the changed tree: of a text the first of `texts` that reads as it.
+    // Writes the changed tree. For a text, writes the first of `texts` that reads back as that
+    // tree: an edit of text can change its neighbours, and only reading it again proves that it did
+    // not.
     [[nodiscard]] ExitCode Finish(const std::vector<std::string>& texts, const std::string& what) {
         FindingReport report(run_, input_.Name(), FindingReport::To::Talk, {.losses = false});
         Bytes result;

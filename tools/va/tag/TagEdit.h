@@ -1,4 +1,4 @@
-// set and remove: the commands that change one tag.
+// The commands 'va tag set' and 'va tag remove', which change one tag.
 #pragma once
 
 #include "tools/va/Table.h"

@@ -49,6 +49,7 @@ Vorn::OCSChunkRef ReadBinary(Vorn::TStream& stream, Vorn::TagObserver& observer)
 
 TagFile ReadTags(const Bytes& content, const std::string& name, Vorn::TagObserver& observer) {
     const std::optional<TagForm> named = FormOfEnding(name);
+    // Nearly any bytes can be read as a text, so a picture would give nonsense tags, not an error.
     if (FormOfContent(content) == TagForm::Text) {
         const std::string kind = KindOfContent(content, named == TagForm::Text);
         const bool isArchive = kind == "an archive";

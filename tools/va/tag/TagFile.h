@@ -1,4 +1,4 @@
-// Asset descriptions as the tag commands take and make them.
+// Reads asset descriptions of either form.
 #pragma once
 
 #include <string>
@@ -16,18 +16,18 @@ struct TagFile {
     Vorn::OCSChunkRef root;
 };
 
-// Reads the tags in the content of the input `name`. The form is the one that the name's ending
-// stands for, or under another ending the binary one if the content begins like that. `observer`
-// hears what there is to say. Throws BadInput (Refused) for content that holds no tags, and for an
-// archive, a picture or another kind of file, which it names.
+// Reads the tags in the content of the input `name`. The ending of the name selects the form; with
+// an unknown ending the first bytes do. Findings go to `observer`. Throws BadInput (Refused) for
+// content without tags, and for an archive, a picture or another known kind, which the message
+// names.
 [[nodiscard]] TagFile ReadTags(const Bytes& content, const std::string& name,
                                Vorn::TagObserver& observer);
 [[nodiscard]] inline TagFile ReadTagFile(const Input& input, Vorn::TagObserver& observer) {
     return ReadTags(input.Read(), input.Name(), observer);
 }
 
-// Throws Failure (Usage) unless programs read a file of this name in `form`. Standard output, "-",
-// may have any form.
+// Throws Failure (Usage) unless the ending of `path` selects `form`, because programs would misread
+// the file. Standard output, "-", may have any form.
 void CheckEnding(const std::string& path, TagForm form);
 
 }  // namespace va::tool

@@ -19,7 +19,7 @@ constexpr Option kCheckOnly{
     .name = "check",
     .meaning = "write nothing; name the texts that are laid out otherwise, and end with 1"};
 
-// Places, and whether the text continues where reading it ended.
+// Collects the places of tags, and whether reading stopped before the end of the text.
 class Reading final : public Vorn::TagObserver {
 public:
     void OnFinding(const Vorn::TagFinding& finding) override {
@@ -40,6 +40,8 @@ std::string Formatted(const Bytes& content, const std::string& name) {
     if (file.form != TagForm::Text) {
         RefuseInput("'" + Shown(name) + "' is in the binary form; 'va tag to-text' makes a text");
     }
+    // A text that reads differently afterwards is refused. One that ended early is refused as well:
+    // the new layout would drop the unread rest.
     std::optional<std::string> text = TextLaidOut(TextOf(content), *file.root, reading.places);
     if (!text) RefuseInput("'" + Shown(name) + "' stays as it is: it is nested too deeply");
     TagPlaces places;
@@ -54,7 +56,7 @@ std::string Formatted(const Bytes& content, const std::string& name) {
 ExitCode Format(Run& run) {
     const std::optional<std::string> output = run.Value(kEditResult);
     std::vector<Input> inputs = FindInputs(run, run.Operands());
-    // A folder's binary descriptions have no lines to lay out.
+    // Skip binary descriptions that a folder selected; one that was named is refused instead.
     std::erase_if(inputs, [](const Input& input) {
         return input.IsSelected() && !Vorn::HasExtension(input.Name(), "txt");
     });
@@ -63,6 +65,7 @@ ExitCode Format(Run& run) {
         throw Failure{ExitCode::Usage, "-o takes the result of one text, and there are " +
                                            std::to_string(inputs.size())};
     }
+    // All destinations are checked before the first text is written.
     for (const Input& input : inputs) {
         if (!isCheck) CheckEditPlace(run, input, output.value_or(input.Name()));
     }

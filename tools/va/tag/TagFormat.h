@@ -1,4 +1,4 @@
-// The command 'va tag format': a text laid out anew.
+// The command 'va tag format', which changes only the layout of a text.
 #pragma once
 
 #include "tools/va/Table.h"

@@ -9,7 +9,7 @@
 namespace va::tool {
 namespace {
 
-// Deep trees have paths whose sum grows with the square of their depth.
+// Longer paths are omitted: in a deep tree their total size grows with the square of the depth.
 constexpr std::size_t kMostPath = 4096;
 
 const char* KindOf(const Vorn::OCSChunk& tag) {
@@ -74,7 +74,7 @@ void SetValue(JsonObject& object, const Vorn::OCSChunk& tag, const std::string& 
 
 void WriteTags(Answer& answer, const std::string& input, std::string path,
                const Vorn::OCSChunk& root) {
-    std::vector<std::size_t> lengths;  // of the paths of the containers around the tag
+    std::vector<std::size_t> lengths;  // path lengths before the names of the open containers
     for (Vorn::TagWalk walk(root); walk.Next();) {
         if (walk.IsLeaving()) {
             path.resize(lengths.back());

@@ -7,12 +7,12 @@
 namespace va::tool {
 
 void HeldFindings::OnFinding(const Vorn::TagFinding& finding) {
-    // A finding without a name is about the text as a whole, such as a zero byte that ends it.
+    // A finding without a name concerns the whole text, such as a zero byte that ends it.
     if (finding.place.line != 0 && finding.about.empty()) {
         whole_.push_back(finding);
         return;
     }
-    // What follows a closing quote is read as the next tag, but is a fault of this one.
+    // Text after a closing quote is read as the next tag, but it is a fault of the one before.
     const bool isAboutLast = finding.fault == Vorn::TagFault::AfterQuote && last_.tag;
     held_.push_back({finding, isAboutLast ? last_.begin : finding.place.offset});
     if (isAboutLast) tags_.push_back(last_);

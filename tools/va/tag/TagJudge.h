@@ -1,4 +1,4 @@
-// Findings about one tag of a description, for commands that use nothing else of it.
+// Selects the findings about single tags, for commands that use only these tags of a description.
 #pragma once
 
 #include <cstdint>
@@ -8,21 +8,21 @@
 
 namespace va::tool {
 
-// Keeps what a reader finds, until it is known which tags are of interest.
+// Stores the findings of a reader until the tags of interest are known.
 class HeldFindings final : public Vorn::TagObserver {
 public:
     void OnFinding(const Vorn::TagFinding& finding) override;
     void OnTagEnd(const Vorn::OCSChunk& tag, const Vorn::TagExtent& extent) override;
 
-    // Passes on what was found about this tag and the tags in it.
+    // Passes on the findings about this tag and the tags in it.
     void Report(const Vorn::OCSChunk& tag, Vorn::TagObserver& observer) const;
-    // Passes on everything.
+    // Passes on all findings.
     void ReportAll(Vorn::TagObserver& observer) const;
 
 private:
     struct Held {
         Vorn::TagFinding finding;
-        std::uint64_t offset;  // of what it is about
+        std::uint64_t offset;  // of the tag or text that it is about
     };
     struct PlacedTag {
         const Vorn::OCSChunk* tag;

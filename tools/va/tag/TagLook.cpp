@@ -92,7 +92,7 @@ ExitCode Check(Run& run) {
         if (heard.losses) {
             const TagForm other = file.form == TagForm::Text ? TagForm::Binary : TagForm::Text;
             FindLosses(file, other, report);
-            // The writer alone tells what cannot be written at all.
+            // Only the writer itself finds what cannot be written at all.
             if (other == TagForm::Binary) FindUnwritable(file, report);
         }
         report.Finish();
@@ -109,7 +109,8 @@ ExitCode Check(Run& run) {
     return code;
 }
 
-// Prints the values of the tags of one description, with `before` in front of every line.
+// Prints the values of tags of one description. With `many`, the name of the description precedes
+// each value.
 class Getting {
 public:
     Getting(Run& run, const Input& input, bool many)
@@ -144,7 +145,7 @@ private:
             run_.answer.Write((many_ ? Shown(name_) + "\t" : "") + *value + "\n");
         }
         if (value) return ExitCode::Done;
-        // Whatever is wrong with the text may be why the tag is not found.
+        // Report all findings: any of them may be the reason why the tag is missing.
         FindingReport report(run_, name_, FindingReport::To::Talk, {.losses = false});
         held_.ReportAll(report);
         report.Finish();

@@ -1,4 +1,4 @@
-// print, check and get: the commands that write nothing.
+// The commands 'va tag print', 'check' and 'get', which only read.
 #pragma once
 
 #include "tools/va/Table.h"

@@ -11,7 +11,7 @@
 namespace va::tool {
 namespace {
 
-// What a person may have meant, from the names of a container.
+// Returns the first names of a container, as a hint for the message about a missing tag.
 std::string SomeNames(const Vorn::OCSChunk& container) {
     constexpr std::uint32_t kMostNames = 12;
     std::string names;

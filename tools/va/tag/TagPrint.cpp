@@ -48,7 +48,7 @@ std::string FloatText(float number) {
     std::array<char, 32> digits{};
     const auto end = std::to_chars(digits.begin(), digits.end(), number).ptr;
     std::string text(digits.begin(), end);
-    // "inf" and "nan" have letters, as have exponents.
+    // Marks a float as such; "inf", "nan" and exponents contain 'n' or 'e'.
     if (text.find_first_of(".en") == std::string::npos) text += ".0";
     return text;
 }
@@ -60,7 +60,7 @@ std::string Joined(std::size_t count, Print print) {
     return text;
 }
 
-// Numbers and identifiers; empty for other types.
+// Returns the numbers or identifiers of a tag; empty for other types.
 std::string NumbersText(const Vorn::OCSChunk& tag) {
     const Value value = tag.DataBytes();
     switch (tag.GetType()) {

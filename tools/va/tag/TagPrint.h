@@ -1,6 +1,6 @@
-// Tags and their values as a person reads them, exactly.
+// Shows tags and their exact values to people.
 //
-// Control characters in names and texts of a file are written as they are only in ValueText.
+// Control characters in names and texts are escaped, except in ValueText.
 #pragma once
 
 #include <string>
@@ -18,17 +18,18 @@ namespace va::tool {
 //     mesh                                  "body.im"
 //   }
 //
-// A float has as many digits as tell it apart, and a '.'; of raw bytes the first 64 are shown.
+// A float has as many digits as it needs to be read back exactly, and a '.'. Only the first 64 raw
+// bytes are shown.
 void PrintTree(Answer& answer, const Vorn::OCSChunk& root);
 
 // Returns the value of one tag for other programs: a text as it is, numbers and identifiers joined
 // by ',', raw bytes in hex; empty for a tag without a value, and for a container.
 [[nodiscard]] std::string ValueText(const Vorn::OCSChunk& tag);
 
-// Writes ValueText and a line end; a container as a tree, and nothing for a tag without a value.
+// Writes ValueText and a line end; for a container its tree, for a tag without a value nothing.
 void PrintValue(Answer& answer, const Vorn::OCSChunk& tag);
 
-// Returns the value as PrintTree shows it, by which one sees its type: 1.0, "text", raw 01ab.
+// Returns the value as PrintTree shows it, in a form that shows its type: 1.0, "text", raw 01ab.
 [[nodiscard]] std::string ShownValue(const Vorn::OCSChunk& tag);
 
 }  // namespace va::tool

@@ -1,4 +1,4 @@
-// What the tag commands share in the table.
+// Operands and options that the tag commands share.
 #pragma once
 
 #include "tools/va/Options.h"

@@ -15,7 +15,7 @@ std::size_t SkipBlanks(std::string_view text, std::size_t at) {
     return std::min(text.find_first_not_of(kBlanks, at), text.size());
 }
 
-// Returns where the line ends that begins or continues at `at`, its line end included.
+// Returns the offset after the line end at `at`. CR LF and LF CR count as one line end.
 std::size_t AfterLineEnd(std::string_view text, std::size_t at) {
     if (at == text.size()) return at;
     const bool isPair = at + 1 < text.size() && text[at + 1] != text[at] &&
@@ -33,7 +33,7 @@ std::size_t LineStart(std::string_view text, std::size_t at) {
     return text.starts_with(kUtf8Mark) ? kUtf8Mark.size() : 0;
 }
 
-// The blanks that the line of `at` begins with, as far as `at`.
+// Returns the blanks at the start of the line of `at`, not beyond `at`.
 std::string_view Indentation(std::string_view text, std::size_t at) {
     const std::size_t start = LineStart(text, at);
     return text.substr(start, std::min(SkipBlanks(text, start), at) - start);
@@ -69,7 +69,7 @@ std::vector<std::string> TextsWithValue(std::string_view text, const Vorn::TagEx
                                         std::string_view value) {
     const bool hasValue = tag.value > tag.nameEnd;
     if (value.empty()) return {Replaced(text, tag.nameEnd, tag.end, "")};
-    // Blanks at the end of a line belong to a value without quotes; they stay.
+    // The reader counts trailing blanks as part of a value without quotes; keep them in the text.
     std::size_t end = tag.end;
     while (end > tag.value && kBlanks.find(text[end - 1]) != kBlanks.npos) --end;
     const std::string written = (hasValue ? "" : " ") + std::string(value);

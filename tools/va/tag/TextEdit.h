@@ -1,7 +1,7 @@
-// Changes one place of a tag text and keeps every other byte.
+// Changes one tag in a text and keeps every other byte.
 //
-// The functions give the changed text; what it then reads as is for the caller to check, because
-// a value that ends with its line, or a missing quote, may reach further than its own bytes.
+// The functions return the changed text. The caller must read it to check the result, because a
+// value without a closing quote may extend past its own bytes.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 
 namespace va::tool {
 
-// Keeps where each tag of a text stands.
+// Stores the place of each tag of a text.
 class TagPlaces final : public Vorn::TagObserver {
 public:
     void OnFinding(const Vorn::TagFinding& /*finding*/) override {}
@@ -35,19 +35,20 @@ private:
 // Returns the line end that the text uses first; CR LF if it has none.
 [[nodiscard]] std::string_view LineEndOf(std::string_view text);
 
-// Returns `value` as it is written in a text, with its quotes; empty for a tag without value. The
-// second text also ends the line after the value, which makes it a number where a '}' would follow.
+// Returns candidates for the text with the tag's value replaced. `value` is written as given, with
+// its quotes; empty for a tag without value. The second candidate also ends the line after the
+// value, which a number needs where a '}' follows it.
 [[nodiscard]] std::vector<std::string> TextsWithValue(std::string_view text,
                                                       const Vorn::TagExtent& tag,
                                                       std::string_view value);
 
-// Adds a tag on a line of its own, at the end of a container: after `last`, or if that is null, at
-// the start of `container`, or if that is null, too, at the start of the text.
+// Returns the text with a tag added on a separate line at the end of a container: after `last`; if
+// that is null, at the start of `container`; if that is null too, at the start of the text.
 [[nodiscard]] std::string TextWithTag(std::string_view text, const Vorn::TagExtent* container,
                                       const Vorn::TagExtent* last, std::string_view name,
                                       std::string_view value);
 
-// Removes a tag, with its lines if there is nothing else on them.
+// Returns the text without a tag, and without its lines if they hold nothing else.
 [[nodiscard]] std::string TextWithoutTag(std::string_view text, const Vorn::TagExtent& tag);
 
 }  // namespace va::tool

@@ -10,8 +10,8 @@ namespace va::tool {
 namespace {
 
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
-constexpr std::size_t kValueColumn = 40;
-constexpr std::size_t kMostIndentation = 256U << 20;
+constexpr std::size_t kValueColumn = 40;              // as the writer lays out values
+constexpr std::size_t kMostIndentation = 256U << 20;  // it grows with the square of the depth
 
 std::string_view WithoutBlanks(std::string_view text) {
     while (!text.empty() && Vorn::IsTagBlank(text.back())) text.remove_suffix(1);
@@ -66,7 +66,9 @@ private:
         PutLine(depth, line);
     }
 
-    // A text in front of a '}' may be one only because its line continues; then it needs quotes.
+    // Returns the value as the new layout writes it. A number directly before a '}' on its line is
+    // read as a text; on a separate line it would become a number, so it gets quotes. So does a
+    // text with trailing blanks, which belong to it.
     [[nodiscard]] std::string ValueOf(const Vorn::OCSChunk& tag,
                                       const Vorn::TagExtent& extent) const {
         const std::string_view value = text_.substr(extent.value, extent.end - extent.value);
@@ -82,7 +84,7 @@ private:
     const std::string_view lineEnd_;
     const Vorn::OCSChunk& root_;
     const std::vector<Vorn::TagExtent> extents_;
-    std::size_t indentation_ = 0;  // bytes of it so far
+    std::size_t indentation_ = 0;  // bytes of indentation so far
     std::string out_;
 };
 

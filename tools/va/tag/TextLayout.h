@@ -1,3 +1,4 @@
+// Lays out a tag text as the writer of texts does.
 #pragma once
 
 #include <optional>
@@ -9,11 +10,11 @@
 
 namespace va::tool {
 
-// Returns a text with the lines and columns that the writer of texts uses, and the names and values
-// as they stand. `root` and `places` are what reading it gave. A line that begins like a comment
-// keeps its blanks, and the text its line ends. A text that is not well-formed may read
-// differently then: the caller checks that. Nothing when the indentation of deep containers alone
-// would take more than 256 MB.
+// Returns the text with the lines and columns of the writer of texts; names and values keep their
+// bytes, and the text keeps its kind of line ends. `root` and `places` come from reading `text`. A
+// line that begins like a comment keeps its blanks. A malformed text may read differently
+// afterwards, so the caller must check the result. Returns nullopt if the indentation of deep
+// containers would take more than 256 MB.
 [[nodiscard]] std::optional<std::string> TextLaidOut(std::string_view text,
                                                      const Vorn::OCSChunk& root,
                                                      const TagPlaces& places);

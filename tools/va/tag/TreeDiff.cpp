@@ -18,7 +18,7 @@ bool IsContainer(const Vorn::OCSChunk& tag) { return tag.GetType() == Vorn::kTag
 
 bool HasSameValue(const Vorn::OCSChunk& a, const Vorn::OCSChunk& b) {
     if (a.GetType() != b.GetType()) return false;
-    // Bytes after the zero byte of a text are not read.
+    // Readers stop at the zero byte of a text, so the bytes after it do not count.
     if (a.GetType() == Vorn::kTagText) {
         return Vorn::TextOf(a.DataBytes()) == Vorn::TextOf(b.DataBytes());
     }
@@ -46,7 +46,7 @@ public:
 private:
     static constexpr std::uint32_t kNone = UINT32_MAX;
 
-    // Two containers that are compared.
+    // Two containers that are being compared.
     struct Pair {
         Vorn::OCSChunkRef a;
         Vorn::OCSChunkRef b;
@@ -125,7 +125,7 @@ private:
 
     const bool folded_;
     const std::function<void(const TagDifference&)>& tell_;
-    std::deque<Pair> open_;  // outermost first
+    std::deque<Pair> open_;  // outermost first; not recursion, since files may nest without limit
     std::string path_;
     std::size_t same_ = 0;
 };

@@ -1,4 +1,4 @@
-// What differs between two trees of tags, by their paths.
+// Compares two trees of tags by their paths.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ namespace va::tool {
 struct TagDifference {
     enum class Kind {
         Added,      // only in B
-        Removed,    // only in A; of a container, nothing below it is reported
+        Removed,    // only in A; the tags in a removed container are not reported
         Changed,    // another type or value
         Reordered,  // a container whose children are in another order
     };
@@ -22,10 +22,10 @@ struct TagDifference {
     const Vorn::OCSChunk* b;  // null for a removed one
 };
 
-// Calls `tell` for each difference, in the order of A, what a container of B adds after the
-// container's other tags. Of equal names in a container the first is compared with the first, and
-// so on. With `folded` names are compared as texts write them. Does not recurse. Returns how many
-// tags are the same.
+// Calls `tell` for each difference in the order of A; tags that a container of B adds come after
+// the container's other tags. Among equal names in a container the first is compared with the
+// first, and so on. With `folded`, names are compared as texts write them. Does not recurse.
+// Returns the number of equal tags.
 std::size_t DiffTags(const Vorn::OCSChunkRef& a, const Vorn::OCSChunkRef& b, bool folded,
                      const std::function<void(const TagDifference&)>& tell);
 
