@@ -1,9 +1,13 @@
-// From the room of patches to the words of the public headers: errors and progress.
+// From the room of patches to the words of the public headers: errors, progress, streams.
 #pragma once
+
+#include <vector>
 
 #include "patch/Error.h"
 #include "patch/Meter.h"
+#include "patch/compact/CompactFile.h"
 #include "vaconverter/error.h"
+#include "vaconverter/patch.h"
 #include "vaconverter/progress.h"
 
 namespace va {
@@ -17,6 +21,9 @@ namespace va {
         return progress({step, done, total});
     };
 }
+
+// Returns the streams of a compact patch, for people.
+[[nodiscard]] std::vector<PatchStream> StreamsOf(const patch::compact::CompactFile& patch);
 
 // Calls `work`; what the room of patches throws becomes Error.
 template <typename Work>

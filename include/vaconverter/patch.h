@@ -205,6 +205,32 @@ struct PatchInfo {
 // manifest is damaged or of a later version.
 [[nodiscard]] std::optional<PatchInfo> ReadPatchInfo(const Archive& patch);
 
+// One of the streams that a compact patch is made of.
+struct PatchStream {
+    enum class Kind { Head, Directory, Contents };
+    Kind kind = Kind::Head;
+    std::uint64_t bytes = 0;  // in the patch
+    // Size when unpacked. That of contents depends on the old side.
+    std::optional<std::uint64_t> unpacked = {};
+    std::uint64_t members = 0;  // whose contents it has
+};
+
+// What a compact patch says without its old side.
+struct CompactPatchInfo {
+    PatchInfo facts;
+    PatchCounts counts;
+    std::uint64_t patchSize = 0;
+    std::vector<PatchStream> streams;  // in the order of the file
+};
+
+// Returns whether a file begins as a compact patch does. False for whatever cannot be read.
+[[nodiscard]] bool IsCompactPatch(const std::filesystem::path& path);
+
+// Checks every byte of a compact patch, as far as that is possible without its old side, and
+// returns what it says. Throws Error: NotFound; Refused if it is damaged, or of a later version.
+[[nodiscard]] CompactPatchInfo ReadCompactPatch(const std::filesystem::path& path,
+                                                const ProgressFunction& progress = {});
+
 // Returns a byte diff of two contents in memory, in the format that patches use. Throws Error
 // (Refused) for contents of 4 GiB and more.
 [[nodiscard]] std::vector<std::byte> MakeDelta(std::span<const std::byte> old,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "vaconverter/error.h"
+#include "vaconverter/patch.h"
 #include "vaconverter/progress.h"
 
 namespace va {
@@ -26,14 +27,23 @@ struct PatchReport {
         std::uint64_t contentBytes = 0;  // size of its content on the new side
     };
 
-    std::uint64_t patchBytes = 0;  // size of the file: the sum of all items and the overhead
-    std::uint64_t overhead = 0;    // lists, manifest, index, headers of members
-    std::vector<Item> items;       // the largest first
+    // All members of a reason.
+    struct Total {
+        Reason reason = Reason::NewContent;
+        std::uint64_t patchBytes = 0;
+        std::uint64_t members = 0;
+    };
+
+    std::uint64_t patchBytes = 0;           // of the file: the sum of all totals and the overhead
+    std::uint64_t overhead = 0;             // lists, manifest, index, headers of members
+    std::vector<Total> totals = {};         // one for each reason, in the order of Reason
+    std::vector<Item> items = {};           // the largest first; none for a compact patch
+    std::vector<PatchStream> streams = {};  // of a compact patch
 };
 
-// Checks every byte of a patch archive, as ApplyPatch does, and reads the headers of its diffs. In
-// a patch without a manifest, copies of unchanged members count as new content. Throws Error
-// (NotFound, Refused).
+// Checks every byte of a patch, as ApplyPatch does, and reads the headers of its diffs. In a patch
+// archive without a manifest, copies of unchanged members count as new content. A compact patch has
+// the sums of its reasons, but not what each member takes. Throws Error (NotFound, Refused).
 [[nodiscard]] PatchReport ReportPatch(const std::filesystem::path& patch, unsigned threads = 1,
                                       const ProgressFunction& progress = {});
 

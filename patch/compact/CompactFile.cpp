@@ -177,8 +177,10 @@ void CompactFile::ReadSections() {
         if (section.kind != kind) FailDamaged("its sections are not in order");
         return section;
     };
-    TakeHead(next(SectionKind::Head));
-    directory_ = ParseDirectory(Unpack(next(SectionKind::Directory)), facts_.old.members);
+    headSection_ = next(SectionKind::Head);
+    TakeHead(headSection_);
+    directorySection_ = next(SectionKind::Directory);
+    directory_ = ParseDirectory(Unpack(directorySection_), facts_.old.members);
     std::uint64_t members = 0;
     while (offset < end) {
         contents_.push_back(next(SectionKind::Contents));

@@ -59,6 +59,9 @@ public:
     [[nodiscard]] const Sha256Digest& ManifestEnd() const { return head_.end; }
     [[nodiscard]] const Directory& Members() const { return directory_; }
     [[nodiscard]] const std::vector<Section>& Contents() const { return contents_; }
+    // Head and directory, for people.
+    [[nodiscard]] const Section& HeadSection() const { return headSection_; }
+    [[nodiscard]] const Section& DirectorySection() const { return directorySection_; }
 
     // Returns the bytes of a section, compared with their sum. Throws Error.
     [[nodiscard]] delta::ByteBuffer Read(const Section& section) const;
@@ -78,6 +81,8 @@ private:
     Head head_;
     Manifest facts_;
     Directory directory_;
+    Section headSection_;
+    Section directorySection_;
     std::vector<Section> contents_;
 };
 

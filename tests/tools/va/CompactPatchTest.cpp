@@ -114,6 +114,33 @@ TEST_F(VaCompact, JudgesTheOldSide) {
     EXPECT_EQ(Va("compare copy.va new.va").exitCode, 0);
 }
 
+TEST_F(VaCompact, TellsWhatItIsMadeOf) {
+    MakeSides();
+    folder_.Write("note.txt", "for players\n");
+    ASSERT_EQ(Va("diff --compact old.va new.va -o small.vap --note=note.txt").exitCode, 0);
+    const auto size = std::to_string(fs::file_size(folder_.Path("small.vap")));
+    const std::string digest = Va("info --json old.va").out;
+    const std::string sha = digest.substr(digest.find("\"sha256\":\"") + 10, 64);
+    ExpectAnswers(
+        {{"info small.vap", 0, "small.vap: compact patch\n  old side        8 members, "},
+         {"info small.vap", 0, sha},
+         {"info small.vap", 0, "  note            for players\n"},
+         {"info small.vap", 0, "3 same  3 changed  5 added  1 moved  1 removed\n"},
+         {"info --json small.vap", 0, "\"size\":" + size + ",\"same\":3,"},
+         {"test small.vap", 0, "small.vap: whole, 7 members, "},
+         {"report --json small.vap", 0, "{\"type\":\"stream\",\"stream\":\"head\","},
+         {"report small.vap", 0, "moved or copied from another member                1\n"},
+         {"report small.vap -o why.html", 0, "open it in a browser"},
+         {"list small.vap", 2, "small.vap"}});
+    std::istringstream table(Va("report small.vap").out);
+    std::uint64_t sum = 0;
+    std::string line;
+    std::getline(table, line);
+    while (std::getline(table, line) && !line.empty()) sum += std::stoull(line);
+    EXPECT_EQ(std::to_string(sum), size) << "each byte has one reason";
+    EXPECT_THAT(folder_.Read("why.html"), HasSubstr("The streams of the patch"));
+}
+
 TEST_F(VaCompact, RefusesWhatIsDamaged) {
     MakeSides();
     ASSERT_EQ(Va("diff --compact old.va new.va -o small.vap").exitCode, 0);
@@ -125,6 +152,9 @@ TEST_F(VaCompact, RefusesWhatIsDamaged) {
         const Outcome refused = Va("apply old.va bad.vap -o result.va");
         EXPECT_EQ(refused.exitCode, 2) << at;
         EXPECT_THAT(refused.err, HasSubstr("download it again")) << at;
+        for (const char* command : {"info", "test", "report"}) {
+            EXPECT_EQ(Va(command + " bad.vap"s).exitCode, 2) << command << " " << at;
+        }
     }
     std::string later = good;
     later.at(4) = 9;

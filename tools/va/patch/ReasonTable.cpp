@@ -32,16 +32,36 @@ std::vector<ReasonRow> RowsOf(const PatchReport& report) {
     for (const ReasonName& name : kNames) {
         rows.push_back({.code = name.code, .text = name.text, .items = {}});
     }
+    for (const PatchReport::Total& total : report.totals) {
+        ReasonRow& row = rows.at(static_cast<std::size_t>(total.reason));
+        row.bytes = total.patchBytes;
+        row.members = total.members;
+    }
     for (const PatchReport::Item& item : report.items) {
-        ReasonRow& row = rows.at(static_cast<std::size_t>(item.reason));
-        row.bytes += item.patchBytes;
-        ++row.members;
-        row.items.push_back(&item);
+        rows.at(static_cast<std::size_t>(item.reason)).items.push_back(&item);
     }
     rows.back().bytes = report.overhead;
     std::erase_if(rows, [](const ReasonRow& row) { return row.bytes == 0 && row.members == 0; });
     std::ranges::stable_sort(rows, std::greater{}, &ReasonRow::bytes);
     return rows;
+}
+
+std::string_view CodeOf(PatchStream::Kind kind) {
+    switch (kind) {
+        case PatchStream::Kind::Head:
+            return "head";
+        case PatchStream::Kind::Directory:
+            return "directory";
+        default:
+            return "contents";
+    }
+}
+
+JsonObject JsonOf(const PatchStream& stream) {
+    JsonObject object("stream");
+    object.Set("stream", CodeOf(stream.kind)).Set("bytes", stream.bytes);
+    if (stream.unpacked) object.Set("unpacked", *stream.unpacked);
+    return std::move(object.Set("members", stream.members));
 }
 
 }  // namespace va::tool

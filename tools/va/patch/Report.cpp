@@ -14,7 +14,9 @@ namespace va::tool {
 namespace {
 
 constexpr Operand kOperands[] = {
-    {.name = "PATCH", .meaning = "a patch archive", .completes = Completes::Patches},
+    {.name = "PATCH",
+     .meaning = "a patch archive, or a compact patch",
+     .completes = Completes::Patches},
 };
 constexpr std::array kOptions = {&kOutput, &kForce, &kDryRun, &kJobs, &kJson};
 constexpr std::array<std::string_view, 2> kExamples = {
@@ -27,11 +29,18 @@ void WriteTable(Answer& answer, const PatchReport& report) {
         std::string line = RightAligned(std::to_string(row.bytes), 11) +
                            RightAligned(Percent(row.bytes, report.patchBytes), 7) + "  " +
                            std::string(row.text);
-        if (!row.items.empty()) {
+        if (row.members > 0) {
             line.resize(20 + kReasonColumns, ' ');
             line += RightAligned(std::to_string(row.members), 8);
         }
         answer.Write(line + "\n");
+    }
+    if (report.streams.empty()) return;
+    answer.Write("\n      bytes  unpacked  stream\n");
+    for (const PatchStream& stream : report.streams) {
+        const std::string unpacked = stream.unpacked ? std::to_string(*stream.unpacked) : "";
+        answer.Write(RightAligned(std::to_string(stream.bytes), 11) + RightAligned(unpacked, 10) +
+                     "  " + std::string(CodeOf(stream.kind)) + "\n");
     }
 }
 
@@ -42,6 +51,7 @@ void WriteJson(Answer& answer, const PatchReport& report) {
                          .Set("bytes", row.bytes)
                          .Set("members", row.members));
     }
+    for (const PatchStream& stream : report.streams) answer.Write(JsonOf(stream));
     for (const PatchReport::Item& item : report.items) {
         answer.Write(JsonObject("member")
                          .Set("name", item.name)
@@ -101,6 +111,9 @@ Command ReportCommand() {
                 "are encoded anew), to members that were moved or copied, to members that changed "
                 "in part, and to lists and headers. With -v each member has a line, the largest "
                 "first. A damaged patch is refused as by 'va apply'.\n"
+                "\n"
+                "Of a compact patch it shows the reasons and the streams that it is made of: what "
+                "each member takes is known only while it is made ('va diff -v').\n"
                 "\n"
                 "With -o FILE.html it writes one page instead: a map whose areas are bytes of the "
                 "patch, with the largest members below. The page needs nothing else and runs no "

@@ -165,7 +165,20 @@ void AppendReasons(std::string& page, const PatchReport& report,
         page += "<tr><td class=\"n\">" + std::to_string(row.bytes) + "</td><td class=\"n\">" +
                 Percent(row.bytes, report.patchBytes) + "</td><td><i class=\"" +
                 std::string(row.code) + "\"></i>" + Escaped(row.text) + "</td><td class=\"n\">" +
-                (row.items.empty() ? "" : std::to_string(row.members)) + "</td></tr>\n";
+                (row.members == 0 ? "" : std::to_string(row.members)) + "</td></tr>\n";
+    }
+    page += "</table>\n";
+}
+
+void AppendStreams(std::string& page, const PatchReport& report) {
+    if (report.streams.empty()) return;
+    page +=
+        "<h2>The streams of the patch</h2>\n<table>\n<tr><th class=\"n\">bytes</th>"
+        "<th class=\"n\">unpacked</th><th>stream</th></tr>\n";
+    for (const PatchStream& stream : report.streams) {
+        page += "<tr><td class=\"n\">" + std::to_string(stream.bytes) + "</td><td class=\"n\">" +
+                (stream.unpacked ? std::to_string(*stream.unpacked) : "") + "</td><td>" +
+                std::string(CodeOf(stream.kind)) + "</td></tr>\n";
     }
     page += "</table>\n";
 }
@@ -189,14 +202,17 @@ void AppendMembers(std::string& page, const PatchReport& report) {
 
 std::string ReportPage(const PatchReport& report, std::string_view title) {
     const std::vector<ReasonRow> rows = RowsOf(report);
+    std::uint64_t members = 0;
+    for (const ReasonRow& row : rows) members += row.members;
     std::string page(kHead);
     page += "<title>" + Escaped(title) + "</title>\n" + std::string(kStyle) + "</head>\n<body>\n";
     page +=
         "<h1>" + Escaped(title) + "</h1>\n<p>" + ShownBytes(report.patchBytes) + " for " +
-        Counted(report.items.size(), "member") +
+        Counted(members, "member") +
         ". Areas are bytes of the patch, colours are reasons; point at a tile for its name.</p>\n";
     AppendMap(page, rows);
     AppendReasons(page, report, rows);
+    AppendStreams(page, report);
     AppendMembers(page, report);
     page += "</body>\n</html>\n";
     return page;

@@ -5,6 +5,8 @@
 #include "platform/Interruption.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
+#include "tools/va/patch/PatchSide.h"
+#include "tools/va/patch/ReasonTable.h"
 #include "tools/va/read/OtherFile.h"
 #include "tools/va/read/ReadCommands.h"
 #include "vaconverter/patch.h"
@@ -63,6 +65,14 @@ void Try(Run& run, Description& about, Work work) {
     }
 }
 
+void SetPatch(JsonObject& object, const PatchInfo& patch) {
+    object.Set("old_sha256", HexOf(patch.old.content))
+        .Set("new_sha256", HexOf(patch.fresh.content));
+    if (patch.archive) object.Set("archive_sha256", HexOf(*patch.archive));
+    if (!patch.name.empty()) object.Set("result", patch.name);
+    if (!patch.note.empty()) object.Set("note", patch.note);
+}
+
 void WriteJson(Run& run, const Description& about) {
     const ArchiveInfo& info = about.archive.Info();
     JsonObject object("info");
@@ -79,13 +89,7 @@ void WriteJson(Run& run, const Description& about) {
         .Set("build_version", std::uint64_t{info.buildVersion})
         .Set("product_code", std::uint64_t{info.productCode});
     if (about.content) object.Set("sha256", HexOf(*about.content));
-    if (const auto& patch = about.patch) {
-        object.Set("old_sha256", HexOf(patch->old.content))
-            .Set("new_sha256", HexOf(patch->fresh.content));
-        if (patch->archive) object.Set("archive_sha256", HexOf(*patch->archive));
-        if (!patch->name.empty()) object.Set("result", patch->name);
-        if (!patch->note.empty()) object.Set("note", patch->note);
-    }
+    if (about.patch) SetPatch(object, *about.patch);
     run.answer.Write(object);
 }
 
@@ -164,7 +168,44 @@ bool DescribeArchive(Run& run, const std::string& path) {
     return about.whole;
 }
 
+void WriteCompactJson(Run& run, const std::string& path, const CompactPatchInfo& patch) {
+    const PatchInfo& facts = patch.facts;
+    JsonObject object("compact");
+    object.Set("file", path)
+        .Set("size", patch.patchSize)
+        .Set("same", patch.counts.same)
+        .Set("changed", patch.counts.changed)
+        .Set("added", patch.counts.added)
+        .Set("moved", patch.counts.moved)
+        .Set("removed", patch.counts.removed)
+        .Set("old_members", facts.old.members)
+        .Set("old_content", facts.old.bytes)
+        .Set("new_members", facts.fresh.members)
+        .Set("new_content", facts.fresh.bytes);
+    SetPatch(object, facts);
+    run.answer.Write(object);
+    for (const PatchStream& stream : patch.streams) run.answer.Write(JsonOf(stream));
+}
+
+void DescribeCompact(Run& run, const std::string& path) {
+    const CompactPatchInfo patch = ReadCompactPatch(path, ProgressOf(run));
+    if (run.answer.IsJson()) return WriteCompactJson(run, path, patch);
+    std::string text = Shown(path) + ": compact patch\n" + PatchRows(patch.facts) +
+                       Row("members", ShownCounts(patch.counts)) +
+                       Row("file", ShownBytes(patch.patchSize));
+    for (const PatchStream& stream : patch.streams) {
+        const std::string what = stream.unpacked ? ", " + ShownBytes(*stream.unpacked) + " unpacked"
+                                                 : " for " + Counted(stream.members, "member");
+        text += Row(CodeOf(stream.kind), ShownBytes(stream.bytes) + what);
+    }
+    run.answer.Write(text);
+}
+
 bool Describe(Run& run, const std::string& path) {
+    if (IsCompactPatch(path)) {
+        DescribeCompact(run, path);
+        return true;
+    }
     // The first bytes decide, so a damaged archive is still described as an archive.
     const std::optional<OtherFile> other = IdentifyFile(path);
     if (!other || other->kind == "an archive") return DescribeArchive(run, path);
@@ -189,7 +230,8 @@ Command InfoCommand() {
                 "Shows what FILE is: members, sizes, the SHA-256 of the content (that of what 'va "
                 "sums' prints), bytes that nothing uses any more, the state of the index, and the "
                 "versions in its header; of a patch also what its manifest says, with the maker's "
-                "note. Of compressed files, diffs, descriptions and some other kinds it shows what "
+                "note; of a compact patch the streams that it is made of. Of compressed files, "
+                "diffs, descriptions and some other kinds it shows what "
                 "they "
                 "are. The exit code is 1 when a member or the manifest is damaged, or files of a "
                 "folder cannot be members; 'va test' names all that is wrong.\n",

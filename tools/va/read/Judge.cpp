@@ -3,6 +3,7 @@
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/read/ReadCommands.h"
+#include "vaconverter/patch.h"
 
 namespace va::tool {
 namespace {
@@ -11,8 +12,29 @@ constexpr Operand kOperands[] = {kFiles};
 constexpr std::array kOptions = {&kJobs, &kJson};
 constexpr std::array<std::string_view, 2> kExamples = {"va test Town.va", "va test -v *.va"};
 
+// Throws Error for a patch that is damaged. What the coded contents give cannot be judged without
+// the old side.
+void TestCompact(Run& run, const std::string& path) {
+    const CompactPatchInfo patch = ReadCompactPatch(path, ProgressOf(run));
+    std::uint64_t members = 0;
+    for (const PatchStream& stream : patch.streams) members += stream.members;
+    if (run.answer.IsJson()) {
+        run.answer.Write(JsonObject("tested")
+                             .Set("file", path)
+                             .Set("whole", true)
+                             .Set("members", members)
+                             .Set("bytes", patch.patchSize));
+    }
+    run.talk.Summary(Shown(path) + ": whole, " + Counted(members, "member") + ", " +
+                     ShownBytes(patch.patchSize));
+}
+
 // Tests one file and reports its problems. Returns whether there are none.
 bool TestOne(Run& run, const std::string& path) {
+    if (IsCompactPatch(path)) {
+        TestCompact(run, path);
+        return true;
+    }
     constexpr std::size_t kMostFindings = 100;
     const Archive archive = OpenSide(run, path);
     const CheckResult result = archive.Check(run.Jobs(), kMostFindings, ProgressOf(run));
@@ -65,7 +87,10 @@ Command TestCommand() {
                 "Judges every byte: the index against the members, check sums, sizes, overlaps, "
                 "names, hidden and double members, a missing index. Each problem is a line with "
                 "its offset, and the exit "
-                "code is then 2. It is 1 when files of a folder cannot be members.\n",
+                "code is then 2. Of a compact patch it judges the digest of the file, the check "
+                "sums, and "
+                "the lists; what its contents give only 'va apply --check OLD PATCH' can tell. "
+                "The exit code is 1 when files of a folder cannot be members.\n",
             .examples = kExamples,
             .run = Test};
 }
