@@ -6,8 +6,8 @@
 #include <span>
 #include <string>
 
+#include "KernelStandard/FileTypes.h"
 #include "KernelStandard/TemporaryFile.h"
-#include "archive/ArchiveFormat.h"
 #include "archive/Stream.h"
 #include "platform/Directories.h"
 #include "platform/Files.h"
@@ -44,7 +44,7 @@ namespace {
         return false;
     }
     const std::int64_t length = plain.Length();
-    return length >= 0 && static_cast<std::uint64_t>(length) <= archive::kMaxArchiveSize &&
+    return length >= 0 && static_cast<std::uint64_t>(length) <= kMaxFileSize &&
            WriteStream(plain, static_cast<std::uint32_t>(length), out);
 }
 

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "KernelStandard/FileSubstList.h"
-#include "archive/ArchiveFormat.h"
 #include "kernel/Exceptions.h"
 #include "kernel/Paths.h"
 
@@ -48,12 +47,12 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     }
     if (std::string_view(path).size() >= kMaxPath) return RES_FILENOTFOUND;
 
-    if (const FileResult result = Attach(substName, path); result != RES_OK) return result;
-    if (const FileResult result = DetectStream(); result != RES_OK) return result;
+    if (const FileResult result = OpenStorage(substName, path); result != RES_OK) return result;
+    if (const FileResult result = JudgeForm(); result != RES_OK) return result;
     if (file_.IsBorrowed() && file_.WriteKind() != 0) return Refuse(RES_READONLY);
     if (append) {
         // Size would throw; a file that cannot take another byte is refused instead.
-        if (file_.Length() > static_cast<std::int64_t>(archive::kMaxArchiveSize)) {
+        if (file_.Length() > static_cast<std::int64_t>(kMaxFileSize)) {
             return Refuse(RES_UNKNOWN);
         }
         position_ = Size();
@@ -63,7 +62,7 @@ FileResult File::Open(const InternedString& substName, const char* path, FileMod
     return RES_OK;
 }
 
-FileResult File::Attach(const InternedString& substName, const char* path) {
+FileResult File::OpenStorage(const InternedString& substName, const char* path) {
     FileSubstList& list = FileSubstList::Instance();
     const char* name = IsSeparator(*path) ? path + 1 : path;
     // A mode with a read kind goes to OpenRead even if it writes too; OpenWrite is for modes that
@@ -79,7 +78,7 @@ FileResult File::Attach(const InternedString& substName, const char* path) {
     return createNew && !(mounted && reads) ? RES_FILEALREADYEXISTS : RES_FILENOTFOUND;
 }
 
-FileResult File::DetectStream() {
+FileResult File::JudgeForm() {
     using Form = BlockReader::Form;
     const FileMode kind = file_.ReadKind();
     if (file_.IsNew() || (kind != kReadDetect && kind != kReadCompressed)) return RES_OK;
@@ -156,7 +155,7 @@ std::uint32_t File::Write(const void* source, std::uint32_t count, std::uint32_t
     if (writer_.IsEmpty()) writer_.MoveTo(position_);
     if (position_ > Size()) file_.ClearPastEnd();
     // Positions have 32 bits: what would lie after the last of them is refused, not wrapped.
-    const std::uint64_t room = archive::kMaxArchiveSize - position_;
+    const std::uint64_t room = kMaxFileSize - position_;
     if (wanted > room) file_.SetWriteFailed();
     const std::span from(static_cast<const std::byte*>(source), std::min(wanted, room));
     const std::size_t done = writer_.Write(from);

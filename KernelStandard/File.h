@@ -139,9 +139,9 @@ public:
 
 private:
     // Opens the path through its mount, or in the file system.
-    [[nodiscard]] FileResult Attach(const InternedString& substName, const char* path);
+    [[nodiscard]] FileResult OpenStorage(const InternedString& substName, const char* path);
     // Looks for a stream if the mode asks for that, and refuses what the mode cannot read.
-    [[nodiscard]] FileResult DetectStream();
+    [[nodiscard]] FileResult JudgeForm();
     // Returns `result` and closes; a member that can be read stays open until Close.
     FileResult Refuse(FileResult result);
     void RequireReading() const;

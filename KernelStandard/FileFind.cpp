@@ -24,7 +24,7 @@ namespace {
     FindEntry entry;
     SetPath(entry.name, listed.name);
     entry.size = entry.storedSize =
-        static_cast<std::uint32_t>(std::min(listed.status.size, archive::kMaxArchiveSize));
+        static_cast<std::uint32_t>(std::min(listed.status.size, kMaxFileSize));
     entry.creationTime = static_cast<std::uint32_t>(listed.status.creationTime);
     entry.accessTime = static_cast<std::uint32_t>(listed.status.accessTime);
     entry.writeTime = static_cast<std::uint32_t>(listed.status.writeTime);

@@ -33,6 +33,9 @@ inline constexpr FileMode kCreateNew = 0x300;  // fails when the file exists
 inline constexpr FileMode kUnsupportedMask = 0xF000;
 inline constexpr FileMode kUnsupported = 0x1000;
 
+// Sizes and positions of a File have 32 bits.
+inline constexpr std::uint64_t kMaxFileSize = 0xFFFFFFFF;
+
 // The numbers are fixed: they appear in messages and in callers' tables.
 enum FileResult : int {
     RES_OK = 0,

@@ -117,7 +117,7 @@ std::size_t OpenFile::StreamHeaderSize() const {
 
 std::uint32_t OpenFile::TakeSize() {
     const std::int64_t length = IsOpen() ? Length() : -1;
-    if (length < 0 || static_cast<std::uint64_t>(length) > archive::kMaxArchiveSize) {
+    if (length < 0 || static_cast<std::uint64_t>(length) > kMaxFileSize) {
         // Named after the source of the operation that callers know; the text is fixed.
         throw FileEx("KernelStandard/File", __LINE__, "Size() failed to get file length");
     }

@@ -119,8 +119,10 @@ TEST_F(SafeExtraction, ExistingFilesAreReplacedAndNotWrittenThrough) {
     fs::permissions("work/twin", fs::perms::owner_all);
     EXPECT_EQ(RunAtWork("e x.va").exitCode, 0);
     EXPECT_EQ(fs::status("work/twin").permissions(), fs::perms::owner_all);
+}
 
-    // A stream that ends too soon.
+TEST_F(SafeExtraction, AStreamThatEndsTooSoonReplacesNothing) {
+    folder.Write("work/twin", "1");
     folder.Write("work/x.va",
                  RawArchive({{"twin", "CFIL\1\1\0\0\xFF\xFF\0\0"s + Noise(9), 65535},
                              {"none", "CFIL\1\1\0\0\xFF\xFF\0\0"s + Noise(9), 65535}}));
