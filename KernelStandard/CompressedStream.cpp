@@ -76,7 +76,7 @@ bool CompressFileInPlace(const char* path) {
     // In the current directory, not beside the file, and hidden: both are fixed.
     const std::string temporary = CreateTemporaryFile("", out);
     if (temporary.empty()) return false;
-    platform::SetHidden(temporary.c_str(), true);
+    (void)platform::SetHidden(temporary.c_str(), true);
     // Close may report that the disk is full, so the plain file is removed only after it.
     const bool written = WriteStreamOf(path, out);
     if (!out.Close() || !written || !platform::RemoveFile(path)) {
@@ -84,7 +84,7 @@ bool CompressFileInPlace(const char* path) {
         return false;
     }
     if (!RenameOrCopy(temporary.c_str(), path)) return false;
-    platform::SetHidden(path, false);
+    (void)platform::SetHidden(path, false);
     return true;
 }
 

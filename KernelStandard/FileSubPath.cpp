@@ -120,7 +120,7 @@ bool FileSubPath::Stat(std::uint32_t& writeTime, const char* name) {
 
 void FileSubPath::SetReadOnly(const char* name, bool readOnly) {
     PathBuffer path;
-    if (Join(name, path)) platform::SetReadOnly(path.c_str(), readOnly);
+    if (Join(name, path)) (void)platform::SetReadOnly(path.c_str(), readOnly);
 }
 
 }  // namespace Vorn

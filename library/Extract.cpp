@@ -8,7 +8,7 @@
 #include "library/ExtractPlan.h"
 #include "library/Translate.h"
 #include "library/Workers.h"
-#include "platform/FolderHandle.h"
+#include "platform/NewFile.h"
 #include "vaconverter/archive.h"
 
 namespace va {

@@ -81,11 +81,11 @@ struct FileIdentity {
 [[nodiscard]] bool RemoveTree(const char* path);
 
 // Removes write permission for all users, or restores it for the owner.
-bool SetReadOnly(const char* path, bool readOnly);
+[[nodiscard]] bool SetReadOnly(const char* path, bool readOnly);
 
 // Marks a file as hidden, or clears the mark. On a system without that attribute changes nothing
 // and returns whether the file exists.
-bool SetHidden(const char* path, bool hidden);
+[[nodiscard]] bool SetHidden(const char* path, bool hidden);
 
 struct DirectoryEntry {
     std::string name;

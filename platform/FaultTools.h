@@ -20,7 +20,7 @@ public:
     [[nodiscard]] bool Create(const char* path, bool writeThrough);
 
     // Returns false if not everything could be written.
-    bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
+    [[nodiscard]] bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
 private:
     int descriptor_ = -1;

@@ -68,7 +68,7 @@ public:
 
     // Opens a new file without a name, in `folder`, for GiveName. Unless it gets a name, it
     // vanishes with the handle or the process, however that ends. It denies nothing to others.
-    // False if the file system has no such files. NewFile (FolderHandle.h) does the whole job for a
+    // False if the file system has no such files. NewFile (NewFile.h) does the whole job for a
     // plain file.
     [[nodiscard]] bool OpenUnnamed(const char* folder);
     // Gives a file that OpenUnnamed opened a name in that folder. Never replaces: false if the name
@@ -95,7 +95,7 @@ public:
     [[nodiscard]] std::size_t WriteAt(std::uint64_t offset, std::span<const std::byte> from);
 
     // Returns the new position from the start, or -1.
-    std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
+    [[nodiscard]] std::int64_t Seek(std::int64_t offset, SeekOrigin origin);
     [[nodiscard]] std::int64_t Tell() const;
 
     // Returns the length in bytes, or -1.
@@ -116,7 +116,7 @@ public:
     [[nodiscard]] bool OthersChange() const;
 
     // Flushes everything written to the storage device.
-    bool Commit();
+    [[nodiscard]] bool Commit();
 
 private:
     friend class NewFile;

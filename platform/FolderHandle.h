@@ -1,19 +1,18 @@
-// Open folders, and new files in them, for code that writes where others may write too.
+// Open folders, for code that writes where others may write too.
 //
 // Everything is named by one component below an open folder, exactly as given, and no link is ever
 // followed: nothing that another process moves or plants meanwhile leads a write to another place.
+// NewFile (NewFile.h) makes the files.
 //
-// Threads: a folder may be used by several threads at once; a new file belongs to one.
+// Threads: a folder may be used by several threads at once.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "platform/Directories.h"
-#include "platform/Files.h"
 
 namespace platform {
 
@@ -71,49 +70,6 @@ private:
     void Close() noexcept;
 
     int descriptor_ = -1;
-};
-
-// A file that gets its name when it is whole. Until then it has none, or where the file system
-// cannot do that, a hidden one; however the process ends, nothing half-written has the name that
-// was asked for. A process that is killed may leave a hidden file, which RemoveAbandoned finds.
-class NewFile {
-public:
-    NewFile() = default;
-    ~NewFile();
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-
-    // Begins a file that is to become `name` in `folder`, which must stay open until the file is
-    // published or given up. Gives up one that was begun before.
-    [[nodiscard]] bool Begin(const FolderHandle& folder, const std::string& name);
-
-    // Returns whether a file was begun that a killed process would leave no trace of.
-    [[nodiscard]] bool IsUnnamed() const { return handle_.IsOpen() && hidden_.empty(); }
-
-    // Appends to it. Returns the bytes written, fewer than given if the system stops early.
-    [[nodiscard]] std::size_t Write(std::span<const std::byte> bytes);
-
-    // Flushes what was written to the storage device.
-    [[nodiscard]] bool Commit() { return handle_.Commit(); }
-
-    // Gives it its name and closes it. With `replace` it takes the place and, if possible, the
-    // permissions of a file, or the place of a link, in one step. Without, and for anything else
-    // that has the name, returns false with the reason Exists, and can be called again. A delayed
-    // write error ends the file.
-    [[nodiscard]] bool Publish(bool replace);
-
-    // Removes it.
-    void GiveUp();
-
-private:
-    [[nodiscard]] bool CreateHidden();
-    [[nodiscard]] bool GetHiddenName();
-    [[nodiscard]] bool MoveHidden(bool replace);
-
-    const FolderHandle* folder_ = nullptr;
-    std::string name_;
-    std::string hidden_;  // its name before it is published; empty when it has none
-    FileHandle handle_;
 };
 
 }  // namespace platform

@@ -31,7 +31,8 @@ public:
     }
 
     void unlock() noexcept {
-        if (state_.exchange(kFree) == kHeldWithWaiters) state_.notify_one();
+        const State before = state_.exchange(kFree, std::memory_order_release);
+        if (before == kHeldWithWaiters) state_.notify_one();
     }
 
 private:

@@ -18,7 +18,8 @@ void CrashReportFile::Print(const char* format, ...) {
 }
 
 void CrashReportFile::Flush() {
-    file_.WriteAt(position_, std::as_bytes(std::span(buffer_).first(length_)));
+    // A report that lacks a part is still worth having.
+    (void)file_.WriteAt(position_, std::as_bytes(std::span(buffer_).first(length_)));
     position_ += length_;
     length_ = 0;
 }

@@ -14,7 +14,7 @@
 #include "patch/compact/GrowingEncoder.h"
 #include "patch/compact/References.h"
 #include "platform/Error.h"
-#include "platform/FolderHandle.h"
+#include "platform/NewFile.h"
 
 namespace patch::compact {
 namespace {

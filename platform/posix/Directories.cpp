@@ -13,6 +13,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/posix/KeepErrno.h"
 #include "platform/posix/PathLookup.h"
 
 namespace platform {
@@ -238,10 +239,9 @@ bool MakeDirectories(const char* path) {
         if (MakeDirectory(level.c_str())) {
             continue;
         }
-        const int reason = errno;
+        const posix::KeepErrno keep;
         FileStatus status;
         if (!GetStatus(level.c_str(), status) || !status.IsDirectory()) {
-            errno = reason;
             return false;
         }
     }

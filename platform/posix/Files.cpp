@@ -14,6 +14,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/posix/KeepErrno.h"
 #include "platform/posix/PathLookup.h"
 #include "platform/posix/ShareLocks.h"
 
@@ -154,9 +155,9 @@ bool FileHandle::Open(const char* path, Access access, Creation creation, Share 
         return false;
     }
     if (!Admit(opened.descriptor_, access, creation, share)) {
-        const int error = errno;
+        const posix::KeepErrno keep;
         opened.Close();
-        return Refuse(error);
+        return false;
     }
     if (access != Access::Read) {
         IgnoreFileSizeSignal();
@@ -178,6 +179,7 @@ bool FileHandle::OpenTemporary(const char* path) {
     if (!IsOpen()) {
         descriptor_ = open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, kMode);
         if (IsOpen() && unlink(name.c_str()) != 0) {
+            const posix::KeepErrno keep;
             Close();
         }
     }

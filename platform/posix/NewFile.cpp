@@ -1,3 +1,5 @@
+#include "platform/NewFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,7 +8,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/FolderHandle.h"
+#include "platform/posix/KeepErrno.h"
 
 namespace platform {
 namespace {
@@ -20,9 +22,8 @@ class Descriptor {
 public:
     explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
     ~Descriptor() {
-        const int error = errno;
+        const posix::KeepErrno keep;
         if (descriptor_ >= 0) close(descriptor_);
-        errno = error;
     }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
@@ -75,9 +76,8 @@ bool NewFile::Publish(bool replace) {
         // Only a file that is open can be linked, so that closing, which may report what could not
         // be written, comes last here.
         if (handle_.Close()) return true;
-        const int error = errno;
+        const posix::KeepErrno keep;
         unlinkat(folder, name_.c_str(), 0);
-        errno = error;
         return false;
     }
     if (errno != EEXIST || !replace) return false;
@@ -114,9 +114,8 @@ bool NewFile::MoveHidden(bool replace) {
     // Closing reports what could not be written. The lock lasts until the file has its name.
     const Descriptor lock(dup(handle_.descriptor_));
     if (!handle_.Close()) {
-        const int error = errno;
+        const posix::KeepErrno keep;
         GiveUp();
-        errno = error;
         return false;
     }
     const unsigned flags = replace ? 0 : kNoReplace;

@@ -2,7 +2,7 @@
 #include <sys/resource.h>
 
 #include "platform/Error.h"
-#include "platform/FolderHandle.h"
+#include "platform/NewFile.h"
 #include "tests/support/Tests.h"
 
 namespace platform {

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/FolderHandle.h"
+#include "platform/NewFile.h"
 #include "tools/archive/Destination.h"
 #include "tools/archive/ToolCommand.h"
 

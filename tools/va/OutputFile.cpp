@@ -4,7 +4,7 @@
 
 #include "platform/Directories.h"
 #include "platform/Error.h"
-#include "platform/FolderHandle.h"
+#include "platform/NewFile.h"
 #include "platform/SystemInfo.h"
 #include "platform/Terminal.h"
 #include "tools/va/Run.h"
