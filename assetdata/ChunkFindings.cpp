@@ -45,8 +45,9 @@ private:
                 return VisitText(record, payload);
             case kRecordIntegers:
             case kRecordFloats:
-                if (payload.size() % 4 != 0)
+                if (payload.size() % 4 != 0) {
                     Report(TagFault::OddPayload, record.offset, record.name);
+                }
                 return;
             case kRecordKUIDs:
                 if (payload.size() % KUID::kPairSize != 0) {

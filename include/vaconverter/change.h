@@ -27,13 +27,13 @@ struct ChangeOptions {
 };
 
 // Deletes the members with these stored names. Throws Error (NotFound) if one does not exist.
-ChangeResult DeleteMembers(const std::filesystem::path& archive, std::span<const std::string> names,
+ChangeResult DeleteMembers(const std::filesystem::path& path, std::span<const std::string> names,
                            const ChangeOptions& options = {});
 
 // Renames a member, or all members below a folder; both names are in UTF-8. A new name that ends in
 // '/' is a folder to move them into. Throws Error: NotFound if no member or folder has the old
 // name; Refused if a new name exists already or cannot be stored in an archive.
-ChangeResult RenameMembers(const std::filesystem::path& archive, std::string_view oldName,
+ChangeResult RenameMembers(const std::filesystem::path& path, std::string_view oldName,
                            std::string_view newName, const ChangeOptions& options = {});
 
 }  // namespace va

@@ -118,7 +118,7 @@ public:
 
     // Adds the members to an existing archive in place (see change.h), and replaces members of the
     // same names. Throws Error as Create does; NotFound if the archive does not exist.
-    ChangeResult AddTo(const std::filesystem::path& archive, const AddOptions& options = {},
+    ChangeResult AddTo(const std::filesystem::path& path, const AddOptions& options = {},
                        const ProgressFunction& progress = {}) const;
 
 private:
