@@ -63,19 +63,26 @@ std::size_t OldIndex::Slot(const std::uint8_t* key) const {
     return static_cast<std::size_t>(hash >> hashShift_);
 }
 
-void OldIndex::Build(ByteView oldFile, Shape shape) {
+void OldIndex::Begin(std::uint64_t mostBytes, Shape shape) {
     shape_ = shape;
-    const std::size_t count = KeyCount(oldFile.size(), shape);
+    const std::size_t count = KeyCount(mostBytes, shape);
     hashShift_ = 64 - HashBits(count);
     heads_.assign(std::size_t{1} << HashBits(count), kNone);
+    previous_.clear();
+    previous_.reserve(count);
+    lastSlot_ = heads_.size();
+}
+
+void OldIndex::Extend(ByteView oldFile) {
+    const std::size_t count = KeyCount(oldFile.size(), shape_);
+    std::size_t number = previous_.size();
     previous_.resize(count);
-    std::size_t lastSlot = heads_.size();
-    for (std::size_t number = 0; number < count; ++number) {
+    for (; number < count; ++number) {
         const std::size_t slot = Slot(oldFile.data() + number * shape_.step);
         // Keep only the first of a run of equal keys (padding, silence): the others would fill the
         // list of candidates with equivalent ones.
-        if (slot == lastSlot) continue;
-        lastSlot = slot;
+        if (slot == lastSlot_) continue;
+        lastSlot_ = slot;
         previous_[number] = heads_[slot];
         heads_[slot] = static_cast<std::uint32_t>(number);
     }

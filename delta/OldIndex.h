@@ -29,7 +29,15 @@ public:
 
     // Indexes `oldFile`, which replaces the file before. It must be below 4 GiB; it is not
     // borrowed.
-    void Build(ByteView oldFile, Shape shape);
+    void Build(ByteView oldFile, Shape shape) {
+        Begin(oldFile.size(), shape);
+        Extend(oldFile);
+    }
+
+    // Begins the index of a file of at most `mostBytes`, which becomes known piece by piece.
+    void Begin(std::uint64_t mostBytes, Shape shape);
+    // Adds the keys of the file that were not known before. `oldFile` is all of it up to here.
+    void Extend(ByteView oldFile);
 
     [[nodiscard]] std::size_t KeySize() const noexcept { return shape_.keySize; }
     [[nodiscard]] std::size_t Step() const noexcept { return shape_.step; }
@@ -56,6 +64,7 @@ private:
 
     Shape shape_{};
     int hashShift_ = 0;
+    std::size_t lastSlot_ = 0;
     std::vector<std::uint32_t> heads_;     // by hash: index of the latest key
     std::vector<std::uint32_t> previous_;  // by index: the key before it with the same hash
 };

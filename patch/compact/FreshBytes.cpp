@@ -17,6 +17,11 @@ constexpr int kNearKey = 4;                        // bytes that must repeat
 constexpr std::uint64_t kPastKey = 6;
 constexpr std::uint64_t kMaxMatch = 32;  // longer matches predict no better
 
+// A slot of pastPlaces_ holds a place and bits of the key's hash, so that a place with another key
+// is mostly told without a look at the history, which is too large for the nearer caches.
+constexpr std::uint32_t kPlaceMask = kHistory - 1;
+static_assert(kHistory == std::size_t{1} << 22);
+
 // Returns the last eight bytes, the very last one lowest; zeros in front of the first.
 std::uint64_t Tail(ByteView before) {
     std::uint64_t tail = 0;
@@ -101,24 +106,25 @@ void FreshBytes::FindNear(ByteView before, std::uint32_t key) {
 }
 
 void FreshBytes::FindPast(ByteView before, std::uint32_t key) {
-    constexpr std::uint64_t kMask = kHistory - 1;
     past_.Advance();
     std::uint32_t& slot = pastPlaces_[key >> (32 - kPastBits)];
-    if (past_.length == 0 && slot != 0) {
-        past_.at = slot;
-        const std::uint64_t limit = std::min({kMaxMatch, past_.at, std::uint64_t{before.size()}});
-        while (past_.length < limit && history_[(past_.at - past_.length - 1) & kMask] ==
+    // Multiplied, for the lowest bits of a hash depend on few of its key.
+    const std::uint32_t check = key * 0x9e3779b1U & ~kPlaceMask;
+    if (past_.length == 0 && slot != 0 && ((slot ^ check) & ~kPlaceMask) == 0) {
+        past_.at = slot & kPlaceMask;
+        const std::uint64_t limit = std::min(kMaxMatch, std::uint64_t{before.size()});
+        while (past_.length < limit && history_[(past_.at - past_.length - 1) & kPlaceMask] ==
                                            before[before.size() - past_.length - 1]) {
             ++past_.length;
         }
         if (past_.length < kPastKey) past_.length = 0;
     }
-    slot = static_cast<std::uint32_t>(remembered_);
-    past_.expected = history_[past_.at & kMask];
+    slot = check | (static_cast<std::uint32_t>(remembered_) & kPlaceMask);
+    past_.expected = past_.length == 0 ? std::uint8_t{0} : history_[past_.at & kPlaceMask];
 }
 
 void FreshBytes::Remember(std::uint8_t value) {
-    history_[remembered_ & (kHistory - 1)] = value;
+    history_[remembered_ & kPlaceMask] = value;
     ++remembered_;
 }
 

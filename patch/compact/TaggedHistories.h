@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -9,43 +9,49 @@
 
 namespace patch::compact {
 
-// A table for delta::MixedModel that remembers whose each line is: a context that finds the line of
-// another one forgets what that learnt. In a table that many members fill one after another,
-// contexts that no longer come up would otherwise speak for those that collide with them.
+// A table for delta::MixedModel that knows which context owns each line: a context that finds the
+// line of another one clears it. Many members fill one table in turn, and without this, contexts
+// that no longer occur would predict for those that collide with them.
+//
+// The owner is in the line itself, so that a look-up misses the cache once: the nodes of a line are
+// 1 to 15, which leaves its first number free.
 class TaggedHistories {
 public:
     static constexpr std::size_t kLine = delta::HistoryTable::kLine;
 
-    // Forgets everything; from now on there are 2^`bits` histories.
+    // Clears the table and sets its length to 2^`bits` histories.
     void Clear(int bits) {
-        histories_.assign(std::size_t{1} << bits, delta::history::kUnseen);
-        owners_.assign(histories_.size() / kLine, 0);
+        lines_.assign((std::size_t{1} << bits) / kLine, Line(0));
         shift_ = 32 - bits;
     }
 
-    // Returns the number of the history that `hash` selects, with its line ready for use.
+    // Returns the index of the line that `hash` selects, ready for use.
     std::uint32_t Find(std::uint32_t hash) {
-        const std::uint32_t at = hash >> shift_;
-        std::uint32_t& owner = owners_[at / kLine];
-        if (owner != hash) {
-            owner = hash;
-            std::fill_n(&histories_[at / kLine * kLine], kLine, delta::history::kUnseen);
-        } else {
-            // All lines of a prediction are requested before the first is read.
-            __builtin_prefetch(&histories_[at]);
+        const std::uint32_t at = hash >> shift_ & ~std::uint32_t{kLine - 1};
+        Line& line = lines_[at / kLine];
+        if (line.owner != hash) {
+            line = Line(hash);
         }
         return at;
     }
 
-    std::uint32_t& operator[](std::uint32_t at) { return histories_[at]; }
+    std::uint32_t& operator[](std::uint32_t at) {
+        return lines_[at / kLine].histories[at % kLine - 1];
+    }
 
     [[nodiscard]] std::uint64_t MemoryHeld() const noexcept {
-        return (histories_.capacity() + owners_.capacity()) * sizeof(std::uint32_t);
+        return lines_.capacity() * sizeof(Line);
     }
 
 private:
-    std::vector<std::uint32_t> histories_;
-    std::vector<std::uint32_t> owners_;  // the hash that had each line last
+    struct alignas(kLine * sizeof(std::uint32_t)) Line {
+        std::uint32_t owner;  // the hash of the context that used the line last
+        std::array<std::uint32_t, kLine - 1> histories{};
+
+        explicit Line(std::uint32_t hash) : owner(hash) { histories.fill(delta::history::kUnseen); }
+    };
+
+    std::vector<Line> lines_;
     int shift_ = 0;
 };
 

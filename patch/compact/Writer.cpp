@@ -121,6 +121,8 @@ public:
                 }
             }
         }
+        const std::uint64_t most = made.sources.size() + (repeats ? made.content.size() : 0);
+        index_.Begin(most, *delta::OldIndex::ShapeFor(most, delta::kNoLimit));
         std::uint64_t start = 0;
         for (const std::uint64_t end : PartEnds(made.content.size(), repeats)) {
             Prepared::Part part{.end = end, .sources = made.sources.size()};
@@ -156,7 +158,7 @@ private:
             segments = {{.fresh = static_cast<std::uint32_t>(content.size())}};
             return;
         }
-        index_.Build(sources, *delta::OldIndex::ShapeFor(sources.size(), delta::kNoLimit));
+        index_.Extend(sources);
         delta::FindSegments(sources, content, index_, found_);
         // Those that were found lie in room for many more.
         segments.assign(found_.begin(), found_.end());
