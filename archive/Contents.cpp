@@ -7,11 +7,8 @@
 #include "archive/Cursor.h"
 #include "archive/Error.h"
 #include "archive/Window.h"
-#include "kernel/LittleEndian.h"
 
 namespace archive {
-
-using Vorn::LoadU32;
 
 namespace {
 
@@ -69,12 +66,7 @@ void ReadRecords(const platform::FileHandle& file, Contents& contents, std::uint
         const std::int64_t got = file.ReadAt(offset, bytes);
         // An unreadable record counts as cut off: a walk may still find its member.
         if (got != static_cast<std::int64_t>(bytes.size())) return;
-        for (std::size_t at = 0; at < bytes.size(); at += kIndexRecordSize) {
-            const std::span<const std::byte, kIndexRecordSize> record(bytes.data() + at,
-                                                                      kIndexRecordSize);
-            contents.members.Add(LoadU32<0>(record), LoadU32<4>(record),
-                                 record.last<kFindEntrySize>());
-        }
+        contents.members.AddRecords(bytes);
         offset += bytes.size();
         left -= count;
     }

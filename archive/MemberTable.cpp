@@ -24,6 +24,21 @@ void MemberTable::Reserve(std::size_t count) {
 
 MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t storedSize,
                                       EntryBytes entry) {
+    Append(dataOffset, storedSize, entry);
+    LinkFrom(End() - 1);
+    return End() - 1;
+}
+
+void MemberTable::AddRecords(std::span<const std::byte> records) {
+    const Ordinal first = End();
+    for (; !records.empty(); records = records.subspan(kIndexRecordSize)) {
+        const auto record = records.first<kIndexRecordSize>();
+        Append(LoadU32<0>(record), LoadU32<4>(record), record.last<kFindEntrySize>());
+    }
+    LinkFrom(first);
+}
+
+void MemberTable::Append(std::uint32_t dataOffset, std::uint32_t storedSize, EntryBytes entry) {
     const auto field = entry.first<Vorn::kMaxPath>();
     const auto* text = reinterpret_cast<const char*>(field.data());
     // The last byte of the field counts as NUL whatever it holds.
@@ -46,12 +61,6 @@ MemberTable::Ordinal MemberTable::Add(std::uint32_t dataOffset, std::uint32_t st
     std::ranges::copy(entry.last<kNumbersSize>(), added.numbers.begin());
     ++count_;
     endOfData_ = std::max(endOfData_, std::uint64_t{dataOffset} + storedSize);
-    if ((usedSlots_ + 1) * 4 > slots_.size() * 3) {
-        Rehash(slots_.size() * 2);  // links the new entry too
-    } else {
-        Link(End() - 1);
-    }
-    return End() - 1;
 }
 
 void MemberTable::Remove(Ordinal ordinal) {
@@ -141,7 +150,7 @@ std::uint32_t MemberTable::HashOf(std::string_view name) const {
     // No archive has a longer name: what is cut off here cannot hide a member.
     std::array<char, Vorn::kMaxPath> folded;
     const std::size_t length = std::min(name.size(), folded.size());
-    for (std::size_t i = 0; i < length; ++i) folded[i] = static_cast<char>(FoldByte(name[i]));
+    FoldInto(name.substr(0, length), folded.data());
     return static_cast<std::uint32_t>(Vorn::SipHash13(key_, {folded.data(), length}));
 }
 
@@ -159,10 +168,35 @@ std::size_t MemberTable::SlotOf(std::string_view name, std::uint32_t hash) const
     }
 }
 
-void MemberTable::Link(Ordinal ordinal) {
-    const std::string_view name = NameOf(entries_[ordinal]);
-    const std::uint32_t hash = HashOf(name);
-    Slot& slot = slots_[SlotOf(name, hash)];
+void MemberTable::LinkFrom(Ordinal first) {
+    const std::size_t used = usedSlots_ + (End() - first);
+    if (used * 4 > slots_.size() * 3) {
+        Rehash(std::bit_ceil(used + used / 3 + 1));  // links the new entries too
+    } else {
+        Link(first);
+    }
+}
+
+// Links the entries from `first` on, some at a time: the slots of all of them are requested before
+// the first one is read, because a slot is anywhere and mostly far from the processor.
+void MemberTable::Link(Ordinal first) {
+    constexpr std::size_t kAtOnce = 16;
+    std::array<std::uint32_t, kAtOnce> hashes{};
+    while (first < End()) {
+        const auto count = static_cast<Ordinal>(std::min<std::size_t>(kAtOnce, End() - first));
+        for (Ordinal i = 0; i < count; ++i) {
+            hashes[i] = HashOf(NameOf(entries_[first + i]));
+            __builtin_prefetch(&slots_[hashes[i] & (slots_.size() - 1)]);
+        }
+        for (Ordinal i = 0; i < count; ++i) {
+            if (!entries_[first + i].removed) LinkOne(first + i, hashes[i]);
+        }
+        first += count;
+    }
+}
+
+void MemberTable::LinkOne(Ordinal ordinal, std::uint32_t hash) {
+    Slot& slot = slots_[SlotOf(NameOf(entries_[ordinal]), hash)];
     if (!slot.used) ++usedSlots_;
     if (slot.first == kNone) ++names_;
     slot.used = true;
@@ -175,11 +209,10 @@ void MemberTable::Rehash(std::size_t slotCount) {
     slots_.assign(slotCount, Slot{});
     usedSlots_ = 0;
     names_ = 0;
-    for (Ordinal ordinal = 0; ordinal < End(); ++ordinal) {
-        if (entries_[ordinal].removed) continue;
-        entries_[ordinal].next = kNone;
-        Link(ordinal);
+    for (Entry& entry : entries_) {
+        if (!entry.removed) entry.next = kNone;
     }
+    Link(0);
 }
 
 }  // namespace archive

@@ -45,6 +45,8 @@ public:
 
     void Reserve(std::size_t count);
     Ordinal Add(std::uint32_t dataOffset, std::uint32_t storedSize, EntryBytes entry);
+    // Adds the members of whole index records, in their order.
+    void AddRecords(std::span<const std::byte> records);
     void Remove(Ordinal ordinal);
 
     [[nodiscard]] bool Has(Ordinal ordinal) const { return !entries_[ordinal].removed; }
@@ -102,7 +104,11 @@ private:
     [[nodiscard]] std::uint32_t HashOf(std::string_view name) const;
     // Returns the slot of that name, or the one that it would get.
     [[nodiscard]] std::size_t SlotOf(std::string_view name, std::uint32_t hash) const;
-    void Link(Ordinal ordinal);
+    void Append(std::uint32_t dataOffset, std::uint32_t storedSize, EntryBytes entry);
+    // Makes the entries from `first` on, the last ones, known by name.
+    void LinkFrom(Ordinal first);
+    void Link(Ordinal first);
+    void LinkOne(Ordinal ordinal, std::uint32_t hash);
     void Rehash(std::size_t slotCount);
 
     Vorn::SipHashKey key_;  // names come from files: their collisions must not be predictable

@@ -1,6 +1,7 @@
 #include "archive/Names.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "kernel/PathBuffer.h"
@@ -12,9 +13,21 @@ unsigned char FoldByte(char c) {
     return c == '\\' ? '/' : platform::AnsiToLower(static_cast<unsigned char>(c));
 }
 
+void FoldInto(std::string_view name, char* folded) {
+    // Every name of an index is folded when it is read: two calls a byte would be felt.
+    static const std::array<char, 256> table = [] {
+        std::array<char, 256> bytes{};
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
+            bytes[i] = static_cast<char>(FoldByte(static_cast<char>(i)));
+        }
+        return bytes;
+    }();
+    for (const char c : name) *folded++ = table[static_cast<unsigned char>(c)];
+}
+
 std::string FoldName(std::string_view name) {
-    std::string folded(name);
-    for (char& c : folded) c = static_cast<char>(FoldByte(c));
+    std::string folded(name.size(), '\0');
+    FoldInto(name, folded.data());
     return folded;
 }
 
@@ -32,14 +45,15 @@ int CompareNames(std::string_view a, std::string_view b) {
 std::vector<std::uint32_t> CanonicalOrder(std::span<const std::string_view> names) {
     std::size_t bytes = 0;
     for (const std::string_view name : names) bytes += name.size();
-    std::string folded;
-    folded.reserve(bytes);
+    std::string folded(bytes, '\0');
+    std::size_t start = 0;
     std::vector<std::pair<std::string_view, std::uint32_t>> sorted;
     sorted.reserve(names.size());
     for (std::uint32_t number = 0; number < names.size(); ++number) {
-        const std::size_t start = folded.size();
-        for (const char c : names[number]) folded += static_cast<char>(FoldByte(c));
-        sorted.emplace_back(std::string_view(folded).substr(start), number);
+        const std::size_t size = names[number].size();
+        FoldInto(names[number], &folded[start]);
+        sorted.emplace_back(std::string_view(folded).substr(start, size), number);
+        start += size;
     }
     std::ranges::sort(sorted);
     std::vector<std::uint32_t> order;

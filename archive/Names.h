@@ -16,6 +16,8 @@ namespace archive {
 // Returns the byte as names are compared and ordered.
 [[nodiscard]] unsigned char FoldByte(char c);
 [[nodiscard]] std::string FoldName(std::string_view name);
+// Writes the folded name, as many bytes as `name` has.
+void FoldInto(std::string_view name, char* folded);
 
 // Returns a number below 0, 0 or above 0 by the canonical order.
 [[nodiscard]] int CompareNames(std::string_view a, std::string_view b);

@@ -70,7 +70,8 @@ void Archive::ListMembers() {
         const archive::TreeMember from = tree[i];
         Member& to = impl_->members.emplace_back();
         to.name_ = PublicName(from.name);
-        to.storedName_ = from.name;
+        // Mostly equal: one string then serves as both.
+        if (to.name_ != from.name) to.storedName_ = from.name;
         to.size_ = from.size;
         to.storedSize_ = from.storedSize;
         to.offset_ = from.dataOffset;

@@ -48,7 +48,7 @@ public:
             }
             ++result.files;
             result.bytes += plan_[i].member->Size();
-            if (options_.written) options_.written(*plan_[i].member, plan_[i].path);
+            if (options_.written) options_.written(*plan_[i].member, std::string(plan_[i].path));
         }
         return result;
     }
@@ -73,8 +73,8 @@ private:
             options_.dryRun ? nullptr : worker.chain.FolderOf(planned.path);
         if (!options_.dryRun && !folder) RefuseFolderOf(planned, options_);
         platform::NewFile file;
-        if (folder && !file.Begin(*folder, platform::PlaceOf(planned.path).name))
-            RefuseFile("cannot create", planned, options_);
+        const std::string name(planned.path.substr(planned.path.rfind('/') + 1));
+        if (folder && !file.Begin(*folder, name)) RefuseFile("cannot create", planned, options_);
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {
             if (folder && file.Write(piece) != piece.size())
                 RefuseFile("cannot write", planned, options_);

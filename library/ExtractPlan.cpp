@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <unordered_map>
 #include <unordered_set>
 
 #include "archive/Names.h"
+#include "library/ArchiveAccess.h"
 #include "library/ResultPlace.h"
 #include "library/Translate.h"
 #include "platform/Error.h"
@@ -18,8 +18,8 @@ constexpr std::size_t kListedAtMost = 10;  // names in one refusal
 // Collects up to ten names for one message.
 class NameList {
 public:
-    void Add(const std::string& name) {
-        if (count_++ < kListedAtMost) names_ += (names_.empty() ? " " : ", ") + name;
+    void Add(std::string_view name) {
+        if (count_++ < kListedAtMost) names_.append(names_.empty() ? " " : ", ").append(name);
     }
     [[nodiscard]] bool IsEmpty() const { return count_ == 0; }
     [[nodiscard]] std::string Text() const {
@@ -34,15 +34,26 @@ private:
 };
 
 // The path of a member below the folder; empty when stripping leaves nothing of it.
-std::string PathOf(const Member& member, const ExtractOptions& options) {
+std::string_view PathOf(const Member& member, const ExtractOptions& options) {
     std::string_view path = member.Name();
-    if (options.flat) return std::string(path.substr(path.rfind('/') + 1));
+    if (options.flat) return path.substr(path.rfind('/') + 1);
     for (unsigned i = 0; i < options.strip; ++i) {
         const std::size_t slash = path.find('/');
         if (slash == path.npos) return {};
         path.remove_prefix(slash + 1);
     }
-    return std::string(path);
+    return path;
+}
+
+// Returns whether no two of the members can become one file: each is there once, keeps its name,
+// and no other one has that.
+bool HaveOwnNames(const Archive& archive, std::span<const Member> members,
+                  const ExtractOptions& options) {
+    if (options.flat || options.strip > 0 || ArchiveAccess::TreeOf(archive).HasDoubles()) {
+        return false;
+    }
+    return std::ranges::adjacent_find(members, std::ranges::greater_equal{}, &Member::Index) ==
+           members.end();
 }
 
 // The file of a member, for messages.
@@ -65,17 +76,20 @@ std::vector<Planned> PlanPaths(const Archive& archive, std::span<const Member> m
     std::vector<Planned> plan;
     NameList odd;
     NameList twice;
-    std::unordered_map<std::string, const Member*> taken;
+    std::unordered_set<std::string> taken;
+    const bool haveOwnNames = HaveOwnNames(archive, members, options);
     std::uint64_t bytes = 0;
+    plan.reserve(members.size());
     for (const Member& member : members) {
-        std::string path = PathOf(member, options);
+        const std::string_view path = PathOf(member, options);
         if (path.empty()) continue;
         // The stored name is judged with '/' for '\\', as it would be written.
-        if (const char* problem = archive::NameProblem(StoredBytes(path))) {
+        const std::string stored = StoredBytes(path);
+        if (const char* problem = archive::NameProblem(stored)) {
             odd.Add(member.Name() + ": " + problem);
         }
-        if (!taken.emplace(archive::FoldName(StoredBytes(path)), &member).second) twice.Add(path);
-        plan.push_back({&member, std::move(path)});
+        if (!haveOwnNames && !taken.insert(archive::FoldName(stored)).second) twice.Add(path);
+        plan.push_back({&member, path});
         bytes += member.Size();
     }
     const std::string where = archive.Path().string();
@@ -179,7 +193,7 @@ std::vector<std::string> JudgePlaces(const std::vector<Planned>& plan,
             kind == platform::EntryKind::File || kind == platform::EntryKind::Link;
         if (!replaceable) unfit.Add(planned.path);
         if (replaceable && !options.replace) exists.Add(planned.path);
-        if (kind == platform::EntryKind::Link) links.push_back(planned.path);
+        if (kind == platform::EntryKind::Link) links.emplace_back(planned.path);
     }
     if (!unfit.IsEmpty()) {
         throw Error(ErrorCode::Refused,
@@ -197,7 +211,11 @@ std::vector<std::string> RemoveAbandoned(const std::vector<Planned>& plan,
     std::vector<std::string> removed;
     std::unordered_set<std::string> seen;
     FolderChain chain(root, false);
+    std::string_view last;  // the folder of the member before, mostly the same
     for (const Planned& planned : plan) {
+        const std::string_view own = planned.path.substr(0, planned.path.rfind('/') + 1);
+        if (own == last && !seen.empty()) continue;
+        last = own;
         const platform::FilePlace place = platform::PlaceOf(planned.path);
         if (!seen.insert(place.folder).second) continue;
         const platform::FolderHandle* folder = chain.FolderOf(planned.path);

@@ -14,7 +14,7 @@ namespace va {
 
 struct Planned {
     const Member* member;
-    std::string path;  // below the folder, in the system's bytes
+    std::string_view path;  // below the folder, in the system's bytes: the end of its name
 };
 
 // Throws Error (Refused) for names that are no safe paths, members that would become one file, and

@@ -34,7 +34,9 @@ public:
     [[nodiscard]] const std::string& Name() const noexcept { return name_; }
     // Returns the name as the archive stores it, at most 259 bytes; for a folder, Name() in code
     // page 1252.
-    [[nodiscard]] const std::string& StoredName() const noexcept { return storedName_; }
+    [[nodiscard]] const std::string& StoredName() const noexcept {
+        return storedName_.empty() ? name_ : storedName_;
+    }
 
     [[nodiscard]] std::uint64_t Size() const noexcept { return size_; }  // of the content, in bytes
     [[nodiscard]] std::uint64_t StoredSize() const noexcept {
@@ -52,7 +54,7 @@ private:
     friend class Archive;
 
     std::string name_;
-    std::string storedName_;
+    std::string storedName_;  // empty if it is the same as name_
     std::uint64_t size_ = 0;
     std::uint64_t storedSize_ = 0;
     std::uint64_t offset_ = 0;

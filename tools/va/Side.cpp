@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <utility>
 
 #include "platform/Interruption.h"
 #include "tools/va/ShownText.h"
@@ -99,7 +100,7 @@ bool MayLackMembers(Run& run, const Archive& archive) {
     return true;
 }
 
-std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t first) {
+Selection SelectMembers(Run& run, const Archive& archive, std::size_t first) {
     std::vector<std::string> patterns(run.Operands().begin() + static_cast<std::ptrdiff_t>(std::min(
                                                                    first, run.Operands().size())),
                                       run.Operands().end());
@@ -109,6 +110,7 @@ std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t 
                           std::back_inserter(patterns));
     }
     const std::vector<std::string> excluded = run.Values(kExclude);
+    if (patterns.empty() && !from && excluded.empty()) return Selection(archive.Members());
 
     // An empty --files-from selects nothing, but no pattern at all selects everything.
     std::vector<char> matched(patterns.size(), 0);
@@ -132,7 +134,7 @@ std::vector<Member> SelectMembers(Run& run, const Archive& archive, std::size_t 
                                               "' matches '" + Shown(pattern) +
                                               "'; 'va list' shows its members"};
     }
-    return members;
+    return Selection(std::move(members));
 }
 
 std::size_t MemberStart(const std::string& name) {

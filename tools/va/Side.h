@@ -2,7 +2,9 @@
 #pragma once
 
 #include <functional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/va/Run.h"
@@ -22,10 +24,29 @@ namespace va::tool {
 // Warns if so; the command must then end with LookAt.
 [[nodiscard]] bool MayLackMembers(Run& run, const Archive& archive);
 
+// Members of an archive that were selected. Where those are all of them, they are not copied: they
+// last as long as the archive.
+class Selection {
+public:
+    explicit Selection(std::span<const Member> all) : members_(all) {}
+    explicit Selection(std::vector<Member> chosen)
+        : chosen_(std::move(chosen)), members_(chosen_) {}
+    Selection(Selection&&) noexcept = default;
+    Selection& operator=(Selection&&) noexcept = default;
+    Selection(const Selection&) = delete;
+    Selection& operator=(const Selection&) = delete;
+    ~Selection() = default;
+
+    [[nodiscard]] std::span<const Member> Members() const { return members_; }
+
+private:
+    std::vector<Member> chosen_;
+    std::span<const Member> members_;  // also valid after a move, which leaves the members in place
+};
+
 // Returns the members that the operands from `first` on, --files-from and --exclude select; all
 // members if no pattern is given. Throws Failure (NotFound) if a pattern matches nothing.
-[[nodiscard]] std::vector<Member> SelectMembers(Run& run, const Archive& archive,
-                                                std::size_t first);
+[[nodiscard]] Selection SelectMembers(Run& run, const Archive& archive, std::size_t first);
 
 // Returns where the member begins in a name "archive.va:member", or npos; the first ".va:" counts.
 [[nodiscard]] std::size_t MemberStart(const std::string& name);

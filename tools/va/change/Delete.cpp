@@ -32,7 +32,8 @@ ExitCode RunDelete(Run& run) {
     {
         const Archive archive{std::filesystem::path(path)};
         if (archive.Info().isFolder) Refuse("'" + path + "' is a folder, not an archive");
-        for (const Member& member : SelectMembers(run, archive, 1)) {
+        const Selection selection = SelectMembers(run, archive, 1);
+        for (const Member& member : selection.Members()) {
             names.push_back(member.StoredName());
         }
     }

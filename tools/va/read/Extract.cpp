@@ -49,7 +49,7 @@ void TellPlaces(Run& run, const std::filesystem::path& folder, const ExtractResu
 ExitCode RunExtract(Run& run) {
     constexpr std::uint64_t kMostFolders = 256;  // a stored name has at most 259 bytes
     const Archive archive = OpenSide(run, run.Operand(0));
-    const std::vector<Member> members = SelectMembers(run, archive, 1);
+    const Selection selection = SelectMembers(run, archive, 1);
     ExtractOptions options;
     options.folder = run.Value(kDirectory).value_or(".");
     if (const auto strip = run.Value(kStrip)) {
@@ -75,7 +75,7 @@ ExitCode RunExtract(Run& run) {
             run.talk.Detail(Shown(path));
         };
     }
-    const ExtractResult result = Extract(archive, members, options, ProgressOf(run));
+    const ExtractResult result = Extract(archive, selection.Members(), options, ProgressOf(run));
     TellPlaces(run, options.folder, result);
     for (const Error& failure : result.failures) run.talk.Error(Shown(failure.what()));
     run.answer.Last()

@@ -42,11 +42,15 @@ double Ratio(const Member& member) {
                : static_cast<double>(member.StoredSize()) / static_cast<double>(member.Size());
 }
 
-void Sort(std::vector<Member>& members, const std::string& by) {
+// Members in the order of the listing.
+using Members = std::vector<const Member*>;
+
+void Sort(Members& members, const std::string& by) {
+    const auto ratio = [](const Member* member) { return Ratio(*member); };
     if (by == "name") std::ranges::stable_sort(members, {}, &Member::Name);
     if (by == "size") std::ranges::stable_sort(members, std::greater{}, &Member::Size);
     if (by == "stored") std::ranges::stable_sort(members, std::greater{}, &Member::StoredSize);
-    if (by == "ratio") std::ranges::stable_sort(members, {}, Ratio);
+    if (by == "ratio") std::ranges::stable_sort(members, {}, ratio);
 }
 
 std::string LongLine(const Member& member) {
@@ -60,24 +64,24 @@ std::string LongLine(const Member& member) {
 
 // Writes the tree of members, which are sorted by name, so that those of a folder are adjacent.
 // Each folder shows the sum of its contents. `prefix` is the length of the folder's own path.
-void WriteTree(Answer& answer, std::span<const Member> members, std::size_t prefix,
+void WriteTree(Answer& answer, std::span<const Member* const> members, std::size_t prefix,
                std::size_t depth) {
     while (!members.empty()) {
-        const std::string& first = members.front().Name();
+        const std::string& first = members.front()->Name();
         const std::size_t slash = first.find('/', prefix);
         const std::string indent(depth * 2, ' ');
         if (slash == std::string::npos) {
             answer.Write(indent + Shown(first.substr(prefix)) + "  " +
-                         ShownBytes(members.front().Size()) + "\n");
+                         ShownBytes(members.front()->Size()) + "\n");
             members = members.subspan(1);
             continue;
         }
         const std::string_view folder = std::string_view(first).substr(0, slash + 1);
         const auto end = std::ranges::find_if(
-            members, [&](const Member& member) { return !member.Name().starts_with(folder); });
+            members, [&](const Member* member) { return !member->Name().starts_with(folder); });
         const auto below = members.first(static_cast<std::size_t>(end - members.begin()));
         std::uint64_t bytes = 0;
-        for (const Member& member : below) bytes += member.Size();
+        for (const Member* member : below) bytes += member->Size();
         answer.Write(indent + Shown(folder.substr(prefix)) + "  " + ShownBytes(bytes) + " in " +
                      Counted(below.size(), "member") + "\n");
         WriteTree(answer, below, slash + 1, depth + 1);
@@ -87,7 +91,10 @@ void WriteTree(Answer& answer, std::span<const Member> members, std::size_t pref
 
 ExitCode List(Run& run) {
     const Archive archive = OpenSide(run, run.Operand(0));
-    std::vector<Member> members = SelectMembers(run, archive, 1);
+    const Selection selection = SelectMembers(run, archive, 1);
+    Members members;
+    members.reserve(selection.Members().size());
+    for (const Member& member : selection.Members()) members.push_back(&member);
     if (const auto by = run.Value(kSort)) Sort(members, *by);
     // JSON objects carry full names, from which a program builds its own tree.
     if (run.Has(kTree) && !run.answer.IsJson()) {
@@ -96,7 +103,8 @@ ExitCode List(Run& run) {
         members.clear();
     }
     std::uint64_t bytes = 0;
-    for (const Member& member : members) {
+    for (const Member* listed : members) {
+        const Member& member = *listed;
         bytes += member.Size();
         if (run.answer.IsJson()) {
             JsonObject object("member");
