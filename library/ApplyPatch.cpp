@@ -1,10 +1,10 @@
-#include <algorithm>
 #include <future>
 #include <memory>
-#include <set>
 
+#include "library/ApplyPlace.h"
 #include "library/PatchCalls.h"
-#include "library/ResultPlace.h"
+#include "library/PatchChanges.h"
+#include "library/PatchVerdict.h"
 #include "library/Translate.h"
 #include "patch/Applier.h"
 #include "patch/Error.h"
@@ -13,151 +13,10 @@
 #include "patch/Proof.h"
 #include "patch/compact/Expander.h"
 #include "patch/compact/Judge.h"
-#include "platform/Directories.h"
 #include "vaconverter/patch.h"
 
 namespace va {
 namespace {
-
-using Side = Verdict::Side;
-
-// "a, b, c and 12 more"
-std::string Named(const std::vector<std::string>& names) {
-    constexpr std::size_t kMostNamed = 10;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(names.size(), kMostNamed); ++i) {
-        text += (i > 0 ? ", " : "") + names[i];
-    }
-    if (names.size() > kMostNamed) {
-        text += " and " + std::to_string(names.size() - kMostNamed) + " more";
-    }
-    return text;
-}
-
-std::string MessageOf(const Verdict& verdict, const std::string& path, const std::string& reason) {
-    if (verdict.side == Side::Damaged) {
-        const std::string where = verdict.members.empty() ? "" : Named(verdict.members) + ": ";
-        return path + ": damaged: " + where + reason +
-               "; fetch it again, or take the damaged members from a good copy";
-    }
-    std::string text = path + " is not the archive that this patch is for";
-    if (verdict.another) return text + ": another one altogether";
-    if (verdict.likeNew) text += ": it is the new one already";
-    if (verdict.members.empty()) return text + "; members were added to it or removed";
-    text += verdict.certain ? "; changed on this machine: "
-                            : "; changed on this machine, one or more of: ";
-    return text + Named(verdict.members) + "; 'va compare " + path + " COPY' shows more";
-}
-
-Verdict PublicVerdict(const patch::Verdict& found, const std::string& path) {
-    Verdict verdict;
-    verdict.side = static_cast<Side>(found.kind);
-    verdict.certain = found.certain;
-    verdict.another = found.another;
-    verdict.likeNew = found.likeNew;
-    for (const std::string& member : found.members) {
-        verdict.members.push_back(patch::ShownName(member));
-    }
-    if (verdict.side == Side::Neither || verdict.side == Side::Damaged) {
-        verdict.message = MessageOf(verdict, path, found.reason);
-    }
-    return verdict;
-}
-static_assert(static_cast<int>(Side::Damaged) == static_cast<int>(patch::Verdict::Kind::Damaged));
-
-// Where the result goes; refuses a place that cannot be taken before any work is done.
-class Place {
-public:
-    Place(const ApplyPatchOptions& options, const patch::PatchFile& patchFile)
-        : options_(options), path_(options.result) {
-        const std::string name = NameOf(patchFile);
-        if (path_.empty()) {
-            if (IsFolder(options.old)) {
-                throw Error(
-                    ErrorCode::Usage,
-                    options.old.string() + " is a folder; name the archive to write with -o",
-                    options.old);
-            }
-            path_ = options.old.parent_path() / name;
-            // Versions in folders of their own mostly have one name.
-            if (IsOld()) path_ = options.old.parent_path() / NameBesideOld();
-        } else if (IsFolder(path_)) {
-            path_ /= name;
-        }
-    }
-
-    [[nodiscard]] const std::filesystem::path& Path() const { return path_; }
-
-    [[nodiscard]] bool IsOld() const {
-        return platform::IsSameFile(SystemPath(path_).c_str(), SystemPath(options_.old).c_str());
-    }
-    // Whether a file is there that is not to be replaced.
-    [[nodiscard]] bool IsTaken() const {
-        return !options_.replace &&
-               platform::GetEntryKind(SystemPath(path_).c_str()) == platform::EntryKind::File;
-    }
-
-    // Returns whether a link is to be replaced.
-    [[nodiscard]] bool Check() const {
-        return JudgeResultPlace(path_, options_.replace, {options_.old, options_.patch});
-    }
-
-private:
-    static bool IsFolder(const std::filesystem::path& path) {
-        platform::FileStatus status;
-        return platform::GetStatus(SystemPath(path).c_str(), status) && status.IsDirectory();
-    }
-
-    [[nodiscard]] std::string NameOf(const patch::PatchFile& patchFile) const {
-        const auto& manifest = patchFile.GetManifest();
-        if (manifest && !manifest->name.empty()) return manifest->name;
-        return NameBesideOld();
-    }
-    [[nodiscard]] std::string NameBesideOld() const {
-        return options_.old.stem().string() + "-new.va";
-    }
-
-    const ApplyPatchOptions& options_;
-    std::filesystem::path path_;
-};
-
-std::vector<MemberChange> ChangesOf(const patch::PatchFile& patchFile) {
-    using enum MemberChange::Kind;
-    std::vector<MemberChange> changes;
-    for (const patch::Change& from : patchFile.Changes()) {
-        MemberChange& change = changes.emplace_back();
-        change.kind = from.kind == patch::Change::Kind::Changed   ? Changed
-                      : from.kind == patch::Change::Kind::Removed ? Removed
-                      : !from.movedFrom.empty()                   ? Moved
-                      : from.held                                 ? Added
-                                                                  : Empty;
-        change.name = patch::ShownName(from.name);
-        change.oldName = patch::ShownName(from.movedFrom);
-        change.oldSize = from.oldBytes;
-        change.newSize = from.newBytes;
-        if (from.held) change.patchSize = patchFile.Members()[*from.held].storedSize;
-    }
-    return changes;
-}
-
-PatchCounts CountsOf(const std::vector<MemberChange>& changes, std::uint64_t oldMembers) {
-    using enum MemberChange::Kind;
-    PatchCounts counts;
-    std::uint64_t gone = 0;
-    std::set<std::string_view> sources;
-    for (const MemberChange& change : changes) {
-        if (change.kind == Moved) sources.insert(change.oldName);
-        counts.changed += change.kind == Changed ? 1 : 0;
-        counts.added += change.kind == Added || change.kind == Empty ? 1 : 0;
-        counts.moved += change.kind == Moved ? 1 : 0;
-        gone += change.kind == Changed || change.kind == Removed ? 1 : 0;
-    }
-    for (const MemberChange& change : changes) {
-        counts.removed += change.kind == Removed && !sources.contains(change.name) ? 1 : 0;
-    }
-    counts.same = oldMembers - std::min(oldMembers, gone);
-    return counts;
-}
 
 std::unique_ptr<const patch::OldSide> OpenOld(const std::string& path) {
     return std::make_unique<const patch::OldSide>(path);
@@ -178,7 +37,7 @@ public:
         result.alreadyApplied = IsPromised() || (!options_.trust && !proves && Judge());
         if (options_.check || (result.alreadyApplied && options_.result.empty())) return result;
 
-        const Place place(options_, patch_);
+        const ApplyPlace place(options_, patch_);
         result.result = place.Path();
         if (place.IsOld() && result.alreadyApplied) return result;
         if (!result.alreadyApplied && place.IsTaken()) {
@@ -228,7 +87,8 @@ private:
             PublicVerdict(old_.Judge(patch_, options_.threads, progress_), old_.Path());
         if (options_.judged) options_.judged(verdict);
         if (verdict.message.empty()) {
-            return verdict.side == Side::New || (HasEqualSides() && !patch_.GetManifest()->archive);
+            return verdict.side == Verdict::Side::New ||
+                   (HasEqualSides() && !patch_.GetManifest()->archive);
         }
         throw Error(ErrorCode::Refused, verdict.message, options_.old,
                     verdict.members.empty() ? "" : verdict.members.front());
@@ -318,19 +178,14 @@ private:
         const Verdict verdict = PublicVerdict(
             patch::compact::JudgeSide(old_, patch_, options_.threads, progress_), old_.Path());
         if (options_.judged) options_.judged(verdict);
-        if (verdict.message.empty()) return verdict.side == Side::New;
+        if (verdict.message.empty()) return verdict.side == Verdict::Side::New;
         throw Error(ErrorCode::Refused, verdict.message, options_.old,
                     verdict.members.empty() ? "" : verdict.members.front());
     }
 
-    static bool IsFolder(const std::filesystem::path& path) {
-        platform::FileStatus status;
-        return platform::GetStatus(SystemPath(path).c_str(), status) && status.IsDirectory();
-    }
-
     [[nodiscard]] std::string NameOfResult() const {
         const std::string& name = patch_.Facts().name;
-        return name.empty() ? options_.old.stem().string() + "-new.va" : name;
+        return name.empty() ? NameBesideOld(options_) : name;
     }
 
     // Where the result goes, there is room for what it is made of.
@@ -351,35 +206,6 @@ private:
 };
 
 }  // namespace
-
-bool IsPatch(const std::filesystem::path& path) {
-    platform::FileStatus status;
-    if (!platform::GetStatus(SystemPath(path).c_str(), status) || status.IsDirectory()) {
-        return false;
-    }
-    if (patch::compact::CompactFile::IsMeant(SystemPath(path))) return true;
-    try {
-        return patch::PatchFile::IsMeant(archive::Reader(SystemPath(path)));
-    } catch (const archive::Error&) {
-        return false;
-    }
-}
-
-Verdict VerifyAgainst(const std::filesystem::path& target, const std::filesystem::path& patchPath,
-                      unsigned threads, const ProgressFunction& progress) {
-    return OfPatches([&] {
-        const patch::ProgressFunction inner = Passed(progress);
-        if (patch::compact::CompactFile::IsMeant(SystemPath(patchPath))) {
-            const patch::compact::CompactFile compact(SystemPath(patchPath), inner);
-            const patch::OldSide side(SystemPath(target));
-            return PublicVerdict(patch::compact::JudgeSide(side, compact, threads, inner),
-                                 side.Path());
-        }
-        const patch::PatchFile patchFile(SystemPath(patchPath), threads, inner);
-        const patch::OldSide side(SystemPath(target));
-        return PublicVerdict(side.Judge(patchFile, threads, inner), side.Path());
-    });
-}
 
 ApplyPatchResult ApplyPatch(const ApplyPatchOptions& options, const ProgressFunction& progress) {
     return OfPatches([&] {

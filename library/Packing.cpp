@@ -1,20 +1,17 @@
 // A unit of work is a run of whole members, or a piece of a large one. The pieces of one member are
-// read one after the other, whichever workers they fall to, and packed at the same time.
+// read in order, whichever workers take them, and packed at the same time.
 #include "library/Packing.h"
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
 #include <deque>
-#include <map>
-#include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "archive/Crc32.h"
 #include "archive/Stream.h"
 #include "kernel/PathBuffer.h"
+#include "library/LargeContent.h"
 #include "library/PatchCalls.h"
 #include "library/Translate.h"
 #include "library/Workers.h"
@@ -24,13 +21,9 @@ namespace va {
 namespace {
 
 using archive::kMemberPrefixSize;
-using Bytes = std::vector<std::byte>;
 
-constexpr std::uint64_t kPiece = 1 << 20;  // of a large member: whole blocks
-static_assert(kPiece % archive::kBlockSize == 0);
+constexpr std::uint64_t kPiece = LargeContent::kPiece;
 constexpr std::uint64_t kMostWaiting = 32 << 20;  // bytes that may wait to be written
-
-class LargeContent;
 
 // The member numbers of a run; or one member, and which of its pieces.
 struct Unit {
@@ -47,10 +40,6 @@ struct Packed {
     bool mustBeStream = false;
     std::uint32_t crc = 0;  // of the content up to its end
 };
-
-void Append(Bytes& to, std::span<const std::byte> bytes) {
-    to.insert(to.end(), bytes.begin(), bytes.end());
-}
 
 void AppendBlocks(Bytes& to, std::span<const std::byte> content) {
     archive::BlockBuffer block;
@@ -78,103 +67,6 @@ Prefix PrefixOf(const NewMember& member, bool isStream, std::uint64_t storedSize
     archive::EncodeEntry(std::span(prefix).last<archive::kFindEntrySize>(), entry);
     return prefix;
 }
-
-[[noreturn]] void ThrowChanged(const NewMember& member) {
-    throw archive::Error(archive::ErrorCode::CannotRead, "the file changed while it was read", 0,
-                         member.name);
-}
-
-// Reads contents of members of several trees, one after another.
-class ContentReaders {
-public:
-    archive::TreeReader& Begin(const NewMember& member) {
-        std::unique_ptr<archive::TreeReader>& reader = readers_[member.tree];
-        if (!reader) reader = member.tree->NewReader();
-        reader->Begin(member.number);
-        return *reader;
-    }
-
-    void ReadWhole(const NewMember& member, Bytes& into) {
-        archive::TreeReader& reader = Begin(member);
-        into.clear();
-        into.reserve(member.size);
-        for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) Append(into, piece);
-        if (into.size() != member.size) ThrowChanged(member);
-    }
-
-private:
-    std::map<const archive::Tree*, std::unique_ptr<archive::TreeReader>> readers_;
-};
-
-// Some members' streams would be expanded by readers that look at the content only.
-bool MustBeStream(std::span<const std::byte> start) { return archive::IsStreamMark(start); }
-
-// The content of a large member, whose pieces are read in order by whoever packs them.
-class LargeContent {
-public:
-    explicit LargeContent(const NewMember& member) : member_(member), left_(member.size) {}
-
-    struct Piece {
-        Bytes content;
-        bool mustBeStream;  // of the member
-        std::uint32_t crc;  // of the content up to the end of this piece
-    };
-    [[nodiscard]] Piece Read(std::size_t piece) {
-        std::unique_lock hold(lock_);
-        isNext_.wait(hold, [&] { return next_ == piece || failed_; });
-        // The piece that failed comes first, and its error is the one that counts.
-        if (failed_) ThrowChanged(member_);
-        try {
-            if (piece == 0) {
-                reader_ = member_.tree->NewReader();
-                reader_->Begin(member_.number);
-            }
-            Piece read{ReadNext(), false, 0};
-            if (left_ == 0) reader_.reset();
-            if (piece == 0) mustBeStream_ = MustBeStream(read.content);
-            sum_.Update(read.content);
-            read.mustBeStream = mustBeStream_;
-            read.crc = sum_.Value();
-            ++next_;
-            isNext_.notify_all();
-            return read;
-        } catch (...) {
-            failed_ = true;
-            isNext_.notify_all();
-            throw;
-        }
-    }
-
-private:
-    Bytes ReadNext() {
-        Bytes content;
-        const std::uint64_t wanted = std::min(kPiece, left_);
-        content.reserve(wanted);
-        while (content.size() < wanted) {
-            if (rest_.empty()) rest_ = reader_->Next();
-            if (rest_.empty()) ThrowChanged(member_);
-            const auto taken =
-                rest_.first(std::min<std::size_t>(rest_.size(), wanted - content.size()));
-            Append(content, taken);
-            rest_ = rest_.subspan(taken.size());
-        }
-        left_ -= wanted;
-        // Its end is where a reader compares check sums.
-        if (left_ == 0 && (!rest_.empty() || !reader_->Next().empty())) ThrowChanged(member_);
-        return content;
-    }
-
-    const NewMember& member_;
-    std::unique_ptr<archive::TreeReader> reader_;
-    std::uint64_t left_;
-    std::span<const std::byte> rest_;  // of what the reader gave last
-    archive::Crc32 sum_;
-    bool mustBeStream_ = false;
-    std::size_t next_ = 0;
-    bool failed_ = false;
-    std::mutex lock_;
-    std::condition_variable isNext_;
-};
 
 class Packing {
 public:
