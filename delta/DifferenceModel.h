@@ -1,3 +1,4 @@
+// The model of copied bytes that differ.
 #pragma once
 
 #include <algorithm>

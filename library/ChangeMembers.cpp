@@ -219,7 +219,7 @@ std::vector<std::pair<Ordinal, std::string>> NewNames(const std::filesystem::pat
     if (!names.empty()) return names;
     throw Error(ErrorCode::NotFound,
                 path.string() + ": there is no member or folder '" + std::string(oldName) +
-                    "'; 'va list' shows its members",
+                    "'; run 'va list' to see its members",
                 path, std::string(oldName));
 }
 

@@ -70,7 +70,7 @@ private:
             patch::compact::JudgeSide(old_, patch_, options_.threads, progress_);
         if (verdict.kind == patch::Verdict::Kind::Old) return;
         throw patch::Error(patch::ErrorCode::Refused, old_.Path(),
-                           "is not the old side of this patch; 'va verify' tells more");
+                           "is not the old side of this patch; run 'va verify' for details");
     }
 
     void BuildNewSide(const std::string& path) const {

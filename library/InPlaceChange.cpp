@@ -86,7 +86,7 @@ void InPlaceChange::Open() {
 // Places that overlap would let a change of one member write into another one.
 void InPlaceChange::JudgeLayout() const {
     constexpr const char* kDamaged =
-        "'va test' shows all that is wrong, 'va repair' saves the rest";
+        "run 'va test' to see all problems, and 'va repair' to save the rest";
     if (!contents_.headerInPlace) Refuse("its header is not the first 44 bytes of the file");
     if (contents_.index != archive::IndexState::Whole &&
         contents_.index != archive::IndexState::Absent) {
@@ -171,7 +171,7 @@ void InPlaceChange::JudgeChunk(const archive::Member& member) const {
         !(chunk.Is(kMemberChunk) || chunk.Is(kDeletedChunk)) ||
         chunk.length != kFindEntrySize + std::uint64_t{member.storedSize}) {
         Refuse(PublicName(member.name) +
-               ": there is no member at its place; 'va test' shows all that is wrong");
+               ": there is no member at its place; run 'va test' to see all problems");
     }
 }
 

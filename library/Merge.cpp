@@ -44,7 +44,7 @@ private:
             if (piece.empty()) {
                 throw Error(ErrorCode::Refused,
                             side_.Path().string() + ": " + member.Name() +
-                                " does not lie in the file; 'va test' shows all that is wrong",
+                                " does not lie in the file; run 'va test' to see all problems",
                             side_.Path(), member.Name());
             }
             to.Write(piece);

@@ -45,7 +45,7 @@ std::string MessageOf(const Verdict& verdict, const std::string& path, const std
     if (verdict.members.empty()) return text + "; members were added to it or removed";
     text += verdict.certain ? "; changed on this machine: "
                             : "; changed on this machine, one or more of: ";
-    return text + Named(verdict.members) + "; 'va compare " + path + " COPY' shows more";
+    return text + Named(verdict.members) + "; run 'va compare " + path + " COPY' for details";
 }
 
 }  // namespace

@@ -14,7 +14,7 @@
 namespace va {
 namespace {
 
-constexpr const char* kHint = "; 'va repair' saves what is whole";
+constexpr const char* kHint = "; run 'va repair' to save what is intact";
 
 // Throws for an archive that may lack members: the new one would have lost them.
 void JudgeIndex(const Archive& archive) {

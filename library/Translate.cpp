@@ -17,7 +17,7 @@ Error Translate(const archive::Error& error, const std::filesystem::path& path) 
     std::string message = plain.what();
     const bool damaged = error.Code() == archive::ErrorCode::Damaged ||
                          error.Code() == archive::ErrorCode::SumDiffers;
-    if (damaged) message += "; 'va test' shows all that is wrong";
+    if (damaged) message += "; run 'va test' to see all problems";
     return {plain.code(), message, path, plain.member(), error.Offset()};
 }
 

@@ -51,7 +51,8 @@ void Answer::Flush() {
     pending_.clear();
     if (failure_) {
         throw Failure{*failure_,
-                      "standard output cannot be written; is the disk full, or the reader gone?"};
+                      "standard output cannot be written; the disk may be full, or the reader may "
+                      "have ended"};
     }
 }
 

@@ -15,8 +15,8 @@ namespace {
 [[noreturn]] void RefuseUsage(const std::string& complaint, const Command* command = nullptr) {
     std::string message = complaint;
     if (command) {
-        message += "\nusage: " + UsageLine(*command) + "\n'va help " + std::string(command->words) +
-                   "' explains it";
+        message += "\nusage: " + UsageLine(*command) + "\nrun 'va help " +
+                   std::string(command->words) + "' for details";
     }
     throw Failure{ExitCode::Usage, message};
 }
@@ -57,7 +57,7 @@ std::vector<const Option*> AllOptions() {
         names.push_back(command->words.substr(0, command->words.find(' ')));
     }
     RefuseUsage("there is no command '" + Shown(words.front()) + "'; " +
-                Suggestion(Nearest(words.front(), names), "'va help' lists them"));
+                Suggestion(Nearest(words.front(), names), "run 'va help' for a list"));
 }
 
 }  // namespace

@@ -103,7 +103,7 @@ std::string OverviewHelp() {
     }
     return text +
            "\n"
-           "'va help COMMAND' explains one, with examples.\n"
+           "'va help COMMAND' explains a command, with examples.\n"
            "\n"
            "exit codes: 0 done, equal, whole; 1 done with something to look at, or they\n"
            "differ; 2 damaged, refused or not done; 7 wrong usage; 8 not enough memory;\n"
@@ -118,11 +118,11 @@ std::string HelpOn(std::span<const std::string> words) {
     if (!family.empty()) {
         if (words.size() == 1) return family;
         throw Failure{ExitCode::Usage, "'va " + words.front() + "' has no command '" +
-                                           Shown(words[1]) + "'; 'va help " + words.front() +
-                                           "' lists them"};
+                                           Shown(words[1]) + "'; run 'va help " + words.front() +
+                                           "' for a list"};
     }
     throw Failure{ExitCode::Usage,
-                  "there is no command '" + Shown(words.front()) + "'; 'va help' lists them"};
+                  "there is no command '" + Shown(words.front()) + "'; run 'va help' for a list"};
 }
 
 }  // namespace va::tool

@@ -23,7 +23,7 @@ inline constexpr Option kQuiet{
 inline constexpr Option kVerbose{
     .name = "verbose",
     .letter = 'v',
-    .meaning = "a line for each member, where the answer itself has none"};
+    .meaning = "a line for each member, if the answer itself has none"};
 inline constexpr Option kProgress{
     .name = "progress",
     .value = "WHEN",
@@ -31,7 +31,7 @@ inline constexpr Option kProgress{
     .choices = kProgressChoices,
     .completes = Completes::Choices};
 
-inline constexpr Option kForce{.name = "force", .letter = 'f', .meaning = "replace what exists"};
+inline constexpr Option kForce{.name = "force", .letter = 'f', .meaning = "replace existing files"};
 inline constexpr Option kDryRun{
     .name = "dry-run", .letter = 'n', .meaning = "check and report everything, write nothing"};
 inline constexpr Option kJson{.name = "json", .meaning = "answer in JSON Lines on standard output"};
@@ -48,10 +48,10 @@ inline constexpr Option kJobs{
 inline constexpr Option kMemoryLimit{
     .name = "memory-limit",
     .value = "BYTES",
-    .meaning = "most memory to use, such as 512M; slower or larger results before failing"};
+    .meaning = "largest memory to use, such as 512M; a low limit gives slower or larger results"};
 inline constexpr Option kExclude{.name = "exclude",
                                  .value = "PATTERN",
-                                 .meaning = "leave out the members that match",
+                                 .meaning = "skip the members that match",
                                  .repeats = true,
                                  .completes = Completes::Members};
 inline constexpr Option kFilesFrom{

@@ -73,7 +73,7 @@ void CheckOutputs(const std::vector<std::string>& paths, bool replace, Folders f
         if (MemberStart(path) != std::string::npos) {
             throw Failure{ExitCode::Usage, "'" + Shown(path) +
                                                "' names a member, and archives are only read here; "
-                                               "write a file and add it with VArchive"};
+                                               "write a file and add it with 'va add'"};
         }
         if (platform::GetEntryKind(path.c_str()) == platform::EntryKind::Other) {
             Refuse("'" + Shown(path) +
@@ -125,7 +125,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
         const platform::Error error = platform::LastError();
         // Another process created it since CheckOutputs.
         if (error.kind == platform::ErrorKind::Exists && !replace) RefuseExisting({path});
-        RefuseWrite("cannot put a new file in the place of '" + Shown(path) + "': ", error);
+        RefuseWrite("cannot replace '" + Shown(path) + "': ", error);
     }
     TellReplacedLink(run, path, replacesLink);
 }
@@ -135,7 +135,7 @@ void WriteOutput(Run& run, const std::string& path, std::span<const std::byte> b
     if (path != "-") return WriteFileWhole(run, path, bytes, replace);
     const bool isBinary = std::ranges::find(bytes, std::byte{0}) != bytes.end();
     if (isBinary && !replace && platform::IsTerminal(platform::StandardStream::Output)) {
-        Refuse("standard output is a terminal and the result is binary; -f writes it all the same");
+        Refuse("standard output is a terminal and the result is binary; use -f to write it anyway");
     }
     if (!run.Has(kDryRun)) run.answer.Write(bytes);
 }
@@ -143,13 +143,13 @@ void WriteOutput(Run& run, const std::string& path, std::span<const std::byte> b
 void TellReplacedLink(Run& run, const std::string& path, bool replaced) {
     if (!replaced) return;
     run.talk.Note(Shown(path) + (run.Has(kDryRun)
-                                     ? " is a link; it would be replaced, not what it leads to"
-                                     : " was a link; it was replaced, not what it led to"));
+                                     ? " is a link; it would be replaced, and its target kept"
+                                     : " was a link; it was replaced, and its target kept"));
 }
 
 void TellAbandoned(Run& run, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
-        run.talk.Note("removed " + Shown(path) + ", which a run that was killed left");
+        run.talk.Note("removed " + Shown(path) + ", left by a run that was killed");
     }
 }
 

@@ -69,7 +69,7 @@ void NoteUtf8Names(Run& run, const Archive& archive) {
     run.talk.Note(Shown(archive.Path().string()) + ": " + Counted(count, "name") +
                   " stored in UTF-8, as VArchive does, such as '" + Shown(first->Name()) +
                   "' for '" + Shown(first->StoredName()) +
-                  "'; unpack with VArchive and pack with 'va create' to mend them");
+                  "'; unpack with VArchive and pack with 'va create' to correct them");
 }
 
 }  // namespace
@@ -96,7 +96,7 @@ bool MayLackMembers(Run& run, const Archive& archive) {
     if (index == IndexState::Whole || index == IndexState::Absent) return false;
     run.talk.Warning(
         Shown(archive.Path().string()) +
-        ": its index is missing or damaged, members may be missing; 'va test' shows more");
+        ": its index is missing or damaged, so members may be missing; run 'va test' for details");
     return true;
 }
 
@@ -132,7 +132,7 @@ Selection SelectMembers(Run& run, const Archive& archive, std::size_t first) {
         const std::string& pattern = patterns[static_cast<std::size_t>(missed - matched.begin())];
         throw Failure{ExitCode::NotFound, "nothing in '" + Shown(archive.Path().string()) +
                                               "' matches '" + Shown(pattern) +
-                                              "'; 'va list' shows its members"};
+                                              "'; run 'va list' to see its members"};
     }
     return Selection(std::move(members));
 }
@@ -164,7 +164,7 @@ Member MemberOf(const Archive& archive, const MemberOperand& operand) {
     if (member) return *member;
     throw Failure{ExitCode::NotFound, "there is no member '" + Shown(operand.member) + "' in '" +
                                           Shown(operand.archive) +
-                                          "'; 'va list' shows its members"};
+                                          "'; run 'va list' to see its members"};
 }
 
 void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message) {

@@ -264,7 +264,7 @@ TEST_P(VaAccidents, ALinkIsReplacedOnlyWithForceAndSaidSo) {
     EXPECT_TRUE(fs::is_symlink(folder_.Path(link)));
     EXPECT_EQ(Run(Command("-f")), 0);
     EXPECT_THAT(Told(),
-                HasSubstr("note: " + link + " was a link; it was replaced, not what it led to\n"));
+                HasSubstr("note: " + link + " was a link; it was replaced, and its target kept\n"));
     ExpectWhole(0);
     EXPECT_EQ(folder_.Read("target"), "theirs");
 }

@@ -157,7 +157,7 @@ TEST_F(VaApplies, OldSideIsJudgedFirst) {
     ExpectAnswers({
         {"apply edited.va p.va", 2,
          "edited.va is not the archive that this patch is for; changed on this machine: "
-         "config.txt; 'va compare"},
+         "config.txt; run 'va compare"},
         {"apply other.va p.va", 2, "other.va is not the archive that this patch is for: another"},
         {"apply hurt.va p.va", 2,
          "hurt.va: damaged: config.txt: its content disagrees with its check sum"},
@@ -235,8 +235,8 @@ TEST_F(VaAppliesManifests, NamesAMemberThatNoListNames) {
     folder_.Write("hurt.va", folder_.Read("old.va"));
     Damage("hurt.va", Noise(40000).substr(5000, 20));
     ExpectAnswers({
-        {"apply edited.va m.va", 2, "; changed on this machine: wall.tga; 'va compare"},
-        {"apply more m.va -o x.va", 2, "; changed on this machine: extra.txt; 'va compare"},
+        {"apply edited.va m.va", 2, "; changed on this machine: wall.tga; run 'va compare"},
+        {"apply more m.va -o x.va", 2, "; changed on this machine: extra.txt; run 'va compare"},
         {"apply hurt.va m.va", 2, "hurt.va: damaged: wall.tga: its content disagrees"},
         {"apply --trust edited.va m.va -o t.va", 2, "leave out --trust to learn why"},
         {"verify edited.va m.va", 1, "changed on this machine: wall.tga"},

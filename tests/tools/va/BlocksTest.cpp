@@ -53,7 +53,7 @@ TEST_F(VaBlocks, WhatDoesNotAgreeIsSaid) {
     ExpectAnswers({
         {"blocks cut.im", 2,
          "the block 'BIG ' at offset 23 has 300,000 bytes, and the file 969; it is damaged"},
-        {"blocks cut.im", 2, "warning: cut.im: its header says 300,031 bytes, it has 992\n"},
+        {"blocks cut.im", 2, "warning: cut.im: its header says 300,031 bytes, but it has 992\n"},
         {"blocks tail.im", 1, "tail.im: 3 bytes after the last block\n"},
         {"blocks short.im", 2, "too short for a file of blocks"},
         {"blocks empty.im", 2, "too short for a file of blocks"},

@@ -87,7 +87,7 @@ TEST_F(VaChange, DeletesAndRenames) {
         {"rename Town.va config.txt Config.txt", 0, "1 renamed; 3 members"},
         {"rename Town.va Config.txt Config.txt", 0, "Town.va: nothing to do; 3 members"},
         {"rename Town.va config.txt '\xD0\xB6'", 2, "has a name that code page 1252 cannot hold"},
-        {"rename Town.va nowhere x", 9, "there is no member or folder 'nowhere'; 'va list'"},
+        {"rename Town.va nowhere x", 9, "there is no member or folder 'nowhere'; run 'va list'"},
         {"list Town.va", 0, "Config.txt\nattic/old/road.tga\nimages/wall.tga\n"},
         {"test Town.va", 0, "whole, 3 members"},
         {"delete --json Town.va images", 0,

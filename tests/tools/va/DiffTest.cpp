@@ -151,7 +151,7 @@ TEST_F(VaDiff, PromisesTheContentOfOtherArchives) {
         const Outcome made = Va("diff -f -o p.va old.va "s + fresh);
         ASSERT_EQ(made.exitCode, 0) << made.err;
         EXPECT_THAT(made.err, HasSubstr("it gives the 9 members of "s + fresh));
-        EXPECT_EQ(made.err.find("and not its bytes") == std::string::npos, fresh == "new"s);
+        EXPECT_EQ(made.err.find("but not its bytes") == std::string::npos, fresh == "new"s);
         ASSERT_EQ(Va("apply -f -o r.va old.va p.va").exitCode, 0);
         EXPECT_EQ(Va("compare r.va "s + fresh).exitCode, 0);
     }
@@ -198,8 +198,8 @@ TEST_F(VaDiff, CarriesEmptyMembersAndLetterCaseInTheManifest) {
     EXPECT_THAT(Va("cat old-new.patch.va:deletedFiles.txt").out, testing::StartsWith("Case.txt\n"));
     ExpectAnswers({
         {"diff old new --plain -o p.va", 2, "without content; make it without --plain"},
-        {"diff old new --plain --allow-lossy -o p.va", 1, "new has no content; left out\n"},
-        {"diff old new --plain --allow-lossy -fo p.va", 1, "1 added  1 removed  1 left out\n"},
+        {"diff old new --plain --allow-lossy -o p.va", 1, "new has no content; omitted\n"},
+        {"diff old new --plain --allow-lossy -fo p.va", 1, "1 added  1 removed  1 omitted\n"},
         {"diff --json -nf old new --plain --allow-lossy", 1, "\"added\":1,\"moved\":0,"},
         {"diff --json -nf old new --plain --allow-lossy", 1, "\"left_out\":1,"},
         {"apply old.va p.va -o r.va", 0, "1 added  1 removed"},

@@ -83,10 +83,10 @@ TEST_F(VaRepack, RefusesWhatIsDamagedAndNamesIt) {
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_THAT(outcome.err, HasSubstr("Bad.va is damaged: "));
         EXPECT_THAT(outcome.err, HasSubstr("noise.bin (its content disagrees with its check sum)"));
-        EXPECT_THAT(outcome.err, HasSubstr("; 'va repair' saves what is whole\n"));
+        EXPECT_THAT(outcome.err, HasSubstr("; run 'va repair' to save what is intact\n"));
     }
     ExpectAnswers({
-        {"repack Cut.va", 2, "Cut.va: its index is missing or damaged; 'va repair' saves"},
+        {"repack Cut.va", 2, "Cut.va: its index is missing or damaged; run 'va repair' to save"},
         {"repack town", 2, "town is a folder; 'va create' makes an archive of it"},
         {"repack Nowhere.va", 9, "there is no such file"},
     });

@@ -57,12 +57,12 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
                     " | sed 's/$/\\r/' >../found.sums"),
               0);
     ExpectAnswers({
-        {"verify Town.va Town.sums", 0, "Town.va: as Town.sums says\n"},
-        {"verify town Town.sums", 0, "town: as Town.sums says\n"},
-        {"verify Town.va found.sums", 0, "Town.va: as found.sums says\n"},
-        {"verify Town.va - <found.sums", 0, "Town.va: as - says\n"},
-        {"verify Town.sums town", 0, "town: as Town.sums says\n"},
-        {"verify - Town.va <found.sums", 0, "Town.va: as - says\n"},
+        {"verify Town.va Town.sums", 0, "Town.va: matches Town.sums\n"},
+        {"verify town Town.sums", 0, "town: matches Town.sums\n"},
+        {"verify Town.va found.sums", 0, "Town.va: matches found.sums\n"},
+        {"verify Town.va - <found.sums", 0, "Town.va: matches -\n"},
+        {"verify Town.sums town", 0, "town: matches Town.sums\n"},
+        {"verify - Town.va <found.sums", 0, "Town.va: matches -\n"},
         {"verify -v Town.va Town.sums", 0, "same C.txt\nsame a b.txt\n"},
         {"verify nowhere Town.sums", 9, "nowhere"},
     });
@@ -71,7 +71,7 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
     folder_.Write("empty.sums", Va("sums empty").out);
     folder_.Write("empty.va", "");
     ExpectAnswers({
-        {"verify empty empty.sums", 0, "empty: as empty.sums says\n"},
+        {"verify empty empty.sums", 0, "empty: matches empty.sums\n"},
         {"verify Town.va empty.sums", 1, "C.txt: unlisted\n"},
         {"verify Town.va empty.va", 2, "download it again"},
     });
@@ -81,7 +81,7 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
     ExpectAnswers({
         {"verify town Town.sums", 1,
          "C.txt: missing\nb.txt: differs\nmore: unlisted\n"
-         "va: town is not what Town.sums says: 3 differences\n"},
+         "va: town does not match Town.sums: 3 differences\n"},
     });
     folder_.Write("odd.sums", "\\" + std::string(64, '0') + " *a\\x1b\\nb\n");
     ExpectAnswers({{"verify town odd.sums", 1, "a\\x1b\\x0ab: missing\n"}});

@@ -74,7 +74,7 @@ TEST_F(VaConversion, OnlyForceReplacesAFile) {
          {"tag get out.txt a", 0, "7\n"},
          {"tag to-text -n in.chump link.txt --force", 0, "link.txt is a link; it would be"},
          {"tag to-text in.chump link.txt --force", 0,
-          "note: link.txt was a link; it was replaced, not what it led to\n"},
+          "note: link.txt was a link; it was replaced, and its target kept\n"},
          {"tag to-binary --force in.chump in.chump", 0, ""},
          {"tag to-text --force in.chump folder.txt", 2, "'folder.txt' is a folder"},
          {"tag to-text in.chump absent/out.txt", 9, "its folder does not exist"}});

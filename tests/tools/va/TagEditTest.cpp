@@ -63,7 +63,7 @@ TEST_F(VaEditing, WhatATextCannotHoldLeavesItAsItIs) {
         {"tag set in.txt box/m 1", 2, "another tag would read differently"},
         {"tag set in.txt new 1", 2, "another tag would read differently"},
         {"tag set in.txt box 1", 2, "'box' in 'in.txt' is a container"},
-        {"tag set in.txt a/b 1", 2, "is no container"},
+        {"tag set in.txt a/b 1", 2, "is not a container"},
         {"tag set in.txt a 99999999999", 7, "the number does not fit"},
         {"tag set in.txt a x --type=float", 7, "'x' cannot be set: it is not of type float"},
         {"tag set in.txt a 1 --type=none", 7, "takes an empty VALUE"},

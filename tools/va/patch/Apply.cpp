@@ -16,8 +16,8 @@ constexpr Option kResult{.name = "output",
                          .value = "NEW",
                          .meaning = "the archive to write, or a folder for it",
                          .completes = Completes::Files};
-constexpr Option kCheck{.name = "check", .meaning = "only judge PATCH and OLD; write nothing"};
-constexpr Option kTrust{.name = "trust", .meaning = "do not judge OLD first"};
+constexpr Option kCheck{.name = "check", .meaning = "only check PATCH and OLD; write nothing"};
+constexpr Option kTrust{.name = "trust", .meaning = "do not check OLD first"};
 
 constexpr Operand kOperands[] = {
     {.name = "OLD",
@@ -107,9 +107,10 @@ ExitCode RunApply(Run& run) {
     Answer(run, result);
     // The result is correct, but a digest that the maker published for the file will not match.
     if (!result.storedOtherwise) return ExitCode::Done;
-    run.talk.Warning(Shown(result.result.string()) +
-                     ": its members and contents are the maker's, but not its bytes: OLD stores "
-                     "them otherwise than the archive that the patch was made from");
+    run.talk.Warning(
+        Shown(result.result.string()) +
+        ": its members and contents are the maker's, but its bytes are not: OLD stores "
+        "members differently from the archive that the patch was made from");
     return ExitCode::LookAt;
 }
 
@@ -117,23 +118,23 @@ ExitCode RunApply(Run& run) {
 
 Command ApplyCommand() {
     return {.words = "apply",
-            .summary = "apply a patch: make the new archive out of the old one",
+            .summary = "apply a patch: make the new archive from the old one",
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Makes the new archive out of OLD and PATCH, which may stand in either order. "
-                "First every byte of both is judged: a damaged patch, and an archive that the "
-                "patch is not for, end with exit code 2, and the members that were changed are "
-                "named. The new archive is read back and compared before it gets its name; it "
-                "appears whole or not at all, and OLD stays as it is.\n"
+                "Makes the new archive from OLD and PATCH, which may come in either order. First "
+                "every byte of both is checked: a damaged patch, and an archive that the patch is "
+                "not for, end with exit code 2, and the members that were changed are named. The "
+                "new archive is read back and compared before it gets its name; it appears "
+                "complete or not at all, and OLD does not change.\n"
                 "\n"
                 "Without -o it gets the name that the maker chose, beside OLD. A patch of "
-                "VAConverter names none; the new archive is then OLD-new.va, as it is where OLD "
-                "has that name.\n"
+                "VAConverter has no name; the new archive is then OLD-new.va. It is so too if OLD "
+                "itself has the name that the maker chose.\n"
                 "\n"
-                "If OLD is the new side already, nothing is done but to copy it to NEW when that "
-                "is named, and the exit code is 0. It is 1 when the contents are the maker's and "
-                "the bytes of the archive are not.\n",
+                "If OLD is the new side already, it is only copied to NEW if NEW is named, and the "
+                "exit code is 0. The exit code is 1 when the contents are the maker's but the "
+                "bytes of the archive are not.\n",
             .examples = kExamples,
             .run = RunApply};
 }

@@ -17,15 +17,15 @@ namespace {
 constexpr Option kCompact{.name = "compact",
                           .meaning = "write a compact patch, OLD-NEW.vap: smaller, for 'va apply'"};
 constexpr Option kPlain{.name = "plain",
-                        .meaning = "leave the manifest out, as VAConverter patchdiff does"};
+                        .meaning = "omit the manifest, as VAConverter patchdiff does"};
 constexpr Option kAllowLossy{
     .name = "allow-lossy",
-    .meaning = "with --plain: leave out members without content instead of refusing them"};
+    .meaning = "with --plain: omit members without content instead of refusing them"};
 constexpr Option kNoVerify{.name = "no-verify",
                            .meaning = "do not rebuild and compare what the patch holds"};
 constexpr Option kNote{.name = "note",
                        .value = "FILE",
-                       .meaning = "a text for the users of the patch, which travels in it",
+                       .meaning = "a text for the users of the patch, which is stored in it",
                        .completes = Completes::Files};
 
 constexpr Operand kOperands[] = {
@@ -101,10 +101,10 @@ std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
     for (const MemberChange& change : made.changes) {
         if (change.kind != MemberChange::Kind::Empty) continue;
         if (++count > kMostNamed) continue;
-        run.talk.Warning(Shown(change.name) + " has no content; left out");
+        run.talk.Warning(Shown(change.name) + " has no content; omitted");
     }
     if (count > kMostNamed) {
-        run.talk.Warning(GroupedDigits(count - kMostNamed) + " more without content left out");
+        run.talk.Warning(GroupedDigits(count - kMostNamed) + " more without content omitted");
     }
     std::erase_if(made.changes, [](const MemberChange& change) {
         return change.kind == MemberChange::Kind::Empty;
@@ -143,9 +143,10 @@ void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
                      ")");
     const bool isArchive = !std::filesystem::is_directory(run.Operand(1));
     if (isArchive && !made.newArchive) {
-        run.talk.Note(Shown(run.Operand(1)) +
-                      " is not stored as this program stores archives, so the result will have "
-                      "its members and not its bytes");
+        run.talk.Note(
+            Shown(run.Operand(1)) +
+            " is not stored the way this program stores archives, so the result will have "
+            "its members but not its bytes");
     }
 }
 
@@ -159,7 +160,7 @@ void TellRewritten(Run& run, const MakePatchResult& made) {
     }
     if (bytes >= kWorthNoting) {
         run.talk.Note(Counted(members, "member") + " changed almost wholly, " + ShownBytes(bytes) +
-                      "; 'va report' tells which");
+                      "; run 'va report' to see which");
     }
 }
 
@@ -176,8 +177,9 @@ ExitCode RunDiff(Run& run) {
     options.compact = run.Has(kCompact) || options.result.extension() == ".vap";
     options.plain = run.Has(kPlain);
     if (options.compact && options.plain) {
-        throw Failure{ExitCode::Usage,
-                      "a compact patch has what --plain leaves out; use one of the two"};
+        throw Failure{
+            ExitCode::Usage,
+            "a compact patch needs the manifest, which --plain omits; use one of the two"};
     }
     options.allowLossy = run.Has(kAllowLossy);
     if (options.allowLossy && !options.plain) {
@@ -187,7 +189,8 @@ ExitCode RunDiff(Run& run) {
     options.dryRun = run.Has(kDryRun);
     if (const auto note = run.Value(kNote)) options.note = ReadNote(*note);
     if (options.plain && !options.note.empty()) {
-        throw Failure{ExitCode::Usage, "--plain leaves out the manifest, and --note needs it"};
+        throw Failure{ExitCode::Usage,
+                      "--note needs the manifest, which --plain omits; use one of the two"};
     }
     if (const auto limit = run.Value(kMemoryLimit)) {
         options.memoryLimit = BytesValue(kMemoryLimit, *limit);
@@ -203,7 +206,7 @@ ExitCode RunDiff(Run& run) {
     TellMembers(run, made);
     run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
                      "  " + ShownBytes(made.patchSize) + "  " + ShownCounts(counts) +
-                     (leftOut > 0 ? "  " + GroupedDigits(leftOut) + " left out" : ""));
+                     (leftOut > 0 ? "  " + GroupedDigits(leftOut) + " omitted" : ""));
     TellProof(run, made, options.verify);
     TellRewritten(run, made);
     run.answer.Last()
@@ -239,15 +242,14 @@ Command DiffCommand() {
                 "file, which only 'va apply' reads; 'va expand' makes the patch archive of it.\n"
                 "\n"
                 "VAConverter patchapply applies the patch archive too. Only members without "
-                "content need "
-                "'va apply': the manifest carries them, which is one more member of the patch. "
-                "--plain leaves it out; with --allow-lossy such members are left out, each is "
-                "named, and the exit code is 1.\n"
+                "content need 'va apply': they are in the manifest, which is one more member of "
+                "the patch. --plain omits the manifest; with --allow-lossy such members are "
+                "omitted as well, each is named, and the exit code is 1.\n"
                 "\n"
-                "Refused, naming them: members that differ and have names that a patch cannot "
-                "hold, and members of one side whose names differ in letter case only. Equal sides "
-                "give an empty patch. Files of a folder that cannot be members are skipped, and "
-                "the exit code is then 1.\n",
+                "Members that differ and have names that a patch cannot store are refused and "
+                "named, and so are members of one side whose names differ in letter case only. "
+                "Equal sides give an empty patch. Files of a folder that cannot be members are "
+                "skipped, and the exit code is then 1.\n",
             .examples = kExamples,
             .run = RunDiff};
 }

@@ -51,8 +51,8 @@ Command ExpandCommand() {
             .details =
                 "Writes the patch archive that 'va diff' without --compact would have made of the "
                 "same two sides, byte for byte. OLD must be the old side of PATCH; the operands "
-                "may stand in either order. Without -o it is PATCH with the ending .patch.va, in "
-                "the current folder. The new side is built beside it for a while.\n",
+                "may come in either order. Without -o it is PATCH with the ending .patch.va, in "
+                "the current folder. The new side is built beside it and removed again.\n",
             .examples = kExamples,
             .run = RunExpand};
 }

@@ -102,14 +102,14 @@ ExitCode RunReport(Run& run) {
 
 Command ReportCommand() {
     return {.words = "report",
-            .summary = "show why a patch is as big as it is",
+            .summary = "show what makes a patch large",
             .operands = kOperands,
             .options = kOptions,
             .details =
                 "Shows how many bytes of PATCH go to new content, to members that changed almost "
                 "wholly (their diff is larger than half the content, as when pictures or sounds "
-                "are encoded anew), to members that were moved or copied, to members that changed "
-                "in part, and to lists and headers. With -v each member has a line, the largest "
+                "are re-encoded), to members that were moved or copied, to members that changed in "
+                "part, and to lists and headers. With -v each member has a line, the largest "
                 "first. A damaged patch is refused as by 'va apply'.\n"
                 "\n"
                 "Of a compact patch it shows the reasons and the streams that it is made of: what "

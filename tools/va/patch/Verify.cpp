@@ -51,20 +51,20 @@ ExitCode RunVerify(Run& run) {
 
 Command VerifyCommand() {
     return {.words = "verify",
-            .summary = "tell which side of a patch an archive is, or judge it by sums",
+            .summary = "show which side of a patch an archive is, or check its sums",
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Reads TARGET and PATCH whole, which may stand in either order, and tells which "
+                "Reads all of TARGET and PATCH, which may come in either order, and shows which "
                 "side of the patch TARGET is. The exit code is 0 for either side, 1 for neither, "
                 "and 2 when TARGET or PATCH is damaged.\n"
                 "\n"
-                "With a file of sha256sum, such as 'va sums' prints, in either place, it tells "
-                "which members of TARGET differ, are missing or unlisted: the exit code is 1 if "
-                "there are any.\n"
+                "With a file of sha256sum lines, such as 'va sums' prints, in either place, it "
+                "shows the members of TARGET that differ, are missing or are not listed. The exit "
+                "code is 1 if there are any.\n"
                 "\n"
-                "With -v every member that keeps TARGET from being a side of the patch has a line, "
-                "or every member that is as the sums say.\n",
+                "With -v there is a line for each member that keeps TARGET from being a side of "
+                "the patch, or for each member that matches its sum.\n",
             .examples = kExamples,
             .run = RunVerify};
 }

@@ -80,12 +80,12 @@ ExitCode VerifySums(Run& run, const std::string& target, const std::string& path
     run.answer.Last().Set("file", target).Set("side", mismatches.empty() ? "same" : "neither");
     if (mismatches.empty()) {
         if (!run.answer.IsJson()) {
-            run.answer.Write(Shown(target) + ": as " + Shown(path) + " says\n");
+            run.answer.Write(Shown(target) + ": matches " + Shown(path) + "\n");
         }
         return MayLackMembers(run, archive) ? ExitCode::LookAt : ExitCode::Done;
     }
-    run.talk.Error(Shown(target) + " is not what " + Shown(path) +
-                   " says: " + Counted(mismatches.size(), "difference"));
+    run.talk.Error(Shown(target) + " does not match " + Shown(path) + ": " +
+                   Counted(mismatches.size(), "difference"));
     return ExitCode::LookAt;
 }
 

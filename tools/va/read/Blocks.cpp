@@ -109,7 +109,8 @@ private:
         WriteKind(id);
         const std::uint64_t held = size_ - std::min<std::uint64_t>(size_, kBlockHead);
         if (claimed != held) {
-            Warn("its header says " + Counted(claimed, "byte") + ", it has " + GroupedDigits(held));
+            Warn("its header says " + Counted(claimed, "byte") + ", but it has " +
+                 GroupedDigits(held));
         }
     }
 
@@ -143,7 +144,7 @@ private:
             Refuse(Shown(operand_) + ": the block '" + Shown(id) + "' at offset " +
                    std::to_string(offset) + " has " + Counted(size, "byte") + ", and the file " +
                    std::to_string(size_ - position_) +
-                   "; it is damaged, cut off or no file of blocks");
+                   "; it is damaged, cut off, or not a file of blocks");
         }
         skip_ = size;
     }
@@ -222,8 +223,8 @@ ExitCode RunBlocks(Run& run) {
     // A file that exists wins, because file names may contain ':'.
     if (platform::Exists(operand.c_str())) return ListFile(run, operand);
     if (operand.find(':') != std::string::npos) return ListMember(run, operand);
-    throw Failure{ExitCode::NotFound,
-                  "there is no file '" + Shown(operand) + "'; a member is named ARCHIVE:MEMBER"};
+    throw Failure{ExitCode::NotFound, "there is no file '" + Shown(operand) +
+                                          "'; to name a member, write ARCHIVE:MEMBER"};
 }
 
 }  // namespace

@@ -30,8 +30,8 @@ public:
             const bool isText = c >= 0x20 || c == '\n' || c == '\r' || c == '\t' || c == '\f';
             if (guarded_ && (!isText || c == 0x7F)) {
                 Refuse(
-                    "standard output is a terminal and the content is not text; -f writes it all "
-                    "the same");
+                    "standard output is a terminal and the content is not text; use -f to write it "
+                    "anyway");
             }
         }
         answer_.Write(bytes);

@@ -109,14 +109,14 @@ ExitCode RunCompare(Run& run) {
 Command CompareCommand() {
     return {
         .words = "compare",
-        .summary = "show what differs between two archives or folders",
+        .summary = "show the differences of two archives or folders",
         .operands = kOperands,
         .options = kOptions,
         .details =
             "Compares the members of A and B by name and content. Each line has a letter, a "
             "tab and the name: A added, M changed, D removed, R renamed (old and new name). "
             "Names that differ in letter case only are one name. With -v standard error has a line "
-            "for each member: its sizes where it differs, and 'same' where it does not.\n"
+            "for each member: its sizes if it differs, or 'same'.\n"
             "\n"
             "The exit code is 0 when both are equal, 1 when "
             "they differ or files of a folder cannot be members.\n",

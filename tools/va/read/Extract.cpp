@@ -11,11 +11,11 @@ namespace {
 constexpr Option kDirectory{.name = "directory",
                             .letter = 'C',
                             .value = "DIR",
-                            .meaning = "write below DIR, which is made if it is missing",
+                            .meaning = "write below DIR, which is created if it is missing",
                             .completes = Completes::Folders};
 constexpr Option kStrip{
-    .name = "strip", .value = "N", .meaning = "leave out the first N folders of each name"};
-constexpr Option kFlat{.name = "flat", .meaning = "leave out all folders of each name"};
+    .name = "strip", .value = "N", .meaning = "drop the first N folders of each name"};
+constexpr Option kFlat{.name = "flat", .meaning = "drop all folders of each name"};
 constexpr Option kMaxBytes{
     .name = "max-bytes", .value = "BYTES", .meaning = "refuse more content than that in all"};
 constexpr Option kKeepGoing{

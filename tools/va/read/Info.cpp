@@ -223,18 +223,17 @@ ExitCode Info(Run& run) {
 
 Command InfoCommand() {
     return {.words = "info",
-            .summary = "say what a file is, on one screen",
+            .summary = "describe a file on one screen",
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Shows what FILE is: members, sizes, the SHA-256 of the content (that of what 'va "
-                "sums' prints), bytes that nothing uses any more, the state of the index, and the "
-                "versions in its header; of a patch also what its manifest says, with the maker's "
-                "note; of a compact patch the streams that it is made of. Of compressed files, "
-                "diffs, descriptions and some other kinds it shows what "
-                "they "
-                "are. The exit code is 1 when a member or the manifest is damaged, or files of a "
-                "folder cannot be members; 'va test' names all that is wrong.\n",
+                "Shows the kind of FILE, its members and sizes, the SHA-256 of the content (the "
+                "digest of the lines of 'va sums'), dead bytes, the state of the index, and the "
+                "versions in the header; for a patch also its manifest with the maker's note, and "
+                "for a compact patch its streams. For compressed files, diffs, descriptions and "
+                "some other files it shows the kind and the sizes. The exit code is 1 when a "
+                "member or the manifest is damaged, or files of a folder cannot be members; 'va "
+                "test' names all problems.\n",
             .examples = kExamples,
             .run = Info};
 }

@@ -80,17 +80,16 @@ ExitCode Test(Run& run) {
 
 Command TestCommand() {
     return {.words = "test",
-            .summary = "judge every byte of archives",
+            .summary = "check every byte of archives",
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Judges every byte: the index against the members, check sums, sizes, overlaps, "
-                "names, hidden and double members, a missing index. Each problem is a line with "
-                "its offset, and the exit "
-                "code is then 2. Of a compact patch it judges the digest of the file, the check "
-                "sums, and "
-                "the lists; what its contents give only 'va apply --check OLD PATCH' can tell. "
-                "The exit code is 1 when files of a folder cannot be members.\n",
+                "Checks every byte: the index against the members, check sums, sizes, overlaps, "
+                "names, hidden and duplicate members, a missing index. Each problem is a line with "
+                "its offset, and the exit code is then 2. For a compact patch it checks the digest "
+                "of the file, the check sums and the lists; its contents can only be checked with "
+                "'va apply --check OLD PATCH'. The exit code is 1 when files of a folder cannot be "
+                "members.\n",
             .examples = kExamples,
             .run = Test};
 }

@@ -134,10 +134,10 @@ Command ListCommand() {
             .details =
                 "Lists the names of members, one a line, in the order of the archive. Control "
                 "characters are shown as \\x1b; -0 writes names as they are stored. Nothing is "
-                "made or changed.\n"
+                "created or changed.\n"
                 "\n"
-                "The exit code is 1 when the archive was cut, so that members may be missing, and "
-                "when files of a folder cannot be members.\n",
+                "The exit code is 1 when members may be missing, because the archive was cut off "
+                "or its index is damaged, and when files of a folder cannot be members.\n",
             .examples = kExamples,
             .run = List};
 }

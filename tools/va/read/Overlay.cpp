@@ -88,9 +88,11 @@ ExitCode RunOverlay(Run& run) {
     // A missing member hides nothing, so an earlier one would win. A list with a warning is still
     // useful, but an archive made of it would be wrong without a sign.
     if (result && mayLack) {
-        throw Failure{ExitCode::Refused,
-                      "nothing was written to '" + Shown(*result) +
-                          "': an archive may lack members, so that others would win"};
+        throw Failure{
+            ExitCode::Refused,
+            "nothing was written to '" + Shown(*result) +
+                "': an archive may lack members, so the wrong ones could win; save it with "
+                "'va repair' first"};
     }
     const std::vector<OverlaidMember> members = Overlay(sides, ProgressOf(run));
     std::uint64_t conflicts = 0;
@@ -113,7 +115,7 @@ ExitCode RunOverlay(Run& run) {
 
 Command OverlayCommand() {
     return {.words = "overlay",
-            .summary = "show what archives give when they are mounted together",
+            .summary = "show the members of archives that are mounted together",
             .operands = kOperands,
             .options = kOptions,
             .details =
@@ -124,8 +126,8 @@ Command OverlayCommand() {
                 "\n"
                 "--write makes an archive of the members that win. Members of archives keep their "
                 "stored bytes, those of folders are compressed where it saves 2 %. OUT appears "
-                "when all of it was written and judged, or not at all; one that exists is replaced "
-                "only with -f.\n",
+                "when all of it was written and checked, or not at all; an existing OUT is "
+                "replaced only with -f.\n",
             .examples = kExamples,
             .run = RunOverlay};
 }

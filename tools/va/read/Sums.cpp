@@ -61,7 +61,7 @@ Command SumsCommand() {
             .options = kOptions,
             .details =
                 "Prints the digest of each member as a line of sha256sum, in the byte order of the "
-                "names in UTF-8: 'sha256sum -c' judges extracted files by it. An archive and a "
+                "names in UTF-8, so 'sha256sum -c' can check extracted files. An archive and a "
                 "folder with the same content give the same lines, whatever their order and "
                 "compression. The summary has the digest of all lines.\n"
                 "\n"

@@ -80,8 +80,9 @@ public:
         const std::size_t start = MemberStart(operand);
         if (start == std::string::npos) {
             return AddFailure(operand, {ExitCode::NotFound, "there is no file '" + Shown(operand) +
-                                                                "'; a member of an archive is "
-                                                                "named archive.va:member/path"});
+                                                                "'; to name a member of an "
+                                                                "archive, write "
+                                                                "archive.va:member/path"});
         }
         AddMembers(operand, operand.substr(0, start), operand.substr(0, start - 1),
                    operand.substr(start));
@@ -139,7 +140,7 @@ private:
         const std::string what = isFolder ? "" : " matches '" + Shown(pattern) + "'";
         AddFailure(operand, {ExitCode::NotFound,
                              nothingMatches && !isFolder
-                                 ? "nothing " + where + what + "; 'va list' shows its members"
+                                 ? "nothing " + where + what + "; run 'va list' to see its members"
                                  : "no description " + where + what +
                                        "; their names end in .txt, .chump, .cdp or .cdp2"});
     }

@@ -184,8 +184,8 @@ Command TagToTextCommand() {
                 "folder or that a pattern selects; each keeps its path.\n"
                 "\n"
                 "The text form has no raw bytes, no capital letters or blanks in names, and only "
-                "six digits of a float. Whatever OUT does not hold as IN did is named on standard "
-                "error, one line each, and the exit code is then 1.\n",
+                "six digits of a float. Every such loss is reported on standard error, one line "
+                "each, and the exit code is then 1.\n",
             .examples = kToTextExamples,
             .run = [](Run& run) { return Convert(run, TagForm::Text); }};
 }
@@ -199,11 +199,10 @@ Command TagToBinaryCommand() {
                 "Writes the tags of IN in the binary form, as version 1 of it (texts in UTF-8). IN "
                 "may have either form, and --out-dir takes many, as for 'va tag to-text'.\n"
                 "\n"
-                "A text's names lose their capital letters, and its floats the digits beyond about "
-                "seven. Whatever was read differently than it is written in IN, and whatever OUT "
-                "does not hold as IN did, is named on standard error, and the exit code is then 1. "
-                "A name of more than 254 bytes cannot be stored in the binary form: nothing is "
-                "written.\n",
+                "Names of a text lose their capital letters, and its floats the digits beyond "
+                "about seven. Everything that is read differently from what is written in IN, and "
+                "every loss, is reported on standard error, and the exit code is then 1. A name of "
+                "more than 254 bytes cannot be stored in the binary form: nothing is written.\n",
             .examples = kToBinaryExamples,
             .run = [](Run& run) { return Convert(run, TagForm::Binary); }};
 }

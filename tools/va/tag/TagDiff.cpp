@@ -104,11 +104,11 @@ constexpr std::array<std::string_view, 2> kExamples = {
 
 Command TagDiffCommand() {
     return {.words = "tag diff",
-            .summary = "show what differs between two descriptions",
+            .summary = "show the differences of two descriptions",
             .operands = kOperands,
             .options = kOptions,
             .details =
-                "Compares the tags of A and B by their paths, whatever form each has. Each line "
+                "Compares the tags of A and B by their paths, in any form. Each line "
                 "has a letter, the path and the values, with tabs between them: A added, D "
                 "removed, M changed (old and new value), O a container whose tags are in another "
                 "order. Of equal names the first is compared with the first, and so on. Between "

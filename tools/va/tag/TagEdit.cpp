@@ -61,7 +61,7 @@ public:
                    "' is a container; set a tag in it, or remove it first");
         }
         if (Parent().GetType() != Vorn::kTagContainer) {
-            Refuse("the tag around '" + Path() + "' is no container and holds no tags");
+            Refuse("the tag around '" + Path() + "' is not a container and cannot hold tags");
         }
         const NewValue value = ReadNewValue(typed, type, tag_.Get());
         std::vector<std::string> texts;
@@ -208,14 +208,14 @@ Command TagSetCommand() {
             .operands = kSetOperands,
             .options = kSetOptions,
             .details =
-                "Gives one tag of IN a value; a tag that is not there is added at the end of its "
-                "container. Every other byte of a text stays as it is, and the result is read back "
-                "before it is written: when the text cannot hold the value there, or another tag "
-                "would read differently, IN stays as it is and the exit code is 2.\n"
+                "Gives one tag of IN a value; a missing tag is added at the end of its container. "
+                "Every other byte of a text stays as it is, and the result is read back before it "
+                "is written: if the text cannot hold the value there, or another tag would read "
+                "differently, IN stays as it is and the exit code is 2.\n"
                 "\n"
-                "A VALUE that begins with '-' goes after '--'. IN is replaced in one step; -o "
-                "writes elsewhere, and -f lets it replace a "
-                "file. The binary form is written anew, as version 1 of it.\n",
+                "Put a VALUE that begins with '-' after '--'. IN is replaced in one step; -o "
+                "writes to another file, which must not exist without -f. A binary IN is rewritten "
+                "as version 1 of that form.\n",
             .examples = kSetExamples,
             .run = [](Run& run) {
                 return Editing(run).Set(run.Operand(2), run.Value(kType).value_or("auto"));

@@ -70,8 +70,8 @@ TagFile ReadTags(const Bytes& content, const std::string& name, Vorn::TagObserve
 void CheckEnding(const std::string& path, TagForm form) {
     if (path == "-" || FormOfEnding(path) == form) return;
     const char* endings = form == TagForm::Text ? ".txt" : ".chump, .cdp or .cdp2";
-    throw Failure{ExitCode::Usage, "programs would not take '" + Shown(path) +
-                                       "' for this form: let its name end in " + endings};
+    throw Failure{ExitCode::Usage, "programs would not read '" + Shown(path) +
+                                       "' in this form; its name must end in " + endings};
 }
 
 }  // namespace va::tool

@@ -17,7 +17,7 @@ namespace {
 
 constexpr Option kCheckOnly{
     .name = "check",
-    .meaning = "write nothing; name the texts that are laid out otherwise, and end with 1"};
+    .meaning = "write nothing; name the texts whose layout differs, and end with 1"};
 
 // Collects the places of tags, and whether reading stopped before the end of the text.
 class Reading final : public Vorn::TagObserver {
@@ -38,7 +38,8 @@ std::string Formatted(const Bytes& content, const std::string& name) {
     Reading reading;
     const TagFile file = ReadTags(content, name, reading);
     if (file.form != TagForm::Text) {
-        RefuseInput("'" + Shown(name) + "' is in the binary form; 'va tag to-text' makes a text");
+        RefuseInput("'" + Shown(name) +
+                    "' is in the binary form; convert it with 'va tag to-text'");
     }
     // A text that reads differently afterwards is refused. One that ended early is refused as well:
     // the new layout would drop the unread rest.
@@ -49,8 +50,8 @@ std::string Formatted(const Bytes& content, const std::string& name) {
         !reading.endsEarly && SameTags(*ReadTags(BytesOf(*text), name, places).root, *file.root);
     if (isSame) return std::move(*text);
     RefuseInput("'" + Shown(name) +
-                "' stays as it is: it would read differently; 'va tag check' tells what is wrong "
-                "with it");
+                "' stays as it is: it would read differently; run 'va tag check' to see what is "
+                "wrong");
 }
 
 ExitCode Format(Run& run) {
@@ -62,7 +63,7 @@ ExitCode Format(Run& run) {
     });
     const bool isCheck = run.Has(kCheckOnly);
     if (output && inputs.size() > 1) {
-        throw Failure{ExitCode::Usage, "-o takes the result of one text, and there are " +
+        throw Failure{ExitCode::Usage, "-o takes the result of one text, but there are " +
                                            std::to_string(inputs.size())};
     }
     // All destinations are checked before the first text is written.
@@ -101,13 +102,13 @@ Command TagFormatCommand() {
             .options = kOptions,
             .details =
                 "Gives texts the indentation and columns that 'va tag to-text' writes. Names and "
-                "values keep their bytes, lines that begin like comments their blanks, and the "
-                "text its line ends. Each result is read back first; a text that would read "
-                "differently stays as it is, and the exit code is 2. The names of the texts that "
-                "change are the answer.\n"
+                "values keep their bytes, lines that begin like comments keep their blanks, and "
+                "the text keeps its line ends. Each result is read back first; a text that would "
+                "read differently stays as it is, and the exit code is 2. Standard output lists "
+                "the texts that change.\n"
                 "\n"
-                "Texts are replaced in one step; -o writes elsewhere, and -f lets it replace a "
-                "file.\n",
+                "Texts are replaced in one step; -o writes to another file, which must not exist "
+                "without -f.\n",
             .examples = kExamples,
             .run = Format};
 }

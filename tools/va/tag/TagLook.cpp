@@ -19,12 +19,11 @@ namespace va::tool {
 namespace {
 
 constexpr std::array<std::string_view, 2> kYesOrNo = {"yes", "no"};
-constexpr Option kLosses{
-    .name = "losses",
-    .value = "WHICH",
-    .meaning = "no: do not judge what the other form cannot hold (default: yes)",
-    .choices = kYesOrNo,
-    .completes = Completes::Choices};
+constexpr Option kLosses{.name = "losses",
+                         .value = "WHICH",
+                         .meaning = "no: do not report losses of the other form (default: yes)",
+                         .choices = kYesOrNo,
+                         .completes = Completes::Choices};
 constexpr Option kDefault{
     .name = "default", .value = "VALUE", .meaning = "print VALUE for a tag that is not there"};
 
@@ -208,19 +207,19 @@ Command TagPrintCommand() {
 
 Command TagCheckCommand() {
     return {.words = "tag check",
-            .summary = "find faults, and what converting loses",
+            .summary = "find faults, and losses of a conversion",
             .operands = kInputs,
             .options = kCheckOptions,
             .details =
-                "Names everything that a program would read differently than it is written, with "
-                "line and column (text) or offset (binary), what is legal and likely not meant "
-                "(notes), then what the other form cannot hold, and sums up. The exit code is 0 "
-                "when there is nothing to name, 2 when programs can read nothing at all of an "
-                "IN.\n"
+                "Reports everything that a program would read differently from what is written, "
+                "with line and column (text) or offset (binary); then legal tags that are probably "
+                "a mistake (notes), and tags that the other form cannot represent (losses). The "
+                "exit code is 0 when there is nothing to report, 2 when programs cannot read an IN "
+                "at all.\n"
                 "\n"
-                "Notes are: a comma between digits as in 14,300, which makes a list; a number in "
-                "front of a '}', which is a text; a line that begins like a comment, which is a "
-                "tag; a name that the container has before.\n",
+                "Notes are: a comma between digits as in 14,300, which makes a list; a number "
+                "before a '}', which is read as a text; a line that begins like a comment, which "
+                "is read as a tag; a name that occurs twice in a container.\n",
             .examples = kCheckExamples,
             .run = Check};
 }
@@ -236,8 +235,8 @@ Command TagGetCommand() {
                 "found in any letter case, the exact one first. For a '/' in a name write '\\/', "
                 "for a backslash '\\\\'.\n"
                 "\n"
-                "Only findings about these tags count. Where IN is several descriptions, the name "
-                "of each and a tab stand before its values.\n",
+                "Only findings about these tags count. If IN is several descriptions, the name of "
+                "each and a tab precede its values.\n",
             .examples = kGetExamples,
             .run = Get};
 }

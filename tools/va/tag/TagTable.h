@@ -17,7 +17,7 @@ inline constexpr Operand kTagInputs{.name = kTagInput.name,
 inline constexpr Option kOutputFolder{
     .name = "out-dir",
     .value = "DIR",
-    .meaning = "write a file for each IN below DIR, which is made; all operands are then inputs",
+    .meaning = "write a file for each IN below DIR, which is created; all operands are inputs then",
     .completes = Completes::Folders};
 inline const Option kIgnore{.name = "ignore",
                             .value = "KIND",
