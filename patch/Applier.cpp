@@ -11,6 +11,7 @@
 #include "patch/InOrder.h"
 #include "patch/Proof.h"
 #include "patch/Rebuilder.h"
+#include "patch/Runs.h"
 #include "patch/TrailingDigest.h"
 #include "platform/SystemInfo.h"
 
@@ -125,18 +126,28 @@ private:
         const auto copyUpTo = [&](std::size_t end) {
             for (; next < end; ++next) Copy(next, meter);
         };
-        InOrder<archive::PackedMember> work(
-            made_.size(), threads_,
-            [this](std::size_t unit) { return CostOf(parts_[made_[unit]]); }, kMostWaiting);
+        // A small member is made faster than a thread wakes, so that several are one unit.
+        const auto runs =
+            CutRuns(made_.size(), [this](std::size_t i) { return CostOf(parts_[made_[i]]); });
+        InOrder<std::vector<archive::PackedMember>> work(
+            runs.size(), threads_, [&](std::size_t unit) { return CostOf(runs[unit]); },
+            kMostWaiting);
         work.Run(
             meter,
             [&](unsigned worker, std::size_t unit) {
-                return rebuilders[worker].Make(parts_[made_[unit]]);
+                std::vector<archive::PackedMember> packed;
+                for (std::size_t i = runs[unit].begin; i < runs[unit].end; ++i) {
+                    packed.push_back(rebuilders[worker].Make(parts_[made_[i]]));
+                }
+                return packed;
             },
-            [&](std::size_t unit, const archive::PackedMember& packed) {
-                copyUpTo(made_[unit]);
-                Add(next++, packed);
-                meter.Add(CostOf(parts_[made_[unit]]));
+            [&](std::size_t unit, const std::vector<archive::PackedMember>& packed) {
+                for (std::size_t i = 0; i < packed.size(); ++i) {
+                    const std::size_t part = made_[runs[unit].begin + i];
+                    copyUpTo(part);
+                    Add(next++, packed[i]);
+                    meter.Add(CostOf(parts_[part]));
+                }
             });
         copyUpTo(parts_.size());
         meter.Report(true);
@@ -154,6 +165,12 @@ private:
             default:
                 return old_.Members()[part.old].size + patch_.Members()[part.held].size;
         }
+    }
+
+    [[nodiscard]] std::uint64_t CostOf(const ItemRun& run) const {
+        std::uint64_t bytes = 0;
+        for (std::size_t i = run.begin; i < run.end; ++i) bytes += CostOf(parts_[made_[i]]);
+        return bytes;
     }
 
     void Copy(std::size_t i, Meter& meter) {

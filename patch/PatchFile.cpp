@@ -9,7 +9,7 @@
 #include "archive/Names.h"
 #include "patch/Contents.h"
 #include "patch/Error.h"
-#include "patch/InOrder.h"
+#include "patch/Runs.h"
 
 namespace patch {
 namespace {
@@ -216,17 +216,15 @@ void PatchFile::JudgeAdded(unsigned threads, const ProgressFunction& progress) c
     }
     Meter meter(progress, "judging the patch", bytes);
     const auto readers = NewReaders(*tree_, threads);
-    InOrder<bool> work(
-        held.size(), threads, [](std::size_t) { return 0; }, 0);
-    work.Run(
-        meter,
-        [&](unsigned worker, std::size_t unit) {
-            return DigestContent(*readers[worker], *held[unit]->held, Digests(), meter) ==
-                   held[unit]->newDigest;
-        },
-        [&](std::size_t unit, bool same) {
-            if (!same) FailDamaged("its content is not the one that is listed", held[unit]->name);
-        });
+    const auto runs =
+        CutRuns(held.size(), [&](std::size_t i) { return (*tree_)[*held[i]->held].size; });
+    // An item that fails ends its run, so that the first one in the order of the lists is named.
+    ForEachItem(runs, threads, meter, [&](unsigned worker, std::size_t i) {
+        const Change& change = *held[i];
+        if (DigestContent(*readers[worker], *change.held, Digests(), meter) != change.newDigest) {
+            FailDamaged("its content is not the one that is listed", change.name);
+        }
+    });
 }
 
 }  // namespace patch
