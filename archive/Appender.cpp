@@ -143,7 +143,8 @@ void Appender::Append(std::span<const std::byte> bytes) {
             }
             continue;
         }
-        // Large pieces, such as stored data that is copied, need not pass through the buffer.
+        // Large pieces, such as stored data that is copied, need not pass through the buffer. It is
+        // empty here: no other byte would fit beside such a piece.
         if (count == kBufferSize && pending_.empty()) {
             WriteBegun(written_, bytes);
             written_ += bytes.size();
@@ -166,33 +167,40 @@ void Appender::Finish() {
         entry.size = static_cast<std::uint32_t>(begun_->taken);
         entry.crc = begun_->sum.Value();
     }
-    // Content of unknown size: entry and stream header were written before it was known.
-    std::array<std::byte, kFindEntrySize + kStreamHeaderSize> late{};
-    EncodeEntry(std::span(late).first<kFindEntrySize>(), entry);
-    std::ranges::copy(EncodeStreamHeader(entry.size), late.begin() + kFindEntrySize);
-    const auto known =
-        std::span<const std::byte>(late).first(begun_->as.compress ? late.size() : kFindEntrySize);
+    std::array<std::byte, kFindEntrySize> encoded{};
+    EncodeEntry(encoded, entry);
     const std::uint64_t chunkOffset = begun_->chunkOffset;
     const bool inFile = written_ > chunkOffset;
-    if (inFile) {
-        WriteOut();
-        WriteBegun(chunkOffset + kChunkHeaderSize, known);
-    } else {
-        const auto chunk = std::span(buffer_).subspan(chunkOffset - written_);
-        std::ranges::copy(known, chunk.begin() + kChunkHeaderSize);
-        // The batch's first chunk stays hidden, and hides the others.
-        if (chunkOffset != batchStart_) {
-            EncodeChunkHeader(chunk.first<kChunkHeaderSize>(), kMemberChunk,
-                              static_cast<std::uint32_t>(kFindEntrySize + entry.storedSize));
-        }
-    }
-    const auto ordinal =
-        contents_.members.Add(static_cast<std::uint32_t>(chunkOffset + kMemberPrefixSize),
-                              entry.storedSize, std::span(late).first<kFindEntrySize>());
+    WriteLate(encoded);
+    const auto ordinal = contents_.members.Add(
+        static_cast<std::uint32_t>(chunkOffset + kMemberPrefixSize), entry.storedSize, encoded);
     pending_.push_back({ordinal, chunkOffset, begun_->as.replaces});
     begun_.reset();
     // What hides a member that is in the file already must be opened before others follow it.
     if (publish_ == Publish::EachMember || inFile) Flush();
+}
+
+// Writes what is known only now over the member's first bytes, in the file or in the buffer: its
+// entry, the header of its stream, and of a chunk in the buffer the header.
+void Appender::WriteLate(std::span<const std::byte, kFindEntrySize> encoded) {
+    std::array<std::byte, kFindEntrySize + kStreamHeaderSize> late{};
+    std::ranges::copy(encoded, late.begin());
+    std::ranges::copy(EncodeStreamHeader(begun_->entry.size), late.begin() + kFindEntrySize);
+    const auto known =
+        std::span<const std::byte>(late).first(begun_->as.compress ? late.size() : kFindEntrySize);
+    const std::uint64_t chunkOffset = begun_->chunkOffset;
+    if (written_ > chunkOffset) {
+        WriteOut();
+        WriteBegun(chunkOffset + kChunkHeaderSize, known);
+        return;
+    }
+    const auto chunk = std::span(buffer_).subspan(chunkOffset - written_);
+    std::ranges::copy(known, chunk.begin() + kChunkHeaderSize);
+    // The batch's first chunk stays hidden, and hides the others.
+    if (chunkOffset != batchStart_) {
+        EncodeChunkHeader(chunk.first<kChunkHeaderSize>(), kMemberChunk,
+                          static_cast<std::uint32_t>(kFindEntrySize + begun_->entry.storedSize));
+    }
 }
 
 void Appender::Abandon() {
@@ -225,7 +233,7 @@ void Appender::PublishPending() {
         try {
             PublishFirst(count);
         } catch (const Error&) {
-            if (count > 1 && !pending_.empty()) {
+            if (count > 1) {
                 count = 1;
                 continue;
             }

@@ -118,6 +118,7 @@ private:
     void BeginChunk(const NewMember& as, const FindEntry& entry, bool asStored);
     void Prepare();
     void EncodePiece();
+    void WriteLate(std::span<const std::byte, kFindEntrySize> encoded);
     void Append(std::span<const std::byte> bytes);
     void WriteOut();
     void WriteBegun(std::uint64_t offset, std::span<const std::byte> bytes);

@@ -1,79 +1,12 @@
 #include "archive/Salvage.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
-#include <tuple>
 #include <utility>
 
-#include "archive/Names.h"
+#include "archive/SalvagePicks.h"
 
 namespace archive {
-namespace {
-
-constexpr const char* kNoSum = "it has no check sum, which would prove its content";
-
-[[nodiscard]] bool SameNumbers(const Member& a, const Member& b) {
-    return a.storedSize == b.storedSize && a.size == b.size && a.crc == b.crc &&
-           a.attributes == b.attributes;
-}
-
-[[nodiscard]] std::string ChunkCalls(std::string_view name) {
-    return "the index calls it so, and its chunk '" + std::string(name) + "'";
-}
-
-[[nodiscard]] bool LacksSum(const Member& member) { return member.crc == 0 && member.size > 0; }
-
-}  // namespace
-
-// The members by folded name, with what decides between those of one name.
-struct Salvage::Picks {
-    // Chunks that a damaged index does not list come before all others; then the later one wins.
-    struct Rank {
-        bool believed = true;
-        std::uint64_t place = 0;
-        auto operator<=>(const Rank&) const = default;
-    };
-    struct Pick {
-        std::optional<SalvagedMember> saved{};
-        std::optional<SalvagedMember> lost{};
-        Rank savedRank{};
-        Rank lostRank{};
-    };
-
-    void Save(SalvagedMember member, bool believed) {
-        extents.emplace_back(member.place, member.place + member.numbers.storedSize);
-        Pick& pick = byName[FoldName(member.name)];
-        const Rank rank{believed, member.place};
-        if (pick.saved) ++older;
-        if (pick.saved && rank < pick.savedRank) return;
-        pick.savedRank = rank;
-        pick.saved = std::move(member);
-    }
-    void Lose(SalvagedMember member, bool believed) {
-        Pick& pick = byName[FoldName(member.name)];
-        const Rank rank{believed, member.place};
-        if (pick.lost && rank < pick.lostRank) return;
-        pick.lostRank = rank;
-        pick.lost = std::move(member);
-    }
-    [[nodiscard]] bool HasLost(std::string_view name) const {
-        const auto pick = byName.find(FoldName(name));
-        return pick != byName.end() && pick->second.lost.has_value();
-    }
-    // Whether a place lies in the content of a member that an index lists.
-    [[nodiscard]] bool IsInside(std::uint64_t place) const {
-        const auto after = std::ranges::upper_bound(listed, std::pair(place, UINT64_MAX));
-        return after != listed.begin() && place < std::prev(after)->second;
-    }
-
-    std::map<std::string, Pick> byName;
-    std::vector<std::pair<std::uint64_t, std::uint64_t>> extents;  // of what is saved
-    std::vector<std::pair<std::uint64_t, std::uint64_t>> listed;   // the same, sorted
-    bool hasSums = false;
-    std::uint64_t older = 0;
-    std::uint64_t unlisted = 0;
-};
 
 Salvage::Salvage(ScannedFile scanned) : scanned_(std::move(scanned)) {
     claims_.reserve(scanned_.chunks.size());
@@ -82,7 +15,6 @@ Salvage::Salvage(ScannedFile scanned) : scanned_(std::move(scanned)) {
         claims_.push_back({&scanned_.entries, static_cast<MemberTable::Ordinal>(i), chunk.place,
                            chunk.version, chunk.state, std::move(chunk.reason)});
     }
-    used_.resize(scanned_.chunks.size());
     for (auto found = scanned_.indexes.rbegin(); found != scanned_.indexes.rend(); ++found) {
         AcceptIndex(*found);
     }
@@ -179,6 +111,11 @@ void Salvage::DropOverlappingRecords() {
     }
 }
 
+bool Salvage::SameNumbers(const Member& a, const Member& b) {
+    return a.storedSize == b.storedSize && a.size == b.size && a.crc == b.crc &&
+           a.attributes == b.attributes;
+}
+
 std::size_t Salvage::ChunkAt(std::uint64_t place) const {
     const auto found = std::ranges::lower_bound(scanned_.chunks, place, {}, &FoundChunk::place);
     if (found == scanned_.chunks.end() || found->place != place) return kNone;
@@ -247,169 +184,6 @@ const Salvage::Index* Salvage::IndexOver(std::uint64_t place) const {
     return nullptr;
 }
 
-bool Salvage::PickRecord(const Index& index, MemberTable::Ordinal ordinal, Picks& picks) {
-    const MemberTable& table = index.found->records;
-    const Member member = table[ordinal];
-    const Record& record = index.records[ordinal];
-    const bool hasChunk = record.chunk != kNone;
-    const Member chunk = hasChunk ? MemberOf(record.chunk) : Member{};
-    if (table.Find(member.name) != ordinal) {
-        // A name that damage has made that of another one leaves the chunk to itself.
-        if (hasChunk && SameName(chunk.name, member.name)) used_[record.chunk] = 1;
-        ++picks.older;
-        return true;
-    }
-    const bool agrees = hasChunk && record.claim == kNone && SameNumbers(chunk, member);
-    const bool sameName = hasChunk && SameName(chunk.name, member.name);
-    if (agrees || sameName) used_[record.chunk] = 1;
-    const std::size_t like = ChunkLike(member);
-    SalvagedMember found;
-    if (agrees && IsWhole(record.chunk)) {
-        found = Described(record.chunk);
-        // Of two names the one that readers find; else the index's, which they have used so far.
-        const bool byChunk = NameProblem(member.name) && !NameProblem(chunk.name);
-        if (!byChunk) found.name = member.name;
-        if (!SameName(chunk.name, member.name)) {
-            found.doubt =
-                byChunk ? "its chunk calls it so, and the index '" + std::string(member.name) + "'"
-                        : ChunkCalls(chunk.name);
-        } else if (LacksSum(member) && picks.hasSums && chunk.name != member.name) {
-            return false;
-        } else if (LacksSum(member)) {
-            found.doubt = kNoSum;
-        }
-    } else if (IsWhole(record.claim) && !(LacksSum(member) && picks.hasSums)) {
-        found = Described(record.claim);
-        if (LacksSum(member)) found.doubt = kNoSum;
-    } else if (IsWhole(like) && !LacksSum(member)) {
-        used_[like] = 1;
-        found = Described(like);
-    } else if (hasChunk && IsWhole(record.chunk) && !LacksSum(chunk)) {
-        // The record is the damaged one, or its member lies elsewhere.
-        found = Described(record.chunk);
-        if (!sameName) {
-            if (used_[record.chunk] == 0) picks.Save(std::move(found), true);
-            used_[record.chunk] = 1;
-            return false;
-        }
-    } else {
-        return false;
-    }
-    picks.Save(std::move(found), true);
-    return true;
-}
-
-// Saves members that have lost both place and name: sizes and check sum are those of a chunk that
-// is nobody else's.
-void Salvage::PickMissing(const std::vector<Missing>& missing, Picks& picks) {
-    const auto keyOf = [](const Member& member) {
-        return std::tuple(member.crc, member.size, member.storedSize);
-    };
-    std::map<std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>, std::size_t> unused;
-    if (!missing.empty()) {
-        for (std::size_t i = 0; i < scanned_.chunks.size(); ++i) {
-            const Member chunk = MemberOf(i);
-            if (used_[i] == 0 && IsWhole(i) && chunk.crc != 0) unused[keyOf(chunk)] = i;
-        }
-    }
-    for (const auto& [index, ordinal] : missing) {
-        const Member member = index->found->records[ordinal];
-        const auto found = unused.find(keyOf(member));
-        if (found == unused.end()) {
-            picks.Lose(DescribedLost(*index, ordinal), true);
-            continue;
-        }
-        SalvagedMember saved = Described(found->second);
-        saved.doubt = ChunkCalls(saved.name);
-        saved.name = member.name;
-        used_[found->second] = 1;
-        unused.erase(found);
-        picks.Save(std::move(saved), true);
-    }
-}
-
-SalvagedMember Salvage::DescribedLost(const Index& index, MemberTable::Ordinal ordinal) const {
-    const Member member = index.found->records[ordinal];
-    const Record& record = index.records[ordinal];
-    const std::size_t claim = record.claim == kNone ? record.chunk : record.claim;
-    SalvagedMember lost{.name = std::string(member.name), .numbers = member};
-    lost.numbers.name = {};
-    lost.place = index.base + member.dataOffset;
-    lost.doubt = *record.reason != '\0'                            ? record.reason
-                 : claim == kNone || claims_[claim].reason.empty() ? kNoSum
-                                                                   : claims_[claim].reason;
-    return lost;
-}
-
-void Salvage::PickChunk(std::size_t chunk, Picks& picks) {
-    const FoundChunk& found = scanned_.chunks[chunk];
-    if (used_[chunk] != 0 || !found.live || found.inner || picks.IsInside(found.place)) return;
-    const Index* const index = IndexOver(found.place);
-    if (index && index->covers && !picks.HasLost(MemberOf(chunk).name)) {
-        ++picks.unlisted;
-        return;
-    }
-    SalvagedMember member = Described(chunk);
-    if (LacksSum(member.numbers) && member.doubt.empty()) member.doubt = kNoSum;
-    if (found.mayBeInner && member.doubt.empty()) {
-        member.doubt = "it may belong to an archive inside this one";
-    }
-    const bool whole = IsWhole(chunk) && !(LacksSum(member.numbers) && picks.hasSums);
-    if (whole) {
-        picks.Save(std::move(member), !index);
-    } else {
-        picks.Lose(std::move(member), !index);
-    }
-}
-
-// Counts what headers promise beyond what has a name.
-void Salvage::CountPromised(SalvageResult& result) const {
-    std::uint64_t promised = 0;
-    result.indexed = !scanned_.headers.empty();
-    for (const FoundHeader& found : scanned_.headers) {
-        const std::uint64_t place = found.base + found.header.indexOffset;
-        const auto index = std::ranges::find(scanned_.indexes, place, &FoundIndex::place);
-        const bool whole = index != scanned_.indexes.end() && index->intact;
-        if (!whole) result.indexed = false;
-        const std::uint64_t most = found.header.indexOffset / kMemberPrefixSize;
-        promised += whole ? index->records.Count()
-                          : (found.header.memberCount <= most ? found.header.memberCount : 0);
-    }
-    const std::uint64_t named = result.saved.size() + result.lost.size() + result.older;
-    result.unnamed = promised - std::min(promised, named);
-}
-
-SalvageResult Salvage::Resolve() {
-    Picks picks;
-    picks.hasSums = HasCheckSums();
-    std::vector<Missing> missing;
-    for (const Index& index : indexes_) {
-        for (MemberTable::Ordinal i = 0; i < index.records.size(); ++i) {
-            const bool picked = PickRecord(index, i, picks);
-            if (!picked && index.trusted) missing.push_back({&index, i});
-        }
-    }
-    PickMissing(missing, picks);
-    picks.listed = picks.extents;
-    std::ranges::sort(picks.listed);
-    for (std::size_t i = 0; i < scanned_.chunks.size(); ++i) PickChunk(i, picks);
-
-    SalvageResult result;
-    for (auto& [name, pick] : picks.byName) {
-        if (pick.lost && (!pick.saved || pick.savedRank < pick.lostRank)) {
-            if (pick.saved)
-                pick.saved->doubt = "an older one: the last one of this name is damaged";
-            result.lost.push_back(std::move(*pick.lost));
-        }
-        if (pick.saved) result.saved.push_back(std::move(*pick.saved));
-    }
-    std::ranges::stable_sort(result.saved, {}, &SalvagedMember::place);
-    std::ranges::stable_sort(result.lost, {}, &SalvagedMember::place);
-    result.older = picks.older;
-    result.unlisted = picks.unlisted;
-    if (!scanned_.headers.empty()) result.header = scanned_.headers.front().header;
-    CountPromised(result);
-    return result;
-}
+SalvageResult Salvage::Resolve() const { return SalvagePicks(*this).Resolve(); }
 
 }  // namespace archive

@@ -47,12 +47,14 @@ public:
     void Judge(std::size_t number, WholenessJudge& judge);
 
     // Call once, after all were judged.
-    [[nodiscard]] SalvageResult Resolve();
+    [[nodiscard]] SalvageResult Resolve() const;
 
 private:
+    friend class SalvagePicks;
+
     static constexpr std::size_t kNone = SIZE_MAX;
 
-    // Somebody's word that a content lies at a place: that of a chunk or of a record.
+    // Says that a content lies at a place. A chunk or a record makes it.
     struct Claim {
         const MemberTable* table;
         MemberTable::Ordinal ordinal;
@@ -63,7 +65,7 @@ private:
     };
     struct Record {
         std::size_t chunk = kNone;  // at its place
-        std::size_t claim = kNone;  // of its own, unless it says the same as the chunk
+        std::size_t claim = kNone;  // none if it says the same as the chunk
         const char* reason = "";    // why it has no claim
     };
     struct Index {
@@ -76,16 +78,12 @@ private:
         bool covers = false;  // what it leaves out was deleted
         std::vector<Record> records{};
     };
-    struct Missing {
-        const Index* index;
-        MemberTable::Ordinal ordinal;
-    };
-    struct Picks;
 
     void AcceptIndex(const FoundIndex& found);
     [[nodiscard]] std::uint64_t BaseOf(const FoundIndex& found) const;
     void PlaceRecords(Index& index);
     void DropOverlappingRecords();
+    [[nodiscard]] static bool SameNumbers(const Member& a, const Member& b);
     [[nodiscard]] std::size_t ChunkAt(std::uint64_t place) const;
     [[nodiscard]] std::size_t ChunkLike(const Member& member) const;
     [[nodiscard]] bool IsWhole(std::size_t claim) const;
@@ -94,19 +92,10 @@ private:
     [[nodiscard]] SalvagedMember Described(std::size_t claim) const;
     [[nodiscard]] const Index* IndexOver(std::uint64_t place) const;
 
-    // Returns whether the member of a record was saved, or another one hides it.
-    [[nodiscard]] bool PickRecord(const Index& index, MemberTable::Ordinal ordinal, Picks& picks);
-    void PickMissing(const std::vector<Missing>& missing, Picks& picks);
-    [[nodiscard]] SalvagedMember DescribedLost(const Index& index,
-                                               MemberTable::Ordinal ordinal) const;
-    void PickChunk(std::size_t chunk, Picks& picks);
-    void CountPromised(SalvageResult& result) const;
-
     ScannedFile scanned_;
     std::vector<Index> indexes_;
     std::vector<Claim> claims_;  // first those of the chunks
     std::vector<std::size_t> toJudge_;
-    std::vector<char> used_;  // chunks that a record has
 };
 
 }  // namespace archive

@@ -207,8 +207,8 @@ private:
         }
     }
 
-    // Returns the place of the next mark of a chunk; the end of the file if there is none. All
-    // marks have an 'I' at their first or second byte.
+    // Returns the place of the next mark of a chunk, or the end of the file. All marks have an 'I'
+    // at their first or second byte.
     [[nodiscard]] std::uint64_t NextMark(std::uint64_t from) {
         while (from + kMarkSize <= scanned_.size) {
             const auto bytes = window_.Ahead(from, kMarkSize);

@@ -37,7 +37,7 @@ public:
     [[nodiscard]] bool Holds(const OCSChunk* child);
 
     void Add(const InternedString& name, const OCSChunkRef& child);
-    // Change the first pair that holds the child. False if there is none.
+    // Change the first pair that holds the child. Return false if no pair does.
     bool Remove(const OCSChunk* child);
     bool Replace(const OCSChunk* child, const OCSChunkRef& by);
     bool Swap(const OCSChunkRef& a, const OCSChunkRef& b);
