@@ -67,10 +67,9 @@ void LoadQueue::TakeOut(Resource& resource) {
     taken = Remove(index);
     if (!wasHandedOver) return;
     // Fails if a thread that could not wait has begun the load itself.
-    [[maybe_unused]] const bool isReady =
-        ResourceControl(resource).TryMove(ResourceState::Cached, ResourceState::Ready);
+    (void)ResourceControl(resource).TryMove(ResourceState::Cached, ResourceState::Ready);
     // If the worker has taken the unit already, it finds one item less (LoadNext).
-    [[maybe_unused]] const bool unitTaken = work_.Wait(0);
+    (void)work_.Wait(0);
     {
         const ScopedUnlock access(accessLock_, accessLock_.Wait(kWaitForever));
         Awaken(&resource);
@@ -93,7 +92,7 @@ void LoadQueue::Await(Resource& resource) {
             done = std::make_shared<WEvent>(true, false, nullptr);
             waiters_.push_back({&resource, done});
         }
-        [[maybe_unused]] const bool awoken = done->Wait(kWaitForever);
+        (void)done->Wait(kWaitForever);
     }
 }
 
@@ -116,7 +115,7 @@ void LoadQueue::Step() {
         const LoadSlots::Claim claim = slots_.TryBegin(*resource);
         if (!claim || resource->State() != ResourceState::Loaded) continue;
         ForgetRead(*resource);
-        [[maybe_unused]] const bool finished = ResourceControl(*resource).Finish();
+        (void)ResourceControl(*resource).Finish();
     }
 }
 

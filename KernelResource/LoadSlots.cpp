@@ -52,7 +52,7 @@ LoadSlots::OtherLoad LoadSlots::AwaitOtherLoad(const Resource& resource) {
         ++slot->waiting;
         waits_[caller] = slot;
     }
-    [[maybe_unused]] const bool ended = slot->ended.Wait(platform::kWaitForever);
+    (void)slot->ended.Wait(platform::kWaitForever);
     const ScopedLock hold(lock_);
     --slot->waiting;
     waits_.erase(caller);

@@ -316,6 +316,7 @@ void Resource::Move(ResourceState to) {
 
 RedirResource::RedirResource(ResourceDatabase* home, const InternedString& name, Resource& target)
     : Resource(home, name), target_(&target) {
+    // Links are the core's, under its lists lock: the target may belong to another database.
     ResourceCore::Instance().Link(target, *this);
 }
 

@@ -8,13 +8,11 @@ namespace Vorn {
 void ResourceBin::Remove(Resource& resource) { ResourceControl(resource).LeaveAccounts(); }
 
 void ResourceBin::Shelve(Resource& resource) {
-    [[maybe_unused]] const bool moved =
-        ResourceControl(resource).TryMove(ResourceState::Available, ResourceState::Inactive);
+    (void)ResourceControl(resource).TryMove(ResourceState::Available, ResourceState::Inactive);
 }
 
 void ResourceBin::Unshelve(Resource& resource) {
-    [[maybe_unused]] const bool moved =
-        ResourceControl(resource).TryMove(ResourceState::Inactive, ResourceState::Available);
+    (void)ResourceControl(resource).TryMove(ResourceState::Inactive, ResourceState::Available);
 }
 
 bool ResourceBin::Retire(Resource& resource) {

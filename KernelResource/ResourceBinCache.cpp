@@ -77,7 +77,7 @@ bool ResourceBinCache::Add(Resource& resource) {
     // destroys it.
     if (resource.State() == ResourceState::Delete) return false;
     const RefPtr<Resource> holder(&resource);  // the bin's old hold may be the last one
-    [[maybe_unused]] const bool wasHeld = Reclaim(resource);
+    (void)Reclaim(resource);
     const ScopedLock hold(lock_);
     const double expiry = clock_ + age_ + NextRandom() * kJitter;
     resource.SetExpiry(static_cast<float>(expiry));

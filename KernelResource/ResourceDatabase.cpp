@@ -174,8 +174,8 @@ RefPtr<Resource> ResourceDatabase::CreateRedirect(const InternedString& name,
     RefPtr<Resource> target;
     if (!other) {
         target = ResourceCore::Instance().Types().Create(*this, name, source, true);
-        ResourceControl(*target).Move(
-            ResourceState::Ready);  // never inserted, so nothing else would
+        // It is never inserted into a table, so that nothing else would make it ready.
+        ResourceControl(*target).Move(ResourceState::Ready);
     } else if (++trail.redirects <= kMostRedirects) {
         target = LookUp(other, trail);
     }

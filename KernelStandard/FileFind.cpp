@@ -43,7 +43,7 @@ bool File::Find::Open(const char* path) {
     Close();
     if (!SplitPattern(path)) return false;
     const MountPath target = SplitMountPath(directory_.c_str());
-    const std::string_view rest(target.rest != nullptr ? target.rest : "");
+    const std::string_view rest(target.rest ? target.rest : "");
     // Backends take names without a leading separator.
     const std::string below(rest.substr(std::min(rest.find_first_not_of("/\\"), rest.size())));
     if (Enter(target.mount, below, {})) {

@@ -105,7 +105,7 @@ bool FileSubstList::IsMounted(const InternedString& name) {
 std::shared_ptr<FileSub> FileSubstList::TopBackend(const InternedString& name) {
     const ScopedLock hold(lock_);
     const Backends* backends = Find(name);
-    return backends != nullptr ? backends->back().sub : nullptr;
+    return backends ? backends->back().sub : nullptr;
 }
 
 template <typename Ask>

@@ -110,8 +110,7 @@ OpenFlags OpenFile::Flags() const {
 
 std::size_t OpenFile::StreamHeaderSize() const {
     // A file of the file system always has the long header.
-    const bool isShort =
-        owner_ != nullptr && owner_->GetStorageKind() == archive::kArchiveVersion101;
+    const bool isShort = owner_ && owner_->GetStorageKind() == archive::kArchiveVersion101;
     return isShort ? archive::kShortStreamHeaderSize : archive::kStreamHeaderSize;
 }
 

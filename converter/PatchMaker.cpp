@@ -270,8 +270,7 @@ bool PatchMaker::DiffWorkFiles(const char* member) {
 std::string PatchMaker::DiffPathOf(const char* member) const {
     PathBuffer path = workFolder_.PathOf(member);
     const char* extension = ExtensionPart(path.c_str());
-    const std::string withDiff =
-        std::string(extension != nullptr ? extension : "").append(kDiffEnding);
+    const std::string withDiff = std::string(extension ? extension : "").append(kDiffEnding);
     ReplaceExtension(path, withDiff.c_str());
     return std::string(path.View());
 }

@@ -44,7 +44,7 @@ Thread::~Thread() {
     if (!IsValid()) return;
     stopEvent_.Set();
     thread_->Resume();
-    [[maybe_unused]] const bool ended = thread_->Wait(platform::kWaitForever);
+    (void)thread_->Wait(platform::kWaitForever);
 }
 
 bool Thread::GetExitCode(std::uint32_t& code) const {

@@ -19,8 +19,7 @@ bool IsDebuggerPresent() {
 void DebugOutput(const char* text) {
     if (std::getenv("VORN_DEBUG_OUTPUT") || IsDebuggerPresent()) {
         // There is nowhere to report that debug output failed.
-        [[maybe_unused]] const bool shown =
-            posix::WriteAll(STDERR_FILENO, std::as_bytes(std::span(std::string_view(text))));
+        (void)posix::WriteAll(STDERR_FILENO, std::as_bytes(std::span(std::string_view(text))));
     }
 }
 

@@ -217,7 +217,7 @@ bool RemoveEmptyDirectory(const char* path) { return rmdir(ToSystemPath(path).c_
 
 std::string MakePrivateDirectory(const std::string& prefix) {
     std::string path = ToSystemPath(prefix.c_str()) + "XXXXXX";
-    return mkdtemp(path.data()) != nullptr ? path : "";
+    return mkdtemp(path.data()) ? path : "";
 }
 
 bool CommitDirectory(const char* path) {
@@ -305,7 +305,7 @@ bool ChangeDirectory(const char* path) { return chdir(FindExistingPath(path).c_s
 
 std::string TemporaryDirectory() {
     const char* configured = std::getenv("TMPDIR");
-    std::string path = configured != nullptr && *configured != '\0' ? configured : "/tmp";
+    std::string path = configured && *configured != '\0' ? configured : "/tmp";
     if (path.back() != '/') {
         path += '/';
     }

@@ -109,8 +109,8 @@ std::span<const std::byte> ThreadContext(const void* systemContext) noexcept {
     record = {};
     record
         .Zeros(48)  // homes of parameters
-        .U32(kControl | kInteger | kSegments | (floats != nullptr ? kFloats : 0))
-        .U32(floats != nullptr ? floats->mxcsr : 0)
+        .U32(kControl | kInteger | kSegments | (floats ? kFloats : 0))
+        .U32(floats ? floats->mxcsr : 0)
         .U16(SegmentOf(saved, Segment::Cs))
         .U16(0)  // ds and es: not saved, nor used
         .U16(0)

@@ -108,7 +108,7 @@ bool Blocks(std::uint32_t id) {
 bool HaveAllStopped() {
     const auto end = slots.begin() + static_cast<std::ptrdiff_t>(slotCount.load());
     return std::all_of(slots.begin(), end,
-                       [](const Slot& slot) { return slot.context != nullptr || slot.isBlocking; });
+                       [](const Slot& slot) { return slot.context || slot.isBlocking; });
 }
 
 // Threads can start others until they are stopped, so reads the list until it stays the same.

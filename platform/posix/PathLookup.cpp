@@ -73,7 +73,7 @@ std::string FindIgnoringCase(const std::string& path) {
 }  // namespace
 
 std::string ToSystemPath(const char* path) {
-    std::string result = path != nullptr ? path : "";
+    std::string result = path ? path : "";
     std::replace(result.begin(), result.end(), '\\', '/');
     return result;
 }
