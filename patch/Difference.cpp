@@ -78,15 +78,10 @@ Difference FindDifference(const Input& old, const Input& fresh, bool digests, un
             found.digests.fresh[number] = Sha256Of(std::string_view());
         }
     }
-    found.removed = found.pairs.removed;
+    for (const Number number : found.pairs.removed) found.removed.push_back({number});
     SortByName(found.carried, fresh.tree, &Carried::fresh);
     SortByName(found.empty, fresh.tree, std::identity());
-    SortByName(found.removed, old.tree, std::identity());
-    found.oldMd5.resize(found.carried.size());
-    found.newMd5.resize(found.carried.size());
-    found.patchBytes.resize(found.carried.size());
-    found.movedFrom.resize(found.carried.size());
-    found.removedMd5.resize(found.removed.size());
+    SortByName(found.removed, old.tree, &Removed::old);
     return found;
 }
 
@@ -98,7 +93,7 @@ void RefuseUncarried(const Difference& difference, bool needsContent) {
     NameList oldNames;
     for (const Carried& member : difference.carried) Judge(newNames, fresh.tree[member.fresh].name);
     for (const Number number : difference.empty) Judge(newNames, fresh.tree[number].name);
-    for (const Number number : difference.removed) Judge(oldNames, old.tree[number].name);
+    for (const Removed& member : difference.removed) Judge(oldNames, old.tree[member.old].name);
     Refuse(fresh, kUnnamed, newNames);
     Refuse(old, kUnnamed, oldNames);
     if (!needsContent) return;
@@ -112,8 +107,9 @@ void RefuseUncarried(const Difference& difference, bool needsContent) {
            empty);
 }
 
-// A member that is gone is preferred: what has its content is then one that was moved. Few members
-// are added and many are old, so the added ones are what is looked up.
+// Removed members are offered first: "moved from a member that is gone" is what a person would say,
+// even if another old member has the same content. Few members are added and many are old, so the
+// map holds the added ones.
 void FindMoved(Difference& difference) {
     std::map<Sha256Digest, std::optional<Number>> holders;
     const auto& digests = difference.digests;
@@ -125,65 +121,61 @@ void FindMoved(Difference& difference) {
         const auto holder = holders.find(digests.old[number]);
         if (holder != holders.end() && !holder->second) holder->second = number;
     };
-    std::ranges::for_each(difference.removed, offer);
+    for (const Removed& member : difference.removed) offer(member.old);
     for (const Pair& pair : difference.pairs.both) offer(pair.old);
-    for (std::size_t i = 0; i < difference.carried.size(); ++i) {
-        const Carried& member = difference.carried[i];
-        if (!member.old) difference.movedFrom[i] = holders[digests.fresh[member.fresh]];
+    for (Carried& member : difference.carried) {
+        if (!member.old) member.movedFrom = holders[digests.fresh[member.fresh]];
     }
 }
 
 List AddedList(const Difference& difference) {
     List list;
-    for (std::size_t i = 0; i < difference.carried.size(); ++i) {
-        const Carried& member = difference.carried[i];
-        if (!member.old) list[NameIn(difference.fresh, member.fresh)] = difference.newMd5[i];
+    for (const Carried& member : difference.carried) {
+        if (!member.old) list[NameIn(difference.fresh, member.fresh)] = member.newMd5;
     }
     return list;
 }
 
 List DeletedList(const Difference& difference) {
     List list;
-    for (std::size_t i = 0; i < difference.removed.size(); ++i) {
-        list[NameIn(difference.old, difference.removed[i])] = difference.removedMd5[i];
+    for (const Removed& member : difference.removed) {
+        list[NameIn(difference.old, member.old)] = member.md5;
     }
     return list;
 }
 
 List PatchedList(const Difference& difference) {
     List list;
-    for (std::size_t i = 0; i < difference.carried.size(); ++i) {
-        const Carried& member = difference.carried[i];
+    for (const Carried& member : difference.carried) {
         if (!member.old) continue;
-        list[NameIn(difference.fresh, member.fresh)] =
-            difference.oldMd5[i] + '\n' + difference.newMd5[i];
+        list[NameIn(difference.fresh, member.fresh)] = member.oldMd5 + '\n' + member.newMd5;
     }
     return list;
 }
 
 std::vector<MemberChange> ChangesOf(const Difference& difference) {
-    using enum MemberChange::Kind;
+    using Kind = MemberChange::Kind;
     const Input& old = difference.old;
     const Input& fresh = difference.fresh;
     std::vector<MemberChange> changes;
-    for (std::size_t i = 0; i < difference.carried.size(); ++i) {
-        const Carried& member = difference.carried[i];
-        const auto& from = difference.movedFrom[i];
-        changes.push_back({.kind = member.old ? Changed
-                                   : from     ? Moved
-                                              : Added,
+    for (const Carried& member : difference.carried) {
+        const std::optional<Number>& from = member.movedFrom;
+        changes.push_back({.kind = member.old ? Kind::Changed
+                                   : from     ? Kind::Moved
+                                              : Kind::Added,
                            .name = NameIn(fresh, member.fresh),
                            .oldName = from ? NameIn(old, *from) : std::string(),
                            .oldBytes = member.old ? SizeIn(old, *member.old) : 0,
                            .newBytes = SizeIn(fresh, member.fresh),
-                           .patchBytes = difference.patchBytes[i]});
+                           .patchBytes = member.patchBytes});
     }
     for (const Number number : difference.empty) {
-        changes.push_back({.kind = Empty, .name = NameIn(fresh, number)});
+        changes.push_back({.kind = Kind::Empty, .name = NameIn(fresh, number)});
     }
-    for (const Number number : difference.removed) {
-        changes.push_back(
-            {.kind = Removed, .name = NameIn(old, number), .oldBytes = SizeIn(old, number)});
+    for (const Removed& member : difference.removed) {
+        changes.push_back({.kind = Kind::Removed,
+                           .name = NameIn(old, member.old),
+                           .oldBytes = SizeIn(old, member.old)});
     }
     std::ranges::stable_sort(changes, [](const MemberChange& a, const MemberChange& b) {
         return archive::CompareNames(a.name, b.name) < 0;
@@ -203,22 +195,22 @@ Manifest ManifestOf(const Difference& difference, unsigned threads) {
     for (const Pair& pair : difference.pairs.both) {
         if (pair.same) manifest.spots.Add(old.tree[pair.old].name, digests.old[pair.old]);
     }
-    for (std::size_t i = 0; i < difference.carried.size(); ++i) {
-        const Carried& member = difference.carried[i];
+    for (const Carried& member : difference.carried) {
         const std::string name = NameIn(fresh, member.fresh);
         const std::uint64_t bytes = SizeIn(fresh, member.fresh);
         const Sha256Digest& digest = digests.fresh[member.fresh];
         if (member.old) {
             manifest.changed.push_back(
                 {name, SizeIn(old, *member.old), digests.old[*member.old], bytes, digest});
-        } else if (difference.movedFrom[i]) {
-            manifest.moved.push_back({name, NameIn(old, *difference.movedFrom[i]), bytes, digest});
+        } else if (member.movedFrom) {
+            manifest.moved.push_back({name, NameIn(old, *member.movedFrom), bytes, digest});
         } else {
             manifest.added.push_back({name, bytes, digest});
         }
     }
-    for (const Number number : difference.removed) {
-        manifest.removed.push_back({NameIn(old, number), SizeIn(old, number), digests.old[number]});
+    for (const Removed& member : difference.removed) {
+        manifest.removed.push_back(
+            {NameIn(old, member.old), SizeIn(old, member.old), digests.old[member.old]});
     }
     for (const Number number : difference.empty) manifest.empty.push_back(NameIn(fresh, number));
     manifest.old = oldSide.get();

@@ -9,7 +9,6 @@
 #include "patch/Input.h"
 #include "patch/Lists.h"
 #include "patch/Manifest.h"
-#include "patch/MemberMaker.h"
 #include "patch/Pairs.h"
 
 namespace patch {
@@ -25,6 +24,24 @@ struct MemberChange {
     std::uint64_t patchBytes = 0;  // that the patch stores for it
 };
 
+// A member of the new side that the patch carries.
+struct Carried {
+    Number fresh;
+    std::optional<Number> old;  // the member its diff is made from; nothing for an added one
+
+    // Known once the member is made.
+    std::string oldMd5{};
+    std::string newMd5{};
+    std::uint64_t patchBytes = 0;
+    // Set by FindMoved: the old member whose content an added one has.
+    std::optional<Number> movedFrom{};
+};
+
+struct Removed {
+    Number old;
+    std::string md5{};  // known once its content is digested
+};
+
 struct Difference {
     Difference(const Input& oldSide, const Input& newSide) : old(oldSide), fresh(newSide) {}
 
@@ -36,14 +53,7 @@ struct Difference {
     // Each in the canonical order of the names.
     std::vector<Carried> carried;
     std::vector<Number> empty;  // added members without content
-    std::vector<Number> removed;
-
-    // What is learnt when members are made, by their places in `carried` and `removed`.
-    std::vector<std::string> oldMd5;
-    std::vector<std::string> newMd5;
-    std::vector<std::uint64_t> patchBytes;
-    std::vector<std::string> removedMd5;
-    std::vector<std::optional<Number>> movedFrom;  // of added members, by their places in `carried`
+    std::vector<Removed> removed;
 };
 
 // Returns the name under which a patch knows a member.
@@ -58,7 +68,7 @@ struct Difference {
 // `needsContent`, also members of the new side without content.
 void RefuseUncarried(const Difference& difference, bool needsContent);
 
-// Sets movedFrom. All digests must be known.
+// Sets movedFrom of the added members. All digests must be known.
 void FindMoved(Difference& difference);
 
 [[nodiscard]] List AddedList(const Difference& difference);

@@ -12,6 +12,7 @@
 #include "archive/Stream.h"
 #include "patch/InOrder.h"
 #include "patch/MD5.h"
+#include "patch/MemberMaker.h"
 #include "patch/NewLayout.h"
 #include "patch/compact/CompactFile.h"
 #include "patch/compact/Writer.h"
@@ -206,15 +207,14 @@ void Maker::PlanMemory() {
 void Maker::DigestRemoved() {
     const Input& old = difference_.old;
     std::uint64_t total = 0;
-    for (const Number number : difference_.removed) total += old.tree[number].size;
+    for (const Removed& member : difference_.removed) total += old.tree[member.old].size;
     Meter meter(progress_, "digesting removed members", total);
     const auto reader = old.tree.NewReader();
-    for (std::size_t i = 0; i < difference_.removed.size(); ++i) {
-        const Number number = difference_.removed[i];
+    for (Removed& member : difference_.removed) {
         MD5 md5;
         Sha256 sha256;
         About(old.path, [&] {
-            reader->Begin(number);
+            reader->Begin(member.old);
             for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
                 md5.update(piece.data(), piece.size());
                 if (options_.manifest) sha256.Update(piece);
@@ -222,37 +222,37 @@ void Maker::DigestRemoved() {
             }
         });
         md5.finalize();
-        difference_.removedMd5[i] = md5.hex_digest().get();
-        difference_.digests.old[number] = sha256.Finish();
+        member.md5 = md5.hex_digest().get();
+        difference_.digests.old[member.old] = sha256.Finish();
     }
 }
 
 void Maker::MakeCarried(std::optional<PatchWriter>& writer) {
     const Input& old = difference_.old;
     const Input& fresh = difference_.fresh;
-    const std::vector<Carried>& carried = difference_.carried;
+    std::vector<Carried>& carried = difference_.carried;
     std::uint64_t total = 0;
     for (const Carried& member : carried) total += fresh.tree[member.fresh].size;
     Meter meter(progress_, "making the patch", total);
     const unsigned threads = std::max(options_.threads, 1U);
     workers_.reserve(threads);
     for (unsigned i = 0; i < threads; ++i) workers_.emplace_back(old, fresh, limits_);
-    InOrder<CarriedMember> work(
+    InOrder<MadeMember> work(
         carried.size(), threads, [this](std::size_t unit) { return memory_[unit]; }, budget_);
     work.Run(
         meter,
         [&](unsigned worker, std::size_t unit) {
-            CarriedMember made = workers_[worker].Make(carried[unit]);
+            MadeMember made = workers_[worker].Make(carried[unit]);
             meter.Add(fresh.tree[carried[unit].fresh].size);
             return made;
         },
-        [&](std::size_t unit, CarriedMember made) {
-            const Carried& member = carried[unit];
+        [&](std::size_t unit, MadeMember made) {
+            Carried& member = carried[unit];
             difference_.digests.fresh[member.fresh] = made.newDigest;
             if (member.old) difference_.digests.old[*member.old] = made.oldDigest;
-            difference_.oldMd5[unit] = std::move(made.oldMd5);
-            difference_.newMd5[unit] = std::move(made.newMd5);
-            difference_.patchBytes[unit] = made.packed.data.size();
+            member.oldMd5 = std::move(made.oldMd5);
+            member.newMd5 = std::move(made.newMd5);
+            member.patchBytes = made.packed.data.size();
             TakeRemade(member.fresh, made.remade);
             if (writer) writer->Store(PatchName(fresh.tree[member.fresh].name), made.packed);
         });

@@ -73,8 +73,8 @@ MemberMaker::MemberMaker(const Input& old, const Input& fresh, const MakerLimits
       oldReader_(old.tree.NewReader()),
       freshReader_(fresh.tree.NewReader()) {}
 
-CarriedMember MemberMaker::Make(const Carried& member) try {
-    CarriedMember made;
+MadeMember MemberMaker::Make(const Carried& member) try {
+    MadeMember made;
     Read(fresh_, *freshReader_, member.fresh, newContent_);
     if (!limits_.diffs) return Learn(member);
     made.newMd5 = DigestOf(newContent_);
@@ -108,8 +108,8 @@ CarriedMember MemberMaker::Make(const Carried& member) try {
                 fresh_.tree[member.fresh].name);
 }
 
-CarriedMember MemberMaker::Learn(const Carried& member) {
-    CarriedMember made;
+MadeMember MemberMaker::Learn(const Carried& member) {
+    MadeMember made;
     made.newDigest = Sha256Of(newContent_);
     if (member.old) {
         Read(old_, *oldReader_, *member.old, oldContent_);

@@ -9,19 +9,12 @@
 
 #include "archive/PackedMember.h"
 #include "delta/Delta.h"
-#include "patch/Input.h"
-#include "patch/Pairs.h"
+#include "patch/Difference.h"
 
 namespace patch {
 
 // Fixed: longer members of a patch are compressed. The lists are not.
 inline constexpr std::size_t kLargestPlainMember = 1024;
-
-// A member of the new side that the patch carries.
-struct Carried {
-    Number fresh;
-    std::optional<Number> old;  // what its diff is made from; nothing for an added one
-};
 
 // What packing a content of the new archive anew gives.
 struct Remade {
@@ -29,7 +22,8 @@ struct Remade {
     std::optional<bool> saves;  // of a plain member: whether compressing saves enough, if asked
 };
 
-struct CarriedMember {
+// A carried member as it was made.
+struct MadeMember {
     archive::PackedMember packed;  // as the patch stores it
     std::string oldMd5;            // as the lists have them
     std::string newMd5;
@@ -53,7 +47,7 @@ public:
     MemberMaker(const Input& old, const Input& fresh, const MakerLimits& limits);
 
     // Throws Error for a member that cannot be read, or does not come out of its diff as it was.
-    [[nodiscard]] CarriedMember Make(const Carried& member);
+    [[nodiscard]] MadeMember Make(const Carried& member);
 
     // Packs an unchanged member as the new archive stores it, and compares. Throws Error if it
     // cannot be read.
@@ -69,7 +63,7 @@ public:
                                                     const MakerLimits& limits);
 
 private:
-    [[nodiscard]] CarriedMember Learn(const Carried& member);
+    [[nodiscard]] MadeMember Learn(const Carried& member);
     void Prove(const Carried& member, std::span<const std::byte> diff);
     [[nodiscard]] Remade RemakeContent(Number fresh, const archive::PackedMember* stream) const;
     [[nodiscard]] bool StoresStream(const archive::Member& member,

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "archive/Names.h"
+#include "delta/Delta.h"
 #include "delta/OldIndex.h"
 #include "patch/Contents.h"
 #include "patch/InOrder.h"
@@ -262,8 +263,8 @@ private:
     const ProgressFunction& progress_;
     const OldMembers old_;
     Directory directory_;
-    std::vector<Number> fresh_;           // of the new side, by carried number
-    std::vector<std::size_t> inCarried_;  // places in Difference::carried, by carried number
+    std::vector<Number> fresh_;      // of the new side, by carried number
+    std::vector<Carried*> carried_;  // of the difference, by carried number
 
     std::unique_ptr<ContentModels> models_ = std::make_unique<ContentModels>();
     GrowingEncoder encoder_;
@@ -281,35 +282,36 @@ void Writer::Describe() {
     const auto addSpot = [&](Number number) {
         directory_.spots.Add(old.tree[number].name, difference_.digests.old[number]);
     };
-    for (const Number number : difference_.removed) {
-        directory_.removed.push_back(placeOf[number]);
-        addSpot(number);
+    const auto carry = [&](Carried& member) {
+        fresh_.push_back(member.fresh);
+        carried_.push_back(&member);
+    };
+    for (const Removed& member : difference_.removed) {
+        directory_.removed.push_back(placeOf[member.old]);
+        addSpot(member.old);
     }
-    const std::vector<Carried>& carried = difference_.carried;
-    for (std::size_t i = 0; i < carried.size(); ++i) {
-        if (!carried[i].old) continue;
-        const Number number = *carried[i].old;
+    for (Carried& member : difference_.carried) {
+        if (!member.old) continue;
+        const Number number = *member.old;
         directory_.changed.push_back(
-            {placeOf[number], static_cast<std::int64_t>(fresh.tree[carried[i].fresh].size) -
+            {placeOf[number], static_cast<std::int64_t>(fresh.tree[member.fresh].size) -
                                   static_cast<std::int64_t>(old.tree[number].size)});
         addSpot(number);
-        fresh_.push_back(carried[i].fresh);
-        inCarried_.push_back(i);
+        carry(member);
     }
     for (const Number number : difference_.empty) {
         directory_.empty.push_back(PatchName(fresh.tree[number].name));
     }
-    for (std::size_t i = 0; i < carried.size(); ++i) {
-        if (carried[i].old) continue;
-        const archive::TreeMember member = fresh.tree[carried[i].fresh];
-        const std::string name = PatchName(member.name);
-        if (const auto& from = difference_.movedFrom[i]) {
-            directory_.moved.push_back({name, placeOf[*from]});
+    for (Carried& member : difference_.carried) {
+        if (member.old) continue;
+        const archive::TreeMember stored = fresh.tree[member.fresh];
+        const std::string name = PatchName(stored.name);
+        if (member.movedFrom) {
+            directory_.moved.push_back({name, placeOf[*member.movedFrom]});
             continue;
         }
-        directory_.added.push_back({.name = name, .bytes = member.size});
-        fresh_.push_back(carried[i].fresh);
-        inCarried_.push_back(i);
+        directory_.added.push_back({.name = name, .bytes = stored.size});
+        carry(member);
     }
 }
 
@@ -371,7 +373,7 @@ void Writer::EndSection() {
 }
 
 void Writer::Count(std::size_t carried, std::uint64_t bytes) {
-    difference_.patchBytes[inCarried_[carried]] = bytes;
+    carried_[carried]->patchBytes = bytes;
     Directory::Shares& shares = directory_.shares;
     if (carried >= directory_.changed.size()) {
         shares.added += bytes;
