@@ -38,6 +38,10 @@ struct BlockHeader {
 // content left. Only a stored block, or the last one, holds less than 16,384 bytes of content.
 [[nodiscard]] bool IsPossible(BlockHeader header, std::uint64_t left);
 
+// Fixed: where nothing else is asked for, members with more bytes of content are compressed.
+// Programs rely on it that must come to the same bytes, so it never changes.
+inline constexpr std::uint32_t kLargestPlain = 1024;
+
 // Returns whether a stream is worth its time: it saves 2 % of the content.
 [[nodiscard]] constexpr bool SavesEnough(std::uint64_t content, std::uint64_t stream) {
     return stream * 100 <= content * 98;

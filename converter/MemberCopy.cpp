@@ -12,8 +12,6 @@ using namespace Vorn;
 
 namespace {
 
-// Fixed: longer members are compressed.
-constexpr std::size_t kLargestPlainMember = 1024;
 constexpr FileMode kWritePlainMember = kCreateOrTruncate | kWritePlain;
 constexpr FileMode kWriteCompressedMember = kCreateOrTruncate | kWriteCompressed;
 
@@ -50,7 +48,7 @@ bool WriteWhole(const InternedString& mount, const char* name, FileMode mode,
 bool StoreMember(const InternedString& mount, const char* name,
                  std::span<const std::byte> content) {
     if (content.empty()) return true;
-    const bool compress = content.size() > kLargestPlainMember || archive::IsStreamMark(content);
+    const bool compress = content.size() > archive::kLargestPlain || archive::IsStreamMark(content);
     return WriteWhole(mount, name, compress ? kWriteCompressedMember : kWritePlainMember, content);
 }
 

@@ -8,8 +8,6 @@
 namespace patch {
 namespace {
 
-constexpr std::uint64_t kLargeBytes = 1024;
-
 // The numbers in the order that a base alone gives.
 std::vector<std::uint32_t> BaseOrder(Order::Base base, std::span<const LaidMember> members) {
     std::vector<std::uint32_t> numbers(members.size());
@@ -44,7 +42,7 @@ StoreAs BaseStorage(Storage::Base base, const LaidMember& member) {
         case Storage::Base::Compressed:
             return StoreAs::Compressed;
         case Storage::Base::Large:
-            return known(member.bytes > kLargeBytes);
+            return known(member.bytes > archive::kLargestPlain);
         case Storage::Base::Old:
             if (member.unchanged && member.oldCompressed) return known(*member.oldCompressed);
             [[fallthrough]];

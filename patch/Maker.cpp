@@ -6,74 +6,22 @@
 #include <future>
 #include <numeric>
 
-#include "archive/Check.h"
-#include "archive/NewArchive.h"
-#include "archive/PackedMember.h"
-#include "archive/Stream.h"
 #include "patch/InOrder.h"
 #include "patch/MD5.h"
 #include "patch/MemberMaker.h"
+#include "patch/MemberMemory.h"
 #include "patch/NewLayout.h"
+#include "patch/PatchWriter.h"
 #include "patch/compact/CompactFile.h"
 #include "patch/compact/Writer.h"
 
 namespace patch {
 namespace {
 
+// The bound of docs/ci.md for what does not depend on the members that are being made: windows and
+// programs, and for each member of a side its indexes, pair, digest and texts in the lists.
 constexpr std::uint64_t kBaseMemory = 64U << 20;
 constexpr std::uint64_t kMemoryOfMember = 400;
-
-// The patch file, or in a dry run what its size would be.
-class PatchWriter {
-public:
-    explicit PatchWriter(const MakeOptions& options) : options_(options) {
-        if (!options_.dryRun) About(options_.result, [&] { file_.emplace(options_.result, 0, 0); });
-    }
-
-    void Store(std::string_view name, const archive::PackedMember& packed) {
-        bytes_ += archive::kMemberPrefixSize + packed.data.size() + archive::kIndexRecordSize;
-        if (bytes_ > archive::kMaxArchiveSize) {
-            throw Error(ErrorCode::NoSpace, options_.result, "the patch would pass 4 GiB");
-        }
-        if (file_) {
-            About(options_.result, [&] { archive::AddPacked(file_->Members(), name, packed); });
-        }
-    }
-
-    void StoreText(std::string_view name, std::string_view text, bool compress) {
-        const auto bytes = std::as_bytes(std::span(text));
-        archive::PackedMember packed;
-        // A text that begins like a compressed stream would be read back as one.
-        archive::Pack(bytes, compress || archive::IsStreamMark(bytes), packed);
-        Store(name, packed);
-    }
-
-    // The hidden files of killed runs that were removed.
-    [[nodiscard]] std::vector<std::string> Abandoned() const {
-        return file_ ? file_->Abandoned() : std::vector<std::string>();
-    }
-
-    // Reads the patch back, and gives it its name. Returns its bytes.
-    std::uint64_t Finish() {
-        if (!file_) return bytes_;
-        About(options_.result, [&] {
-            const archive::Reader& reader = file_->Complete();
-            if (options_.prove && !archive::Check(reader, {.workers = options_.threads}).Whole()) {
-                throw archive::Error(archive::ErrorCode::Damaged,
-                                     "what was written reads back otherwise; the disk or the "
-                                     "memory of this machine may be faulty");
-            }
-            bytes_ = reader.All().fileSize;
-            file_->Publish(options_.replace);
-        });
-        return bytes_;
-    }
-
-private:
-    const MakeOptions& options_;
-    std::optional<archive::NewArchive> file_;  // nothing in a dry run
-    std::uint64_t bytes_ = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
-};
 
 // Digests the new archive while the patch is made. Reads the sides and the pairs alone, which no
 // longer change; the rest of the difference is still being written.
@@ -184,15 +132,16 @@ void Maker::PlanMemory() {
     const std::uint64_t base =
         kBaseMemory + kMemoryOfMember * (old.tree.Count() + fresh.tree.Count());
     if (limited) limits_.memory = options_.memory > base ? options_.memory - base : 0;
+    const MemberMemory memory(old, fresh, limits_);
     for (const Carried& member : difference_.carried) {
-        const std::uint64_t least = MemberMaker::LeastMemory(old, fresh, member, limits_);
+        const std::uint64_t least = memory.Least(member);
         if (least > limits_.memory) {
             throw Error(ErrorCode::NoMemory, fresh.path,
                         "its diff needs a memory limit of " +
                             std::to_string(((base + least) >> 20) + 1) + "M or more",
                         fresh.tree[member.fresh].name);
         }
-        memory_.push_back(MemberMaker::MemoryToMake(old, fresh, member, limits_));
+        memory_.push_back(memory.ToMake(member));
     }
     if (limited) {
         budget_ = limits_.memory;
@@ -234,11 +183,11 @@ void Maker::MakeCarried(std::optional<PatchWriter>& writer) {
     std::uint64_t total = 0;
     for (const Carried& member : carried) total += fresh.tree[member.fresh].size;
     Meter meter(progress_, "making the patch", total);
-    const unsigned threads = std::max(options_.threads, 1U);
-    workers_.reserve(threads);
-    for (unsigned i = 0; i < threads; ++i) workers_.emplace_back(old, fresh, limits_);
+    workers_.reserve(options_.threads);
+    for (unsigned i = 0; i < options_.threads; ++i) workers_.emplace_back(old, fresh, limits_);
     InOrder<MadeMember> work(
-        carried.size(), threads, [this](std::size_t unit) { return memory_[unit]; }, budget_);
+        carried.size(), options_.threads, [this](std::size_t unit) { return memory_[unit]; },
+        budget_);
     work.Run(
         meter,
         [&](unsigned worker, std::size_t unit) {
@@ -278,7 +227,7 @@ void Maker::RemakeUnchanged() {
 }
 
 void Maker::TakeRemade(Number fresh, const Remade& remade) {
-    saves_.at(fresh) = remade.saves;
+    saves_[fresh] = remade.saves;
     layout_.possible = layout_.possible && remade.same;
 }
 
@@ -305,7 +254,7 @@ void Maker::WriteManifest(PatchWriter& writer, const Manifest& manifest) const {
                     "it would not be the patch archive that the maker's sides give: a later "
                     "version of this program made the compact patch");
     }
-    writer.StoreText(kManifestName, text, text.size() > kLargestPlainMember);
+    writer.StoreText(kManifestName, text, text.size() > archive::kLargestPlain);
 }
 
 void Maker::WriteCompact(const Manifest& manifest, MakeResult& result) {
@@ -337,7 +286,9 @@ void JudgeTexts(const MakeOptions& options) {
 MakeResult MakePatch(const Input& old, const Input& fresh, const MakeOptions& options,
                      const ProgressFunction& progress) {
     if (options.manifest) JudgeTexts(options);
-    return Maker(old, fresh, options, progress).Run();
+    MakeOptions valid = options;
+    valid.threads = std::max(valid.threads, 1U);
+    return Maker(old, fresh, valid, progress).Run();
 }
 
 }  // namespace patch

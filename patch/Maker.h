@@ -29,9 +29,9 @@ struct MakeOptions {
     bool prove = true;        // rebuild every changed and added member and compare
     // The digest that the manifest must end with: the patch is one that was made before.
     std::optional<Sha256Digest> expected = {};
-    std::string name;  // for the result of applying: a plain file name; may be empty
-    std::string note;  // for people; travels in the manifest
-    unsigned threads = 1;
+    std::string name;      // for the result of applying: a plain file name; may be empty
+    std::string note;      // for people; travels in the manifest
+    unsigned threads = 1;  // 0 counts as 1
     std::uint64_t memory = UINT64_MAX;  // bytes
 };
 

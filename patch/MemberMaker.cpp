@@ -8,6 +8,7 @@
 #include "archive/Window.h"
 #include "patch/Layout.h"
 #include "patch/MD5.h"
+#include "patch/MemberMemory.h"
 
 namespace patch {
 namespace {
@@ -17,9 +18,8 @@ using Bytes = std::span<const std::byte>;
 // Of buffers and tables that a thread keeps for the next member.
 constexpr std::uint64_t kMostKept = 32U << 20;
 
-// A workspace applies with that much beside the result.
-constexpr std::uint64_t kMostToApply = 70U << 20;
-constexpr std::uint64_t kSmallMember = 1U << 20;
+// A stream whose size is more than that many times its stored bytes is damaged, or made to make us
+// reserve memory: no content is known that packs so well.
 constexpr std::uint64_t kMostPacking = 1000;
 constexpr std::size_t kWindow = 65536;
 
@@ -33,7 +33,7 @@ void Read(const Input& side, archive::TreeReader& reader, Number number,
         content.clear();
         reader.Begin(number);
         const archive::TreeMember member = side.tree[number];
-        // A stream's size is only a claim; no content is known that packs so well.
+        // A stream's size is only a claim.
         if (member.size / kMostPacking <= member.storedSize) {
             content.reserve(static_cast<std::size_t>(member.size));
         }
@@ -41,27 +41,6 @@ void Read(const Input& side, archive::TreeReader& reader, Number number,
             content.insert(content.end(), piece.begin(), piece.end());
         }
     });
-}
-
-std::uint64_t ContentsOf(const Input& old, const Input& fresh, const Carried& member) {
-    const std::uint64_t fromOld = member.old ? old.tree[*member.old].size : 0;
-    return fromOld + fresh.tree[member.fresh].size;
-}
-
-// Contents, what Pack makes of the payload, and what is rebuilt for the proof.
-std::uint64_t MemoryBesideDiff(const Input& old, const Input& fresh, const Carried& member,
-                               const MakerLimits& limits) {
-    const std::uint64_t size = fresh.tree[member.fresh].size;
-    const std::uint64_t packed = size + size / 1024 + delta::kMostOverhead;
-    std::uint64_t proof = 0;
-    if (member.old && limits.prove) proof = size + (size < kSmallMember ? 4 * size : kMostToApply);
-    return ContentsOf(old, fresh, member) + packed + proof;
-}
-
-delta::Options OptionsFor(const Input& old, const Input& fresh, const Carried& member,
-                          const MakerLimits& limits) {
-    if (limits.memory == delta::kNoLimit) return {};
-    return {.memoryLimit = limits.memory - MemoryBesideDiff(old, fresh, member, limits)};
 }
 
 }  // namespace
@@ -85,11 +64,11 @@ MadeMember MemberMaker::Make(const Carried& member) try {
         made.oldMd5 = DigestOf(oldContent_);
         if (limits_.digests) made.oldDigest = Sha256Of(oldContent_);
         payload = delta::MakeDelta(oldContent_, newContent_, workspace_,
-                                   OptionsFor(old_, fresh_, member, limits_));
+                                   MemberMemory(old_, fresh_, limits_).DeltaOptions(member));
         if (limits_.prove) Prove(member, payload);
     }
     // Short content that begins like a compressed stream would be read back as one.
-    const bool compress = payload.size() > kLargestPlainMember || archive::IsStreamMark(payload);
+    const bool compress = payload.size() > archive::kLargestPlain || archive::IsStreamMark(payload);
     archive::Pack(payload, compress, made.packed);
     if (limits_.prove) ProvePacked(member, payload, made.packed);
     made.packed.data.shrink_to_fit();
@@ -124,11 +103,14 @@ Remade MemberMaker::Remake(Number fresh) {
     return RemakeContent(fresh, nullptr);
 }
 
-// `stream` is what compressing the content gives, if that is known.
+// Two questions about the content that was read last. Each needs the stream that compressing it
+// gives, which may be known as `stream`, and no member asks both: one is about compressed members,
+// the other about plain ones.
 Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* stream) const {
     const archive::Member member = (*fresh_.reader)[fresh];
     const bool compressed = fresh_.tree[fresh].compressed;
-    // A recorded check sum has been compared by the reader.
+    // The result records a check sum for each member. The reader has compared one that the new
+    // archive records; one of 0 is the same only if the content has it.
     archive::Crc32 sum;
     if (member.crc == 0) sum.Update(newContent_);
     const bool sumHolds = member.crc != 0 || sum.Value() == 0;
@@ -143,7 +125,8 @@ Remade MemberMaker::RemakeContent(Number fresh, const archive::PackedMember* str
     return remade;
 }
 
-// Returns whether the new archive stores the stream that compressing the content gives.
+// Returns whether the new archive stores the stream that compressing the content gives. Stops at
+// the first difference: packing the rest would be in vain.
 bool MemberMaker::StoresStream(const archive::Member& member,
                                const archive::PackedMember* stream) const {
     archive::Window window(fresh_.reader->File(), kWindow);
@@ -192,21 +175,6 @@ void MemberMaker::ProvePacked(const Carried& member, Bytes payload,
                 "what is stored of it does not give it back; the memory of this machine may be "
                 "faulty",
                 fresh_.tree[member.fresh].name);
-}
-
-std::uint64_t MemberMaker::LeastMemory(const Input& old, const Input& fresh, const Carried& member,
-                                       const MakerLimits& limits) {
-    const std::uint64_t diff =
-        member.old ? fresh.tree[member.fresh].size + delta::kMostOverhead : std::uint64_t{0};
-    return MemoryBesideDiff(old, fresh, member, limits) + diff;
-}
-
-std::uint64_t MemberMaker::MemoryToMake(const Input& old, const Input& fresh, const Carried& member,
-                                        const MakerLimits& limits) {
-    const std::uint64_t beside = MemoryBesideDiff(old, fresh, member, limits);
-    if (!member.old) return beside;
-    return beside + delta::MemoryToMake(old.tree[*member.old].size, fresh.tree[member.fresh].size,
-                                        OptionsFor(old, fresh, member, limits));
 }
 
 }  // namespace patch

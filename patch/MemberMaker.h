@@ -13,9 +13,6 @@
 
 namespace patch {
 
-// Fixed: longer members of a patch are compressed. The lists are not.
-inline constexpr std::size_t kLargestPlainMember = 1024;
-
 // What packing a content of the new archive anew gives.
 struct Remade {
     bool same = false;          // the stored bytes that the new archive has
@@ -52,15 +49,6 @@ public:
     // Packs an unchanged member as the new archive stores it, and compares. Throws Error if it
     // cannot be read.
     [[nodiscard]] Remade Remake(Number fresh);
-
-    // Returns the least limit with which a member can be made, in bytes.
-    [[nodiscard]] static std::uint64_t LeastMemory(const Input& old, const Input& fresh,
-                                                   const Carried& member,
-                                                   const MakerLimits& limits);
-    // Returns how many bytes Make takes at most. The limit must allow it.
-    [[nodiscard]] static std::uint64_t MemoryToMake(const Input& old, const Input& fresh,
-                                                    const Carried& member,
-                                                    const MakerLimits& limits);
 
 private:
     [[nodiscard]] MadeMember Learn(const Carried& member);

@@ -38,7 +38,6 @@ bool TakesStoredBytes(const Input& old, const Input& fresh, const Pair& pair) {
 
 // How the new archive stores its members, where one rule holds for all of them.
 std::optional<Storage> UniformStorage(const Input& fresh) {
-    constexpr std::uint64_t kLarge = 1024;
     bool plain = true;
     bool compressed = true;
     bool large = true;
@@ -47,7 +46,7 @@ std::optional<Storage> UniformStorage(const Input& fresh) {
         if (member.size == 0) continue;
         plain = plain && !member.compressed;
         compressed = compressed && member.compressed;
-        large = large && member.compressed == (member.size > kLarge);
+        large = large && member.compressed == (member.size > archive::kLargestPlain);
     }
     if (plain) return Storage{Storage::Base::Plain, {}};
     if (compressed) return Storage{Storage::Base::Compressed, {}};

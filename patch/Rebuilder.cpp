@@ -14,14 +14,12 @@ using From = Part::From;
 using Store = Part::Store;
 
 archive::PackedMember PackAs(std::span<const std::byte> content, Store store) {
-    // Fixed by the programs whose results this must equal, byte for byte.
-    constexpr std::size_t kLargestPlain = 1024;
     archive::PackedMember packed;
     bool compress = false;
     switch (content.empty() ? Store::Plain : store) {
         case Store::AsConverter:
             // Plain content that begins like a stream would be read as one.
-            compress = content.size() > kLargestPlain || archive::IsStreamMark(content);
+            compress = content.size() > archive::kLargestPlain || archive::IsStreamMark(content);
             break;
         case Store::CompressedIfItSaves:
         case Store::PlainIfItSaves:

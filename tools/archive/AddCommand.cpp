@@ -12,7 +12,6 @@
 namespace Vorn {
 namespace {
 
-constexpr std::uint32_t kLargestPlainMember = 1024;  // bytes; smaller ones are never compressed
 constexpr const char* kCannotReadInput = "Cannot read all of the input file";
 constexpr const char* kCannotOpenOutput = "Cannot open output file";
 
@@ -106,7 +105,7 @@ const char* AddCommand::Add(const ToolFileRecord& record) {
     // Stored plain, a compressed stream would be read as its content.
     const bool isStream = start.size() >= archive::kStreamHeaderSize &&
                           archive::IsStreamMark(start.first(archive::kStreamHeaderSize));
-    const bool compress = isStream || (compress_ && size > kLargestPlainMember);
+    const bool compress = isStream || (compress_ && size > archive::kLargestPlain);
     Progress().SetTotal(size);
     // Larger files pass through a temporary file, so that one that cannot be read to its end leaves
     // the archive as it is.
