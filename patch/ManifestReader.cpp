@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <type_traits>
-#include <utility>
 
 #include "archive/Names.h"
 #include "patch/Lists.h"
 #include "patch/Manifest.h"
+#include "patch/ManifestCheck.h"
+#include "patch/ManifestLines.h"
 #include "patch/ManifestText.h"
 #include "platform/CodePage.h"
 
@@ -16,71 +16,7 @@ namespace {
 constexpr std::size_t kMostNameBytes = 259;
 constexpr std::size_t kMostFileNameBytes = 255;
 
-// The lines of a manifest, of which the reader takes the fields one by one.
-class Lines {
-public:
-    explicit Lines(std::string_view text) : text_(text) { Advance(); }
-
-    // Whether the line begins with that word and a blank; they are then taken.
-    bool Take(std::string_view word) {
-        if (!line_.starts_with(word) || line_.substr(word.size()).substr(0, 1) != " ") return false;
-        line_.remove_prefix(word.size() + 1);
-        return true;
-    }
-    void Expect(std::string_view word) {
-        if (!Take(word)) Fail("'" + std::string(word) + "' is missing");
-    }
-    [[nodiscard]] std::string_view Word() {
-        const std::string_view word = line_.substr(0, line_.find(' '));
-        if (word.size() + 1 == line_.size()) Fail("the line ends with a blank");
-        line_.remove_prefix(std::min(line_.size(), word.size() + 1));
-        return word;
-    }
-    [[nodiscard]] std::string_view Rest() { return std::exchange(line_, {}); }
-
-    template <typename Number = std::uint64_t>
-    [[nodiscard]] Number TakeNumber() {
-        return NumberOf<Number>(Word());
-    }
-    template <typename Number>
-    [[nodiscard]] Number NumberOf(std::string_view word) const {
-        Number number = 0;
-        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-        if (error != std::errc() || end != word.data() + word.size() ||
-            (word.size() > 1 && word.front() == '0')) {
-            Fail("a number is missing, or too large");
-        }
-        return number;
-    }
-    [[nodiscard]] Sha256Digest TakeDigest() {
-        const auto digest = Sha256FromHex(Word());
-        if (!digest) Fail("a digest of 64 hexadecimal digits is missing");
-        return *digest;
-    }
-
-    // Goes on to the next line; all of this one must have been taken.
-    void Advance() {
-        if (!line_.empty()) Fail("there is more on the line than belongs there");
-        ended_ = text_.empty();
-        line_ = text_.substr(0, text_.find('\n'));
-        text_.remove_prefix(std::min(text_.size(), line_.size() + 1));
-        ++number_;
-    }
-    [[nodiscard]] std::string_view Line() const { return line_; }
-    [[nodiscard]] bool AtEnd() const { return ended_; }
-
-    [[noreturn]] void Fail(const std::string& reason) const {
-        throw ManifestError(number_, reason);
-    }
-
-private:
-    std::string_view text_;
-    std::string_view line_;
-    std::size_t number_ = 0;
-    bool ended_ = false;
-};
-
-// Whether it is UTF-8 without control characters other than tabs.
+// Returns whether it is UTF-8 without control characters other than tabs.
 bool IsPlainText(std::string_view text) {
     while (!text.empty()) {
         const auto lead = static_cast<unsigned char>(text.front());
@@ -102,7 +38,7 @@ bool IsPlainText(std::string_view text) {
 }
 
 // A name that an old archive may have, however odd.
-std::string OldName(const Lines& lines, std::string_view text) {
+std::string OldName(const ManifestLines& lines, std::string_view text) {
     std::string name = platform::Utf8ToAnsi(text);
     if (name.empty() || name.size() > kMostNameBytes || name.find('\0') != std::string::npos) {
         lines.Fail("a member name is empty or too long");
@@ -114,7 +50,7 @@ std::string OldName(const Lines& lines, std::string_view text) {
 }
 
 // A name for the new side, where it may become a file.
-std::string NewName(const Lines& lines, std::string_view text) {
+std::string NewName(const ManifestLines& lines, std::string_view text) {
     std::string name = OldName(lines, text);
     std::string path = name;
     std::ranges::replace(path, '\\', '/');
@@ -127,7 +63,7 @@ std::string NewName(const Lines& lines, std::string_view text) {
     return name;
 }
 
-Side ReadSide(Lines& lines, std::string_view which) {
+Side ReadSide(ManifestLines& lines, std::string_view which) {
     lines.Expect(which);
     Side side;
     side.members = lines.TakeNumber<std::uint32_t>();
@@ -140,7 +76,7 @@ Side ReadSide(Lines& lines, std::string_view which) {
     return side;
 }
 
-std::vector<Run> ReadRuns(Lines& lines, std::uint64_t members) {
+std::vector<Run> ReadRuns(ManifestLines& lines, std::uint64_t members) {
     std::vector<Run> runs;
     std::string_view text = lines.Rest();
     while (!text.empty()) {
@@ -164,13 +100,13 @@ std::vector<Run> ReadRuns(Lines& lines, std::uint64_t members) {
 }
 
 template <typename Base, std::size_t count>
-Base ReadBase(Lines& lines, const std::array<std::string_view, count>& names) {
+Base ReadBase(ManifestLines& lines, const std::array<std::string_view, count>& names) {
     const auto found = std::ranges::find(names, lines.Word());
     if (found == names.end()) lines.Fail("it says none of the words that are known");
     return static_cast<Base>(found - names.begin());
 }
 
-Order ReadOrder(Lines& lines, std::uint64_t members) {
+Order ReadOrder(ManifestLines& lines, std::uint64_t members) {
     lines.Expect("order");
     Order order{ReadBase<Order::Base>(lines, kOrderNames), {}};
     order.runs = ReadRuns(lines, members);
@@ -188,7 +124,7 @@ Order ReadOrder(Lines& lines, std::uint64_t members) {
     return order;
 }
 
-Storage ReadStorage(Lines& lines, std::uint64_t members) {
+Storage ReadStorage(ManifestLines& lines, std::uint64_t members) {
     lines.Expect("stored");
     Storage storage{ReadBase<Storage::Base>(lines, kStorageNames), {}};
     storage.exceptions = ReadRuns(lines, members);
@@ -201,7 +137,7 @@ Storage ReadStorage(Lines& lines, std::uint64_t members) {
     return storage;
 }
 
-Spots ReadSpots(Lines& lines) {
+Spots ReadSpots(ManifestLines& lines) {
     constexpr std::size_t kDigits = Spots::kSpotBytes * 8 / 6;
     lines.Expect("spots");
     const std::string_view text = lines.Rest();
@@ -220,7 +156,7 @@ Spots ReadSpots(Lines& lines) {
     return spots;
 }
 
-void ReadHead(Lines& lines, Manifest& manifest) {
+void ReadHead(ManifestLines& lines, Manifest& manifest) {
     lines.Advance();
     manifest.old = ReadSide(lines, "old");
     manifest.fresh = ReadSide(lines, "new");
@@ -244,7 +180,7 @@ void ReadHead(Lines& lines, Manifest& manifest) {
     }
 }
 
-void ReadName(Lines& lines, Manifest& manifest) {
+void ReadName(ManifestLines& lines, Manifest& manifest) {
     if (!lines.Take("name")) return;
     manifest.name = lines.Rest();
     const std::string& name = manifest.name;
@@ -255,7 +191,7 @@ void ReadName(Lines& lines, Manifest& manifest) {
     lines.Advance();
 }
 
-void ReadNote(Lines& lines, Manifest& manifest) {
+void ReadNote(ManifestLines& lines, Manifest& manifest) {
     for (bool first = true; lines.Take("note"); first = false) {
         const std::string_view line = lines.Rest();
         if (!IsPlainText(line)) lines.Fail("the note is not plain text in UTF-8");
@@ -271,7 +207,7 @@ void ReadNote(Lines& lines, Manifest& manifest) {
 
 // Reads the entries of one kind into `list`, which `read` fills; their names ascend.
 template <typename Entry, typename Read>
-void ReadEntries(Lines& lines, std::string_view kind, std::vector<Entry>& list, Read read) {
+void ReadEntries(ManifestLines& lines, std::string_view kind, std::vector<Entry>& list, Read read) {
     const auto nameOf = [](const Entry& entry) -> const std::string& {
         if constexpr (std::is_same_v<Entry, std::string>) {
             return entry;
@@ -289,13 +225,13 @@ void ReadEntries(Lines& lines, std::string_view kind, std::vector<Entry>& list, 
     }
 }
 
-std::uint64_t TakeContentSize(Lines& lines) {
+std::uint64_t TakeContentSize(ManifestLines& lines) {
     const auto bytes = lines.TakeNumber();
     if (bytes == 0) lines.Fail("a member without content belongs to the lines of 'E'");
     return bytes;
 }
 
-void ReadAllEntries(Lines& lines, Manifest& manifest) {
+void ReadAllEntries(ManifestLines& lines, Manifest& manifest) {
     ReadEntries(lines, "A", manifest.added, [&lines] {
         Manifest::Content entry;
         entry.bytes = TakeContentSize(lines);
@@ -334,49 +270,6 @@ void ReadAllEntries(Lines& lines, Manifest& manifest) {
     });
 }
 
-using Names = std::vector<std::string_view>;
-
-// Sorts names, and refuses two that an archive treats as one.
-void SortUnique(const Lines& lines, Names& names) {
-    const auto before = [](std::string_view a, std::string_view b) {
-        return archive::CompareNames(a, b) < 0;
-    };
-    std::ranges::sort(names, before);
-    const auto twice = std::ranges::adjacent_find(names, archive::SameName);
-    if (twice != names.end()) {
-        lines.Fail("the member '" + platform::AnsiToUtf8(*twice) + "' is listed twice");
-    }
-}
-
-// Compares the lists with each other and with the counts of the sides.
-void CheckLists(const Lines& lines, const Manifest& manifest) {
-    Names fresh(manifest.empty.begin(), manifest.empty.end());
-    for (const auto& entry : manifest.added) fresh.push_back(entry.name);
-    for (const auto& entry : manifest.moved) fresh.push_back(entry.name);
-    SortUnique(lines, fresh);
-    for (const auto& entry : manifest.removed) {
-        const auto same = std::ranges::lower_bound(
-            fresh, std::string_view(entry.name),
-            [](std::string_view a, std::string_view b) { return archive::CompareNames(a, b) < 0; });
-        if (same != fresh.end() && *same == entry.name) {
-            lines.Fail("the member '" + platform::AnsiToUtf8(*same) + "' is removed and added");
-        }
-    }
-    const std::size_t appeared = fresh.size();
-    Names old;
-    for (const auto& entry : manifest.changed) {
-        fresh.push_back(entry.name);
-        old.push_back(entry.name);
-    }
-    for (const auto& entry : manifest.removed) old.push_back(entry.name);
-    SortUnique(lines, fresh);
-    SortUnique(lines, old);
-    if (old.size() > manifest.old.members ||
-        manifest.old.members - manifest.removed.size() + appeared != manifest.fresh.members) {
-        lines.Fail("the members that change do not fit the counts of the sides");
-    }
-}
-
 // Returns the lines that the digest at the end covers.
 std::string_view TextUnderDigest(std::string_view text) {
     const std::size_t length = kManifestEnd.size() + 2 * std::tuple_size_v<Sha256Digest> + 1;
@@ -393,7 +286,7 @@ std::string_view TextUnderDigest(std::string_view text) {
 }
 
 // Reads all lines before those of the members.
-Manifest ReadFacts(Lines& lines) {
+Manifest ReadFacts(ManifestLines& lines) {
     if (!(lines.Line().starts_with(kManifestMark))) lines.Fail("this is not a manifest");
     const std::string_view version = lines.Line().substr(kManifestMark.size());
     if (version != std::string_view(&kManifestVersion, 1)) {
@@ -415,8 +308,8 @@ Manifest ReadFacts(Lines& lines) {
 
 Manifest ParseManifest(std::string_view text) {
     if (text.size() > kMostManifestBytes) throw ManifestError(0, "it is longer than 256 MB");
-    // First of all, so that damage is never reported as something else.
-    Lines lines(TextUnderDigest(text));
+    // The digest comes first, so that damage is never reported as something else.
+    ManifestLines lines(TextUnderDigest(text));
     Manifest manifest = ReadFacts(lines);
     ReadAllEntries(lines, manifest);
     if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
@@ -425,7 +318,7 @@ Manifest ParseManifest(std::string_view text) {
 }
 
 Manifest ParseManifestHead(std::string_view head) {
-    Lines lines(head);
+    ManifestLines lines(head);
     Manifest manifest = ReadFacts(lines);
     if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
     return manifest;
