@@ -29,7 +29,8 @@ Change ChangeOf(Change::Kind kind, const archive::Member& member) {
     return {kind, PublicName(member.name), std::string(member.name), {}, member.size};
 }
 
-void Tell(const std::function<void(const Change&)>& changed, const std::vector<Change>& changes) {
+void ReportChanges(const std::function<void(const Change&)>& changed,
+                   const std::vector<Change>& changes) {
     if (!changed) return;
     for (const Change& change : changes) changed(change);
 }
@@ -162,7 +163,7 @@ ChangeResult ArchiveWriter::AddTo(const std::filesystem::path& path, const AddOp
         }
     }
     change.Describe(result);
-    Tell(options.changed, changes);
+    ReportChanges(options.changed, changes);
     return result;
 }
 
@@ -188,7 +189,7 @@ ChangeResult DeleteMembers(const std::filesystem::path& path, std::span<const st
     change.JudgeRoom(0, 0);
     if (!options.dryRun && !chosen.empty()) Write(change, path);
     change.Describe(result);
-    Tell(options.changed, changes);
+    ReportChanges(options.changed, changes);
     return result;
 }
 
@@ -277,7 +278,7 @@ ChangeResult RenameMembers(const std::filesystem::path& path, std::string_view o
     change.JudgeRoom(0, 0);
     if (!options.dryRun && !names.empty()) Write(change, path);
     change.Describe(result);
-    Tell(options.changed, changes);
+    ReportChanges(options.changed, changes);
     return result;
 }
 

@@ -102,7 +102,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
     const bool replacesLink = replace && IsLink(path);
     if (run.Has(kDryRun)) {
         CheckSpace(path, bytes.size());
-        return TellReplacedLink(run, path, replacesLink);
+        return ReportReplacedLink(run, path, replacesLink);
     }
     const platform::FilePlace place = platform::PlaceOf(path);
     // All steps go through one handle, so they reach the same folder even if its path changes.
@@ -113,7 +113,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
             return found == stem;
         });
     for (std::string& name : abandoned) name.insert(0, place.folder);
-    TellAbandoned(run, abandoned);
+    ReportAbandoned(run, abandoned);
     platform::NewFile file;
     if (!file.Begin(folder, place.name)) {
         RefuseWrite("cannot write beside '" + Shown(path) + "': ", platform::LastError());
@@ -127,7 +127,7 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
         if (error.kind == platform::ErrorKind::Exists && !replace) RefuseExisting({path});
         RefuseWrite("cannot replace '" + Shown(path) + "': ", error);
     }
-    TellReplacedLink(run, path, replacesLink);
+    ReportReplacedLink(run, path, replacesLink);
 }
 
 void WriteOutput(Run& run, const std::string& path, std::span<const std::byte> bytes,
@@ -140,14 +140,14 @@ void WriteOutput(Run& run, const std::string& path, std::span<const std::byte> b
     if (!run.Has(kDryRun)) run.answer.Write(bytes);
 }
 
-void TellReplacedLink(Run& run, const std::string& path, bool replaced) {
+void ReportReplacedLink(Run& run, const std::string& path, bool replaced) {
     if (!replaced) return;
     run.talk.Note(Shown(path) + (run.Has(kDryRun)
                                      ? " is a link; it would be replaced, and its target kept"
                                      : " was a link; it was replaced, and its target kept"));
 }
 
-void TellAbandoned(Run& run, const std::vector<std::string>& paths) {
+void ReportAbandoned(Run& run, const std::vector<std::string>& paths) {
     for (const std::string& path : paths) {
         run.talk.Note("removed " + Shown(path) + ", left by a run that was killed");
     }

@@ -36,16 +36,16 @@ void WriteFileWhole(Run& run, const std::string& path, std::span<const std::byte
 void WriteOutput(Run& run, const std::string& path, std::span<const std::byte> bytes, bool replace);
 
 // Reports that a result replaced a link, if `replaced`.
-void TellReplacedLink(Run& run, const std::string& path, bool replaced);
+void ReportReplacedLink(Run& run, const std::string& path, bool replaced);
 
 // Reports the temporary files of killed runs that were removed.
-void TellAbandoned(Run& run, const std::vector<std::string>& paths);
+void ReportAbandoned(Run& run, const std::vector<std::string>& paths);
 
 // Reports both for an archive that the library wrote; `result` is the library's.
 template <typename Result>
-void TellPlace(Run& run, const std::filesystem::path& path, const Result& result) {
-    TellAbandoned(run, {result.abandoned.begin(), result.abandoned.end()});
-    TellReplacedLink(run, path.string(), result.replacesLink);
+void ReportPlace(Run& run, const std::filesystem::path& path, const Result& result) {
+    ReportAbandoned(run, {result.abandoned.begin(), result.abandoned.end()});
+    ReportReplacedLink(run, path.string(), result.replacesLink);
 }
 
 }  // namespace va::tool

@@ -32,7 +32,7 @@ std::vector<std::string> ReadPatterns(const std::string& path, char end) {
     return patterns;
 }
 
-void TellSkipped(Run& run, const std::string& folder, const std::vector<LeftOut>& skipped) {
+void ReportSkipped(Run& run, const std::string& folder, const std::vector<LeftOut>& skipped) {
     constexpr std::size_t kMostNamed = 10;
     if (!skipped.empty()) run.AskForALook();
     for (std::size_t i = 0; i < skipped.size(); ++i) {
@@ -76,7 +76,7 @@ void NoteUtf8Names(Run& run, const Archive& archive) {
 
 Archive OpenSide(Run& run, const std::string& operand) {
     Archive side{std::filesystem::path(operand)};
-    TellSkipped(run, operand, {side.Skipped().begin(), side.Skipped().end()});
+    ReportSkipped(run, operand, {side.Skipped().begin(), side.Skipped().end()});
     NoteUtf8Names(run, side);
     return side;
 }
@@ -86,7 +86,7 @@ Archive OpenContent(Run& run, const std::string& operand) {
     std::vector<LeftOut> skipped;
     std::ranges::copy_if(side.Skipped(), std::back_inserter(skipped),
                          [](const LeftOut& file) { return !file.isContent; });
-    TellSkipped(run, operand, skipped);
+    ReportSkipped(run, operand, skipped);
     return side;
 }
 
@@ -167,7 +167,7 @@ Member MemberOf(const Archive& archive, const MemberOperand& operand) {
                                           "'; run 'va list' to see its members"};
 }
 
-void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message) {
+void ReportFailed(Run& run, const std::string& input, ExitCode code, const std::string& message) {
     run.talk.Error(message);
     if (!run.answer.IsJson()) return;
     run.answer.Write(JsonObject("failed")
@@ -189,7 +189,7 @@ ExitCode ForEachOperand(Run& run, const std::function<ExitCode(const std::string
                 error.code() == ErrorCode::Refused || error.code() == ErrorCode::NotFound;
             if (!isInput || platform::InterruptionAsked()) throw;
             code = static_cast<ExitCode>(error.code());
-            TellFailed(run, operand, code, Shown(error.what()));
+            ReportFailed(run, operand, code, Shown(error.what()));
         }
         gravest = Graver(gravest, code);
     }

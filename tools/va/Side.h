@@ -62,7 +62,7 @@ struct MemberOperand {
 [[nodiscard]] Member MemberOf(const Archive& archive, const MemberOperand& operand);
 
 // Reports that one of several inputs cannot be read; the command continues with the next.
-void TellFailed(Run& run, const std::string& input, ExitCode code, const std::string& message);
+void ReportFailed(Run& run, const std::string& input, ExitCode code, const std::string& message);
 
 // Calls `work` for each operand and returns the most serious result. If there are several, one that
 // cannot be read is reported and skipped.

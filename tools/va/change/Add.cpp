@@ -60,13 +60,13 @@ ExitCode RunAdd(Run& run) {
     options.dryRun = run.Has(kDryRun);
     options.compression = CompressionOf(run);
     options.threads = run.Jobs();
-    options.changed = TellingChanges(run);
+    options.changed = ChangeReporter(run);
     if (options.sync && run.Has(kExclude)) {
         throw Failure{ExitCode::Usage, "--sync deletes what --exclude leaves out; use one of them"};
     }
     Inputs inputs = OpenInputs(run, options);
     const ChangeResult result = inputs.Writer().AddTo(run.Operand(0), options, ProgressOf(run));
-    TellResult(run, run.Operand(0), result);
+    ReportResult(run, run.Operand(0), result);
     return ExitCode::Done;
 }
 

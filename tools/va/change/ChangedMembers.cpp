@@ -21,7 +21,7 @@ std::string_view WordOf(Change::Kind kind) {
     }
 }
 
-void Tell(Run& run, const Change& change) {
+void ReportChange(Run& run, const Change& change) {
     const std::string_view word = WordOf(change.kind);
     if (run.answer.IsJson()) {
         JsonObject object(word);
@@ -41,7 +41,7 @@ void Tell(Run& run, const Change& change) {
 
 }  // namespace
 
-void TellResult(Run& run, const std::string& archive, const ChangeResult& result) {
+void ReportResult(Run& run, const std::string& archive, const ChangeResult& result) {
     run.answer.Last()
         .Set("added", result.added)
         .Set("replaced", result.replaced)
@@ -72,9 +72,9 @@ void TellResult(Run& run, const std::string& archive, const ChangeResult& result
     run.talk.Summary(line);
 }
 
-std::function<void(const Change&)> TellingChanges(Run& run) {
+std::function<void(const Change&)> ChangeReporter(Run& run) {
     if (!run.answer.IsJson() && !run.talk.IsVerbose() && !run.Has(kDryRun)) return {};
-    return [&run](const Change& change) { Tell(run, change); };
+    return [&run](const Change& change) { ReportChange(run, change); };
 }
 
 }  // namespace va::tool

@@ -45,10 +45,10 @@ ExitCode RunCreate(Run& run) {
     options.buildVersion = NumberOf(run, kBuildVersion);
     options.productCode = NumberOf(run, kProductCode);
     options.threads = run.Jobs();
-    options.changed = TellingChanges(run);
+    options.changed = ChangeReporter(run);
     Inputs inputs(run, 1);
     const CreateResult created = inputs.Writer().Create(options, ProgressOf(run));
-    TellPlace(run, archive, created);
+    ReportPlace(run, archive, created);
     run.answer.Last()
         .Set("members", created.members)
         .Set("content", created.contentSize)

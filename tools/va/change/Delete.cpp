@@ -27,7 +27,7 @@ ExitCode RunDelete(Run& run) {
     }
     ChangeOptions options;
     options.dryRun = run.Has(kDryRun);
-    options.changed = TellingChanges(run);
+    options.changed = ChangeReporter(run);
     std::vector<std::string> names;
     {
         const Archive archive{std::filesystem::path(path)};
@@ -37,7 +37,7 @@ ExitCode RunDelete(Run& run) {
             names.push_back(member.StoredName());
         }
     }
-    TellResult(run, path, DeleteMembers(path, names, options));
+    ReportResult(run, path, DeleteMembers(path, names, options));
     return ExitCode::Done;
 }
 

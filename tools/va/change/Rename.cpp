@@ -21,9 +21,9 @@ constexpr std::array<std::string_view, 2> kExamples = {"va rename Town.va config
 ExitCode RunRename(Run& run) {
     ChangeOptions options;
     options.dryRun = run.Has(kDryRun);
-    options.changed = TellingChanges(run);
-    TellResult(run, run.Operand(0),
-               RenameMembers(run.Operand(0), run.Operand(1), run.Operand(2), options));
+    options.changed = ChangeReporter(run);
+    ReportResult(run, run.Operand(0),
+                 RenameMembers(run.Operand(0), run.Operand(1), run.Operand(2), options));
     return ExitCode::Done;
 }
 

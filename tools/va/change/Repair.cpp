@@ -40,7 +40,7 @@ const char* WordOf(RepairedMember::Fate fate) {
 }
 
 // The answer is what a person must look at; with -v, and in JSON, all members.
-void Tell(Run& run, const RepairedMember& member) {
+void ReportMember(Run& run, const RepairedMember& member) {
     const char* const word = WordOf(member.fate);
     if (run.answer.IsJson()) {
         JsonObject object("repaired");
@@ -124,7 +124,7 @@ ExitCode RunRepair(Run& run) {
     options.replace = run.Has(kForce);
     options.dryRun = run.Has(kDryRun);
     options.threads = run.Jobs();
-    options.judged = [&run](const RepairedMember& member) { Tell(run, member); };
+    options.judged = [&run](const RepairedMember& member) { ReportMember(run, member); };
     const RepairResult result = Repair(options, ProgressOf(run));
     Explain(run, options, result);
     Summarize(run, options, result);

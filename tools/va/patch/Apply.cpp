@@ -99,7 +99,7 @@ ExitCode RunApply(Run& run) {
     const ApplyPatchOptions options = OptionsOf(run);
     const ApplyPatchResult result = ApplyPatch(options, ProgressOf(run));
     if (!result.note.empty()) run.talk.Note(Shown(result.note));
-    TellPlace(run, result.result, result);
+    ReportPlace(run, result.result, result);
     for (const MemberChange& change : result.changes) {
         run.talk.Detail(std::string(WordOf(change.kind)) + " " + Shown(change.name));
     }

@@ -114,7 +114,7 @@ std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
     return count;
 }
 
-void TellMembers(Run& run, const MakePatchResult& made) {
+void ReportMembers(Run& run, const MakePatchResult& made) {
     for (const MemberChange& change : made.changes) {
         if (run.answer.IsJson()) {
             JsonObject object("change");
@@ -132,7 +132,7 @@ void TellMembers(Run& run, const MakePatchResult& made) {
 
 // Reports what was proved: that applying the patch gives the archive byte for byte if it can be
 // reproduced, otherwise that it gives the same contents.
-void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
+void ReportProof(Run& run, const MakePatchResult& made, bool isProved) {
     if (!made.newContent) return;
     const Sha256& digest = made.newArchive ? *made.newArchive : *made.newContent;
     const std::string what = made.newArchive ? Shown(run.Operand(1)) + " byte for byte"
@@ -150,7 +150,7 @@ void TellProof(Run& run, const MakePatchResult& made, bool isProved) {
     }
 }
 
-void TellRewritten(Run& run, const MakePatchResult& made) {
+void ReportRewritten(Run& run, const MakePatchResult& made) {
     std::uint64_t members = 0;
     std::uint64_t bytes = 0;
     for (const MemberChange& change : made.changes) {
@@ -200,15 +200,15 @@ ExitCode RunDiff(Run& run) {
     const Archive old = OpenSide(run, run.Operand(0));
     const Archive fresh = OpenSide(run, run.Operand(1));
     MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
-    TellPlace(run, options.result, made);
+    ReportPlace(run, options.result, made);
     const std::uint64_t leftOut = options.plain ? TakeLeftOut(run, made) : 0;
     const PatchCounts& counts = made.counts;
-    TellMembers(run, made);
+    ReportMembers(run, made);
     run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
                      "  " + ShownBytes(made.patchSize) + "  " + ShownCounts(counts) +
                      (leftOut > 0 ? "  " + GroupedDigits(leftOut) + " omitted" : ""));
-    TellProof(run, made, options.verify);
-    TellRewritten(run, made);
+    ReportProof(run, made, options.verify);
+    ReportRewritten(run, made);
     run.answer.Last()
         .Set("patch", options.result.string())
         .Set("size", made.patchSize)

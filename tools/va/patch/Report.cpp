@@ -61,7 +61,7 @@ void WriteJson(Answer& answer, const PatchReport& report) {
     }
 }
 
-void TellMembers(Run& run, const PatchReport& report) {
+void ReportMembers(Run& run, const PatchReport& report) {
     for (const PatchReport::Item& item : report.items) {
         run.talk.Detail(std::string(CodeOf(item.reason)) + " " + Shown(item.name) + ", " +
                         ShownBytes(item.patchBytes));
@@ -87,7 +87,7 @@ ExitCode RunReport(Run& run) {
         throw Failure{ExitCode::Usage, "--json and -o - both want standard output; leave one out"};
     }
     const PatchReport report = ReportPatch(run.Operand(0), run.Jobs(), ProgressOf(run));
-    TellMembers(run, report);
+    ReportMembers(run, report);
     if (output) WritePage(run, report, *output);
     if (run.answer.IsJson()) {
         WriteJson(run.answer, report);

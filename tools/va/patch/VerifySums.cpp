@@ -24,7 +24,8 @@ const char* NameOf(SumMismatch::Kind kind) {
     }
 }
 
-void TellSame(Run& run, const std::vector<Sum>& sums, const std::vector<SumMismatch>& mismatches) {
+void ReportSame(Run& run, const std::vector<Sum>& sums,
+                const std::vector<SumMismatch>& mismatches) {
     // Mismatches of listed members come first, in the order of the sums, so one pass suffices.
     auto next = mismatches.begin();
     for (const Sum& sum : sums) {
@@ -76,7 +77,7 @@ ExitCode VerifySums(Run& run, const std::string& target, const std::string& path
             run.answer.Write(Shown(name) + ": " + NameOf(kind) + "\n");
         }
     }
-    if (run.talk.IsVerbose()) TellSame(run, sums, mismatches);
+    if (run.talk.IsVerbose()) ReportSame(run, sums, mismatches);
     run.answer.Last().Set("file", target).Set("side", mismatches.empty() ? "same" : "neither");
     if (mismatches.empty()) {
         if (!run.answer.IsJson()) {

@@ -60,7 +60,7 @@ void WriteDifference(Answer& answer, const Difference& difference) {
 
 // With -v, lists on standard error the sizes of differing members, and the equal members. Standard
 // output stays the same, so that scripts can use -v.
-void TellMembers(Run& run, const Archive& b, const Comparison& comparison) {
+void ReportMembers(Run& run, const Archive& b, const Comparison& comparison) {
     std::set<std::string_view> different;
     for (const Difference& difference : comparison.differences) {
         different.insert(difference.name);
@@ -81,7 +81,7 @@ ExitCode RunCompare(Run& run) {
         ++counts.at(static_cast<std::size_t>(difference.kind));
         if (!run.Has(kStat)) WriteDifference(run.answer, difference);
     }
-    if (run.talk.IsVerbose()) TellMembers(run, b, comparison);
+    if (run.talk.IsVerbose()) ReportMembers(run, b, comparison);
     const auto count = [&](Difference::Kind kind) {
         return counts.at(static_cast<std::size_t>(kind));
     };

@@ -36,13 +36,13 @@ constexpr std::array<std::string_view, 3> kExamples = {"va extract Town.va",
                                                        "va extract -C out Town.va textures",
                                                        "va extract --flat Town.va '**/*.tga'"};
 
-void TellPlaces(Run& run, const std::filesystem::path& folder, const ExtractResult& result) {
+void ReportPlaces(Run& run, const std::filesystem::path& folder, const ExtractResult& result) {
     const auto below = [&](const std::string& name) { return (folder / name).lexically_normal(); };
     std::vector<std::string> abandoned;
     for (const std::string& name : result.abandoned) abandoned.push_back(below(name).string());
-    TellAbandoned(run, abandoned);
+    ReportAbandoned(run, abandoned);
     for (const std::string& name : result.replacedLinks) {
-        TellReplacedLink(run, below(name).string(), true);
+        ReportReplacedLink(run, below(name).string(), true);
     }
 }
 
@@ -76,7 +76,7 @@ ExitCode RunExtract(Run& run) {
         };
     }
     const ExtractResult result = Extract(archive, selection.Members(), options, ProgressOf(run));
-    TellPlaces(run, options.folder, result);
+    ReportPlaces(run, options.folder, result);
     for (const Error& failure : result.failures) run.talk.Error(Shown(failure.what()));
     run.answer.Last()
         .Set("files", result.files)

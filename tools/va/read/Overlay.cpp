@@ -62,7 +62,7 @@ void WriteMerged(Run& run, const std::string& result, std::span<const Archive> s
     options.dryRun = run.Has(kDryRun);
     options.threads = run.Jobs();
     const MergeResult merged = Merge(sides, members, options, ProgressOf(run));
-    TellPlace(run, result, merged);
+    ReportPlace(run, result, merged);
     if (run.answer.IsJson()) {
         run.answer.Write(JsonObject("written")
                              .Set("file", result)

@@ -192,7 +192,7 @@ ExitCode ForEachInput(Run& run, const std::vector<Input>& inputs,
             code = work(input);
         } catch (const BadInput& failure) {
             code = failure.code;
-            TellFailed(run, input.Name(), failure.code, failure.message);
+            ReportFailed(run, input.Name(), failure.code, failure.message);
         }
         gravest = Graver(gravest, code);
         done += input.Size();
