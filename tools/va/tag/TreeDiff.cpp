@@ -27,8 +27,8 @@ bool HasSameValue(const Vorn::OCSChunk& a, const Vorn::OCSChunk& b) {
 
 class Differ {
 public:
-    Differ(bool folded, const std::function<void(const TagDifference&)>& tell)
-        : folded_(folded), tell_(tell) {}
+    Differ(bool folded, const std::function<void(const TagDifference&)>& report)
+        : folded_(folded), report_(report) {}
 
     std::size_t Run(const Vorn::OCSChunkRef& a, const Vorn::OCSChunkRef& b) {
         Enter(a, b, 0);
@@ -83,7 +83,7 @@ private:
         std::vector<std::uint32_t> order;
         std::ranges::remove_copy(pair.matches, std::back_inserter(order), kNone);
         if (!std::ranges::is_sorted(order)) {
-            tell_({Kind::Reordered, path_, pair.a.Get(), pair.b.Get()});
+            report_({Kind::Reordered, path_, pair.a.Get(), pair.b.Get()});
         }
     }
 
@@ -93,7 +93,7 @@ private:
         const std::size_t pathBefore = path_.size();
         AppendName(path_, child.name);
         if (pair.matches[index] == kNone) {
-            tell_({Kind::Removed, path_, child.child.Get(), nullptr});
+            report_({Kind::Removed, path_, child.child.Get(), nullptr});
         } else {
             const Vorn::OCSChunkRef other = pair.b->ChildAt(pair.matches[index]).child;
             if (IsContainer(*child.child) && IsContainer(*other)) {
@@ -103,7 +103,7 @@ private:
             if (HasSameValue(*child.child, *other)) {
                 ++same_;
             } else {
-                tell_({Kind::Changed, path_, child.child.Get(), other.Get()});
+                report_({Kind::Changed, path_, child.child.Get(), other.Get()});
             }
         }
         path_.resize(pathBefore);
@@ -117,7 +117,7 @@ private:
             if (pair.taken[i]) continue;
             const Vorn::NamedChild child = pair.b->ChildAt(i);
             AppendName(path_, child.name);
-            tell_({Kind::Added, path_, nullptr, child.child.Get()});
+            report_({Kind::Added, path_, nullptr, child.child.Get()});
             path_.resize(path);
         }
         path_.resize(pair.pathBefore);
@@ -133,8 +133,8 @@ private:
 }  // namespace
 
 std::size_t DiffTags(const Vorn::OCSChunkRef& a, const Vorn::OCSChunkRef& b, bool folded,
-                     const std::function<void(const TagDifference&)>& tell) {
-    return Differ(folded, tell).Run(a, b);
+                     const std::function<void(const TagDifference&)>& report) {
+    return Differ(folded, report).Run(a, b);
 }
 
 }  // namespace va::tool

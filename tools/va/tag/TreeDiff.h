@@ -27,6 +27,6 @@ struct TagDifference {
 // first, and so on. With `folded`, names are compared as texts write them. Does not recurse.
 // Returns the number of equal tags.
 std::size_t DiffTags(const Vorn::OCSChunkRef& a, const Vorn::OCSChunkRef& b, bool folded,
-                     const std::function<void(const TagDifference&)>& tell);
+                     const std::function<void(const TagDifference&)>& report);
 
 }  // namespace va::tool
