@@ -56,15 +56,17 @@ TEST_F(VaInfo, NamesFilesThatAreNoArchives) {
     folder_.Write("noise", Noise(100));
     folder_.Write("readme.md", "words");
     folder_.Write("empty", "");
+    folder_.Write("cut.va", "ArcH");
     ExpectAnswers({
         {"info a.im", 0,
          "a.im: a compressed file\n  content         5.0 kB\n  file            16 B\n"},
         {"info config.txt", 0, "config.txt: a description (text)\n  file            17 B\n"},
         {"info wall.png", 0, "wall.png: a picture (PNG)\n"},
         {"info wall.diff", 0, "wall.diff: a diff\n  made from       5 B\n  gives           6 B\n"},
-        {"info readme.md", 2, "it does not begin with \"ARCH\""},
-        {"info noise", 2, "it does not begin with \"ARCH\""},
-        {"info empty", 2, "empty: "},
+        {"info readme.md", 2, "readme.md: its kind is unknown: it is not an archive, patch, "},
+        {"info noise", 2, "if it should be one of these, copy or download it again\n"},
+        {"info empty", 2, "empty: its kind is unknown"},
+        {"info cut.va", 2, "cut.va: it has no header"},
     });
 }
 

@@ -208,7 +208,7 @@ bool Describe(Run& run, const std::string& path) {
     }
     // The first bytes decide, so a damaged archive is still described as an archive.
     const std::optional<OtherFile> other = IdentifyFile(path);
-    if (!other || other->kind == "an archive") return DescribeArchive(run, path);
+    if (!other) return DescribeArchive(run, path);
     WriteOther(run, path, *other);
     return true;
 }

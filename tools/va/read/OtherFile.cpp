@@ -3,14 +3,17 @@
 #include <filesystem>
 #include <fstream>
 #include <span>
+#include <string_view>
 #include <vector>
 
+#include "archive/ArchiveFormat.h"
 #include "archive/Stream.h"
 #include "delta/Bytes.h"
 #include "delta/DiffFormat.h"
 #include "delta/Error.h"
 #include "tools/va/tag/ContentKind.h"
 #include "tools/va/tag/TagFile.h"
+#include "vaconverter/error.h"
 
 namespace va::tool {
 namespace {
@@ -19,6 +22,7 @@ namespace {
 // files only the first bytes are read.
 constexpr std::uintmax_t kMostOfDescription = 16U << 20;
 constexpr std::size_t kStart = 65536;
+constexpr std::string_view kArchiveKind = "an archive";  // as KindOfContent names it
 
 class FindingCounter final : public Vorn::TagObserver {
 public:
@@ -55,6 +59,22 @@ std::optional<OtherFile> AsDescription(const Bytes& bytes, const std::string& pa
     return {};
 }
 
+// The mark decides, so that a damaged archive is reported as one.
+bool HasArchiveMark(const Bytes& bytes) {
+    constexpr std::size_t kMark = 4;
+    return bytes.size() >= kMark &&
+           archive::MarkEquals(std::span(bytes).first<kMark>(), archive::kArchiveMark);
+}
+
+[[noreturn]] void RefuseUnknown(const std::string& path) {
+    throw Error(ErrorCode::Refused,
+                path +
+                    ": its kind is unknown: it is not an archive, patch, compressed file, diff "
+                    "or description, and does not begin like a common picture, sound or packed "
+                    "file; if it should be one of these, copy or download it again",
+                path);
+}
+
 }  // namespace
 
 std::optional<OtherFile> IdentifyFile(const std::string& path) {
@@ -77,7 +97,9 @@ std::optional<OtherFile> IdentifyFile(const std::string& path) {
         if (!kind.empty()) other = OtherFile{kind, 0, {}, {}};
     }
     if (!other && isSmall) other = AsDescription(bytes, path);
-    if (other) other->size = size;
+    if (!other && !HasArchiveMark(bytes)) RefuseUnknown(path);
+    if (!other || other->kind == kArchiveKind) return {};
+    other->size = size;
     return other;
 }
 
