@@ -12,6 +12,7 @@ struct Work {
     std::string command;
     std::vector<std::string> results;
 };
+void PrintTo(const Work& work, std::ostream* to) { *to << work.name; }
 
 std::vector<Work> AllWork() {
     return {
@@ -94,13 +95,14 @@ protected:
             EXPECT_TRUE(exitCode != 0 || found == whole_[i]);
         }
     }
-    [[nodiscard]] bool HasStrays() const {
-        return Run("find . -name '.*' -type f | grep -q .") == 0;
-    }
+    [[nodiscard]] bool HasStrays() const { return HasFile(IsHidden); }
     // Returns whether others may read what takes, or is to take, the place of a private file.
     [[nodiscard]] bool HasOpenResults() const {
-        return Run("find . '(' -name '.*' -o -path ./r -o -path './r/*' ')' -type f -perm /077 "
-                   "| grep -q .") == 0;
+        return HasFile([this](const fs::path& file) {
+            const bool isResult = file.lexically_relative(folder_.Path()).begin()->string() == "r";
+            return (IsHidden(file) || isResult) &&
+                   (fs::status(file).permissions() & fs::perms(077)) != fs::perms::none;
+        });
     }
 
     [[nodiscard]] bool CanTrace() const {
@@ -113,6 +115,17 @@ protected:
         const std::string trace = streams_.Read("trace");
         return trace.find("(INJECTED)") != trace.npos || trace.find("--- SIGTERM") != trace.npos ||
                trace.find("+++ killed by SIGKILL") != trace.npos;
+    }
+
+    [[nodiscard]] static bool IsHidden(const fs::path& file) {
+        return file.filename().string().starts_with('.');
+    }
+    template <typename Predicate>
+    [[nodiscard]] bool HasFile(Predicate is) const {
+        return std::ranges::any_of(fs::recursive_directory_iterator(folder_.Path()),
+                                   [&](const fs::directory_entry& entry) {
+                                       return entry.is_regular_file() && is(entry.path());
+                                   });
     }
 
     TempFolder streams_;

@@ -11,11 +11,15 @@ using Files = std::map<std::string, std::string>;
 class VaDiff : public VaProgram {
 protected:
     void SetUp() override {
-        // Copies: the converter locks its own file.
-        const fs::path bin = fs::path(VACONVERTER).parent_path();
-        fs::create_directories(folder_.Path("app/VAConverter"));
-        fs::copy(bin, folder_.Path("app/VAConverter/bin"));
-        fs::copy(bin / "../../tools", folder_.Path("app/tools"), fs::copy_options::recursive);
+        // Copies: the converter locks its own file. Only the programs themselves, since the folder
+        // that they are built in can have files that another test is writing.
+        const fs::path programs = fs::path(VACONVERTER).parent_path() / "../..";
+        for (const char* program : {VACONVERTER, VDIFFL, VPATCHL}) {
+            const fs::path copy = folder_.Path("app") /
+                                  fs::path(program).lexically_relative(programs.lexically_normal());
+            fs::create_directories(copy.parent_path());
+            fs::copy_file(program, copy);
+        }
     }
 
     // Writes a folder, and an archive of it.
