@@ -76,7 +76,7 @@ void Archive::ListMembers() {
         to.storedSize_ = from.storedSize;
         to.offset_ = from.dataOffset;
         to.index_ = i;
-        // Zero is how an index says that it knows none.
+        // An index has 0 for a check sum that it does not record.
         if (from.crc != 0) to.crc_ = from.crc;
         to.compressed_ = from.compressed;
         impl_->info.contentSize += from.size;
@@ -90,7 +90,8 @@ void Archive::ListMembers() {
         }
         return;
     }
-    // Header, chunk headers and entries, index: everything else is dead.
+    // A member has 296 bytes before its data (a chunk header and its entry) and a record of as many
+    // in the index. What is neither that, nor header, nor data is dead.
     constexpr std::uint64_t kChunkOverhead = 296;
     const archive::Contents& contents = impl_->reader->All();
     used += contents.headerEnd + tree.Count() * kChunkOverhead;
@@ -140,6 +141,7 @@ std::vector<std::byte> Archive::Read(const Member& member, std::uint64_t limit) 
     class Collector final : public Sink {
     public:
         void Write(std::span<const std::byte> bytes) override {
+            // Grows with what is read: a claimed size reserves no memory.
             content.insert(content.end(), bytes.begin(), bytes.end());
         }
         std::vector<std::byte> content;

@@ -57,6 +57,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         Pair& pair = pairs[i];
         if (!pair.a || !pair.b) continue;
+        // What the indexes say can show a difference; only the contents show that there is none.
         pair.differs = pair.a->Size() != pair.b->Size() ||
                        (pair.a->Crc() && pair.b->Crc() && *pair.a->Crc() != *pair.b->Crc());
         if (pair.differs) continue;
@@ -83,6 +84,9 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     });
 
     Comparison result;
+    // Members that may have been renamed, by size and check sum. Contents are compared only where
+    // both are equal, and check sums of a folder's files, which cost a read, only taken if any can
+    // match.
     std::multimap<std::pair<std::uint64_t, std::uint32_t>, const Member*> removed;
     std::unordered_set<std::uint64_t> removedSizes;
     SideReader sideA(a);
@@ -90,6 +94,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     const bool anyAdded =
         std::ranges::any_of(pairs, [](const Pair& pair) { return pair.a == nullptr; });
     for (const Pair& pair : pairs) {
+        // Empty members are all equal, so that nothing shows which one was renamed.
         if (pair.b || pair.a->Size() == 0 || !anyAdded) continue;
         removed.emplace(std::pair{pair.a->Size(), CheckSumOf(sideA, *pair.a)}, pair.a);
         removedSizes.insert(pair.a->Size());
@@ -117,7 +122,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
                     difference = {Difference::Kind::Renamed, pair.b->Name(), from->second->Name(),
                                   pair.b->Size(), pair.b->Size()};
                     renamed.insert(from->second);
-                    removed.erase(from);
+                    removed.erase(from);  // one removed member explains one added member
                 }
             }
             result.differences.push_back(std::move(difference));

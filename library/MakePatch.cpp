@@ -2,6 +2,7 @@
 #include <string>
 #include <utility>
 
+#include "delta/Delta.h"
 #include "library/ArchiveAccess.h"
 #include "library/PatchCalls.h"
 #include "library/ResultPlace.h"

@@ -23,6 +23,7 @@ const char* NameProblemOf(std::string_view name, std::string_view stored) {
 }
 
 void NewMembers::Add(const Archive& source, const Member& member, std::string storedName) {
+    // Mostly many members of one source follow each other: they share its path.
     const bool isNew = paths_.empty() || paths_.back() != source.Path();
     if (isNew) {
         paths_.push_back(source.Path());
@@ -41,7 +42,8 @@ void NewMembers::AddAll(const Archive& source, std::string_view under,
     const std::string before =
         under.empty() || under.ends_with('/') ? std::string(under) : std::string(under) + "/";
     for (const LeftOut& file : source.Skipped()) {
-        // Links and devices are left out everywhere; a file that would be missing is told.
+        // Links and devices are skipped everywhere; a file whose content would be missing is
+        // refused.
         if (!file.isContent) continue;
         unusable_.Add((source.Path() / file.name).string() + " " + file.reason);
     }
@@ -93,6 +95,7 @@ std::string NewMembers::StoredNameOf(std::string_view name) {
 void NewMembers::AddMember(std::string name, const archive::Tree& tree, std::size_t number,
                            const std::filesystem::path& source) {
     NewMember& member = members_.emplace_back();
+    // Folded once: the sort compares each name many times.
     member.folded = archive::FoldName(name);
     member.name = std::move(name);
     member.size = tree[number].size;
@@ -107,6 +110,7 @@ std::vector<NewMember> NewMembers::Judged() const {
                     "no archive can hold these; rename or split them:" + unusable_.Text());
     }
     std::vector<NewMember> members = members_;
+    // Stable, so that of equal names the message has the one first that was added first.
     std::ranges::stable_sort(members, {}, &NewMember::folded);
     patch::NameList doubles;
     for (std::size_t i = 1; i < members.size(); ++i) {

@@ -11,7 +11,8 @@
 namespace va {
 namespace {
 
-// Compares the contents of two sides' members, mostly by what their indexes say.
+// Compares the contents of two sides' members, mostly by the check sums of their indexes: a
+// collision would only hide a hint, and reading the contents would take as long as merging them.
 class ContentComparison {
 public:
     explicit ContentComparison(std::span<const Archive> sides, WorkProgress& work) : work_(work) {
@@ -47,6 +48,7 @@ std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
             OverlaidMember& overlaid = place->second;
             // Of members of one name only the first can be reached.
             if (!isNew && overlaid.side == side) continue;
+            // A later side hides the earlier ones.
             if (!isNew) overlaid.hidden.push_back({overlaid.side, overlaid.member.Index()});
             overlaid.side = side;
             overlaid.member = member;

@@ -17,10 +17,12 @@ namespace {
 }
 
 bool LiesBelow(const std::filesystem::path& result, const std::filesystem::path& folder) {
+    // Real paths, since a link can lead into the folder.
     const std::string inside = platform::RealPath(SystemPath(folder).c_str());
     const std::string parent = SystemPath(result.parent_path());
     const std::string place = platform::RealPath(parent.empty() ? "." : parent.c_str());
     if (inside.empty() || !place.starts_with(inside)) return false;
+    // "/data2" begins like "/data" and is not below it; "/" ends in its separator.
     return place.size() == inside.size() || inside.back() == '/' || place[inside.size()] == '/';
 }
 

@@ -9,8 +9,8 @@
 namespace va {
 
 // `nextA` and `nextB` give pieces, which may be cut differently, and an empty one at the end; both
-// are read to their ends, since damage must not pass for a difference. `count` is told the bytes
-// that were compared.
+// are read to their ends, since damage must not pass for a difference. `count` is called with
+// the number of bytes that were compared.
 template <typename NextA, typename NextB, typename Count>
 bool SameContent(const NextA& nextA, const NextB& nextB, const Count& count) {
     bool same = true;

@@ -51,7 +51,8 @@ std::optional<std::string> Unescaped(std::string_view text) {
     return name;
 }
 
-// The digest, a blank, a blank or '*', the name.
+// Reads the digest, a blank, a blank or '*' (text or binary, which is one on our systems), the
+// name.
 std::optional<Sum> ReadSum(std::string_view line) {
     constexpr std::size_t kDigits = 64;
     const bool escaped = line.starts_with('\\');
@@ -61,11 +62,13 @@ std::optional<Sum> ReadSum(std::string_view line) {
         return std::nullopt;
     }
     std::string digits(line.substr(0, kDigits));
+    // Some programs print capital digits.
     for (char& c : digits) c = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
     const std::optional<Sha256> digest = patch::Sha256FromHex(digits);
     std::string_view text = line.substr(kDigits + 2);
     std::optional<std::string> name = escaped ? Unescaped(text) : std::string(text);
     if (!digest || !name) return std::nullopt;
+    // As in the lines for names that `find .` printed.
     while (name->starts_with("./")) name->erase(0, 2);
     if (name->empty()) return std::nullopt;
     return Sum{std::move(*name), *digest};

@@ -25,7 +25,7 @@ public:
     void Update(std::span<const std::byte> bytes) {
         kind_ == DigestKind::Md5 ? md5_.update(bytes.data(), bytes.size()) : sha256_.Update(bytes);
     }
-    // Returns the digest of the bytes so far and starts anew.
+    // Returns the digest of the bytes so far and starts again.
     [[nodiscard]] Digest Finish();
 
 private:

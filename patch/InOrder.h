@@ -45,7 +45,7 @@ public:
             return;
         }
         std::vector<std::jthread> workers;
-        // Declared after the threads, so that they are told to end before they are joined.
+        // Declared after the threads, so that they are asked to end before they are joined.
         const Ending ending{*this};
         for (unsigned worker = 0; worker < threads_; ++worker) {
             workers.emplace_back([this, worker, &make] { Serve(worker, make); });
@@ -71,10 +71,11 @@ private:
         }
     };
 
-    // Takes the number of the next unit once it may be started. False when there is none.
+    // Takes the number of the next unit once it may be started. Returns false after the last one.
     bool Start(std::size_t& unit) {
         std::unique_lock hold(lock_);
         mayStart_.wait(hold, [this] {
+            // The unit to be taken next starts whatever it costs, or nothing would ever be taken.
             return ended_ || next_ == units_ || next_ == taken_ ||
                    waiting_ + cost_(next_) <= budget_;
         });
@@ -102,6 +103,7 @@ private:
         using namespace std::chrono_literals;
         std::unique_lock hold(lock_);
         const auto found = [&] { return made_.contains(unit); };
+        // Woken to report progress, which only this thread may do, and to see a cancellation.
         while (!isMade_.wait_for(hold, 50ms, found)) {
             hold.unlock();
             meter.Report();

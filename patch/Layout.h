@@ -1,8 +1,8 @@
 // How a result is laid out: what the lines "order" and "stored" of a manifest mean.
 //
-// The maker describes the layout of NEW in the shortest way; whoever applies the patch lays out
-// the same members in the same way. Both list the members of the new side in the canonical order,
-// and their numbers are places in that list.
+// The maker describes the layout of NEW in the shortest way; the program that applies the patch
+// lays out the same members in the same way. Both list the members of the new side in the canonical
+// order, and their numbers are places in that list.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The MD5 message digest (RFC 1321), by which a patch tells contents apart.
+// The MD5 message digest (RFC 1321), by which a patch distinguishes contents.
 #pragma once
 
 #include <array>

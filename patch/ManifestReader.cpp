@@ -312,7 +312,7 @@ Manifest ParseManifest(std::string_view text) {
     ManifestLines lines(TextUnderDigest(text));
     Manifest manifest = ReadFacts(lines);
     ReadAllEntries(lines, manifest);
-    if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
+    if (!lines.AtEnd()) lines.Fail("this is not a line of a manifest, or not at its place");
     CheckLists(lines, manifest);
     return manifest;
 }
@@ -320,7 +320,7 @@ Manifest ParseManifest(std::string_view text) {
 Manifest ParseManifestHead(std::string_view head) {
     ManifestLines lines(head);
     Manifest manifest = ReadFacts(lines);
-    if (!lines.AtEnd()) lines.Fail("this is no line of a manifest, or not at its place");
+    if (!lines.AtEnd()) lines.Fail("this is not a line of a manifest, or not at its place");
     return manifest;
 }
 

@@ -13,7 +13,7 @@
 
 namespace patch {
 
-// What packing a content of the new archive anew gives.
+// What packing a content of the new archive again gives.
 struct Remade {
     bool same = false;          // the stored bytes that the new archive has
     std::optional<bool> saves;  // of a plain member: whether compressing saves enough, if asked

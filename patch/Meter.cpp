@@ -6,6 +6,7 @@ namespace patch {
 
 void Meter::Add(std::uint64_t bytes) {
     done_.fetch_add(bytes, std::memory_order_relaxed);
+    // The caller's function need not serve several threads.
     if (std::this_thread::get_id() == home_) Report();
     if (cancelled_.load(std::memory_order_relaxed)) throw Cancelled();
 }
@@ -23,6 +24,7 @@ void Meter::Report(bool force) {
         throw;
     }
     if (goesOn) return;
+    // The other threads find out in Add.
     cancelled_ = true;
     throw Cancelled();
 }

@@ -1,4 +1,4 @@
-// How far a step of the work is, told to the caller, who may stop it.
+// How far a step of the work is, reported to the caller, who may stop it.
 #pragma once
 
 #include <atomic>

@@ -15,7 +15,7 @@ using archive::Member;
 
 constexpr std::size_t kWindow = 1U << 20;
 
-// For each member of the new side its pair, if the old side has it unchanged.
+// Returns for each member of the new side its pair, if the old side has it unchanged.
 std::vector<const Pair*> UnchangedOf(const Input& fresh, const Pairs& pairs) {
     std::vector<const Pair*> unchanged(fresh.tree.Count());
     for (const Pair& pair : pairs.both) {
@@ -25,7 +25,7 @@ std::vector<const Pair*> UnchangedOf(const Input& fresh, const Pairs& pairs) {
 }
 
 // Returns whether the result takes an unchanged member as the old side stores it, rather than
-// packing its content anew.
+// packing its content again.
 bool TakesStoredBytes(const Input& old, const Input& fresh, const Pair& pair) {
     if (!old.reader) return false;
     const archive::TreeMember source = old.tree[pair.old];
@@ -36,7 +36,7 @@ bool TakesStoredBytes(const Input& old, const Input& fresh, const Pair& pair) {
     return sameKind && fits;
 }
 
-// How the new archive stores its members, where one rule holds for all of them.
+// Returns how the new archive stores its members, where one rule holds for all of them.
 std::optional<Storage> UniformStorage(const Input& fresh) {
     bool plain = true;
     bool compressed = true;
@@ -91,7 +91,8 @@ public:
     }
 
 private:
-    // What the result's entry of that member holds.
+    // Returns the entry that the result has of that member. Copied members keep what the old side
+    // records of them; those that are packed again get no times.
     [[nodiscard]] archive::FindEntry EntryFor(const Member& member, const Pair* unchanged) const {
         archive::FindEntry entry;
         const bool copied = unchanged != nullptr && TakesStoredBytes(old_, fresh_, *unchanged);
@@ -118,6 +119,8 @@ private:
         header.magic = archive::kArchiveMagic;
         header.version = archive::kArchiveVersion102;
         header.memberCount = static_cast<std::uint32_t>(reader_.Count());
+        // These may be any: the manifest carries the versions, and the rest of the pass shows
+        // whether the index is at its place.
         header.indexOffset = reader_.Header().indexOffset;
         header.buildVersion = reader_.Header().buildVersion;
         header.productCode = reader_.Header().productCode;
@@ -133,7 +136,7 @@ private:
         return Take(prefix) && position_ == member.dataOffset;
     }
 
-    // Whether these bytes come next in the file.
+    // Digests the next bytes of the file. Returns whether they are these.
     bool Take(std::span<const std::byte> expected) {
         while (!expected.empty()) {
             const auto piece = window_.Some(position_, expected.size());
@@ -233,6 +236,7 @@ void DescribeLayout(const Difference& difference, const std::vector<std::optiona
     manifest.order = DescribeOrder(order, laid);
     const auto savesEnough = [&](std::uint32_t place) {
         const Number number = canonical[place];
+        // Mostly known from making the patch; packing a member for this answer alone is costly.
         if (saves[number]) return *saves[number];
         const archive::TreeMember member = fresh.tree[number];
         if (member.compressed) return SavesEnough(member.size, member.storedSize);

@@ -29,8 +29,8 @@ struct LayoutPlan {
 
 // Reads the new archive from its first byte to its last. Returns its size and digest if every byte
 // outside the members' data is what the appender would write for them; else, or once `stop` is set,
-// nothing. May run while members are made: it reads nothing that is learnt then. Throws Error if it
-// cannot be read.
+// nothing. May run while members are made: it reads nothing that is written then. Throws Error if
+// it cannot be read.
 [[nodiscard]] std::optional<Manifest::File> DigestIfLaidOutAsWritten(const Input& old,
                                                                      const Input& fresh,
                                                                      const Pairs& pairs,

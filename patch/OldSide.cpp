@@ -37,7 +37,7 @@ private:
     archive::ContentReader content_;
 };
 
-// The contents of a side, against what a patch says about it.
+// Compares the contents of a side with what a patch says about it.
 class Comparison {
 public:
     Comparison(const OldSide& side, const PatchFile& patch, const std::vector<Content>& contents)
@@ -51,6 +51,7 @@ public:
         Listed listed = CompareListed();
         if (!listed.verdict.likeNew && listed.verdict.members.empty()) return {.kind = Kind::Old};
         if (listed.verdict.members.empty()) return {.kind = Kind::New};
+        // An edited copy keeps most members. One or two members are too few to judge by.
         listed.verdict.another = listed.all > 2 && listed.same * 2 < listed.all;
         return std::move(listed.verdict);
     }
@@ -109,8 +110,8 @@ private:
         return FindSuspects(manifest);
     }
 
-    // Members that are in no list have no digest of their own in the manifest, but share one for
-    // each spot.
+    // Members that are in no list have no separate digest in the manifest, but share one for each
+    // spot.
     [[nodiscard]] Verdict FindSuspects(const Manifest& manifest) const {
         Spots spots;
         std::vector<std::vector<std::size_t>> members(Spots::kCount);
@@ -128,6 +129,7 @@ private:
             used += manifest.spots[spot] != 0 ? 1 : 0;
             if (spots[spot] == manifest.spots[spot]) continue;
             ++differ;
+            // One of them differs at least, or one is missing or too many.
             if (members[spot].size() > 1) verdict.certain = false;
             for (const std::size_t member : members[spot]) {
                 verdict.members.emplace_back(side_.Members()[member].name);
@@ -246,8 +248,8 @@ Verdict OldSide::Judge(const PatchFile& patch, unsigned threads,
         Verdict found = FindDamage(contents);
         return found.kind == Kind::Damaged ? found : Comparison(*this, patch, contents).Compare();
     };
-    // Digests of all contents say whether this is one of the sides; if it is not, the check sums
-    // tell a damaged copy from an altered one.
+    // Digests of all contents show whether this is one of the sides; if it is not, the check sums
+    // show whether it is damaged or was altered. Most runs meet the right side and skip the sums.
     verdict = judge(patch.GetManifest() ? Sums::Ignored : Sums::Compared);
     if (verdict.kind == Kind::Neither && patch.GetManifest()) verdict = judge(Sums::Compared);
     return verdict;
@@ -263,6 +265,7 @@ Verdict OldSide::JudgeListed(const PatchFile& patch, unsigned threads,
     for (const Change& change : patch.Changes()) {
         if (const auto member = tree_->Find(change.name)) listed.push_back(*member);
     }
+    // A member can be removed and added in other letter case: it is listed twice and read once.
     std::ranges::sort(listed);
     listed.erase(std::unique(listed.begin(), listed.end()), listed.end());
     const std::vector<Content> contents = Read(listed, Sums::Ignored, patch, threads, progress);

@@ -27,6 +27,7 @@ void RefuseDoubles(const Input& side) {
     NameList doubles;
     for (std::size_t i = 0; i < side.tree.Count(); ++i) {
         const std::string_view name = side.tree[i].name;
+        // Find returns the first member of a name.
         if (side.tree.Find(name) != i) doubles.Add(ShownName(name));
     }
     if (!doubles.IsEmpty()) {
@@ -54,10 +55,12 @@ public:
     void Compare(Pair& pair) {
         const TreeMember a = old_.tree[pair.old];
         const TreeMember b = fresh_.tree[pair.fresh];
+        // Most pairs that differ are found without reading. A check sum of 0 is not recorded.
         if (a.size != b.size || (a.crc != 0 && b.crc != 0 && a.crc != b.crc)) return;
         pair.storedAlike = IsStoredAlike(a, b);
         pair.same = pair.storedAlike;
         if (pair.same && !digests_) return;
+        // Contents that are stored alike are expanded once, for both sides.
         const Sha256Digest digest = DigestOf(old_, *oldReader_, pair.old);
         pair.same = pair.same || DigestOf(fresh_, *freshReader_, pair.fresh) == digest;
         if (pair.same && digests_) {
@@ -77,6 +80,8 @@ private:
         });
     }
 
+    // Equal bytes give equal contents only if both are read in the same way: streams of the two
+    // versions have different headers.
     bool IsStoredAlike(const TreeMember& a, const TreeMember& b) {
         if (!oldWindow_ || a.storedSize != b.storedSize || a.compressed != b.compressed ||
             a.crc != b.crc || old_.reader->Header().version != fresh_.reader->Header().version) {

@@ -28,7 +28,7 @@ struct Pairs {
 
 // Pairs members of one name. One whose letter case differs is removed and added, so that the result
 // has the new name. Throws Error (Refused) naming members of one side that an archive treats as
-// one: a patch could not tell them apart.
+// one: a patch could not name one of them alone.
 [[nodiscard]] Pairs PairMembers(const Input& old, const Input& fresh);
 
 // The digests of contents, by the members' numbers. Zero where they are not known yet.

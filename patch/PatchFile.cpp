@@ -14,6 +14,8 @@
 namespace patch {
 namespace {
 
+// Lists are read into memory whole. This bounds what a hostile patch can make us hold; the list of
+// a million members takes a tenth of it.
 constexpr std::uint64_t kMostListBytes = std::uint64_t{1} << 30;
 
 // "1,700,000"
@@ -80,6 +82,8 @@ void PatchFile::FailDamaged(const std::string& reason, std::string_view member) 
 }
 
 void PatchFile::JudgeStructure(unsigned threads, const ProgressFunction& progress) const {
+    // First, since most damaged patches are downloads that were cut off: the message then says how
+    // much is missing.
     const std::uint64_t size = reader_->All().fileSize;
     const std::uint64_t promised = PromisedSize(reader_->All());
     if (promised > size) {
@@ -174,7 +178,8 @@ void PatchFile::TakeLists() {
     }
 }
 
-// `unlisted` changes of that kind are in no list.
+// The fixed converter applies the lists and ignores the manifest, so both must say the same, or the
+// two programs would make different results. `unlisted` changes of that kind are in no list.
 void PatchFile::CompareWithList(const List& list, Change::Kind kind, std::size_t unlisted) const {
     const auto isOfKind = [kind](const Change& change) { return change.kind == kind; };
     const auto count = static_cast<std::size_t>(std::ranges::count_if(changes_, isOfKind));
@@ -193,6 +198,7 @@ void PatchFile::Add(Change change) {
     }
     if (change.kind != Change::Kind::Removed) {
         change.held = tree_->Find(change.name);
+        // An empty content need not be stored: its digest says all of it.
         const bool mayLack =
             change.kind == Change::Kind::Added && change.newDigest == DigestOf(Digests(), {});
         if (!change.held && !mayLack) FailDamaged("it is listed and missing", change.name);
@@ -206,6 +212,8 @@ void PatchFile::Add(Change change) {
     changes_.push_back(std::move(change));
 }
 
+// Added members are copied as they are stored, so their contents are compared here. A diff is
+// judged by what it gives, when it is applied.
 void PatchFile::JudgeAdded(unsigned threads, const ProgressFunction& progress) const {
     std::vector<const Change*> held;
     std::uint64_t bytes = 0;

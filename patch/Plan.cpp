@@ -31,7 +31,7 @@ Part Unchanged(const OldSide& side, std::size_t member) {
             .old = member};
 }
 
-// What the patch says about each member of the old side.
+// The patch's change of each member of the old side.
 class OldChanges {
 public:
     // Looks up the names of the changes, which are few, rather than those of the members.
@@ -63,7 +63,8 @@ private:
     std::vector<bool> isAdded_;
 };
 
-// The parts in the order of the fixed converter: added members, then those of the old side.
+// Returns the parts in the order of the fixed converter: added members, then those of the old side.
+// Without a manifest the result has this order, so that both programs give the same bytes.
 std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
     const OldChanges changes(old, patch);
     std::vector<Part> parts;
@@ -89,6 +90,7 @@ std::vector<Part> Collect(const OldSide& old, const PatchFile& patch) {
             part.held = *change->held;
             part.change = change;
         } else if (changes.IsAdded(member)) {
+            // Replacing it would lose a content that the maker of the patch did not know.
             RefuseOld(old, "the patch adds it and it is there; the patch is for another archive",
                       part.name);
         }
@@ -112,6 +114,7 @@ public:
     }
 
     [[nodiscard]] std::vector<Part> Arrange(const Manifest& manifest) {
+        // The layout counts members by their places, so it fits no other number.
         if (parts_.size() != manifest.fresh.members) {
             RefuseOld(old_, "it has another number of members than the patch was made for", {});
         }
@@ -155,8 +158,8 @@ private:
         return laid;
     }
 
-    // Bytes that are stored in the wanted way already are copied. Those of a stream also say
-    // whether compressing saves enough.
+    // Bytes that are stored in the wanted way already are copied. For a stream its size also
+    // answers whether compressing saves enough, and nothing has to be packed to find out.
     [[nodiscard]] Store StoreOf(const Part& part, StoreAs as) const {
         const std::optional<archive::TreeMember> source = Source(part);
         const bool isStream = source && source->compressed;

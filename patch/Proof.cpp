@@ -106,6 +106,7 @@ bool HoldsNewSide(const archive::Reader& result, const PatchFile& patch, unsigne
             meter.Add(member.storedSize);
         });
     } catch (const archive::Error& error) {
+        // Damage settles the question. A file that cannot be read leaves it open.
         if (error.Code() == archive::ErrorCode::CannotRead) throw;
         return false;
     }
@@ -116,6 +117,7 @@ bool HoldsNewSide(const archive::Reader& result, const PatchFile& patch, unsigne
 bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
               const std::vector<Written>& written, const OldSide& old, const PatchFile& patch,
               unsigned threads, const ProgressFunction& progress) {
+    // Contents are proved below by their stored bytes, which costs less than expanding them.
     const archive::CheckOptions structure{.workers = threads, .content = false, .findings = 1};
     if (!archive::Check(result, structure).Whole() || result.Count() != parts.size()) return false;
 
@@ -127,6 +129,7 @@ bool HoldsAll(const archive::Reader& result, const std::vector<Part>& parts,
         const archive::Member member = result[i];
         meter.Add(member.storedSize);
         if (member.name != part.name || member.storedSize != written[i].storedSize) return false;
+        // Its stored bytes were summed when they were made: what can differ is what the disk has.
         if (part.store != Part::Store::Copied) return reader.HasSum(member, written[i].sum);
         const bool ofPatch = part.from == Part::From::Patch;
         const archive::Member source =

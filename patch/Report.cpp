@@ -22,12 +22,12 @@ List ReadList(const archive::Reader& patch, const char* name, int digestLines) {
     const auto member = patch.Find(name);
     if (!member) {
         throw archive::Error(archive::ErrorCode::Refused,
-                             "this is no patch: it has no member '" + std::string(name) + "'");
+                             "this is not a patch: it has no member '" + std::string(name) + "'");
     }
     return ParseList(ReadText(patch, *member), digestLines);
 }
 
-// Tells which added members have the content of an old one.
+// Knows which added members have the content of an old one.
 class MovedMembers {
 public:
     MovedMembers(const archive::Reader& patch, const List& patched) {

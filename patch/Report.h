@@ -12,7 +12,7 @@ namespace patch {
 
 enum class Reason {
     NewContent,     // a member that nothing of the old side gives
-    Rewritten,      // see IsRewritten: mostly a file that was encoded anew
+    Rewritten,      // see IsRewritten: mostly a file that was encoded again
     Moved,          // the content of an old member under another name
     ChangedInPart,  // a diff that pays
     Overhead,       // lists, manifest, index, and the headers of all members

@@ -54,6 +54,8 @@ std::string ToHex(std::span<const std::byte> bytes) {
 std::optional<Sha256Digest> Sha256FromHex(std::string_view text) {
     Sha256Digest digest;
     if (text.size() != 2 * digest.size()) return std::nullopt;
+    // Lower case only: a manifest has one spelling for everything, so that equal ones are equal
+    // bytes.
     for (std::size_t i = 0; i < digest.size(); ++i) {
         const std::size_t high = kDigits.find(text[2 * i]);
         const std::size_t low = kDigits.find(text[2 * i + 1]);

@@ -1,4 +1,4 @@
-// The SHA-256 message digest (FIPS 180-4), by which a manifest tells contents apart.
+// The SHA-256 message digest (FIPS 180-4), by which a manifest distinguishes contents.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ public:
     void Update(std::span<const std::byte> bytes);
     void Update(std::string_view text) { Update(std::as_bytes(std::span(text))); }
 
-    // Returns the digest of the bytes so far and starts anew.
+    // Returns the digest of the bytes so far and starts again.
     [[nodiscard]] Sha256Digest Finish();
 
 private:

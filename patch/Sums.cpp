@@ -51,10 +51,13 @@ Sha256Digest DigestOfSide(std::vector<Sum> sums) {
 }
 
 std::size_t Spots::SpotOf(std::string_view storedName) {
+    // The folded name: the sides may spell a name in different letter case.
     return std::to_integer<std::size_t>(Sha256Of(archive::FoldName(storedName))[0]);
 }
 
 void Spots::Add(std::string_view storedName, const Sha256Digest& digest) {
+    // The name is part of it, so that contents that were exchanged show, and so does a name whose
+    // letter case was changed.
     Sha256 both;
     both.Update(digest);
     both.Update(storedName);

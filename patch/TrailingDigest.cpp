@@ -25,7 +25,7 @@ TrailingDigest::~TrailingDigest() {
     {
         const std::lock_guard hold(lock_);
         stopped_ = true;
-        end_ = 0;  // nobody wants the digest: what is unread stays so
+        end_ = 0;  // the digest is not wanted any more: what is unread stays so
     }
     changed_.notify_one();
     thread_.join();
@@ -52,10 +52,12 @@ void TrailingDigest::Stop() {
 
 std::optional<Sha256Digest> TrailingDigest::Finish(const platform::FileHandle& file,
                                                    std::uint64_t size) {
+    // The digest has the header that was foretold. If another was written, it is of no file.
     std::array<std::byte, archive::kArchivePreambleSize> found{};
     if (file.ReadAt(0, found) != std::int64_t{found.size()} || found != preamble_) {
         return std::nullopt;
     }
+    // The index follows the members that the thread has read.
     Read(file, size);
     return digest_.Finish();
 }
@@ -64,9 +66,9 @@ void TrailingDigest::Run() try {
     std::unique_lock hold(lock_);
     for (;;) {
         changed_.wait(hold, [this] { return stopped_ || read_ < end_; });
-        if (read_ >= end_) return;
+        if (read_ >= end_) return;  // stopped, and all that was followed is read
         const std::uint64_t end = end_;
-        // Whoever writes the archive must not wait for this thread's reads.
+        // The writer must not wait for this thread's reads.
         hold.unlock();
         Read(file_, end);
         hold.lock();

@@ -1,8 +1,8 @@
-// The digest of an archive that is being written, taken from the file on a thread of its own that
-// follows the writer.
+// The digest of an archive that is being written, taken from the file on a separate thread that
+// follows the writer: when the last member is written, nearly all of the file is digested.
 //
-// The header is written anew at the end, so it is foretold; what the file has must be compared with
-// it afterwards.
+// The header is written again at the end, so it is foretold; what the file has must be compared
+// with it afterwards.
 #pragma once
 
 #include <array>

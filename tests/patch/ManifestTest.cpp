@@ -197,15 +197,15 @@ TEST(Manifest, WhatItMustNotSayIsRefusedWithTheLine) {
         {"C 3", added("addedfiles.txt"), "is reserved"},
         {"C 3", added("C D.txt"), "line 10: the members are not sorted, or"},
         {"C 3", added("b.txt"), "line 10: the members are not sorted, or"},
-        {"C 3", added("d\nd"), "line 11: this is no line"},
+        {"C 3", added("d\nd"), "line 11: this is not a line"},
         {"A 4", "A 0", "line 9: a member without content"},
         {"A 4", "A 4 4", "line 9: a digest"},
         {"c d.txt", "B.txt", "'B.txt' is listed twice"},
         {"c d.txt", "f.txt", "'f.txt' is removed and added"},
-        {"D 4", "E x\nD 4", "line 12: this is no line"},
+        {"D 4", "E x\nD 4", "line 12: this is not a line"},
         {"f.txt\n", "f.txt\nE x\n", "line 13: the members that change do not fit"},
         {"f.txt\n", "f.txt\nM 1" + digest + "x\n", "line 12: the old name is missing"},
-        {"f.txt\n", "f.txt\n\n", "line 12: this is no line"},
+        {"f.txt\n", "f.txt\n\n", "line 12: this is not a line"},
         {"f.txt\n", "f.txt", "it has no end"},
     };
     for (const auto& [from, to, message] : rows) {
