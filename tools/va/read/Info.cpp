@@ -206,7 +206,6 @@ bool Describe(Run& run, const std::string& path) {
         DescribeCompact(run, path);
         return true;
     }
-    // The first bytes decide, so a damaged archive is still described as an archive.
     const std::optional<OtherFile> other = IdentifyFile(path);
     if (!other) return DescribeArchive(run, path);
     WriteOther(run, path, *other);

@@ -14,8 +14,9 @@ struct OtherFile {
     std::optional<std::uint64_t> old;      // size of the file that a diff was made from
 };
 
-// Identifies a regular file by its first bytes, and a description also by the ending of its name.
-// Returns nullopt for an unknown kind. Does not check the content.
+// Returns what a regular file is by its first bytes, and a description by its ending as well.
+// Does not judge the content. Returns nullopt for an archive, whole or damaged, a folder, and a
+// file that cannot be read. Throws Error (Refused) for a file of an unknown kind.
 [[nodiscard]] std::optional<OtherFile> IdentifyFile(const std::string& path);
 
 }  // namespace va::tool

@@ -124,7 +124,7 @@ private:
     }
 
     const bool folded_;
-    const std::function<void(const TagDifference&)>& tell_;
+    const std::function<void(const TagDifference&)>& report_;
     std::deque<Pair> open_;  // outermost first; not recursion, since files may nest without limit
     std::string path_;
     std::size_t same_ = 0;

@@ -22,7 +22,7 @@ struct TagDifference {
     const Vorn::OCSChunk* b;  // null for a removed one
 };
 
-// Calls `tell` for each difference in the order of A; tags that a container of B adds come after
+// Calls `report` for each difference in the order of A; tags that a container of B adds come after
 // the container's other tags. Among equal names in a container the first is compared with the
 // first, and so on. With `folded`, names are compared as texts write them. Does not recurse.
 // Returns the number of equal tags.
