@@ -7,6 +7,10 @@
 
 namespace platform {
 
+class FaultFile;
+struct Fault;
+bool WriteMiniDump(FaultFile& file, const Fault& fault);  // Dumps.h
+
 // Owns a file that is being written.
 class FaultFile {
 public:
@@ -23,6 +27,9 @@ public:
     [[nodiscard]] bool WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
 private:
+    // A system that has a dump writer lets it write to the descriptor.
+    friend bool WriteMiniDump(FaultFile& file, const Fault& fault);
+
     int descriptor_ = -1;
 };
 

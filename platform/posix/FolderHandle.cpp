@@ -7,19 +7,16 @@
 
 #include <cerrno>
 #include <memory>
-#include <random>
 #include <utility>
 
 #include "platform/posix/PathLookup.h"
 #include "platform/posix/ShareLocks.h"
+#include "platform/shared/HiddenName.h"
 
 namespace platform {
 namespace {
 
 constexpr mode_t kFolderMode = 0777;
-
-constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-constexpr std::size_t kRandomLetters = 6;
 
 // Closes the stream of a folder's entries.
 struct StreamCloser {
@@ -27,24 +24,6 @@ struct StreamCloser {
 };
 
 }  // namespace
-
-FilePlace PlaceOf(std::string_view path) {
-    const std::size_t name = path.find_last_of("/\\") + 1;
-    return {std::string(path.substr(0, name)), std::string(path.substr(name))};
-}
-
-std::string HiddenStem(std::string_view name) {
-    // A name may be as long as the system allows; the hidden one must not be longer.
-    constexpr std::size_t kMostOfName = 200;
-    return "." + std::string(name.substr(0, kMostOfName)) + ".va-";
-}
-
-std::string HiddenName(std::string_view name) {
-    std::string hidden = HiddenStem(name);
-    std::random_device random;
-    for (std::size_t i = 0; i < kRandomLetters; ++i) hidden += kLetters[random() % kLetters.size()];
-    return hidden;
-}
 
 FolderHandle::FolderHandle(FolderHandle&& other) noexcept
     : descriptor_(std::exchange(other.descriptor_, -1)) {}
@@ -135,11 +114,8 @@ std::vector<std::string> FolderHandle::RemoveAbandoned(
     }
     while (const dirent* const entry = readdir(stream.get())) {
         const std::string_view name = entry->d_name;
-        if (name.size() <= kRandomLetters || !name.starts_with('.')) continue;
-        const std::string_view stem = name.substr(0, name.size() - kRandomLetters);
-        const bool isHidden =
-            stem.ends_with(".va-") && name.find_first_not_of(kLetters, stem.size()) == name.npos;
-        if (!isHidden || !wanted(stem) || KindOf(entry->d_name) != EntryKind::File) continue;
+        const std::string_view stem = shared::StemOfHidden(name);
+        if (stem.empty() || !wanted(stem) || KindOf(entry->d_name) != EntryKind::File) continue;
         const int file = openat(descriptor_, entry->d_name, O_RDWR | O_NOFOLLOW | O_CLOEXEC);
         if (file < 0) continue;
         if (posix::TakeChangeLock(file) && unlinkat(descriptor_, entry->d_name, 0) == 0) {

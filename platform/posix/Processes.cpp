@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/posix/CommandLine.h"
 #include "platform/posix/PathLookup.h"
+#include "platform/shared/CommandLine.h"
 
 namespace platform {
 namespace {
@@ -142,11 +142,11 @@ Process::~Process() { Close(); }
 
 bool Process::Start(const char* commandLine, Console /*console*/) {
     Close();
-    const auto [program, rest] = posix::SplitProgram(commandLine, IsProgramFile);
+    const auto [program, rest] = shared::SplitProgram(commandLine, IsProgramFile);
     if (program.empty() || !IsProgramFile(program)) {
         return false;
     }
-    std::vector<std::string> arguments = posix::SplitArguments(rest);
+    std::vector<std::string> arguments = shared::SplitArguments(rest);
     arguments.insert(arguments.begin(), program);
     std::vector<char*> pointers;
     pointers.reserve(arguments.size() + 1);

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "platform/Clock.h"
-#include "platform/posix/CommandLine.h"
+#include "platform/shared/CommandLine.h"
 #include "tests/support/Tests.h"
 
 namespace platform {
@@ -43,7 +43,7 @@ TEST(CommandLine, QuotesAndBackslashes) {
              {R"(a\\\\"b c")", {R"(a\\b c)"}},
              {R"(C:\x\ y)", {R"(C:\x\)", "y"}},
          }) {
-        EXPECT_EQ(posix::SplitArguments(text), arguments) << text;
+        EXPECT_EQ(shared::SplitArguments(text), arguments) << text;
     }
 }
 

@@ -4,23 +4,23 @@
 #include <string>
 
 #include "platform/Threads.h"
-#include "platform/posix/WaitGate.h"
+#include "platform/shared/WaitGate.h"
 
 namespace platform {
-namespace posix {
+namespace shared {
 
 WaitGate& TheWaitGate() {
     static WaitGate& gate = *std::make_unique<WaitGate>().release();
     return gate;
 }
 
-}  // namespace posix
+}  // namespace shared
 
 namespace {
 
-using posix::TheWaitGate;
-using posix::Waiter;
-using posix::WaitGate;
+using shared::TheWaitGate;
+using shared::Waiter;
+using shared::WaitGate;
 using GateLock = std::unique_lock<std::mutex>;
 
 // Keeps a waiter in the gate's list for one wait. Created and destroyed under the gate's lock.
@@ -203,7 +203,7 @@ std::shared_ptr<Object> OpenOrCreate(const char* name, Arguments... arguments) {
 
 }  // namespace
 
-void posix::AbandonMutexes() { thisOwner.End(); }
+void shared::AbandonMutexes() { thisOwner.End(); }
 
 int WaitForAny(std::span<Waitable* const> objects, int milliseconds) {
     WaitGate& gate = TheWaitGate();

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace platform::posix {
+namespace platform::shared {
 
 // Splits at blanks. Double quotes group; 2n backslashes before a quote mean n, 2n + 1 mean n and a
 // literal quote, and other backslashes are literal.
@@ -23,4 +23,4 @@ struct CommandLine {
 [[nodiscard]] CommandLine SplitProgram(std::string_view line,
                                        const std::function<bool(const std::string&)>& isProgram);
 
-}  // namespace platform::posix
+}  // namespace platform::shared

@@ -13,7 +13,7 @@
 
 #include "platform/Threads.h"
 
-namespace platform::posix {
+namespace platform::shared {
 
 // A thread inside WaitForAny. A pulse sets its result; otherwise it tries its objects itself.
 struct Waiter {
@@ -35,4 +35,4 @@ struct WaitGate {
 // free.
 void AbandonMutexes();
 
-}  // namespace platform::posix
+}  // namespace platform::shared

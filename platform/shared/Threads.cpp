@@ -1,19 +1,17 @@
 #include "platform/Threads.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <system_error>
 #include <thread>
 #include <utility>
 
-#include "platform/posix/WaitGate.h"
+#include "platform/shared/ThreadTools.h"
+#include "platform/shared/WaitGate.h"
 
 namespace platform {
 namespace {
 
-using posix::TheWaitGate;
+using shared::TheWaitGate;
 using GateLock = std::unique_lock<std::mutex>;
 
 enum class Order { Suspended, Run, Leave };
@@ -37,7 +35,7 @@ bool AwaitOrderToRun(ThreadState& state) {
 void ThreadBody(ThreadState& state, std::function<std::uint32_t()> function) {
     const std::uint32_t code = AwaitOrderToRun(state) ? function() : 0;
     function = nullptr;  // destroys what it owns before the end is visible
-    posix::AbandonMutexes();
+    shared::AbandonMutexes();
     const GateLock lock(TheWaitGate().lock);
     state.exitCode = code;
     state.ended = true;
@@ -69,8 +67,8 @@ public:
         GateLock lock(TheWaitGate().lock);
         TheWaitGate().changed.wait(lock, [this] { return state_->threadId != 0; });
         // The thread cannot end under the lock, so its number cannot belong to another one yet.
-        const int nice = -std::clamp(priority, -kLimit, kLimit);
-        const bool set = !state_->ended && setpriority(PRIO_PROCESS, state_->threadId, nice) == 0;
+        const int level = std::clamp(priority, -kLimit, kLimit);
+        const bool set = !state_->ended && shared::SetPriorityOf(state_->threadId, level);
         return set || priority == 0;
     }
 
@@ -111,8 +109,6 @@ std::unique_ptr<Thread> MakeThread(std::function<std::uint32_t()> function, bool
         return nullptr;
     }
 }
-
-std::uint32_t CurrentThreadId() { return static_cast<std::uint32_t>(gettid()); }
 
 struct RecursiveLock::State {
     std::recursive_mutex mutex;

@@ -1,9 +1,9 @@
-#include "platform/posix/CommandLine.h"
+#include "platform/shared/CommandLine.h"
 
 #include <algorithm>
 #include <cstddef>
 
-namespace platform::posix {
+namespace platform::shared {
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
@@ -72,4 +72,4 @@ CommandLine SplitProgram(std::string_view line,
     return {};
 }
 
-}  // namespace platform::posix
+}  // namespace platform::shared
