@@ -52,7 +52,7 @@ PatchReport ReportCompact(const std::filesystem::path& path,
                           const patch::ProgressFunction& progress) {
     const patch::compact::CompactFile patch(SystemPath(path), progress);
     const patch::compact::Directory& members = patch.Members();
-    const auto& shares = members.shares;
+    const patch::compact::Shares& shares = patch.ContentShares();
     PatchReport report{.patchBytes = patch.Bytes(), .overhead = patch.Bytes()};
     const auto add = [&report](Reason reason, std::uint64_t bytes, std::uint64_t count) {
         const std::uint64_t taken = std::min(bytes, report.overhead);

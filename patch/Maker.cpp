@@ -134,7 +134,12 @@ void Maker::PlanMemory() {
     if (limited) limits_.memory = options_.memory > base ? options_.memory - base : 0;
     const MemberMemory memory(old, fresh, limits_);
     for (const Carried& member : difference_.carried) {
-        const std::uint64_t least = memory.Least(member);
+        std::uint64_t least = memory.Least(member);
+        if (options_.compact) {
+            const std::uint64_t oldBytes = member.old ? old.tree[*member.old].size : 0;
+            least = std::max(least,
+                             compact::LeastMemoryToWrite(oldBytes, fresh.tree[member.fresh].size));
+        }
         if (least > limits_.memory) {
             throw Error(ErrorCode::NoMemory, fresh.path,
                         "its diff needs a memory limit of " +

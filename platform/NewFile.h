@@ -33,6 +33,9 @@ public:
     // Appends to it. Returns the bytes written, fewer than given if the system stops early.
     [[nodiscard]] std::size_t Write(std::span<const std::byte> bytes);
 
+    // Reads what was written so far; valid until the file is published or given up.
+    [[nodiscard]] const FileHandle& File() const { return handle_; }
+
     // Flushes what was written to the storage device.
     [[nodiscard]] bool Commit() { return handle_.Commit(); }
 

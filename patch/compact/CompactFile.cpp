@@ -182,15 +182,17 @@ void CompactFile::ReadSections() {
     directorySection_ = next(SectionKind::Directory);
     directory_ = ParseDirectory(Unpack(directorySection_), facts_.old.members);
     std::uint64_t members = 0;
-    while (offset < end) {
+    while (members < directory_.Carried()) {
         contents_.push_back(next(SectionKind::Contents));
-        members += contents_.back().count;
-        if (contents_.back().count == 0 || members > directory_.Carried() ||
-            !contents_.back().modelled) {
+        const Section& section = contents_.back();
+        if (section.count == 0 || section.count > directory_.Carried() - members ||
+            !section.modelled) {
             FailDamaged("a section has a wrong number of members");
         }
+        members += section.count;
     }
-    if (members != directory_.Carried()) FailDamaged("contents of members are missing");
+    shares_ = ParseShares(Unpack(next(SectionKind::Shares)));
+    if (offset != end) FailDamaged("it is longer than its sections");
 }
 
 void CompactFile::TakeHead(const Section& section) {

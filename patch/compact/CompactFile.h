@@ -18,7 +18,7 @@ inline constexpr std::array<std::uint8_t, 4> kMagic{'V', 'A', 'P', 0x1a};
 inline constexpr std::uint8_t kVersion = 1;
 inline constexpr std::size_t kHeaderSize = kMagic.size() + 1;
 
-enum class SectionKind : std::uint8_t { Head = 1, Directory = 2, Contents = 3 };
+enum class SectionKind : std::uint8_t { Head = 1, Directory = 2, Contents = 3, Shares = 4 };
 
 // What precedes the bytes of a section.
 struct Section {
@@ -59,6 +59,7 @@ public:
     [[nodiscard]] const Sha256Digest& ManifestEnd() const { return head_.end; }
     [[nodiscard]] const Directory& Members() const { return directory_; }
     [[nodiscard]] const std::vector<Section>& Contents() const { return contents_; }
+    [[nodiscard]] const compact::Shares& ContentShares() const { return shares_; }
     // Head and directory, for people.
     [[nodiscard]] const Section& HeadSection() const { return headSection_; }
     [[nodiscard]] const Section& DirectorySection() const { return directorySection_; }
@@ -84,6 +85,7 @@ private:
     Section headSection_;
     Section directorySection_;
     std::vector<Section> contents_;
+    compact::Shares shares_;
 };
 
 }  // namespace patch::compact

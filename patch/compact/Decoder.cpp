@@ -26,6 +26,25 @@ std::vector<std::uint64_t> PartEnds(std::uint64_t bytes, bool repeats) {
     return ends;
 }
 
+std::uint64_t ContentBytes(const Directory& directory, const OldMembers& old, std::size_t carried) {
+    if (carried >= directory.changed.size()) {
+        return directory.added[carried - directory.changed.size()].bytes;
+    }
+    const Directory::Changed& changed = directory.changed[carried];
+    return old[changed.place].size + static_cast<std::uint64_t>(changed.growth);
+}
+
+std::uint64_t SourceBytes(const Directory& directory, const OldMembers& old, std::size_t carried) {
+    if (carried < directory.changed.size()) return old[directory.changed[carried].place].size;
+    const Directory::Added& added = directory.added[carried - directory.changed.size()];
+    std::uint64_t bytes = added.repeats ? added.bytes : 0;
+    for (const Source& source : added.sources) {
+        bytes += source.kind == Source::Kind::Old ? old[source.number].size
+                                                  : ContentBytes(directory, old, source.number);
+    }
+    return bytes;
+}
+
 Decoder::Decoder(const Directory& directory, const OldMembers& old)
     : directory_(directory),
       old_(old),
@@ -44,29 +63,10 @@ Decoder::Decoder(const Directory& directory, const OldMembers& old)
     }
 }
 
-std::uint64_t Decoder::BytesOf(std::size_t carried) const {
-    if (carried >= directory_.changed.size()) {
-        return directory_.added[carried - directory_.changed.size()].bytes;
-    }
-    const Directory::Changed& changed = directory_.changed[carried];
-    return old_[changed.place].size + static_cast<std::uint64_t>(changed.growth);
-}
-
 std::uint64_t Decoder::Memory() const {
     std::uint64_t most = 0;
     for (std::size_t i = 0; i < directory_.Carried(); ++i) {
-        std::uint64_t bytes = BytesOf(i);
-        if (i < directory_.changed.size()) {
-            bytes += old_[directory_.changed[i].place].size;
-        } else {
-            const Directory::Added& added = directory_.added[i - directory_.changed.size()];
-            for (const Source& source : added.sources) {
-                bytes += source.kind == Source::Kind::Old ? old_[source.number].size
-                                                          : BytesOf(source.number);
-            }
-            if (added.repeats) bytes += added.bytes;
-        }
-        most = std::max(most, bytes);
+        most = std::max(most, ContentBytes(directory_, old_, i) + SourceBytes(directory_, old_, i));
     }
     return most + (keeps_ ? kMostKept : 0);
 }
@@ -88,6 +88,7 @@ void Decoder::AppendCarried(std::size_t carried) {
 // Puts one after another what the member takes copies from.
 void Decoder::Gather(std::size_t carried) {
     sources_.clear();
+    sources_.reserve(std::min(SourceBytes(directory_, old_, carried), kMostReserved));
     if (carried < directory_.changed.size()) {
         return AppendOld(directory_.changed[carried].place);
     }
@@ -119,7 +120,8 @@ void Decoder::Decode(ByteView coded, std::uint64_t count, const Take& take) {
         Gather(next_);
         const std::size_t oldBytes = isAdded ? 0 : sources_.size();
         // Only a claim so far: its pages take no memory before they are written.
-        const std::span<std::uint8_t> content = content_.Take(BytesOf(next_));
+        const std::span<std::uint8_t> content =
+            content_.Take(ContentBytes(directory_, old_, next_));
         std::uint64_t start = 0;
         for (const std::uint64_t end : PartEnds(content.size(), repeats)) {
             const std::span<std::uint8_t> part = content.subspan(start, end - start);

@@ -14,6 +14,10 @@
 
 namespace patch::compact {
 
+// The most room that is made for sources before they are read: their sizes are only claims then,
+// and a vector that doubles would take up to three times what it holds.
+inline constexpr std::uint64_t kMostReserved = std::uint64_t{1} << 30;
+
 // The members of the old side by their places.
 struct OldMembers {
     const archive::Tree& tree;
@@ -33,13 +37,17 @@ struct OldMembers {
 // longer than this, so that a decoder need not keep more.
 inline constexpr std::uint64_t kMostKept = std::uint64_t{64} << 20;
 
+// Bytes of the content of a carried member, and of all that it takes copies from. The sizes are
+// claims of the directory until Decoder has judged them.
+[[nodiscard]] std::uint64_t ContentBytes(const Directory& directory, const OldMembers& old,
+                                         std::size_t carried);
+[[nodiscard]] std::uint64_t SourceBytes(const Directory& directory, const OldMembers& old,
+                                        std::size_t carried);
+
 class Decoder {
 public:
     // Borrows both. Throws delta::Error (Damaged) where they do not fit each other.
     Decoder(const Directory& directory, const OldMembers& old);
-
-    // Bytes of the content of a carried member.
-    [[nodiscard]] std::uint64_t BytesOf(std::size_t carried) const;
 
     // The most that Decode holds at a time, beside a fixed amount.
     [[nodiscard]] std::uint64_t Memory() const;

@@ -170,10 +170,6 @@ ByteBuffer FormatDirectory(const Directory& directory) {
     for (const auto& added : directory.added) out.Number(added.bytes);
     for (const auto& added : directory.added) WriteSources(out, added);
     WriteSpots(out, directory.spots);
-    out.Number(directory.shares.added);
-    out.Number(directory.shares.changed);
-    out.Number(directory.shares.rewritten);
-    out.Number(directory.shares.rewrittenMembers);
     return bytes;
 }
 
@@ -218,12 +214,29 @@ Directory ParseDirectory(ByteView bytes, std::uint64_t oldMembers) {
         ReadSources(in, oldMembers, directory.changed.size() + i, directory.added[i]);
     }
     directory.spots = ReadSpots(in);
-    directory.shares.added = in.Number();
-    directory.shares.changed = in.Number();
-    directory.shares.rewritten = in.Number();
-    directory.shares.rewrittenMembers = in.Number();
     if (!in.Rest().empty()) delta::ThrowDamaged("its list of members is too long");
     return directory;
+}
+
+ByteBuffer FormatShares(const Shares& shares) {
+    ByteBuffer bytes;
+    ByteWriter out(bytes);
+    out.Number(shares.added);
+    out.Number(shares.changed);
+    out.Number(shares.rewritten);
+    out.Number(shares.rewrittenMembers);
+    return bytes;
+}
+
+Shares ParseShares(ByteView bytes) {
+    ByteReader in(bytes);
+    Shares shares;
+    shares.added = in.Number();
+    shares.changed = in.Number();
+    shares.rewritten = in.Number();
+    shares.rewrittenMembers = in.Number();
+    if (!in.Rest().empty()) delta::ThrowDamaged("its shares are too long");
+    return shares;
 }
 
 }  // namespace patch::compact

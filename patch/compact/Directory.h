@@ -46,15 +46,6 @@ struct Directory {
         bool repeats = false;
         bool operator==(const Added&) const = default;
     };
-    // For people: what the contents take in this patch, in bytes.
-    struct Shares {
-        std::uint64_t added = 0;
-        std::uint64_t changed = 0;
-        std::uint64_t rewritten = 0;  // changed almost wholly
-        std::uint64_t rewrittenMembers = 0;
-        bool operator==(const Shares&) const = default;
-    };
-
     // Each in the canonical order of the names. Carried members are numbered through: those that
     // are changed, then those that are added.
     std::vector<Place> removed;
@@ -62,11 +53,20 @@ struct Directory {
     std::vector<Moved> moved;
     std::vector<std::string> empty;
     std::vector<Added> added;
-    Shares shares;
     Spots spots;  // of the old side's members that are changed or removed
 
     [[nodiscard]] std::size_t Carried() const { return changed.size() + added.size(); }
     bool operator==(const Directory&) const = default;
+};
+
+// For people: what the contents take in this patch, in bytes. Known when all of them are coded, so
+// that they are a section of their own, the last one.
+struct Shares {
+    std::uint64_t added = 0;
+    std::uint64_t changed = 0;
+    std::uint64_t rewritten = 0;  // changed almost wholly
+    std::uint64_t rewrittenMembers = 0;
+    bool operator==(const Shares&) const = default;
 };
 
 // No member has more sources.
@@ -76,5 +76,10 @@ inline constexpr std::size_t kMostSources = 200;
 
 // Throws delta::Error (Damaged). Memory grows with the bytes alone.
 [[nodiscard]] Directory ParseDirectory(delta::ByteView bytes, std::uint64_t oldMembers);
+
+[[nodiscard]] delta::ByteBuffer FormatShares(const Shares& shares);
+
+// Throws delta::Error (Damaged).
+[[nodiscard]] Shares ParseShares(delta::ByteView bytes);
 
 }  // namespace patch::compact

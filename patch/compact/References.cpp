@@ -12,13 +12,13 @@
 namespace patch::compact {
 namespace {
 
-// A place is sampled when the hash of the bytes before it says so: equal stretches have equal
-// samples wherever they stand. One in 128 bytes; the hash reaches back over 64.
-constexpr std::uint64_t kSampled = std::uint64_t{127} << 57;
+// A place is sampled when the upper bits of the hash of the bytes before it are 0: equal stretches
+// have equal samples wherever they lie. One in 128 bytes unless memory is short; the hash reaches
+// back over 64.
+constexpr int kSampleBits = 7;
 
 // Samples that a source must have in common, for each that it alone explains.
 constexpr std::size_t kLeastShared = 2;
-constexpr std::uint64_t kMostSourceBytes = std::uint64_t{512} << 20;
 constexpr std::size_t kRunMembers = 64;
 
 constexpr std::array<std::uint64_t, 256> MakeGear() {
@@ -37,17 +37,21 @@ constexpr auto kGear = MakeGear();
 // Calls `visit(hash)` for the samples of a content that comes in pieces.
 class Sampler {
 public:
+    // Samples one place in 2^`bits`.
+    explicit Sampler(int bits) : sampled_(~std::uint64_t{0} << (64 - bits)) {}
+
     template <typename Visit>
     void Update(std::span<const std::byte> piece, Visit visit) {
         std::uint64_t hash = hash_;
         for (const std::byte byte : piece) {
             hash = (hash << 1) + kGear[static_cast<std::uint8_t>(byte)];
-            if ((hash & kSampled) == 0) visit(hash);
+            if ((hash & sampled_) == 0) visit(hash);
         }
         hash_ = hash;
     }
 
 private:
+    std::uint64_t sampled_;
     std::uint64_t hash_ = 0;
 };
 
@@ -61,15 +65,20 @@ struct Hit {
 class SourceFinder {
 public:
     SourceFinder(const Difference& difference, const OldMembers& old,
-                 const std::vector<Number>& fresh, Directory& directory, unsigned threads,
-                 const ProgressFunction& progress)
+                 const std::vector<Number>& fresh, const Budget& budget, Directory& directory,
+                 unsigned threads, const ProgressFunction& progress)
         : difference_(difference),
           old_(old),
           fresh_(fresh),
+          budget_(budget),
           directory_(directory),
           threads_(threads),
           progress_(progress),
-          first_(directory.changed.size()) {}
+          first_(directory.changed.size()) {
+        std::uint64_t added = 0;
+        for (const Directory::Added& member : directory.added) added += member.bytes;
+        while (sampleBits_ < 32 && added >> sampleBits_ > budget.Samples()) ++sampleBits_;
+    }
 
     void Run() {
         if (directory_.added.empty()) return;
@@ -91,9 +100,11 @@ private:
     const Difference& difference_;
     const OldMembers& old_;
     const std::vector<Number>& fresh_;
+    const Budget& budget_;
     Directory& directory_;
     const unsigned threads_;
     const ProgressFunction& progress_;
+    int sampleBits_ = kSampleBits;
     const std::size_t first_;  // carried number of the first added member
 
     std::unordered_map<std::uint64_t, std::uint32_t> samples_;  // numbers by hash
@@ -108,7 +119,7 @@ void SourceFinder::SampleAdded() {
     ofAdded_.resize(directory_.added.size());
     for (std::size_t i = 0; i < ofAdded_.size(); ++i) {
         std::vector<std::uint32_t>& own = ofAdded_[i];
-        Sampler sampler;
+        Sampler sampler(sampleBits_);
         About(difference_.fresh.path, [&] {
             reader->Begin(fresh_[first_ + i]);
             for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
@@ -122,7 +133,8 @@ void SourceFinder::SampleAdded() {
         std::ranges::sort(own);
         own.erase(std::unique(own.begin(), own.end()), own.end());
         directory_.added[i].repeats =
-            all > 256 && own.size() + all / 8 < all && directory_.added[i].bytes < kMostSourceBytes;
+            all > 256 && own.size() + all / 8 < all &&
+            directory_.added[i].bytes < budget_.MostSources(directory_.added[i].bytes);
     }
     inOld_.resize(samples_.size());
     inCarried_.resize(samples_.size());
@@ -146,7 +158,7 @@ void SourceFinder::ReadOld() {
             std::vector<Hit> hits;
             const std::size_t end = std::min((run + 1) * kRunMembers, old_.numbers.size());
             for (std::size_t place = run * kRunMembers; place < end; ++place) {
-                Sampler sampler;
+                Sampler sampler(sampleBits_);
                 archive::TreeReader& reader = *readers[worker];
                 About(difference_.old.path, [&] {
                     reader.Begin(old_.numbers[place]);
@@ -177,7 +189,7 @@ void SourceFinder::ReadOld() {
 void SourceFinder::ReadCarried() {
     const auto reader = difference_.fresh.tree.NewReader();
     for (std::size_t carried = 0; carried < first_ && !samples_.empty(); ++carried) {
-        Sampler sampler;
+        Sampler sampler(sampleBits_);
         About(difference_.fresh.path, [&] {
             reader->Begin(fresh_[carried]);
             for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
@@ -221,11 +233,12 @@ void SourceFinder::Choose(std::size_t number) {
     const auto self = static_cast<std::uint32_t>(first_ + number);
     // Carried contents are kept only so long.
     std::uint32_t reach = self;
-    for (std::uint64_t bytes = 0; reach > 0; --reach) {
+    for (std::uint64_t bytes = 0; budget_.KeepsCarried() && reach > 0; --reach) {
         bytes += BytesOf({Source::Kind::Carried, reach - 1});
         if (bytes > kMostKept) break;
     }
     std::vector<std::uint32_t> left = ofAdded_[number];
+    const std::uint64_t mostBytes = budget_.MostSources(added.bytes);
     std::uint64_t bytes = added.repeats ? added.bytes : 0;
     while (added.sources.size() < kMostSources && left.size() >= kLeastShared) {
         std::map<std::pair<Source::Kind, std::uint32_t>, std::size_t> shared;
@@ -241,7 +254,7 @@ void SourceFinder::Choose(std::size_t number) {
         std::size_t most = std::max(kLeastShared, ofAdded_[number].size() / 256) - 1;
         for (const auto& [source, count] : shared) {
             const Source candidate{source.first, source.second};
-            if (count > most && bytes + BytesOf(candidate) <= kMostSourceBytes) {
+            if (count > most && bytes + BytesOf(candidate) <= mostBytes) {
                 most = count;
                 best = candidate;
             }
@@ -261,15 +274,17 @@ void SourceFinder::Choose(std::size_t number) {
     const auto named = byFileName_.find(FileNameOf(added.name));
     if (named == byFileName_.end()) return;
     const Source source{Source::Kind::Old, named->second};
-    if (BytesOf(source) <= 16 * added.bytes + 65536) added.sources.push_back(source);
+    if (BytesOf(source) <=
+        std::min(16 * added.bytes + 65536, mostBytes - std::min(mostBytes, bytes)))
+        added.sources.push_back(source);
 }
 
 }  // namespace
 
 void FindSources(const Difference& difference, const OldMembers& old,
-                 const std::vector<Number>& fresh, Directory& directory, unsigned threads,
-                 const ProgressFunction& progress) {
-    SourceFinder(difference, old, fresh, directory, threads, progress).Run();
+                 const std::vector<Number>& fresh, const Budget& budget, Directory& directory,
+                 unsigned threads, const ProgressFunction& progress) {
+    SourceFinder(difference, old, fresh, budget, directory, threads, progress).Run();
 }
 
 }  // namespace patch::compact

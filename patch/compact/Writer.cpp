@@ -6,16 +6,14 @@
 #include <optional>
 
 #include "archive/Names.h"
-#include "delta/Delta.h"
-#include "delta/OldIndex.h"
-#include "patch/Contents.h"
 #include "patch/InOrder.h"
+#include "patch/compact/Budget.h"
 #include "patch/compact/CompactFile.h"
 #include "patch/compact/Decoder.h"
 #include "patch/compact/GrowingEncoder.h"
+#include "patch/compact/Output.h"
+#include "patch/compact/Preparer.h"
 #include "patch/compact/References.h"
-#include "platform/Error.h"
-#include "platform/NewFile.h"
 
 namespace patch::compact {
 namespace {
@@ -29,151 +27,6 @@ constexpr std::size_t kSectionBytes = 256U << 10;
 constexpr std::uint64_t kMostWaiting = std::uint64_t{64} << 20;
 // A member is counted as changed almost wholly when it takes more than half its bytes.
 constexpr std::uint64_t kRewrittenShare = 2;
-
-ByteView View(const std::vector<std::byte>& bytes) {
-    return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
-}
-
-// A new file that gets its name when it is whole; in a dry run only its bytes are counted.
-class Output {
-public:
-    explicit Output(const WriteOptions& options) : options_(options) {
-        if (options.dryRun) return;
-        const std::size_t name = options.result.find_last_of("/\\") + 1;
-        const std::string folder = name == 0 ? "." : options.result.substr(0, name);
-        if (!folder_.Open(folder.c_str()) || !file_.Begin(folder_, options.result.substr(name))) {
-            Fail("cannot create a file in its folder");
-        }
-    }
-
-    void Write(ByteView bytes) {
-        digest_.Update(std::as_bytes(bytes));
-        Append(std::as_bytes(bytes));
-    }
-
-    // Writes the digest of all bytes, and gives the file its name. Returns its bytes.
-    std::uint64_t Finish() {
-        Append(digest_.Finish());
-        if (options_.dryRun || file_.Publish(options_.replace)) return bytes_;
-        if (platform::LastError().kind != platform::ErrorKind::Exists) {
-            Fail("cannot give the file its name");
-        }
-        throw Error(ErrorCode::Refused, options_.result, "the file exists");
-    }
-
-private:
-    void Append(std::span<const std::byte> bytes) {
-        bytes_ += bytes.size();
-        if (!options_.dryRun && file_.Write(bytes) != bytes.size()) Fail("cannot be written");
-    }
-
-    [[noreturn]] void Fail(const std::string& what) const {
-        const platform::Error error = platform::LastError();
-        const bool full = error.kind == platform::ErrorKind::NoSpace;
-        throw Error(full ? ErrorCode::NoSpace : ErrorCode::Refused, options_.result,
-                    what + ": " + error.Message());
-    }
-
-    const WriteOptions& options_;
-    platform::FolderHandle folder_;
-    platform::NewFile file_;
-    Sha256 digest_;
-    std::uint64_t bytes_ = 0;
-};
-
-// A member ready to be coded: what it takes copies from, and which.
-struct Prepared {
-    struct Part {
-        std::uint64_t end = 0;      // in the content
-        std::uint64_t sources = 0;  // bytes of `sources` that it sees
-        std::vector<delta::Segment> segments{};
-    };
-    std::vector<std::byte> sources;
-    std::vector<std::byte> content;
-    std::vector<Part> parts;
-};
-
-// Prepares members on one thread.
-class Preparer {
-public:
-    Preparer(const Difference& difference, const OldMembers& old, const std::vector<Number>& fresh,
-             const Directory& directory)
-        : difference_(difference),
-          old_(old),
-          fresh_(fresh),
-          directory_(directory),
-          oldReader_(difference.old.tree.NewReader()),
-          freshReader_(difference.fresh.tree.NewReader()) {}
-
-    Prepared Prepare(std::size_t carried) {
-        Prepared made;
-        Append(difference_.fresh, *freshReader_, fresh_[carried], made.content);
-        bool repeats = false;
-        if (carried < directory_.changed.size()) {
-            AppendOld(directory_.changed[carried].place, made.sources);
-        } else {
-            const auto& added = directory_.added[carried - directory_.changed.size()];
-            repeats = added.repeats;
-            for (const Source& source : added.sources) {
-                if (source.kind == Source::Kind::Old) {
-                    AppendOld(source.number, made.sources);
-                } else {
-                    Append(difference_.fresh, *freshReader_, fresh_[source.number], made.sources);
-                }
-            }
-        }
-        const std::uint64_t most = made.sources.size() + (repeats ? made.content.size() : 0);
-        index_.Begin(most, *delta::OldIndex::ShapeFor(most, delta::kNoLimit));
-        std::uint64_t start = 0;
-        for (const std::uint64_t end : PartEnds(made.content.size(), repeats)) {
-            Prepared::Part part{.end = end, .sources = made.sources.size()};
-            FindSegments(View(made.sources), View(made.content).subspan(start, end - start),
-                         part.segments);
-            made.parts.push_back(std::move(part));
-            if (repeats) {
-                const auto first = made.content.begin() + static_cast<std::ptrdiff_t>(start);
-                made.sources.insert(made.sources.end(), first,
-                                    made.content.begin() + static_cast<std::ptrdiff_t>(end));
-            }
-            start = end;
-        }
-        return made;
-    }
-
-private:
-    static void Append(const Input& side, archive::TreeReader& reader, Number number,
-                       std::vector<std::byte>& bytes) {
-        About(side.path, [&] {
-            reader.Begin(number);
-            for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) {
-                bytes.insert(bytes.end(), piece.begin(), piece.end());
-            }
-        });
-    }
-    void AppendOld(Place place, std::vector<std::byte>& bytes) {
-        Append(difference_.old, *oldReader_, static_cast<Number>(old_.numbers[place]), bytes);
-    }
-
-    void FindSegments(ByteView sources, ByteView content, std::vector<delta::Segment>& segments) {
-        if (sources.empty()) {
-            segments = {{.fresh = static_cast<std::uint32_t>(content.size())}};
-            return;
-        }
-        index_.Extend(sources);
-        delta::FindSegments(sources, content, index_, found_);
-        // Those that were found lie in room for many more.
-        segments.assign(found_.begin(), found_.end());
-    }
-
-    const Difference& difference_;
-    const OldMembers& old_;
-    const std::vector<Number>& fresh_;
-    const Directory& directory_;
-    std::unique_ptr<archive::TreeReader> oldReader_;
-    std::unique_ptr<archive::TreeReader> freshReader_;
-    delta::OldIndex index_;
-    std::vector<delta::Segment> found_;
-};
 
 // Decodes what was coded, section after section, while the next one is made.
 class Prover {
@@ -196,6 +49,9 @@ public:
                                     });
                             });
     }
+    // Returns how much memory a proof takes.
+    [[nodiscard]] std::uint64_t Memory() const { return decoder_ ? decoder_->Memory() : 0; }
+
     void Wait() {
         if (proof_.valid()) proof_.get();
     }
@@ -229,18 +85,26 @@ public:
     std::uint64_t Run() {
         Describe();
         RefuseTooMuch();
-        FindSources(difference_, old_, fresh_, directory_, options_.threads, progress_);
-        CodeContents();
-        Output output(options_);
+        // Before the work, so that a folder that takes no file is known early.
+        output_.emplace(options_);
+        std::uint64_t largest = 0;
+        for (std::size_t i = 0; i < fresh_.size(); ++i) {
+            largest = std::max(largest, Budget::Least(SourceBytes(directory_, old_, i),
+                                                      ContentBytes(directory_, old_, i)));
+        }
+        const Budget budget(options_.memory, largest);
+        FindSources(difference_, old_, fresh_, budget, directory_, options_.threads, progress_);
         const Head head = HeadOf(manifest_);
         ByteBuffer text;
         for (const std::byte byte : head.end) text.push_back(static_cast<std::uint8_t>(byte));
         text.insert(text.end(), head.text.begin(), head.text.end());
-        output.Write(FormatHeader());
-        output.Write(PackSection(SectionKind::Head, text));
-        output.Write(PackSection(SectionKind::Directory, FormatDirectory(directory_)));
-        for (const ByteBuffer& section : sections_) output.Write(section);
-        return output.Finish();
+        output_->Write(FormatHeader());
+        output_->Write(PackSection(SectionKind::Head, text));
+        output_->Write(PackSection(SectionKind::Directory, FormatDirectory(directory_)));
+        CodeContents(budget);
+        const ByteBuffer shares = FormatShares(shares_);
+        output_->Write(FormatSection(SectionKind::Shares, false, shares.size(), shares));
+        return output_->Finish();
     }
 
 private:
@@ -252,7 +116,7 @@ private:
 
     void Describe();
     void RefuseTooMuch() const;
-    void CodeContents();
+    void CodeContents(const Budget& budget);
     void Code(std::size_t carried, const Prepared& prepared);
     void EndSection();
     void Count(std::size_t carried, std::uint64_t bytes);
@@ -270,7 +134,8 @@ private:
     GrowingEncoder encoder_;
     std::optional<Prover> prover_;
     std::uint64_t members_ = 0;  // of the section that is being made
-    std::vector<ByteBuffer> sections_;
+    Shares shares_;
+    std::optional<Output> output_;
 };
 
 void Writer::Describe() {
@@ -327,19 +192,27 @@ void Writer::RefuseTooMuch() const {
                 "members of more than 4 GiB changed or were added; leave out --compact");
 }
 
-void Writer::CodeContents() {
+void Writer::CodeContents(const Budget& budget) {
     std::uint64_t total = 0;
-    for (const Number number : fresh_) total += difference_.fresh.tree[number].size;
+    std::uint64_t largest = 0;
+    const auto memoryOf = [&](std::size_t unit) {
+        return SourceBytes(directory_, old_, unit) + 3 * ContentBytes(directory_, old_, unit);
+    };
+    for (std::size_t i = 0; i < fresh_.size(); ++i) {
+        total += ContentBytes(directory_, old_, i);
+        largest = std::max(largest, memoryOf(i));
+    }
     Meter meter(progress_, "making the patch", total);
     prover_.emplace(difference_, fresh_, directory_, old_, options_);
+    const unsigned threads = budget.Workers(options_.threads, largest, prover_->Memory());
     std::vector<Preparer> workers;
-    for (unsigned i = 0; i < std::max(options_.threads, 1U); ++i) {
-        workers.emplace_back(difference_, old_, fresh_, directory_);
+    for (unsigned i = 0; i < threads; ++i) {
+        workers.emplace_back(difference_, old_, fresh_, directory_, budget);
     }
-    InOrder<Prepared> work(
-        fresh_.size(), options_.threads,
-        [this](std::size_t unit) { return 2 * difference_.fresh.tree[fresh_[unit]].size; },
-        kMostWaiting);
+    // The member that is to be coded next may always be started, so that it counts as one more.
+    const std::uint64_t waiting =
+        budget.IsLimited() ? std::min(kMostWaiting, (threads - 1) * largest) : kMostWaiting;
+    InOrder<Prepared> work(fresh_.size(), threads, memoryOf, waiting);
     work.Run(
         meter, [&](unsigned worker, std::size_t unit) { return workers[worker].Prepare(unit); },
         [&](std::size_t unit, const Prepared& prepared) {
@@ -367,25 +240,28 @@ void Writer::Code(std::size_t carried, const Prepared& prepared) {
 
 void Writer::EndSection() {
     ByteBuffer coded = encoder_.Finish();
-    sections_.push_back(FormatSection(SectionKind::Contents, true, members_, coded));
+    output_->Write(FormatSection(SectionKind::Contents, true, members_, coded));
     prover_->Prove(std::move(coded), members_);
     members_ = 0;
 }
 
 void Writer::Count(std::size_t carried, std::uint64_t bytes) {
     carried_[carried]->patchBytes = bytes;
-    Directory::Shares& shares = directory_.shares;
     if (carried >= directory_.changed.size()) {
-        shares.added += bytes;
+        shares_.added += bytes;
     } else if (bytes > difference_.fresh.tree[fresh_[carried]].size / kRewrittenShare) {
-        shares.rewritten += bytes;
-        ++shares.rewrittenMembers;
+        shares_.rewritten += bytes;
+        ++shares_.rewrittenMembers;
     } else {
-        shares.changed += bytes;
+        shares_.changed += bytes;
     }
 }
 
 }  // namespace
+
+std::uint64_t LeastMemoryToWrite(std::uint64_t oldBytes, std::uint64_t newBytes) {
+    return Budget::Least(oldBytes, newBytes);
+}
 
 std::uint64_t WriteCompact(Difference& difference, const std::string& manifest,
                            const WriteOptions& options, const ProgressFunction& progress) {

@@ -114,6 +114,45 @@ TEST_F(VaCompact, JudgesTheOldSide) {
     EXPECT_EQ(Va("compare copy.va new.va").exitCode, 0);
 }
 
+TEST_F(VaCompact, ObeysAMemoryLimit) {
+    folder_.Write("old/big.bin", Noise(6'000'000, 1));
+    for (const char* side : {"old", "new"}) {
+        folder_.Write(side + "/second.bin"s, Noise(60'000'000, 3));
+    }
+    folder_.Write("new/big.bin", Noise(6'000'000, 1) + "more");
+    folder_.Write("new/like.bin", Noise(3'000'000, 1) + Noise(1'000'000, 2) + Noise(2'000'000, 3));
+    const Outcome refused = Va("diff old new -o small.vap --memory-limit=80M");
+    EXPECT_EQ(refused.exitCode, 8) << refused.err;
+    EXPECT_FALSE(fs::exists(folder_.Path("small.vap")));
+    const std::size_t at = refused.err.find("a memory limit of ") + 18;
+    ASSERT_LT(at, refused.err.size()) << refused.err;
+    const std::string least = refused.err.substr(at, refused.err.find('M', at) + 1 - at);
+    for (const std::string jobs : {"j1", "j4"}) {
+        const Outcome made =
+            Va("diff old new -" + jobs + " -o " + jobs + ".vap --memory-limit=" + least);
+        ASSERT_EQ(made.exitCode, 0) << made.err;
+    }
+    EXPECT_TRUE(AreEqual("j1.vap", "j4.vap"));
+    ASSERT_EQ(Va("apply old j1.vap -o result.va").exitCode, 0);
+    EXPECT_EQ(Va("compare result.va new").exitCode, 0);
+    // Under the least limit only one of its two sources fits beside the added member.
+    ASSERT_EQ(Va("diff old new -o free.vap").exitCode, 0);
+    EXPECT_LT(fs::file_size(folder_.Path("free.vap")), 1'010'000u);
+    EXPECT_LT(fs::file_size(folder_.Path("free.vap")), fs::file_size(folder_.Path("j1.vap")));
+}
+
+TEST_F(VaCompact, GetsItsNameOnlyOnTheStorageDevice) {
+    if (VORN_SANITIZED) GTEST_SKIP() << "strace does not trace what the sanitizers start";
+    MakeSides();
+    const std::string run = "cd " + folder_.Path() +
+                            " && strace -f -qq -o /dev/null -e trace=fsync,fdatasync "
+                            "--inject=fsync,fdatasync:error=EIO " VA
+                            " diff -q old.va new.va -o small.vap 2>said";
+    EXPECT_EQ(Shell(run), 2);
+    EXPECT_THAT(folder_.Read("said"), HasSubstr("small.vap"));
+    EXPECT_FALSE(fs::exists(folder_.Path("small.vap")));
+}
+
 TEST_F(VaCompact, TellsWhatItIsMadeOf) {
     MakeSides();
     folder_.Write("note.txt", "for players\n");
