@@ -1,6 +1,7 @@
 #include "archive/ChunkWriter.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "archive/ChunkEdits.h"
 #include "archive/Error.h"
@@ -18,7 +19,7 @@ void ChunkWriter::Append(std::span<const std::byte> bytes) {
     }
     if (buffer_.size() + bytes.size() > kBufferSize) Flush();
     if (bytes.size() >= kBufferSize) {
-        WriteAt(file_, written_, bytes);
+        Write(written_, bytes);
         written_ += bytes.size();
     } else {
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
@@ -40,15 +41,30 @@ void ChunkWriter::AppendIndex(const MemberTable& members) {
 
 void ChunkWriter::Replace(std::uint64_t offset, std::span<const std::byte> bytes) {
     if (offset < written_) Flush();
-    if (offset < written_) return WriteAt(file_, offset, bytes);
+    if (offset < written_) return Write(offset, bytes);
     std::ranges::copy(bytes, buffer_.begin() + static_cast<std::ptrdiff_t>(offset - written_));
 }
 
 void ChunkWriter::Flush() {
     if (buffer_.empty()) return;
-    WriteAt(file_, written_, buffer_);
+    Write(written_, buffer_);
     written_ += buffer_.size();
     buffer_.clear();
+}
+
+void ChunkWriter::Write(std::uint64_t offset, std::span<const std::byte> bytes) {
+    WriteAt(file_, offset, bytes);
+    if (!piece_) piece_ = std::make_unique_for_overwrite<Piece>();
+    while (!bytes.empty()) {
+        const std::size_t count = std::min(bytes.size(), piece_->size());
+        const auto read = std::span(*piece_).first(count);
+        const bool isRead = file_.ReadAt(offset, read) == static_cast<std::int64_t>(count);
+        if (!isRead || std::memcmp(read.data(), bytes.data(), count) != 0) {
+            throw Error(ErrorCode::CannotRead, "what was written does not read back", offset);
+        }
+        offset += count;
+        bytes = bytes.subspan(count);
+    }
 }
 
 void ChunkWriter::CutBack(std::uint64_t offset) {

@@ -16,7 +16,7 @@ struct FolderFile {
     std::string name;    // code page 1252
     std::string folded;  // the key of the order and of searches
     std::string path;    // below the folder, as the system has it
-    std::uint64_t size;
+    platform::FileStamp stamp;
 };
 
 class FolderTree final : public Tree {
@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] TreeMember operator[](std::size_t number) const override {
         const FolderFile& file = files_[number];
-        return {.name = file.name, .size = file.size, .storedSize = file.size};
+        return {.name = file.name, .size = file.stamp.size, .storedSize = file.stamp.size};
     }
 
     [[nodiscard]] std::optional<std::size_t> Find(std::string_view name) const override {
@@ -72,7 +72,7 @@ private:
                         folders.push_back(path + "/");
                     } else {
                         const std::string name = platform::Utf8ToAnsi(path);
-                        files_.push_back({name, FoldName(name), path, entry.status.size});
+                        files_.push_back({name, FoldName(name), path, entry.status.stamp});
                     }
                     return true;
                 });
@@ -106,9 +106,10 @@ public:
     explicit FolderTreeReader(const FolderTree& tree) : tree_(tree) {}
 
     void Begin(std::size_t number) override {
-        content_.Begin(tree_.PathOf(number), tree_.File(number).size, tree_.File(number).name);
+        content_.Begin(tree_.PathOf(number), tree_.File(number).stamp, tree_.File(number).name);
     }
     [[nodiscard]] std::span<const std::byte> Next() override { return content_.Next(); }
+    void Read(std::span<std::byte> into, bool /*isLast*/) override { content_.Read(into); }
 
 private:
     const FolderTree& tree_;

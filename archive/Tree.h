@@ -33,6 +33,16 @@ public:
     // Returns the next piece, valid until the next call; empty after the last one, when sizes and
     // check sum have been compared. Throws Error.
     [[nodiscard]] virtual std::span<const std::byte> Next() = 0;
+    // Fills `into` with the next bytes of content, instead of Next for the whole member. `isLast`
+    // says that no others follow; sizes and check sum have then been compared. Throws Error, also
+    // for a content of another length.
+    virtual void Read(std::span<std::byte> into, bool isLast);
+
+protected:
+    TreeReader() = default;
+
+private:
+    std::span<const std::byte> rest_;  // of the last piece, for Read
 };
 
 // A file that a tree cannot hold, and why, as a clause.

@@ -3,7 +3,6 @@
 
 #include "archive/ChunkWriter.h"
 #include "archive/NewArchive.h"
-#include "library/JudgeResult.h"
 #include "library/NewMembers.h"
 #include "library/Packing.h"
 #include "library/PatchCalls.h"
@@ -47,10 +46,10 @@ void Write(std::span<const NewMember> members, const CreateOptions& options,
             contents.header.indexOffset = static_cast<std::uint32_t>(chunks.End());
             chunks.AppendIndex(contents.members);
             chunks.Replace(0, EncodePreamble(contents.header));
-            const archive::Reader& reader = result.Complete();
-            JudgeResult(reader, options.result, options.threads, progress);
+            created.bytes = chunks.End();
+            chunks.Flush();
+            result.Finish();
             result.Publish(options.replace);
-            created.bytes = reader.All().fileSize;
             created.abandoned.assign(result.Abandoned().begin(), result.Abandoned().end());
         });
     });

@@ -75,7 +75,6 @@ private:
     void FindEnd();
     void JudgeChunk(const archive::Member& member) const;
     void TakeOver();
-    void ProveNewMembers() const;
     [[nodiscard]] bool MarkDropped(std::string_view mark);
     [[nodiscard]] bool BringChunksInLine();
     void FinishEarlierChange();

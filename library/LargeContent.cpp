@@ -1,13 +1,31 @@
 #include "library/LargeContent.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "archive/Error.h"
 
 namespace va {
 
+Bytes Buffers::Take() {
+    const std::lock_guard hold(lock_);
+    if (free_.empty()) return {};
+    Bytes bytes = std::move(free_.back());
+    free_.pop_back();
+    return bytes;
+}
+
+void Buffers::Return(Bytes bytes) {
+    bytes.clear();
+    const std::lock_guard hold(lock_);
+    free_.push_back(std::move(bytes));
+}
+
 void Append(Bytes& to, std::span<const std::byte> bytes) {
-    to.insert(to.end(), bytes.begin(), bytes.end());
+    if (bytes.empty()) return;
+    const std::size_t size = to.size();
+    to.resize(size + bytes.size());
+    std::memcpy(to.data() + size, bytes.data(), bytes.size());
 }
 
 void ThrowChanged(const NewMember& member) {
@@ -23,15 +41,6 @@ archive::TreeReader& ContentReaders::Begin(const NewMember& member) {
     return *reader;
 }
 
-void ContentReaders::ReadWhole(const NewMember& member, Bytes& into) {
-    archive::TreeReader& reader = Begin(member);
-    into.clear();
-    into.reserve(member.size);
-    for (auto piece = reader.Next(); !piece.empty(); piece = reader.Next()) Append(into, piece);
-    // The room for its chunk was planned by this size.
-    if (into.size() != member.size) ThrowChanged(member);
-}
-
 LargeContent::Piece LargeContent::Read(std::size_t piece) {
     std::unique_lock hold(lock_);
     isNext_.wait(hold, [&] { return next_ == piece || failed_; });
@@ -42,7 +51,10 @@ LargeContent::Piece LargeContent::Read(std::size_t piece) {
             reader_ = member_.tree->NewReader();
             reader_->Begin(member_.number);
         }
-        Piece read{ReadNext(), false, 0};
+        Piece read{buffers_.Take(), false, 0};
+        read.content.resize(std::min(kPiece, left_));
+        left_ -= read.content.size();
+        reader_->Read(read.content, left_ == 0);
         // A reader holds a window and perhaps an open file; many large members may follow.
         if (left_ == 0) reader_.reset();
         if (piece == 0) mustBeStream_ = MustBeStream(read.content);
@@ -58,24 +70,6 @@ LargeContent::Piece LargeContent::Read(std::size_t piece) {
         isNext_.notify_all();
         throw;
     }
-}
-
-Bytes LargeContent::ReadNext() {
-    Bytes content;
-    const std::uint64_t wanted = std::min(kPiece, left_);
-    content.reserve(wanted);
-    while (content.size() < wanted) {
-        if (rest_.empty()) rest_ = reader_->Next();
-        if (rest_.empty()) ThrowChanged(member_);
-        const auto taken =
-            rest_.first(std::min<std::size_t>(rest_.size(), wanted - content.size()));
-        Append(content, taken);
-        rest_ = rest_.subspan(taken.size());
-    }
-    left_ -= wanted;
-    // A reader compares check sums when it is asked for more at the end.
-    if (left_ == 0 && (!rest_.empty() || !reader_->Next().empty())) ThrowChanged(member_);
-    return content;
 }
 
 }  // namespace va

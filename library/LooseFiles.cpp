@@ -16,11 +16,19 @@ public:
         const LooseFiles::File& file = files_.files_[number];
         inMemory_ = file.path.empty();
         rest_ = file.content;
-        if (!inMemory_) file_.Begin(file.path, file.size, file.name);
+        if (!inMemory_) file_.Begin(file.path, file.stamp, file.name);
     }
 
     [[nodiscard]] std::span<const std::byte> Next() override {
         return inMemory_ ? std::exchange(rest_, {}) : file_.Next();
+    }
+
+    void Read(std::span<std::byte> into, bool isLast) override {
+        if (inMemory_) {
+            TreeReader::Read(into, isLast);
+        } else {
+            file_.Read(into);
+        }
     }
 
 private:
@@ -30,20 +38,21 @@ private:
     archive::FileContent file_;
 };
 
-std::size_t LooseFiles::AddFile(std::string name, std::string path, std::uint64_t size) {
-    files_.push_back({std::move(name), std::move(path), size, {}});
+std::size_t LooseFiles::AddFile(std::string name, std::string path,
+                                const platform::FileStamp& stamp) {
+    files_.push_back({std::move(name), std::move(path), stamp, {}});
     return files_.size() - 1;
 }
 
 std::size_t LooseFiles::AddContent(std::string name, std::vector<std::byte> content) {
     const std::uint64_t size = content.size();
-    files_.push_back({std::move(name), {}, size, std::move(content)});
+    files_.push_back({std::move(name), {}, {.size = size}, std::move(content)});
     return files_.size() - 1;
 }
 
 archive::TreeMember LooseFiles::operator[](std::size_t number) const {
     const File& file = files_[number];
-    return {.name = file.name, .size = file.size, .storedSize = file.size};
+    return {.name = file.name, .size = file.stamp.size, .storedSize = file.stamp.size};
 }
 
 std::optional<std::size_t> LooseFiles::Find(std::string_view name) const {

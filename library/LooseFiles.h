@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "archive/Tree.h"
+#include "platform/Files.h"
 
 namespace va {
 
@@ -16,7 +17,7 @@ namespace va {
 class LooseFiles final : public archive::Tree {
 public:
     // Each returns the number of the new member.
-    std::size_t AddFile(std::string name, std::string path, std::uint64_t size);
+    std::size_t AddFile(std::string name, std::string path, const platform::FileStamp& stamp);
     std::size_t AddContent(std::string name, std::vector<std::byte> content);
 
     [[nodiscard]] std::size_t Count() const override { return files_.size(); }
@@ -31,7 +32,7 @@ private:
     struct File {
         std::string name;
         std::string path;  // empty for a content in memory
-        std::uint64_t size;
+        platform::FileStamp stamp;
         std::vector<std::byte> content;
     };
 

@@ -68,7 +68,7 @@ void NewMembers::AddFile(const std::filesystem::path& file, std::string_view nam
     std::string stored = StoredNameOf(name);
     if (stored.empty()) return;
     paths_.push_back(file);
-    const std::size_t number = loose_.AddFile(stored, path, status.size);
+    const std::size_t number = loose_.AddFile(stored, path, status.stamp);
     AddMember(std::move(stored), loose_, number, paths_.back());
 }
 

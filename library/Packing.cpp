@@ -4,10 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <deque>
 #include <utility>
 #include <vector>
 
+#include "archive/BytePair.h"
 #include "archive/Crc32.h"
 #include "archive/Stream.h"
 #include "kernel/PathBuffer.h"
@@ -23,7 +25,7 @@ namespace {
 using archive::kMemberPrefixSize;
 
 constexpr std::uint64_t kPiece = LargeContent::kPiece;
-constexpr std::uint64_t kMostWaiting = 32 << 20;  // bytes that may wait to be written
+constexpr std::uint64_t kWaitingEach = 4 << 20;  // bytes that may wait to be written, by worker
 
 // The member numbers of a run; or one member, and which of its pieces.
 struct Unit {
@@ -41,11 +43,24 @@ struct Packed {
     std::uint32_t crc = 0;  // of the content up to its end
 };
 
+// Expands what was packed and compares it: the machine may err, and a stream that gives another
+// content is found out only when somebody needs it.
+void ProveBlock(std::span<const std::byte> block, std::span<const std::byte> piece) {
+    if (archive::DecodeBlockHeader(block.first<archive::kBlockHeaderSize>()).stored) return;
+    std::array<std::byte, archive::kBlockSize> content;
+    const auto size = archive::ExpandBlock(content, block.subspan(archive::kBlockHeaderSize));
+    if (size == piece.size() && std::memcmp(content.data(), piece.data(), *size) == 0) return;
+    throw archive::Error(archive::ErrorCode::CannotWrite,
+                         "what was packed does not expand to its content; test the memory");
+}
+
 void AppendBlocks(Bytes& to, std::span<const std::byte> content) {
     archive::BlockBuffer block;
     while (!content.empty()) {
         const auto piece = content.first(std::min(content.size(), archive::kBlockSize));
-        Append(to, archive::EncodeBlock(block, piece));
+        const auto packed = archive::EncodeBlock(block, piece);
+        ProveBlock(packed, piece);
+        Append(to, packed);
         content = content.subspan(piece.size());
     }
 }
@@ -87,19 +102,20 @@ public:
         patch::Meter meter(passed, "packing", total);
         patch::InOrder<Packed> work(
             units_.size(), options_.threads, [this](std::size_t unit) { return units_[unit].size; },
-            kMostWaiting);
+            kWaitingEach * workers_.size());
         work.Run(
             meter,
             [this](unsigned worker, std::size_t unit) {
                 return units_[unit].large ? PackPiece(units_[unit])
                                           : PackRun(units_[unit], workers_[worker]);
             },
-            [&](std::size_t unit, const Packed& packed) {
+            [&](std::size_t unit, Packed packed) {
                 if (units_[unit].large) {
                     TakePiece(units_[unit], packed);
                 } else {
                     TakeRun(packed);
                 }
+                buffers_.Return(std::move(packed.bytes));
                 meter.Add(units_[unit].size);
             });
         meter.Report(true);
@@ -108,7 +124,7 @@ public:
 private:
     struct Worker {
         ContentReaders contents;
-        Bytes content;
+        Bytes stream;
     };
 
     void PlanUnits() {
@@ -129,7 +145,7 @@ private:
             units_.push_back(unit);
         }
         if (!isLarge) return;
-        LargeContent& content = large_.emplace_back(last);
+        LargeContent& content = large_.emplace_back(last, buffers_);
         for (std::uint64_t done = 0; done < last.size; done += kPiece) {
             units_.push_back({.members = {run.end, run.end + 1},
                               .piece = done / kPiece,
@@ -148,32 +164,37 @@ private:
     }
 
     Packed PackRun(const Unit& unit, Worker& worker) {
-        Packed packed;
+        Packed packed{.bytes = buffers_.Take()};
         packed.bytes.reserve(unit.size + (unit.members.end - unit.members.begin) * 512);
         for (std::size_t i = unit.members.begin; i < unit.members.end; ++i) {
-            Translated(*members_[i].source,
-                       [&] { worker.contents.ReadWhole(members_[i], worker.content); });
             packed.chunks.push_back(packed.bytes.size());
-            AppendChunk(packed.bytes, members_[i], worker.content);
+            AppendChunk(packed.bytes, members_[i], worker);
         }
         return packed;
     }
 
-    void AppendChunk(Bytes& to, const NewMember& member, std::span<const std::byte> content) const {
+    // The content is read to where it is written from, since most are not worth a stream.
+    void AppendChunk(Bytes& to, const NewMember& member, Worker& worker) const {
         const std::size_t start = to.size();
         const std::size_t data = start + kMemberPrefixSize;
-        to.resize(data);
+        to.resize(data + member.size);
+        const auto content = std::span(to).subspan(data);
+        Translated(*member.source, [&] { worker.contents.Begin(member).Read(content, true); });
+        archive::Crc32 sum;
+        sum.Update(content);
         const bool mustBeStream = MustBeStream(content);
         bool isStream = !content.empty() && TriesStream(mustBeStream);
         if (isStream) {
-            Append(to, archive::EncodeStreamHeader(static_cast<std::uint32_t>(content.size())));
-            AppendBlocks(to, content);
-            isStream = KeepsStream(mustBeStream, content.size(), to.size() - data);
-            if (!isStream) to.resize(data);
+            Bytes& stream = worker.stream;
+            stream.clear();
+            Append(stream, archive::EncodeStreamHeader(static_cast<std::uint32_t>(content.size())));
+            AppendBlocks(stream, content);
+            isStream = KeepsStream(mustBeStream, content.size(), stream.size());
+            if (isStream) {
+                to.resize(data);
+                Append(to, stream);
+            }
         }
-        if (!isStream) Append(to, content);
-        archive::Crc32 sum;
-        sum.Update(content);
         const Prefix prefix = PrefixOf(member, isStream, to.size() - data, sum.Value());
         std::ranges::copy(prefix, to.begin() + static_cast<std::ptrdiff_t>(start));
     }
@@ -189,8 +210,10 @@ private:
             packed.bytes = std::move(piece.content);
             return packed;
         }
+        packed.bytes = buffers_.Take();
         packed.bytes.reserve(piece.content.size() + 2 * (kPiece / archive::kBlockSize));
         AppendBlocks(packed.bytes, piece.content);
+        buffers_.Return(std::move(piece.content));
         return packed;
     }
 
@@ -262,6 +285,7 @@ private:
     archive::ChunkWriter& chunks_;
     archive::MemberTable& table_;
     std::vector<Unit> units_;
+    Buffers buffers_;
     std::deque<LargeContent> large_;
     std::vector<Worker> workers_;
     ContentReaders again_;       // of large members whose stream was no gain

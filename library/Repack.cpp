@@ -97,7 +97,8 @@ RepackResult Repack(const RepackOptions& options, const ProgressFunction& progre
     create.changed = options.written;
     try {
         const CreateResult created = writer.Create(create, progress);
-        return {created.members, archive.Info().fileSize, archive.Info().deadBytes, created.bytes};
+        return {created.members, archive.Info().fileSize, archive.Info().deadBytes,
+                created.bytes,   created.replacesLink,    created.abandoned};
     } catch (const Error& error) {
         // One damaged member ends the work; a person wants to know all of them.
         if (error.code() == ErrorCode::Refused && !error.member().empty()) {

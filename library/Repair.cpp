@@ -19,7 +19,6 @@
 #include "library/Translate.h"
 #include "library/Workers.h"
 #include "platform/Directories.h"
-#include "platform/SystemInfo.h"
 
 namespace va {
 namespace {
@@ -78,7 +77,7 @@ public:
     RepairResult Run() {
         std::vector<std::filesystem::path> inputs = {options_.archive};
         if (!options_.from.empty()) inputs.push_back(options_.from);
-        JudgeResultPlace(options_.result, options_.replace, inputs);
+        result_.replacesLink = JudgeResultPlace(options_.result, options_.replace, inputs);
         std::optional<Archive> copy;
         if (!options_.from.empty()) copy.emplace(options_.from);
 
@@ -237,15 +236,7 @@ private:
                             "archives were joined, and repair each",
                         options_.result);
         }
-        const std::filesystem::path folder =
-            options_.result.has_parent_path() ? options_.result.parent_path() : ".";
-        const auto free = platform::FreeSpace(SystemPath(folder).c_str());
-        if (free && *free < bytes) {
-            throw Error(ErrorCode::DiskFull,
-                        path + ": it needs " + std::to_string(bytes) + " bytes, and the disk has " +
-                            std::to_string(*free) + " free; make room, or name another disk",
-                        options_.result);
-        }
+        JudgeSpace(options_.result, bytes);
     }
 
     void Write(const std::optional<Archive>& copy) {
@@ -273,6 +264,7 @@ private:
             JudgeResult(written, options_.result, options_.threads, progress_);
             result.Publish(options_.replace);
             result_.bytes = written.All().fileSize;
+            result_.abandoned.assign(result.Abandoned().begin(), result.Abandoned().end());
         });
     }
 

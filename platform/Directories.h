@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/Files.h"
+
 namespace platform {
 
 // Attribute bits of a directory entry. Hidden, system and archive bits are never reported: not
@@ -27,6 +29,7 @@ struct FileStatus {
     std::int64_t accessTime = 0;    // seconds since 1970-01-01 UTC
     std::int64_t writeTime = 0;     // seconds since 1970-01-01 UTC
     std::uint16_t attributes = 0;   // FileAttribute bits
+    FileStamp stamp;
     [[nodiscard]] bool IsDirectory() const { return (attributes & kAttributeDirectory) != 0; }
 };
 

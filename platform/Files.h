@@ -43,6 +43,14 @@ enum class Share {
     CheckOnly,
 };
 
+// The state of a file's content: another one after every write, as far as the clock of the file
+// system shows.
+struct FileStamp {
+    std::uint64_t size = 0;    // bytes
+    std::int64_t written = 0;  // nanoseconds since 1970-01-01 UTC; the last write
+    bool operator==(const FileStamp&) const = default;
+};
+
 enum class SeekOrigin { Begin, Current, End };
 
 // Owns one descriptor. Moving leaves the source closed; destroying closes.
@@ -100,6 +108,8 @@ public:
 
     // Returns the length in bytes, or -1.
     [[nodiscard]] std::int64_t Length() const;
+
+    [[nodiscard]] bool GetStamp(FileStamp& stamp) const;
 
     // Sets the length: cuts the file, or extends it with zeros.
     [[nodiscard]] bool Truncate(std::uint64_t length);

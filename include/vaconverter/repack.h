@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <vector>
 
 #include "vaconverter/writer.h"
 
@@ -22,10 +23,12 @@ struct RepackOptions {
 
 struct RepackResult {
     std::uint64_t members = 0;
-    std::uint64_t before = 0;  // size of the archive before, in bytes
-    std::uint64_t dead =
-        0;  // the part of it that deleted and replaced members and old indexes took
-    std::uint64_t bytes = 0;  // size of the result; 0 with dryRun
+    std::uint64_t before = 0;   // size of the archive before, in bytes
+    std::uint64_t dead = 0;     // the part of it that deleted and replaced members and indexes took
+    std::uint64_t bytes = 0;    // size of the result; 0 with dryRun
+    bool replacesLink = false;  // the result took the place of a link, or would take it
+    // What killed runs for the same result had left, which was removed.
+    std::vector<std::filesystem::path> abandoned;
 };
 
 // Writes the members of an archive as ArchiveWriter::Create does, with the archive's build version

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "vaconverter/archive.h"
 
@@ -50,6 +51,9 @@ struct RepairResult {
     bool headerFound = false;      // if false, the result has no build version and product code
     bool indexWhole = false;       // if false, some saved members may be older versions
     std::uint64_t bytes = 0;       // size of the result; 0 with dryRun
+    bool replacesLink = false;     // the result took the place of a link, or would take it
+    // What killed runs for the same result had left, which was removed.
+    std::vector<std::filesystem::path> abandoned;
 
     [[nodiscard]] bool AllSaved() const { return doubtful + lost + unnamed == 0; }
 };

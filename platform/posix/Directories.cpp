@@ -15,6 +15,7 @@
 
 #include "platform/posix/KeepErrno.h"
 #include "platform/posix/PathLookup.h"
+#include "platform/posix/Stamp.h"
 
 namespace platform {
 namespace {
@@ -44,6 +45,7 @@ FileStatus ToFileStatus(const struct stat& status) {
     attributes |= directory ? kAttributeDirectory : 0;
     attributes |= (status.st_mode & kAnyWritePermission) == 0 ? kAttributeReadOnly : 0;
     result.attributes = static_cast<std::uint16_t>(attributes);
+    result.stamp = posix::StampOf(status);
     return result;
 }
 

@@ -17,6 +17,7 @@
 #include "platform/posix/KeepErrno.h"
 #include "platform/posix/PathLookup.h"
 #include "platform/posix/ShareLocks.h"
+#include "platform/posix/Stamp.h"
 
 namespace platform {
 namespace {
@@ -328,6 +329,13 @@ std::int64_t FileHandle::Seek(std::int64_t offset, SeekOrigin origin) {
 }
 
 std::int64_t FileHandle::Tell() const { return lseek(descriptor_, 0, SEEK_CUR); }
+
+bool FileHandle::GetStamp(FileStamp& stamp) const {
+    struct stat status {};
+    if (fstat(descriptor_, &status) != 0) return false;
+    stamp = posix::StampOf(status);
+    return true;
+}
 
 std::int64_t FileHandle::Length() const {
     struct stat status {};

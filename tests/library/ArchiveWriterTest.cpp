@@ -201,9 +201,12 @@ TEST_F(WritingArchives, FilesThatChangeAndCancelledWorkLeaveNothing) {
         for (const unsigned threads : {1U, 3U}) {
             va::ArchiveWriter writer;
             const std::string path = folder_.Write("grows", Noise(size));
+            const auto earlier = fs::last_write_time(path) - std::chrono::seconds(1);
+            fs::last_write_time(path, earlier);
             writer.AddFile(path, "grows");
-            for (const std::size_t other : {size - 1, size + 1}) {
+            for (const std::size_t other : {size - 1, size + 1, size}) {
                 fs::resize_file(path, other);
+                if (other == size) folder_.Write("grows", Noise(size, 2));
                 try {
                     (void)writer.Create({.result = folder_.Path("c.va"), .threads = threads});
                     ADD_FAILURE();
@@ -211,7 +214,8 @@ TEST_F(WritingArchives, FilesThatChangeAndCancelledWorkLeaveNothing) {
                     EXPECT_THAT(error.what(), HasSubstr("the file changed while it was read"));
                 }
             }
-            fs::resize_file(path, size);
+            folder_.Write("grows", Noise(size));
+            fs::last_write_time(path, earlier);
             EXPECT_THROW((void)writer.Create({.result = folder_.Path("c.va"), .threads = threads},
                                              [](const va::Progress&) { return false; }),
                          va::Error);

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/change/ChangeCommands.h"
@@ -57,7 +58,9 @@ ExitCode RunRepack(Run& run) {
     options.written = [&run](const Change& member) {
         run.talk.Detail("packed " + Shown(member.name));
     };
-    Summarize(run, options, Repack(options, ProgressOf(run)));
+    const RepackResult result = Repack(options, ProgressOf(run));
+    ReportPlace(run, options.result.empty() ? options.archive : options.result, result);
+    Summarize(run, options, result);
     return ExitCode::Done;
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
 #include "tools/va/Side.h"
 #include "tools/va/change/ChangeCommands.h"
@@ -126,6 +127,7 @@ ExitCode RunRepair(Run& run) {
     options.threads = run.Jobs();
     options.judged = [&run](const RepairedMember& member) { ReportMember(run, member); };
     const RepairResult result = Repair(options, ProgressOf(run));
+    ReportPlace(run, options.result, result);
     Explain(run, options, result);
     Summarize(run, options, result);
     return result.AllSaved() ? ExitCode::Done : ExitCode::LookAt;
