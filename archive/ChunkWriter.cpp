@@ -60,7 +60,10 @@ void ChunkWriter::Write(std::uint64_t offset, std::span<const std::byte> bytes) 
         const auto read = std::span(*piece_).first(count);
         const bool isRead = file_.ReadAt(offset, read) == static_cast<std::int64_t>(count);
         if (!isRead || std::memcmp(read.data(), bytes.data(), count) != 0) {
-            throw Error(ErrorCode::CannotRead, "what was written does not read back", offset);
+            throw Error(ErrorCode::CannotRead,
+                        "what was written reads back otherwise; the disk or the memory of this "
+                        "machine may be faulty",
+                        offset);
         }
         offset += count;
         bytes = bytes.subspan(count);

@@ -50,8 +50,9 @@ void ProveBlock(std::span<const std::byte> block, std::span<const std::byte> pie
     std::array<std::byte, archive::kBlockSize> content;
     const auto size = archive::ExpandBlock(content, block.subspan(archive::kBlockHeaderSize));
     if (size == piece.size() && std::memcmp(content.data(), piece.data(), *size) == 0) return;
-    throw archive::Error(archive::ErrorCode::CannotWrite,
-                         "what was packed does not expand to its content; test the memory");
+    throw archive::Error(
+        archive::ErrorCode::CannotWrite,
+        "what was packed does not expand to its content; the memory of this machine may be faulty");
 }
 
 void AppendBlocks(Bytes& to, std::span<const std::byte> content) {
