@@ -20,15 +20,13 @@ protected:
         folder_.Write("Bad.va", bad);
     }
 
-    // Runs `words` with the nth of these calls tampered with; returns whether there was one. Only
-    // these calls are traced, which takes a fraction of the time.
+    // Runs `words` with the nth of these calls tampered with; returns whether there was one.
     bool Tampered(const std::string& words, const std::string& calls, const std::string& how,
                   int nth, int& code) const {
         const TempFolder traces;
-        code =
-            Shell("cd " + folder_.Path() + " && exec strace -f --seccomp-bpf -o " +
-                  traces.Path("trace") + " -e trace=" + calls + " -e inject=" + calls + ":" + how +
-                  ":when=" + std::to_string(nth) + " " VA " " + words + " >/dev/null 2>&1");
+        code = Shell("cd " + folder_.Path() + " && exec strace -f -o " + traces.Path("trace") +
+                     " -e trace=" + calls + " -e inject=" + calls + ":" + how +
+                     ":when=" + std::to_string(nth) + " " VA " " + words + " >/dev/null 2>&1");
         const std::string trace = traces.Read("trace");
         return trace.find("(INJECTED)") != std::string::npos ||
                trace.find("+++ killed by SIGKILL") != std::string::npos;
@@ -84,6 +82,8 @@ TEST_F(VaNewArchiveAccidents, LeaveTheOldArchiveOrTheNewOne) {
         const auto after = Found();
         std::set<std::string> names = AllNames();
         for (const auto& [calls, how] : kFaults) {
+            // Repair takes what cannot be read for lost, and may save it from the good copy.
+            if (words.starts_with("repair") && calls == "pread64" && how == "error=EIO") continue;
             bool any = true;
             for (int nth = 1; any; ++nth) {
                 SCOPED_TRACE(words + ": " + calls + " " + how + " " + std::to_string(nth));

@@ -95,7 +95,7 @@ TEST_F(VaRepack, SaysWhatItWouldDoAndWhatItReplaced) {
     ASSERT_EQ(InFolder("ln -s nowhere link.va && : > .Out.va.va-123456"), 0);
     const std::string before = Names();
     ExpectAnswers({
-        {"repack -n Town.va", 0, "would write Town.va: 6 members (82"},
+        {"repack -n Town.va", 0, "would write Town.va: 6 members (28"},
         {"repack -n Town.va -o link.va", 2, "link.va exists; -f replaces it"},
         {"repack -nf Town.va -o link.va", 0, "link.va is a link; it would be replaced"},
     });
