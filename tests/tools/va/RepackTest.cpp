@@ -103,7 +103,7 @@ TEST_F(VaRepack, SaysWhatItWouldDoAndWhatItReplaced) {
     EXPECT_TRUE(folder_.Read("Town.va") == old_);
     ExpectAnswers({
         {"repack -f Town.va -o link.va", 0, "link.va was a link; it was replaced"},
-        {"repack Town.va -o Out.va", 0, "removed .Out.va.va-123456, which a run that was killed"},
+        {"repack Town.va -o Out.va", 0, "removed .Out.va.va-123456, left by a run that was killed"},
         {"repair -f Town.va -o link.va", 0, "*"},
     });
     EXPECT_TRUE(folder_.Read("Out.va") == fresh_);
