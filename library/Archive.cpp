@@ -115,8 +115,18 @@ std::vector<Member> Archive::Members(std::string_view pattern) const {
 }
 
 std::optional<Member> Archive::Find(std::string_view name) const {
-    const auto number = impl_->tree->Find(StoredBytes(name));
-    return number ? std::optional<Member>(impl_->members[*number]) : std::nullopt;
+    const std::string stored = StoredBytes(name);
+    const auto number = impl_->tree->Find(stored);
+    if (!number) return std::nullopt;
+    const Member& first = impl_->members[*number];
+    if (!impl_->info.isFolder || first.StoredName() == stored) return first;
+    // Names that differ in letter case only follow each other.
+    for (std::size_t i = *number + 1; i < impl_->members.size(); ++i) {
+        const Member& twin = impl_->members[i];
+        if (!archive::SameName(twin.StoredName(), stored)) break;
+        if (twin.StoredName() == stored) return twin;
+    }
+    return first;
 }
 
 std::vector<std::byte> Archive::Read(std::string_view name, std::uint64_t limit) const {
@@ -161,11 +171,25 @@ void Archive::Read(const Member& member, Sink& sink) const {
 CheckResult Archive::Check(unsigned threads, std::size_t most,
                            const ProgressFunction& progress) const {
     CheckResult result;
-    // Files have no check sums: all that can be found is that one cannot be read, or has changed.
+    // Files have no check sums: what can be found is that one cannot be read, or has changed, and
+    // names that no archive tells apart.
     if (impl_->info.isFolder) {
+        const auto find = [&](std::string what, const Member& member) {
+            if (result.findings.size() < most) {
+                result.findings.push_back({std::move(what), member.Name()});
+            }
+            ++result.found;
+        };
+        const Member* before = nullptr;
         WorkProgress work(progress, "reading", impl_->info.contentSize);
         const auto reader = impl_->tree->NewReader();
         for (const Member& member : impl_->members) {
+            if (before && archive::SameName(before->StoredName(), member.StoredName())) {
+                find("its name is that of '" + before->Name() +
+                         "', letter case ignored; rename one of them",
+                     member);
+            }
+            before = &member;
             try {
                 reader->Begin(member.Index());
                 for (auto piece = reader->Next(); !piece.empty(); piece = reader->Next()) {
@@ -173,10 +197,7 @@ CheckResult Archive::Check(unsigned threads, std::size_t most,
                 }
                 result.contentSize += member.Size();
             } catch (const archive::Error& error) {
-                if (result.findings.size() < most) {
-                    result.findings.push_back({error.Reason(), member.Name()});
-                }
-                ++result.found;
+                find(error.Reason(), member);
             }
         }
         return result;

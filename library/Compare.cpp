@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "archive/Names.h"
+#include "library/Doubles.h"
 #include "library/SameContent.h"
 #include "library/SideReader.h"
 #include "library/Workers.h"
@@ -37,8 +38,7 @@ std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
             std::string key = archive::FoldName(member.StoredName());
             const auto [place, isNew] = places.emplace(key, pairs.size());
             if (isNew) pairs.push_back({std::move(key)});
-            // Of members of one name only the first can be reached.
-            if (!(pairs[place->second].*field)) pairs[place->second].*field = &member;
+            pairs[place->second].*field = &member;
         }
     };
     add(a, &Pair::a);
@@ -51,6 +51,8 @@ std::vector<Pair> PairByName(const Archive& a, const Archive& b) {
 
 Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
                    const ProgressFunction& progress) {
+    RefuseDoubles(a);
+    RefuseDoubles(b);
     std::vector<Pair> pairs = PairByName(a, b);
     std::vector<std::size_t> toRead;
     std::uint64_t total = 0;

@@ -72,8 +72,8 @@ void InPlaceChange::Open() {
         throw Error(va::ErrorCode::NotFound,
                     path + ": there is no such archive; 'va create' makes one", path_);
     }
-    const platform::Access access = dryRun_ ? platform::Access::Read : platform::Access::ReadWrite;
-    if (!file_.Open(path.c_str(), access, platform::Creation::OpenExisting,
+    // A dry run, which writes nothing, finds out as well whether it could.
+    if (!file_.Open(path.c_str(), platform::Access::ReadWrite, platform::Creation::OpenExisting,
                     platform::Share::DenyNone)) {
         Refuse("it cannot be opened for writing: " + platform::LastError().Message());
     }

@@ -35,8 +35,8 @@ class InPlaceChange {
 public:
     using Ordinal = archive::MemberTable::Ordinal;
 
-    // Opens the archive and waits for its lock; with `dryRun` only reads. Throws Error: NotFound,
-    // Refused for what is no archive, cannot be written, or is damaged.
+    // Opens the archive for writing and waits for its lock; with `dryRun` only reads. Throws Error:
+    // NotFound, Refused for what is no archive, cannot be written, or is damaged.
     InPlaceChange(const std::filesystem::path& path, bool dryRun);
     ~InPlaceChange();
     InPlaceChange(const InPlaceChange&) = delete;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "archive/Names.h"
+#include "library/Doubles.h"
 #include "library/SideReader.h"
 #include "library/Workers.h"
 
@@ -39,6 +40,7 @@ private:
 
 std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
                                     const ProgressFunction& progress) {
+    for (const Archive& side : sides) RefuseDoubles(side);
     // Mounts find names in any letter case; the order of the result is that of folded names.
     std::map<std::string, OverlaidMember> names;
     std::uint64_t total = 0;
@@ -46,8 +48,6 @@ std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
         for (const Member& member : sides[side].Members()) {
             const auto [place, isNew] = names.try_emplace(archive::FoldName(member.StoredName()));
             OverlaidMember& overlaid = place->second;
-            // Of members of one name only the first can be reached.
-            if (!isNew && overlaid.side == side) continue;
             // A later side hides the earlier ones.
             if (!isNew) overlaid.hidden.push_back({overlaid.side, overlaid.member.Index()});
             overlaid.side = side;

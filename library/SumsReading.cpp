@@ -1,5 +1,8 @@
 #include <algorithm>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "patch/Sha256.h"
 #include "vaconverter/sums.h"
@@ -97,15 +100,39 @@ std::vector<SumMismatch> CompareSums(const Archive& archive, std::span<const Sum
                                      unsigned threads, const ProgressFunction& progress) {
     const std::vector<Sha256> digests = Digests(archive, threads, progress);
     std::vector<bool> listed(digests.size());
+    std::unordered_map<std::string_view, std::vector<std::size_t>> spelt;
+    for (const Member& member : archive.Members()) {
+        spelt[member.Name()].push_back(member.Index());
+    }
+    std::vector<std::optional<std::size_t>> matches(sums.size());
+    const auto match = [&](std::size_t line, const auto& fits) {
+        const auto members = spelt.find(sums[line].name);
+        if (matches[line] || members == spelt.end()) return;
+        const auto found = std::ranges::find_if(members->second, fits);
+        if (found == members->second.end()) return;
+        matches[line] = *found;
+        listed[*found] = true;
+    };
+    // Of several members of one name, each line gets the one that it was made from: first those
+    // that did not change, then what is left of the same spelling, then any.
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        match(i, [&](std::size_t number) { return digests[number] == sums[i].digest; });
+    }
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        match(i, [&](std::size_t number) { return !listed[number]; });
+        if (matches[i]) continue;
+        const std::optional<Member> member = archive.Find(sums[i].name);
+        if (!member) continue;
+        matches[i] = member->Index();
+        listed[member->Index()] = true;
+    }
     std::vector<SumMismatch> mismatches;
     using Kind = SumMismatch::Kind;
-    for (const Sum& sum : sums) {
-        const std::optional<Member> member = archive.Find(sum.name);
-        if (member) listed[member->Index()] = true;
-        if (!member) {
-            mismatches.push_back({Kind::Missing, sum.name});
-        } else if (digests[member->Index()] != sum.digest) {
-            mismatches.push_back({Kind::Differs, sum.name});
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        if (!matches[i]) {
+            mismatches.push_back({Kind::Missing, sums[i].name});
+        } else if (digests[*matches[i]] != sums[i].digest) {
+            mismatches.push_back({Kind::Differs, sums[i].name});
         }
     }
     for (const Member& member : archive.Members()) {

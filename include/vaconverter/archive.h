@@ -134,7 +134,7 @@ public:
     // Returns the members that match; see MatchesPattern.
     [[nodiscard]] std::vector<Member> Members(std::string_view pattern) const;
     // Returns the member of that name; nullopt if there is none. Ignores letter case, and accepts
-    // '\\' for '/'.
+    // '\\' for '/'. Of files of a folder that differ in letter case only, the one that is spelt so.
     [[nodiscard]] std::optional<Member> Find(std::string_view name) const;
 
     // Returns the whole content, after comparing its check sum if one is recorded. Throws Error:
@@ -149,7 +149,8 @@ public:
     void Read(const Member& member, Sink& sink) const;
 
     // Checks every byte of an archive: index against members, check sums, sizes, overlaps, names,
-    // hidden and duplicate members. For a folder, reads every file. Returns at most `most`
+    // hidden and duplicate members. For a folder, reads every file
+    // and finds names that differ in letter case only. Returns at most `most`
     // findings.
     [[nodiscard]] CheckResult Check(unsigned threads = 1, std::size_t most = 1000,
                                     const ProgressFunction& progress = {}) const;

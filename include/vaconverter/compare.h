@@ -26,7 +26,7 @@ struct Comparison {
 
 // Compares the members of two sides by content, matching their names without regard to letter case.
 // A removed member and an added one of the same content count as one renamed member. Throws Error
-// if a member cannot be read.
+// if a member cannot be read, and (Refused) if several members of a side have one name.
 [[nodiscard]] Comparison Compare(const Archive& a, const Archive& b, unsigned threads = 1,
                                  const ProgressFunction& progress = {});
 

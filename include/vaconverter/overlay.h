@@ -26,7 +26,8 @@ struct OverlaidMember {
 
 // Returns all names of the sides, ignoring letter case, in the byte order of the lower-case names.
 // Contents count as equal if their sizes and check sums are; a content is read only if no check sum
-// is recorded. Throws Error if one cannot be read.
+// is recorded. Throws Error if one cannot be read, and (Refused) if several members of a side have
+// one name.
 [[nodiscard]] std::vector<OverlaidMember> Overlay(std::span<const Archive> sides,
                                                   const ProgressFunction& progress = {});
 

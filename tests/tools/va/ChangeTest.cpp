@@ -97,6 +97,28 @@ TEST_F(VaChange, DeletesAndRenames) {
     });
 }
 
+// A dry run ends as the real one would.
+TEST_F(VaChange, DryRunsFindOutThatTheArchiveCannotBeWritten) {
+    const bool isRoot = Shell("test $(id -u) = 0") == 0;
+    const std::string anyone = isRoot ? "setpriv --reuid=65534 --clear-groups" : "";
+    folder_.Write("sign.txt", "sign");
+    ASSERT_EQ(Shell("cd " + folder_.Path() + " && chmod 755 . && chmod 444 Town.va sign.txt"), 0);
+    if (Shell("cd " + folder_.Path() + " && " + anyone + " " VA " list Town.va >/dev/null 2>&1") !=
+        0) {
+        GTEST_SKIP() << "needs another user";
+    }
+    for (const std::string words :
+         {"add -n Town.va sign.txt", "add Town.va sign.txt", "delete -n Town.va config.txt",
+          "delete Town.va config.txt", "rename -n Town.va config.txt x",
+          "rename Town.va config.txt x", "repack -n Town.va", "repack Town.va"}) {
+        EXPECT_EQ(Shell("cd " + folder_.Path() + " && " + anyone + " " VA " " + words + " 2>said"),
+                  2)
+            << words;
+        EXPECT_THAT(folder_.Read("said"), HasSubstr("Town.va: it cannot be opened for writing"))
+            << words;
+    }
+}
+
 TEST_F(VaChange, TheFixedProgramsGoOnFromHere) {
     ASSERT_EQ(Shell("cd " + folder_.Path() + " && cp Town.va Old.va"), 0);
     folder_.Write("more/sign.txt", "sign");

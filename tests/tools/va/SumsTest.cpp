@@ -72,7 +72,7 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
     folder_.Write("empty.va", "");
     ExpectAnswers({
         {"verify empty empty.sums", 0, "empty: matches empty.sums\n"},
-        {"verify Town.va empty.sums", 1, "C.txt: unlisted\n"},
+        {"verify Town.va empty.sums", 2, "empty.sums is empty; make it with 'va sums'"},
         {"verify Town.va empty.va", 2, "download it again"},
     });
     folder_.Write("town/b.txt", "B.txt");
@@ -89,6 +89,30 @@ TEST_F(VaSums, VerifyJudgesByAFileOfThem) {
     ExpectAnswers({{"verify town bad.sums", 2, "bad.sums: line 6 is not a line of sha256sum"}});
 }
 
+// Twins: the file system tells them apart, and an archive does not.
+TEST_F(VaSums, NamesThatDifferInLetterCaseOnlyAreNeverDropped) {
+    folder_.Write("a/X", "1");
+    folder_.Write("a/x", "2");
+    folder_.Write("b/X", "1");
+    folder_.Write("b/x", "3");
+    folder_.Write("a.sums", Va("sums a").out);
+    const std::string refused =
+        "several members have one name, letter case ignored; rename or "
+        "delete all but one of each: X and x";
+    ExpectAnswers({
+        {"compare a b", 2, refused},
+        {"compare town a", 2, refused},
+        {"overlay town a", 2, refused},
+        {"overlay --write=m.va a town", 2, refused},
+        {"test a", 2, "a: x: its name is that of 'X', letter case ignored; rename one of them"},
+        {"cat a:x", 0, "2"},
+        {"verify a a.sums", 0, "a: matches a.sums\n"},
+        {"verify b a.sums", 1, "x: differs\nva: b does not match a.sums: 1 difference\n"},
+    });
+    std::filesystem::remove(folder_.Path("b/X"));
+    ExpectAnswers({{"verify b a.sums", 1, "X: differs\nx: differs\n"}});
+}
+
 TEST_F(VaSums, NothingIsSaidAboutDamagedMembers) {
     std::string bytes = folder_.Read("Town.va");
     bytes.at(bytes.find("sub/z", bytes.find("sub/z") + 5)) ^= 1;
@@ -97,7 +121,10 @@ TEST_F(VaSums, NothingIsSaidAboutDamagedMembers) {
                    {"sums Nowhere.va", 9, "Nowhere.va"},
                    {"sums", 7, "ARCHIVE is missing"}});
     folder_.Write("Cut.va", folder_.Read("Town.va").substr(0, bytes.size() - 500));
-    ExpectAnswers({{"sums Cut.va", 1, "members may be missing"}});
+    ExpectAnswers({{"sums Cut.va", 1, "members may be missing"},
+                   {"info Cut.va", 1, "members may be missing"},
+                   {"info --json Cut.va", 1, "members may be missing"},
+                   {"compare Cut.va Cut.va", 1, "members may be missing"}});
 }
 
 }  // namespace

@@ -68,6 +68,10 @@ ExitCode VerifySums(Run& run, const std::string& target, const std::string& path
         Refuse(Shown(path) + ": " + error.what());
     }
     const Archive archive = OpenSide(run, target);
+    // Only the sums of nothing have no lines; else writing them failed.
+    if (sums.empty() && !archive.Members().empty()) {
+        Refuse(Shown(path) + " is empty; make it with 'va sums'");
+    }
     const std::vector<SumMismatch> mismatches =
         CompareSums(archive, sums, run.Jobs(), ProgressOf(run));
     for (const auto& [kind, name] : mismatches) {

@@ -75,6 +75,8 @@ void ReportMembers(Run& run, const Archive& b, const Comparison& comparison) {
 ExitCode RunCompare(Run& run) {
     const Archive a = OpenSide(run, run.Operand(0));
     const Archive b = OpenSide(run, run.Operand(1));
+    const bool mayLackA = MayLackMembers(run, a);
+    const bool mayLack = MayLackMembers(run, b) || mayLackA;
     const Comparison comparison = Compare(a, b, run.Jobs(), ProgressOf(run));
     std::array<std::uint64_t, 4> counts{};
     for (const Difference& difference : comparison.differences) {
@@ -101,7 +103,7 @@ ExitCode RunCompare(Run& run) {
         .Set("added", count(Added))
         .Set("renamed", count(Renamed))
         .Set("removed", count(Removed));
-    return comparison.differences.empty() ? ExitCode::Done : ExitCode::LookAt;
+    return comparison.differences.empty() && !mayLack ? ExitCode::Done : ExitCode::LookAt;
 }
 
 }  // namespace
@@ -115,11 +117,13 @@ Command CompareCommand() {
         .details =
             "Compares the members of A and B by name and content. Each line has a letter, a "
             "tab and the name: A added, M changed, D removed, R renamed (old and new name). "
-            "Names that differ in letter case only are one name. With -v standard error has a line "
+            "Names that differ in letter case only are one name; a side that has such names is "
+            "refused. With -v standard error has a line "
             "for each member: its sizes if it differs, or 'same'.\n"
             "\n"
             "The exit code is 0 when both are equal, 1 when "
-            "they differ or files of a folder cannot be members.\n",
+            "they differ, members may be missing because an archive was cut off or its index is "
+            "damaged, or files of a folder cannot be members.\n",
         .examples = kExamples,
         .run = RunCompare};
 }

@@ -165,7 +165,7 @@ bool DescribeArchive(Run& run, const std::string& path) {
     } else {
         WriteText(run, about);
     }
-    return about.whole;
+    return !MayLackMembers(run, archive) && about.whole;
 }
 
 void WriteCompactJson(Run& run, const std::string& path, const CompactPatchInfo& patch) {
@@ -231,7 +231,8 @@ Command InfoCommand() {
                 "versions in the header; for a patch also its manifest with the maker's note, and "
                 "for a compact patch its streams. For compressed files, diffs, descriptions and "
                 "some other files it shows the kind and the sizes. The exit code is 1 when a "
-                "member or the manifest is damaged, or files of a folder cannot be members; 'va "
+                "member or the manifest is damaged, members may be missing because the archive was "
+                "cut off or its index is damaged, or files of a folder cannot be members; 'va "
                 "test' names all problems.\n",
             .examples = kExamples,
             .run = Info};
