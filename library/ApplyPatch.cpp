@@ -40,10 +40,12 @@ public:
         const ApplyPlace place(options_, patch_);
         result.result = place.Path();
         if (place.IsOld() && result.alreadyApplied) return result;
-        if (!result.alreadyApplied && place.IsTaken()) {
-            if (proves) (void)Judge();
-            result.alreadyApplied = IsNewSide(place.Path());
-            if (result.alreadyApplied) return result;
+        if (place.IsTaken()) {
+            if (proves && !result.alreadyApplied) (void)Judge();
+            if (IsNewSide(place.Path())) {
+                result.alreadyApplied = true;
+                return result;
+            }
         }
         result.replacesLink = place.Check();
         Build(result);
@@ -147,22 +149,21 @@ public:
 
     ApplyPatchResult Run() {
         const bool isNew = !options_.trust && Judge();
-        if (isNew && (options_.check || options_.result.empty())) {
-            ApplyPatchResult result;
-            result.note = patch_.Facts().note;
-            result.alreadyApplied = true;
-            result.counts.same = old_.Reachable().size();
-            return result;
-        }
+        if (isNew && (options_.check || options_.result.empty())) return NothingToDo();
         ApplyPatchOptions apply = options_;
         apply.trust = true;
         if (isNew && IsFolder(apply.result)) apply.result /= NameOfResult();
+        if (isNew && !options_.replace && IsNewSide(apply.result)) {
+            ApplyPatchResult result = NothingToDo();
+            result.result = apply.result;
+            return result;
+        }
         const std::string folder = WorkingFolder();
         const patch::PatchFile forUse(
             SystemPath(options_.patch),
             isNew ? patch::compact::NothingForUse(folder)
-                  : patch::compact::ExpandForUse(patch_, old_, folder, options_.memoryLimit,
-                                                 progress_),
+                  : patch::compact::ExpandForUse(patch_, old_, folder, !options_.trust,
+                                                 options_.memoryLimit, progress_),
             options_.threads, progress_);
         ApplyPatchResult result = Application(apply, forUse, old_, progress_).Run();
         if (isNew) {
@@ -181,6 +182,24 @@ private:
         if (verdict.message.empty()) return verdict.side == Verdict::Side::New;
         throw Error(ErrorCode::Refused, verdict.message, options_.old,
                     verdict.members.empty() ? "" : verdict.members.front());
+    }
+
+    [[nodiscard]] bool IsNewSide(const std::filesystem::path& path) const {
+        try {
+            const patch::OldSide found(SystemPath(path));
+            return patch::compact::JudgeSide(found, patch_, options_.threads, progress_).kind ==
+                   patch::Verdict::Kind::New;
+        } catch (const patch::Error&) {
+            return false;
+        }
+    }
+
+    [[nodiscard]] ApplyPatchResult NothingToDo() const {
+        ApplyPatchResult result;
+        result.note = patch_.Facts().note;
+        result.alreadyApplied = true;
+        result.counts.same = old_.Reachable().size();
+        return result;
     }
 
     [[nodiscard]] std::string NameOfResult() const {

@@ -75,10 +75,10 @@ private:
 
     void BuildNewSide(const std::string& path) const {
         const std::string folder = SystemPath(options_.result.parent_path());
-        const patch::PatchFile forUse(
-            patch_.Path(),
-            patch::compact::ExpandForUse(patch_, old_, folder, options_.memoryLimit, progress_),
-            options_.threads, progress_);
+        const patch::PatchFile forUse(patch_.Path(),
+                                      patch::compact::ExpandForUse(patch_, old_, folder, true,
+                                                                   options_.memoryLimit, progress_),
+                                      options_.threads, progress_);
         const patch::BuildOptions build{.result = path,
                                         .trusted = true,
                                         .threads = options_.threads,

@@ -71,7 +71,7 @@ private:
         worker.reader->Begin(planned.member->Index());
         const platform::FolderHandle* folder =
             options_.dryRun ? nullptr : worker.chain.FolderOf(planned.path);
-        if (!options_.dryRun && !folder) RefuseFolderOf(planned, options_);
+        if (!options_.dryRun && !folder) RefuseFolderOf(planned, worker.chain, options_);
         platform::NewFile file;
         const std::string name(planned.path.substr(planned.path.rfind('/') + 1));
         if (folder && !file.Begin(*folder, name)) RefuseFile("cannot create", planned, options_);

@@ -61,6 +61,17 @@ std::string TargetOf(const Planned& planned, const ExtractOptions& options) {
     return (options.folder / planned.path).string();
 }
 
+[[noreturn]] void RefuseFor(const platform::Error& error, const char* what, const Planned& planned,
+                            const ExtractOptions& options) {
+    const std::string target = TargetOf(planned, options);
+    const bool full =
+        error.kind == platform::ErrorKind::NoSpace || error.kind == platform::ErrorKind::TooLarge;
+    throw Error(full ? ErrorCode::DiskFull : ErrorCode::Refused,
+                std::string(what) + " '" + target + "': " + error.Message() +
+                    "; make room or look at the folder's permissions, or name another folder",
+                target);
+}
+
 // Opens the nearest folder that is there on the way into one.
 bool OpenNearest(const ExtractOptions& options, platform::FolderHandle& folder,
                  platform::FilePlace& place) {
@@ -126,8 +137,9 @@ const platform::FolderHandle* FolderChain::FolderOf(std::string_view path) {
             levels_.resize(depth);
             Level level{std::string(name), {}};
             if (!level.folder.OpenIn(*folder, level.name, make_)) {
+                error_ = platform::LastError();
                 nearest_ = folder;
-                isBlocked_ = folder->KindOf(level.name) != platform::EntryKind::None;
+                found_ = folder->KindOf(level.name);
                 // What cannot be made now is tried again for the next file.
                 if (!make_) missing_ = whole.substr(0, whole.size() - path.size());
                 return nullptr;
@@ -179,7 +191,9 @@ std::vector<std::string> JudgePlaces(const std::vector<Planned>& plan,
     FolderChain chain(root, false);
     for (const Planned& planned : plan) {
         const platform::FolderHandle* folder = chain.FolderOf(planned.path);
-        if (!folder && chain.IsBlocked()) RefuseFolderOf(planned, options);
+        if (!folder && chain.Found() != platform::EntryKind::None) {
+            RefuseFolderOf(planned, chain, options);
+        }
         if (!folder && !options.dryRun) continue;
         const std::string name = platform::PlaceOf(planned.path).name;
         // What a real run finds when it writes.
@@ -235,17 +249,16 @@ std::vector<std::string> RemoveAbandoned(const std::vector<Planned>& plan,
 }
 
 void RefuseFile(const char* what, const Planned& planned, const ExtractOptions& options) {
-    const platform::Error error = platform::LastError();
-    const std::string target = TargetOf(planned, options);
-    const bool full =
-        error.kind == platform::ErrorKind::NoSpace || error.kind == platform::ErrorKind::TooLarge;
-    throw Error(full ? ErrorCode::DiskFull : ErrorCode::Refused,
-                std::string(what) + " '" + target + "': " + error.Message() +
-                    "; make room or look at the folder's permissions, or name another folder",
-                target);
+    RefuseFor(platform::LastError(), what, planned, options);
 }
 
-void RefuseFolderOf(const Planned& planned, const ExtractOptions& options) {
+void RefuseFolderOf(const Planned& planned, const FolderChain& chain,
+                    const ExtractOptions& options) {
+    const platform::EntryKind found = chain.Found();
+    // The same words as for a file that its folder does not take, which is what a dry run finds.
+    if (found == platform::EntryKind::None || found == platform::EntryKind::Directory) {
+        RefuseFor(chain.Reason(), "cannot create", planned, options);
+    }
     const std::string target = TargetOf(planned, options);
     throw Error(ErrorCode::Refused,
                 "cannot open the folder of '" + target + "'; a file or a link is in the way",

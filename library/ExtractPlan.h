@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Error.h"
 #include "platform/FolderHandle.h"
 #include "vaconverter/archive.h"
 
@@ -32,9 +33,10 @@ public:
     // be made. Valid until the next call.
     [[nodiscard]] const platform::FolderHandle* FolderOf(std::string_view path);
 
-    // Of the last path: whether a file or a link is in the way of its folder, and the nearest
-    // folder that was found.
-    [[nodiscard]] bool IsBlocked() const { return isBlocked_; }
+    // Of the last path, if it has no folder: what was found in place of the first one that is
+    // missing, why that was not opened, and the nearest folder that was.
+    [[nodiscard]] platform::EntryKind Found() const { return found_; }
+    [[nodiscard]] const platform::Error& Reason() const { return error_; }
     [[nodiscard]] const platform::FolderHandle& Nearest() const { return *nearest_; }
 
 private:
@@ -48,7 +50,8 @@ private:
     std::vector<Level> levels_;
     std::string missing_;  // with '/' at the end: the folder that the last path lacked
     const platform::FolderHandle* nearest_ = &root_;
-    bool isBlocked_ = false;
+    platform::EntryKind found_ = platform::EntryKind::None;
+    platform::Error error_{};
 };
 
 // Opens the folder that everything is written below, and makes it if it is missing. In a dry run it
@@ -71,6 +74,8 @@ void JudgeRoom(const std::vector<Planned>& plan, const ExtractOptions& options);
 // For the failing system call that came last.
 [[noreturn]] void RefuseFile(const char* what, const Planned& planned,
                              const ExtractOptions& options);
-[[noreturn]] void RefuseFolderOf(const Planned& planned, const ExtractOptions& options);
+// For a file whose folder the chain has just not found or made.
+[[noreturn]] void RefuseFolderOf(const Planned& planned, const FolderChain& chain,
+                                 const ExtractOptions& options);
 
 }  // namespace va

@@ -114,6 +114,7 @@ MakePatchResult MakePatch(const Archive& old, const Archive& fresh, const MakePa
     result.newMembers = fresh.Members().size();
     if (!options.plain) result.newContent = made.fresh.sha256;
     if (made.archive) result.newArchive = made.archive->sha256;
+    for (const std::string& name : made.leftOut) result.leftOut.push_back(PublicName(name));
     for (const patch::MemberChange& change : made.changes) {
         result.changes.push_back({KindOf(change.kind), PublicName(change.name),
                                   PublicName(change.oldName), change.oldBytes, change.newBytes,

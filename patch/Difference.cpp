@@ -85,6 +85,18 @@ Difference FindDifference(const Input& old, const Input& fresh, bool digests, un
     return found;
 }
 
+std::vector<std::string> WithoutContent(const Difference& difference) {
+    const Input& fresh = difference.fresh;
+    std::vector<Number> empty;
+    for (Number number = 0; number < fresh.tree.Count(); ++number) {
+        if (SizeIn(fresh, number) == 0) empty.push_back(number);
+    }
+    SortByName(empty, fresh.tree, std::identity());
+    std::vector<std::string> names;
+    for (const Number number : empty) names.push_back(NameIn(fresh, number));
+    return names;
+}
+
 void RefuseUncarried(const Difference& difference, bool needsContent) {
     const Input& old = difference.old;
     const Input& fresh = difference.fresh;
@@ -98,9 +110,7 @@ void RefuseUncarried(const Difference& difference, bool needsContent) {
     Refuse(old, kUnnamed, oldNames);
     if (!needsContent) return;
     NameList empty;
-    for (Number number = 0; number < fresh.tree.Count(); ++number) {
-        if (SizeIn(fresh, number) == 0) empty.Add(ShownName(fresh.tree[number].name));
-    }
+    for (const std::string& name : WithoutContent(difference)) empty.Add(ShownName(name));
     Refuse(fresh,
            "a plain patch cannot carry members without content; make it without --plain, or leave "
            "them out with --allow-lossy:",

@@ -64,6 +64,10 @@ struct Difference {
 [[nodiscard]] Difference FindDifference(const Input& old, const Input& fresh, bool digests,
                                         unsigned threads, const ProgressFunction& progress);
 
+// Returns the names of the members of the new side without content, in their canonical order. No
+// program that knows only the lists makes them, even if the old side has them too.
+[[nodiscard]] std::vector<std::string> WithoutContent(const Difference& difference);
+
 // Throws Error (Refused) naming members that differ and that a patch cannot carry. With
 // `needsContent`, also members of the new side without content.
 void RefuseUncarried(const Difference& difference, bool needsContent);

@@ -91,6 +91,7 @@ public:
             WriteCompact(TakeManifest(result), result);
         }
         result.changes = ChangesOf(difference_);
+        if (!options_.manifest) result.leftOut = WithoutContent(difference_);
         result.same = static_cast<std::uint64_t>(
             std::ranges::count(difference_.pairs.both, true, &Pair::same));
         return result;

@@ -37,6 +37,7 @@ struct MakeOptions {
 
 struct MakeResult {
     std::vector<MemberChange> changes;  // in the canonical order of the names
+    std::vector<std::string> leftOut;   // names that the result of a patch with allowLossy lacks
     std::uint64_t same = 0;             // members
     Side old;                           // digests only with a manifest
     Side fresh;

@@ -74,6 +74,9 @@ struct MakePatchOptions {
 struct MakePatchResult {
     PatchCounts counts;
     std::vector<MemberChange> changes;  // in the byte order of the lower-case names
+    // With `allowLossy`: the members of the new side without content, which the patch does not
+    // make, even if the old side has them too. In the same order.
+    std::vector<std::string> leftOut;
     std::uint64_t patchSize = 0;
     std::uint64_t newMembers = 0;
     // SHA-256 of the lines that `sha256sum` prints for the members of the new side, sorted by their

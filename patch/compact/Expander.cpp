@@ -68,10 +68,11 @@ private:
 
 class Expander {
 public:
-    Expander(const CompactFile& patch, const OldSide& old, const std::string& folder,
+    Expander(const CompactFile& patch, const OldSide& old, const std::string& folder, bool judged,
              std::uint64_t memoryLimit, const ProgressFunction& progress)
         : patch_(patch),
           oldSide_(old),
+          judged_(judged),
           memoryLimit_(memoryLimit),
           progress_(progress),
           old_(old.Members(), old.Reachable()),
@@ -84,6 +85,7 @@ public:
         try {
             TakeContents();
         } catch (const delta::Error& error) {
+            RefuseUnjudged();
             patch_.FailDamaged(error.what());
         }
         TakeMoved();
@@ -97,6 +99,13 @@ private:
     [[noreturn]] void RefuseOld() const {
         throw Error(ErrorCode::Refused, oldSide_.Path(),
                     "is not the archive that this patch is for");
+    }
+
+    // The patch is whole, so that an old side that nobody looked at is the likely cause.
+    void RefuseUnjudged() const {
+        if (judged_) return;
+        throw Error(ErrorCode::Refused, oldSide_.Path(),
+                    "the result would not be the maker's; leave out --trust to learn why");
     }
 
     void TakeContents() {
@@ -183,10 +192,12 @@ private:
         try {
             text = FormatManifest(manifest_);
         } catch (const ManifestError& error) {
+            RefuseUnjudged();
             patch_.FailDamaged(error.what());
         }
         // All digests of the sides and of the members go into this one.
         if (HeadOf(text).end != patch_.ManifestEnd()) {
+            RefuseUnjudged();
             throw Error(ErrorCode::Refused, patch_.Path(),
                         "does not give what its maker proved; the old side is not the one that it "
                         "was made from, or the memory of this machine is faulty");
@@ -196,6 +207,7 @@ private:
 
     const CompactFile& patch_;
     const OldSide& oldSide_;
+    const bool judged_;
     const std::uint64_t memoryLimit_;
     const ProgressFunction& progress_;
     const OldMembers old_;
@@ -207,9 +219,10 @@ private:
 }  // namespace
 
 std::unique_ptr<archive::Reader> ExpandForUse(const CompactFile& patch, const OldSide& old,
-                                              const std::string& folder, std::uint64_t memoryLimit,
+                                              const std::string& folder, bool judged,
+                                              std::uint64_t memoryLimit,
                                               const ProgressFunction& progress) {
-    return Expander(patch, old, folder, memoryLimit, progress).Run();
+    return Expander(patch, old, folder, judged, memoryLimit, progress).Run();
 }
 
 std::unique_ptr<archive::Reader> NothingForUse(const std::string& folder) {

@@ -163,14 +163,21 @@ void Arguments::ChooseCommand() {
         std::erase_if(given_, [](const Given& given) { return given.option != &kHelp; });
         return;
     }
-    if (Has(kVersion) && operands_.empty()) {
+    if (operands_.empty() && !Has(kVersion)) {
+        RefuseUsage("no command given\n\n" + OverviewHelp());
+    }
+    std::size_t used = 0;
+    if (!operands_.empty()) {
+        command_ = FindCommand(operands_, used);
+        if (!command_) RefuseCommand(operands_);
+    }
+    // The same for --version, whose page every command has; a wrong command is still named.
+    if (Has(kVersion)) {
         command_ = named("version");
+        operands_.clear();
+        std::erase_if(given_, [](const Given& given) { return given.option != &kVersion; });
         return;
     }
-    if (operands_.empty()) RefuseUsage("no command given\n\n" + OverviewHelp());
-    std::size_t used = 0;
-    command_ = FindCommand(operands_, used);
-    if (!command_) RefuseCommand(operands_);
     operands_.erase(operands_.begin(), operands_.begin() + static_cast<std::ptrdiff_t>(used));
 }
 

@@ -144,6 +144,19 @@ TEST_F(VaReadsArchives, ExtractEndsWith50OnAFullDisk) {
     EXPECT_EQ(Shell("umount " + folder_.Path("disk")), 0);
 }
 
+TEST_F(VaReadsArchives, ExtractSaysThatAFolderTakesNoFolders) {
+    fs::create_directory(folder_.Path("closed"));
+    fs::permissions(folder_.Path("closed"), fs::perms(0555));
+    // Without its capabilities root is refused as well.
+    for (const char* words :
+         {"extract -C closed Town.va textures", "extract -n -C closed Town.va textures"}) {
+        const Outcome refused = Va(words, R"(setpriv --bounding-set=-all sh -c '"$@"' sh)");
+        EXPECT_EQ(refused.exitCode, 2);
+        EXPECT_THAT(refused.err, testing::StartsWith("va: cannot create 'closed/textures/"));
+        EXPECT_THAT(refused.err, HasSubstr("': Permission denied; make room or look at"));
+    }
+}
+
 TEST_F(VaReadsArchives, ExtractNeverFollowsALinkAndKeepsAFilesPermissions) {
     folder_.Write("elsewhere/keep", "kept");
     fs::create_directory(folder_.Path("out"));

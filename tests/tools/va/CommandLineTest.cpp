@@ -58,6 +58,9 @@ TEST_F(VaCommandLine, OptionsStandAnywhereInEveryForm) {
         {"tag -fqv --progress never to-binary a.txt b.chump", 0, "a.txt -> b.chump\n"},
         {"tag to-binary a.txt b.chump --force --progress=json", 0, ""},
         {"-q --version", 0, "1."},
+        {"list --version", 0, "1."},
+        {"diff -f --version -q", 0, "1."},
+        {"frobnicate --version", 7, "no command 'frobnicate'"},
         {"--version", 0, "va 1."},
         {"--version tag", 7, "needs one of its commands"},
     });

@@ -44,6 +44,41 @@ protected:
                         {"long.bin", stretch_ + Noise(500, 8)}};
 };
 
+TEST_F(VaCompact, BlamesAnOldSideThatWasNotJudged) {
+    MakeSides();
+    ASSERT_EQ(Va("diff --compact old.va new.va -o p.vap").exitCode, 0);
+    ASSERT_EQ(Va("diff old.va new.va -o p.va").exitCode, 0);
+    fs::copy(folder_.Path("old"), folder_.Path("alt"), fs::copy_options::recursive);
+    const std::string told =
+        ": the result would not be the maker's; leave out --trust to learn why";
+    for (const auto& [file, content] :
+         Table<std::string, std::string>{{"textures/roof.tga", Noise(50000, 2) + Prose(20000)},
+                                         {"textures/roof.tga", "short"},
+                                         {"same/large.bin", Noise(70000, 4)}}) {
+        folder_.Write("alt/" + file, content);
+        ExpectAnswers({{"apply alt p.vap -o r.va --trust", 2, "alt" + told},
+                       {"apply alt p.vap -o r.va", 2, "run 'va compare"}});
+        folder_.Write("alt/" + file, old_.at(file));
+    }
+}
+
+TEST_F(VaCompact, FindsTheNewArchiveInItsPlace) {
+    MakeSides();
+    ASSERT_EQ(Va("diff --compact old.va new.va -o p.vap").exitCode, 0);
+    ASSERT_EQ(Va("diff old.va new.va -o p.va").exitCode, 0);
+    folder_.Write("mine.va", "mine");
+    ASSERT_EQ(Va("apply old.va p.va -o r.va").exitCode, 0);
+    for (const char* patch : {"p.va", "p.vap"}) {
+        SCOPED_TRACE(patch);
+        for (const char* old : {"old.va ", "new.va "}) {
+            ExpectAnswers({{"apply "s + old + patch + " -o r.va", 0, "r.va: already applied\n"},
+                           {"apply "s + old + patch + " -o mine.va", 2, "mine.va exists; -f"},
+                           {"apply "s + old + patch + " -o old.va", 2, "old.va "}});
+        }
+    }
+    EXPECT_EQ(folder_.Read("mine.va"), "mine");
+}
+
 TEST_F(VaCompact, IsSmallerAndGivesTheSameArchive) {
     MakeSides();
     ASSERT_EQ(Va("diff old.va new.va -o plain.patch.va").exitCode, 0);

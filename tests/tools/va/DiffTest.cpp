@@ -203,9 +203,11 @@ TEST_F(VaDiff, CarriesEmptyMembersAndLetterCaseInTheManifest) {
     ExpectAnswers({
         {"diff old new --plain -o p.va", 2, "without content; make it without --plain"},
         {"diff old new --plain --allow-lossy -o p.va", 1, "new has no content; omitted\n"},
-        {"diff old new --plain --allow-lossy -fo p.va", 1, "1 added  1 removed  1 omitted\n"},
+        {"diff old new --plain --allow-lossy -fo p.va", 1, "1 added  1 removed  2 omitted\n"},
         {"diff --json -nf old new --plain --allow-lossy", 1, "\"added\":1,\"moved\":0,"},
-        {"diff --json -nf old new --plain --allow-lossy", 1, "\"left_out\":1,"},
+        {"diff --json -nf old new --plain --allow-lossy", 1, "\"left_out\":2,"},
+        {"diff -nf old new --plain --allow-lossy", 1, "hollow.txt has no content; omitted\n"},
+        {"diff -nf new new --plain --allow-lossy", 1, "new has no content; omitted\n"},
         {"apply old.va p.va -o r.va", 0, "1 added  1 removed"},
         {"diff old new --allow-lossy -o p.va", 7, "--allow-lossy needs --plain"},
     });
@@ -240,6 +242,7 @@ TEST_F(VaDiff, RefusesByNameAndWritesNothing) {
          "va: note.bin: line 2 has the control character \\x01; a note is plain text\n"},
         {"diff old.va old -o p.va --note=note.8bit", 2, "note.8bit: line 1 is not UTF-8"},
         {"diff old.va old -o p.va --note=none", 9, "--note names a file"},
+        {"diff old.va old -o p.va --note=old", 9, "cannot read 'old'; --note names a file"},
         {"diff old.va old -o nowhere/p.va", 9, "nowhere: there is no such folder"},
     });
     // Such a file of a folder is skipped, which is worth a look.

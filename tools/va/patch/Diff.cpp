@@ -2,7 +2,6 @@
 #include <array>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 
 #include "tools/va/OutputFile.h"
 #include "tools/va/ShownText.h"
@@ -82,8 +81,13 @@ std::string ReadNote(const std::string& path) {
     std::ifstream file;
     if (path != "-") file.open(path, std::ios::binary);
     std::istream& in = path == "-" ? std::cin : file;
-    std::string note{std::istreambuf_iterator<char>(in), {}};
-    if (!in) {
+    std::string note;
+    // Not with iterators: these read past the stream, which then neither sees nor holds errors,
+    // such as that of a folder.
+    for (std::array<char, 4096> piece{}; in.read(piece.data(), piece.size()) || in.gcount() > 0;) {
+        note.append(piece.data(), static_cast<std::size_t>(in.gcount()));
+    }
+    if (!in.eof()) {
         throw Failure{ExitCode::NotFound,
                       "cannot read '" + Shown(path) + "'; --note names a file of text"};
     }
@@ -93,25 +97,21 @@ std::string ReadNote(const std::string& path) {
     return note;
 }
 
-// Removes the members that a plain patch cannot hold from the list of changes, and warns about
-// them. Returns their number.
-std::uint64_t TakeLeftOut(Run& run, MakePatchResult& made) {
-    constexpr std::uint64_t kMostNamed = 10;
-    std::uint64_t count = 0;
-    for (const MemberChange& change : made.changes) {
-        if (change.kind != MemberChange::Kind::Empty) continue;
-        if (++count > kMostNamed) continue;
-        run.talk.Warning(Shown(change.name) + " has no content; omitted");
+// Warns about the members that the result of a plain patch lacks, and removes those that would be
+// added from the list of changes: the patch does not hold them.
+void TakeLeftOut(Run& run, MakePatchResult& made) {
+    constexpr std::size_t kMostNamed = 10;
+    const std::size_t count = made.leftOut.size();
+    for (std::size_t i = 0; i < std::min(count, kMostNamed); ++i) {
+        run.talk.Warning(Shown(made.leftOut[i]) + " has no content; omitted");
     }
     if (count > kMostNamed) {
         run.talk.Warning(GroupedDigits(count - kMostNamed) + " more without content omitted");
     }
-    std::erase_if(made.changes, [](const MemberChange& change) {
+    made.counts.added -= std::erase_if(made.changes, [](const MemberChange& change) {
         return change.kind == MemberChange::Kind::Empty;
     });
-    made.counts.added -= count;
     if (count > 0) run.AskForALook();
-    return count;
 }
 
 void ReportMembers(Run& run, const MakePatchResult& made) {
@@ -201,7 +201,8 @@ ExitCode RunDiff(Run& run) {
     const Archive fresh = OpenSide(run, run.Operand(1));
     MakePatchResult made = MakePatch(old, fresh, options, ProgressOf(run));
     ReportPlace(run, options.result, made);
-    const std::uint64_t leftOut = options.plain ? TakeLeftOut(run, made) : 0;
+    if (options.plain) TakeLeftOut(run, made);
+    const std::uint64_t leftOut = made.leftOut.size();
     const PatchCounts& counts = made.counts;
     ReportMembers(run, made);
     run.talk.Summary((options.dryRun ? "would write " : "") + Shown(options.result.string()) +
