@@ -151,7 +151,7 @@ TEST_F(VaChangeAccidents, FullDiskIsFoundBeforeOrDuringTheWork) {
 }
 
 TEST_F(VaChangeAccidents, InterruptedCreateAndAddLeaveWhatWasThere) {
-    folder_.Write("big/large", Prose(25'000'000));
+    folder_.Write("big/large", Prose(60'000'000));
     folder_.Write("a.va", start_);
     const std::string before = Names();
     int stopped = 0;
