@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -32,7 +33,9 @@ private:
     struct Rank {
         bool believed = true;
         std::uint64_t place = 0;
-        auto operator<=>(const Rank&) const = default;
+        bool operator<(const Rank& other) const {
+            return std::tie(believed, place) < std::tie(other.believed, other.place);
+        }
     };
     // The member of one name.
     struct Pick {

@@ -76,12 +76,14 @@ private:
         const std::string name(planned.path.substr(planned.path.rfind('/') + 1));
         if (folder && !file.Begin(*folder, name)) RefuseFile("cannot create", planned, options_);
         for (auto piece = worker.reader->Next(); !piece.empty(); piece = worker.reader->Next()) {
-            if (folder && file.Write(piece) != piece.size())
+            if (folder && file.Write(piece) != piece.size()) {
                 RefuseFile("cannot write", planned, options_);
+            }
             progress_.Add(piece.size());
         }
-        if (folder && !file.Publish(options_.replace))
+        if (folder && !file.Publish(options_.replace)) {
             RefuseFile("cannot put a file in the place of", planned, options_);
+        }
     }
 
     const Archive& archive_;

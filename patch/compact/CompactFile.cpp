@@ -142,8 +142,9 @@ void CompactFile::JudgeFrame(const ProgressFunction& progress) {
         meter.Add(piece.size());
     }
     const auto end = window.At(body, kEndSize);
-    if (!std::ranges::equal(end, digest.Finish()))
+    if (!std::ranges::equal(end, digest.Finish())) {
         FailDamaged("it was cut off, or bytes of it changed");
+    }
 }
 
 Section CompactFile::ReadSection(std::uint64_t& offset) const {

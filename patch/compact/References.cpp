@@ -4,6 +4,7 @@
 #include <array>
 #include <map>
 #include <unordered_map>
+#include <utility>
 
 #include "archive/Names.h"
 #include "patch/Contents.h"
@@ -59,7 +60,6 @@ private:
 struct Hit {
     std::uint32_t number = 0;  // a Place, or a number of a carried member
     std::uint32_t sample = 0;
-    auto operator<=>(const Hit&) const = default;
 };
 
 class SourceFinder {
@@ -94,7 +94,7 @@ private:
     void ReadOld();
     void ReadCarried();
     void IndexNames();
-    void Choose(std::size_t added);
+    void Choose(std::size_t number);
     [[nodiscard]] std::uint64_t BytesOf(const Source& source) const;
 
     const Difference& difference_;
@@ -172,8 +172,10 @@ void SourceFinder::ReadOld() {
                     }
                 });
             }
-            std::ranges::sort(hits);
-            hits.erase(std::unique(hits.begin(), hits.end()), hits.end());
+            const auto both = [](const Hit& hit) { return std::pair(hit.number, hit.sample); };
+            std::ranges::sort(hits, {}, both);
+            const auto repeated = std::ranges::unique(hits, {}, both);
+            hits.erase(repeated.begin(), repeated.end());
             return hits;
         },
         [&](std::size_t, const std::vector<Hit>& hits) {
