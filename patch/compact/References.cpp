@@ -60,6 +60,7 @@ private:
 struct Hit {
     std::uint32_t number = 0;  // a Place, or a number of a carried member
     std::uint32_t sample = 0;
+    bool operator==(const Hit&) const = default;
 };
 
 class SourceFinder {
@@ -172,10 +173,9 @@ void SourceFinder::ReadOld() {
                     }
                 });
             }
-            const auto both = [](const Hit& hit) { return std::pair(hit.number, hit.sample); };
-            std::ranges::sort(hits, {}, both);
-            const auto repeated = std::ranges::unique(hits, {}, both);
-            hits.erase(repeated.begin(), repeated.end());
+            std::ranges::sort(hits, {},
+                              [](const Hit& hit) { return std::pair(hit.number, hit.sample); });
+            hits.erase(std::unique(hits.begin(), hits.end()), hits.end());
             return hits;
         },
         [&](std::size_t, const std::vector<Hit>& hits) {
