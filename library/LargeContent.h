@@ -20,11 +20,13 @@ namespace va {
 // Bytes that are not set before something is read into them.
 template <typename T>
 struct Uninitialised : std::allocator<T> {
+    // NOLINTBEGIN(readability-identifier-naming): the names that allocators have
     template <typename Other>
     struct rebind {
         using other = Uninitialised<Other>;
     };
     void construct(T* /*place*/) noexcept {}
+    // NOLINTEND(readability-identifier-naming)
 };
 using Bytes = std::vector<std::byte, Uninitialised<std::byte>>;
 

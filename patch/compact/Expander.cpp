@@ -117,8 +117,9 @@ private:
                             " bytes of memory; raise --memory-limit");
         }
         std::uint64_t total = 0;
-        for (std::size_t i = 0; i < directory.Carried(); ++i)
+        for (std::size_t i = 0; i < directory.Carried(); ++i) {
             total += ContentBytes(directory, old_, i);
+        }
         Meter meter(progress_, "expanding the patch", total);
         const auto take = [&](std::size_t carried, ByteView old, ByteView content) {
             if (carried < directory.changed.size()) {

@@ -277,8 +277,9 @@ void SourceFinder::Choose(std::size_t number) {
     if (named == byFileName_.end()) return;
     const Source source{Source::Kind::Old, named->second};
     if (BytesOf(source) <=
-        std::min(16 * added.bytes + 65536, mostBytes - std::min(mostBytes, bytes)))
+        std::min(16 * added.bytes + 65536, mostBytes - std::min(mostBytes, bytes))) {
         added.sources.push_back(source);
+    }
 }
 
 }  // namespace

@@ -140,8 +140,9 @@ private:
 
 void Writer::Describe() {
     std::vector<Place> placeOf(old_.numbers.size());
-    for (Place place = 0; place < old_.numbers.size(); ++place)
+    for (Place place = 0; place < old_.numbers.size(); ++place) {
         placeOf[old_.numbers[place]] = place;
+    }
     const Input& old = difference_.old;
     const Input& fresh = difference_.fresh;
     const auto addSpot = [&](Number number) {
