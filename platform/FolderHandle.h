@@ -23,7 +23,7 @@ struct FilePlace {
 };
 [[nodiscard]] FilePlace PlaceOf(std::string_view path);
 
-// What the hidden names for `name` begin with: ".NAME.va-", of a long name the beginning.
+// Returns how the hidden names for `name` begin: ".NAME.va-", with a long name cut short.
 [[nodiscard]] std::string HiddenStem(std::string_view name);
 // Returns a hidden name for `name` that no other run chooses: its stem and six letters.
 [[nodiscard]] std::string HiddenName(std::string_view name);

@@ -133,19 +133,6 @@ std::int64_t ReadWhole(std::span<std::byte> into, const ReadSome& readSome) {
 
 }  // namespace
 
-FileHandle::FileHandle(FileHandle&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, kNoDescriptor)) {}
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-    if (this != &other) {
-        Close();
-        descriptor_ = std::exchange(other.descriptor_, kNoDescriptor);
-    }
-    return *this;
-}
-
-FileHandle::~FileHandle() { Close(); }
-
 bool FileHandle::Open(const char* path, Access access, Creation creation, Share share) {
     if (IsOpen()) {
         return Refuse(EINVAL);

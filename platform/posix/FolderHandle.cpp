@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <utility>
 
 #include "platform/posix/PathLookup.h"
 #include "platform/posix/ShareLocks.h"
@@ -24,19 +23,6 @@ struct StreamCloser {
 };
 
 }  // namespace
-
-FolderHandle::FolderHandle(FolderHandle&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-FolderHandle& FolderHandle::operator=(FolderHandle&& other) noexcept {
-    if (this != &other) {
-        Close();
-        descriptor_ = std::exchange(other.descriptor_, -1);
-    }
-    return *this;
-}
-
-FolderHandle::~FolderHandle() { Close(); }
 
 void FolderHandle::Close() noexcept {
     if (descriptor_ >= 0) close(descriptor_);

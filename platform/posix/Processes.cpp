@@ -16,7 +16,6 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "platform/posix/PathLookup.h"
@@ -122,23 +121,6 @@ bool GetEnvironment(const char* name, std::string& value) {
 }
 
 void ExitProcess(std::uint32_t code) { _exit(static_cast<int>(code)); }
-
-Process::Process(Process&& other) noexcept
-    : processId_(std::exchange(other.processId_, kNoProcess)),
-      ended_(std::exchange(other.ended_, false)),
-      exitCode_(std::exchange(other.exitCode_, 0)) {}
-
-Process& Process::operator=(Process&& other) noexcept {
-    if (this != &other) {
-        Close();
-        processId_ = std::exchange(other.processId_, kNoProcess);
-        ended_ = std::exchange(other.ended_, false);
-        exitCode_ = std::exchange(other.exitCode_, 0);
-    }
-    return *this;
-}
-
-Process::~Process() { Close(); }
 
 bool Process::Start(const char* commandLine, Console /*console*/) {
     Close();

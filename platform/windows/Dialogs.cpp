@@ -1,4 +1,4 @@
-// Boxes appear only where a desktop is: a service or a build machine has nobody to click them away.
+// Boxes appear only where a desktop is: on a service or a build machine they would block forever.
 #include "platform/Dialogs.h"
 
 #include <windows.h>

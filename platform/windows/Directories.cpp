@@ -182,7 +182,7 @@ std::string MakePrivateDirectory(const std::string& prefix) {
     }
 }
 
-// The file systems here write the names of a folder in a log of their own.
+// Nothing to flush: the file systems here log changes of folders themselves.
 bool CommitDirectory(const char* path) { return Exists(path); }
 
 bool MakeDirectories(const char* path) {

@@ -100,7 +100,7 @@ void OnAbort(int number) {
 }
 
 void InstallHandlers() {
-    // No box may stop a program that nobody watches.
+    // A box would block a program that runs unattended.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     previousFilter = SetUnhandledExceptionFilter(OnFault);
     std::signal(SIGABRT, OnAbort);

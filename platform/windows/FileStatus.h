@@ -1,4 +1,4 @@
-// What the system says of a file, in the layer's words.
+// Status of a file, converted to the types of this layer.
 #pragma once
 
 #include <windows.h>

@@ -50,7 +50,7 @@ DWORD ShareRights(Share share) {
     return 0;
 }
 
-// CreateOrTruncate does not truncate yet: whoever is refused must leave the file as it was.
+// CreateOrTruncate does not truncate yet: an open that is refused must not change the file.
 DWORD Disposition(Creation creation) {
     switch (creation) {
         case Creation::OpenExisting:
@@ -130,19 +130,6 @@ bool SetLength(HANDLE file, std::uint64_t length) {
 }
 
 }  // namespace
-
-FileHandle::FileHandle(FileHandle&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, kNoDescriptor)) {}
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-    if (this != &other) {
-        Close();
-        descriptor_ = std::exchange(other.descriptor_, kNoDescriptor);
-    }
-    return *this;
-}
-
-FileHandle::~FileHandle() { Close(); }
 
 bool FileHandle::Open(const char* path, Access access, Creation creation, Share share) {
     if (IsOpen()) return Refuse(ERROR_INVALID_PARAMETER);

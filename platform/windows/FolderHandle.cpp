@@ -1,7 +1,6 @@
 #include "platform/FolderHandle.h"
 
 #include <array>
-#include <utility>
 
 #include "platform/shared/HiddenName.h"
 #include "platform/windows/ChangeLocks.h"
@@ -50,19 +49,6 @@ std::wstring windows::PathIn(int folder, const std::string& name) {
     if (whole.back() != L'\\') whole += L'\\';
     return whole + ToWide(name);
 }
-
-FolderHandle::FolderHandle(FolderHandle&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-FolderHandle& FolderHandle::operator=(FolderHandle&& other) noexcept {
-    if (this != &other) {
-        Close();
-        descriptor_ = std::exchange(other.descriptor_, -1);
-    }
-    return *this;
-}
-
-FolderHandle::~FolderHandle() { Close(); }
 
 void FolderHandle::Close() noexcept {
     if (descriptor_ >= 0) CloseHandle(ToHandle(descriptor_));

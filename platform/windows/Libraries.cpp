@@ -22,18 +22,6 @@ std::string LoadedLibraryPath(const char* fileName) {
     return windows::FromSystemPath({path.data(), length});
 }
 
-Library::Library(Library&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-
-Library& Library::operator=(Library&& other) noexcept {
-    if (this != &other) {
-        Free();
-        handle_ = std::exchange(other.handle_, nullptr);
-    }
-    return *this;
-}
-
-Library::~Library() { Free(); }
-
 bool Library::Load(const char* path) {
     Free();
     std::wstring name = windows::ToSystemPath(path);

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <utility>
 #include <vector>
 
 #include "platform/shared/CommandLine.h"
@@ -22,8 +21,8 @@ namespace {
 
 constexpr int kNoProcess = -1;
 
-// Returns the file that a command line's program means: exactly that, or with ".exe" behind it.
-// Empty if there is none.
+// Returns the file that a command line's program means: exactly that, or with ".exe" added.
+// Empty if neither exists.
 std::wstring ProgramFile(const std::string& program) {
     for (const char* const ending : {"", ".exe"}) {
         std::wstring path = windows::ToSystemPath((program + ending).c_str());
@@ -105,23 +104,6 @@ void ExitProcess(std::uint32_t code) {
     std::abort();
 }
 
-Process::Process(Process&& other) noexcept
-    : processId_(std::exchange(other.processId_, kNoProcess)),
-      ended_(std::exchange(other.ended_, false)),
-      exitCode_(std::exchange(other.exitCode_, 0)) {}
-
-Process& Process::operator=(Process&& other) noexcept {
-    if (this != &other) {
-        Close();
-        processId_ = std::exchange(other.processId_, kNoProcess);
-        ended_ = std::exchange(other.ended_, false);
-        exitCode_ = std::exchange(other.exitCode_, 0);
-    }
-    return *this;
-}
-
-Process::~Process() { Close(); }
-
 bool Process::Start(const char* commandLine, Console console) {
     Close();
     const auto [program, rest] = shared::SplitProgram(
@@ -154,7 +136,7 @@ bool Process::GetExitCode(std::uint32_t& code) {
     return true;
 }
 
-// A program without a window can only be ended; what it leaves unfinished has a name of its own.
+// A program without a window can only be ended; its unfinished results have temporary names.
 void Process::RequestEnd() noexcept {
     constexpr UINT kControlCExit = 0xC000013A;
     if (processId_ != kNoProcess && !ended_) {

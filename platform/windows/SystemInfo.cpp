@@ -16,7 +16,7 @@ std::string UserName() {
 }
 
 OperatingSystem GetOperatingSystem() {
-    // The plain call tells programs without a manifest an old version.
+    // GetVersionEx reports an old version to programs without a manifest.
     using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
     const auto getVersion = reinterpret_cast<GetVersion>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
