@@ -19,10 +19,10 @@ namespace delta {
 // Keeps its tables from one pair of files to the next; Begin clears them.
 class DifferenceModel {
 public:
-    // Clears what was learnt and borrows this old file.
+    // Resets the models and borrows this old file.
     void Begin(ByteView oldFile);
 
-    // Borrows this old file instead of the one before, and keeps what was learnt.
+    // Borrows this old file instead of the one before, and keeps the state of the models.
     void Continue(ByteView oldFile);
 
     // Returns the binary logarithm of the length of each of the two tables.

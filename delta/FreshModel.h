@@ -13,7 +13,7 @@ namespace delta {
 // Keeps its tables from one pair of files to the next; Begin clears them.
 class FreshModel {
 public:
-    // Clears what was learnt and borrows this old file. Cheap: the first LearnAround or CodeFresh
+    // Resets the models and borrows this old file. Cheap: the first LearnAround or CodeFresh
     // sets up the tables, since a pair without fresh bytes needs none.
     void Begin(ByteView oldFile, std::uint64_t newSize);
 

@@ -17,7 +17,7 @@ class MixedModel {
 public:
     using Contexts = std::array<std::uint32_t, kInputs>;
 
-    // Clears what was learnt. `tableBits` is the binary logarithm of the number of histories that
+    // Resets the model. `tableBits` is the binary logarithm of the number of histories that
     // the contexts share.
     void Clear(int tableBits) {
         histories_.Clear(tableBits);
@@ -73,7 +73,7 @@ public:
 private:
     using Mix = Mixer<kInputs, kWeightSets>;
 
-    // Predictions of four known bits; the weights have not learnt from them yet.
+    // Predictions of four known bits; the weights are not updated with them yet.
     struct Lesson {
         alignas(16) std::array<std::array<std::int32_t, 4 * Mix::kGroups>, 4> opinions{};
         std::uint32_t bits = 0;

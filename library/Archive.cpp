@@ -171,8 +171,8 @@ void Archive::Read(const Member& member, Sink& sink) const {
 CheckResult Archive::Check(unsigned threads, std::size_t most,
                            const ProgressFunction& progress) const {
     CheckResult result;
-    // Files have no check sums: what can be found is that one cannot be read, or has changed, and
-    // names that no archive tells apart.
+    // Files have no check sums, so the only findings are files that cannot be read or that have
+    // changed, and names that differ in letter case only.
     if (impl_->info.isFolder) {
         const auto find = [&](std::string what, const Member& member) {
             if (result.findings.size() < most) {

@@ -14,7 +14,7 @@
 namespace va {
 namespace {
 
-// What is certain before the work: streams may turn out smaller than their contents.
+// Only sizes that are certain before the work: streams may turn out smaller than contents.
 void JudgeRoom(const CreateOptions& options, std::span<const NewMember> members) {
     constexpr std::uint64_t kOverhead = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
     const std::uint64_t plain = kOverhead + PlainBytesOf(members);

@@ -59,7 +59,7 @@ Comparison Compare(const Archive& a, const Archive& b, unsigned threads,
     for (std::size_t i = 0; i < pairs.size(); ++i) {
         Pair& pair = pairs[i];
         if (!pair.a || !pair.b) continue;
-        // What the indexes say can show a difference; only the contents show that there is none.
+        // The indexes can prove a difference; only the contents prove equality.
         pair.differs = pair.a->Size() != pair.b->Size() ||
                        (pair.a->Crc() && pair.b->Crc() && *pair.a->Crc() != *pair.b->Crc());
         if (pair.differs) continue;

@@ -1,5 +1,5 @@
-// Members of one side that have one name, letter case ignored: twins in a folder whose file system
-// tells them apart, or several members of an archive of which readers find the first only.
+// Members of one side whose names are equal, letter case ignored: files of a folder whose file
+// system is case-sensitive, or members of an archive, of which readers find the first only.
 #pragma once
 
 #include "vaconverter/archive.h"

@@ -1,6 +1,6 @@
 // One change of an archive in place: takes its lock, collects what is to change, makes it count.
 //
-// What is new lies past the old end:
+// New bytes are written past the old end:
 //
 //     guard     a deleted chunk that reaches past the end of the file, so that no walk over the
 //               chunks finds what follows; once it counts, an empty one

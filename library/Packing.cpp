@@ -43,8 +43,8 @@ struct Packed {
     std::uint32_t crc = 0;  // of the content up to its end
 };
 
-// Expands what was packed and compares it: the machine may err, and a stream that gives another
-// content is found out only when somebody needs it.
+// Expands what was packed and compares it: memory may fail, and a wrong stream would go
+// unnoticed until a reader expands it.
 void ProveBlock(std::span<const std::byte> block, std::span<const std::byte> piece) {
     if (archive::DecodeBlockHeader(block.first<archive::kBlockHeaderSize>()).stored) return;
     std::array<std::byte, archive::kBlockSize> content;

@@ -223,7 +223,7 @@ private:
         result_.lost = lost_.size();
     }
 
-    // What is certain before the work.
+    // Only the bytes that are certain before the work.
     void JudgeRoom() const {
         constexpr std::uint64_t kEach = archive::kMemberPrefixSize + archive::kIndexRecordSize;
         std::uint64_t bytes = archive::kArchivePreambleSize + archive::kChunkHeaderSize;

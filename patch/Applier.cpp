@@ -101,7 +101,7 @@ private:
         return {old_.Reader()->Header().buildVersion, old_.Reader()->Header().productCode};
     }
 
-    // What is certain to be written: rebuilt members may become small.
+    // Only bytes that are certain to be written: rebuilt members may become small.
     void CheckSpace() const {
         std::uint64_t bytes = archive::kArchivePreambleSize + archive::kChunkHeaderSize;
         for (const Part& part : parts_) {

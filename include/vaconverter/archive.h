@@ -133,7 +133,7 @@ public:
     [[nodiscard]] std::span<const Member> Members() const noexcept;
     // Returns the members that match; see MatchesPattern.
     [[nodiscard]] std::vector<Member> Members(std::string_view pattern) const;
-    // Returns the member of that name; nullopt if there is none. Ignores letter case, and accepts
+    // Returns the member of that name, or nullopt. Ignores letter case, and accepts
     // '\\' for '/'. Of files of a folder that differ in letter case only, the one that is spelt so.
     [[nodiscard]] std::optional<Member> Find(std::string_view name) const;
 

@@ -13,8 +13,8 @@ namespace patch::compact {
 
 class Budget {
 public:
-    // `limit` is in bytes; UINT64_MAX is none. `largest` is the greatest Least of all members, each
-    // with the old content that it cannot do without.
+    // `limit` is in bytes; UINT64_MAX means no limit. `largest` is the greatest Least of all
+    // members, each with the old content that it cannot do without.
     Budget(std::uint64_t limit, std::uint64_t largest)
         : limit_(limit),
           keepsCarried_(limit >= kMostKept && limit - kMostKept >= largest),

@@ -14,7 +14,7 @@
 
 namespace patch::compact {
 
-// What is learnt from member to member.
+// The models' state, kept from member to member.
 struct ContentModels {
     ContentModels() { differences.Begin({}); }
 

@@ -60,7 +60,7 @@ struct Directory {
 };
 
 // For people: what the contents take in this patch, in bytes. Known when all of them are coded, so
-// that they are a section of their own, the last one.
+// they are in a separate section, the last one.
 struct Shares {
     std::uint64_t added = 0;
     std::uint64_t changed = 0;

@@ -101,7 +101,7 @@ private:
                     "is not the archive that this patch is for");
     }
 
-    // The patch is whole, so that an old side that nobody looked at is the likely cause.
+    // The patch is whole, so the likely cause is the old side, which was not checked.
     void RefuseUnjudged() const {
         if (judged_) return;
         throw Error(ErrorCode::Refused, oldSide_.Path(),

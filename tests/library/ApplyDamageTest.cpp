@@ -169,7 +169,7 @@ TEST_F(ApplyingWhatIsDamaged, CompactPatches) {
 }
 
 // Sets the check sums of a compact patch's sections, as far as they can be followed, and its digest
-// to what its bytes have: whoever makes a hostile patch does.
+// to those of its bytes, as the maker of a hostile patch would.
 std::string Sealed(std::string bytes) {
     constexpr std::size_t kDigest = 32;
     if (bytes.size() < kDigest + 5) return bytes;

@@ -73,8 +73,8 @@ void InThreads(std::size_t count, const Function& function) {
     for (std::size_t t = 0; t < count; ++t) threads.emplace_back(function, t);
 }
 
-// What `work` returns in a process of its own that then ends without any clean-up; -1 when it does
-// not return.
+// Returns what `work` returns in a child process, which then ends without any clean-up; -1 when it
+// does not return.
 template <typename Work>
 [[nodiscard]] int InChild(const Work& work) {
     const pid_t child = fork();
