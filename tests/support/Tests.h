@@ -1,5 +1,5 @@
 // What every test begins with: the framework, the standard headers that most tests use, and the
-// helpers that tests of more than one folder share. All test programs precompile it.
+// helpers that tests of more than one folder share.
 #pragma once
 
 #include <gmock/gmock.h>
