@@ -156,9 +156,11 @@ Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode) {
     return contents;
 }
 
-void WalkRest(const platform::FileHandle& file, MemberTable& members) {
+void WalkRest(const platform::FileHandle& file, Contents& contents) {
+    MemberTable& members = contents.members;
     Cursor cursor(file, std::max<std::uint64_t>(members.EndOfData(), kFirstChunkOffset));
     while (const auto chunk = cursor.NextMember()) {
+        if (chunk->offset >= contents.fileSize) return;
         members.Add(static_cast<std::uint32_t>(chunk->DataOffset()), chunk->StoredSize(),
                     chunk->entry);
     }

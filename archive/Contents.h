@@ -60,8 +60,9 @@ struct Contents {
 // Returns an archive without members, which is written nowhere yet.
 [[nodiscard]] Contents NewContents(std::uint32_t buildVersion, std::uint32_t productCode);
 
-// Adds the members that lie after all known ones, which is all of them when there is no index.
-// Throws Error (CannotRead).
-void WalkRest(const platform::FileHandle& file, MemberTable& members);
+// Adds the members that lie after all known ones, which is all of them when there is no index. One
+// that begins where the file ended when its contents were read does not count: a change in place
+// may be writing it. Throws Error (CannotRead).
+void WalkRest(const platform::FileHandle& file, Contents& contents);
 
 }  // namespace archive

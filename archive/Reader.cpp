@@ -30,12 +30,9 @@ Reader::Reader(platform::FileHandle file) : file_(std::move(file)) {
     for (int tries = 0; tries < kTries; ++tries) {
         contents_ = ReadContents(file_);
         const MemberTable::Ordinal indexed = contents_.members.End();
-        WalkRest(file_, contents_.members);
+        WalkRest(file_, contents_);
         // Members that appeared after the index was read may belong to a newer one.
-        if (contents_.members.End() == indexed || !contents_.Maintained() ||
-            StillNamesIndex(file_, contents_)) {
-            return;
-        }
+        if (contents_.members.End() == indexed || StillNamesIndex(file_, contents_)) return;
     }
 }
 

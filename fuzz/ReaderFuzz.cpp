@@ -58,7 +58,7 @@ void Append(std::span<const std::byte> bytes) {
     platform::FileHandle file = FileOf(bytes);
     try {
         archive::Contents contents = archive::ReadContents(file);
-        archive::WalkRest(file, contents.members);
+        archive::WalkRest(file, contents);
         archive::Appender appender(file, contents, archive::Appender::Publish::InBatches);
         for (const bool compress : {false, true}) {
             appender.Add({compress ? "new/b" : "new/a", compress, std::nullopt,

@@ -53,7 +53,7 @@ InPlaceChange::InPlaceChange(const std::filesystem::path& path, bool dryRun)
     Open();
     Translated(path_, [&] {
         contents_ = ReadContents(file_);
-        WalkRest(file_, contents_.members);
+        WalkRest(file_, contents_);
         JudgeLayout();
         FindEnd();
     });

@@ -39,7 +39,7 @@ struct Archive {
             contents = archive::StartArchive(file, 0, 0);
         } else {
             contents = archive::ReadContents(file);
-            archive::WalkRest(file, contents.members);
+            archive::WalkRest(file, contents);
         }
         appender.emplace(file, contents, publish);
     }

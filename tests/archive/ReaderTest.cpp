@@ -3,6 +3,7 @@
 #include <fstream>
 #include <variant>
 
+#include "archive/Contents.h"
 #include "archive/Crc32.h"
 #include "archive/Error.h"
 #include "archive/Names.h"
@@ -109,6 +110,18 @@ TEST_F(ArchiveReader, MembersAreFoundWhateverTheIndexIs) {
         EXPECT_EQ(reader.Count(), count);
         EXPECT_EQ(std::get<0>(ContentOf(reader, "b")), "22");
     }
+}
+
+TEST_F(ArchiveReader, TheWalkAfterTheIndexEndsWhereTheFileEnded) {
+    const std::string path = Write(RawArchive({{"a", "1"}}));
+    platform::FileHandle file;
+    ASSERT_TRUE(file.Open(path.c_str(), platform::Access::Read, platform::Creation::OpenExisting,
+                          platform::Share::DenyNone));
+    archive::Contents contents = archive::ReadContents(file);
+    // What a change in place has written so far may look like a member.
+    std::ofstream(path, std::ios::binary | std::ios::app) << RawChunk({"half", "4", 4});
+    archive::WalkRest(file, contents);
+    EXPECT_EQ(contents.members.Count(), 1u);
 }
 
 TEST_F(ArchiveReader, WhatDoesNotOpenSaysWhy) {
