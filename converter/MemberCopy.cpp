@@ -5,6 +5,7 @@
 
 #include "archive/Stream.h"
 #include "converter/Console.h"
+#include "platform/Directories.h"
 
 namespace converter {
 
@@ -53,6 +54,9 @@ bool StoreMember(const InternedString& mount, const char* name,
 }
 
 bool ReadFile(const char* path, MemberContent& content) {
+    // The file system is searched without regard to letter case: another file would be read in
+    // place of a missing one.
+    if (platform::GetEntryKind(path) == platform::EntryKind::None) return false;
     File file;
     return file.Open(InternedString(), path, kReadPlain) == RES_OK && content.ReadAll(file);
 }

@@ -35,7 +35,8 @@ private:
 [[nodiscard]] bool StoreMember(const Vorn::InternedString& mount, const char* name,
                                std::span<const std::byte> content);
 
-// Reads a whole file of the file system, byte for byte, also if it begins like a compressed stream.
+// Reads the whole file with exactly that name, byte for byte, also if it begins like a compressed
+// stream.
 [[nodiscard]] bool ReadFile(const char* path, MemberContent& content);
 
 }  // namespace converter

@@ -55,10 +55,9 @@ void WaitForEnd(platform::Process& process) {
 
 bool DeleteEarlierOutput(const std::string& path) {
     const char* const name = path.c_str();
-    const bool deleted =
-        platform::RemoveFile(name) || platform::GetEntryKind(name) == platform::EntryKind::None;
-    // A name that differs in letter case only would be opened in place of a missing output.
-    if (deleted && !platform::Exists(name)) return true;
+    if (platform::RemoveFile(name) || platform::GetEntryKind(name) == platform::EntryKind::None) {
+        return true;
+    }
     PrintProblem("cannot delete \"" + path + "\", which an earlier run left; delete it");
     return false;
 }

@@ -93,6 +93,16 @@ TEST_F(PatchPrograms, AnEarlierOutputThatCannotBeDeletedIsNotTakenForThisOne) {
     EXPECT_FALSE(folder_.Has("old-tmp.va"));
 }
 
+TEST_F(PatchPrograms, AFileOfAnotherLetterCaseIsNotTakenForTheOutput) {
+    ASSERT_EQ(Diff().exitCode, 0);
+    Replace(bin_ + "/vpatchl-w32.exe", "exit 0");
+    folder_.Write(bin_ + "/OUTFILE", "other");
+    const Outcome outcome = Apply();
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_FALSE(folder_.Has("old-tmp.va"));
+    EXPECT_EQ(folder_.Read(bin_ + "/OUTFILE"), "other");
+}
+
 TEST_F(PatchPrograms, RunsThatShareTheProgramFolderWaitForEachOther) {
     Pack("other.va", {{"a", "1"}, {"dir/b", "2"}});
     // Long enough for the other run to come in between.
