@@ -81,9 +81,9 @@ public:
         if (options_.manifest) FindMoved(difference_);
         MakeResult result;
         if (writer) {
-            writer->StoreText(kAddedList, FormatList(AddedList(difference_)), false);
-            writer->StoreText(kDeletedList, FormatList(DeletedList(difference_)), false);
-            writer->StoreText(kPatchedList, FormatList(PatchedList(difference_)), false);
+            writer->StoreText(kAddedList, FormatList(AddedList(difference_)));
+            writer->StoreText(kDeletedList, FormatList(DeletedList(difference_)));
+            writer->StoreText(kPatchedList, FormatList(PatchedList(difference_)));
             if (options_.manifest) WriteManifest(*writer, TakeManifest(result));
             result.abandoned = writer->Abandoned();
             result.patchBytes = writer->Finish();
@@ -260,7 +260,7 @@ void Maker::WriteManifest(PatchWriter& writer, const Manifest& manifest) const {
                     "it would not be the patch archive that the maker's sides give: a later "
                     "version of this program made the compact patch");
     }
-    writer.StoreText(kManifestName, text, text.size() > archive::kLargestPlain);
+    writer.StoreText(kManifestName, text);
 }
 
 void Maker::WriteCompact(const Manifest& manifest, MakeResult& result) {

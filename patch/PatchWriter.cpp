@@ -23,12 +23,18 @@ void PatchWriter::Store(std::string_view name, const archive::PackedMember& pack
     }
 }
 
-void PatchWriter::StoreText(std::string_view name, std::string_view text, bool compress) {
+void PatchWriter::StoreText(std::string_view name, std::string_view text) {
     const auto bytes = std::as_bytes(std::span(text));
-    archive::PackedMember packed;
+    archive::PackedMember stream;
+    archive::Pack(bytes, true, stream);
     // A text that begins like a compressed stream would be read back as one.
-    archive::Pack(bytes, compress || archive::IsStreamMark(bytes), packed);
-    Store(name, packed);
+    if (stream.data.size() < bytes.size() || archive::IsStreamMark(bytes)) {
+        Store(name, stream);
+    } else {
+        archive::PackedMember plain;
+        archive::Pack(bytes, false, plain);
+        Store(name, plain);
+    }
 }
 
 std::vector<std::string> PatchWriter::Abandoned() const {

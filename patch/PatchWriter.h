@@ -21,7 +21,9 @@ public:
 
     // Appends a member. Throws NoSpace if the patch would pass 4 GiB.
     void Store(std::string_view name, const archive::PackedMember& packed);
-    void StoreText(std::string_view name, std::string_view text, bool compress);
+
+    // Appends a list or the manifest, compressed if that makes it smaller. Throws as Store.
+    void StoreText(std::string_view name, std::string_view text);
 
     // Returns the hidden files of killed runs that were removed.
     [[nodiscard]] std::vector<std::string> Abandoned() const;

@@ -89,6 +89,35 @@ TEST_F(VaDiff, MakesWhatPatchapplyAppliesToTheSameArchive) {
     ExpectNoStrayFiles();
 }
 
+TEST_F(VaDiff, CompressesListsThatPatchapplyReads) {
+    Files old;
+    Files changed;
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "folder/member" + std::to_string(i);
+        old.insert({{name, Prose(300) + name}, {"gone/" + name, "gone " + name}});
+        changed.insert({{name, Prose(310) + name}, {"new/" + name, "new " + name}});
+    }
+    Make("old", old);
+    Make("new", changed);
+    ASSERT_EQ(Run("app/VAConverter/bin/VAConverter patchdiff old.va new.va out"), 0);
+    for (const char* words : {"diff -f old.va new.va -o p.va", "diff -f --plain old new -o p.va"}) {
+        SCOPED_TRACE(words);
+        ASSERT_EQ(Va(words).exitCode, 0);
+        EXPECT_TRUE(Applied("old", "p.va") == Applied("old", "out/old-diff.va"));
+        ASSERT_EQ(Va("apply -f old.va p.va -o r.va").exitCode, 0);
+        EXPECT_EQ(Va("compare r.va new.va").exitCode, 0);
+        std::istringstream lines(Va("list --json p.va '*Files.txt'").out);
+        int lists = 0;
+        for (std::string line; std::getline(lines, line);) {
+            const auto member = nlohmann::json::parse(line);
+            if (member.at("type") != "member") continue;
+            ++lists;
+            EXPECT_LT(member.at("stored"), member.at("size")) << line;
+        }
+        EXPECT_EQ(lists, 3);
+    }
+}
+
 TEST_F(VaDiff, TellsWhatChangesAndDigestsTheNewSide) {
     Make("old", old_);
     Make("new", new_);
