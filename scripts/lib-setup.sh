@@ -7,7 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
 build_packages=(g++ cmake ninja-build ccache libzstd-dev liblzma-dev nlohmann-json3-dev nettle-dev)
-test_packages=(libgtest-dev libgmock-dev strace)
+test_packages=(libgtest-dev libgmock-dev strace zsh fish mandoc)
 # For the preset windows: the compiler, the system that runs its programs, and sources to build from.
 windows_packages=(g++-mingw-w64-x86-64-posix wine64 dpkg-dev make m4 patch googletest)
 

@@ -20,10 +20,7 @@ std::string Row(const std::string& left, std::string_view meaning,
 }
 
 std::string OptionLeft(const Option& option) {
-    std::string left = option.letter == 0 ? "    " : std::string("-") + option.letter + ", ";
-    left.append("--").append(option.name);
-    if (!option.value.empty()) left.append("=").append(option.value);
-    return left;
+    return (option.letter == 0 ? "    " : "") + OptionForms(option);
 }
 
 std::string CommandHelp(const Command& command) {
@@ -81,6 +78,13 @@ std::string Wrapped(std::string_view text, std::size_t indent, std::size_t width
     }
     endLine();
     return out;
+}
+
+std::string OptionForms(const Option& option) {
+    std::string forms = option.letter == 0 ? "" : std::string("-") + option.letter + ", ";
+    forms.append("--").append(option.name);
+    if (!option.value.empty()) forms.append("=").append(option.value);
+    return forms;
 }
 
 std::string UsageLine(const Command& command) {

@@ -10,6 +10,9 @@ namespace va::tool {
 // Returns a line such as "va diff [OPTION...] OLD NEW".
 [[nodiscard]] std::string UsageLine(const Command& command);
 
+// Returns the forms of an option, such as "-o, --output=FILE".
+[[nodiscard]] std::string OptionForms(const Option& option);
+
 // Returns every command under its heading, and the exit codes.
 [[nodiscard]] std::string OverviewHelp();
 

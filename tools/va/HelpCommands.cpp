@@ -4,7 +4,9 @@
 #include <string_view>
 
 #include "services/BuildStamp.h"
+#include "tools/va/CompletionCommand.h"
 #include "tools/va/Help.h"
+#include "tools/va/ManPage.h"
 #include "tools/va/Run.h"
 
 namespace va::tool {
@@ -16,8 +18,20 @@ constexpr Operand kCommandWords[] = {{.name = "COMMAND",
                                       .repeats = true,
                                       .completes = Completes::Commands}};
 
+constexpr Option kMan{.name = "man", .meaning = "write the man page, for man(1)"};
+constexpr std::array kHelpOptions = {&kMan};
+
 ExitCode ShowHelp(Run& run) {
-    run.answer.Write(HelpOn(run.Operands()));
+    if (run.Has(kMan)) {
+        std::size_t used = 0;
+        const Command* command = FindCommand(run.Operands(), used);
+        if (!command && !run.Operands().empty()) {
+            throw Failure{ExitCode::Usage, "only a whole command has a man page"};
+        }
+        run.answer.Write(command ? ManPage(*command) : ManPage());
+    } else {
+        run.answer.Write(HelpOn(run.Operands()));
+    }
     return ExitCode::Done;
 }
 
@@ -36,25 +50,28 @@ ExitCode ShowVersion(Run& run) {
 constexpr std::array<std::string_view, 2> kHelpExamples = {"va help", "va help diff"};
 constexpr std::array<std::string_view, 2> kVersionExamples = {"va --version", "va -q --version"};
 
-constexpr Command kCommands[] = {
-    {.words = "help",
-     .summary = "explain the commands, or one of them",
-     .operands = kCommandWords,
-     .options = {},
-     .details = "Lists the commands; with COMMAND, explains that one and its options.",
-     .examples = kHelpExamples,
-     .run = ShowHelp},
-    {.words = "version",
-     .summary = "show the version",
-     .operands = {},
-     .options = {},
-     .details = "Shows the version of va and its build; with -q the bare number.",
-     .examples = kVersionExamples,
-     .run = ShowVersion},
-};
+constexpr Command kHelpCommand = {
+    .words = "help",
+    .summary = "explain the commands, or one of them",
+    .operands = kCommandWords,
+    .options = kHelpOptions,
+    .details = "Lists the commands; with COMMAND, explains that one and its options.",
+    .examples = kHelpExamples,
+    .run = ShowHelp};
+constexpr Command kVersionCommand = {
+    .words = "version",
+    .summary = "show the version",
+    .operands = {},
+    .options = {},
+    .details = "Shows the version of va and its build; with -q the bare number.",
+    .examples = kVersionExamples,
+    .run = ShowVersion};
 
 }  // namespace
 
-std::span<const Command> HelpCommands() { return kCommands; }
+std::span<const Command> HelpCommands() {
+    static const std::array kCommands = {kHelpCommand, CompletionCommand(), kVersionCommand};
+    return kCommands;
+}
 
 }  // namespace va::tool

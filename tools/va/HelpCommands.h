@@ -1,4 +1,4 @@
-// The commands `va help` and `va version`.
+// The commands about va itself: `va help`, `va completion` and `va version`.
 #pragma once
 
 #include <span>
@@ -7,7 +7,7 @@
 
 namespace va::tool {
 
-// Returns the commands help and version.
+// Returns these commands, in the order of the overview.
 [[nodiscard]] std::span<const Command> HelpCommands();
 
 }  // namespace va::tool

@@ -1,5 +1,5 @@
-// The table of commands, operands and options, which the parser (Arguments.h) and the help (Help.h)
-// read.
+// The table of commands, operands and options, which the parser (Arguments.h), the help (Help.h)
+// and the completion (Completion.h) read.
 //
 // Every object of the table is constant and lives as long as the program. Options are compared by
 // address.

@@ -102,5 +102,37 @@ TEST_F(VaCommandLine, QuietLeavesOutErrorsWhenItIsGivenTwice) {
     EXPECT_EQ(silent.err, "");
 }
 
+TEST_F(VaCommandLine, ManPagesOfAllCommandsAreWellFormed) {
+    if (Shell("command -v mandoc >/dev/null") != 0) GTEST_SKIP() << "no mandoc";
+    std::istringstream overview(Va("help").out);
+    std::vector<std::string> commands = {""};
+    for (std::string line; std::getline(overview, line);) {
+        if (!line.starts_with("  ")) continue;
+        const std::string words = line.substr(2, 16);
+        commands.push_back(words.substr(0, words.find_last_not_of(' ') + 1));
+    }
+    ASSERT_GT(commands.size(), 25u);
+    for (const std::string& words : commands) {
+        SCOPED_TRACE(words);
+        const std::string page = Va("help --man " + words).out;
+        EXPECT_THAT(page, testing::HasSubstr("\n.SH NAME\nva"));
+        const std::string file = folder_.Write("page", page);
+        // Pages have no date, so that each build gives the same ones.
+        (void)Shell("mandoc -Tlint <" + file + " | grep -v 'missing date' >" + folder_.Path("lint"));
+        EXPECT_EQ(folder_.Read("lint"), "");
+        EXPECT_EQ(Shell("mandoc -Tascii " + file + " | sed 's/.\\x08//g' >" + folder_.Path("text")),
+                  0);
+        std::istringstream help(Va("help " + words).out);
+        const std::string text = folder_.Read("text");
+        for (std::string line; std::getline(help, line);) {
+            const std::size_t option = line.find("--");
+            if (option > 6 || !line.starts_with("  ")) continue;
+            const std::string name = line.substr(option, line.find_first_of(" =", option) - option);
+            EXPECT_THAT(text, testing::HasSubstr(name));
+        }
+    }
+    EXPECT_EQ(Va("help --man tag").exitCode, 7);
+}
+
 }  // namespace
 }  // namespace Vorn::Testing
