@@ -118,7 +118,8 @@ TEST_F(VaCommandLine, ManPagesOfAllCommandsAreWellFormed) {
         EXPECT_THAT(page, testing::HasSubstr("\n.SH NAME\nva"));
         const std::string file = folder_.Write("page", page);
         // Pages have no date, so that each build gives the same ones.
-        (void)Shell("mandoc -Tlint <" + file + " | grep -v 'missing date' >" + folder_.Path("lint"));
+        (void)Shell("mandoc -Tlint <" + file + " | grep -v 'missing date' >" +
+                    folder_.Path("lint"));
         EXPECT_EQ(folder_.Read("lint"), "");
         EXPECT_EQ(Shell("mandoc -Tascii " + file + " | sed 's/.\\x08//g' >" + folder_.Path("text")),
                   0);
